@@ -1,0 +1,35 @@
+// A whole program, run from its first form to its outcome.
+
+#ifndef HOST_RUN_H_
+#define HOST_RUN_H_
+
+#include <string>
+#include <vector>
+
+#include "lisp/interpreter.h"
+#include "lisp/outcome.h"
+#include "lisp/value.h"
+
+namespace host {
+
+// A program's text, and its forms once they have been read: a program that waits for its host is
+// run many times and read once.
+struct Program {
+  std::string text;
+  std::vector<lisp::LispValue> forms;
+  bool is_read = false;  // `forms` are those of `text`.
+};
+
+// The outcome of a failure of `kind` (not Value) with the message, at the interpreter's step count.
+[[nodiscard]] lisp::EvalOutcome make_error_outcome(const lisp::Interpreter& interpreter,
+                                                   lisp::OutcomeKind kind, std::string message);
+
+// Runs `program` under `limits`. Reads every form before it evaluates any; then evaluates them in
+// order and stops at the first that fails; at the end every recorded answer must have been used.
+// The value is the last form's, or nil when there are none.
+[[nodiscard]] lisp::EvalOutcome run_program(lisp::Interpreter& interpreter, Program& program,
+                                            const lisp::EvalLimits& limits);
+
+}  // namespace host
+
+#endif  // HOST_RUN_H_

@@ -1,0 +1,233 @@
+#include "lisp/equality.h"
+
+#include <algorithm>
+#include <cassert>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "lisp/storage.h"
+
+namespace lisp {
+
+// A run's place in the forest. It outlives its run while other nodes lead through it.
+struct EqualityNode : Counted {
+  std::uint32_t level = 0;       // Of the edge to the peer.
+  EqualityNode* peer = nullptr;  // Holds it; its priority is higher.
+  std::uint64_t priority = 0;
+};
+
+namespace {
+
+// A pair of lists of `length` elements whose last `known` elements are known to be equal, or will
+// be when the rest of the comparison succeeds.
+struct Pair {
+  const Run* a;
+  const Run* b;
+  std::uint32_t length;
+  std::uint32_t known;
+};
+
+// An edge as it was before it was overwritten; holds the former peer.
+struct FormerEdge {
+  EqualityNode* node;
+  EqualityNode* peer;
+  std::uint32_t level;
+};
+
+// SplitMix64's sequence: unique priorities, as good as random.
+std::uint64_t drawPriority() {
+  static std::uint64_t state = 0;
+  state += 0x9e3779b97f4a7c15;
+  std::uint64_t z = state;
+  z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
+  z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
+  return z ^ (z >> 31);
+}
+
+EqualityNode& nodeOf(const Run& run) {
+  auto& owner = const_cast<Run&>(run);  // Knowledge about the elements, which stay as they are.
+  if (owner.equality == nullptr) {
+    owner.equality = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
+    owner.equality->priority = drawPriority();
+  }
+  return *owner.equality;
+}
+
+void releaseNode(EqualityNode* node) {
+  while (node != nullptr && --node->references == 0) {
+    EqualityNode* const peer = node->peer;
+    node->~EqualityNode();
+    storage::deallocate(node, sizeof(EqualityNode));
+    node = peer;
+  }
+}
+
+// The number of last elements in which the runs are known to be equal.
+std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
+  const EqualityNode* a = run_a.equality;
+  const EqualityNode* b = run_b.equality;
+  if (a == nullptr || b == nullptr) return 0;
+  std::uint32_t level = std::min(run_a.full_length, run_b.full_length);
+  while (a != b) {
+    if (a->priority > b->priority) std::swap(a, b);
+    if (a->peer == nullptr) return 0;
+    level = std::min(level, a->level);
+    a = a->peer;
+  }
+  return level;
+}
+
+const EqualityNode* climb(const EqualityNode* node, std::uint32_t level) {
+  while (node->peer != nullptr && node->level >= level) node = node->peer;
+  return node;
+}
+
+// One comparison: the pairs still to be walked and the edges drawn on the way. Edges are drawn
+// before their pairs have been walked, so that a pair met again is not walked again; when the
+// comparison fails, every edge is taken back.
+class Comparison {
+ public:
+  ~Comparison() {
+    for (const FormerEdge& edge : former_edges_) releaseNode(edge.peer);
+  }
+
+  bool run(const RawValue& a, const RawValue& b) {
+    if (!meet(runOf(a), runOf(b), a.length)) return true;
+    while (!pairs_.empty()) {
+      const Pair pair = pairs_.back();
+      pairs_.pop_back();
+      if (!walk(pair)) {
+        takeBackEdges();
+        return false;
+      }
+    }
+    return true;
+  }
+
+ private:
+  // Notes that two lists must be equal. Returns false when that is known already.
+  bool meet(const Run& a, const Run& b, std::uint32_t length) {
+    std::uint32_t known = 0;
+    if (!tie(a, b, length, known)) return false;
+    pairs_.push_back({&a, &b, length, known});
+    return true;
+  }
+
+  // Ties two runs that something else may lead to again. Returns false when they are known to be
+  // equal up to `length`; otherwise raises `known` to how far they are.
+  bool tie(const Run& a, const Run& b, std::uint32_t length, std::uint32_t& known) {
+    if (&a == &b) return false;
+    if (a.references == 1 && b.references == 1) return true;
+    known = std::max(known, knownLevel(a, b));
+    if (known >= length) return false;
+    draw(&nodeOf(a), &nodeOf(b), length);
+    return true;
+  }
+
+  // Draws an edge of `level` between two nodes. It takes its place where the levels on both ways up
+  // fall below `level`; an edge that it displaces joins the same two trees at its own, lower level,
+  // and is drawn anew from there.
+  void draw(EqualityNode* a, EqualityNode* b, std::uint32_t level) {
+    while (true) {
+      a = const_cast<EqualityNode*>(climb(a, level));
+      b = const_cast<EqualityNode*>(climb(b, level));
+      if (a == b) return;
+      if (a->priority > b->priority) std::swap(a, b);
+      const FormerEdge former{a, a->peer, a->level};
+      former_edges_.push_back(former);
+      ++b->references;
+      a->peer = b;
+      a->level = level;
+      if (former.peer == nullptr) return;
+      a = b;
+      b = former.peer;
+      level = former.level;
+    }
+  }
+
+  void takeBackEdges() {
+    for (; !former_edges_.empty(); former_edges_.pop_back()) {
+      const FormerEdge& former = former_edges_.back();
+      releaseNode(std::exchange(former.node->peer, former.peer));
+      former.node->level = former.level;
+    }
+  }
+
+  // Compares the elements of a pair from the front to those known, run by run.
+  bool walk(Pair pair) {
+    std::uint32_t remaining = pair.length;
+    while (remaining > pair.known) {
+      const std::uint32_t stop = std::max({pair.a->tail_length, pair.b->tail_length, pair.known});
+      const LispValue* a = &pair.a->own(remaining);
+      const LispValue* b = &pair.b->own(remaining);
+      for (; remaining > stop; --remaining) {
+        if (!elementsMayEqual((a++)->raw(), (b++)->raw())) return false;
+      }
+      if (remaining <= pair.known) return true;
+      if (remaining == pair.a->tail_length) pair.a = linkOf(*pair.a).tail;
+      if (remaining == pair.b->tail_length) pair.b = linkOf(*pair.b).tail;
+      if (!tie(*pair.a, *pair.b, remaining, pair.known)) return true;
+    }
+    return true;
+  }
+
+  // False when two elements differ; lists that are not known to be equal are left for later.
+  bool elementsMayEqual(const RawValue& a, const RawValue& b) {
+    if (a.tag != b.tag) return false;
+    if (a.tag == Tag::Nil) return true;
+    if (a.tag == Tag::Number) return a.number == b.number;
+    if (a.tag != Tag::List) return a.record == b.record;
+    if (a.length != b.length) return false;
+    if (a.length != 0) static_cast<void>(meet(runOf(a), runOf(b), a.length));
+    return true;
+  }
+
+  std::vector<Pair> pairs_;
+  std::vector<FormerEdge> former_edges_;
+};
+
+// Short lists of atoms, such as points, are compared on the spot and leave no trace.
+constexpr std::uint32_t kShortLength = 8;
+
+enum class Verdict : std::uint8_t { Equal, Different, Unclear };
+
+Verdict compareShort(const RawValue& a, const RawValue& b) {
+  if (a.length > kShortLength) return Verdict::Unclear;
+  const Run* run_a = &runOf(a);
+  const Run* run_b = &runOf(b);
+  Verdict verdict = Verdict::Equal;
+  for (std::uint32_t remaining = a.length; remaining > 0; --remaining) {
+    if (remaining <= run_a->tail_length) run_a = linkOf(*run_a).tail;
+    if (remaining <= run_b->tail_length) run_b = linkOf(*run_b).tail;
+    const RawValue& x = run_a->own(remaining).raw();
+    const RawValue& y = run_b->own(remaining).raw();
+    if (x.tag != y.tag) return Verdict::Different;
+    if (x.tag == Tag::Number) {
+      if (x.number != y.number) return Verdict::Different;
+    } else if (x.tag == Tag::List) {
+      if (x.length != y.length) return Verdict::Different;
+      if (x.length != 0 && x.record != y.record) verdict = Verdict::Unclear;
+    } else if (x.tag != Tag::Nil && x.record != y.record) {
+      return Verdict::Different;
+    }
+  }
+  return verdict;
+}
+
+}  // namespace
+
+bool listsEqual(const RawValue& a, const RawValue& b) {
+  assert(a.length == b.length);
+  if (a.length == 0 || a.record == b.record) return true;
+  const Verdict verdict = compareShort(a, b);
+  if (verdict != Verdict::Unclear) return verdict == Verdict::Equal;
+  // The values are held here and by whoever asked, so that the pair counts as one to tie.
+  const LispValue held_a = LispValue::share(a);
+  const LispValue held_b = LispValue::share(b);
+  return Comparison().run(a, b);
+}
+
+void releaseEquality(Run& run) { releaseNode(std::exchange(run.equality, nullptr)); }
+
+}  // namespace lisp

@@ -1,0 +1,157 @@
+#include "lisp/interpreter.h"
+
+#include <cassert>
+#include <utility>
+
+namespace lisp {
+namespace {
+
+// A reservation that spares ordinary runs the growth of the stacks.
+constexpr std::size_t kStackReserve = 64;
+
+bool is_running = false;  // Guards the rule of one interpreter at a time.
+
+}  // namespace
+
+Interpreter::Interpreter(const Environment& environment, const geometry::CoordContext* context,
+                         const HostTranscript* transcript)
+    : environment_(&environment), context_(context), transcript_(transcript) {
+  assert(!is_running);
+  is_running = true;
+  stack_.reserve(kStackReserve);
+}
+
+Interpreter::~Interpreter() {
+  unwind(0);
+  truncateLog(0);
+  for (Symbol* const symbol : touched_) putAtRest(*symbol);
+  for (const auto& [form, function] : definitions_) releaseFunction(function);
+  is_running = false;
+}
+
+void Interpreter::start(const EvalLimits& limits) {
+  step_limit_ = limits.step_limit;
+  steps_left_ = limits.step_limit;
+  step_limit_exceeded_ = false;
+  depth_limit_ = limits.depth_limit;
+  replay_cursor_ = 0;
+}
+
+std::uint64_t Interpreter::stepsUsed() const {
+  return step_limit_ - steps_left_ + (step_limit_exceeded_ ? 1 : 0);
+}
+
+Result Interpreter::failWith(OutcomeKind kind, std::string message) {
+  failure_kind_ = kind;
+  failure_message_ = std::move(message);
+  return Result::failure();
+}
+
+Result Interpreter::fail(std::string message) {
+  return failWith(OutcomeKind::EvalError, std::move(message));
+}
+
+Result Interpreter::failStepLimit() {
+  step_limit_exceeded_ = true;
+  return failWith(OutcomeKind::StepLimit, "LISP evaluation step limit exceeded");
+}
+
+Result Interpreter::failDepth() { return fail("LISP evaluation depth exceeded"); }
+
+Result Interpreter::requireHostCall(HostCall call) {
+  std::string message = "CAD host call required: " + call.name;
+  failure_host_call_ = std::move(call);
+  return failWith(OutcomeKind::HostCallRequired, std::move(message));
+}
+
+EvalOutcome Interpreter::takeFailure() {
+  assert(failure_kind_ != OutcomeKind::Value);
+  EvalOutcome outcome;
+  outcome.kind = failure_kind_;
+  outcome.host_call = std::exchange(failure_host_call_, std::nullopt);
+  outcome.message = std::move(failure_message_);
+  outcome.steps = stepsUsed();
+  return outcome;
+}
+
+const RawValue* Interpreter::lookupVariable(Symbol& symbol) {
+  if (symbol.owner < lazy_frame_) bindLazyLocal(symbol);
+  if (symbol.value.tag == Tag::NotLoaded) load(symbol);
+  return symbol.value.tag == Tag::Unbound ? nullptr : &symbol.value;
+}
+
+// Everything that assign does not do at once; takes over the hold on `value`.
+void Interpreter::assignSlowly(Symbol& symbol, RawValue value) {
+  if (symbol.owner < lazy_frame_) bindLazyLocal(symbol);
+  if (symbol.owner == kGlobalOwner) {
+    if (symbol.value.tag == Tag::NotLoaded) load(symbol);
+    symbol.changed = true;
+    release(std::exchange(symbol.value, value));
+  } else {
+    if (pending_calls_ > 0) logAssignment(symbol);
+    bind(symbol, value);
+  }
+}
+
+void Interpreter::touch(Symbol& symbol) {
+  if (symbol.touched) return;
+  symbol.touched = true;
+  ++symbol.references;
+  touched_.push_back(&symbol);
+}
+
+// Fills the slot of a global from the environment.
+void Interpreter::load(Symbol& symbol) {
+  touch(symbol);
+  symbol.value = environment_->find(symbol).value;
+  retain(symbol.value);
+}
+
+// Finds out what a name in function position stands for.
+Operation Interpreter::resolve(Symbol& symbol) {
+  touch(symbol);
+  UserFunction* const function = environment_->find(symbol).function;
+  if (function == nullptr) {
+    symbol.operation = symbol.base_operation;
+  } else {
+    retainFunction(function);
+    symbol.function = function;
+    symbol.operation = Operation::UserFunction;
+  }
+  return symbol.operation;
+}
+
+// Makes `function` the user function of `symbol`; takes over the hold. A special form keeps its
+// name: the record could never be reached, so it is not kept.
+void Interpreter::define(Symbol& symbol, UserFunction* function) {
+  if (symbol.base_operation <= Operation::Null) {
+    releaseFunction(function);
+    return;
+  }
+  touch(symbol);
+  releaseFunction(std::exchange(symbol.function, function));
+  symbol.operation = Operation::UserFunction;
+  symbol.changed = true;
+}
+
+void Interpreter::commit(Environment& target) {
+  assert(frame_ == 0 && trail_.empty());
+  for (Symbol* const symbol : touched_) {
+    if (!symbol->changed) continue;
+    Binding binding = target.find(*symbol);
+    if (symbol->value.tag != Tag::NotLoaded) binding.value = symbol->value;
+    if (symbol->function != nullptr) binding.function = symbol->function;
+    target.set(*symbol, binding);
+  }
+}
+
+void Interpreter::putAtRest(Symbol& symbol) {
+  release(std::exchange(symbol.value, RawValue{Tag::NotLoaded, 0, {}}));
+  releaseFunction(std::exchange(symbol.function, nullptr));
+  if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
+  symbol.touched = false;
+  symbol.changed = false;
+  if (--symbol.references == 0) retireSymbol(&symbol);
+}
+
+}  // namespace lisp

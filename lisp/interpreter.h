@@ -1,0 +1,195 @@
+// Interpreter: the state of one run of a program.
+//
+// Bindings are shallow: the value in force stands in the symbol's own record, so a variable is read
+// without a search. A call saves what it shadows on a trail and puts it back as it leaves. Between
+// runs every record is at rest; a run fills in what it touches from its environment, and when it
+// ends puts exactly that back to rest. So starting, failing and suspending a run cost nothing of
+// their own, and committing costs what the run changed.
+//
+// The contract describes copies: a call works on a copy of its caller's bindings, taken before its
+// arguments are evaluated. Nothing is copied here, but nobody can tell:
+//   - an assignment to a binding that an outer call owns saves it on the trail first, so the outer
+//     call finds its own value again;
+//   - an assignment to a local binding while arguments are evaluated is logged, and the callee
+//     begins with what the binding was before;
+//   - the locals of a function that declares many are bound only when they are touched.
+
+#ifndef LISP_INTERPRETER_H_
+#define LISP_INTERPRETER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "lisp/builtin.h"
+#include "lisp/environment.h"
+#include "lisp/list.h"
+#include "lisp/outcome.h"
+#include "lisp/symbol.h"
+#include "lisp/user_function.h"
+#include "lisp/value.h"
+
+namespace geometry {
+struct CoordContext;
+}
+
+namespace lisp {
+
+// The bounds of one run.
+struct EvalLimits {
+  std::uint64_t step_limit = 250000;  // Evaluations; the one after the last of them fails.
+  std::uint32_t depth_limit = 128;    // Levels of nested list forms, calls included.
+};
+
+// At most one Interpreter exists at a time: runs share the symbol records.
+class Interpreter {
+ public:
+  // A run on `environment`, with the coordinate context and the recorded answers of its host, null
+  // for none. All three are borrowed for the life of the interpreter.
+  Interpreter(const Environment& environment, const geometry::CoordContext* context,
+              const HostTranscript* transcript);
+  ~Interpreter();
+  Interpreter(const Interpreter&) = delete;
+  Interpreter& operator=(const Interpreter&) = delete;
+
+  // Begins the counts of a run.
+  void start(const EvalLimits& limits);
+
+  // Evaluates `form` at `depth`, which is 0 for the forms of a program. Counts one step, then
+  // checks the step limit, then the depth limit.
+  Result evaluate(const LispValue& form, std::uint32_t depth);
+
+  // Evaluates the items after the first, left to right, into new holds at the end of `values`.
+  // Returns false at the first failure, which is then parked here.
+  [[nodiscard]] bool evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
+                                       std::vector<LispValue>& values);
+
+  // Records a failure; what it returns travels outward unchanged.
+  Result fail(std::string message);  // OutcomeKind::EvalError
+  Result requireHostCall(HostCall call);
+
+  // The parked failure as the outcome of the run. Call once, after a Result that failed.
+  [[nodiscard]] EvalOutcome takeFailure();
+
+  // Carries what the run changed over into `target`, a version equal to the run's environment. The
+  // run must be over.
+  void commit(Environment& target);
+
+  [[nodiscard]] std::uint64_t stepsUsed() const;
+  [[nodiscard]] const geometry::CoordContext* context() const { return context_; }
+  [[nodiscard]] const HostTranscript* transcript() const { return transcript_; }
+  [[nodiscard]] std::size_t replayCursor() const { return replay_cursor_; }
+  void advanceReplayCursor() { ++replay_cursor_; }
+
+  // The binding of `symbol` in force, or null when it is unbound. Borrowed until the next
+  // evaluation.
+  [[nodiscard]] const RawValue* lookupVariable(Symbol& symbol);
+
+ private:
+  // A binding that a call has shadowed.
+  struct Shadowed {
+    Symbol* symbol;
+    RawValue value;  // Holds it.
+    std::uint32_t owner;
+  };
+
+  // A local binding that changed while arguments were evaluated, as it was before.
+  struct Logged {
+    Symbol* symbol;
+    RawValue value;  // Holds it.
+  };
+
+  // What every evaluation goes through, in line (evaluate.h).
+  Result evaluateHere(const LispValue& form, std::uint32_t depth);
+  void assign(Symbol& symbol, RawValue value);
+
+  // The evaluator (evaluator.cc). Each gets the run of the form's items and the depth at which to
+  // evaluate them.
+  Result evaluateSymbolSlowly(Symbol& symbol);
+  Result evaluateList(const Run& items, std::uint32_t depth);
+  Result callBuiltin(Symbol& name, Operation operation, const Run& items, std::uint32_t depth);
+  template <Operation operation>
+  Result callNumeric(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callIncrement(Symbol& name, double step, const Run& items, std::uint32_t depth);
+  Result callCarOrCdr(Symbol& name, Operation operation, const Run& items, std::uint32_t depth);
+  Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callList(const Run& items, std::uint32_t depth);
+  Result callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments, const Run& items,
+                         std::uint32_t depth);
+  void dropArguments(std::size_t stack_size);
+
+  // Special forms (special_forms.cc).
+  Result evaluateQuote(const Run& items);
+  Result evaluateSetq(const Run& items, std::uint32_t depth);
+  Result evaluateIf(const Run& items, std::uint32_t depth);
+  Result evaluateProgn(const Run& items, std::uint32_t depth);
+  Result evaluateWhile(const Run& items, std::uint32_t depth);
+  Result evaluateDefun(const Run& items);
+  Result evaluateAnd(const Run& items, std::uint32_t depth);
+  Result evaluateOr(const Run& items, std::uint32_t depth);
+  Result evaluateNot(const Symbol& name, const Run& items, std::uint32_t depth);
+
+  // Calls of user functions (user_call.cc).
+  Result applyFunction(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateBody(const UserFunction& function, std::uint32_t depth);
+  void enterCall(UserFunction& function, std::size_t first_argument, std::size_t log_begin);
+  void restoreCopies(std::size_t log_begin);
+  void bind(Symbol& symbol, RawValue value);
+  void unwind(std::size_t trail_size);
+  void bindLazyLocal(Symbol& symbol);
+  void logAssignment(Symbol& symbol);
+  void truncateLog(std::size_t size);
+
+  // Bindings (interpreter.cc).
+  void assignSlowly(Symbol& symbol, RawValue value);
+  void touch(Symbol& symbol);
+  void load(Symbol& symbol);
+  Operation resolve(Symbol& symbol);
+  void define(Symbol& symbol, UserFunction* function);
+  void putAtRest(Symbol& symbol);
+
+  Result failWith(OutcomeKind kind, std::string message);
+  Result failStepLimit();
+  Result failDepth();
+
+  // Counts and limits of the run.
+  std::uint64_t steps_left_ = 0;
+  std::uint32_t depth_limit_ = 0;
+
+  // The call in progress: 0 at top level, otherwise the number of calls inside each other. Names
+  // the owner of the bindings that the call makes.
+  std::uint32_t frame_ = 0;
+  std::uint32_t lazy_frame_ = 0;     // The innermost call with lazy locals, or 0.
+  std::uint32_t pending_calls_ = 0;  // Calls of this frame whose arguments are being evaluated.
+  std::uint64_t log_serial_ = 0;     // Of the innermost of them.
+  std::uint64_t last_log_serial_ = 0;
+
+  std::vector<LispValue> stack_;  // Evaluated arguments of the calls in progress.
+  std::vector<Shadowed> trail_;
+  std::vector<Logged> log_;
+  std::vector<const UserFunction*> frames_;  // The function of each call; held by applyFunction.
+
+  const Environment* environment_;
+  const geometry::CoordContext* context_;
+  const HostTranscript* transcript_;
+  std::size_t replay_cursor_ = 0;
+  std::vector<Symbol*> touched_;  // Holds them.
+  // What DEFUN forms with long parameter lists made, by form, so that a loop of DEFUN is cheap.
+  std::unordered_map<const Run*, UserFunction*> definitions_;  // Holds the functions.
+
+  // The failure that is on its way out.
+  OutcomeKind failure_kind_ = OutcomeKind::Value;
+  std::string failure_message_;
+  std::optional<HostCall> failure_host_call_;
+  std::uint64_t step_limit_ = 0;
+  bool step_limit_exceeded_ = false;
+};
+
+}  // namespace lisp
+
+#endif  // LISP_INTERPRETER_H_

@@ -1,0 +1,47 @@
+#include "lisp/keyed_hash.h"
+
+#include <cstddef>
+#include <random>
+
+namespace lisp {
+namespace {
+
+constexpr std::uint64_t kPrime = (std::uint64_t{1} << 61) - 1;
+constexpr std::size_t kDigitSize = 7;  // Bytes; a digit is below 2^56, so below the prime.
+
+__extension__ using Wide = unsigned __int128;
+
+// a * b + c modulo the prime, for a, b and c below it.
+std::uint64_t multiplyAdd(std::uint64_t a, std::uint64_t b, std::uint64_t c) {
+  const Wide sum = static_cast<Wide>(a) * b + c;
+  const std::uint64_t folded =
+      (static_cast<std::uint64_t>(sum) & kPrime) + static_cast<std::uint64_t>(sum >> 61);
+  return folded >= kPrime ? folded - kPrime : folded;
+}
+
+std::uint64_t digitAt(const char* bytes, std::size_t size) {
+  std::uint64_t digit = 0;
+  for (std::size_t i = 0; i < size; ++i) {
+    digit = (digit << 8) | static_cast<unsigned char>(bytes[i]);
+  }
+  return digit;
+}
+
+}  // namespace
+
+std::uint64_t drawHashPoint() {
+  std::random_device device;
+  const std::uint64_t high = device();
+  return ((high << 32) | device()) % kPrime;
+}
+
+std::uint64_t keyedHash(std::string_view bytes, std::uint64_t point) {
+  std::uint64_t hash = multiplyAdd(bytes.size(), point, 1);
+  while (bytes.size() >= kDigitSize) {
+    hash = multiplyAdd(hash, point, digitAt(bytes.data(), kDigitSize));
+    bytes.remove_prefix(kDigitSize);
+  }
+  return multiplyAdd(hash, point, digitAt(bytes.data(), bytes.size()));
+}
+
+}  // namespace lisp

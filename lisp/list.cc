@@ -1,0 +1,209 @@
+#include "lisp/list.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <cstring>
+#include <new>
+
+#include "lisp/equality.h"
+#include "lisp/storage.h"
+
+namespace lisp {
+namespace {
+
+// A run that CONS makes has room for twice as many elements as the run that it continues shows, up
+// to this: long lists cost few allocations and short ones little room.
+constexpr std::uint32_t kLinkedCapacityMax = 16;
+
+Run* dead_runs = nullptr;
+Run* run_in_decomposition = nullptr;  // Taken from the graveyard, partly taken apart.
+std::uint32_t next_dead_slot = 0;     // Its first slot that still holds its element.
+std::size_t run_count = 0;
+
+// The empty list's run is shared by all and never retired: its own reference stays.
+Run& emptyRun() {
+  static constinit Run run;
+  return run;
+}
+
+constexpr std::size_t flatSize(std::size_t capacity) {
+  return sizeof(Run) + capacity * sizeof(LispValue);
+}
+constexpr std::size_t linkedSize(std::size_t capacity) {
+  return sizeof(RunLink) + flatSize(capacity);
+}
+
+Run* allocateFlat(std::uint32_t capacity) {
+  decompose(2 * std::size_t{capacity} + 2);
+  auto* const run = new (storage::allocate(flatSize(capacity))) Run;
+  run->full_length = capacity;
+  ++run_count;
+  return run;
+}
+
+Run* allocateLinked(std::uint32_t capacity) {
+  decompose(2 * std::size_t{capacity} + 2);
+  auto* const link = new (storage::allocate(linkedSize(capacity))) RunLink;
+  ++run_count;
+  return new (link + 1) Run;
+}
+
+void deallocateRun(Run& run) {
+  --run_count;
+  if (run.tail_length == 0) {
+    storage::deallocate(&run, flatSize(run.capacity()));
+  } else {
+    storage::deallocate(&linkOf(run), linkedSize(run.capacity()));
+  }
+}
+
+// The first slot in use.
+std::uint32_t firstSlot(const Run& run) {
+  return run.tail_length == 0 ? 0 : run.full_length - linkOf(run).front_length;
+}
+
+bool holdsNan(const LispValue& value) {
+  const RawValue& raw = value.raw();
+  if (raw.tag == Tag::Number) return std::isnan(raw.number);
+  return raw.tag == Tag::List && listHoldsNan(raw);
+}
+
+std::uint32_t depthOf(const Run& run) { return run.tail_length == 0 ? 0 : linkOf(run).depth; }
+
+// Skew-binary jump pointers (Myers, "An applicative random-access stack"): the jump of a run leads
+// to where its tail's jump leads on when two equal jumps meet, and to its tail otherwise, so that a
+// walk to any depth takes a number of steps logarithmic in the number of runs.
+void linkTo(Run& run, Run& tail) {
+  RunLink& link = linkOf(run);
+  link.tail = &tail;
+  link.jump = &tail;
+  link.depth = depthOf(tail) + 1;
+  if (tail.tail_length == 0) return;
+  const Run& middle = *linkOf(tail).jump;
+  if (middle.tail_length == 0) return;
+  Run& far = *linkOf(middle).jump;
+  if (depthOf(tail) - depthOf(middle) == depthOf(middle) - depthOf(far)) link.jump = &far;
+}
+
+}  // namespace
+
+const Run& findRun(const Run& run, std::uint32_t remaining) {
+  const Run* at = &run;
+  while (remaining <= at->tail_length) {
+    const RunLink& link = linkOf(*at);
+    at = remaining <= link.jump->tail_length ? link.jump : link.tail;
+  }
+  return *at;
+}
+
+RawValue emptyList() {
+  RawValue raw;
+  raw.tag = Tag::List;
+  raw.record = &emptyRun();
+  retain(raw);
+  return raw;
+}
+
+RawValue makeList(LispValue* elements, std::size_t count) {
+  if (count == 0) return emptyList();
+  Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
+  // Two words each, and a hold moves with them; what is left behind is nil.
+  std::memcpy(static_cast<void*>(run->slots()), elements, count * sizeof(LispValue));
+  std::memset(static_cast<void*>(elements), 0, count * sizeof(LispValue));
+  for (std::size_t i = count; i-- > 0;) {
+    if (holdsNan(run->slots()[i])) {
+      run->nan_length = static_cast<std::uint32_t>(count - i);
+      break;
+    }
+  }
+  RawValue raw;
+  raw.tag = Tag::List;
+  raw.length = static_cast<std::uint32_t>(count);
+  raw.record = run;
+  return raw;
+}
+
+RawValue prepend(RawValue element, RawValue list) {
+  LispValue value = LispValue::adopt(element);
+  if (list.length == 0) {
+    release(list);
+    return makeList(&value, 1);
+  }
+  Run* run = &runOf(list);
+  const std::uint32_t length = list.length + 1;
+  const bool has_room = run->tail_length != 0 && linkOf(*run).front_length == list.length &&
+                        list.length < run->full_length;
+  if (!has_room) {
+    Run& tail = *run;
+    const std::uint32_t capacity =
+        std::min(kLinkedCapacityMax, 2 * (list.length - tail.tail_length));
+    run = allocateLinked(capacity);
+    run->tail_length = list.length;
+    run->full_length = list.length + capacity;
+    if (tail.nan_length <= list.length) run->nan_length = tail.nan_length;
+    linkTo(*run, tail);
+    list.record = run;
+  }
+  linkOf(*run).front_length = length;
+  if (run->nan_length == kNoNan && holdsNan(value)) run->nan_length = length;
+  new (run->slots() + (run->full_length - length)) LispValue(std::move(value));
+  list.length = length;
+  return list;
+}
+
+RawValue dropFirst(RawValue list) {
+  const std::uint32_t length = list.length - 1;
+  Run& run = runOf(list);
+  if (length == 0) {
+    release(list);
+    return emptyList();
+  }
+  if (length == run.tail_length) {
+    RawValue rest = list;
+    rest.record = linkOf(run).tail;
+    rest.length = length;
+    retain(rest);
+    release(list);
+    return rest;
+  }
+  list.length = length;
+  return list;
+}
+
+void bury(Run& run) {
+  releaseEquality(run);
+  run.next_dead = dead_runs;
+  dead_runs = &run;
+}
+
+void decompose(std::size_t units) {
+  while (units > 0) {
+    if (run_in_decomposition == nullptr) {
+      if (dead_runs == nullptr) return;
+      run_in_decomposition = dead_runs;
+      dead_runs = dead_runs->next_dead;
+      next_dead_slot = firstSlot(*run_in_decomposition);
+    }
+    Run& run = *run_in_decomposition;
+    const std::uint32_t end = static_cast<std::uint32_t>(
+        std::min<std::size_t>(run.capacity(), next_dead_slot + (units - 1)));
+    units -= end - next_dead_slot;
+    for (; next_dead_slot < end; ++next_dead_slot) {
+      release(run.slots()[next_dead_slot].raw());
+    }
+    if (end < run.capacity()) return;
+    --units;
+    run_in_decomposition = nullptr;
+    if (run.tail_length != 0 && --linkOf(run).tail->references == 0) bury(*linkOf(run).tail);
+    deallocateRun(run);
+  }
+}
+
+void decomposeAll() {
+  while (dead_runs != nullptr || run_in_decomposition != nullptr) decompose(1 << 20);
+}
+
+std::size_t runCount() { return run_count; }
+
+}  // namespace lisp

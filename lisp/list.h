@@ -1,0 +1,107 @@
+// How lists are stored: runs of contiguous elements, with shared tails.
+//
+// A list value is a run and a number of elements k. Elements are named by how many remain from them
+// to the end of the list, themselves included: the first element of the value has k remaining, the
+// last has 1. That number never changes as lists are put together in front, so it names the same
+// element for every list that shares it.
+//
+// A run holds the elements with full_length >= remaining > tail_length; the element with r
+// remaining stands at slot full_length - r. A flat run (from the reader or LIST) has no tail. A
+// linked run (from CONS) continues in its tail run at tail_length. So CDR only lowers k, moving on
+// to the tail where it begins, and CONS either claims the free slot in front of its argument's
+// first element or makes a run of one element and a few free slots.
+//
+// A run that is no longer held is not destroyed at once: it waits in the graveyard, and every
+// allocation of n elements takes 2 n + 2 of what waits there apart. No list, however deep, is ever
+// destroyed by recursion or in one go.
+
+#ifndef LISP_LIST_H_
+#define LISP_LIST_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "lisp/value.h"
+
+namespace lisp {
+
+struct EqualityNode;
+
+inline constexpr std::uint32_t kNoNan = std::numeric_limits<std::uint32_t>::max();
+
+// The head of a run; `capacity()` elements follow it. Those in use are initialised.
+struct Run : Counted {
+  std::uint32_t full_length = 0;  // What remains from slot 0 on.
+  std::uint32_t tail_length = 0;  // Elements of the list that follow in the tail; 0 when flat.
+  // The smallest number of elements that remain from one that is, or holds at any depth, a NaN: the
+  // list (run, k) holds a NaN when nan_length <= k. kNoNan when there is none.
+  std::uint32_t nan_length = kNoNan;
+  union {
+    EqualityNode* equality = nullptr;  // See lisp/equality.h; holds it.
+    Run* next_dead;                    // Of a run in the graveyard.
+  };
+
+  [[nodiscard]] std::uint32_t capacity() const { return full_length - tail_length; }
+  [[nodiscard]] LispValue* slots() { return reinterpret_cast<LispValue*>(this + 1); }
+  [[nodiscard]] const LispValue* slots() const {
+    return reinterpret_cast<const LispValue*>(this + 1);
+  }
+  // The element from which `remaining` elements remain; it must be one of this run's own.
+  [[nodiscard]] const LispValue& own(std::uint32_t remaining) const {
+    return slots()[full_length - remaining];
+  }
+};
+
+// What stands before the head of a linked run.
+struct RunLink {
+  Run* tail;                   // Holds it.
+  Run* jump;                   // A run further down the chain of tails; borrowed from the chain.
+  std::uint32_t depth;         // Number of tails below this run.
+  std::uint32_t front_length;  // What remains from the run's first element in use.
+};
+
+static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
+
+[[nodiscard]] inline Run& runOf(const RawValue& raw) { return *static_cast<Run*>(raw.record); }
+[[nodiscard]] inline RunLink& linkOf(Run& run) { return reinterpret_cast<RunLink*>(&run)[-1]; }
+[[nodiscard]] inline const RunLink& linkOf(const Run& run) {
+  return reinterpret_cast<const RunLink*>(&run)[-1];
+}
+
+// The run that holds the element with `remaining` of a list that begins in `run`, found in
+// O(log runs): `remaining` must be from 1 to the list's length.
+[[nodiscard]] const Run& findRun(const Run& run, std::uint32_t remaining);
+
+// True when the list holds a NaN at any depth.
+[[nodiscard]] inline bool listHoldsNan(const RawValue& list) {
+  return runOf(list).nan_length <= list.length;
+}
+
+// A list of `count` elements, which are moved out of `elements` (they are nil afterwards).
+[[nodiscard]] RawValue makeList(LispValue* elements, std::size_t count);
+
+// The empty list; `()`, not nil.
+[[nodiscard]] RawValue emptyList();
+
+// `element` in front of the elements of `list`; takes over both holds. O(1).
+[[nodiscard]] RawValue prepend(RawValue element, RawValue list);
+
+// The elements after the first of `list`, which must not be empty; takes over the hold. O(1).
+[[nodiscard]] RawValue dropFirst(RawValue list);
+
+// Puts a run that nobody holds into the graveyard.
+void bury(Run& run);
+
+// Takes at most `units` elements and heads of dead runs apart.
+void decompose(std::size_t units);
+
+// Takes apart everything that waits; for tests and orderly ends.
+void decomposeAll();
+
+// Runs alive or in the graveyard; tests watch it for growth.
+[[nodiscard]] std::size_t runCount();
+
+}  // namespace lisp
+
+#endif  // LISP_LIST_H_

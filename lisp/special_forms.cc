@@ -1,0 +1,174 @@
+// The special forms: operators that receive their arguments unevaluated.
+//
+// `count` is the number of items of the form, its own symbol included. A failure of a part travels
+// outward at once; what earlier parts have assigned stays assigned.
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lisp/evaluate.h"
+#include "lisp/interpreter.h"
+
+namespace lisp {
+
+Result Interpreter::evaluateQuote(const Run& items) {
+  if (items.full_length != 2) return fail("quote expects one argument");
+  return LispValue(items.slots()[1]);
+}
+
+Result Interpreter::evaluateSetq(const Run& items, std::uint32_t depth) {
+  const std::uint32_t count = items.full_length;
+  if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
+  const LispValue* const item = items.slots();
+  for (std::uint32_t i = 1;; i += 2) {
+    const RawValue& target = item[i].raw();
+    if (target.tag != Tag::Symbol) return fail("setq target must be a symbol");
+    const Result value = evaluateHere(item[i + 1], depth);
+    if (value.failed()) return value;
+    const bool is_last = i + 2 == count;
+    if (is_last) retain(value.raw);
+    assign(symbolOf(target), value.raw);
+    if (is_last) return value;
+  }
+}
+
+Result Interpreter::evaluateIf(const Run& items, std::uint32_t depth) {
+  const std::uint32_t count = items.full_length;
+  if (count != 3 && count != 4) {
+    return fail("if expects condition, true and optional false expression");
+  }
+  const LispValue* const item = items.slots();
+  const Result condition = evaluateHere(item[1], depth);
+  if (condition.failed()) return condition;
+  if (condition.raw.tag != Tag::Nil) {
+    release(condition.raw);
+    return evaluateHere(item[2], depth);
+  }
+  if (count == 3) return nil();
+  return evaluateHere(item[3], depth);
+}
+
+Result Interpreter::evaluateProgn(const Run& items, std::uint32_t depth) {
+  const std::uint32_t count = items.full_length;
+  if (count == 1) return nil();
+  const LispValue* const item = items.slots();
+  for (std::uint32_t i = 1; i < count - 1; ++i) {
+    const Result result = evaluateHere(item[i], depth);
+    if (result.failed()) return result;
+    release(result.raw);
+  }
+  return evaluateHere(item[count - 1], depth);
+}
+
+Result Interpreter::evaluateWhile(const Run& items, std::uint32_t depth) {
+  const std::uint32_t count = items.full_length;
+  if (count < 2) return fail("while expects a condition");
+  const LispValue* const item = items.slots();
+  Result body_result = nil();
+  while (true) {
+    const Result condition = evaluateHere(item[1], depth);
+    if (condition.failed()) {
+      release(body_result.raw);
+      return condition;
+    }
+    if (condition.raw.tag == Tag::Nil) return body_result;
+    release(condition.raw);
+    for (std::uint32_t i = 2; i < count; ++i) {
+      const Result result = evaluateHere(item[i], depth);
+      release(body_result.raw);
+      if (result.failed()) return result;
+      body_result = result;
+    }
+  }
+}
+
+Result Interpreter::evaluateAnd(const Run& items, std::uint32_t depth) {
+  Result result = truth();
+  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag != Tag::Nil; ++i) {
+    release(result.raw);
+    result = evaluateHere(items.slots()[i], depth);
+    if (result.failed()) return result;
+  }
+  return result;
+}
+
+Result Interpreter::evaluateOr(const Run& items, std::uint32_t depth) {
+  Result result = nil();
+  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag == Tag::Nil; ++i) {
+    result = evaluateHere(items.slots()[i], depth);
+  }
+  return result;
+}
+
+// NOT and NULL.
+Result Interpreter::evaluateNot(const Symbol& name, const Run& items, std::uint32_t depth) {
+  if (items.full_length != 2) return fail(std::string(name.bytes()) + " expects one argument");
+  const Result result = evaluateHere(items.slots()[1], depth);
+  if (result.failed()) return result;
+  if (result.raw.tag == Tag::Nil) return truth();
+  release(result.raw);
+  return nil();
+}
+
+namespace {
+
+// From this many parameters on, what a DEFUN form makes is kept for its next evaluation.
+constexpr std::uint32_t kKeptParametersMin = 16;
+
+struct Parameters {
+  std::vector<Symbol*> params;
+  std::vector<Symbol*> locals;
+};
+
+// Splits a parameter list at its first "/". Returns false when an element is not a symbol.
+bool splitParameters(const RawValue& list, Parameters& parameters) {
+  std::vector<Symbol*>* names = &parameters.params;
+  const Run& run = runOf(list);
+  for (std::uint32_t i = 0; i < list.length; ++i) {
+    const RawValue& raw = run.slots()[i].raw();
+    if (raw.tag != Tag::Symbol) return false;
+    Symbol& symbol = symbolOf(raw);
+    if (symbol.bytes() == "/") {
+      names = &parameters.locals;
+    } else {
+      names->push_back(&symbol);
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+Result Interpreter::evaluateDefun(const Run& items) {
+  const LispValue* const item = items.slots();
+  if (items.full_length < 4 || item[1].kind() != ValueKind::Symbol ||
+      item[2].kind() != ValueKind::List) {
+    return fail("defun syntax error");
+  }
+  UserFunction* function = nullptr;
+  const auto kept = definitions_.find(&items);
+  if (kept != definitions_.end()) {
+    function = kept->second;
+    retainFunction(function);
+  } else {
+    Parameters parameters;
+    if (!splitParameters(item[2].raw(), parameters)) {
+      return fail("defun parameter must be symbol");
+    }
+    RawValue form;
+    form.tag = Tag::List;
+    form.length = items.full_length;
+    form.record = const_cast<Run*>(&items);
+    function = new UserFunction(LispValue::share(form), std::move(parameters.params),
+                                std::move(parameters.locals));
+    if (item[2].raw().length >= kKeptParametersMin) {
+      definitions_.emplace(&items, function);
+      retainFunction(function);
+    }
+  }
+  define(symbolOf(item[1].raw()), function);
+  return LispValue(item[1]);
+}
+
+}  // namespace lisp

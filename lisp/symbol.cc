@@ -1,0 +1,144 @@
+#include "lisp/symbol.h"
+
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "lisp/keyed_hash.h"
+#include "lisp/storage.h"
+
+namespace lisp {
+namespace {
+
+std::uint64_t hashPoint() {
+  static const std::uint64_t point = drawHashPoint();
+  return point;
+}
+
+// A hash table of records, chained, with a power of two of buckets and at most one record a bucket
+// on average. It refers to its records without holding them: a record leaves as it is retired.
+template <typename Record>
+class InternTable {
+ public:
+  InternTable() : buckets_(kBucketsMin) {}
+
+  Record* intern(std::string_view bytes) {
+    const std::uint64_t hash = keyedHash(bytes, hashPoint());
+    for (Record* record = buckets_[indexOf(hash)]; record != nullptr; record = record->next) {
+      if (record->hash == hash && record->bytes() == bytes) {
+        ++record->references;
+        return record;
+      }
+    }
+    if (size_ == buckets_.size()) grow();
+    auto* const record = new (storage::allocate(sizeof(Record) + bytes.size())) Record;
+    record->length = static_cast<std::uint32_t>(bytes.size());
+    record->hash = hash;
+    if (!bytes.empty()) std::memcpy(static_cast<void*>(record + 1), bytes.data(), bytes.size());
+    insert(record);
+    ++size_;
+    return record;
+  }
+
+  void retire(Record* record) {
+    Record** link = &buckets_[indexOf(record->hash)];
+    while (*link != record) link = &(*link)->next;
+    *link = record->next;
+    --size_;
+    const std::size_t block_size = sizeof(Record) + record->length;
+    record->~Record();
+    storage::deallocate(record, block_size);
+  }
+
+  [[nodiscard]] std::size_t size() const { return size_; }
+
+ private:
+  static constexpr std::size_t kBucketsMin = 256;
+
+  [[nodiscard]] std::size_t indexOf(std::uint64_t hash) const {
+    return hash & (buckets_.size() - 1);
+  }
+
+  void insert(Record* record) {
+    Record*& head = buckets_[indexOf(record->hash)];
+    record->next = head;
+    head = record;
+  }
+
+  void grow() {
+    std::vector<Record*> old(buckets_.size() * 2);
+    old.swap(buckets_);
+    for (Record* record : old) {
+      while (record != nullptr) {
+        Record* const next = record->next;
+        insert(record);
+        record = next;
+      }
+    }
+  }
+
+  std::vector<Record*> buckets_;
+  std::size_t size_ = 0;
+};
+
+// The tables are never destroyed: values of other static objects may outlive any order of ends.
+InternTable<Symbol>& symbolTable() {
+  static auto& table = *new InternTable<Symbol>;
+  return table;
+}
+
+InternTable<Text>& textTable() {
+  static auto& table = *new InternTable<Text>;
+  return table;
+}
+
+// Places in environments: those given back, and the first never used.
+std::vector<std::uint32_t>& freeEnvironmentIndexes() {
+  static auto& indexes = *new std::vector<std::uint32_t>;
+  return indexes;
+}
+std::uint32_t next_environment_index = 0;
+
+Symbol* makeTruthSymbol() {
+  Symbol* const symbol = internSymbol("T");
+  symbol->owner = kTruthOwner;
+  symbol->value.tag = Tag::Symbol;
+  symbol->value.record = symbol;
+  ++symbol->references;
+  return symbol;
+}
+
+}  // namespace
+
+Symbol* const kTruthSymbol = makeTruthSymbol();
+Symbol* const kSelectionSetSymbol = internSymbol("$KVSEL");
+
+Symbol* internSymbol(std::string_view name) { return symbolTable().intern(name); }
+
+Text* internText(std::string_view text) { return textTable().intern(text); }
+
+void retireSymbol(Symbol* symbol) {
+  if (symbol->environment_index != kNoEnvironmentIndex) {
+    freeEnvironmentIndexes().push_back(symbol->environment_index);
+  }
+  symbolTable().retire(symbol);
+}
+
+void retireText(Text* text) { textTable().retire(text); }
+
+void assignEnvironmentIndex(Symbol& symbol) {
+  if (symbol.environment_index != kNoEnvironmentIndex) return;
+  std::vector<std::uint32_t>& free_indexes = freeEnvironmentIndexes();
+  if (free_indexes.empty()) {
+    symbol.environment_index = next_environment_index++;
+  } else {
+    symbol.environment_index = free_indexes.back();
+    free_indexes.pop_back();
+  }
+}
+
+std::size_t symbolCount() { return symbolTable().size(); }
+
+std::size_t textCount() { return textTable().size(); }
+
+}  // namespace lisp

@@ -1,0 +1,122 @@
+// The records that interned bytes share: texts (of strings) and symbols (of names).
+//
+// Equal bytes have one record, so equality is a comparison of addresses, and what the evaluator
+// needs to know about a name stands in the name's own record: the operation it stands for and its
+// current binding. A record is given back with its last reference, so a worker that sees new names
+// all day does not grow. The tables hash with a secret drawn at start: nobody can choose names that
+// collide.
+
+#ifndef LISP_SYMBOL_H_
+#define LISP_SYMBOL_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "lisp/value.h"
+
+namespace lisp {
+
+struct Builtin;
+class UserFunction;
+
+// Interned bytes; they follow the record in memory.
+template <typename Record>
+struct Interned : Counted {
+  std::uint32_t length = 0;  // Bytes.
+  std::uint64_t hash = 0;
+  Record* next = nullptr;  // In the same bucket of the table.
+
+  [[nodiscard]] std::string_view bytes() const {
+    return {reinterpret_cast<const char*>(static_cast<const Record*>(this) + 1), length};
+  }
+};
+
+// The text of string values.
+struct Text : Interned<Text> {};
+
+// What the evaluator does with a list that begins with a symbol. The special forms come first.
+enum class Operation : std::uint8_t {
+  Quote,
+  Setq,
+  If,
+  Progn,
+  While,
+  Defun,
+  And,
+  Or,
+  Not,
+  Null,
+  UserFunction,
+  Add,  // From here to List: builtins that evaluateList knows by heart.
+  Subtract,
+  Multiply,
+  Divide,
+  Increment,
+  Decrement,
+  NumberEqual,
+  NumberNotEqual,
+  Less,
+  Greater,
+  LessOrEqual,
+  GreaterOrEqual,
+  Car,
+  Cdr,
+  Cons,
+  List,
+  Builtin,      // Called with its evaluated arguments.
+  FormBuiltin,  // Called with its form; evaluates its arguments itself.
+  Unknown,      // No function of that name.
+  Unresolved,   // Not looked up in this run yet.
+};
+
+// Never touched by a local binding: `Symbol::owner` of a global one.
+inline constexpr std::uint32_t kGlobalOwner = 0;
+// The owner of T's slot, which holds T for good: assignments and bindings of T are never read, so
+// they are not made.
+inline constexpr std::uint32_t kTruthOwner = 0xFFFFFFFF;
+inline constexpr std::uint32_t kNoEnvironmentIndex = 0xFFFFFFFF;
+
+// The record of a name. The fields after `base_operation` belong to the run in progress and are at
+// rest (NotLoaded, Unresolved) between runs; see lisp/interpreter.h.
+struct Symbol : Interned<Symbol> {
+  RawValue value{Tag::NotLoaded, 0, {}};  // The binding in force; holds its record.
+  std::uint32_t owner = kGlobalOwner;     // The call that made the binding, 0 for the global one.
+  Operation operation = Operation::Unresolved;
+  Operation base_operation = Operation::Unknown;  // When no user function has the name.
+  bool touched = false;              // In the interpreter's list of symbols to put at rest.
+  bool changed = false;              // The run set the global or the function.
+  UserFunction* function = nullptr;  // Loaded or defined in this run; holds it.
+  const Builtin* builtin = nullptr;
+  std::uint64_t log_serial = 0;                           // See Interpreter::logAssignment.
+  std::uint32_t environment_index = kNoEnvironmentIndex;  // Its place in every Environment.
+};
+
+[[nodiscard]] inline Symbol& symbolOf(const RawValue& raw) {
+  return *static_cast<Symbol*>(raw.record);
+}
+[[nodiscard]] inline Text& textOf(const RawValue& raw) { return *static_cast<Text*>(raw.record); }
+
+// Returns the record of `name`, made if need be, with one more reference for the caller.
+[[nodiscard]] Symbol* internSymbol(std::string_view name);
+[[nodiscard]] Text* internText(std::string_view text);
+
+// Give back a record whose last reference has gone.
+void retireSymbol(Symbol* symbol);
+void retireText(Text* text);
+
+// Gives `symbol` a place in environments if it has none. The place lives as long as the record.
+void assignEnvironmentIndex(Symbol& symbol);
+
+// The symbol T, which always evaluates to itself, and the mark of a selection set. Borrowed; they
+// live as long as the process.
+extern Symbol* const kTruthSymbol;
+extern Symbol* const kSelectionSetSymbol;
+
+// Records alive now; tests watch them for growth.
+[[nodiscard]] std::size_t symbolCount();
+[[nodiscard]] std::size_t textCount();
+
+}  // namespace lisp
+
+#endif  // LISP_SYMBOL_H_

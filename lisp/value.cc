@@ -1,0 +1,129 @@
+#include "lisp/value.h"
+
+#include <algorithm>
+#include <variant>
+#include <vector>
+
+#include "lisp/equality.h"
+#include "lisp/list.h"
+#include "lisp/symbol.h"
+
+namespace lisp {
+namespace {
+
+LispValue adoptRecord(Tag tag, Counted* record) {
+  RawValue raw;
+  raw.tag = tag;
+  raw.record = record;
+  return LispValue::adopt(raw);
+}
+
+// Only the five kinds are values; anything else has escaped from the evaluator.
+void checkKind(const LispValue& value) {
+  if (value.raw().tag > Tag::List) throw std::bad_variant_access();
+}
+
+}  // namespace
+
+void retire(const RawValue& raw) {
+  switch (raw.tag) {
+    case Tag::String:
+      return retireText(&textOf(raw));
+    case Tag::Symbol:
+      return retireSymbol(&symbolOf(raw));
+    case Tag::List:
+      return bury(runOf(raw));
+    default:
+      return;
+  }
+}
+
+LispList::Iterator::Iterator(const Run* run, std::uint32_t left) : run_(run), left_(left) {
+  if (left_ > 0) element_ = &run_->own(left_);
+}
+
+LispList::Iterator& LispList::Iterator::operator++() {
+  --left_;
+  ++element_;
+  if (left_ > 0 && left_ == run_->tail_length) {
+    run_ = linkOf(*run_).tail;
+    element_ = &run_->own(left_);
+  }
+  return *this;
+}
+
+const LispValue& LispList::operator[](std::uint32_t index) const {
+  const std::uint32_t remaining = length_ - index;
+  return findRun(*run_, remaining).own(remaining);
+}
+
+LispValue number(double value) {
+  RawValue raw;
+  raw.tag = Tag::Number;
+  raw.number = value;
+  return LispValue::adopt(raw);
+}
+
+LispValue string(std::string_view text) { return adoptRecord(Tag::String, internText(text)); }
+
+LispValue symbol(std::string_view name) { return adoptRecord(Tag::Symbol, internSymbol(name)); }
+
+LispValue list(std::span<const LispValue> elements) {
+  std::vector<LispValue> copies(elements.begin(), elements.end());
+  return LispValue::adopt(makeList(copies.data(), copies.size()));
+}
+
+LispValue list(std::initializer_list<LispValue> elements) {
+  return list(std::span(elements.begin(), elements.size()));
+}
+
+LispValue truth() { return LispValue::share(kTruthSymbol->value); }
+
+std::optional<double> asNumber(const LispValue& value) {
+  checkKind(value);
+  if (value.kind() != ValueKind::Number) return std::nullopt;
+  return value.raw().number;
+}
+
+std::optional<std::string_view> asText(const LispValue& value) {
+  checkKind(value);
+  if (value.kind() == ValueKind::String) return textOf(value.raw()).bytes();
+  if (value.kind() == ValueKind::Symbol) return symbolOf(value.raw()).bytes();
+  return std::nullopt;
+}
+
+std::optional<LispList> asList(const LispValue& value) {
+  checkKind(value);
+  if (value.kind() != ValueKind::List) return std::nullopt;
+  return LispList(&runOf(value.raw()), value.raw().length);
+}
+
+bool isNumberList(const LispValue& value) {
+  const std::optional<LispList> elements = asList(value);
+  return elements && std::all_of(elements->begin(), elements->end(), [](const LispValue& element) {
+           return element.kind() == ValueKind::Number;
+         });
+}
+
+std::optional<LispList> asSelectionSet(const LispValue& value) {
+  const std::optional<LispList> elements = asList(value);
+  if (!elements || elements->empty()) return std::nullopt;
+  const RawValue& mark = elements->front().raw();
+  if (mark.tag != Tag::Symbol || mark.record != kSelectionSetSymbol) return std::nullopt;
+  return elements;
+}
+
+bool valuesEqual(const LispValue& a, const LispValue& b) {
+  checkKind(a);
+  checkKind(b);
+  const RawValue& x = a.raw();
+  const RawValue& y = b.raw();
+  if (x.tag != y.tag) return false;
+  if (x.tag == Tag::Nil) return true;
+  if (x.tag == Tag::Number) return x.number == y.number;
+  if (x.tag != Tag::List) return x.record == y.record;
+  if (x.length != y.length || listHoldsNan(x) || listHoldsNan(y)) return false;
+  return listsEqual(x, y);
+}
+
+}  // namespace lisp

@@ -1,0 +1,135 @@
+#include "worker/evaluation.h"
+
+#include <optional>
+#include <utility>
+
+#include "geometry/builtins.h"
+#include "host/builtins.h"
+#include "host/run.h"
+#include "lisp/builtin.h"
+#include "lisp/interpreter.h"
+#include "lisp/list.h"
+#include "lisp/reader.h"
+#include "worker/encoding.h"
+
+namespace worker {
+namespace {
+
+using geometry::CoordContext;
+using lisp::EvalOutcome;
+using lisp::Interpreter;
+using lisp::LispValue;
+using lisp::OutcomeKind;
+
+constexpr lisp::EvalLimits kLimits;  // The same for every run, replayed or not.
+
+// What is no longer needed is taken apart as memory is needed; this much more after each request,
+// so that a worker at rest does not hold on to what its last programs dropped.
+constexpr std::size_t kElementsDecomposedPerRequest = 4096;
+constexpr std::size_t kNodesDecomposedPerRequest = 64;
+
+void tidyUp() {
+  lisp::decomposeEnvironments(kNodesDecomposedPerRequest);
+  lisp::decompose(kElementsDecomposedPerRequest);
+}
+
+bool isHostCall(const EvalOutcome& outcome) {
+  return outcome.kind == OutcomeKind::HostCallRequired && outcome.host_call.has_value();
+}
+
+}  // namespace
+
+Evaluation::Evaluation(const geometry::ContextTable& contexts) : contexts_(contexts) {
+  lisp::installBuiltins(lisp::coreBuiltins());
+  lisp::installBuiltins(host::host_builtins());
+  lisp::installBuiltins(geometry::geometry_builtins());
+}
+
+WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::string_view payload,
+                                         std::string& response) {
+  // 1. The context.
+  const CoordContext* context = nullptr;
+  if (request.context_id != 0) {
+    context = contexts_.find_context(request.context_id);
+    if (context == nullptr) return WorkerStatus::ContextNotFound;
+  }
+  // 2. and 3. The run, on the persistent environment.
+  host::Program program{std::string(payload), {}, false};
+  EvalOutcome outcome;
+  {
+    Interpreter interpreter(environment_, context, nullptr);
+    outcome = host::run_program(interpreter, program, kLimits);
+    if (outcome.kind == OutcomeKind::Value) interpreter.commit(environment_);
+  }
+  // 4. What is kept. Encoding comes last and may refuse the text without changing what was decided.
+  std::uint64_t run_id = 0;
+  if (isHostCall(outcome)) {
+    run_id = pending_runs_.allocateRunId();
+    pending_runs_.storeRun(
+        {run_id, request.context_id, std::move(program), environment_, {}, *outcome.host_call});
+  }
+  const WorkerStatus status = encodeEvalResponse(outcome, run_id, response);
+  tidyUp();
+  return status;
+}
+
+WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::string_view payload,
+                                          std::string& response) {
+  // 1. The run.
+  PendingRun* const run = pending_runs_.findRun(request.run_id);
+  if (run == nullptr) return WorkerStatus::BadRequest;
+  // 2. Its context.
+  if (run->context_id != 0 && contexts_.find_context(run->context_id) == nullptr) {
+    pending_runs_.eraseRun(run->run_id);
+    return WorkerStatus::ContextNotFound;
+  }
+  // 3. The answer.
+  std::string error;
+  std::optional<LispValue> answer = lisp::parseProgram(payload, &error);
+  if (!answer) {
+    pending_runs_.eraseRun(run->run_id);
+    EvalOutcome outcome;
+    outcome.kind = OutcomeKind::ReadError;
+    outcome.message = "host response parse error: " + error;
+    return encodeEvalResponse(outcome, 0, response);
+  }
+  // 4. to 6. The replay.
+  const WorkerStatus status = resume(*run, std::move(*answer), response);
+  tidyUp();
+  return status;
+}
+
+WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& response) {
+  // 4. The answered call joins the transcript.
+  run.transcript.push_back(
+      {std::move(run.pending_call.name), std::move(run.pending_call.arguments), std::move(answer)});
+  // 5. The program runs again on its snapshot.
+  const CoordContext* const context =
+      run.context_id == 0 ? nullptr : contexts_.find_context(run.context_id);
+  EvalOutcome outcome;
+  {
+    Interpreter interpreter(run.environment, context, &run.transcript);
+    outcome = host::run_program(interpreter, run.program, kLimits);
+    if (outcome.kind == OutcomeKind::Value) {
+      // The last run to finish wins: what others committed meanwhile is not in the snapshot.
+      environment_ = run.environment;
+      interpreter.commit(environment_);
+    }
+  }
+  // 6. What is kept.
+  std::uint64_t run_id = 0;
+  if (isHostCall(outcome)) {
+    run.pending_call = *outcome.host_call;
+    run_id = run.run_id;
+  } else {
+    pending_runs_.eraseRun(run.run_id);
+  }
+  return encodeEvalResponse(outcome, run_id, response);
+}
+
+WorkerStatus Evaluation::handleEvalCancel(const MessageHeader& request) {
+  pending_runs_.eraseRun(request.run_id);  // Nothing is ever stored under 0.
+  return WorkerStatus::Ok;
+}
+
+}  // namespace worker
