@@ -36,8 +36,8 @@ lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::Buil
   }
   const lisp::HostTranscriptEntry& entry = (*transcript)[cursor];
   if (!matches(entry, call.name, arguments)) {
-    return interpreter.fail("LISP host replay divergence at call " + std::to_string(cursor + 1) +
-                            ": " + std::string(call.name));
+    return interpreter.fail(
+        "LISP host replay divergence at call " + std::to_string(cursor + 1) + ": ", call.name);
   }
   interpreter.advanceReplayCursor();
   return LispValue(entry.answer);

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <string>
+#include <functional>
+#include <span>
+#include <string_view>
 #include <utility>
 
+#include "lisp/arithmetic.h"
 #include "lisp/builtin.h"
 #include "lisp/interpreter.h"
 #include "lisp/list.h"
@@ -16,7 +19,7 @@ namespace {
 using ArgumentSpan = std::span<const LispValue>;
 
 Result failWithName(Interpreter& interpreter, const BuiltinCall& call, std::string_view suffix) {
-  return interpreter.fail(std::string(call.name).append(suffix));
+  return interpreter.fail(call.name, suffix);
 }
 
 bool areNumbers(ArgumentSpan arguments) {
@@ -30,39 +33,41 @@ Result truthOf(bool holds) { return holds ? truth() : nil(); }
 
 Result add(Interpreter& interpreter, const BuiltinCall& call) {
   if (!areNumbers(call.arguments)) return failWithName(interpreter, call, " expects numbers");
-  double sum = 0.0;
-  for (const LispValue& argument : call.arguments) sum += argument.raw().number;
-  return number(sum);
+  double total = 0.0;
+  for (const LispValue& argument : call.arguments) total = sum(total, argument.raw().number);
+  return number(total);
 }
 
 Result subtract(Interpreter& interpreter, const BuiltinCall& call) {
   if (call.arguments.empty() || !areNumbers(call.arguments)) {
     return failWithName(interpreter, call, " expects numbers");
   }
-  double difference = numberAt(call.arguments, 0);
-  if (call.arguments.size() == 1) return number(-difference);
-  for (const LispValue& argument : call.arguments.subspan(1)) difference -= argument.raw().number;
-  return number(difference);
+  double rest = numberAt(call.arguments, 0);
+  if (call.arguments.size() == 1) return number(-rest);
+  for (const LispValue& argument : call.arguments.subspan(1)) {
+    rest = difference(rest, argument.raw().number);
+  }
+  return number(rest);
 }
 
 Result multiply(Interpreter& interpreter, const BuiltinCall& call) {
   if (!areNumbers(call.arguments)) return failWithName(interpreter, call, " expects numbers");
-  double product = 1.0;
-  for (const LispValue& argument : call.arguments) product *= argument.raw().number;
-  return number(product);
+  double total = 1.0;
+  for (const LispValue& argument : call.arguments) total = product(total, argument.raw().number);
+  return number(total);
 }
 
 Result divide(Interpreter& interpreter, const BuiltinCall& call) {
   if (call.arguments.empty() || !areNumbers(call.arguments)) {
     return failWithName(interpreter, call, " expects numbers");
   }
-  double quotient = numberAt(call.arguments, 0);
+  double rest = numberAt(call.arguments, 0);
   for (const LispValue& argument : call.arguments.subspan(1)) {
     const double divisor = argument.raw().number;
     if (isRefusedDivisor(divisor)) return interpreter.fail("division by zero");
-    quotient /= divisor;
+    rest = quotient(rest, divisor);
   }
-  return number(quotient);
+  return number(rest);
 }
 
 Result increment(Interpreter& interpreter, const BuiltinCall& call) {

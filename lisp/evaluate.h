@@ -4,8 +4,6 @@
 #ifndef LISP_EVALUATE_H_
 #define LISP_EVALUATE_H_
 
-#include <utility>
-
 #include "lisp/interpreter.h"
 
 namespace lisp {
@@ -34,12 +32,32 @@ namespace lisp {
   return raw;
 }
 
+// The value of a form that is a literal or a bound variable, borrowed and without counting a step;
+// null for any other form. Whoever uses it counts the step.
+[[gnu::always_inline]] inline const RawValue* Interpreter::peek(const LispValue& form) const {
+  const RawValue& raw = form.raw();
+  if (raw.tag <= Tag::String) return &raw;
+  if (raw.tag != Tag::Symbol) return nullptr;
+  const Symbol& symbol = symbolOf(raw);
+  if (symbol.value.tag > Tag::List || symbol.owner < lazy_frame_) return nullptr;
+  return &symbol.value;
+}
+
+// Counts `steps` evaluations at `depth` that cannot fail but by the limits. False, and nothing is
+// counted, when they would.
+[[gnu::always_inline]] inline bool Interpreter::countSteps(std::uint64_t steps,
+                                                           std::uint32_t depth) {
+  if (steps_left_ < steps || depth > depth_limit_) return false;
+  steps_left_ -= steps;
+  return true;
+}
+
 // Makes `value` the value of the binding in force; takes over the hold.
 [[gnu::always_inline]] inline void Interpreter::assign(Symbol& symbol, RawValue value) {
   if (symbol.owner == frame_ && symbol.value.tag <= Tag::List && pending_calls_ == 0) {
     // A binding of this call, or at top level a global that has been loaded.
     if (frame_ == 0) symbol.changed = true;
-    release(std::exchange(symbol.value, value));
+    replace(symbol.value, value);
   } else {
     assignSlowly(symbol, value);
   }

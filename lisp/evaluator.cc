@@ -3,10 +3,10 @@
 #include <cmath>
 #include <cstddef>
 #include <span>
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "lisp/arithmetic.h"
 #include "lisp/builtin.h"
 #include "lisp/core_builtins.h"
 #include "lisp/evaluate.h"
@@ -15,35 +15,73 @@
 namespace lisp {
 namespace {
 
-// What a builtin of two numbers yields, when it yields a value at all: false sends the call to the
-// builtin itself, which knows the errors.
-template <Operation operation>
-bool applyNumeric(double a, double b, RawValue& result) {
-  if constexpr (operation >= Operation::NumberEqual) {
-    const bool holds = operation == Operation::NumberEqual      ? a == b
-                       : operation == Operation::NumberNotEqual ? a != b
-                       : operation == Operation::Less           ? a < b
-                       : operation == Operation::Greater        ? a > b
-                       : operation == Operation::LessOrEqual    ? a <= b
-                                                                : a >= b;
-    result = (holds ? truth() : nil()).release();
-    return true;
-  }
-  if (operation == Operation::Divide && isRefusedDivisor(b)) return false;
-  result.tag = Tag::Number;
-  result.length = 0;
-  result.number = operation == Operation::Add        ? 0.0 + a + b
-                  : operation == Operation::Subtract ? a - b
-                  : operation == Operation::Multiply ? 1.0 * a * b
-                                                     : a / b;
-  return true;
-}
-
-RawValue makeNumber(double value) {
+inline Result makeNumber(double value) {
   RawValue raw;
   raw.tag = Tag::Number;
   raw.number = value;
   return raw;
+}
+
+inline Result makeTruth(bool holds) { return holds ? truth() : nil(); }
+
+// Whether applyNumeric may be called: a refused divisor is left to the builtin, which knows the
+// error.
+template <Operation operation>
+bool isApplicable(double b) {
+  return operation != Operation::Divide || !isRefusedDivisor(b);
+}
+
+// What a builtin of two numbers yields.
+template <Operation operation>
+Result applyNumeric(double a, double b) {
+  switch (operation) {
+    case Operation::Add:
+      return makeNumber(sum(0.0 + a, b));
+    case Operation::Subtract:
+      return makeNumber(difference(a, b));
+    case Operation::Multiply:
+      return makeNumber(product(a, b));
+    case Operation::Divide:
+      return makeNumber(quotient(a, b));
+    case Operation::NumberEqual:
+      return makeTruth(a == b);
+    case Operation::NumberNotEqual:
+      return makeTruth(a != b);
+    case Operation::Less:
+      return makeTruth(a < b);
+    case Operation::Greater:
+      return makeTruth(a > b);
+    case Operation::LessOrEqual:
+      return makeTruth(a <= b);
+    default:
+      static_assert(operation <= Operation::GreaterOrEqual);
+      return makeTruth(a >= b);
+  }
+}
+
+// Whether applyUnary may be called.
+template <Operation operation>
+bool isApplicable(const RawValue& argument) {
+  if (operation == Operation::Car || operation == Operation::Cdr) {
+    return argument.tag == Tag::List && argument.length != 0;
+  }
+  return argument.tag == Tag::Number;
+}
+
+// What a builtin of one argument yields.
+template <Operation operation>
+Result applyUnary(const RawValue& argument) {
+  switch (operation) {
+    case Operation::Increment:
+      return makeNumber(argument.number + 1.0);
+    case Operation::Decrement:
+      return makeNumber(argument.number - 1.0);
+    case Operation::Car:
+      return LispValue(runOf(argument).own(argument.length));
+    default:
+      static_assert(operation <= Operation::Cdr);
+      return dropFirst(LispValue::share(argument).release());
+  }
 }
 
 }  // namespace
@@ -55,7 +93,7 @@ Result Interpreter::evaluate(const LispValue& form, std::uint32_t depth) {
 // A symbol whose slot does not simply hold its value.
 Result Interpreter::evaluateSymbolSlowly(Symbol& symbol) {
   const RawValue* const value = lookupVariable(symbol);
-  if (value == nullptr) return fail("unbound symbol: " + std::string(symbol.bytes()));
+  if (value == nullptr) return fail("unbound symbol: ", symbol.bytes());
   retain(*value);
   return *value;
 }
@@ -67,9 +105,7 @@ Result Interpreter::evaluateList(const Run& items, std::uint32_t depth) {
   const RawValue& head = items.slots()[0].raw();
   if (head.tag != Tag::Symbol) return fail("first list item must be a function symbol");
   Symbol& name = symbolOf(head);
-  Operation operation = name.operation;
-  if (operation == Operation::Unresolved) [[unlikely]]
-    operation = resolve(name);
+  const Operation operation = name.operation;
   switch (operation) {
     case Operation::Quote:
       return evaluateQuote(items);
@@ -101,9 +137,9 @@ Result Interpreter::evaluateList(const Run& items, std::uint32_t depth) {
     case Operation::Divide:
       return callNumeric<Operation::Divide>(name, items, depth);
     case Operation::Increment:
-      return callIncrement(name, 1.0, items, depth);
+      return callUnary<Operation::Increment>(name, items, depth);
     case Operation::Decrement:
-      return callIncrement(name, -1.0, items, depth);
+      return callUnary<Operation::Decrement>(name, items, depth);
     case Operation::NumberEqual:
       return callNumeric<Operation::NumberEqual>(name, items, depth);
     case Operation::NumberNotEqual:
@@ -117,8 +153,9 @@ Result Interpreter::evaluateList(const Run& items, std::uint32_t depth) {
     case Operation::GreaterOrEqual:
       return callNumeric<Operation::GreaterOrEqual>(name, items, depth);
     case Operation::Car:
+      return callUnary<Operation::Car>(name, items, depth);
     case Operation::Cdr:
-      return callCarOrCdr(name, operation, items, depth);
+      return callUnary<Operation::Cdr>(name, items, depth);
     case Operation::Cons:
       return callCons(name, items, depth);
     case Operation::List:
@@ -126,10 +163,16 @@ Result Interpreter::evaluateList(const Run& items, std::uint32_t depth) {
     case Operation::Builtin:
     case Operation::FormBuiltin:
     case Operation::Unknown:
-    case Operation::Unresolved:
       return callBuiltin(name, operation, items, depth);
+    case Operation::Unresolved:
+      return resolveAndEvaluate(name, items, depth);
   }
   return Result::failure();
+}
+
+Result Interpreter::resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth) {
+  resolve(name);
+  return evaluateList(items, depth);
 }
 
 bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
@@ -155,7 +198,7 @@ Result Interpreter::callBuiltin(Symbol& name, Operation operation, const Run& it
     return Result::failure();
   }
   if (operation == Operation::Unknown) {
-    return fail("unsupported LISP function: " + std::string(name.bytes()));
+    return fail("unsupported LISP function: ", name.bytes());
   }
   const std::span<const LispValue> arguments = std::span(stack_).subspan(first_argument);
   const Result result = callBuiltinWith(name, arguments, items, depth);
@@ -169,9 +212,23 @@ Result Interpreter::callBuiltinWith(const Symbol& name, std::span<const LispValu
   return name.builtin->function(*this, call);
 }
 
-// Arithmetic and comparison of two numbers; all other calls are the builtin's own work.
+// Arithmetic and comparison. Two numbers that need no evaluation are most of all calls.
 template <Operation operation>
 Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (items.full_length == 3) {
+    const RawValue* const a = peek(items.slots()[1]);
+    const RawValue* const b = peek(items.slots()[2]);
+    if (a != nullptr && b != nullptr && a->tag == Tag::Number && b->tag == Tag::Number &&
+        isApplicable<operation>(b->number) && countSteps(2, depth)) {
+      return applyNumeric<operation>(a->number, b->number);
+    }
+  }
+  return callNumericOfForms<operation>(name, items, depth);
+}
+
+// Two operands of any form; other counts and other kinds are the builtin's own work.
+template <Operation operation>
+Result Interpreter::callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length != 3) return callBuiltin(name, Operation::Builtin, items, depth);
   const Result a = evaluateHere(items.slots()[1], depth);
   if (a.failed()) return a;
@@ -180,39 +237,30 @@ Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t de
     release(a.raw);
     return b;
   }
-  if (a.raw.tag == Tag::Number && b.raw.tag == Tag::Number) {
-    RawValue result;
-    if (applyNumeric<operation>(a.raw.number, b.raw.number, result)) return result;
+  if (a.raw.tag == Tag::Number && b.raw.tag == Tag::Number &&
+      isApplicable<operation>(b.raw.number)) {
+    return applyNumeric<operation>(a.raw.number, b.raw.number);
   }
-  const LispValue arguments[] = {LispValue::adopt(a.raw), LispValue::adopt(b.raw)};
+  return callPair(name, a.raw, b.raw, items, depth);
+}
+
+// A builtin of two evaluated arguments, whose holds it takes over.
+Result Interpreter::callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
+                             std::uint32_t depth) {
+  const LispValue arguments[] = {LispValue::adopt(a), LispValue::adopt(b)};
   return callBuiltinWith(name, arguments, items, depth);
 }
 
-Result Interpreter::callIncrement(Symbol& name, double step, const Run& items,
-                                  std::uint32_t depth) {
-  if (items.full_length != 2) return callBuiltin(name, Operation::Builtin, items, depth);
-  const Result a = evaluateHere(items.slots()[1], depth);
-  if (a.failed()) return a;
-  if (a.raw.tag == Tag::Number) return makeNumber(a.raw.number + step);
-  const LispValue argument = LispValue::adopt(a.raw);
-  return callBuiltinWith(name, {&argument, 1}, items, depth);
-}
-
-Result Interpreter::callCarOrCdr(Symbol& name, Operation operation, const Run& items,
-                                 std::uint32_t depth) {
-  if (items.full_length != 2) return callBuiltin(name, Operation::Builtin, items, depth);
-  const Result list = evaluateHere(items.slots()[1], depth);
-  if (list.failed()) return list;
-  if (list.raw.tag != Tag::List || list.raw.length == 0) {
-    release(list.raw);
-    return nil();
+// 1+, 1-, CAR and CDR of one argument; other counts and kinds are the builtin's own work.
+template <Operation operation>
+Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (items.full_length == 2) {
+    const RawValue* const argument = peek(items.slots()[1]);
+    if (argument != nullptr && isApplicable<operation>(*argument) && countSteps(1, depth)) {
+      return applyUnary<operation>(*argument);
+    }
   }
-  if (operation == Operation::Cdr) return dropFirst(list.raw);
-  const RawValue& first = runOf(list.raw).own(list.raw.length).raw();
-  const RawValue element = first;
-  retain(element);
-  release(list.raw);
-  return element;
+  return callBuiltin(name, Operation::Builtin, items, depth);
 }
 
 Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth) {

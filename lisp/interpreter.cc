@@ -32,36 +32,32 @@ Interpreter::~Interpreter() {
 void Interpreter::start(const EvalLimits& limits) {
   step_limit_ = limits.step_limit;
   steps_left_ = limits.step_limit;
-  step_limit_exceeded_ = false;
   depth_limit_ = limits.depth_limit;
   replay_cursor_ = 0;
 }
 
-std::uint64_t Interpreter::stepsUsed() const {
-  return step_limit_ - steps_left_ + (step_limit_exceeded_ ? 1 : 0);
-}
+std::uint64_t Interpreter::stepsUsed() const { return step_limit_ - steps_left_; }
 
-Result Interpreter::failWith(OutcomeKind kind, std::string message) {
+Result Interpreter::failWith(OutcomeKind kind, std::string_view message, std::string_view name) {
   failure_kind_ = kind;
-  failure_message_ = std::move(message);
+  failure_message_.assign(message).append(name);
   return Result::failure();
 }
 
-Result Interpreter::fail(std::string message) {
-  return failWith(OutcomeKind::EvalError, std::move(message));
+Result Interpreter::fail(std::string_view message, std::string_view name) {
+  return failWith(OutcomeKind::EvalError, message, name);
 }
 
 Result Interpreter::failStepLimit() {
-  step_limit_exceeded_ = true;
   return failWith(OutcomeKind::StepLimit, "LISP evaluation step limit exceeded");
 }
 
 Result Interpreter::failDepth() { return fail("LISP evaluation depth exceeded"); }
 
 Result Interpreter::requireHostCall(HostCall call) {
-  std::string message = "CAD host call required: " + call.name;
   failure_host_call_ = std::move(call);
-  return failWith(OutcomeKind::HostCallRequired, std::move(message));
+  return failWith(OutcomeKind::HostCallRequired,
+                  "CAD host call required: ", failure_host_call_->name);
 }
 
 EvalOutcome Interpreter::takeFailure() {
@@ -86,7 +82,7 @@ void Interpreter::assignSlowly(Symbol& symbol, RawValue value) {
   if (symbol.owner == kGlobalOwner) {
     if (symbol.value.tag == Tag::NotLoaded) load(symbol);
     symbol.changed = true;
-    release(std::exchange(symbol.value, value));
+    replace(symbol.value, value);
   } else {
     if (pending_calls_ > 0) logAssignment(symbol);
     bind(symbol, value);
@@ -108,7 +104,7 @@ void Interpreter::load(Symbol& symbol) {
 }
 
 // Finds out what a name in function position stands for.
-Operation Interpreter::resolve(Symbol& symbol) {
+void Interpreter::resolve(Symbol& symbol) {
   touch(symbol);
   UserFunction* const function = environment_->find(symbol).function;
   if (function == nullptr) {
@@ -118,7 +114,6 @@ Operation Interpreter::resolve(Symbol& symbol) {
     symbol.function = function;
     symbol.operation = Operation::UserFunction;
   }
-  return symbol.operation;
 }
 
 // Makes `function` the user function of `symbol`; takes over the hold. A special form keeps its
@@ -146,7 +141,9 @@ void Interpreter::commit(Environment& target) {
 }
 
 void Interpreter::putAtRest(Symbol& symbol) {
-  release(std::exchange(symbol.value, RawValue{Tag::NotLoaded, 0, {}}));
+  if (symbol.owner != kTruthOwner) {
+    replace(symbol.value, RawValue{Tag::NotLoaded, 0, {}});
+  }
   releaseFunction(std::exchange(symbol.function, nullptr));
   if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
   symbol.touched = false;

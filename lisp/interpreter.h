@@ -69,8 +69,9 @@ class Interpreter {
   [[nodiscard]] bool evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
                                        std::vector<LispValue>& values);
 
-  // Records a failure; what it returns travels outward unchanged.
-  Result fail(std::string message);  // OutcomeKind::EvalError
+  // Records a failure; what it returns travels outward unchanged. The message is the fixed text
+  // and the name, put together.
+  [[gnu::cold]] Result fail(std::string_view message, std::string_view name = {});  // EvalError
   Result requireHostCall(HostCall call);
 
   // The parked failure as the outcome of the run. Call once, after a Result that failed.
@@ -106,19 +107,26 @@ class Interpreter {
 
   // What every evaluation goes through, in line (evaluate.h).
   Result evaluateHere(const LispValue& form, std::uint32_t depth);
+  [[nodiscard]] const RawValue* peek(const LispValue& form) const;
+  [[nodiscard]] bool countSteps(std::uint64_t steps, std::uint32_t depth);
   void assign(Symbol& symbol, RawValue value);
 
   // The evaluator (evaluator.cc). Each gets the run of the form's items and the depth at which to
   // evaluate them.
   Result evaluateSymbolSlowly(Symbol& symbol);
   Result evaluateList(const Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth);
   Result callBuiltin(Symbol& name, Operation operation, const Run& items, std::uint32_t depth);
   template <Operation operation>
-  Result callNumeric(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callIncrement(Symbol& name, double step, const Run& items, std::uint32_t depth);
-  Result callCarOrCdr(Symbol& name, Operation operation, const Run& items, std::uint32_t depth);
-  Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callList(const Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result callNumeric(Symbol& name, const Run& items, std::uint32_t depth);
+  template <Operation operation>
+  [[gnu::noinline]] Result callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth);
+  template <Operation operation>
+  [[gnu::noinline]] Result callUnary(Symbol& name, const Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result callList(const Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
+                                    std::uint32_t depth);
   Result callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments, const Run& items,
                          std::uint32_t depth);
   void dropArguments(std::size_t stack_size);
@@ -149,15 +157,16 @@ class Interpreter {
   void assignSlowly(Symbol& symbol, RawValue value);
   void touch(Symbol& symbol);
   void load(Symbol& symbol);
-  Operation resolve(Symbol& symbol);
+  void resolve(Symbol& symbol);
   void define(Symbol& symbol, UserFunction* function);
   void putAtRest(Symbol& symbol);
 
-  Result failWith(OutcomeKind kind, std::string message);
-  Result failStepLimit();
-  Result failDepth();
+  [[gnu::cold]] Result failWith(OutcomeKind kind, std::string_view message,
+                                std::string_view name = {});
+  [[gnu::cold]] Result failStepLimit();
+  [[gnu::cold]] Result failDepth();
 
-  // Counts and limits of the run.
+  // Counts and limits of the run. The step that exceeds the limit wraps steps_left_ around.
   std::uint64_t steps_left_ = 0;
   std::uint32_t depth_limit_ = 0;
 
@@ -187,7 +196,6 @@ class Interpreter {
   std::string failure_message_;
   std::optional<HostCall> failure_host_call_;
   std::uint64_t step_limit_ = 0;
-  bool step_limit_exceeded_ = false;
 };
 
 }  // namespace lisp

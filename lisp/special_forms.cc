@@ -3,7 +3,6 @@
 // `count` is the number of items of the form, its own symbol included. A failure of a part travels
 // outward at once; what earlier parts have assigned stays assigned.
 
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -103,7 +102,7 @@ Result Interpreter::evaluateOr(const Run& items, std::uint32_t depth) {
 
 // NOT and NULL.
 Result Interpreter::evaluateNot(const Symbol& name, const Run& items, std::uint32_t depth) {
-  if (items.full_length != 2) return fail(std::string(name.bytes()) + " expects one argument");
+  if (items.full_length != 2) return fail(name.bytes(), " expects one argument");
   const Result result = evaluateHere(items.slots()[1], depth);
   if (result.failed()) return result;
   if (result.raw.tag == Tag::Nil) return truth();

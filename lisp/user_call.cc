@@ -1,7 +1,6 @@
 // How the interpreter calls user functions.
 
 #include <span>
-#include <string>
 #include <utility>
 
 #include "lisp/evaluate.h"
@@ -13,7 +12,7 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
   UserFunction* const function = name.function;
   // 1. Arity, before any argument is evaluated.
   if (items.full_length - 1 != function->params().size()) {
-    return fail("wrong argument count for " + std::string(name.bytes()));
+    return fail("wrong argument count for ", name.bytes());
   }
   // The record found here serves the call to its end, whatever redefines the name meanwhile.
   retainFunction(function);
@@ -79,7 +78,7 @@ void Interpreter::enterCall(UserFunction& function, std::size_t first_argument,
   lazy_frame_ = frame_;
   for (std::size_t i = trail_size; i < trail_.size(); ++i) {
     Symbol& symbol = *trail_[i].symbol;
-    if (function.isLocal(symbol)) release(std::exchange(symbol.value, RawValue()));
+    if (function.isLocal(symbol)) replace(symbol.value, RawValue());
   }
 }
 
@@ -96,7 +95,7 @@ void Interpreter::restoreCopies(std::size_t log_begin) {
 // Binds `symbol` in the call in progress; takes over the hold on `value`.
 void Interpreter::bind(Symbol& symbol, RawValue value) {
   if (symbol.owner == frame_) {
-    release(std::exchange(symbol.value, value));
+    replace(symbol.value, value);
   } else if (symbol.owner == kTruthOwner) {
     release(value);
   } else {
@@ -109,7 +108,7 @@ void Interpreter::bind(Symbol& symbol, RawValue value) {
 void Interpreter::unwind(std::size_t trail_size) {
   while (trail_.size() > trail_size) {
     const Shadowed& shadowed = trail_.back();
-    release(std::exchange(shadowed.symbol->value, shadowed.value));
+    replace(shadowed.symbol->value, shadowed.value);
     shadowed.symbol->owner = shadowed.owner;
     trail_.pop_back();
   }

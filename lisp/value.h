@@ -73,6 +73,17 @@ inline void release(const RawValue& raw) {
   if (isCounted(raw) && --raw.record->references == 0) retire(raw);
 }
 
+// Puts `value`, whose hold it takes over, in the place of what `slot` holds.
+inline void replace(RawValue& slot, const RawValue& value) {
+  const Tag old_tag = slot.tag;
+  Counted* const old_record = slot.record;
+  slot = value;
+  RawValue old;
+  old.tag = old_tag;
+  old.record = old_record;
+  release(old);
+}
+
 // One value. Copying is O(1); a moved-from value is nil.
 // Invariant: the tag is one of the five kinds and alone decides what the second word holds, so a
 // kind cannot contradict its payload; only makers and accessors look at either.
