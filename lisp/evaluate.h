@@ -11,9 +11,8 @@ namespace lisp {
 // 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind.
 [[gnu::always_inline]] inline Result Interpreter::evaluateHere(const LispValue& form,
                                                                std::uint32_t depth) {
-  if (steps_left_ == 0) [[unlikely]]
+  if (steps_left_-- == 0) [[unlikely]]
     return failStepLimit();
-  --steps_left_;
   if (depth > depth_limit_) [[unlikely]]
     return failDepth();
   const RawValue& raw = form.raw();

@@ -41,7 +41,9 @@ std::uint64_t keyedHash(std::string_view bytes, std::uint64_t point) {
     hash = multiplyAdd(hash, point, digitAt(bytes.data(), kDigitSize));
     bytes.remove_prefix(kDigitSize);
   }
-  return multiplyAdd(hash, point, digitAt(bytes.data(), bytes.size()));
+  hash = multiplyAdd(hash, point, digitAt(bytes.data(), bytes.size()));
+  // A last multiplication, so that the low bits of names that differ in one digit differ too.
+  return multiplyAdd(hash, point, 0);
 }
 
 }  // namespace lisp

@@ -48,7 +48,22 @@ bool isTooLarge(std::string_view digits) {
   return exponent + places > 0;
 }
 
+// Most numbers of programs are whole and small: up to this many digits are exact as they are read.
+constexpr std::size_t kExactDigitsMax = 15;
+
+// The value of a token of at most kExactDigitsMax digits and nothing else.
+std::optional<double> parseSmallWhole(std::string_view digits) {
+  if (digits.size() > kExactDigitsMax) return std::nullopt;
+  std::uint64_t value = 0;
+  for (const char c : digits) {
+    if (!isDigit(c)) return std::nullopt;
+    value = value * 10 + static_cast<std::uint64_t>(c - '0');
+  }
+  return static_cast<double>(value);
+}
+
 std::optional<double> parseDecimal(std::string_view digits) {
+  if (const std::optional<double> small = parseSmallWhole(digits)) return small;
   double value = 0.0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, value);
