@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/list_hash.h"
 #include "lisp/storage.h"
 
 namespace lisp {
@@ -45,8 +46,9 @@ std::uint64_t drawPriority() {
   return z ^ (z >> 31);
 }
 
+// The run's node, made if need be: knowledge about the elements, which stay as they are.
 EqualityNode& nodeOf(const Run& run) {
-  auto& owner = const_cast<Run&>(run);  // Knowledge about the elements, which stay as they are.
+  auto& owner = const_cast<Run&>(run);
   if (owner.equality == nullptr) {
     owner.equality = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
     owner.equality->priority = drawPriority();
@@ -178,7 +180,7 @@ class Comparison {
     if (a.tag == Tag::Nil) return true;
     if (a.tag == Tag::Number) return a.number == b.number;
     if (a.tag != Tag::List) return a.record == b.record;
-    if (a.length != b.length) return false;
+    if (a.length != b.length || listHash(a) != listHash(b)) return false;
     if (a.length != 0) static_cast<void>(meet(runOf(a), runOf(b), a.length));
     return true;
   }
@@ -220,6 +222,7 @@ Verdict compareShort(const RawValue& a, const RawValue& b) {
 bool listsEqual(const RawValue& a, const RawValue& b) {
   assert(a.length == b.length);
   if (a.length == 0 || a.record == b.record) return true;
+  if (listHash(a) != listHash(b)) return false;
   const Verdict verdict = compareShort(a, b);
   if (verdict != Verdict::Unclear) return verdict == Verdict::Equal;
   // The values are held here and by whoever asked, so that the pair counts as one to tie.

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "lisp/equality.h"
+#include "lisp/list_hash.h"
 #include "lisp/storage.h"
 
 namespace lisp {
@@ -28,7 +29,7 @@ Run& emptyRun() {
 }
 
 constexpr std::size_t flatSize(std::size_t capacity) {
-  return sizeof(Run) + capacity * sizeof(LispValue);
+  return sizeof(Run) + capacity * (sizeof(LispValue) + sizeof(std::uint64_t));
 }
 constexpr std::size_t linkedSize(std::size_t capacity) {
   return sizeof(RunLink) + flatSize(capacity);
@@ -67,6 +68,20 @@ bool holdsNan(const LispValue& value) {
   const RawValue& raw = value.raw();
   if (raw.tag == Tag::Number) return std::isnan(raw.number);
   return raw.tag == Tag::List && listHoldsNan(raw);
+}
+
+// Lists up to this many elements are looked through for lists among them.
+constexpr std::uint32_t kLeafLengthMax = 16;
+
+// True when `element` leads to no run but perhaps a flat one of atoms, such as a point.
+bool leadsToNoList(const RawValue& element) {
+  if (element.tag != Tag::List || element.length == 0) return true;
+  const Run& run = runOf(element);
+  if (run.tail_length != 0 || run.full_length > kLeafLengthMax) return false;
+  // The whole run: it holds the elements before those in view, too.
+  return std::none_of(run.slots(), run.slots() + run.full_length, [](const LispValue& value) {
+    return value.raw().tag == Tag::List && value.raw().length != 0;
+  });
 }
 
 std::uint32_t depthOf(const Run& run) { return run.tail_length == 0 ? 0 : linkOf(run).depth; }
@@ -111,10 +126,13 @@ RawValue makeList(LispValue* elements, std::size_t count) {
   // Two words each, and a hold moves with them; what is left behind is nil.
   std::memcpy(static_cast<void*>(run->slots()), elements, count * sizeof(LispValue));
   std::memset(static_cast<void*>(elements), 0, count * sizeof(LispValue));
+  std::uint64_t hash = emptyListHash();
   for (std::size_t i = count; i-- > 0;) {
-    if (holdsNan(run->slots()[i])) {
+    const LispValue& element = run->slots()[i];
+    hash = extendHash(hash, element);
+    run->hashes()[i] = hash;
+    if (run->nan_length == kNoNan && holdsNan(element)) {
       run->nan_length = static_cast<std::uint32_t>(count - i);
-      break;
     }
   }
   RawValue raw;
@@ -131,13 +149,17 @@ RawValue prepend(RawValue element, RawValue list) {
     return makeList(&value, 1);
   }
   Run* run = &runOf(list);
+  const std::uint64_t hash = extendHash(listHash(list), value);
   const std::uint32_t length = list.length + 1;
-  const bool has_room = run->tail_length != 0 && linkOf(*run).front_length == list.length &&
-                        list.length < run->full_length;
+  // An element that leads back to this run must not stand in it: the run would hold itself for
+  // ever.
+  const bool may_share = leadsToNoList(element);
+  const bool has_room = may_share && run->tail_length != 0 &&
+                        linkOf(*run).front_length == list.length && list.length < run->full_length;
   if (!has_room) {
     Run& tail = *run;
     const std::uint32_t capacity =
-        std::min(kLinkedCapacityMax, 2 * (list.length - tail.tail_length));
+        may_share ? std::min(kLinkedCapacityMax, 2 * (list.length - tail.tail_length)) : 1;
     run = allocateLinked(capacity);
     run->tail_length = list.length;
     run->full_length = list.length + capacity;
@@ -147,7 +169,9 @@ RawValue prepend(RawValue element, RawValue list) {
   }
   linkOf(*run).front_length = length;
   if (run->nan_length == kNoNan && holdsNan(value)) run->nan_length = length;
-  new (run->slots() + (run->full_length - length)) LispValue(std::move(value));
+  const std::uint32_t slot = run->full_length - length;
+  run->hashes()[slot] = hash;
+  new (run->slots() + slot) LispValue(std::move(value));
   list.length = length;
   return list;
 }

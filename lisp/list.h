@@ -9,7 +9,8 @@
 // remaining stands at slot full_length - r. A flat run (from the reader or LIST) has no tail. A
 // linked run (from CONS) continues in its tail run at tail_length. So CDR only lowers k, moving on
 // to the tail where it begins, and CONS either claims the free slot in front of its argument's
-// first element or makes a run of one element and a few free slots.
+// first element or makes a run of one element and a few free slots. Only atoms and lists of atoms
+// claim slots: any other element might lead back to the very run, which would then hold itself.
 //
 // A run that is no longer held is not destroyed at once: it waits in the graveyard, and every
 // allocation of n elements takes 2 n + 2 of what waits there apart. No list, however deep, is ever
@@ -30,7 +31,8 @@ struct EqualityNode;
 
 inline constexpr std::uint32_t kNoNan = std::numeric_limits<std::uint32_t>::max();
 
-// The head of a run; `capacity()` elements follow it. Those in use are initialised.
+// The head of a run; `capacity()` slots follow it, and then as many hashes: beside every element
+// that of the list that begins with it (lisp/list_hash.h). Slots in use are initialised.
 struct Run : Counted {
   std::uint32_t full_length = 0;  // What remains from slot 0 on.
   std::uint32_t tail_length = 0;  // Elements of the list that follow in the tail; 0 when flat.
@@ -46,6 +48,12 @@ struct Run : Counted {
   [[nodiscard]] LispValue* slots() { return reinterpret_cast<LispValue*>(this + 1); }
   [[nodiscard]] const LispValue* slots() const {
     return reinterpret_cast<const LispValue*>(this + 1);
+  }
+  [[nodiscard]] std::uint64_t* hashes() {
+    return reinterpret_cast<std::uint64_t*>(slots() + capacity());
+  }
+  [[nodiscard]] const std::uint64_t* hashes() const {
+    return reinterpret_cast<const std::uint64_t*>(slots() + capacity());
   }
   // The element from which `remaining` elements remain; it must be one of this run's own.
   [[nodiscard]] const LispValue& own(std::uint32_t remaining) const {

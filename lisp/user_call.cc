@@ -137,7 +137,10 @@ void Interpreter::logAssignment(Symbol& symbol) {
 }
 
 void Interpreter::truncateLog(std::size_t size) {
-  for (; log_.size() > size; log_.pop_back()) release(log_.back().value);
+  for (; log_.size() > size; log_.pop_back()) {
+    log_.back().symbol->log_serial = 0;  // The record outlives the run that gave the serial.
+    release(log_.back().value);
+  }
 }
 
 }  // namespace lisp

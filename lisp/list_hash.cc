@@ -1,0 +1,51 @@
+#include "lisp/list_hash.h"
+
+#include <bit>
+
+#include "lisp/keyed_hash.h"
+#include "lisp/symbol.h"
+
+namespace lisp {
+namespace {
+
+__extension__ using Wide = unsigned __int128;
+
+// The secret of this process: the hash of the empty list, and an odd factor.
+struct HashKey {
+  std::uint64_t seed = drawHashPoint();
+  std::uint64_t factor = drawHashPoint() << 3 | 1;
+};
+
+const HashKey& hashKey() {
+  static const HashKey key;
+  return key;
+}
+
+// Values that are equal have equal words. Texts and names are told apart.
+std::uint64_t wordOf(const LispValue& element) {
+  const RawValue& raw = element.raw();
+  switch (raw.tag) {
+    case Tag::Number:
+      return std::bit_cast<std::uint64_t>(raw.number + 0.0);  // -0.0 equals 0.0.
+    case Tag::String:
+      return ~textOf(raw).hash;
+    case Tag::Symbol:
+      return symbolOf(raw).hash;
+    case Tag::List:
+      return std::rotl(listHash(raw), 1) + raw.length;
+    default:
+      return 1;
+  }
+}
+
+}  // namespace
+
+std::uint64_t emptyListHash() { return hashKey().seed; }
+
+std::uint64_t extendHash(std::uint64_t rest_hash, const LispValue& element) {
+  const HashKey& key = hashKey();
+  const Wide product = static_cast<Wide>(rest_hash ^ wordOf(element)) * key.factor + key.seed;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
+}  // namespace lisp
