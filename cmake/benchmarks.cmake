@@ -1,0 +1,26 @@
+# Benchmarks: every bench/*_benchmark.cc is a Google Benchmark program of its own, every other
+# bench/*.cc a plain program that benchmarks start, such as a peer to compare with.
+
+find_package(benchmark REQUIRED)
+find_package(Lua 5.4 EXACT REQUIRED)
+
+file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cc)
+lisp_keep_platform_files(sources ${sources})
+foreach(source IN LISTS sources)
+  cmake_path(GET source STEM name)
+  add_executable(${name} ${source})
+  target_link_libraries(${name} PRIVATE lisp_strict_options worker_core client)
+  if(name MATCHES "_benchmark$")
+    target_link_libraries(${name} PRIVATE benchmark::benchmark_main)
+  endif()
+  if(name STREQUAL "lua_benchmark")
+    target_include_directories(${name} SYSTEM PRIVATE ${LUA_INCLUDE_DIR})
+    target_link_libraries(${name} PRIVATE ${LUA_LIBRARIES})
+  endif()
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)
+  foreach(program IN ITEMS lisp_worker lisp_console)
+    if(TARGET ${program})
+      add_dependencies(${name} ${program})
+    endif()
+  endforeach()
+endforeach()

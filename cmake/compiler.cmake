@@ -1,0 +1,64 @@
+# What every build of the project has in common: the language, the floating-point rules, the
+# warnings, and the two switches that the sanitizer build turns on.
+
+option(LISP_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(LISP_PLAIN_ALLOCATION
+       "Take the storage of values straight from operator new, so that a sanitizer sees every one"
+       OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g -D_GLIBCXX_ASSERTIONS")
+
+# Answers are compared to the bit: a product and a sum round separately, as they are written.
+add_compile_options(-ffp-contract=off)
+
+# GCC packs neighbouring 8-byte members of small records into vector registers and pays for it
+# with moves between register files; two-word values are exactly such records.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-fno-tree-slp-vectorize)
+endif()
+
+if(LISP_PLAIN_ALLOCATION)
+  add_compile_definitions(LISP_PLAIN_ALLOCATION=1)
+endif()
+
+if(LISP_SANITIZE)
+  set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1 -D_GLIBCXX_ASSERTIONS")
+  # A conversion of a double that does not fit is undefined but not among "undefined".
+  set(sanitizers -fsanitize=address,undefined,float-cast-overflow)
+  add_compile_options(${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(${sanitizers})
+endif()
+
+# Linked by every target of ours and by nothing else: a library built from someone else's sources
+# answers for its own warnings.
+add_library(lisp_options INTERFACE)
+target_include_directories(lisp_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(
+  lisp_options
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wshadow
+            -Wold-style-cast
+            -Wextra-semi
+            -Wnon-virtual-dtor
+            -Woverloaded-virtual
+            -Wimplicit-fallthrough
+            -Wunused)
+
+# Linked by all but tests: there, literals of every type meet each other in expectations, and a
+# wrong one fails its test.
+add_library(lisp_strict_options INTERFACE)
+target_link_libraries(lisp_strict_options INTERFACE lisp_options)
+target_compile_options(lisp_strict_options INTERFACE -Wconversion -Wsign-conversion
+                                                     -Wdouble-promotion)

@@ -1,0 +1,52 @@
+# Components: a directory's sources as a library, and executables on top of them.
+
+# Sets <result> to those of the listed files that belong to the target system.
+function(lisp_keep_platform_files result)
+  set(files ${ARGN})
+  if(WIN32)
+    list(FILTER files EXCLUDE REGEX "_posix(_test)?\\.cc$")
+  else()
+    list(FILTER files EXCLUDE REGEX "_win32(_test)?\\.cc$")
+  endif()
+  set(${result} ${files} PARENT_SCOPE)
+endfunction()
+
+# lisp_component(<name> DIRECTORY <directory> [EXCEPT <file>...] [LINKS <component>...])
+# lisp_component(<name> FILES <file>... [LINKS <component>...])
+#
+# Defines the static library <name>. Whoever links it links LINKS as well. A component without a
+# source file on the target system is an interface of headers, and links nothing.
+function(lisp_component name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY" "FILES;EXCEPT;LINKS")
+  if(arg_DIRECTORY)
+    file(GLOB sources CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
+         ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*.cc)
+    list(FILTER sources EXCLUDE REGEX "(_test|/main)\\.cc$")
+    if(arg_EXCEPT)
+      list(REMOVE_ITEM sources ${arg_EXCEPT})
+    endif()
+  else()
+    set(sources ${arg_FILES})
+  endif()
+  lisp_keep_platform_files(sources ${sources})
+  if(sources)
+    add_library(${name} STATIC ${sources})
+    target_link_libraries(${name} PRIVATE lisp_strict_options PUBLIC ${arg_LINKS})
+  else()
+    add_library(${name} INTERFACE)
+  endif()
+endfunction()
+
+# lisp_program(<name> <main file> LINKS <component>...)
+#
+# Defines the executable <name> in the top of the build directory.
+function(lisp_program name main)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LINKS")
+  file(GLOB main CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${main})
+  if(NOT main)
+    return()
+  endif()
+  add_executable(${name} ${main})
+  target_link_libraries(${name} PRIVATE lisp_strict_options ${arg_LINKS})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()

@@ -1,0 +1,54 @@
+# Tests: one GoogleTest program per directory, and one ctest entry per program.
+#
+# One entry per program, not per test: a program of a thousand tests starts once instead of a
+# thousand times, which under the sanitizers is the difference between seconds and minutes, and
+# tests that share a process also show whether one leaves something behind for the next. A failing
+# test is named by GoogleTest in the output, which ctest prints for every failing entry.
+
+if(CMAKE_CROSSCOMPILING)
+  # No distribution carries GoogleTest built for the other system; its sources come with the
+  # package for this one.
+  set(LISP_GOOGLETEST_SOURCES /usr/src/googletest CACHE PATH "Sources of GoogleTest")
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(${LISP_GOOGLETEST_SOURCES} googletest EXCLUDE_FROM_ALL SYSTEM)
+else()
+  find_package(GTest REQUIRED)
+endif()
+
+# Where tests find what is outside their own program: tests of whole processes read these. In
+# ctest's output only failing tests speak; started by hand, a program names every test it runs.
+set(lisp_test_environment
+    GTEST_BRIEF=1
+    LISP_SOURCE_DIR=${PROJECT_SOURCE_DIR}
+    LISP_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_worker${CMAKE_EXECUTABLE_SUFFIX}
+    LISP_CONSOLE_PATH=${PROJECT_BINARY_DIR}/lisp_console${CMAKE_EXECUTABLE_SUFFIX})
+if(LISP_SANITIZE)
+  list(APPEND lisp_test_environment
+       ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
+       UBSAN_OPTIONS=print_stacktrace=1)
+endif()
+
+# lisp_tests(<name> DIRECTORY <directory> LINKS <component>...)
+function(lisp_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY" "LINKS")
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*_test.cc)
+  lisp_keep_platform_files(sources ${sources})
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${name} ${sources})
+  target_link_libraries(${name} PRIVATE lisp_options ${arg_LINKS} testing_support GTest::gmock
+                                        GTest::gtest_main)
+  if(LISP_SANITIZE)
+    # What GoogleTest's macros expand to takes the sanitizers and the optimiser three times as long
+    # together as either alone; the code under test stays optimised.
+    target_compile_options(${name} PRIVATE -O0)
+  endif()
+  foreach(program IN ITEMS lisp_worker lisp_console)
+    if(TARGET ${program})
+      add_dependencies(${name} ${program})
+    endif()
+  endforeach()
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "${lisp_test_environment}" TIMEOUT 900)
+endfunction()
