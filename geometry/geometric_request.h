@@ -1,0 +1,54 @@
+// Single calculations for a host that runs no program: sums, quotients, distances, polar points.
+
+#ifndef GEOMETRY_GEOMETRIC_REQUEST_H_
+#define GEOMETRY_GEOMETRIC_REQUEST_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace geometry {
+
+inline constexpr std::size_t kOperandCountMax = 7;
+
+// A quotient stops at a divisor of at most this absolute value.
+inline constexpr double kZeroDivisorMax = 1e-300;
+
+// The operands that each operation takes and what it makes of them; x unless y is named.
+enum class GeometricOperation : std::uint8_t {
+  Sum = 1,         // At least 1: added left to right, from 0.
+  Difference = 2,  // At least 1: the first minus each other in turn.
+  Product = 3,     // At least 1: multiplied left to right, from 1.
+  Quotient = 4,    // At least 2: the first divided by each other in turn.
+  Distance = 5,    // 4, two points: the length between them.
+  Angle = 6,       // 4, two points: the direction from the first to the second, in radians from
+                   // -pi to pi; 0 when they are one.
+  Polar = 7,       // 4, a base point, an angle in radians, a distance: the point (x, y) there.
+};
+
+// A calculation as a host asks for it; nothing in it is checked yet.
+struct GeometricRequest {
+  std::uint8_t operation = 0;  // A GeometricOperation, or any other number.
+  std::uint8_t count = 0;      // How many of the operands are meant. The others are not looked at.
+  std::array<double, kOperandCountMax> operands{};
+};
+
+enum class GeometricOutcome {
+  Computed,
+  BadOperands,  // Too many or too few of them, or one that is NaN or infinite.
+  UnknownOperation,
+  Degenerate,  // A divisor too close to 0, or a result that is NaN or infinite.
+};
+
+struct GeometricResult {
+  GeometricOutcome outcome = GeometricOutcome::Computed;
+  // What was computed, a NaN or an infinity included; 0 when nothing was.
+  double x = 0;
+  double y = 0;
+};
+
+[[nodiscard]] GeometricResult compute_geometric_request(const GeometricRequest& request);
+
+}  // namespace geometry
+
+#endif  // GEOMETRY_GEOMETRIC_REQUEST_H_

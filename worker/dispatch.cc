@@ -1,0 +1,36 @@
+#include "worker/dispatch.h"
+
+#include <cassert>
+
+#include "worker/context_requests.h"
+#include "worker/geometry_request.h"
+
+namespace worker {
+
+WorkerStatus Dispatcher::handleRequest(const MessageHeader& request, std::string_view payload,
+                                       std::string& response) {
+  assert(response.empty());
+  switch (static_cast<MessageType>(request.type)) {
+    case MessageType::Ping:
+      return WorkerStatus::Ok;
+    case MessageType::RegisterContext:
+      return handleRegisterContext(request, payload, contexts_);
+    case MessageType::LocateCell:
+    case MessageType::CellPlaneToSystem:
+    case MessageType::Convert:
+      return handlePointRequest(request, payload, contexts_, response);
+    case MessageType::GeometryRequest:
+      return handleGeometryRequest(payload, response);
+    case MessageType::EvalStart:
+      return evaluation_.handleEvalStart(request, payload, response);
+    case MessageType::EvalResume:
+      return evaluation_.handleEvalResume(request, payload, response);
+    case MessageType::EvalCancel:
+      return evaluation_.handleEvalCancel(request);
+    case MessageType::Shutdown:
+      return WorkerStatus::Ok;
+  }
+  return WorkerStatus::UnknownType;
+}
+
+}  // namespace worker

@@ -1,0 +1,37 @@
+// One request after its frame has arrived, up to the response before its frame is written.
+
+#ifndef WORKER_DISPATCH_H_
+#define WORKER_DISPATCH_H_
+
+#include <string>
+#include <string_view>
+
+#include "geometry/context_table.h"
+#include "worker/evaluation.h"
+#include "worker/frame.h"
+
+namespace worker {
+
+// Owns what outlives a request, for the life of the worker: the registered coordinate contexts,
+// the persistent environment and the pending runs.
+class Dispatcher {
+ public:
+  Dispatcher() = default;
+  Dispatcher(const Dispatcher&) = delete;
+  Dispatcher& operator=(const Dispatcher&) = delete;
+
+  // Carries out a request with a valid header and its whole payload. Returns the status of the
+  // response and leaves its payload in `response`, which is empty when called. No request makes
+  // this fail in another way than by its status. Ending the worker after a Shutdown is up to the
+  // caller.
+  [[nodiscard]] WorkerStatus handleRequest(const MessageHeader& request, std::string_view payload,
+                                           std::string& response);
+
+ private:
+  geometry::ContextTable contexts_;
+  Evaluation evaluation_{contexts_};
+};
+
+}  // namespace worker
+
+#endif  // WORKER_DISPATCH_H_

@@ -1,0 +1,56 @@
+#include "worker/geometry_request.h"
+
+#include <cassert>
+#include <cstddef>
+
+#include "geometry/geometric_request.h"
+
+namespace worker {
+namespace {
+
+static_assert(kGeometryOperandCountMax == geometry::kOperandCountMax);
+
+geometry::GeometricRequest decodeRequest(std::string_view payload) {
+  assert(payload.size() == kGeometryPayloadSize);
+  const char* const bytes = payload.data();
+  geometry::GeometricRequest request;
+  request.operation = getU8(bytes + GeometryOffset::kOperation);
+  request.count = getU8(bytes + GeometryOffset::kCount);
+  for (std::size_t i = 0; i < request.operands.size(); ++i) {
+    request.operands[i] = getF64(bytes + GeometryOffset::kOperands + i * sizeof(double));
+  }
+  return request;
+}
+
+void encodeResult(const geometry::GeometricResult& result, std::string& response) {
+  response.resize(kGeometryResultSize);
+  putF64(response.data() + GeometryResultOffset::kX, result.x);
+  putF64(response.data() + GeometryResultOffset::kY, result.y);
+}
+
+WorkerStatus statusOf(geometry::GeometricOutcome outcome) {
+  switch (outcome) {
+    case geometry::GeometricOutcome::Computed:
+      return WorkerStatus::Ok;
+    case geometry::GeometricOutcome::BadOperands:
+      return WorkerStatus::BadRequest;
+    case geometry::GeometricOutcome::UnknownOperation:
+      return WorkerStatus::UnknownType;
+    case geometry::GeometricOutcome::Degenerate:
+      return WorkerStatus::Degenerate;
+  }
+  assert(false);
+  return WorkerStatus::BadRequest;
+}
+
+}  // namespace
+
+WorkerStatus handleGeometryRequest(std::string_view payload, std::string& response) {
+  if (payload.size() != kGeometryPayloadSize) return WorkerStatus::BadRequest;
+  const geometry::GeometricResult result =
+      geometry::compute_geometric_request(decodeRequest(payload));
+  encodeResult(result, response);
+  return statusOf(result.outcome);
+}
+
+}  // namespace worker

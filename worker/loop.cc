@@ -1,0 +1,75 @@
+#include "worker/loop.h"
+
+#include <array>
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "worker/dispatch.h"
+#include "worker/frame.h"
+
+namespace worker {
+namespace {
+
+// Room for responses of this many bytes is kept from one turn to the next; more is given back, so
+// that a large response costs an idle worker nothing.
+constexpr std::size_t kResponseSizeKept = 0x10000;
+
+FrameWrite writeResponse(ByteWriter& output, const MessageHeader& request, WorkerStatus status,
+                         std::string_view payload) {
+  MessageHeader response = makeResponseHeader(request);
+  response.status = static_cast<std::uint32_t>(status);
+  response.payload_length = static_cast<std::uint32_t>(payload.size());
+  std::array<char, kHeaderSize> header_bytes;
+  encodeHeader(response, header_bytes);
+  return output.writeFrame({header_bytes.data(), header_bytes.size()}, payload);
+}
+
+// Why a worker ends that was sent a header of this status.
+ExitCode exitCodeOf(WorkerStatus header_status) {
+  switch (header_status) {
+    case WorkerStatus::BadMagic:
+      return ExitCode::BadMagic;
+    case WorkerStatus::BadVersion:
+      return ExitCode::BadVersion;
+    default:
+      assert(header_status == WorkerStatus::BadRequest);
+      return ExitCode::PayloadTooLarge;
+  }
+}
+
+}  // namespace
+
+ExitCode runWorker(ByteReader& input, ByteWriter& output) {
+  Dispatcher dispatcher;
+  std::string response;
+  while (true) {
+    // The end of the input is how a host lets its worker go, even inside a header.
+    std::array<char, kHeaderSize> header_bytes;
+    if (!input.readExact(header_bytes)) return ExitCode::Finished;
+    const MessageHeader request = decodeHeader(header_bytes);
+
+    // After a bad header nobody knows where the next one begins: answer, unread payload or not,
+    // and end. The fault outweighs a failure to report it.
+    const WorkerStatus header_status = validateHeader(request);
+    if (header_status != WorkerStatus::Ok) {
+      static_cast<void>(writeResponse(output, request, header_status, {}));
+      return exitCodeOf(header_status);
+    }
+
+    std::string payload(request.payload_length, '\0');
+    if (!input.readExact(payload)) return ExitCode::PayloadCut;
+    response.clear();
+    const WorkerStatus status = dispatcher.handleRequest(request, payload, response);
+
+    const FrameWrite written = writeResponse(output, request, status, response);
+    if (static_cast<MessageType>(request.type) == MessageType::Shutdown) return ExitCode::Finished;
+    if (written == FrameWrite::HeaderFailed) return ExitCode::HeaderUnwritten;
+    if (written == FrameWrite::PayloadFailed) return ExitCode::PayloadUnwritten;
+    if (response.capacity() > kResponseSizeKept) std::string().swap(response);
+  }
+}
+
+}  // namespace worker

@@ -1,0 +1,20 @@
+// The life of a worker: read a request, carry it out, answer it, until there is a reason to end.
+
+#ifndef WORKER_LOOP_H_
+#define WORKER_LOOP_H_
+
+#include "worker/byte_stream.h"
+#include "worker/exit_code.h"
+
+namespace worker {
+
+// Serves requests from `input` on `output` until one of the reasons to end arises, and returns it.
+// Begins with no coordinate context, no binding, no function and no pending run; nothing of them
+// is left when it returns.
+//
+// Strictly in turn: each request is answered in full before the next byte is read.
+[[nodiscard]] ExitCode runWorker(ByteReader& input, ByteWriter& output);
+
+}  // namespace worker
+
+#endif  // WORKER_LOOP_H_
