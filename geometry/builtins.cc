@@ -9,6 +9,7 @@
 
 #include "geometry/coord_context.h"
 #include "geometry/transforms.h"
+#include "lisp/arithmetic.h"
 #include "lisp/interpreter.h"
 #include "lisp/value.h"
 
@@ -63,7 +64,9 @@ Result distance(Interpreter& interpreter, const BuiltinCall& call) {
   const std::optional<Point> from = read_point(call.arguments[0]);
   const std::optional<Point> to = read_point(call.arguments[1]);
   if (!from.has_value() || !to.has_value()) return fail_point(interpreter, call);
-  return lisp::number(std::hypot(to->x - from->x, to->y - from->y));
+  const double dx = lisp::difference(to->x, from->x);
+  const double dy = lisp::difference(to->y, from->y);
+  return lisp::number(lisp::settleNan(std::hypot(dx, dy), dx, dy));
 }
 
 // atan2(y2 - y1, x2 - x1), in radians from -pi to pi
@@ -72,7 +75,9 @@ Result angle(Interpreter& interpreter, const BuiltinCall& call) {
   const std::optional<Point> from = read_point(call.arguments[0]);
   const std::optional<Point> to = read_point(call.arguments[1]);
   if (!from.has_value() || !to.has_value()) return fail_point(interpreter, call);
-  return lisp::number(std::atan2(to->y - from->y, to->x - from->x));
+  const double dx = lisp::difference(to->x, from->x);
+  const double dy = lisp::difference(to->y, from->y);
+  return lisp::number(lisp::settleNan(std::atan2(dy, dx), dy, dx));
 }
 
 // (x + r*cos(phi), y + r*sin(phi), z)
@@ -85,9 +90,11 @@ Result polar(Interpreter& interpreter, const BuiltinCall& call) {
   if (!phi.has_value() || !r.has_value()) {
     return interpreter.fail("polar expects point, angle, distance");
   }
+  const double cosine = lisp::settleNan(std::cos(*phi), *phi, *phi);
+  const double sine = lisp::settleNan(std::sin(*phi), *phi, *phi);
   return make_point({
-      .x = base->x + *r * std::cos(*phi),
-      .y = base->y + *r * std::sin(*phi),
+      .x = lisp::sum(base->x, lisp::product(*r, cosine)),
+      .y = lisp::sum(base->y, lisp::product(*r, sine)),
       .z = base->z,
   });
 }

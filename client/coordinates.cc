@@ -1,0 +1,82 @@
+#include "client/coordinates.h"
+
+#include <cassert>
+#include <cstddef>
+
+namespace client {
+
+using worker::ContextOffset;
+using worker::getF64;
+using worker::PointOffset;
+using worker::PointResultOffset;
+using worker::putF64;
+
+namespace {
+
+// The six doubles that a planar system and the cell plane begin with.
+void putMapping(char* bytes, const PlanarSystem& system) {
+  const std::array<double, 6> fields = {system.origin_x, system.origin_y, system.a,
+                                        system.b,        system.c,        system.d};
+  for (const double field : fields) {
+    putF64(bytes, field);
+    bytes += sizeof(double);
+  }
+}
+
+void putSystem(char* bytes, const PlanarSystem& system) {
+  putMapping(bytes, system);
+  putF64(bytes + worker::kCellPlaneSize, system.z_scale);
+  putF64(bytes + worker::kCellPlaneSize + sizeof(double), system.z_offset);
+}
+
+static_assert(worker::kCellPlaneSize + 2 * sizeof(double) == worker::kPlanarSystemSize);
+
+}  // namespace
+
+std::string encodeContext(const CoordContext& context) {
+  std::string payload(worker::kContextPayloadSize, '\0');
+  char* const bytes = payload.data();
+  worker::putU64(bytes + ContextOffset::kId, context.id);
+  worker::putU64(bytes + ContextOffset::kCellKeySeed, context.cell_key_seed);
+  worker::putU32(bytes + ContextOffset::kTag, context.tag);
+  putF64(bytes + ContextOffset::kCellSize, context.cell_size);
+  for (std::size_t s = 0; s < context.systems.size(); ++s) {
+    putSystem(bytes + ContextOffset::kSystems + s * worker::kPlanarSystemSize, context.systems[s]);
+  }
+  putMapping(bytes + ContextOffset::kCellPlane, context.cell_plane);
+  putF64(bytes + ContextOffset::kCellZScale, context.cell_plane.z_scale);
+  putF64(bytes + ContextOffset::kCellZOffset, context.cell_plane.z_offset);
+  return payload;
+}
+
+std::string encodePointRequest(const Point& point, std::uint8_t source_system,
+                               std::uint8_t target_system) {
+  std::string payload(worker::kPointPayloadSize, '\0');
+  char* const bytes = payload.data();
+  putF64(bytes + PointOffset::kX, point.x);
+  putF64(bytes + PointOffset::kY, point.y);
+  putF64(bytes + PointOffset::kZ, point.z);
+  worker::putU8(bytes + PointOffset::kSourceSystem, source_system);
+  worker::putU8(bytes + PointOffset::kTargetSystem, target_system);
+  return payload;
+}
+
+Point decodePoint(std::string_view payload) {
+  assert(payload.size() == worker::kPointResultSize);
+  const char* const bytes = payload.data();
+  return {getF64(bytes + PointResultOffset::kX), getF64(bytes + PointResultOffset::kY),
+          getF64(bytes + PointResultOffset::kZ)};
+}
+
+CellLocation decodeCellLocation(std::string_view payload) {
+  const char* const bytes = payload.data();
+  CellLocation location;
+  location.in_cell_plane = decodePoint(payload);
+  location.i = static_cast<std::int64_t>(worker::getU64(bytes + PointResultOffset::kCellI));
+  location.j = static_cast<std::int64_t>(worker::getU64(bytes + PointResultOffset::kCellJ));
+  location.key = worker::getU64(bytes + PointResultOffset::kCellKey);
+  location.tag = worker::getU32(bytes + PointResultOffset::kTag);
+  return location;
+}
+
+}  // namespace client

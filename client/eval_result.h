@@ -1,0 +1,55 @@
+// What an evaluation came to, decoded from the payload that answers EvalStart and EvalResume.
+
+#ifndef CLIENT_EVAL_RESULT_H_
+#define CLIENT_EVAL_RESULT_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "client/datum.h"
+#include "worker/frame.h"
+
+namespace client {
+
+// How a run stopped.
+enum class EvalStatus : std::uint8_t {
+  Value = 0,             // Finished; the text is the value of the last form.
+  ReadError = 1,         // The program or an answer could not be read; the text says why.
+  EvalError = 2,         // The text is the error message.
+  StepLimit = 3,         // The text is the error message.
+  HostCallRequired = 4,  // The run waits; the text is the list of the call's arguments.
+};
+
+struct EvalResult {
+  // Ok, EvalParseError, EvalFailed, EvalStepLimit or HostCallPending, in step with eval_status.
+  worker::WorkerStatus status = worker::WorkerStatus::Ok;
+  EvalStatus eval_status = EvalStatus::Value;
+  std::uint16_t arg_count = 0;  // Of the host call, capped at 65535; otherwise 0.
+  std::uint64_t steps = 0;      // Evaluations in this run, replayed part included.
+  std::string call_name;        // Of the host call, its first 31 bytes; otherwise empty.
+  std::uint64_t run_id = 0;     // To resume or cancel the run; 0 unless it waits.
+  std::string text;             // As the worker wrote it (worker_text.h).
+};
+
+struct HostCall {
+  std::string name;
+  DatumList arguments;
+};
+
+// Decodes the payload of a response with `status`. Empty when the two contradict each other or
+// the payload contradicts itself, with what is wrong in `error_out`.
+[[nodiscard]] std::optional<EvalResult> decodeEvalResult(worker::WorkerStatus status,
+                                                         std::string_view payload,
+                                                         std::string* error_out);
+
+// The call that `result`, of eval_status HostCallRequired, waits for. Empty when its arguments
+// cannot be told from the text, because a string holds a quote or lists nest too deep; the reason
+// is then in `error_out`, and the text still in the result.
+[[nodiscard]] std::optional<HostCall> readHostCall(const EvalResult& result,
+                                                   std::string* error_out);
+
+}  // namespace client
+
+#endif  // CLIENT_EVAL_RESULT_H_

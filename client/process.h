@@ -1,0 +1,52 @@
+// A worker as a process of its own, reached over two pipes.
+
+#ifndef CLIENT_PROCESS_H_
+#define CLIENT_PROCESS_H_
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "client/channel.h"
+
+namespace client {
+
+// How a worker ended.
+struct WorkerExit {
+  enum class Kind : std::uint8_t {
+    Exited,    // By itself; `code` is its exit code.
+    Signaled,  // By the signal `code`. On Windows a crash is an exit code of its own.
+    Killed,    // By us, because it went on after its input had ended.
+    Unknown,   // The system would not tell, as when the host collects its children elsewhere.
+  };
+
+  Kind kind = Kind::Unknown;
+  std::uint32_t code = 0;
+
+  friend bool operator==(const WorkerExit&, const WorkerExit&) = default;
+};
+
+// A worker lets go within milliseconds when its input ends: at once when it is idle, and after
+// the request in hand, which its step limit bounds, when it is not.
+inline constexpr std::chrono::milliseconds kExitGrace{2000};
+
+// A running worker. Destroying it finishes it, so no process and no handle is left behind.
+class WorkerProcess : public Channel {
+ public:
+  // Ends the worker's input, waits for the worker to end, and kills it if that takes longer than
+  // kExitGrace. Afterwards write and read fail, and a second call returns the same again.
+  virtual WorkerExit finish() = 0;
+};
+
+// Starts the program at `path` without arguments. It gets the two pipes as its standard input and
+// output, the host's standard error, and no other handle of the host's. A path without a directory
+// is taken from the current one; no search path is used. Null when the program cannot be started,
+// with the system's reason in `error_out`.
+[[nodiscard]] std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
+                                                         std::string* error_out);
+
+}  // namespace client
+
+#endif  // CLIENT_PROCESS_H_

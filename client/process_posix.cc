@@ -1,0 +1,237 @@
+// Workers as children on POSIX systems: posix_spawn and two pipes.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cerrno>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "client/process.h"
+
+namespace client {
+namespace {
+
+constexpr int kFirstOwnDescriptor = 3;  // Below stand standard input, output and error.
+
+// Owns a descriptor; closes it when it goes.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+  Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
+  ~Descriptor() { close(); }
+
+  void close() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+    descriptor_ = -1;
+  }
+
+  [[nodiscard]] int get() const { return descriptor_; }
+  [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+
+ private:
+  int descriptor_ = -1;
+};
+
+// Keeps SIGPIPE from the host while we write: blocks it in this thread, takes back the one that
+// the write has raised, and leaves the thread's mask as it was. A SIGPIPE that already waits is
+// the host's own; a second one would only merge with it.
+class SigpipeGuard {
+ public:
+  SigpipeGuard() {
+    sigset_t pending;
+    sigemptyset(&pending);
+    sigpending(&pending);
+    host_has_one_pending_ = sigismember(&pending, SIGPIPE) == 1;
+    sigemptyset(&sigpipe_);
+    sigaddset(&sigpipe_, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &sigpipe_, &previous_mask_);
+  }
+  SigpipeGuard(const SigpipeGuard&) = delete;
+  SigpipeGuard& operator=(const SigpipeGuard&) = delete;
+
+  ~SigpipeGuard() {
+    if (!host_has_one_pending_) {
+      constexpr timespec kNoWait{};
+      while (sigtimedwait(&sigpipe_, nullptr, &kNoWait) < 0 && errno == EINTR) {
+      }
+    }
+    pthread_sigmask(SIG_SETMASK, &previous_mask_, nullptr);
+  }
+
+ private:
+  sigset_t sigpipe_;
+  sigset_t previous_mask_;
+  bool host_has_one_pending_ = false;
+};
+
+class PosixWorkerProcess final : public WorkerProcess {
+ public:
+  PosixWorkerProcess(pid_t process, Descriptor to_worker, Descriptor from_worker)
+      : process_(process), to_worker_(std::move(to_worker)), from_worker_(std::move(from_worker)) {}
+
+  ~PosixWorkerProcess() override { PosixWorkerProcess::finish(); }
+
+  bool write(std::string_view bytes) override {
+    assert(!bytes.empty());
+    const SigpipeGuard guard;
+    while (!bytes.empty()) {
+      const ssize_t count = ::write(to_worker_.get(), bytes.data(), bytes.size());
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) return false;
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+  }
+
+  std::size_t read(char* buffer, std::size_t size) override {
+    std::size_t filled = 0;
+    while (filled < size) {
+      const ssize_t count = ::read(from_worker_.get(), buffer + filled, size - filled);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) break;
+      filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+  }
+
+  WorkerExit finish() override {
+    if (!exit_) {
+      to_worker_.close();
+      // A worker in the middle of a response that nobody will read must not wait for us.
+      from_worker_.close();
+      exit_ = collect();
+    }
+    return *exit_;
+  }
+
+ private:
+  // Waits for the process and removes it from the system's table.
+  WorkerExit collect() {
+    const auto deadline = std::chrono::steady_clock::now() + kExitGrace;
+    std::chrono::microseconds pause{50};
+    int status = 0;
+    for (;;) {
+      const pid_t ended = ::waitpid(process_, &status, WNOHANG);
+      if (ended == process_) return exitOf(status);
+      if (ended < 0 && errno != EINTR) return WorkerExit{};
+      if (std::chrono::steady_clock::now() >= deadline) break;
+      std::this_thread::sleep_for(pause);
+      pause = std::min(pause * 2, std::chrono::microseconds{5000});
+    }
+    ::kill(process_, SIGKILL);
+    while (::waitpid(process_, &status, 0) < 0) {
+      if (errno != EINTR) return WorkerExit{};
+    }
+    const WorkerExit exit = exitOf(status);
+    const bool by_us = exit == WorkerExit{WorkerExit::Kind::Signaled, SIGKILL};
+    return by_us ? WorkerExit{WorkerExit::Kind::Killed, 0} : exit;
+  }
+
+  static WorkerExit exitOf(int status) {
+    if (WIFEXITED(status)) {
+      return {WorkerExit::Kind::Exited, static_cast<std::uint32_t>(WEXITSTATUS(status))};
+    }
+    return {WorkerExit::Kind::Signaled, static_cast<std::uint32_t>(WTERMSIG(status))};
+  }
+
+  pid_t process_;
+  Descriptor to_worker_;
+  Descriptor from_worker_;
+  std::optional<WorkerExit> exit_;
+};
+
+struct Pipe {
+  Descriptor read_end;
+  Descriptor write_end;
+};
+
+// The same descriptor under a number that is not a standard stream's. A host that has closed one
+// of those would otherwise have a pipe in its place, and speak to the worker by printing.
+Descriptor movedAboveStandardStreams(Descriptor descriptor) {
+  if (descriptor.get() >= kFirstOwnDescriptor) return descriptor;
+  return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
+}
+
+// Both ends stay with this process when it starts another program. errno on failure.
+int openPipe(Pipe& pipe) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
+  pipe.read_end = movedAboveStandardStreams(Descriptor(ends[0]));
+  pipe.write_end = movedAboveStandardStreams(Descriptor(ends[1]));
+  return pipe.read_end.isOpen() && pipe.write_end.isOpen() ? 0 : EMFILE;
+}
+
+// posix_spawn's two records, given back when they go.
+class SpawnSettings {
+ public:
+  SpawnSettings(int standard_input, int standard_output) {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_adddup2(&actions_, standard_input, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions_, standard_output, STDOUT_FILENO);
+    // The host may hold descriptors that it never marked to stay behind.
+    posix_spawn_file_actions_addclosefrom_np(&actions_, kFirstOwnDescriptor);
+
+    // A signal that the calling thread blocks must still reach the worker.
+    sigset_t nothing_blocked;
+    sigemptyset(&nothing_blocked);
+    posix_spawnattr_init(&attributes_);
+    posix_spawnattr_setsigmask(&attributes_, &nothing_blocked);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+  ~SpawnSettings() {
+    posix_spawnattr_destroy(&attributes_);
+    posix_spawn_file_actions_destroy(&actions_);
+  }
+
+  [[nodiscard]] const posix_spawn_file_actions_t* actions() const { return &actions_; }
+  [[nodiscard]] const posix_spawnattr_t* attributes() const { return &attributes_; }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+};
+
+}  // namespace
+
+std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
+                                           std::string* error_out) {
+  Pipe to_worker;
+  Pipe from_worker;
+  int error = openPipe(to_worker);
+  if (error == 0) error = openPipe(from_worker);
+  pid_t process = 0;
+  if (error == 0) {
+    const SpawnSettings settings(to_worker.read_end.get(), from_worker.write_end.get());
+    std::string program = path.string();
+    const std::array<char*, 2> arguments = {program.data(), nullptr};
+    error = ::posix_spawn(&process, program.c_str(), settings.actions(), settings.attributes(),
+                          arguments.data(), environ);
+  }
+  if (error != 0) {
+    if (error_out != nullptr) *error_out = std::generic_category().message(error);
+    return nullptr;
+  }
+  return std::make_unique<PosixWorkerProcess>(process, std::move(to_worker.write_end),
+                                              std::move(from_worker.read_end));
+}
+
+}  // namespace client

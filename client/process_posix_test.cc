@@ -1,0 +1,226 @@
+// What the system is asked for when a worker starts and ends, seen from programs other than the
+// worker: small scripts, and cat, whose echo of a ping is a ping's response.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+
+#include "client/process.h"
+#include "client/worker_client.h"
+
+namespace client {
+namespace {
+
+using worker::WorkerStatus;
+
+class PosixWorkerProcess : public testing::Test {
+ protected:
+  ~PosixWorkerProcess() override { std::filesystem::remove(script_); }
+
+  std::unique_ptr<WorkerProcess> startScript(const std::string& commands,
+                                             const std::string& interpreter = "/bin/sh") {
+    std::ofstream(script_) << "#!" << interpreter << "\n" << commands << "\n";
+    std::filesystem::permissions(script_, std::filesystem::perms::owner_all);
+    std::string error;
+    auto process = startWorker(script_, &error);
+    EXPECT_NE(process, nullptr) << error;
+    return process;
+  }
+
+  static std::string readAll(WorkerProcess& process) {
+    std::string text(65536, '\0');
+    text.resize(process.read(text.data(), text.size()));
+    return text;
+  }
+
+ private:
+  std::filesystem::path script_ = std::filesystem::temp_directory_path() /
+                                  ("lisp_worker_process_test." + std::to_string(::getpid()));
+};
+
+// Of this process.
+std::set<int> openDescriptors() {
+  std::set<int> descriptors;
+  for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) descriptors.insert(descriptor);
+  }
+  return descriptors;
+}
+
+bool hasChildren() { return ::waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD; }
+
+TEST_F(PosixWorkerProcess, CarriesFramesBothWays) {
+  std::string error;
+  const auto echo = startWorker("/bin/cat", &error);
+  ASSERT_NE(echo, nullptr) << error;
+  WorkerClient client(*echo);
+  for (int n = 0; n < 100; ++n) ASSERT_EQ(client.ping(), WorkerStatus::Ok);
+  EXPECT_EQ(echo->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
+}
+
+TEST_F(PosixWorkerProcess, ReportsAProgramThatIsNoWorker) {
+  const auto process =
+      startScript("echo 'Usage: something else entirely, and at some length.....'; exit 3");
+  ASSERT_NE(process, nullptr);
+  EXPECT_EQ(readAll(*process).substr(0, 6), "Usage:");
+  WorkerClient client(*process);
+  EXPECT_EQ(client.ping(), std::nullopt);
+  ASSERT_TRUE(client.fault().has_value());
+  EXPECT_EQ(process->finish(), (WorkerExit{WorkerExit::Kind::Exited, 3}));
+}
+
+TEST_F(PosixWorkerProcess, InheritsTheThreeStandardStreamsOnly) {
+  const int careless = ::dup(STDERR_FILENO);  // Without close-on-exec.
+  ASSERT_GE(careless, 3);
+  ASSERT_LE(careless, 9);
+  const auto process = startScript("ls -C /proc/$$/fd");
+  ASSERT_NE(process, nullptr);
+  // A shell keeps its own script open under a number of two digits.
+  EXPECT_THAT(readAll(*process), testing::MatchesRegex("0  1  ([1-9][0-9]  )?2\n"));
+  ::close(careless);
+}
+
+TEST_F(PosixWorkerProcess, GetsNoArgumentsAndNoBlockedSignals) {
+  sigset_t blocked;
+  sigset_t previous;
+  sigemptyset(&blocked);
+  sigaddset(&blocked, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &blocked, &previous);
+  // A shell would change the mask.
+  const auto process = startScript(
+      "BEGIN {"
+      "  print ARGC - 1;"
+      "  while ((getline < \"/proc/self/status\") > 0) if (/^SigBlk/) print $2"
+      "}",
+      "/usr/bin/awk -f");
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+  ASSERT_NE(process, nullptr);
+  EXPECT_EQ(readAll(*process), "0\n0000000000000000\n");
+}
+
+TEST_F(PosixWorkerProcess, RaisesNoSignalWhenItNoLongerReads) {
+  const auto process = startScript("exec 0<&-; echo ready; sleep 0.05");
+  ASSERT_NE(process, nullptr);
+  EXPECT_EQ(readAll(*process), "ready\n");
+  EXPECT_FALSE(process->write("x"));
+  EXPECT_FALSE(process->write("x"));
+  sigset_t pending;
+  sigpending(&pending);
+  EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+  sigset_t mask;
+  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  EXPECT_EQ(sigismember(&mask, SIGPIPE), 0);
+}
+
+TEST_F(PosixWorkerProcess, LeavesTheHostsOwnPendingSignalAlone) {
+  sigset_t sigpipe;
+  sigset_t previous;
+  sigemptyset(&sigpipe);
+  sigaddset(&sigpipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
+  pthread_kill(pthread_self(), SIGPIPE);
+  const auto process = startScript("exec 0<&-; echo ready");
+  EXPECT_EQ(readAll(*process), "ready\n");
+  EXPECT_FALSE(process->write("x"));
+  sigset_t pending;
+  sigpending(&pending);
+  EXPECT_EQ(sigismember(&pending, SIGPIPE), 1);
+  constexpr timespec kNoWait{};
+  EXPECT_EQ(sigtimedwait(&sigpipe, nullptr, &kNoWait), SIGPIPE);
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
+
+TEST_F(PosixWorkerProcess, TellsASignal) {
+  const auto process = startScript("kill -SEGV $$");
+  ASSERT_NE(process, nullptr);
+  EXPECT_EQ(readAll(*process), "");
+  EXPECT_EQ(process->finish(), (WorkerExit{WorkerExit::Kind::Signaled, SIGSEGV}));
+}
+
+TEST_F(PosixWorkerProcess, IsKilledWhenItOutlivesItsInput) {
+  const auto process = startScript("exec sleep 60");
+  ASSERT_NE(process, nullptr);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(process->finish(), (WorkerExit{WorkerExit::Kind::Killed, 0}));
+  const auto elapsed = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(elapsed, kExitGrace);
+  EXPECT_LT(elapsed, kExitGrace + std::chrono::seconds(5));
+  EXPECT_FALSE(process->write("x"));
+  char byte = 0;
+  EXPECT_EQ(process->read(&byte, 1), 0u);
+}
+
+TEST_F(PosixWorkerProcess, IsNotWaitedForWhileItWritesWhatNobodyReads) {
+  const auto process = startScript("exec cat /dev/zero");
+  ASSERT_NE(process, nullptr);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(process->finish(), (WorkerExit{WorkerExit::Kind::Signaled, SIGPIPE}));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, kExitGrace);
+}
+
+TEST_F(PosixWorkerProcess, LeavesNothingBehind) {
+  ASSERT_FALSE(hasChildren());
+  const std::set<int> before = openDescriptors();
+  for (int n = 0; n < 100; ++n) {
+    std::string error;
+    ASSERT_NE(startWorker("/bin/cat", &error), nullptr) << error;
+    ASSERT_EQ(startWorker("/no/such/worker", &error), nullptr);
+    EXPECT_EQ(error, "No such file or directory");
+  }
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(PosixWorkerProcess, CannotBeStartedFromADirectory) {
+  std::string error;
+  EXPECT_EQ(startWorker("/tmp", &error), nullptr);
+  EXPECT_EQ(error, "Permission denied");
+}
+
+// Another program that the host starts must not keep a worker's input open.
+TEST_F(PosixWorkerProcess, KeepsItsEndsOfThePipesToItself) {
+  const std::set<int> before = openDescriptors();
+  const auto echo = startWorker("/bin/cat", nullptr);
+  ASSERT_NE(echo, nullptr);
+  std::size_t kept = 0;
+  for (const int descriptor : openDescriptors()) {
+    if (before.contains(descriptor)) continue;
+    EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC) << descriptor;
+    ++kept;
+  }
+  EXPECT_EQ(kept, 2u);
+}
+
+// A host may have closed its own standard streams. What it prints then must not reach the worker.
+TEST_F(PosixWorkerProcess, StartsFromAHostWithoutStandardStreams) {
+  const pid_t host = ::fork();
+  ASSERT_GE(host, 0);
+  if (host == 0) {
+    ::close(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    ::close(STDERR_FILENO);
+    const auto echo = startWorker("/bin/cat", nullptr);
+    if (echo == nullptr) ::_exit(1);
+    if (::write(STDOUT_FILENO, "x", 1) == 1 || ::write(STDERR_FILENO, "x", 1) == 1) ::_exit(2);
+    WorkerClient client(*echo);
+    if (client.ping() != WorkerStatus::Ok) ::_exit(3);
+    ::_exit(echo->finish() == WorkerExit{WorkerExit::Kind::Exited, 0} ? 0 : 4);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(host, &status, 0), host);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+}  // namespace
+}  // namespace client

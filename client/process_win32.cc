@@ -1,0 +1,240 @@
+// Workers as children on Windows: CreateProcess and two anonymous pipes.
+
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "client/process.h"
+
+namespace client {
+namespace {
+
+// The most that one ReadFile or WriteFile call is asked to move, in bytes.
+constexpr std::size_t kTransferMax = 0x7FFFFFFF;
+
+// Given to a worker that we end; never seen by a host, which learns of Kind::Killed instead.
+constexpr UINT kKilledExitCode = 1;
+
+// Owns a handle; closes it when it goes. Null stands for none.
+class Handle {
+ public:
+  Handle() = default;
+  explicit Handle(HANDLE handle) : handle_(handle) {}
+  Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+  Handle& operator=(Handle&& other) noexcept {
+    std::swap(handle_, other.handle_);
+    return *this;
+  }
+  ~Handle() { close(); }
+
+  void close() {
+    if (handle_ != nullptr) ::CloseHandle(handle_);
+    handle_ = nullptr;
+  }
+
+  [[nodiscard]] HANDLE get() const { return handle_; }
+
+ private:
+  HANDLE handle_ = nullptr;
+};
+
+DWORD transferSize(std::size_t remaining) {
+  return static_cast<DWORD>(std::min(remaining, kTransferMax));
+}
+
+class Win32WorkerProcess final : public WorkerProcess {
+ public:
+  Win32WorkerProcess(Handle process, Handle to_worker, Handle from_worker)
+      : process_(std::move(process)),
+        to_worker_(std::move(to_worker)),
+        from_worker_(std::move(from_worker)) {}
+
+  ~Win32WorkerProcess() override { Win32WorkerProcess::finish(); }
+
+  bool write(std::string_view bytes) override {
+    assert(!bytes.empty());
+    while (!bytes.empty()) {
+      DWORD count = 0;
+      if (!::WriteFile(to_worker_.get(), bytes.data(), transferSize(bytes.size()), &count,
+                       nullptr) ||
+          count == 0) {
+        return false;
+      }
+      bytes.remove_prefix(count);
+    }
+    return true;
+  }
+
+  std::size_t read(char* buffer, std::size_t size) override {
+    std::size_t filled = 0;
+    while (filled < size) {
+      DWORD count = 0;
+      if (!::ReadFile(from_worker_.get(), buffer + filled, transferSize(size - filled), &count,
+                      nullptr) ||
+          count == 0) {
+        break;
+      }
+      filled += count;
+    }
+    return filled;
+  }
+
+  WorkerExit finish() override {
+    if (!exit_) {
+      to_worker_.close();
+      // A worker in the middle of a response that nobody will read must not wait for us.
+      from_worker_.close();
+      exit_ = collect();
+      process_.close();
+    }
+    return *exit_;
+  }
+
+ private:
+  WorkerExit collect() {
+    if (::WaitForSingleObject(process_.get(), static_cast<DWORD>(kExitGrace.count())) ==
+        WAIT_TIMEOUT) {
+      const bool killed = ::TerminateProcess(process_.get(), kKilledExitCode) != 0;
+      ::WaitForSingleObject(process_.get(), INFINITE);
+      if (killed) return {WorkerExit::Kind::Killed, 0};
+    }
+    DWORD code = 0;
+    if (!::GetExitCodeProcess(process_.get(), &code)) return WorkerExit{};
+    return {WorkerExit::Kind::Exited, code};
+  }
+
+  Handle process_;
+  Handle to_worker_;
+  Handle from_worker_;
+  std::optional<WorkerExit> exit_;
+};
+
+struct Pipe {
+  Handle read_end;
+  Handle write_end;
+};
+
+// Neither end is inherited yet. Like makeInheritable, returns 0 or the system's error code.
+DWORD openPipe(Pipe& pipe) {
+  HANDLE read_end = nullptr;
+  HANDLE write_end = nullptr;
+  if (!::CreatePipe(&read_end, &write_end, nullptr, 0)) return ::GetLastError();
+  pipe.read_end = Handle(read_end);
+  pipe.write_end = Handle(write_end);
+  return ERROR_SUCCESS;
+}
+
+DWORD makeInheritable(const Handle& handle) {
+  const bool done =
+      ::SetHandleInformation(handle.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT) != 0;
+  return done ? ERROR_SUCCESS : ::GetLastError();
+}
+
+// A copy of the host's standard error that a child can inherit; none when the host has none.
+Handle inheritableStandardError() {
+  const HANDLE original = ::GetStdHandle(STD_ERROR_HANDLE);
+  if (original == nullptr || original == INVALID_HANDLE_VALUE) return Handle();
+  HANDLE copy = nullptr;
+  const HANDLE self = ::GetCurrentProcess();
+  if (!::DuplicateHandle(self, original, self, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS)) {
+    return Handle();
+  }
+  return Handle(copy);
+}
+
+// Limits what a child inherits to a list of handles. The list must outlive this.
+class InheritanceList {
+ public:
+  explicit InheritanceList(std::vector<HANDLE>& handles) {
+    SIZE_T size = 0;
+    ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+    storage_.resize(size);
+    initialized_ = ::InitializeProcThreadAttributeList(get(), 1, 0, &size) != 0;
+    ready_ = initialized_ && ::UpdateProcThreadAttribute(
+                                 get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
+                                 handles.size() * sizeof(HANDLE), nullptr, nullptr) != 0;
+  }
+  InheritanceList(const InheritanceList&) = delete;
+  InheritanceList& operator=(const InheritanceList&) = delete;
+  ~InheritanceList() {
+    if (initialized_) ::DeleteProcThreadAttributeList(get());
+  }
+
+  [[nodiscard]] bool isReady() const { return ready_; }
+  [[nodiscard]] LPPROC_THREAD_ATTRIBUTE_LIST get() {
+    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(storage_.data());
+  }
+
+ private:
+  std::vector<std::byte> storage_;
+  bool initialized_ = false;
+  bool ready_ = false;
+};
+
+// Starts the program with the given standard streams and sets `process`. Returns 0, or the
+// system's error code.
+DWORD createProcess(const std::filesystem::path& path, const Handle& input, const Handle& output,
+                    const Handle& error, Handle& process) {
+  std::vector<HANDLE> inherited = {input.get(), output.get()};
+  if (error.get() != nullptr) inherited.push_back(error.get());
+  InheritanceList inheritance(inherited);
+  if (!inheritance.isReady()) return ::GetLastError();
+
+  STARTUPINFOEXW startup{};
+  startup.StartupInfo.cb = sizeof(startup);
+  startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+  startup.StartupInfo.hStdInput = input.get();
+  startup.StartupInfo.hStdOutput = output.get();
+  startup.StartupInfo.hStdError = error.get();
+  startup.lpAttributeList = inheritance.get();
+
+  // A host with windows of its own gets no console window on top.
+  constexpr DWORD kFlags = EXTENDED_STARTUPINFO_PRESENT | CREATE_NO_WINDOW;
+  const std::wstring program = path.wstring();
+  std::wstring command_line = L"\"" + program + L"\"";
+  PROCESS_INFORMATION information{};
+  if (!::CreateProcessW(program.c_str(), command_line.data(), nullptr, nullptr, TRUE, kFlags,
+                        nullptr, nullptr, &startup.StartupInfo, &information)) {
+    return ::GetLastError();
+  }
+  ::CloseHandle(information.hThread);
+  process = Handle(information.hProcess);
+  return ERROR_SUCCESS;
+}
+
+}  // namespace
+
+std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
+                                           std::string* error_out) {
+  Pipe to_worker;
+  Pipe from_worker;
+  Handle process;
+  DWORD error = openPipe(to_worker);
+  if (error == ERROR_SUCCESS) error = openPipe(from_worker);
+  if (error == ERROR_SUCCESS) error = makeInheritable(to_worker.read_end);
+  if (error == ERROR_SUCCESS) error = makeInheritable(from_worker.write_end);
+  if (error == ERROR_SUCCESS) {
+    error = createProcess(path, to_worker.read_end, from_worker.write_end,
+                          inheritableStandardError(), process);
+  }
+  if (error != ERROR_SUCCESS) {
+    if (error_out != nullptr) {
+      *error_out = std::system_category().message(static_cast<int>(error));
+    }
+    return nullptr;
+  }
+  return std::make_unique<Win32WorkerProcess>(std::move(process), std::move(to_worker.write_end),
+                                              std::move(from_worker.read_end));
+}
+
+}  // namespace client

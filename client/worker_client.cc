@@ -1,0 +1,244 @@
+#include "client/worker_client.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <utility>
+
+#include "client/names.h"
+
+namespace client {
+
+using worker::MessageHeader;
+using worker::MessageType;
+using worker::WorkerStatus;
+
+namespace {
+
+bool isOneOf(WorkerStatus status, std::initializer_list<WorkerStatus> allowed) {
+  return std::find(allowed.begin(), allowed.end(), status) != allowed.end();
+}
+
+// "Ok with 12 bytes"
+std::string describeResponse(WorkerStatus status, std::size_t payload_size) {
+  return std::string(statusName(status)) + " with " + std::to_string(payload_size) + " bytes";
+}
+
+}  // namespace
+
+std::optional<WorkerStatus> WorkerClient::ping() {
+  return exchangeForStatus({.type = MessageType::Ping});
+}
+
+std::optional<WorkerStatus> WorkerClient::registerContext(const CoordContext& context) {
+  const std::string payload = encodeContext(context);
+  return exchangeForStatus(
+      {.type = MessageType::RegisterContext, .context_id = context.id, .payload = payload});
+}
+
+std::optional<Reply<CellLocation>> WorkerClient::locateCell(std::uint64_t context_id,
+                                                            const Point& point,
+                                                            std::uint8_t source_system) {
+  const auto response = queryPoint(MessageType::LocateCell, context_id, point, source_system, 0);
+  if (!response) return std::nullopt;
+  Reply<CellLocation> reply{.status = response->status, .value = std::nullopt};
+  if (reply.status == WorkerStatus::Ok) reply.value = decodeCellLocation(response->payload);
+  return reply;
+}
+
+std::optional<Reply<Point>> WorkerClient::cellPlaneToSystem(std::uint64_t context_id,
+                                                            const Point& point,
+                                                            std::uint8_t target_system) {
+  const auto response =
+      queryPoint(MessageType::CellPlaneToSystem, context_id, point, 0, target_system);
+  if (!response) return std::nullopt;
+  Reply<Point> reply{.status = response->status, .value = std::nullopt};
+  if (reply.status == WorkerStatus::Ok) reply.value = decodePoint(response->payload);
+  return reply;
+}
+
+std::optional<Reply<Point>> WorkerClient::convert(std::uint64_t context_id, const Point& point,
+                                                  std::uint8_t source_system,
+                                                  std::uint8_t target_system) {
+  const auto response =
+      queryPoint(MessageType::Convert, context_id, point, source_system, target_system);
+  if (!response) return std::nullopt;
+  Reply<Point> reply{.status = response->status, .value = std::nullopt};
+  if (reply.status == WorkerStatus::Ok) reply.value = decodePoint(response->payload);
+  return reply;
+}
+
+std::optional<Reply<GeometryResult>> WorkerClient::computeGeometry(
+    GeometryOperation operation, std::span<const double> operands) {
+  const std::string payload = encodeGeometryRequest(operation, operands);
+  const auto response = exchange({.type = MessageType::GeometryRequest, .payload = payload});
+  if (!response) return std::nullopt;
+  if (response->payload.size() != worker::kGeometryResultSize ||
+      !isOneOf(response->status, {WorkerStatus::Ok, WorkerStatus::BadRequest,
+                                  WorkerStatus::UnknownType, WorkerStatus::Degenerate})) {
+    return fail(Fault::Kind::BadResponse,
+                "the worker answered a geometric request with " +
+                    describeResponse(response->status, response->payload.size()));
+  }
+  return Reply<GeometryResult>{.status = response->status,
+                               .value = decodeGeometryResult(response->payload)};
+}
+
+std::optional<Reply<EvalResult>> WorkerClient::evalStart(std::string_view program,
+                                                         std::uint64_t context_id) {
+  return evaluate({.type = MessageType::EvalStart, .context_id = context_id, .payload = program});
+}
+
+std::optional<Reply<EvalResult>> WorkerClient::evalResume(std::uint64_t run_id,
+                                                          std::string_view answer) {
+  return evaluate({.type = MessageType::EvalResume, .run_id = run_id, .payload = answer});
+}
+
+std::optional<WorkerStatus> WorkerClient::evalCancel(std::uint64_t run_id) {
+  return exchangeForStatus({.type = MessageType::EvalCancel, .run_id = run_id});
+}
+
+std::optional<WorkerStatus> WorkerClient::shutdown() {
+  const auto status = exchangeForStatus({.type = MessageType::Shutdown});
+  if (status) {
+    fault_ = Fault{Fault::Kind::ShutDown, "the worker has been asked to end"};
+  }
+  return status;
+}
+
+// A request that is answered by its status alone. Only a registration can be refused.
+std::optional<WorkerStatus> WorkerClient::exchangeForStatus(const Request& request) {
+  const auto response = exchange(request);
+  if (!response) return std::nullopt;
+  const bool refusable = request.type == MessageType::RegisterContext;
+  const bool expected = response->status == WorkerStatus::Ok ||
+                        (refusable && response->status == WorkerStatus::BadRequest);
+  if (!expected || !response->payload.empty()) {
+    return fail(Fault::Kind::BadResponse,
+                "the worker answered a request of type " +
+                    std::to_string(static_cast<unsigned>(request.type)) + " with " +
+                    describeResponse(response->status, response->payload.size()));
+  }
+  return response->status;
+}
+
+// A response that holds a point or a cell if and only if its status is Ok.
+std::optional<WorkerClient::Response> WorkerClient::queryPoint(MessageType type,
+                                                               std::uint64_t context_id,
+                                                               const Point& point,
+                                                               std::uint8_t source_system,
+                                                               std::uint8_t target_system) {
+  const std::string payload = encodePointRequest(point, source_system, target_system);
+  auto response = exchange({.type = type, .context_id = context_id, .payload = payload});
+  if (!response) return std::nullopt;
+  const bool expected =
+      isOneOf(response->status, {WorkerStatus::Ok, WorkerStatus::BadRequest,
+                                 WorkerStatus::ContextNotFound, WorkerStatus::QueryFailed});
+  const std::size_t expected_size =
+      response->status == WorkerStatus::Ok ? worker::kPointResultSize : 0;
+  if (!expected || response->payload.size() != expected_size) {
+    return fail(Fault::Kind::BadResponse,
+                "the worker answered a question about a point with " +
+                    describeResponse(response->status, response->payload.size()));
+  }
+  return response;
+}
+
+std::optional<Reply<EvalResult>> WorkerClient::evaluate(const Request& request) {
+  if (request.payload.size() > worker::kPayloadSizeMax) {
+    return Reply<EvalResult>{.status = WorkerStatus::BadRequest, .value = std::nullopt};
+  }
+  const auto response = exchange(request);
+  if (!response) return std::nullopt;
+  const bool refused =
+      isOneOf(response->status, {WorkerStatus::BadRequest, WorkerStatus::ContextNotFound});
+  if (refused && response->payload.empty()) {
+    return Reply<EvalResult>{.status = response->status, .value = std::nullopt};
+  }
+  std::string reason;
+  auto result = decodeEvalResult(response->status, response->payload, &reason);
+  if (!result) {
+    return fail(Fault::Kind::BadResponse,
+                "the worker answered an evaluation with " +
+                    describeResponse(response->status, response->payload.size()) + ": " + reason);
+  }
+  return Reply<EvalResult>{.status = response->status, .value = std::move(result)};
+}
+
+std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& request) {
+  if (fault_) return std::nullopt;
+  MessageHeader header;
+  header.magic = worker::kMagic;
+  header.version = worker::kProtocolVersion;
+  header.type = static_cast<std::uint16_t>(request.type);
+  header.payload_length = static_cast<std::uint32_t>(request.payload.size());
+  header.request_id = next_request_id_++;
+  header.context_id = request.context_id;
+  header.run_id = request.run_id;
+  if (!send(header, request.payload)) {
+    return fail(Fault::Kind::RequestNotTaken, "the worker no longer takes requests");
+  }
+  return receive(header);
+}
+
+// One write for both parts: one system call, and never a write of nothing.
+bool WorkerClient::send(const MessageHeader& header, std::string_view payload) {
+  frame_.assign(worker::kHeaderSize, '\0');
+  worker::encodeHeader(header, std::span(frame_).first<worker::kHeaderSize>());
+  frame_ += payload;
+  return channel_.write(frame_);
+}
+
+std::optional<WorkerClient::Response> WorkerClient::receive(const MessageHeader& request) {
+  std::array<char, worker::kHeaderSize> bytes{};
+  const std::size_t header_size = channel_.read(bytes.data(), bytes.size());
+  if (header_size < bytes.size()) {
+    return fail(Fault::Kind::ResponseCut, "the worker's output ended after " +
+                                              std::to_string(header_size) + " of " +
+                                              std::to_string(bytes.size()) + " header bytes");
+  }
+  const MessageHeader header = worker::decodeHeader(bytes);
+  if (!checkHeader(request, header)) return std::nullopt;
+  Response response{.status = static_cast<WorkerStatus>(header.status),
+                    .payload = std::string(header.payload_length, '\0')};
+  if (response.payload.empty()) return response;
+  const std::size_t payload_size = channel_.read(response.payload.data(), response.payload.size());
+  if (payload_size < response.payload.size()) {
+    return fail(Fault::Kind::ResponseCut,
+                "the worker's output ended after " + std::to_string(payload_size) + " of " +
+                    std::to_string(response.payload.size()) + " payload bytes");
+  }
+  return response;
+}
+
+bool WorkerClient::checkHeader(const MessageHeader& request, const MessageHeader& response) {
+  const auto check = [this](Fault::Kind kind, std::string_view field, std::uint64_t got,
+                            std::uint64_t expected) {
+    if (got == expected) return true;
+    fail(kind, "the worker's response has " + std::string(field) + " " + std::to_string(got) +
+                   " instead of " + std::to_string(expected));
+    return false;
+  };
+  if (response.magic != worker::kMagic) {
+    fail(Fault::Kind::BadHeader, "the worker's response does not begin with the protocol's magic");
+    return false;
+  }
+  if (response.payload_length > worker::kPayloadSizeMax) {
+    fail(Fault::Kind::BadHeader, "the worker's response announces " +
+                                     std::to_string(response.payload_length) +
+                                     " bytes, more than a frame holds");
+    return false;
+  }
+  return check(Fault::Kind::BadHeader, "version", response.version, worker::kProtocolVersion) &&
+         check(Fault::Kind::BadHeader, "run id", response.run_id, 0) &&
+         check(Fault::Kind::WrongEcho, "type", response.type, request.type) &&
+         check(Fault::Kind::WrongEcho, "request id", response.request_id, request.request_id) &&
+         check(Fault::Kind::WrongEcho, "context id", response.context_id, request.context_id);
+}
+
+std::nullopt_t WorkerClient::fail(Fault::Kind kind, std::string message) {
+  fault_ = Fault{kind, std::move(message)};
+  return std::nullopt;
+}
+
+}  // namespace client

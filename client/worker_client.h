@@ -1,0 +1,141 @@
+// A conversation with a worker, in types.
+//
+// Every operation sends one request, waits for its response and checks it: the header's fixed
+// fields and echoes, that the status is one that this request can be answered with, that the
+// payload is what the status promises. What comes back has two layers.
+//
+//   A reply carries the worker's status. A refusal such as ContextNotFound is a reply too.
+//   No reply at all (an empty optional) means that the conversation is over: the worker went away,
+//   or sent what no worker sends. fault() then says what happened, and every later operation fails
+//   with the same fault without touching the channel, since nothing could tell its answer from
+//   the rubbish before it.
+//
+// A payload above worker::kPayloadSizeMax would end the worker. It is not sent; the reply is
+// BadRequest, and the conversation goes on.
+
+#ifndef CLIENT_WORKER_CLIENT_H_
+#define CLIENT_WORKER_CLIENT_H_
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "client/channel.h"
+#include "client/coordinates.h"
+#include "client/eval_result.h"
+#include "client/geometry.h"
+#include "worker/frame.h"
+
+namespace client {
+
+// A worker's answer to a request that asks for something.
+template <typename T>
+struct Reply {
+  worker::WorkerStatus status = worker::WorkerStatus::Ok;
+  std::optional<T> value;  // Present as the operation says.
+};
+
+// Why a conversation is over.
+struct Fault {
+  enum class Kind : std::uint8_t {
+    RequestNotTaken,  // The worker no longer reads.
+    ResponseCut,      // The worker's output ended before or inside a response.
+    BadHeader,        // Not the header of a response.
+    WrongEcho,        // The response to some other request.
+    BadResponse,      // A status or payload that does not answer the request.
+    ShutDown,         // We have asked the worker to end, and it has agreed.
+  };
+
+  Kind kind;
+  std::string message;  // One sentence for a person, with the figures at fault.
+};
+
+class WorkerClient {
+ public:
+  // `channel` leads to a worker that nobody else talks to, and must outlive the client.
+  explicit WorkerClient(Channel& channel) : channel_(channel) {}
+
+  [[nodiscard]] std::optional<worker::WorkerStatus> ping();
+
+  // Registers `context` under its id, or replaces the one there. BadRequest when the worker's
+  // table is full.
+  [[nodiscard]] std::optional<worker::WorkerStatus> registerContext(const CoordContext& context);
+
+  // Where a point of `source_system` lies in the cell plane. A value when the status is Ok.
+  [[nodiscard]] std::optional<Reply<CellLocation>> locateCell(std::uint64_t context_id,
+                                                              const Point& point,
+                                                              std::uint8_t source_system);
+
+  // A point of the cell plane in `target_system`. A value when the status is Ok.
+  [[nodiscard]] std::optional<Reply<Point>> cellPlaneToSystem(std::uint64_t context_id,
+                                                              const Point& point,
+                                                              std::uint8_t target_system);
+
+  // A point of `source_system` in `target_system`. A value when the status is Ok.
+  [[nodiscard]] std::optional<Reply<Point>> convert(std::uint64_t context_id, const Point& point,
+                                                    std::uint8_t source_system,
+                                                    std::uint8_t target_system);
+
+  // Always a value: zeros for a refusal, the non-finite figures for some Degenerate results. At
+  // most worker::kGeometryOperandCountMax operands.
+  [[nodiscard]] std::optional<Reply<GeometryResult>> computeGeometry(
+      GeometryOperation operation, std::span<const double> operands);
+
+  // Evaluates a program under a registered context, or under none when `context_id` is 0. A value
+  // unless the status is ContextNotFound, or BadRequest because the result is too long to send; a
+  // host call too long to send then waits under a run id that nobody learns.
+  [[nodiscard]] std::optional<Reply<EvalResult>> evalStart(std::string_view program,
+                                                           std::uint64_t context_id);
+
+  // Answers the host call that run `run_id` waits for. answer_text.h makes `answer`. A value
+  // unless the status is BadRequest (no such run waits, or the result is too long to send) or
+  // ContextNotFound.
+  [[nodiscard]] std::optional<Reply<EvalResult>> evalResume(std::uint64_t run_id,
+                                                            std::string_view answer);
+
+  // Drops a waiting run. Ok whether or not there was one.
+  [[nodiscard]] std::optional<worker::WorkerStatus> evalCancel(std::uint64_t run_id);
+
+  // Asks the worker to end. Afterwards the conversation is over, with the fault ShutDown.
+  [[nodiscard]] std::optional<worker::WorkerStatus> shutdown();
+
+  // Why the conversation is over; empty while it is not.
+  [[nodiscard]] const std::optional<Fault>& fault() const { return fault_; }
+
+ private:
+  struct Request {
+    worker::MessageType type;
+    std::uint64_t context_id = 0;
+    std::uint64_t run_id = 0;
+    std::string_view payload = {};
+  };
+
+  struct Response {
+    worker::WorkerStatus status;
+    std::string payload;
+  };
+
+  std::optional<Response> exchange(const Request& request);
+  bool send(const worker::MessageHeader& header, std::string_view payload);
+  std::optional<Response> receive(const worker::MessageHeader& request);
+  bool checkHeader(const worker::MessageHeader& request, const worker::MessageHeader& response);
+
+  std::optional<worker::WorkerStatus> exchangeForStatus(const Request& request);
+  std::optional<Response> queryPoint(worker::MessageType type, std::uint64_t context_id,
+                                     const Point& point, std::uint8_t source_system,
+                                     std::uint8_t target_system);
+  std::optional<Reply<EvalResult>> evaluate(const Request& request);
+
+  std::nullopt_t fail(Fault::Kind kind, std::string message);
+
+  Channel& channel_;
+  std::uint64_t next_request_id_ = 1;
+  std::string frame_;  // The request being sent; kept for its storage.
+  std::optional<Fault> fault_;
+};
+
+}  // namespace client
+
+#endif  // CLIENT_WORKER_CLIENT_H_

@@ -1,0 +1,18 @@
+#include "console/contexts.h"
+
+namespace console {
+
+client::CoordContext defaultContext() {
+  client::CoordContext context;
+  context.id = 1;
+  context.cell_size = 100;
+  // origin_x, origin_y, a, b, c, d, z_scale, z_offset
+  context.systems = {{{0, 0, 1, 0, 0, 1, 1, 0},
+                      {100, 50, 0, 1, -1, 0, 1, 0},
+                      {0, 0, 25.4, 0, 0, 25.4, 25.4, 0},
+                      {0, 0, 50, 0, 0, 50, 50, 0},
+                      {0, 0, 1, 0, 0, 0, 1, 0}}};
+  return context;
+}
+
+}  // namespace console

@@ -1,0 +1,62 @@
+// Entities of the drawing, as lists of groups.
+//
+// A group is a list of two: a code that says what it is, and the value. The dialect has no dotted
+// pairs, so (8 "HOLES") stands where other dialects write (8 . "HOLES"), and a point is a list of
+// its own, (10 (5 5 0)). The codes:
+//
+//   -1  handle, a string; ENTGET puts it first, ENTMOD finds the entity by it
+//    0  type, a string: POINT, LINE, CIRCLE, ARC or TEXT
+//    8  layer, a string
+//    1  text            10  point: place, start or centre     11  point: end of a line
+//   40  radius or height, above 0      50, 51  start and end of an arc, in radians
+//
+// Groups with other codes are kept and not looked at.
+
+#ifndef CONSOLE_ENTITY_H_
+#define CONSOLE_ENTITY_H_
+
+#include <string>
+#include <string_view>
+
+#include "client/datum.h"
+
+namespace console {
+
+inline constexpr int kHandleGroup = -1;
+inline constexpr int kTypeGroup = 0;
+inline constexpr int kTextGroup = 1;
+inline constexpr int kLayerGroup = 8;
+inline constexpr int kPointGroup = 10;
+inline constexpr int kEndPointGroup = 11;
+inline constexpr int kSizeGroup = 40;
+inline constexpr int kStartAngleGroup = 50;
+inline constexpr int kEndAngleGroup = 51;
+
+struct Entity {
+  std::string handle;
+  client::DatumList groups;  // Without the handle's.
+
+  friend bool operator==(const Entity&, const Entity&) = default;
+};
+
+[[nodiscard]] client::Datum makeGroup(int code, client::Datum value);
+
+// The value of the first group with `code`; null when there is none. A pointer into `groups`.
+[[nodiscard]] const client::Datum* findGroup(const client::DatumList& groups, int code);
+
+// The string in the first group with `code`; empty when there is none. A view into `groups`.
+[[nodiscard]] std::string_view findStringGroup(const client::DatumList& groups, int code);
+
+// Whether `datum` is a list of two or three finite numbers.
+[[nodiscard]] bool isPoint(const client::Datum& datum);
+
+// Why `datum` cannot be the groups of an entity, for a person; empty when it can.
+[[nodiscard]] std::string whyNoEntity(const client::Datum& datum);
+
+// One line for a person: "E1 CIRCLE on layer HOLES: centre (5 5 0), radius 3", with numbers
+// rounded to a millionth.
+[[nodiscard]] std::string describeEntity(const Entity& entity);
+
+}  // namespace console
+
+#endif  // CONSOLE_ENTITY_H_

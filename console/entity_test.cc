@@ -1,0 +1,106 @@
+#include "console/entity.h"
+
+#include <gtest/gtest.h>
+
+#include "client/answer_text.h"
+
+namespace console {
+namespace {
+
+client::Datum read(std::string_view text) {
+  std::string error;
+  const auto datum = client::readDatum(text, &error);
+  EXPECT_TRUE(datum.has_value()) << text << ": " << error;
+  return datum.value_or(client::nil());
+}
+
+client::DatumList groupsOf(std::string_view text) {
+  const client::Datum datum = read(text);
+  const client::DatumList* const groups = client::asList(datum);
+  return groups == nullptr ? client::DatumList() : *groups;
+}
+
+TEST(FindGroup, FindsTheFirstWithTheCode) {
+  const client::DatumList groups = groupsOf(R"((5 (8) (8 "A" 1) (8.5 "C") (8 "B") (8 "D")))");
+  ASSERT_NE(findGroup(groups, 8), nullptr);
+  EXPECT_EQ(*findGroup(groups, 8), client::string("B"));
+  EXPECT_EQ(findGroup(groups, 9), nullptr);
+  EXPECT_EQ(findStringGroup(groups, 8), "B");
+  EXPECT_EQ(findStringGroup(groups, 9), "");
+  EXPECT_EQ(findStringGroup(groupsOf("((8 5))"), 8), "");
+}
+
+TEST(IsPoint, TakesTwoOrThreeFiniteNumbers) {
+  EXPECT_TRUE(isPoint(read("(1 2)")));
+  EXPECT_TRUE(isPoint(read("(1 2 -3.5)")));
+  for (const char* const text : {"()", "(1)", "(1 2 3 4)", "(1 X)", "nil", "5", "(\"1\" 2)"}) {
+    EXPECT_FALSE(isPoint(read(text))) << text;
+  }
+  EXPECT_FALSE(isPoint(client::list({client::number(1), client::number(1e308 * 10)})));
+}
+
+TEST(WhyNoEntity, TakesEveryKnownType) {
+  for (const char* const text :
+       {R"(((0 "POINT") (10 (1 2))))", R"(((0 "LINE") (8 "A") (10 (0 0 0)) (11 (1 0 0))))",
+        R"(((0 "CIRCLE") (10 (0 0 0)) (40 0.5)))",
+        R"(((0 "ARC") (10 (0 0)) (40 1) (50 0) (51 -3.14)))",
+        R"(((0 "TEXT") (10 (0 0)) (40 2.5) (1 "")))",
+        R"(((0 "POINT") (10 (1 2)) (999 anything) (62 (7))))"}) {
+    EXPECT_EQ(whyNoEntity(read(text)), "") << text;
+  }
+}
+
+TEST(WhyNoEntity, SaysWhatIsWrong) {
+  struct Row {
+    const char* text;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"nil", "an entity is a list of groups"},
+      {"()", "no type: (0 TYPE)"},
+      {R"((0 "POINT"))", "a group is a list of a code and a value"},
+      {R"(((0 "POINT") (10 1 2)))", "a group is a list of a code and a value"},
+      {R"(((0 "POINT") ("10" (1 2))))", "a group is a list of a code and a value"},
+      {R"(((0 5) (10 (1 2))))", "no type: (0 TYPE)"},
+      {R"(((0 "SPHERE") (10 (1 2))))", "unknown type: SPHERE"},
+      {R"(((0 "point") (10 (1 2))))", "unknown type: point"},
+      {R"(((0 "LINE") (10 (1 2))))", "LINE needs a group 11, to"},
+      {R"(((0 "ARC") (10 (0 0)) (40 1) (50 0)))", "ARC needs a group 51, to angle"},
+      {R"(((0 "POINT") (10 5)))", "group 10 needs a point"},
+      {R"(((0 "LINE") (10 (1 2)) (11 (1 X))))", "group 11 needs a point"},
+      {R"(((0 "CIRCLE") (10 (1 2)) (40 0)))", "group 40 needs a number above 0"},
+      {R"(((0 "CIRCLE") (10 (1 2)) (40 nil)))", "group 40 needs a number above 0"},
+      {R"(((0 "POINT") (8 "") (10 (1 2))))", "group 8 needs a string that is not empty"},
+      {R"(((0 "POINT") (8 WALLS) (10 (1 2))))", "group 8 needs a string that is not empty"},
+      {R"(((0 "ARC") (10 (0 0)) (40 1) (50 "0") (51 1)))", "group 50 needs a number"},
+      {R"(((0 "TEXT") (10 (0 0)) (40 1) (1 2)))", "group 1 needs a string"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(whyNoEntity(read(row.text)), row.reason) << row.text;
+}
+
+TEST(WhyNoEntity, RefusesWhatNoAnswerCouldHandBack) {
+  client::DatumList groups = groupsOf(R"(((0 "POINT") (10 (1 2))))");
+  groups.push_back(makeGroup(999, client::number(1e308 * 10)));
+  EXPECT_EQ(whyNoEntity(client::list(groups)), "no text stands for an infinity or a NaN");
+}
+
+TEST(DescribeEntity, IsALineForAPerson) {
+  struct Row {
+    const char* groups;
+    const char* line;
+  };
+  const Row rows[] = {
+      {R"(((0 "POINT") (8 "0") (10 (1 2 3))))", "E1 POINT on layer 0: at (1 2 3)"},
+      {R"(((11 (5 5)) (0 "LINE") (8 "A") (10 (0 0))))", "E1 LINE on layer A: from (0 0), to (5 5)"},
+      {R"(((0 "CIRCLE") (8 "A") (10 (59.99999999999 -1e-9 0)) (40 0.3333333333333333)))",
+       "E1 CIRCLE on layer A: centre (60 0 0), radius 0.333333"},
+      {R"(((0 "ARC") (8 "A") (10 (0 0)) (40 1) (50 0) (51 3.141592653589793)))",
+       "E1 ARC on layer A: centre (0 0), radius 1, from angle 0, to angle 3.141593"},
+      {R"(((0 "TEXT") (8 "A") (10 (1e300 0)) (40 2) (1 "3/4\" pipe")))",
+       R"(E1 TEXT on layer A: at (1e+300 0), height 2, text "3/4\" pipe")"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(describeEntity({"E1", groupsOf(row.groups)}), row.line);
+}
+
+}  // namespace
+}  // namespace console

@@ -1,0 +1,153 @@
+#include "console/host.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+#include "client/answer_text.h"
+#include "console/commands.h"
+#include "console/selection.h"
+#include "console/snap.h"
+
+namespace console {
+
+using client::Datum;
+using client::DatumList;
+using client::Point;
+
+namespace {
+
+constexpr double kPickStepX = 100;
+constexpr double kPickStepY = 50;
+constexpr double kPickedDistance = 10;
+
+const char* const kByRule = "picked by rule";
+
+Datum makePoint(const Point& point) { return client::point(point.x, point.y, point.z); }
+
+}  // namespace
+
+const Host::CallEntry Host::kCalls[] = {
+    {"GETPOINT", &Host::pickPoint},   {"GETCORNER", &Host::pickCorner},
+    {"GETDIST", &Host::pickDistance}, {"SSGET", &Host::select},
+    {"ENTGET", &Host::getEntity},     {"ENTMOD", &Host::modifyEntity},
+    {"ENTMAKE", &Host::makeEntity},   {"ENTMAKEX", &Host::makeEntityForHandle},
+    {"COMMAND", &Host::command},      {"COMMAND-S", &Host::command},
+    {"OSNAP", &Host::snap},
+};
+
+Host::Host(Drawing& drawing, std::vector<ScriptedAnswer> script)
+    : drawing_(drawing), script_(std::move(script)) {}
+
+HostAnswer Host::answer(const client::EvalResult& waiting) {
+  const auto scripted = std::find_if(
+      script_.begin(), script_.end(),
+      [&waiting](const ScriptedAnswer& answer) { return answer.call == waiting.call_name; });
+  if (scripted != script_.end()) {
+    HostAnswer answer{std::move(scripted->text), "from the program's script"};
+    script_.erase(scripted);
+    return answer;
+  }
+  std::string error;
+  const auto call = client::readHostCall(waiting, &error);
+  if (!call) return {"nil", "the arguments cannot be read: " + error};
+  const auto* const entry =
+      std::find_if(std::begin(kCalls), std::end(kCalls),
+                   [&call](const CallEntry& known) { return known.name == call->name; });
+  if (entry == std::end(kCalls)) return {"nil", "this host knows no such call"};
+  std::string note;
+  const Datum datum = (this->*entry->operation)(call->arguments, note);
+  const auto text = client::answerText(datum, &error);
+  if (!text) return {"nil", note + "; cannot be answered: " + error};
+  return {*text, std::move(note)};
+}
+
+Datum Host::pickPoint(const DatumList& /*arguments*/, std::string& note) {
+  note = kByRule;
+  const double count = picked_point_count_++;
+  return client::point(kPickStepX * count, kPickStepY * count, 0);
+}
+
+Datum Host::pickCorner(const DatumList& arguments, std::string& note) {
+  note = kByRule;
+  const auto given = arguments.empty() ? std::nullopt : readPoint(arguments.front());
+  const Point base = given.value_or(Point{});
+  return client::point(base.x + kPickStepX, base.y + kPickStepY, base.z);
+}
+
+Datum Host::pickDistance(const DatumList& /*arguments*/, std::string& note) {
+  note = kByRule;
+  return client::number(kPickedDistance);
+}
+
+Datum Host::select(const DatumList& arguments, std::string& note) {
+  std::string refusal;
+  const auto handles = selectEntities(drawing_, arguments, refusal);
+  if (!handles) {
+    note = "nothing selected: " + refusal;
+    return client::nil();
+  }
+  note = std::to_string(handles->size()) + " selected";
+  if (handles->empty()) return client::nil();
+  DatumList members;
+  std::transform(handles->begin(), handles->end(), std::back_inserter(members), client::string);
+  return client::selectionSet(std::move(members));
+}
+
+Datum Host::getEntity(const DatumList& arguments, std::string& note) {
+  const auto handle = arguments.empty() ? std::nullopt : client::asString(arguments.front());
+  const Entity* const entity = drawing_.find(handle.value_or(""));
+  if (entity == nullptr) {
+    note = "no such entity";
+    return client::nil();
+  }
+  note = "from the drawing";
+  return entityData(*entity);
+}
+
+Datum Host::modifyEntity(const DatumList& arguments, std::string& note) {
+  Datum groups = arguments.empty() ? client::nil() : arguments.front();
+  std::string refusal;
+  if (!drawing_.modify(groups, refusal)) {
+    note = "not changed: " + refusal;
+    return client::nil();
+  }
+  note = "changed " + std::string(findStringGroup(*client::asList(groups), kHandleGroup));
+  return groups;
+}
+
+Datum Host::makeEntity(const DatumList& arguments, std::string& note) {
+  const Datum handle = makeEntityForHandle(arguments, note);
+  return client::asString(handle) ? arguments.front() : handle;
+}
+
+Datum Host::makeEntityForHandle(const DatumList& arguments, std::string& note) {
+  std::string refusal;
+  const auto handle = drawing_.add(arguments.empty() ? client::nil() : arguments.front(), refusal);
+  if (!handle) {
+    note = "not made: " + refusal;
+    return client::nil();
+  }
+  note = "added " + *handle;
+  return client::string(*handle);
+}
+
+Datum Host::command(const DatumList& arguments, std::string& note) {
+  note = runCommand(drawing_, arguments);
+  return client::nil();
+}
+
+Datum Host::snap(const DatumList& arguments, std::string& note) {
+  const auto near = arguments.empty() ? std::nullopt : readPoint(arguments.front());
+  const auto modes = arguments.size() < 2 ? std::nullopt : client::asString(arguments[1]);
+  const auto found = near && modes ? snapPoint(drawing_, *near, *modes) : std::nullopt;
+  if (!found) {
+    note = "nothing to snap to";
+    return client::nil();
+  }
+  note = "from the drawing";
+  return makePoint(*found);
+}
+
+}  // namespace console

@@ -1,0 +1,64 @@
+// The host's side of one program: answers to its calls, from its script, from the drawing, or by
+// rule where a person would pick something.
+
+#ifndef CONSOLE_HOST_H_
+#define CONSOLE_HOST_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/datum.h"
+#include "client/eval_result.h"
+#include "console/drawing.h"
+#include "console/script.h"
+
+namespace console {
+
+struct HostAnswer {
+  std::string text;  // To be sent as it stands.
+  std::string note;  // Where it comes from and what it did, for a person.
+};
+
+class Host {
+ public:
+  // `drawing` must outlive the host.
+  Host(Drawing& drawing, std::vector<ScriptedAnswer> script);
+
+  // Performs the call that `waiting`, of eval_status HostCallRequired, asks for. The first
+  // scripted answer to a call of that name that is left stands for the whole call; the drawing is
+  // not touched then. A call that cannot be read or carried out is answered with nil.
+  HostAnswer answer(const client::EvalResult& waiting);
+
+  // The scripted answers that no call has asked for yet.
+  [[nodiscard]] const std::vector<ScriptedAnswer>& unusedAnswers() const { return script_; }
+
+ private:
+  // Each answers the calls of one or more names and writes its note.
+  client::Datum pickPoint(const client::DatumList& arguments, std::string& note);
+  client::Datum pickCorner(const client::DatumList& arguments, std::string& note);
+  client::Datum pickDistance(const client::DatumList& arguments, std::string& note);
+  client::Datum select(const client::DatumList& arguments, std::string& note);
+  client::Datum getEntity(const client::DatumList& arguments, std::string& note);
+  client::Datum modifyEntity(const client::DatumList& arguments, std::string& note);
+  client::Datum makeEntity(const client::DatumList& arguments, std::string& note);
+  client::Datum makeEntityForHandle(const client::DatumList& arguments, std::string& note);
+  client::Datum command(const client::DatumList& arguments, std::string& note);
+  client::Datum snap(const client::DatumList& arguments, std::string& note);
+
+  using Operation = client::Datum (Host::*)(const client::DatumList& arguments, std::string& note);
+  struct CallEntry {
+    std::string_view name;
+    Operation operation;
+  };
+  static const CallEntry kCalls[];
+
+  Drawing& drawing_;
+  std::vector<ScriptedAnswer> script_;
+  std::uint32_t picked_point_count_ = 0;
+};
+
+}  // namespace console
+
+#endif  // CONSOLE_HOST_H_

@@ -1,0 +1,155 @@
+// The console as its user meets it: a program with arguments, output and an exit code.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "console/command_line.h"
+
+namespace console {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class ConsoleProgram : public testing::Test {
+ protected:
+  ConsoleProgram() { std::filesystem::create_directory(directory_); }
+  ~ConsoleProgram() override { std::filesystem::remove_all(directory_); }
+
+  static std::string quoted(const std::string& text) { return "'" + text + "'"; }
+
+  static std::string environment(const char* variable) {
+    const char* const value = std::getenv(variable);
+    EXPECT_NE(value, nullptr) << variable << " is not set; ctest sets it";
+    return value == nullptr ? "" : value;
+  }
+
+  // Writes a program and returns its path.
+  [[nodiscard]] std::string file(const std::string& name, const std::string& text) const {
+    const std::filesystem::path path = directory_ / name;
+    std::ofstream(path, std::ios::binary) << text;
+    return path.string();
+  }
+
+  // Runs the console with `arguments`, which the shell splits.
+  void run(const std::string& arguments) {
+    const std::string command =
+        quoted(environment("LISP_CONSOLE_PATH")) + " " + arguments + " </dev/null 2>&1";
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    output.clear();
+    std::array<char, 4096> buffer{};
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+      output.append(buffer.data(), count);
+    }
+    const int status = ::pclose(pipe);
+    exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  void runPrograms(const std::string& paths) {
+    run("--worker " + quoted(environment("LISP_WORKER_PATH")) + " " + paths);
+  }
+
+  std::string output;  // Standard output and error together.
+  int exit_code = -1;
+
+ private:
+  std::filesystem::path directory_ =
+      std::filesystem::temp_directory_path() / ("lisp_console_test." + std::to_string(::getpid()));
+};
+
+TEST_F(ConsoleProgram, RunsProgramsOneAfterTheOther) {
+  runPrograms(quoted(file("a.lsp", "(SETQ X 5)\n")) + " " + quoted(file("b.lsp", "(* X 2)\n")));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_THAT(output, HasSubstr("    (* X 2)\n"
+                                "host    EvalStart         the program, 8 bytes, under context 1\n"
+                                "worker  Ok                result: 10   [3 steps]\n"));
+  EXPECT_THAT(output, EndsWith("== the drawing at the end: 0 entities\n"));
+}
+
+TEST_F(ConsoleProgram, SaysByItsExitCodeThatAProgramFailed) {
+  runPrograms(quoted(file("a.lsp", "(CAR (FOO))")) + " " + quoted(file("b.lsp", "1")));
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, HasSubstr("error: unsupported LISP function: FOO"));
+  EXPECT_THAT(output, HasSubstr("result: 1 "));  // The others are run all the same.
+
+  runPrograms(quoted(file("a.lsp", ";@ expect value 2\n1")));
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, HasSubstr("script  NOT AS EXPECTED   2\n"));
+}
+
+TEST_F(ConsoleProgram, ExplainsItself) {
+  run("--help");
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_EQ(output, kUsage);
+}
+
+TEST_F(ConsoleProgram, RefusesWhatItCannotUseBeforeItStartsAWorker) {
+  run("");
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_EQ(output, "lisp_console: no worker given: --worker PATH (--help tells more)\n");
+
+  run("--worker no-such-worker no-such-program.lsp");
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_EQ(output, "lisp_console: no-such-program.lsp: cannot be read\n");
+
+  run("--worker no-such-worker /");
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_EQ(output, "lisp_console: /: cannot be read\n");
+
+  const std::string path = file("odd.lsp", "1\n;@ anwser GETPOINT nil\n");
+  run("--worker no-such-worker " + quoted(path));
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_EQ(output, "lisp_console: " + path + ": line 2: unknown: anwser\n");
+}
+
+TEST_F(ConsoleProgram, TellsWhatIsWrongWithTheWorker) {
+  const std::string program = quoted(file("a.lsp", "1"));
+  run("--worker /no/such/worker " + program);
+  EXPECT_EQ(exit_code, 3);
+  EXPECT_EQ(output, "lisp_console: /no/such/worker: No such file or directory\n");
+
+  run("--worker /bin/false " + program);
+  EXPECT_EQ(exit_code, 3);
+  EXPECT_THAT(output, EndsWith("the worker ended with exit code 1: not an exit code of the "
+                               "worker\n"));
+
+  run("--worker /bin/cat " + program);
+  EXPECT_EQ(exit_code, 3);
+  EXPECT_THAT(output, HasSubstr("lisp_console: the worker answered a request of type 2 with Ok "
+                                "with 416 bytes; the worker ended with exit code 0"));
+}
+
+TEST_F(ConsoleProgram, TakesAnEmptyProgram) {
+  runPrograms(quoted(file("empty.lsp", "")));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_THAT(output, HasSubstr("worker  Ok                result: nil   [0 steps]\n"));
+}
+
+TEST_F(ConsoleProgram, DoesNotSendTooLongAProgram) {
+  runPrograms(quoted(file("long.lsp", "1" + std::string(1048575, ' '))));
+  EXPECT_EQ(exit_code, 0);
+  runPrograms(quoted(file("long.lsp", "1" + std::string(1048576, ' '))));
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, HasSubstr("worker  BadRequest        too long to send"));
+}
+
+TEST_F(ConsoleProgram, RunsAllExamples) {
+  runPrograms(quoted(environment("LISP_SOURCE_DIR")) + "/examples/*.lsp");
+  EXPECT_EQ(exit_code, 0) << output;
+  EXPECT_THAT(output, StartsWith("== "));
+  EXPECT_THAT(output, HasSubstr("== the drawing at the end: 19 entities\n"));
+}
+
+}  // namespace
+}  // namespace console

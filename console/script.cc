@@ -1,0 +1,142 @@
+#include "console/script.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <system_error>
+#include <utility>
+
+#include "client/answer_text.h"
+
+namespace console {
+
+using client::Datum;
+using client::DatumList;
+
+namespace {
+
+constexpr std::string_view kMarker = ";@";
+constexpr std::string_view kBlanks = " \t\r";
+
+constexpr std::array<std::string_view, 11> kHostCalls = {
+    "GETPOINT", "GETCORNER", "GETDIST", "SSGET",     "ENTGET", "ENTMOD",
+    "ENTMAKE",  "ENTMAKEX",  "COMMAND", "COMMAND-S", "OSNAP"};
+
+constexpr std::size_t kSystemFieldCount = 8;
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+// Takes the first word from `text`, and the blanks after it.
+std::string_view takeWord(std::string_view& text) {
+  const std::size_t size = std::min(text.find_first_of(kBlanks), text.size());
+  const std::string_view word = text.substr(0, size);
+  text = trimmed(text.substr(size));
+  return word;
+}
+
+std::optional<std::size_t> readCount(std::string_view word) {
+  std::size_t count = 0;
+  const char* const end = word.data() + word.size();
+  const auto [stop, error] = std::from_chars(word.data(), end, count);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return count;
+}
+
+// Each reads what follows one kind of comment. What is wrong with it, or an empty string.
+
+std::string readAnswer(std::string_view text, Script& script) {
+  const std::string_view call = takeWord(text);
+  if (!isHostCall(call)) return "no host call: " + std::string(call);
+  script.answers.push_back({std::string(call), std::string(text)});
+  return "";
+}
+
+std::string readEntity(std::string_view text, Script& script) {
+  std::string error;
+  std::optional<Datum> groups = client::readDatum(text, &error);
+  if (!groups) return error;
+  script.entities.push_back(std::move(*groups));
+  return "";
+}
+
+std::string readSystem(std::string_view text, Script& script) {
+  SystemChange change;
+  const auto system = readCount(takeWord(text));
+  if (!system || *system >= worker::kSystemCount) return "a system is a number from 0 to 4";
+  change.system = *system;
+  if (text.starts_with("at-call")) {
+    takeWord(text);
+    const auto at_call = readCount(takeWord(text));
+    if (!at_call || *at_call == 0) return "calls are counted from 1";
+    change.at_call = *at_call;
+  }
+  const std::optional<Datum> numbers = client::readDatum(text, nullptr);
+  const DatumList* const fields = numbers ? client::asList(*numbers) : nullptr;
+  std::array<double, kSystemFieldCount> values{};
+  if (fields == nullptr || fields->size() != values.size()) return "a system takes 8 numbers";
+  for (std::size_t n = 0; n < values.size(); ++n) {
+    const auto value = client::asNumber((*fields)[n]);
+    if (!value) return "a system takes 8 numbers";
+    values[n] = *value;
+  }
+  change.value = {values[0], values[1], values[2], values[3],
+                  values[4], values[5], values[6], values[7]};
+  script.system_changes.push_back(change);
+  return "";
+}
+
+std::string readExpectation(std::string_view text, Script& script) {
+  if (script.expectation) return "a program ends only once";
+  const std::string_view kind = takeWord(text);
+  Expectation expectation{.kind = Expectation::Kind::Value, .text = std::string(text)};
+  if (kind == "value") {
+    std::string error;
+    if (!client::readDatum(text, &error)) return error;
+  } else if (kind == "error") {
+    expectation.kind = Expectation::Kind::Error;
+  } else if (kind == "refusal") {
+    expectation.kind = Expectation::Kind::Refusal;
+  } else {
+    return "expect what: value, error or refusal?";
+  }
+  script.expectation = std::move(expectation);
+  return "";
+}
+
+std::string readLine(std::string_view text, Script& script) {
+  const std::string_view keyword = takeWord(text);
+  if (keyword == "answer") return readAnswer(text, script);
+  if (keyword == "entity") return readEntity(text, script);
+  if (keyword == "system") return readSystem(text, script);
+  if (keyword == "expect") return readExpectation(text, script);
+  return "unknown: " + std::string(keyword);
+}
+
+}  // namespace
+
+bool isHostCall(std::string_view name) {
+  return std::find(kHostCalls.begin(), kHostCalls.end(), name) != kHostCalls.end();
+}
+
+std::optional<Script> readScript(std::string_view program, std::string& error) {
+  Script script;
+  for (std::size_t line_number = 1; !program.empty(); ++line_number) {
+    const std::size_t size = std::min(program.find('\n'), program.size());
+    std::string_view line = trimmed(program.substr(0, size));
+    program.remove_prefix(std::min(size + 1, program.size()));
+    if (!line.starts_with(kMarker)) continue;
+    line.remove_prefix(kMarker.size());
+    const std::string reason = readLine(trimmed(line), script);
+    if (!reason.empty()) {
+      error = "line " + std::to_string(line_number) + ": " + reason;
+      return std::nullopt;
+    }
+  }
+  return script;
+}
+
+}  // namespace console

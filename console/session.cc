@@ -1,0 +1,237 @@
+#include "console/session.h"
+
+#include <algorithm>
+#include <optional>
+#include <ostream>
+#include <utility>
+
+#include "client/answer_text.h"
+#include "client/names.h"
+#include "client/worker_text.h"
+#include "console/contexts.h"
+#include "console/display.h"
+#include "console/host.h"
+
+namespace console {
+
+using client::EvalResult;
+using client::EvalStatus;
+using client::Reply;
+using worker::WorkerStatus;
+
+namespace {
+
+constexpr std::size_t kSpeakerWidth = 8;
+constexpr std::size_t kWhatWidth = 18;
+
+std::string counted(std::size_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+std::string_view nameOf(EntityChange::Kind kind) {
+  switch (kind) {
+    case EntityChange::Kind::Added:
+      return "added";
+    case EntityChange::Kind::Changed:
+      return "changed";
+    case EntityChange::Kind::Erased:
+      return "erased";
+  }
+  return "";
+}
+
+// "(0 0 1 0 0 1 1 0)"
+std::string describeSystem(const client::PlanarSystem& s) {
+  return client::printDatum(
+      client::list({client::number(s.origin_x), client::number(s.origin_y), client::number(s.a),
+                    client::number(s.b), client::number(s.c), client::number(s.d),
+                    client::number(s.z_scale), client::number(s.z_offset)}));
+}
+
+// "with (1 2 3), "Radius: "", or the worker's own list of them where it cannot be read.
+std::string describeArguments(const EvalResult& waiting) {
+  const auto call = client::readHostCall(waiting, nullptr);
+  if (!call) return "with " + displayText(waiting.text);
+  if (call->arguments.empty()) return "without arguments";
+  std::string text;
+  for (const client::Datum& argument : call->arguments) {
+    if (!text.empty()) text += ", ";
+    text += client::printDatum(argument);
+  }
+  return "with " + displayText(text);
+}
+
+bool isExpected(const Reply<EvalResult>& reply, const Expectation& expectation) {
+  switch (expectation.kind) {
+    case Expectation::Kind::Value: {
+      if (reply.status != WorkerStatus::Ok) return false;
+      const auto value = client::readWorkerText(reply.value->text, nullptr);
+      return value && value == client::readDatum(expectation.text, nullptr);
+    }
+    case Expectation::Kind::Error:
+      return reply.status != WorkerStatus::Ok && reply.value &&
+             reply.value->text == expectation.text;
+    case Expectation::Kind::Refusal:
+      return !reply.value && client::statusName(reply.status) == expectation.text;
+  }
+  return false;
+}
+
+}  // namespace
+
+ProgramEnd Session::run(std::string_view name, std::string_view program, const Script& script) {
+  out_ << "== " << name << "\n";
+  printProgram(program);
+  context_ = defaultContext();
+  const bool ready = addScriptedEntities(script) && registerContext(script, 0);
+  if (!ready) return worker_.fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
+  const Drawing before = drawing_;
+  const ProgramEnd end = converse(program, script);
+  if (end != ProgramEnd::Broken) printChanges(before);
+  out_ << "\n";
+  return end;
+}
+
+void Session::printDrawing() {
+  out_ << "== the drawing at the end: " << drawing_.entities().size()
+       << (drawing_.entities().size() == 1 ? " entity" : " entities") << "\n";
+  for (const Entity& entity : drawing_.entities()) out_ << describeEntity(entity) << "\n";
+}
+
+bool Session::addScriptedEntities(const Script& script) {
+  for (const client::Datum& groups : script.entities) {
+    std::string refusal;
+    const auto handle = drawing_.add(groups, refusal);
+    if (!handle) {
+      printLine("drawing", "not made", displayDatum(groups) + "   " + refusal);
+      return false;
+    }
+    printLine("drawing", "holds", describeEntity(*drawing_.find(*handle)));
+  }
+  return true;
+}
+
+// Makes the worker know what the script wants for this point of the program, if it is anything.
+bool Session::registerContext(const Script& script, std::size_t at_call) {
+  std::string changes;
+  for (const SystemChange& change : script.system_changes) {
+    if (change.at_call != at_call) continue;
+    context_.systems[change.system] = change.value;
+    changes += ", system " + std::to_string(change.system) + " " + describeSystem(change.value);
+  }
+  if (at_call != 0 && changes.empty()) return true;
+  if (at_call != 0 || !changes.empty()) {
+    printLine("host", "RegisterContext", "context " + std::to_string(context_.id) + changes);
+  }
+  const auto status = worker_.registerContext(context_);
+  if (status && *status != WorkerStatus::Ok) {
+    printLine("worker", client::statusName(*status), std::string(client::explainStatus(*status)));
+  }
+  return status == WorkerStatus::Ok;
+}
+
+ProgramEnd Session::converse(std::string_view program, const Script& script) {
+  Host host(drawing_, script.answers);
+  printLine("host", "EvalStart",
+            "the program, " + counted(program.size(), "byte") + ", under context " +
+                std::to_string(context_.id));
+  auto reply = worker_.evalStart(program, context_.id);
+  std::size_t call_count = 0;
+  while (reply && reply->status == WorkerStatus::HostCallPending) {
+    printResponse(*reply, ++call_count);
+    if (call_count > kHostCallCountMax) {
+      return cancel(*reply->value,
+                    "this program makes more than " + counted(kHostCallCountMax, "host call"));
+    }
+    if (!registerContext(script, call_count)) {
+      return cancel(*reply->value, "the context could not be registered");
+    }
+    const HostAnswer answer = host.answer(*reply->value);
+    printLine("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
+    reply = worker_.evalResume(reply->value->run_id, answer.text);
+  }
+  if (!reply) return ProgramEnd::Broken;
+  printResponse(*reply, call_count);
+  for (const ScriptedAnswer& unused : host.unusedAnswers()) {
+    printLine("script", "not asked for", unused.call + " " + displayText(unused.text));
+  }
+  return judge(*reply, script);
+}
+
+ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason) {
+  if (worker_.fault()) return ProgramEnd::Broken;
+  printLine("host", "EvalCancel", reason);
+  const auto status = worker_.evalCancel(waiting.run_id);
+  return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
+}
+
+ProgramEnd Session::judge(const Reply<EvalResult>& reply, const Script& script) {
+  if (!script.expectation) {
+    return reply.status == WorkerStatus::Ok ? ProgramEnd::AsExpected : ProgramEnd::Unexpected;
+  }
+  const bool expected = isExpected(reply, *script.expectation);
+  printLine("script", expected ? "as expected" : "NOT AS EXPECTED",
+            expected ? "" : displayText(script.expectation->text));
+  return expected ? ProgramEnd::AsExpected : ProgramEnd::Unexpected;
+}
+
+// The lines that are not comments alone.
+void Session::printProgram(std::string_view program) {
+  std::size_t count = 0;
+  while (!program.empty()) {
+    const std::size_t size = std::min(program.find('\n'), program.size());
+    std::string_view line = program.substr(0, size);
+    program.remove_prefix(std::min(size + 1, program.size()));
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    const std::size_t begin = line.find_first_not_of(" \t");
+    if (begin == std::string_view::npos || line[begin] == ';') continue;
+    if (++count <= kProgramLineCountMax) out_ << "    " << displayText(line) << "\n";
+  }
+  if (count > kProgramLineCountMax) {
+    out_ << "    ... and " << counted(count - kProgramLineCountMax, "line") << " more\n";
+  }
+}
+
+void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_count) {
+  std::string text;
+  if (!reply.value) {
+    text = reply.status == WorkerStatus::BadRequest
+               ? "too long to send: the program, or what it came to"
+               : std::string(client::explainStatus(reply.status));
+    printLine("worker", client::statusName(reply.status), text);
+    return;
+  }
+  const EvalResult& result = *reply.value;
+  switch (result.eval_status) {
+    case EvalStatus::Value:
+      text = "result: " + displayWorkerText(result.text);
+      break;
+    case EvalStatus::HostCallRequired:
+      text = "call " + std::to_string(call_count) + ": " + result.call_name + " " +
+             describeArguments(result);
+      break;
+    default:
+      text = "error: " + displayText(result.text);
+  }
+  printLine("worker", client::statusName(reply.status),
+            text + "   [" + counted(result.steps, "step") + "]");
+}
+
+void Session::printLine(std::string_view speaker, std::string_view what, const std::string& text) {
+  std::string line(speaker);
+  line.resize(kSpeakerWidth, ' ');
+  line += what;
+  if (!text.empty()) {
+    line.resize(kSpeakerWidth + kWhatWidth, ' ');
+    line += text;
+  }
+  out_ << line << "\n";
+}
+
+void Session::printChanges(const Drawing& before) {
+  for (const EntityChange& change : compareDrawings(before, drawing_)) {
+    printLine("drawing", nameOf(change.kind), describeEntity(change.entity));
+  }
+}
+
+}  // namespace console

@@ -1,0 +1,31 @@
+// Which point OSNAP finds.
+
+#ifndef CONSOLE_SNAP_H_
+#define CONSOLE_SNAP_H_
+
+#include <optional>
+#include <string_view>
+
+#include "client/coordinates.h"
+#include "client/datum.h"
+#include "console/drawing.h"
+
+namespace console {
+
+// How far from the given point OSNAP looks, in units of the drawing.
+inline constexpr double kSnapAperture = 10;
+
+// A point of two or three coordinates; empty when `datum` is none.
+[[nodiscard]] std::optional<client::Point> readPoint(const client::Datum& datum);
+
+// The nearest point within the aperture of `near`, looking at x and y, of the kinds that `modes`
+// names, separated by commas: "end" and "mid" of lines, "cen" of circles and arcs, "nod", a point
+// entity. A leading underscore and the case of letters do not matter. Of two equally near the one
+// of the earlier entity.
+[[nodiscard]] std::optional<client::Point> snapPoint(const Drawing& drawing,
+                                                     const client::Point& near,
+                                                     std::string_view modes);
+
+}  // namespace console
+
+#endif  // CONSOLE_SNAP_H_
