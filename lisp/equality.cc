@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/keyed_hash.h"
 #include "lisp/list_hash.h"
 #include "lisp/storage.h"
 
@@ -36,9 +37,9 @@ struct FormerEdge {
   std::uint32_t level;
 };
 
-// SplitMix64's sequence: unique priorities, as good as random.
+// SplitMix64's sequence from a secret start: unique priorities, as good as random.
 std::uint64_t drawPriority() {
-  static std::uint64_t state = 0;
+  static std::uint64_t state = drawHashPoint();
   state += 0x9e3779b97f4a7c15;
   std::uint64_t z = state;
   z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;

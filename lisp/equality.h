@@ -5,10 +5,9 @@
 // that were found equal are tied together: an edge of level k between two runs says that the lists
 // of k elements (and hence all shorter ones) that end both runs are equal.
 //
-// The edges form a forest in which every node has at most one edge to a peer of higher priority and
-// the levels never rise on the way up. Two runs are known equal up to the lowest level on the path
-// between them. Priorities are random, so paths are short (a treap's argument: expected logarithmic
-// in the number of nodes).
+// The edges form a forest in which every node has at most one edge to a peer of higher priority.
+// Two runs are known equal up to the lowest level on the path between them. Priorities are random,
+// so paths are short, as in a treap.
 
 #ifndef LISP_EQUALITY_H_
 #define LISP_EQUALITY_H_

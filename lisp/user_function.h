@@ -3,7 +3,7 @@
 #ifndef LISP_USER_FUNCTION_H_
 #define LISP_USER_FUNCTION_H_
 
-#include <cstdint>
+#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -17,7 +17,7 @@ namespace lisp {
 class UserFunction : public Counted {
  public:
   // Up to this many locals are bound as a call begins. A call of a function with more binds each
-  // only when it is first touched (Interpreter::findLazyLocal), so that calling costs the bindings
+  // only when it is first touched (Interpreter::bindLazyLocal), so that calling costs the bindings
   // touched, not the bindings declared.
   static constexpr std::size_t kEagerLocalsMax = 8;
 
@@ -29,14 +29,19 @@ class UserFunction : public Counted {
   [[nodiscard]] std::span<Symbol* const> locals() const { return locals_; }
   [[nodiscard]] std::span<const LispValue> body() const { return body_; }
   [[nodiscard]] bool hasLazyLocals() const { return locals_.size() > kEagerLocalsMax; }
-  // O(log locals).
-  [[nodiscard]] bool isLocal(const Symbol& symbol) const;
+  // Of a function with lazy locals. O(1).
+  [[nodiscard]] bool isLocal(const Symbol& symbol) const {
+    return local_table_[findLocal(symbol)] != nullptr;
+  }
 
  private:
+  // The place of a name in local_table_: its own, or the null one where it would stand.
+  [[nodiscard]] std::size_t findLocal(const Symbol& symbol) const;
+
   LispValue form_;
   std::vector<Symbol*> params_;
-  std::vector<Symbol*>
-      locals_;  // Sorted by address when lazy; the order of binding to nil is free.
+  std::vector<Symbol*> locals_;
+  std::vector<const Symbol*> local_table_;  // The lazy locals, hashed; at least half of it null.
   std::span<const LispValue> body_;
 };
 

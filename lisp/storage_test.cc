@@ -1,0 +1,68 @@
+#include "lisp/storage.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "testing/random.h"
+
+namespace lisp::storage {
+namespace {
+
+struct Block {
+  void* address;
+  std::size_t size;
+  unsigned char fill;
+};
+
+bool isIntact(const Block& block) {
+  const auto* const bytes = static_cast<const unsigned char*>(block.address);
+  for (std::size_t i = 0; i < block.size; ++i) {
+    if (bytes[i] != block.fill) return false;
+  }
+  return true;
+}
+
+TEST(Storage, GivesAlignedBlocksThatDoNotOverlap) {
+  std::vector<Block> blocks;
+  unsigned char fill = 0;
+  for (const std::size_t size : {1, 8, 9, 16, 24, 504, 505, 511, 512, 513, 4096, 100000}) {
+    for (int i = 0; i < 20; ++i) {
+      void* const address = allocate(size);
+      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(address) % kGranule, 0u);
+      std::memset(address, ++fill, size);
+      blocks.push_back({address, size, fill});
+    }
+  }
+  for (const Block& block : blocks) EXPECT_TRUE(isIntact(block)) << block.size;
+  for (const Block& block : blocks) deallocate(block.address, block.size);
+}
+
+TEST(Storage, KeepsBlocksIntactWhileOthersComeAndGo) {
+  testing_support::Random random(1);
+  std::vector<Block> blocks;
+  for (int round = 0; round < 20000; ++round) {
+    if (!blocks.empty() && random.chance(2, 5)) {
+      const std::size_t i = random.below(blocks.size());
+      ASSERT_TRUE(isIntact(blocks[i])) << blocks[i].size;
+      deallocate(blocks[i].address, blocks[i].size);
+      blocks[i] = blocks.back();
+      blocks.pop_back();
+    } else {
+      const std::size_t size = 1 + random.below(kSmallBlockMax + 40);
+      const auto fill = static_cast<unsigned char>(random.below(256));
+      void* const address = allocate(size);
+      std::memset(address, fill, size);
+      blocks.push_back({address, size, fill});
+    }
+  }
+  for (const Block& block : blocks) {
+    ASSERT_TRUE(isIntact(block)) << block.size;
+    deallocate(block.address, block.size);
+  }
+}
+
+}  // namespace
+}  // namespace lisp::storage

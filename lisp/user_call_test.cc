@@ -1,0 +1,202 @@
+// Calls of user functions. A call works on a copy of its caller's bindings, taken before its
+// arguments are evaluated; nothing is copied in fact, which is what most of these tests are about.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "testing/evaluator.h"
+#include "testing/outcome_matchers.h"
+
+namespace lisp {
+namespace {
+
+using testing::AllOf;
+using testing_support::evaluate;
+using testing_support::Evaluator;
+using testing_support::isEvalError;
+using testing_support::isValue;
+using testing_support::took;
+
+struct Row {
+  std::string program;
+  std::string expected;
+};
+
+void expectValues(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    EXPECT_THAT(evaluate(row.program), isValue(row.expected)) << row.program;
+    // Once more, on records that a run before has used.
+    Evaluator evaluator;
+    EXPECT_THAT(evaluator.run(row.program), isValue(row.expected)) << row.program;
+    EXPECT_THAT(evaluator.run(row.program), isValue(row.expected)) << "again: " << row.program;
+  }
+}
+
+void expectError(const std::string& message, const std::vector<std::string>& programs) {
+  for (const std::string& program : programs) {
+    EXPECT_THAT(evaluate(program), isEvalError(message)) << program;
+  }
+}
+
+// Enough locals for a call to bind them only when they are touched.
+const std::string kManyLocals = "L1 L2 L3 L4 L5 L6 L7 L8 L9 L10";
+
+TEST(UserCall, BindsParametersAndLocals) {
+  expectValues({{"(DEFUN F (A B) (LIST B A)) (F 1 2)", "(2 1)"},
+                {"(DEFUN F (/ A) A) (F)", "nil"},
+                {"(DEFUN F () 1 2 3) (F)", "3"},
+                {"(DEFUN F (A) (SETQ A (1+ A)) A) (LIST (F 1) (F 1))", "(2 2)"},
+                {"(DEFUN F (A / B) (SETQ B A) B) (LIST (F 3) (F 4))", "(3 4)"}});
+}
+
+TEST(UserCall, ChecksTheArgumentCountBeforeEvaluatingAny) {
+  expectError(
+      "wrong argument count for F",
+      {"(DEFUN F (A) A) (F)", "(DEFUN F (A) A) (F 1 2)", "(DEFUN F () 1) (F 1)",
+       "(DEFUN F (A / B) A) (F 1 2)", "(DEFUN F (A A) A) (F 1)", "(DEFUN F (A) A) (f (FOO) 2)"});
+  EXPECT_THAT(evaluate("(DEFUN F (A) A) (F (FOO) (BAR))"), took(2));
+}
+
+TEST(UserCall, StopsAtTheFirstFailure) {
+  expectError("unbound symbol: X",
+              {"(DEFUN F (A B) (FOO)) (F X (BAR))", "(DEFUN F (A B) (FOO)) (F 1 X)",
+               "(DEFUN F () X (FOO)) (F)", "(DEFUN F () 1 X) (F)"});
+}
+
+TEST(UserCall, LetsTheLastOfEqualParametersWinAndLocalsEndAsNil) {
+  expectValues({{"(DEFUN F (A A) A) (F 1 2)", "2"},
+                {"(DEFUN F (A / A) A) (F 1)", "nil"},
+                {"(DEFUN F (A / " + kManyLocals + " A) A) (F 1)", "nil"},
+                {"(DEFUN F (A / A) (SETQ A 2) A) (F 1)", "2"},
+                {"(DEFUN F (A / " + kManyLocals + " A) (SETQ A 2) A) (F 1)", "2"}});
+}
+
+TEST(UserCall, SeesItsCallersBindings) {
+  expectValues({{"(DEFUN G () A) (DEFUN F (A) (G)) (F 1)", "1"},
+                {"(DEFUN H () A) (DEFUN G () (H)) (DEFUN F (/ A) (SETQ A 2) (G)) (F)", "2"},
+                {"(DEFUN G (B) (LIST A B)) (DEFUN F (A) (G (LIST A))) (F 1)", "(1 (1))"}});
+  expectError("unbound symbol: A", {"(DEFUN G () A) (DEFUN F (A) 1) (F 1) (G)"});
+}
+
+TEST(UserCall, ChangesItsCallersBindingsOnlyInItsCopy) {
+  expectValues({{"(DEFUN G () (SETQ A 2) A) (DEFUN F (A) (LIST (G) A (G) A)) (F 1)", "(2 1 2 1)"},
+                {"(DEFUN G () (SETQ A (1+ A))) (DEFUN F (A) (G) (G) A) (F 1)", "1"},
+                {"(DEFUN H () (SETQ A 3) (LIST A)) (DEFUN G () (SETQ A 2) (LIST (H) A)) "
+                 "(DEFUN F (A) (LIST (G) A)) (F 1)",
+                 "(((3) 2) 1)"},
+                {"(SETQ A 0) (DEFUN G () (SETQ A 2)) (DEFUN F (A) (G)) (F 1) A", "0"}});
+}
+
+TEST(UserCall, AssignsGlobalsThatNoCallerBinds) {
+  expectValues({{"(DEFUN F () (SETQ A 1)) (F) A", "1"},
+                {"(DEFUN G () (SETQ B 1)) (DEFUN F (A) (G) B) (F 2)", "1"},
+                {"(SETQ A 1) (DEFUN F () (SETQ A (1+ A)) A) (LIST (F) (F) A)", "(2 3 3)"}});
+}
+
+TEST(UserCall, TakesTheCopyBeforeItsArguments) {
+  expectValues({
+      // An argument that assigns the caller's variable is not seen by the callee.
+      {"(DEFUN G (X) (LIST A X)) (DEFUN F (A) (LIST (G (SETQ A 2)) A)) (F 1)", "((1 2) 2)"},
+      // Unless the name is a parameter.
+      {"(DEFUN G (A) A) (DEFUN F (A) (LIST (G (SETQ A 2)) A)) (F 1)", "(2 2)"},
+      // Arguments see the caller's bindings, not those of the parameters before them.
+      {"(DEFUN G (A B) (LIST A B)) (DEFUN F (A) (G 5 A)) (F 1)", "(5 1)"},
+      {"(DEFUN G (X Y) (LIST A X Y)) (DEFUN F (A) (G (SETQ A 2) (SETQ A (1+ A)))) (F 1)",
+       "(1 2 3)"},
+      // A global is no local binding.
+      {"(SETQ A 1) (DEFUN G (X) (LIST A X)) (G (SETQ A 2))", "(2 2)"},
+      {"(SETQ A 1) (DEFUN G (X) (LIST A X)) (DEFUN F () (G (SETQ A 2))) (F)", "(2 2)"},
+      // Inside special forms and builtins of the argument.
+      {"(DEFUN G (X) (LIST A X)) (DEFUN F (A) (G (PROGN (SETQ A 2) (+ A 1)))) (F 1)", "(1 3)"},
+      {"(DEFUN G (X) (LIST A X)) (DEFUN F (A) (G (WHILE (< A 5) (SETQ A (1+ A))))) (F 1)", "(1 5)"},
+  });
+}
+
+TEST(UserCall, TakesEachCopyOfNestedCallsWhenItBegins) {
+  expectValues({
+      {"(DEFUN G (X) (LIST A X)) (DEFUN F (A) (G (G (SETQ A 2)))) (F 1)", "(1 (1 2))"},
+      {"(DEFUN G (X Y) (LIST A X Y)) (DEFUN F (A) (G (SETQ A 2) (G (SETQ A 3) A))) (F 1)",
+       "(1 2 (2 3 3))"},
+      {"(DEFUN G (X Y) (LIST A X Y)) (DEFUN F (A) (G (G (SETQ A 2) A) (SETQ A 3))) (F 1)",
+       "(1 (1 2 2) 3)"},
+      {"(DEFUN G (X Y) (LIST A X Y)) (DEFUN F (A) (LIST (G (G (SETQ A 2) (SETQ A 3)) A) A)) (F 1)",
+       "((1 (1 2 3) 3) 3)"},
+      // The callee is itself busy with arguments when it assigns its own copy.
+      {"(DEFUN H (X) (LIST A X)) (DEFUN G (X) (LIST (H (SETQ A (LIST A))) A)) "
+       "(DEFUN F (A) (LIST (G (SETQ A 2)) A)) (F 1)",
+       "(((1 (1)) (1)) 2)"},
+      {"(DEFUN G (N) (IF (< N 1) A (LIST A (G (PROGN (SETQ A N) (1- N)))))) "
+       "(DEFUN F (A) (LIST (G 3) A)) (F 0)",
+       "((0 (0 (0 0))) 0)"},
+  });
+}
+
+TEST(UserCall, UsesTheRecordFoundAtItsStart) {
+  expectValues({
+      {"(DEFUN F (A) (LIST 'OLD A)) (F (DEFUN F (A B) 'NEW))", "(OLD F)"},
+      {"(DEFUN F (A) (LIST 'OLD A)) (F (PROGN (DEFUN F (A) 'NEW) 1)) (F 1)", "NEW"},
+      {"(DEFUN F () (DEFUN F () 'NEW) (LIST 'OLD (F))) (F)", "(OLD NEW)"},
+      {"(DEFUN F (N) (IF (= N 0) 'END (PROGN (DEFUN F (N) (LIST 'NEW N)) (F (1- N))))) (F 2)",
+       "(NEW 1)"},
+  });
+  // A builtin found at the start of its call is not replaced by its arguments either.
+  EXPECT_THAT(evaluate("(LIST 1 (DEFUN LIST (A) 'MINE))"), isValue("(1 LIST)"));
+  EXPECT_THAT(evaluate("(CAR (PROGN (DEFUN CAR (A) 'MINE) '(1 2)))"), isValue("1"));
+  EXPECT_THAT(evaluate("(+ (PROGN (DEFUN + (A B) 'MINE) 1) 2)"), isValue("3"));
+  EXPECT_THAT(evaluate("(LENGTH (PROGN (DEFUN LENGTH (A) 'MINE) '(1 2)))"), isValue("2"));
+  EXPECT_THAT(evaluate("(FOO (DEFUN FOO (A) 'MINE))"),
+              isEvalError("unsupported LISP function: FOO"));
+}
+
+TEST(UserCall, WithManyLocalsBindsThemAll) {
+  const std::string define = "(DEFUN G (/ " + kManyLocals + ") ";
+  expectValues({
+      {define + "(LIST L1 L10)) (G)", "(nil nil)"},
+      {"(SETQ L1 'GLOBAL) " + define + "L1) (LIST (G) L1)", "(nil GLOBAL)"},
+      {"(SETQ L1 'GLOBAL) " + define + "(SETQ L1 5) L1) (LIST (G) L1)", "(5 GLOBAL)"},
+      {define + "L1) (DEFUN F (L1) (LIST (G) L1)) (F 1)", "(nil 1)"},
+      {define + "(SETQ L1 5) L1) (DEFUN F (L1) (LIST (G) L1)) (F 1)", "(5 1)"},
+      // Its callees see nil, or what it assigned.
+      {"(SETQ L1 'GLOBAL) (DEFUN H () L1) " + define + "(LIST (H) (SETQ L1 2) (H))) (LIST (G) (H))",
+       "((nil 2 2) GLOBAL)"},
+      {"(SETQ L1 'GLOBAL) (DEFUN H () (SETQ L1 7) L1) " + define + "(LIST (H) L1)) (LIST (G) L1)",
+       "((7 nil) GLOBAL)"},
+      {"(DEFUN H (X) (LIST L1 X)) " + define + "(LIST (H (SETQ L1 2)) L1)) (G)", "((nil 2) 2)"},
+      // Other names keep their bindings.
+      {"(SETQ A 'GLOBAL) " + define + "(LIST A (SETQ A 2))) (LIST (G) A)", "((GLOBAL 2) 2)"},
+      {define + "(LIST A (SETQ A 2))) (DEFUN F (A) (LIST (G) A)) (F 1)", "((1 2) 1)"},
+      // One such function inside another, and inside itself.
+      {"(DEFUN H (/ L1 A2 A3 A4 A5 A6 A7 A8 A9) (LIST L1 L2 (SETQ L1 3 L2 4) L1 L2)) " + define +
+           "(SETQ L1 1 L2 2) (LIST (H) L1 L2)) (G)",
+       "((nil 2 4 3 4) 1 2)"},
+      {"(DEFUN G (N / " + kManyLocals +
+           ") (SETQ L1 (LIST N L1 L2)) (IF (< N 1) L1 "
+           "(PROGN (SETQ L2 N) (LIST L1 (G (1- N)) L1 L2)))) (G 1)",
+       "((1 nil nil) (0 nil nil) (1 nil nil) 1)"},
+      {"(DEFUN F (L1) L1) " + define + "(LIST (F 5) L1)) (G)", "(5 nil)"},
+  });
+}
+
+TEST(UserCall, RestoresEverythingThatItShadowed) {
+  expectValues(
+      {{"(SETQ A 1) (DEFUN F (A) (IF (< A 50) (F (1+ A)) A)) (LIST (F 2) A)", "(50 1)"},
+       {"(SETQ A 1 B 2) (DEFUN F (A / B) (SETQ B (LIST A)) (IF (< A 5) (LIST B (F (1+ A)) B)"
+        " B)) (F 4) (LIST A B)",
+        "(1 2)"},
+       {"(DEFUN F (N) (IF (< N 1) 0 (+ N (F (1- N))))) (F 30)", "465"}});
+}
+
+TEST(UserCall, KeepsTheBindingsOfAFailedRunOutOfTheNext) {
+  Evaluator evaluator;
+  EXPECT_THAT(evaluator.run("(SETQ A 'GLOBAL) (DEFUN G (X) (FOO)) (DEFUN F (A) (G (SETQ A 2)))"),
+              isValue("F"));
+  EXPECT_THAT(evaluator.run("(F 1)"), isEvalError("unsupported LISP function: FOO"));
+  EXPECT_THAT(evaluator.run("A"), isValue("GLOBAL"));
+  EXPECT_THAT(evaluator.run("(DEFUN G (X) (LIST A X)) (F 1)"), isValue("(1 2)"));
+}
+
+}  // namespace
+}  // namespace lisp

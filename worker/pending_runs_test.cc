@@ -1,0 +1,92 @@
+#include "worker/pending_runs.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace worker {
+namespace {
+
+constexpr std::uint64_t kLast = std::numeric_limits<std::uint64_t>::max();
+
+PendingRun runOf(std::uint64_t run_id, const std::string& program) {
+  PendingRun run;
+  run.run_id = run_id;
+  run.program.text = program;
+  return run;
+}
+
+// FNV-1a over the bytes of the id, as its authors publish it: these are the hashes of the byte
+// strings "\0\0\0\0\0\0\0\0" and "a\0\0\0\0\0\0\0" and of eight bytes that are all different.
+TEST(RunIdHash, IsFnv1aOverTheBytesOfTheId) {
+  for (const std::uint64_t run_id : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{'a'},
+                                     std::uint64_t{0x0102030405060708}, kLast}) {
+    std::uint64_t expected = 14695981039346656037U;
+    std::uint64_t rest = run_id;
+    for (int i = 0; i < 8; ++i, rest /= 256) expected = (expected ^ rest % 256) * 1099511628211U;
+    EXPECT_EQ(RunIdHash()(run_id), static_cast<std::size_t>(expected)) << run_id;
+  }
+  EXPECT_EQ(RunIdHash()(0), 0xa8c7f832281a39c5U);
+}
+
+TEST(AllocateRunId, CountsFromOne) {
+  PendingRunTable table;
+  EXPECT_EQ(table.allocateRunId(), 1u);
+  EXPECT_EQ(table.allocateRunId(), 2u);
+  EXPECT_EQ(table.allocateRunId(), 3u);
+}
+
+TEST(AllocateRunId, SkipsZeroWhenItWraps) {
+  PendingRunTable table(kLast - 1);
+  EXPECT_EQ(table.allocateRunId(), kLast - 1);
+  EXPECT_EQ(table.allocateRunId(), kLast);
+  EXPECT_EQ(table.allocateRunId(), 1u);
+  EXPECT_EQ(table.allocateRunId(), 2u);
+}
+
+TEST(AllocateRunId, GivesNoIdTwiceWhateverIsErased) {
+  PendingRunTable table;
+  table.storeRun(runOf(table.allocateRunId(), "A"));
+  table.eraseRun(1);
+  EXPECT_EQ(table.allocateRunId(), 2u);
+}
+
+TEST(PendingRunTable, FindsWhatIsStoredUntilItIsErased) {
+  PendingRunTable table;
+  EXPECT_EQ(table.findRun(1), nullptr);
+  EXPECT_EQ(table.size(), 0u);
+  table.storeRun(runOf(1, "A"));
+  table.storeRun(runOf(kLast, "B"));
+  EXPECT_EQ(table.size(), 2u);
+  ASSERT_NE(table.findRun(1), nullptr);
+  ASSERT_NE(table.findRun(kLast), nullptr);
+  EXPECT_EQ(table.findRun(1)->program.text, "A");
+  EXPECT_EQ(table.findRun(1)->run_id, 1u);
+  EXPECT_EQ(table.findRun(kLast)->program.text, "B");
+  EXPECT_EQ(table.findRun(0), nullptr);
+  EXPECT_EQ(table.findRun(2), nullptr);
+  table.eraseRun(1);
+  EXPECT_EQ(table.findRun(1), nullptr);
+  ASSERT_NE(table.findRun(kLast), nullptr);
+  table.eraseRun(1);
+  table.eraseRun(0);
+  EXPECT_EQ(table.size(), 1u);
+}
+
+TEST(PendingRunTable, HasNoBound) {
+  PendingRunTable table;
+  for (int i = 0; i < 20'000; ++i) {
+    const std::uint64_t run_id = table.allocateRunId();
+    table.storeRun(runOf(run_id, std::to_string(run_id)));
+  }
+  EXPECT_EQ(table.size(), 20'000u);
+  for (std::uint64_t run_id = 1; run_id <= 20'000; run_id += 777) {
+    EXPECT_EQ(table.findRun(run_id)->program.text, std::to_string(run_id));
+  }
+}
+
+}  // namespace
+}  // namespace worker
