@@ -1,0 +1,54 @@
+#include "testing/executable_worker.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <span>
+
+#include "testing/wire_frames.h"
+#include "worker/frame.h"
+
+namespace testing_support {
+
+using worker::kHeaderSize;
+
+ExecutableWorker::ExecutableWorker() {
+  std::string error;
+  process_ = client::startWorker(workerExecutable(), &error);
+  EXPECT_NE(process_, nullptr) << error;
+}
+
+FrameResponse ExecutableWorker::handle(const Frame& frame) {
+  worker::MessageHeader header = requestHeader(frame.type);
+  header.context_id = frame.context_id;
+  header.run_id = frame.run_id;
+  const FrameResponse lost{static_cast<worker::WorkerStatus>(0xFFFFFFFF), "no response"};
+  if (process_ == nullptr || !process_->write(frameBytes(header, frame.payload))) return lost;
+  const std::string response = readResponse(*process_);
+  if (response.size() < kHeaderSize) return lost;
+  return {static_cast<worker::WorkerStatus>(
+              worker::getU32(response.data() + worker::HeaderOffset::kStatus)),
+          response.substr(kHeaderSize)};
+}
+
+std::string readResponse(client::Channel& channel) {
+  std::string bytes(kHeaderSize, '\0');
+  bytes.resize(channel.read(bytes.data(), kHeaderSize));
+  if (bytes.size() < kHeaderSize) return bytes;
+  const std::size_t payload_size =
+      worker::getU32(bytes.data() + worker::HeaderOffset::kPayloadLength);
+  if (payload_size > worker::kPayloadSizeMax) return bytes;
+  bytes.resize(kHeaderSize + payload_size);
+  bytes.resize(kHeaderSize + channel.read(bytes.data() + kHeaderSize, payload_size));
+  return bytes;
+}
+
+std::string workerExecutable() {
+  const char* const path = std::getenv("LISP_WORKER_PATH");
+  if (path != nullptr) return path;
+  ADD_FAILURE() << "LISP_WORKER_PATH names no worker; ctest sets it";
+  return {};
+}
+
+}  // namespace testing_support
