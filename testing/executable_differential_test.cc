@@ -14,7 +14,7 @@ namespace testing_support {
 namespace {
 
 constexpr std::uint64_t kFirstSeed = 1000001;
-constexpr std::uint64_t kConversationCount = 200;
+constexpr std::uint64_t kConversationCount = 60;
 
 TEST(ExecutableDifferential, ExecutableAnswersWhatTheLiteralImplementationAnswers) {
   std::size_t exchange_count = 0;

@@ -3,9 +3,9 @@
 namespace testing_support {
 namespace {
 
-constexpr std::size_t kFunctionCountMax = 3;
-constexpr const char* kFunctions[kFunctionCountMax] = {"SA", "SB", "SC"};
+constexpr const char* kFunctions[] = {"SA", "SB", "SC"};
 constexpr const char* kNames[] = {"A", "B", "C", "D"};
+constexpr const char* kShow = "(PROGN (SETQ W (CONS (LIST A B C D) W)) NIL)";
 constexpr int kFuel = 4;
 constexpr int kManyLocals = 12;
 
@@ -13,25 +13,23 @@ constexpr int kManyLocals = 12;
 
 std::string ScopeGenerator::name() { return random_.pick(kNames); }
 
+std::string ScopeGenerator::constant() { return std::to_string(++next_number_); }
+
 std::string ScopeGenerator::program() {
-  parameter_counts_.clear();
-  std::string text = "(SETQ A 'GA B 'GB C 'GC D 'GD) ";
+  std::string text = "(SETQ A 'GA B 'GB C 'GC D 'GD W NIL) ";
   const std::size_t count = 1 + random_.below(kFunctionCountMax);
   for (std::size_t i = 0; i < count; ++i) text += definition(i) + "\n";
   text += "(LIST";
   for (int i = random_.between(1, 3); i > 0; --i) text += " " + call(count, kFuel);
-  return text + " " + shown() + ")";
+  return text + " A B C D W)";
 }
-
-// The values of all names, where it stands.
-std::string ScopeGenerator::shown() { return "(LIST A B C D)"; }
 
 std::string ScopeGenerator::definition(std::size_t index) {
   std::string text = "(DEFUN ";
   text += kFunctions[index];
   text += " (";
-  const int parameter_count = random_.between(0, 3);
-  for (int i = 0; i < parameter_count; ++i) text += name() + " ";
+  parameter_counts_[index] = random_.between(0, 3);
+  for (int i = parameter_counts_[index]; i > 0; --i) text += name() + " ";
   if (random_.chance(1, 2)) {
     text += "/";
     for (int i = random_.between(0, 2); i > 0; --i) text += " " + name();
@@ -40,40 +38,31 @@ std::string ScopeGenerator::definition(std::size_t index) {
     }
   }
   text += ") ";
-  for (int i = random_.between(0, 2); i > 0; --i) text += expression(index, kFuel) + " ";
-  text += "(LIST " + shown();
-  text += " " + expression(index, kFuel);
-  text += " " + shown() + "))";
-  parameter_counts_[index] = parameter_count;
-  return text;
+  text += kShow;
+  for (int i = random_.between(0, 2); i > 0; --i) text += " " + expression(index, kFuel);
+  text += " ";
+  text += kShow;
+  return text + " " + name() + ")";
 }
 
 std::string ScopeGenerator::expression(std::size_t callable, int fuel) {
-  if (fuel <= 0) {
-    return random_.chance(1, 2) ? name() : std::to_string(++next_number_);
-  }
-  switch (random_.below(12)) {
+  if (fuel <= 0) return random_.chance(1, 2) ? name() : constant();
+  switch (random_.below(10)) {
     case 0:
       return name();
     case 1:
-      return shown();
-    case 2:
-      return std::to_string(++next_number_);
-    case 3: {
-      const std::string first = expression(callable, fuel - 1);
-      return "(LIST " + first + " " + expression(callable, fuel - 1) + ")";
-    }
-    case 4: {
+      return random_.chance(1, 2) ? constant() : kShow;
+    case 2: {
       const std::string first = expression(callable, fuel - 1);
       return "(PROGN " + first + " " + expression(callable, fuel - 1) + ")";
     }
-    case 5: {
+    case 3: {
       const std::string condition = name();
       return "(IF " + condition + " (SETQ " + name() + " NIL) 0)";
     }
-    case 6:
-    case 7:
-    case 8: {
+    case 4:
+    case 5:
+    case 6: {
       const std::string target = name();
       return "(SETQ " + target + " " + expression(callable, fuel - 1) + ")";
     }
@@ -83,11 +72,11 @@ std::string ScopeGenerator::expression(std::size_t callable, int fuel) {
 }
 
 std::string ScopeGenerator::call(std::size_t callable, int fuel) {
-  if (callable == 0) return shown();
+  if (callable == 0) return kShow;
   const std::size_t index = random_.below(callable);
   std::string text = "(";
   text += kFunctions[index];
-  for (int i = parameter_counts_[index]; i > 0; --i) text += " " + expression(callable, fuel);
+  for (int i = parameter_counts_[index]; i > 0; --i) text += " " + expression(callable, fuel - 1);
   return text + ")";
 }
 
