@@ -2,8 +2,9 @@
 //
 // The bytes are cut into digits of seven bytes, and the hash is the value at a secret point of the
 // polynomial that has the length and the digits as coefficients and no constant term. Two different
-// strings of n bytes collide for at most n / 7 + 3 of the 2^61 - 1 points, whoever chose them (Carter and Wegman's
-// universal hashing), so only a host that knew the point could make names collide.
+// strings of n bytes collide for at most n / 7 + 3 of the 2^61 - 1 points, whoever chose them
+// (Carter and Wegman's universal hashing), so only a host that knew the point could make names
+// collide.
 
 #ifndef LISP_KEYED_HASH_H_
 #define LISP_KEYED_HASH_H_
