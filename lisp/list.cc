@@ -124,7 +124,8 @@ RawValue makeList(LispValue* elements, std::size_t count) {
   if (count == 0) return emptyList();
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
   // Two words each, and a hold moves with them; what is left behind is nil.
-  std::memcpy(static_cast<void*>(run->slots()), elements, count * sizeof(LispValue));
+  std::memcpy(static_cast<void*>(run->slots()), static_cast<const void*>(elements),
+              count * sizeof(LispValue));
   std::memset(static_cast<void*>(elements), 0, count * sizeof(LispValue));
   std::uint64_t hash = emptyListHash();
   for (std::size_t i = count; i-- > 0;) {

@@ -3,8 +3,8 @@
 namespace lisp::storage {
 namespace {
 
-constexpr std::size_t kSlabSize =
-    32 * 1024;  // Bytes; small enough that an idle worker stays small.
+// Bytes; small enough that an idle worker stays small.
+constexpr std::size_t kSlabSize = 0x8000;
 
 // The unused rest of the current slab.
 constinit std::byte* slab_position = nullptr;

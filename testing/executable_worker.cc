@@ -23,7 +23,7 @@ FrameResponse ExecutableWorker::handle(const Frame& frame) {
   worker::MessageHeader header = requestHeader(frame.type);
   header.context_id = frame.context_id;
   header.run_id = frame.run_id;
-  const FrameResponse lost{static_cast<worker::WorkerStatus>(0xFFFFFFFF), "no response"};
+  FrameResponse lost{static_cast<worker::WorkerStatus>(0xFFFFFFFF), "no response"};
   if (process_ == nullptr || !process_->write(frameBytes(header, frame.payload))) return lost;
   const std::string response = readResponse(*process_);
   if (response.size() < kHeaderSize) return lost;

@@ -122,7 +122,7 @@ std::optional<LiteralValue> LiteralReader::readAtom() {
 
   char* stopped_at = nullptr;
   const double number = std::strtod(token.c_str(), &stopped_at);
-  const std::size_t consumed = static_cast<std::size_t>(stopped_at - token.c_str());
+  const auto consumed = static_cast<std::size_t>(stopped_at - token.c_str());
   if (consumed > 0 && consumed == token.size() && std::isfinite(number)) {
     return literalNumber(number);
   }

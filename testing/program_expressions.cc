@@ -235,7 +235,7 @@ std::string ProgramGenerator::list(int fuel) {
       return expression(random_.chance(1, 2) ? Sort::Point : Sort::SelectionSet, fuel);
     default: {
       // A chain of links on one shared tail, grown in a loop and compared with a second one.
-      const std::string grow = form("SETQ", {"L", form("CONS", {symbol("I"), "L"})});
+      std::string grow = form("SETQ", {"L", form("CONS", {symbol("I"), "L"})});
       if (loop_depth_ > 0) return grow;
       return form("PROGN", {form("SETQ", {"I", "0", "M", "L"}),
                             form("WHILE", {form("<", {"I", std::to_string(random_.between(1, 9))}),

@@ -26,7 +26,7 @@ bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == 
 // Takes the first word off `text`, and the one space that follows it.
 std::string takeWord(std::string_view& text) {
   const std::size_t end = std::min(text.find(' '), text.size());
-  const std::string word(text.substr(0, end));
+  std::string word(text.substr(0, end));
   text.remove_prefix(std::min(end + 1, text.size()));
   return word;
 }

@@ -13,7 +13,7 @@ std::string ProgramGenerator::nestedProgram() {
   static constexpr const char* kOpenings[] = {"(PROGN ", "(LIST ",      "(IF T ", "(CAR (LIST ",
                                               "(AND ",   "(OR nil ",    "(NOT ",  "(SETQ X ",
                                               "(CDR ",   "(COMMAND 1 ", "(PRINC "};
-  std::string opened = "";
+  std::string opened;
   std::string closed;
   const int depth = random_.between(120, 132);
   for (int i = 0; i < depth; ++i) {

@@ -24,7 +24,7 @@ constexpr std::size_t kShownSizeMax = 200;  // Bytes of a response that a messag
 
 // A response for people; `bytes` may be cut anywhere.
 std::string describeBytes(std::string_view bytes) {
-  const std::string size = std::to_string(bytes.size()) + " bytes";
+  std::string size = std::to_string(bytes.size()) + " bytes";
   if (bytes.size() < kHeaderSize) return size;
   const MessageHeader header =
       worker::decodeHeader(std::span<const char, kHeaderSize>(bytes.data(), kHeaderSize));
@@ -226,7 +226,7 @@ std::string holdInProcess(const Scenario& scenario, std::size_t piece_size_max) 
   std::string_view rest = life.output;
   for (std::size_t i = 0; i < scenario.turns().size(); ++i) {
     const std::string& expected = scenario.turns()[i].response;
-    const std::string difference = differenceAt(i, rest.substr(0, expected.size()), expected);
+    std::string difference = differenceAt(i, rest.substr(0, expected.size()), expected);
     if (!difference.empty()) return difference;
     rest.remove_prefix(expected.size());
   }
@@ -244,7 +244,7 @@ std::string holdWithExecutable(const Scenario& scenario) {
     // A worker that has ended takes nothing more. Whether it had to end shows in what it sends.
     static_cast<void>(process->write(turn.request));
     if (turn.response.empty()) continue;
-    const std::string difference = differenceAt(i, readResponse(*process), turn.response);
+    std::string difference = differenceAt(i, readResponse(*process), turn.response);
     if (!difference.empty()) return difference;
   }
   const client::WorkerExit exit = process->finish();

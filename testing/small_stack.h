@@ -8,7 +8,7 @@
 
 namespace testing_support {
 
-inline constexpr std::size_t kSmallStackSize = 256 * 1024;  // Bytes.
+inline constexpr std::size_t kSmallStackSize = 0x40000;  // Bytes.
 
 // Runs `function` to its end on a stack of kSmallStackSize.
 void runOnSmallStack(const std::function<void()>& function);

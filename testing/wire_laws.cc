@@ -49,7 +49,7 @@ std::string brokenResultLaw(WorkerStatus status, const std::string& payload) {
   if ((result.run_id != 0) != is_call) return "a run id where no call is, or none where one is";
   if (isHostBuiltin(result.call_name) != is_call) return "no call of a host builtin";
   if (!is_call && result.argument_count != 0) return "arguments without a call";
-  if (!is_call && result.call_name != "") return "a name without a call";
+  if (!is_call && !result.call_name.empty()) return "a name without a call";
   if (is_call && (result.text.front() != '(' || result.text.back() != ')')) {
     return "the arguments of a call are no list";
   }
