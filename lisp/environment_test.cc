@@ -95,7 +95,7 @@ TEST(Environment, CopiesKeepTheirVersion) {
 TEST(Environment, KeepsFunctionsBesideValues) {
   const LispValue name = symbol("ENVIRONMENT-TEST-A");
   const LispValue form = testing_support::read("(DEFUN F () 1)");
-  auto* const function = new UserFunction(form, {}, {});
+  auto* const function = new UserFunction(form);
   Environment environment;
   environment.set(recordOf(name), {RawValue{Tag::Unbound, 0, {}}, function});
   EXPECT_EQ(function->references, 2u);

@@ -19,7 +19,7 @@ namespace lisp {
   if (raw.tag == Tag::List) return evaluateList(runOf(raw), depth + 1);
   if (raw.tag == Tag::Symbol) {
     Symbol& symbol = symbolOf(raw);
-    if (symbol.value.tag > Tag::List || symbol.owner < lazy_frame_) [[unlikely]] {
+    if (symbol.value.tag > Tag::List || symbol.owner < late_frame_) [[unlikely]] {
       return evaluateSymbolSlowly(symbol);
     }
     retain(symbol.value);
@@ -38,7 +38,7 @@ namespace lisp {
   if (raw.tag <= Tag::String) return &raw;
   if (raw.tag != Tag::Symbol) return nullptr;
   const Symbol& symbol = symbolOf(raw);
-  if (symbol.value.tag > Tag::List || symbol.owner < lazy_frame_) return nullptr;
+  if (symbol.value.tag > Tag::List || symbol.owner < late_frame_) return nullptr;
   return &symbol.value;
 }
 
@@ -53,12 +53,26 @@ namespace lisp {
 
 // Makes `value` the value of the binding in force; takes over the hold.
 [[gnu::always_inline]] inline void Interpreter::assign(Symbol& symbol, RawValue value) {
-  if (symbol.owner == frame_ && symbol.value.tag <= Tag::List && pending_calls_ == 0) {
+  if (symbol.owner == frame_ && symbol.value.tag <= Tag::List && pending_snapshot_ == 0) {
     // A binding of this call, or at top level a global that has been loaded.
     if (frame_ == 0) symbol.changed = true;
     replace(symbol.value, value);
   } else {
     assignSlowly(symbol, value);
+  }
+}
+
+// Binds `symbol` in the call in progress; takes over the hold on `value`.
+[[gnu::always_inline]] inline void Interpreter::bind(Symbol& symbol, RawValue value) {
+  if (symbol.owner == frame_) {
+    replace(symbol.value, value);
+  } else if (symbol.owner == kTruthOwner) {
+    release(value);
+  } else {
+    trail_.push_back({&symbol, symbol.value, symbol.owner, symbol.history});
+    symbol.value = value;
+    symbol.owner = frame_;
+    symbol.history = 0;
   }
 }
 

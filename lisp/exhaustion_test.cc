@@ -125,6 +125,30 @@ TEST_F(Exhaustion, FailsByManyLocalsUnderManyCalls) {
               isValue("30000"));
 }
 
+// Each of the functions that are being called declares many names, none of them the one that is
+// read.
+TEST_F(Exhaustion, FailsByManyLocalsOfManyCalls) {
+  std::string program = "(SETQ G 0) ";
+  for (int i = 0; i < 120; ++i) {
+    program += "(DEFUN F" + std::to_string(i) + " (/" + names("L" + std::to_string(i) + "-", 20) +
+               ") (F" + std::to_string(i + 1) + ")) ";
+  }
+  program += "(DEFUN F120 () (WHILE (< G 40000) (SETQ G (1+ G)))) (F0)";
+  EXPECT_THAT(runAtOnce(program), isValue("40000"));
+}
+
+TEST_F(Exhaustion, FailsByDefiningManyLocalsInManyFunctions) {
+  for (int i = 0; i < 12; ++i) {
+    const std::string number = std::to_string(i);
+    EXPECT_THAT(runAtOnce("(DEFUN MAKE" + number + " () (DEFUN F (/" + names("L", 130'000) + ") " +
+                          number + "))"),
+                isValue("MAKE" + number));
+  }
+  std::string defines;
+  for (int i = 0; i < 12; ++i) defines += "(MAKE" + std::to_string(i) + ") (F) ";
+  EXPECT_THAT(runAtOnce(loop(2000, defines) + "(F)"), isValue("11"));
+}
+
 TEST_F(Exhaustion, FailsByDefiningManyParameters) {
   EXPECT_THAT(runAtOnce(loop(25000, "(DEFUN F (" + names("P", 150'000) + ") 1)") + "I"),
               isValue("25000"));
@@ -134,6 +158,16 @@ TEST_F(Exhaustion, FailsByArgumentsThatAssignTheCallersVariables) {
   EXPECT_THAT(runAtOnce("(DEFUN G (X) X) (DEFUN F (A) (G (G (G (WHILE (< A 20000) "
                         "(G (SETQ A (1+ A)))))))) (F 0)"),
               isValue("20000"));
+}
+
+// Every one of the nested calls has copied what the innermost argument assigns.
+TEST_F(Exhaustion, FailsByArgumentsThatAssignManyVariables) {
+  std::string assignments;
+  for (int i = 0; i < 50'000; ++i) assignments += " V" + std::to_string(i) + " 1";
+  EXPECT_THAT(
+      runAtOnce("(DEFUN I (X) X) (DEFUN F (/" + names("V", 50'000) + ") " + repeated("(I ", 100) +
+                "(SETQ" + assignments + ")" + repeated(")", 100) + ") (F) (F) (F) (F)"),
+      isValue("1"));
 }
 
 TEST_F(Exhaustion, FailsByLongTokens) {

@@ -3,6 +3,8 @@
 #include <cassert>
 #include <utility>
 
+#include "lisp/evaluate.h"
+
 namespace lisp {
 namespace {
 
@@ -24,6 +26,7 @@ Interpreter::Interpreter(const Environment& environment, const geometry::CoordCo
 Interpreter::~Interpreter() {
   unwind(0);
   truncateLog(0);
+  for (const RawValue& argument : arguments_) release(argument);
   for (Symbol* const symbol : touched_) putAtRest(*symbol);
   for (const auto& [form, function] : definitions_) releaseFunction(function);
   is_running = false;
@@ -71,20 +74,21 @@ EvalOutcome Interpreter::takeFailure() {
 }
 
 const RawValue* Interpreter::lookupVariable(Symbol& symbol) {
-  if (symbol.owner < lazy_frame_) bindLazyLocal(symbol);
+  if (symbol.owner < late_frame_) bindLate(symbol);
   if (symbol.value.tag == Tag::NotLoaded) load(symbol);
   return symbol.value.tag == Tag::Unbound ? nullptr : &symbol.value;
 }
 
 // Everything that assign does not do at once; takes over the hold on `value`.
 void Interpreter::assignSlowly(Symbol& symbol, RawValue value) {
-  if (symbol.owner < lazy_frame_) bindLazyLocal(symbol);
+  if (symbol.owner < late_frame_) bindLate(symbol);
   if (symbol.owner == kGlobalOwner) {
     if (symbol.value.tag == Tag::NotLoaded) load(symbol);
     symbol.changed = true;
     replace(symbol.value, value);
+  } else if (pending_snapshot_ != 0 && symbol.owner != kTruthOwner) {
+    logAssignment(symbol, value);
   } else {
-    if (pending_calls_ > 0) logAssignment(symbol);
     bind(symbol, value);
   }
 }

@@ -12,7 +12,8 @@
 //     call finds its own value again;
 //   - an assignment to a local binding while arguments are evaluated is logged, and the callee
 //     begins with what the binding was before;
-//   - the locals of a function that declares many are bound only when they are touched.
+//   - when these are many, and the locals of a function that declares many, each is bound only when
+//     the call, or one inside it, touches the name.
 
 #ifndef LISP_INTERPRETER_H_
 #define LISP_INTERPRETER_H_
@@ -97,12 +98,22 @@ class Interpreter {
     Symbol* symbol;
     RawValue value;  // Holds it.
     std::uint32_t owner;
+    std::uint32_t history;
   };
 
-  // A local binding that changed while arguments were evaluated, as it was before.
+  // What a local binding was before it changed while arguments were evaluated.
   struct Logged {
     Symbol* symbol;
-    RawValue value;  // Holds it.
+    RawValue value;          // Holds it.
+    std::uint64_t snapshot;  // Of the innermost call whose arguments they were.
+    std::uint32_t older;     // The place of the binding's entry before this one; 0 for none.
+  };
+
+  // A call that binds some names only when they are touched.
+  struct LateFrame {
+    std::uint32_t frame;
+    const LocalTable* locals;  // Null when its locals are bound.
+    std::uint64_t snapshot;    // When its copy of its caller's bindings was taken.
   };
 
   // What every evaluation goes through, in line (evaluate.h).
@@ -144,13 +155,19 @@ class Interpreter {
 
   // Calls of user functions (user_call.cc).
   Result applyFunction(Symbol& name, const Run& items, std::uint32_t depth);
+  [[nodiscard]] bool prepareArguments(const UserFunction& function, const Run& items,
+                                      std::uint32_t depth);
   Result evaluateBody(const UserFunction& function, std::uint32_t depth);
-  void enterCall(UserFunction& function, std::size_t first_argument, std::size_t log_begin);
-  void restoreCopies(std::size_t log_begin);
+  void bindCopies(std::size_t log_begin);
+  void bindArguments(const UserFunction& function, std::size_t first_argument);
+  void bindLocals(const UserFunction& function);
+  void enterLate(UserFunction& function, std::size_t trail_begin, std::uint64_t snapshot);
+  void leaveLate();
   void bind(Symbol& symbol, RawValue value);
   void unwind(std::size_t trail_size);
-  void bindLazyLocal(Symbol& symbol);
-  void logAssignment(Symbol& symbol);
+  void bindLate(Symbol& symbol);
+  const RawValue* changedSince(Symbol& symbol, std::uint64_t snapshot);
+  void logAssignment(Symbol& symbol, RawValue value);
   void truncateLog(std::size_t size);
 
   // Bindings (interpreter.cc).
@@ -173,15 +190,17 @@ class Interpreter {
   // The call in progress: 0 at top level, otherwise the number of calls inside each other. Names
   // the owner of the bindings that the call makes.
   std::uint32_t frame_ = 0;
-  std::uint32_t lazy_frame_ = 0;     // The innermost call with lazy locals, or 0.
-  std::uint32_t pending_calls_ = 0;  // Calls of this frame whose arguments are being evaluated.
-  std::uint64_t log_serial_ = 0;     // Of the innermost of them.
-  std::uint64_t last_log_serial_ = 0;
+  std::uint32_t late_frame_ = 0;  // The innermost of late_frames_, or 0.
+  // Every call has a number of its own, given when the copy that it works on is taken.
+  std::uint64_t last_snapshot_ = 0;
+  std::uint64_t pending_snapshot_ = 0;  // The innermost of this frame's calls whose arguments are
+                                        // being evaluated, or 0.
 
-  std::vector<LispValue> stack_;  // Evaluated arguments of the calls in progress.
+  std::vector<LispValue> stack_;     // Evaluated arguments of the builtins in progress.
+  std::vector<RawValue> arguments_;  // The same of user functions; holds them.
   std::vector<Shadowed> trail_;
   std::vector<Logged> log_;
-  std::vector<const UserFunction*> frames_;  // The function of each call; held by applyFunction.
+  std::vector<LateFrame> late_frames_;  // Outermost first.
 
   const Environment* environment_;
   const geometry::CoordContext* context_;

@@ -10,10 +10,11 @@ namespace {
 
 __extension__ using Wide = unsigned __int128;
 
-// The secret of this process: the hash of the empty list, and an odd factor.
+// The secret of this process: the hash of the empty list, an odd factor, and the word of nil.
 struct HashKey {
   std::uint64_t seed = drawHashPoint();
   std::uint64_t factor = drawHashPoint() << 3 | 1;
+  std::uint64_t nil_word = drawHashPoint() << 3;
 };
 
 const HashKey& hashKey() {
@@ -21,7 +22,8 @@ const HashKey& hashKey() {
   return key;
 }
 
-// Values that are equal have equal words. Texts and names are told apart.
+// Values that are equal have equal words. Only the words of numbers can be known outside: those of
+// all other kinds are secret, so nobody can choose a number that has the word of something else.
 std::uint64_t wordOf(const LispValue& element) {
   const RawValue& raw = element.raw();
   switch (raw.tag) {
@@ -34,7 +36,7 @@ std::uint64_t wordOf(const LispValue& element) {
     case Tag::List:
       return std::rotl(listHash(raw), 1) + raw.length;
     default:
-      return 1;
+      return hashKey().nil_word;
   }
 }
 

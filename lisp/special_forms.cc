@@ -3,8 +3,7 @@
 // `count` is the number of items of the form, its own symbol included. A failure of a part travels
 // outward at once; what earlier parts have assigned stays assigned.
 
-#include <utility>
-#include <vector>
+#include <algorithm>
 
 #include "lisp/evaluate.h"
 #include "lisp/interpreter.h"
@@ -112,29 +111,13 @@ Result Interpreter::evaluateNot(const Symbol& name, const Run& items, std::uint3
 
 namespace {
 
-// From this many parameters on, what a DEFUN form makes is kept for its next evaluation.
+// From this many parameters and locals on, what a DEFUN form makes is kept for its next evaluation.
 constexpr std::uint32_t kKeptParametersMin = 16;
 
-struct Parameters {
-  std::vector<Symbol*> params;
-  std::vector<Symbol*> locals;
-};
-
-// Splits a parameter list at its first "/". Returns false when an element is not a symbol.
-bool splitParameters(const RawValue& list, Parameters& parameters) {
-  std::vector<Symbol*>* names = &parameters.params;
-  const Run& run = runOf(list);
-  for (std::uint32_t i = 0; i < list.length; ++i) {
-    const RawValue& raw = run.slots()[i].raw();
-    if (raw.tag != Tag::Symbol) return false;
-    Symbol& symbol = symbolOf(raw);
-    if (symbol.bytes() == "/") {
-      names = &parameters.locals;
-    } else {
-      names->push_back(&symbol);
-    }
-  }
-  return true;
+bool isListOfSymbols(const RawValue& list) {
+  const LispValue* const elements = runOf(list).slots();
+  return std::all_of(elements, elements + list.length,
+                     [](const LispValue& element) { return element.raw().tag == Tag::Symbol; });
 }
 
 }  // namespace
@@ -151,16 +134,12 @@ Result Interpreter::evaluateDefun(const Run& items) {
     function = kept->second;
     retainFunction(function);
   } else {
-    Parameters parameters;
-    if (!splitParameters(item[2].raw(), parameters)) {
-      return fail("defun parameter must be symbol");
-    }
+    if (!isListOfSymbols(item[2].raw())) return fail("defun parameter must be symbol");
     RawValue form;
     form.tag = Tag::List;
     form.length = items.full_length;
     form.record = const_cast<Run*>(&items);
-    function = new UserFunction(LispValue::share(form), std::move(parameters.params),
-                                std::move(parameters.locals));
+    function = new UserFunction(LispValue::share(form));
     if (item[2].raw().length >= kKeptParametersMin) {
       definitions_.emplace(&items, function);
       retainFunction(function);

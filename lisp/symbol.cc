@@ -112,6 +112,7 @@ Symbol* makeTruthSymbol() {
 
 Symbol* const kTruthSymbol = makeTruthSymbol();
 Symbol* const kSelectionSetSymbol = internSymbol("$KVSEL");
+Symbol* const kSlashSymbol = internSymbol("/");
 
 Symbol* internSymbol(std::string_view name) { return symbolTable().intern(name); }
 

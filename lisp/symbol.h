@@ -88,7 +88,7 @@ struct Symbol : Interned<Symbol> {
   bool changed = false;              // The run set the global or the function.
   UserFunction* function = nullptr;  // Loaded or defined in this run; holds it.
   const Builtin* builtin = nullptr;
-  std::uint64_t log_serial = 0;                           // See Interpreter::logAssignment.
+  std::uint32_t history = 0;  // Of the binding in force; see Interpreter::logAssignment.
   std::uint32_t environment_index = kNoEnvironmentIndex;  // Its place in every Environment.
 };
 
@@ -108,10 +108,11 @@ void retireText(Text* text);
 // Gives `symbol` a place in environments if it has none. The place lives as long as the record.
 void assignEnvironmentIndex(Symbol& symbol);
 
-// The symbol T, which always evaluates to itself, and the mark of a selection set. Borrowed; they
-// live as long as the process.
+// The symbol T, which always evaluates to itself, the mark of a selection set, and what stands
+// between parameters and locals. Borrowed; they live as long as the process.
 extern Symbol* const kTruthSymbol;
 extern Symbol* const kSelectionSetSymbol;
+extern Symbol* const kSlashSymbol;
 
 // Records alive now; tests watch them for growth.
 [[nodiscard]] std::size_t symbolCount();

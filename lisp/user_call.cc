@@ -7,84 +7,86 @@
 #include "lisp/interpreter.h"
 
 namespace lisp {
+namespace {
+
+// Up to this many changes by arguments are undone as the callee begins.
+constexpr std::size_t kEagerCopiesMax = 8;
+
+}  // namespace
 
 Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t depth) {
-  UserFunction* const function = name.function;
+  UserFunction& function = *name.function;
   // 1. Arity, before any argument is evaluated.
-  if (items.full_length - 1 != function->params().size()) {
+  if (items.full_length - 1 != function.params().size()) [[unlikely]] {
     return fail("wrong argument count for ", name.bytes());
   }
   // The record found here serves the call to its end, whatever redefines the name meanwhile.
-  retainFunction(function);
+  ++function.references;
   // 2. The callee's copy of the local bindings is taken now: from here on, changes are logged.
+  const std::uint64_t snapshot = ++last_snapshot_;
+  const std::uint64_t outer_snapshot = std::exchange(pending_snapshot_, snapshot);
   const std::size_t log_begin = log_.size();
-  const std::uint64_t outer_serial = std::exchange(log_serial_, ++last_log_serial_);
-  ++pending_calls_;
+  const std::size_t first_argument = arguments_.size();
   // 3. Arguments, in the caller's bindings.
-  const std::size_t first_argument = stack_.size();
-  const bool evaluated = evaluateArguments({items.slots(), items.full_length}, depth, stack_);
-  if (!evaluated) {
-    releaseFunction(function);
+  if (!prepareArguments(function, items, depth)) [[unlikely]] {
+    releaseFunction(&function);
     return Result::failure();
   }
-  --pending_calls_;
-  log_serial_ = outer_serial;
-  // 4. and 5. Parameters, locals and body.
-  const std::uint32_t outer_pending_calls = std::exchange(pending_calls_, 0);
-  const std::uint32_t outer_lazy_frame = lazy_frame_;
-  const std::size_t trail_size = trail_.size();
-  enterCall(*function, first_argument, log_begin);
-  if (outer_pending_calls == 0) truncateLog(log_begin);
-  const Result result = evaluateBody(*function, depth);
-  if (result.failed()) {
-    releaseFunction(function);
-    return result;
+  // 4. and 5. The caller's bindings as they were, parameters, locals; body.
+  pending_snapshot_ = 0;
+  ++frame_;
+  const std::size_t trail_begin = trail_.size();
+  const std::size_t changes = log_.size() - log_begin;
+  if (changes > 0 && changes <= kEagerCopiesMax) bindCopies(log_begin);
+  bindArguments(function, first_argument);
+  if (changes > kEagerCopiesMax || function.bindsLocalsLate()) [[unlikely]] {
+    enterLate(function, trail_begin, snapshot);
+  } else {
+    bindLocals(function);
   }
-  // 6. The call's bindings go.
-  unwind(trail_size);
-  frames_.pop_back();
-  --frame_;
-  lazy_frame_ = outer_lazy_frame;
-  pending_calls_ = outer_pending_calls;
-  releaseFunction(function);
+  const Result result = evaluateBody(function, depth);
+  if (!result.failed()) [[likely]] {
+    // 6. The call's bindings go.
+    unwind(trail_begin);
+    if (late_frame_ == frame_) [[unlikely]]
+      leaveLate();
+    --frame_;
+    pending_snapshot_ = outer_snapshot;
+    if (outer_snapshot == 0 && changes > 0) truncateLog(log_begin);
+  }
+  if (--function.references == 0) [[unlikely]]
+    retireFunction(&function);
   return result;
 }
 
-Result Interpreter::evaluateBody(const UserFunction& function, std::uint32_t depth) {
-  const std::span<const LispValue> body = function.body();
-  for (const LispValue& form : body.first(body.size() - 1)) {
-    const Result result = evaluateHere(form, depth);
+// Evaluates the arguments, for bindArguments. Returns false at the first failure.
+[[gnu::always_inline]] inline bool Interpreter::prepareArguments(const UserFunction& function,
+                                                                 const Run& items,
+                                                                 std::uint32_t depth) {
+  const LispValue* item = items.slots();
+  for (std::size_t count = function.params().size(); count > 0; --count) {
+    const Result value = evaluateHere(*++item, depth);
+    if (value.failed()) [[unlikely]]
+      return false;
+    arguments_.push_back(value.raw);
+  }
+  return true;
+}
+
+[[gnu::always_inline]] inline Result Interpreter::evaluateBody(const UserFunction& function,
+                                                               std::uint32_t depth) {
+  const LispValue* form = function.body().data();
+  for (const LispValue* const last = form + function.body().size() - 1; form != last; ++form) {
+    const Result result = evaluateHere(*form, depth);
     if (result.failed()) return result;
     release(result.raw);
   }
-  return evaluateHere(body.back(), depth);
+  return evaluateHere(*form, depth);
 }
 
-// Makes the bindings of a new call: copies of the caller's that its arguments have changed, then
-// parameters (the last of equal names wins), then locals.
-void Interpreter::enterCall(UserFunction& function, std::size_t first_argument,
-                            std::size_t log_begin) {
-  ++frame_;
-  frames_.push_back(&function);
-  const std::size_t trail_size = trail_.size();
-  restoreCopies(log_begin);
-  std::size_t argument = first_argument;
-  for (Symbol* const param : function.params()) bind(*param, stack_[argument++].release());
-  dropArguments(first_argument);
-  if (!function.hasLazyLocals()) {
-    for (Symbol* const local : function.locals()) bind(*local, RawValue());
-    return;
-  }
-  lazy_frame_ = frame_;
-  for (std::size_t i = trail_size; i < trail_.size(); ++i) {
-    Symbol& symbol = *trail_[i].symbol;
-    if (function.isLocal(symbol)) replace(symbol.value, RawValue());
-  }
-}
-
-// Binds what the log says the caller's bindings were. The oldest entry of a name counts, so it is
-// bound last.
-void Interpreter::restoreCopies(std::size_t log_begin) {
+// Binds the caller's bindings as they were before arguments changed them. The oldest entry of a
+// name counts, so it is bound last.
+void Interpreter::bindCopies(std::size_t log_begin) {
   for (std::size_t i = log_.size(); i > log_begin; --i) {
     const Logged& logged = log_[i - 1];
     retain(logged.value);
@@ -92,53 +94,109 @@ void Interpreter::restoreCopies(std::size_t log_begin) {
   }
 }
 
-// Binds `symbol` in the call in progress; takes over the hold on `value`.
-void Interpreter::bind(Symbol& symbol, RawValue value) {
-  if (symbol.owner == frame_) {
-    replace(symbol.value, value);
-  } else if (symbol.owner == kTruthOwner) {
-    release(value);
-  } else {
-    trail_.push_back({&symbol, symbol.value, symbol.owner});
-    symbol.value = value;
-    symbol.owner = frame_;
+// The last of equal names wins.
+[[gnu::always_inline]] inline void Interpreter::bindArguments(const UserFunction& function,
+                                                              std::size_t first_argument) {
+  const RawValue* argument = arguments_.data() + first_argument;
+  for (const LispValue& param : function.params()) bind(symbolOf(param.raw()), *argument++);
+  arguments_.resize(first_argument);
+}
+
+[[gnu::always_inline]] inline void Interpreter::bindLocals(const UserFunction& function) {
+  for (const LispValue& local : function.locals()) {
+    Symbol& symbol = symbolOf(local.raw());
+    if (&symbol != kSlashSymbol) bind(symbol, RawValue());
   }
+}
+
+// Binds nothing more: names are bound when they are touched. Those that are bound already are nil
+// when they are locals.
+void Interpreter::enterLate(UserFunction& function, std::size_t trail_begin,
+                            std::uint64_t snapshot) {
+  late_frame_ = frame_;
+  if (!function.bindsLocalsLate()) {
+    late_frames_.push_back({frame_, nullptr, snapshot});
+    bindLocals(function);
+    return;
+  }
+  const LocalTable& locals = function.localTable();
+  late_frames_.push_back({frame_, &locals, snapshot});
+  for (std::size_t i = trail_begin; i < trail_.size(); ++i) {
+    Symbol& symbol = *trail_[i].symbol;
+    if (symbol.owner == frame_ && locals.contains(symbol)) replace(symbol.value, RawValue());
+  }
+}
+
+void Interpreter::leaveLate() {
+  late_frames_.pop_back();
+  late_frame_ = late_frames_.empty() ? 0 : late_frames_.back().frame;
 }
 
 void Interpreter::unwind(std::size_t trail_size) {
   while (trail_.size() > trail_size) {
-    const Shadowed& shadowed = trail_.back();
-    replace(shadowed.symbol->value, shadowed.value);
-    shadowed.symbol->owner = shadowed.owner;
+    const Shadowed shadowed = trail_.back();
     trail_.pop_back();
+    Symbol& symbol = *shadowed.symbol;
+    symbol.owner = shadowed.owner;
+    symbol.history = shadowed.history;
+    replace(symbol.value, shadowed.value);
   }
 }
 
-// Binds `symbol` to nil in the call in progress when a call with lazy locals, inside the one that
-// owns the binding in force, declares it: had that call bound all its locals, its callees would
-// find nil in their copies.
-void Interpreter::bindLazyLocal(Symbol& symbol) {
-  for (std::uint32_t frame = frame_; frame > symbol.owner; --frame) {
-    const UserFunction& function = *frames_[frame - 1];
-    if (function.hasLazyLocals() && function.isLocal(symbol)) {
+// Binds `symbol` in the call in progress when a call that binds late, inside the one that owns the
+// binding in force, would have bound it: to nil when it is one of its locals; to what it was when
+// arguments have changed it since the copy was taken that the callee of the owner works on. All
+// calls further inside have copied that one's binding.
+void Interpreter::bindLate(Symbol& symbol) {
+  const std::uint32_t owner = symbol.owner;
+  for (std::size_t i = late_frames_.size(); i > 0 && late_frames_[i - 1].frame > owner; --i) {
+    const LateFrame& late = late_frames_[i - 1];
+    if (late.locals != nullptr && late.locals->contains(symbol)) {
       bind(symbol, RawValue());
       return;
     }
+    if (late.frame != owner + 1) continue;
+    const RawValue* const before = changedSince(symbol, late.snapshot);
+    if (before == nullptr) return;
+    retain(*before);
+    bind(symbol, *before);
+    return;
   }
 }
 
-// Notes the value of a local binding that is about to change while arguments are evaluated, once
-// for each call that is being prepared.
-void Interpreter::logAssignment(Symbol& symbol) {
-  if (symbol.log_serial == log_serial_) return;
-  symbol.log_serial = log_serial_;
-  retain(symbol.value);
-  log_.push_back({&symbol, symbol.value});
+// What the binding in force was at `snapshot`, or null when it is that still. Later entries of its
+// history are dropped on the way: they served calls that were arguments of the one that asks, and
+// these are over.
+const RawValue* Interpreter::changedSince(Symbol& symbol, std::uint64_t snapshot) {
+  const auto is_since = [&](std::uint32_t place) {
+    return place != 0 && log_[place - 1].snapshot >= snapshot;
+  };
+  if (!is_since(symbol.history)) return nullptr;
+  while (is_since(log_[symbol.history - 1].older)) symbol.history = log_[symbol.history - 1].older;
+  return &log_[symbol.history - 1].value;
 }
 
+// Assigns while arguments are evaluated, takes over the hold on `value`, and notes what the binding
+// was, once for each call that is being prepared: the binding's history tells what any of them has
+// copied.
+void Interpreter::logAssignment(Symbol& symbol, RawValue value) {
+  const bool is_logged = symbol.owner == frame_ && symbol.history != 0 &&
+                         log_[symbol.history - 1].snapshot >= pending_snapshot_;
+  if (is_logged) {
+    replace(symbol.value, value);
+    return;
+  }
+  const RawValue before = symbol.value;
+  retain(before);
+  bind(symbol, value);
+  log_.push_back({&symbol, before, pending_snapshot_, symbol.history});
+  symbol.history = static_cast<std::uint32_t>(log_.size());
+}
+
+// Forgets what was logged. The bindings concerned are those in force.
 void Interpreter::truncateLog(std::size_t size) {
   for (; log_.size() > size; log_.pop_back()) {
-    log_.back().symbol->log_serial = 0;  // The record outlives the run that gave the serial.
+    log_.back().symbol->history = 0;
     release(log_.back().value);
   }
 }

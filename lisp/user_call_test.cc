@@ -42,7 +42,8 @@ void expectError(const std::string& message, const std::vector<std::string>& pro
 }
 
 // Enough locals for a call to bind them only when they are touched.
-const std::string kManyLocals = "L1 L2 L3 L4 L5 L6 L7 L8 L9 L10";
+const std::string kManyLocals =
+    "L1 L2 L3 L4 L5 L6 L7 L8 L9 L10 L11 L12 L13 L14 L15 L16 L17 L18 L19 L20";
 
 TEST(UserCall, BindsParametersAndLocals) {
   expectValues({{"(DEFUN F (A B) (LIST B A)) (F 1 2)", "(2 1)"},
@@ -169,14 +170,56 @@ TEST(UserCall, WithManyLocalsBindsThemAll) {
       {"(SETQ A 'GLOBAL) " + define + "(LIST A (SETQ A 2))) (LIST (G) A)", "((GLOBAL 2) 2)"},
       {define + "(LIST A (SETQ A 2))) (DEFUN F (A) (LIST (G) A)) (F 1)", "((1 2) 1)"},
       // One such function inside another, and inside itself.
-      {"(DEFUN H (/ L1 A2 A3 A4 A5 A6 A7 A8 A9) (LIST L1 L2 (SETQ L1 3 L2 4) L1 L2)) " + define +
-           "(SETQ L1 1 L2 2) (LIST (H) L1 L2)) (G)",
+      {"(DEFUN H (/ L1 A2 A3 A4 A5 A6 A7 A8 A9 A10 A11 A12 A13 A14 A15 A16 A17) "
+       "(LIST L1 L2 (SETQ L1 3 L2 4) L1 L2)) " +
+           define + "(SETQ L1 1 L2 2) (LIST (H) L1 L2)) (G)",
        "((nil 2 4 3 4) 1 2)"},
       {"(DEFUN G (N / " + kManyLocals +
            ") (SETQ L1 (LIST N L1 L2)) (IF (< N 1) L1 "
            "(PROGN (SETQ L2 N) (LIST L1 (G (1- N)) L1 L2)))) (G 1)",
        "((1 nil nil) (0 nil nil) (1 nil nil) 1)"},
       {"(DEFUN F (L1) L1) " + define + "(LIST (F 5) L1)) (G)", "(5 nil)"},
+  });
+}
+
+// Enough changes by arguments for a call to undo each only when it is touched.
+const std::string kNineNames = "C1 C2 C3 C4 C5 C6 C7 C8 C9";
+const std::string kNineOnes = "(SETQ C1 1 C2 1 C3 1 C4 1 C5 1 C6 1 C7 1 C8 1 C9 1)";
+const std::string kNineTwos = "(SETQ C1 2 C2 2 C3 2 C4 2 C5 2 C6 2 C7 2 C8 2 C9 2)";
+const std::string kNineThrees = "(SETQ C1 3 C2 3 C3 3 C4 3 C5 3 C6 3 C7 3 C8 3 C9 3)";
+
+TEST(UserCall, TakesTheCopyBeforeArgumentsThatAssignManyNames) {
+  const std::string begin = "(DEFUN H () (LIST C1 C9)) (DEFUN G (X) (LIST C1 C9 X)) (DEFUN F (/ " +
+                            kNineNames + ") " + kNineOnes;
+  expectValues({
+      {begin + "(LIST (G " + kNineTwos + ") C1 C9)) (F)", "((1 1 2) 2 2)"},
+      // A callee of the callee sees what the callee does, and assigns only its own copy.
+      {begin + "(I " + kNineTwos + ")) (DEFUN I (X) (LIST (H) (SETQ C9 5) (H) C1 C9)) (F)",
+       "((1 1) 5 (1 5) 1 5)"},
+      {begin + "(LIST (I " + kNineTwos +
+           ") C1)) (DEFUN I (X) (LIST (J) (H))) (DEFUN J () (SETQ C1 5) (H)) (F)",
+       "(((5 1) (1 1)) 2)"},
+      // What an argument has assigned before nested calls, between them and in them.
+      {begin + "(LIST (G (PROGN " + kNineTwos + "(G " + kNineThrees + "))) C1 C9)) (F)",
+       "((1 1 (2 2 3)) 3 3)"},
+      {begin + "(LIST (G (LIST (G " + kNineTwos + ") (G " + kNineThrees + ") (H))) C1)) (F)",
+       "((1 1 ((1 1 2) (2 2 3) (3 3))) 3)"},
+      {begin + "(LIST (G (LIST (G " + kNineTwos + ") (SETQ C1 4) (G C1))) C1)) (F)",
+       "((1 1 ((1 1 2) 4 (4 2 4))) 4)"},
+      {begin + "(LIST (G (G (G " + kNineTwos + "))) C1)) (F)", "((1 1 (1 1 (1 1 2))) 2)"},
+      // A second call after the first: its copy is a later one.
+      {begin + "(LIST (G " + kNineTwos + ") (G " + kNineThrees + ") (H))) (F)",
+       "((1 1 2) (2 2 3) (3 3))"},
+      // A parameter or a local of the callee hides its copy.
+      {begin + "(K " + kNineTwos + ")) (DEFUN K (C1 / C9) (LIST C1 C2 C9)) (F)", "(2 1 nil)"},
+      {begin + "(K " + kNineTwos + ")) (DEFUN K (X / " + kManyLocals +
+           " C9) (LIST C1 L1 C9 (H))) (F)",
+       "(1 nil nil (1 nil))"},
+      // The names belong to a call further out: the argument has made copies of its own.
+      {begin + "(I)) (DEFUN I () (LIST (G " + kNineTwos + ") C1 (H))) (F)", "((1 1 2) 2 (2 2))"},
+      {begin + "(LIST (I) C1)) (DEFUN I () (LIST (G " + kNineTwos + ") (G " + kNineThrees +
+           ") C1)) (F)",
+       "(((1 1 2) (2 2 3) 3) 1)"},
   });
 }
 

@@ -1,6 +1,6 @@
 #include "lisp/user_function.h"
 
-#include <bit>
+#include <algorithm>
 #include <utility>
 
 #include "lisp/list.h"
@@ -8,26 +8,29 @@
 namespace lisp {
 namespace {
 
-constexpr std::size_t kBodyIndex = 3;  // After DEFUN, the name and the parameter list.
+constexpr std::size_t kParametersIndex = 2;  // After DEFUN and the name.
+constexpr std::size_t kBodyIndex = 3;
+
+std::span<const LispValue> elementsOf(const LispValue& list) {
+  return {runOf(list.raw()).slots(), list.raw().length};
+}
+
+bool isSeparator(const LispValue& name) { return &symbolOf(name.raw()) == kSlashSymbol; }
 
 }  // namespace
 
-UserFunction::UserFunction(LispValue form, std::vector<Symbol*> params, std::vector<Symbol*> locals)
-    : form_(std::move(form)), params_(std::move(params)), locals_(std::move(locals)) {
-  const RawValue& raw = form_.raw();
-  body_ = {runOf(raw).slots() + kBodyIndex, raw.length - kBodyIndex};
-  if (!hasLazyLocals()) return;
-  local_table_.resize(std::bit_ceil(2 * locals_.size()));
-  for (const Symbol* const local : locals_) local_table_[findLocal(*local)] = local;
+UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
+  const std::span<const LispValue> items = elementsOf(form_);
+  const std::span<const LispValue> names = elementsOf(items[kParametersIndex]);
+  const auto separator = std::find_if(names.begin(), names.end(), isSeparator);
+  params_ = {names.begin(), separator};
+  if (separator != names.end()) locals_ = {separator + 1, names.end()};
+  body_ = items.subspan(kBodyIndex);
 }
 
-std::size_t UserFunction::findLocal(const Symbol& symbol) const {
-  const std::size_t mask = local_table_.size() - 1;
-  std::size_t index = symbol.hash & mask;
-  while (local_table_[index] != nullptr && local_table_[index] != &symbol) {
-    index = (index + 1) & mask;
-  }
-  return index;
+const LocalTable& UserFunction::localTable() {
+  if (local_table_ == nullptr) local_table_ = std::make_unique<LocalTable>(locals_);
+  return *local_table_;
 }
 
 void retireFunction(UserFunction* function) { delete function; }

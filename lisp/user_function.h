@@ -4,45 +4,42 @@
 #define LISP_USER_FUNCTION_H_
 
 #include <cstddef>
+#include <memory>
 #include <span>
-#include <vector>
 
+#include "lisp/local_table.h"
 #include "lisp/symbol.h"
 #include "lisp/value.h"
 
 namespace lisp {
 
-// A user function: parameters, locals and body. Immutable; shared by count among the name's record,
-// the environments that know it and the calls in progress.
+// A user function: parameters, locals and body, seen in the form that defined it. Shared by count
+// among the name's record, the environments that know it and the calls in progress.
 class UserFunction : public Counted {
  public:
   // Up to this many locals are bound as a call begins. A call of a function with more binds each
-  // only when it is first touched (Interpreter::bindLazyLocal), so that calling costs the bindings
+  // only when it is first touched (Interpreter::bindLate), so that calling costs the bindings
   // touched, not the bindings declared.
-  static constexpr std::size_t kEagerLocalsMax = 8;
+  static constexpr std::size_t kEagerLocalsMax = 16;
 
-  // `form` is the whole DEFUN form, whose elements from the fourth on are the body; it also holds
-  // the symbols of `params` and `locals`.
-  UserFunction(LispValue form, std::vector<Symbol*> params, std::vector<Symbol*> locals);
+  // `form` is a whole DEFUN form, whose third element is a flat list of symbols: parameters, "/"
+  // and locals. Its elements from the fourth on, at least one, are the body.
+  explicit UserFunction(LispValue form);
 
-  [[nodiscard]] std::span<Symbol* const> params() const { return params_; }
-  [[nodiscard]] std::span<Symbol* const> locals() const { return locals_; }
+  // All of them symbols. Among the locals stand further "/", which declare nothing.
+  [[nodiscard]] std::span<const LispValue> params() const { return params_; }
+  [[nodiscard]] std::span<const LispValue> locals() const { return locals_; }
   [[nodiscard]] std::span<const LispValue> body() const { return body_; }
-  [[nodiscard]] bool hasLazyLocals() const { return locals_.size() > kEagerLocalsMax; }
-  // Of a function with lazy locals. O(1).
-  [[nodiscard]] bool isLocal(const Symbol& symbol) const {
-    return local_table_[findLocal(symbol)] != nullptr;
-  }
+  [[nodiscard]] bool bindsLocalsLate() const { return locals_.size() > kEagerLocalsMax; }
+  // Of a function that binds its locals late. Made at the first call.
+  [[nodiscard]] const LocalTable& localTable();
 
  private:
-  // The place of a name in local_table_: its own, or the null one where it would stand.
-  [[nodiscard]] std::size_t findLocal(const Symbol& symbol) const;
-
   LispValue form_;
-  std::vector<Symbol*> params_;
-  std::vector<Symbol*> locals_;
-  std::vector<const Symbol*> local_table_;  // The lazy locals, hashed; at least half of it null.
+  std::span<const LispValue> params_;
+  std::span<const LispValue> locals_;
   std::span<const LispValue> body_;
+  std::unique_ptr<LocalTable> local_table_;
 };
 
 // Destroys a function whose last reference has gone.

@@ -7,7 +7,9 @@ constexpr const char* kFunctions[] = {"SA", "SB", "SC"};
 constexpr const char* kNames[] = {"A", "B", "C", "D"};
 constexpr const char* kShow = "(PROGN (SETQ W (CONS (LIST A B C D) W)) NIL)";
 constexpr int kFuel = 4;
-constexpr int kManyLocals = 12;
+constexpr int kManyLocals = 20;
+// Assigns so many locals that a callee, should this be in its arguments, restores them late.
+constexpr const char* kManyChanges = "(SETQ Z1 1 Z2 2 Z3 3 Z4 4 Z5 5 Z6 6 Z7 7 Z8 8 Z9 9)";
 
 }  // namespace
 
@@ -51,7 +53,7 @@ std::string ScopeGenerator::expression(std::size_t callable, int fuel) {
     case 0:
       return name();
     case 1:
-      return random_.chance(1, 2) ? constant() : kShow;
+      return random_.chance(1, 2) ? constant() : random_.pick({kShow, kManyChanges});
     case 2: {
       const std::string first = expression(callable, fuel - 1);
       return "(PROGN " + first + " " + expression(callable, fuel - 1) + ")";
