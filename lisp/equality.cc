@@ -17,6 +17,7 @@ struct EqualityNode : Counted {
   std::uint32_t level = 0;       // Of the edge to the peer.
   EqualityNode* peer = nullptr;  // Holds it; its priority is higher.
   std::uint64_t priority = 0;
+  std::uint64_t front_hash = 0;  // The run's, whose place the node's address has taken.
 };
 
 namespace {
@@ -47,14 +48,22 @@ std::uint64_t drawPriority() {
   return z ^ (z >> 31);
 }
 
+static_assert(sizeof(EqualityNode*) == sizeof(Run::front));
+
+// The run's node, or null.
+EqualityNode* findNode(const Run& run) {
+  if (!hasEqualityNode(run)) return nullptr;
+  return reinterpret_cast<EqualityNode*>(static_cast<std::uintptr_t>(run.front));
+}
+
 // The run's node, made if need be: knowledge about the elements, which stay as they are.
 EqualityNode& nodeOf(const Run& run) {
-  auto& owner = const_cast<Run&>(run);
-  if (owner.equality == nullptr) {
-    owner.equality = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
-    owner.equality->priority = drawPriority();
-  }
-  return *owner.equality;
+  if (EqualityNode* const node = findNode(run)) return *node;
+  auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
+  node->priority = drawPriority();
+  node->front_hash = run.front;
+  const_cast<Run&>(run).front = reinterpret_cast<std::uintptr_t>(node);
+  return *node;
 }
 
 void releaseNode(EqualityNode* node) {
@@ -68,8 +77,8 @@ void releaseNode(EqualityNode* node) {
 
 // The number of last elements in which the runs are known to be equal.
 std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
-  const EqualityNode* a = run_a.equality;
-  const EqualityNode* b = run_b.equality;
+  const EqualityNode* a = findNode(run_a);
+  const EqualityNode* b = findNode(run_b);
   if (a == nullptr || b == nullptr) return 0;
   std::uint32_t level = std::min(run_a.full_length, run_b.full_length);
   while (a != b) {
@@ -232,6 +241,8 @@ bool listsEqual(const RawValue& a, const RawValue& b) {
   return Comparison().run(a, b);
 }
 
-void releaseEquality(Run& run) { releaseNode(std::exchange(run.equality, nullptr)); }
+std::uint64_t& hashOfNode(Run& run) { return findNode(run)->front_hash; }
+
+void releaseEquality(const Run& run) { releaseNode(findNode(run)); }
 
 }  // namespace lisp

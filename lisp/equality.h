@@ -16,11 +16,25 @@
 
 namespace lisp {
 
+// The hash of slot 0 of a run that has a node.
+[[nodiscard]] std::uint64_t& hashOfNode(Run& run);
+
 // Compares two lists of equal length that hold no NaN.
 [[nodiscard]] bool listsEqual(const RawValue& a, const RawValue& b);
 
-// Gives up the run's node, if it has one.
-void releaseEquality(Run& run);
+// True when what the run has in front is its node.
+[[nodiscard]] inline bool hasEqualityNode(const Run& run) { return (run.front & 1) == 0; }
+
+// The hash of the run's slot 0, wherever it stands.
+[[nodiscard]] inline std::uint64_t& frontHash(Run& run) {
+  return hasEqualityNode(run) ? hashOfNode(run) : run.front;
+}
+[[nodiscard]] inline std::uint64_t frontHash(const Run& run) {
+  return frontHash(const_cast<Run&>(run));
+}
+
+// Gives up the run's node, if it has one; the run must be on its way to the graveyard.
+void releaseEquality(const Run& run);
 
 }  // namespace lisp
 

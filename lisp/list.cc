@@ -28,11 +28,14 @@ Run& emptyRun() {
   return run;
 }
 
+constexpr std::size_t runSize(std::size_t capacity, std::size_t hashes) {
+  return sizeof(Run) + capacity * sizeof(LispValue) + hashes * sizeof(std::uint64_t);
+}
 constexpr std::size_t flatSize(std::size_t capacity) {
-  return sizeof(Run) + capacity * (sizeof(LispValue) + sizeof(std::uint64_t));
+  return runSize(capacity, capacity > 2 ? capacity - 2 : 0);
 }
 constexpr std::size_t linkedSize(std::size_t capacity) {
-  return sizeof(RunLink) + flatSize(capacity);
+  return sizeof(RunLink) + runSize(capacity, capacity - 1);
 }
 
 Run* allocateFlat(std::uint32_t capacity) {
@@ -131,11 +134,12 @@ RawValue makeList(LispValue* elements, std::size_t count) {
   for (std::size_t i = count; i-- > 0;) {
     const LispValue& element = run->slots()[i];
     hash = extendHash(hash, element);
-    run->hashes()[i] = hash;
+    if (i > 0 && i + 1 < count) run->hashes()[i - 1] = hash;
     if (run->nan_length == kNoNan && holdsNan(element)) {
       run->nan_length = static_cast<std::uint32_t>(count - i);
     }
   }
+  run->front = hash;
   RawValue raw;
   raw.tag = Tag::List;
   raw.length = static_cast<std::uint32_t>(count);
@@ -171,7 +175,7 @@ RawValue prepend(RawValue element, RawValue list) {
   linkOf(*run).front_length = length;
   if (run->nan_length == kNoNan && holdsNan(value)) run->nan_length = length;
   const std::uint32_t slot = run->full_length - length;
-  run->hashes()[slot] = hash;
+  (slot == 0 ? frontHash(*run) : run->hashes()[slot - 1]) = hash;
   new (run->slots() + slot) LispValue(std::move(value));
   list.length = length;
   return list;
@@ -198,7 +202,7 @@ RawValue dropFirst(RawValue list) {
 
 void bury(Run& run) {
   releaseEquality(run);
-  run.next_dead = dead_runs;
+  run.front = reinterpret_cast<std::uintptr_t>(dead_runs);
   dead_runs = &run;
 }
 
@@ -207,7 +211,7 @@ void decompose(std::size_t units) {
     if (run_in_decomposition == nullptr) {
       if (dead_runs == nullptr) return;
       run_in_decomposition = dead_runs;
-      dead_runs = dead_runs->next_dead;
+      dead_runs = reinterpret_cast<Run*>(static_cast<std::uintptr_t>(dead_runs->front));
       next_dead_slot = firstSlot(*run_in_decomposition);
     }
     Run& run = *run_in_decomposition;

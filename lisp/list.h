@@ -31,24 +31,25 @@ struct EqualityNode;
 
 inline constexpr std::uint32_t kNoNan = std::numeric_limits<std::uint32_t>::max();
 
-// The head of a run; `capacity()` slots follow it, and then as many hashes: beside every element
-// that of the list that begins with it (lisp/list_hash.h). Slots in use are initialised.
+// The head of a run; `capacity()` slots follow it, and then hashes: for every slot in use, that of
+// the list that begins there (lisp/list_hash.h), but for slot 0, which has its hash in the head,
+// and for the last slot of a flat run, whose hash is soon made. Slots in use are initialised.
 struct Run : Counted {
   std::uint32_t full_length = 0;  // What remains from slot 0 on.
   std::uint32_t tail_length = 0;  // Elements of the list that follow in the tail; 0 when flat.
   // The smallest number of elements that remain from one that is, or holds at any depth, a NaN: the
   // list (run, k) holds a NaN when nan_length <= k. kNoNan when there is none.
   std::uint32_t nan_length = kNoNan;
-  union {
-    EqualityNode* equality = nullptr;  // See lisp/equality.h; holds it.
-    Run* next_dead;                    // Of a run in the graveyard.
-  };
+  // The hash of slot 0, which is odd; or the address of the run's EqualityNode (lisp/equality.h),
+  // which the run holds and which has that hash; or, in the graveyard, of the next run.
+  std::uint64_t front = 1;
 
   [[nodiscard]] std::uint32_t capacity() const { return full_length - tail_length; }
   [[nodiscard]] LispValue* slots() { return reinterpret_cast<LispValue*>(this + 1); }
   [[nodiscard]] const LispValue* slots() const {
     return reinterpret_cast<const LispValue*>(this + 1);
   }
+  // That of slot 1 comes first.
   [[nodiscard]] std::uint64_t* hashes() {
     return reinterpret_cast<std::uint64_t*>(slots() + capacity());
   }

@@ -47,7 +47,7 @@ std::uint64_t emptyListHash() { return hashKey().seed; }
 std::uint64_t extendHash(std::uint64_t rest_hash, const LispValue& element) {
   const HashKey& key = hashKey();
   const Wide product = static_cast<Wide>(rest_hash ^ wordOf(element)) * key.factor + key.seed;
-  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+  return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 1;
 }
 
 }  // namespace lisp
