@@ -28,10 +28,12 @@ constexpr lisp::EvalLimits kLimits;  // The same for every run, replayed or not.
 constexpr std::size_t kElementsDecomposedPerRequest = 4096;
 constexpr std::size_t kNodesDecomposedPerRequest = 64;
 
-void tidyUp() {
-  lisp::decomposeEnvironments(kNodesDecomposedPerRequest);
-  lisp::decompose(kElementsDecomposedPerRequest);
-}
+struct TidyUp {
+  ~TidyUp() {
+    lisp::decomposeEnvironments(kNodesDecomposedPerRequest);
+    lisp::decompose(kElementsDecomposedPerRequest);
+  }
+};
 
 bool isHostCall(const EvalOutcome& outcome) {
   return outcome.kind == OutcomeKind::HostCallRequired && outcome.host_call.has_value();
@@ -47,6 +49,7 @@ Evaluation::Evaluation(const geometry::ContextTable& contexts) : contexts_(conte
 
 WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::string_view payload,
                                          std::string& response) {
+  const TidyUp tidy_up;
   // 1. The context.
   const CoordContext* context = nullptr;
   if (request.context_id != 0) {
@@ -68,13 +71,12 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
     pending_runs_.storeRun(
         {run_id, request.context_id, std::move(program), environment_, {}, *outcome.host_call});
   }
-  const WorkerStatus status = encodeEvalResponse(outcome, run_id, response);
-  tidyUp();
-  return status;
+  return encodeEvalResponse(outcome, run_id, response);
 }
 
 WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::string_view payload,
                                           std::string& response) {
+  const TidyUp tidy_up;
   // 1. The run.
   PendingRun* const run = pending_runs_.findRun(request.run_id);
   if (run == nullptr) return WorkerStatus::BadRequest;
@@ -94,9 +96,7 @@ WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::str
     return encodeEvalResponse(outcome, 0, response);
   }
   // 4. to 6. The replay.
-  const WorkerStatus status = resume(*run, std::move(*answer), response);
-  tidyUp();
-  return status;
+  return resume(*run, std::move(*answer), response);
 }
 
 WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& response) {
@@ -128,6 +128,7 @@ WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& 
 }
 
 WorkerStatus Evaluation::handleEvalCancel(const MessageHeader& request) {
+  const TidyUp tidy_up;
   pending_runs_.eraseRun(request.run_id);  // Nothing is ever stored under 0.
   return WorkerStatus::Ok;
 }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "geometry/coord_context.h"
+#include "lisp/list.h"
 
 namespace worker {
 namespace {
@@ -376,6 +377,28 @@ TEST_F(EvaluationTest, AThousandCallsInOneProgramAreAnsweredOneByOne) {
     if (HasFailure()) return;
   }
   expectValue(resume(1, "2"), "2000");
+}
+
+// Whatever ends a run, nothing that only it held is left when the next request comes.
+TEST_F(EvaluationTest, TakesApartWhatAnEndedRunHeld) {
+  start("1");
+  const std::size_t runs = lisp::runCount();
+  const auto waiting_run = [this] {
+    const std::uint64_t run = start("(SETQ X (GETPOINT)) (GETDIST)").runId();
+    return resume(run, "((1 2) (3 (4)) (5))").runId();
+  };
+  const std::uint64_t cancelled = waiting_run();
+  EXPECT_GT(lisp::runCount(), runs + 5);
+  cancel(cancelled);
+  EXPECT_EQ(lisp::runCount(), runs);
+  resume(waiting_run(), ")");
+  EXPECT_EQ(lisp::runCount(), runs);
+  registerContext(5, 1);
+  const std::uint64_t orphaned =
+      resume(start("(SETQ X (GETPOINT)) (GETDIST)", 5).runId(), "((1))").runId();
+  forgetContexts();
+  resume(orphaned, "1");
+  EXPECT_EQ(lisp::runCount(), runs);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,14 @@ namespace {
 // Room for responses of this many bytes is kept from one turn to the next; more is given back, so
 // that a large response costs an idle worker nothing.
 constexpr std::size_t kResponseSizeKept = 0x10000;
+
+// The next header, or nothing at the end of the input, be it inside a header: that is how a host
+// lets its worker go.
+std::optional<MessageHeader> readHeader(ByteReader& input) {
+  std::array<char, kHeaderSize> bytes;
+  if (!input.readExact(bytes)) return std::nullopt;
+  return decodeHeader(bytes);
+}
 
 FrameWrite writeResponse(ByteWriter& output, const MessageHeader& request, WorkerStatus status,
                          std::string_view payload) {
@@ -46,26 +55,24 @@ ExitCode runWorker(ByteReader& input, ByteWriter& output) {
   Dispatcher dispatcher;
   std::string response;
   while (true) {
-    // The end of the input is how a host lets its worker go, even inside a header.
-    std::array<char, kHeaderSize> header_bytes;
-    if (!input.readExact(header_bytes)) return ExitCode::Finished;
-    const MessageHeader request = decodeHeader(header_bytes);
+    const std::optional<MessageHeader> request = readHeader(input);
+    if (!request) return ExitCode::Finished;
 
     // After a bad header nobody knows where the next one begins: answer, unread payload or not,
     // and end. The fault outweighs a failure to report it.
-    const WorkerStatus header_status = validateHeader(request);
+    const WorkerStatus header_status = validateHeader(*request);
     if (header_status != WorkerStatus::Ok) {
-      static_cast<void>(writeResponse(output, request, header_status, {}));
+      static_cast<void>(writeResponse(output, *request, header_status, {}));
       return exitCodeOf(header_status);
     }
 
-    std::string payload(request.payload_length, '\0');
+    std::string payload(request->payload_length, '\0');
     if (!input.readExact(payload)) return ExitCode::PayloadCut;
     response.clear();
-    const WorkerStatus status = dispatcher.handleRequest(request, payload, response);
+    const WorkerStatus status = dispatcher.handleRequest(*request, payload, response);
 
-    const FrameWrite written = writeResponse(output, request, status, response);
-    if (static_cast<MessageType>(request.type) == MessageType::Shutdown) return ExitCode::Finished;
+    const FrameWrite written = writeResponse(output, *request, status, response);
+    if (static_cast<MessageType>(request->type) == MessageType::Shutdown) return ExitCode::Finished;
     if (written == FrameWrite::HeaderFailed) return ExitCode::HeaderUnwritten;
     if (written == FrameWrite::PayloadFailed) return ExitCode::PayloadUnwritten;
     if (response.capacity() > kResponseSizeKept) std::string().swap(response);
