@@ -16,7 +16,16 @@ namespace lisp {
   if (depth > depth_limit_) [[unlikely]]
     return failDepth();
   const RawValue& raw = form.raw();
-  if (raw.tag == Tag::List) return evaluateList(runOf(raw), depth + 1);
+  if (raw.tag == Tag::List) {
+    const Run& items = runOf(raw);
+    if (items.full_length == 0) [[unlikely]]
+      return nil();
+    const RawValue& head = items.slots()[0].raw();
+    if (head.tag != Tag::Symbol) [[unlikely]]
+      return fail("first list item must be a function symbol");
+    Symbol& name = symbolOf(head);
+    return name.handler(*this, name, items, depth + 1);
+  }
   if (raw.tag == Tag::Symbol) {
     Symbol& symbol = symbolOf(raw);
     if (symbol.value.tag > Tag::List || symbol.owner < late_frame_) [[unlikely]] {
@@ -69,7 +78,7 @@ namespace lisp {
   } else if (symbol.owner == kTruthOwner) {
     release(value);
   } else {
-    trail_.push_back({&symbol, symbol.value, symbol.owner, symbol.history});
+    trail_.push({&symbol, symbol.value, symbol.owner, symbol.history});
     symbol.value = value;
     symbol.owner = frame_;
     symbol.history = 0;

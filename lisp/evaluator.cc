@@ -22,7 +22,15 @@ inline Result makeNumber(double value) {
   return raw;
 }
 
-inline Result makeTruth(bool holds) { return holds ? truth() : nil(); }
+inline Result makeTruth(bool holds) {
+  RawValue raw;
+  if (holds) {
+    raw.tag = Tag::Symbol;
+    raw.record = kTruthSymbol;
+    ++kTruthSymbol->references;
+  }
+  return raw;
+}
 
 // Whether applyNumeric may be called: a refused divisor is left to the builtin, which knows the
 // error.
@@ -98,81 +106,10 @@ Result Interpreter::evaluateSymbolSlowly(Symbol& symbol) {
   return *value;
 }
 
-// 1. The empty list is nil. 2. The first item must be a symbol. 3. Special forms. 4. User
-// functions. 5. Builtins. What the name stands for was resolved when the run first called it.
-Result Interpreter::evaluateList(const Run& items, std::uint32_t depth) {
-  if (items.full_length == 0) return nil();
-  const RawValue& head = items.slots()[0].raw();
-  if (head.tag != Tag::Symbol) return fail("first list item must be a function symbol");
-  Symbol& name = symbolOf(head);
-  const Operation operation = name.operation;
-  switch (operation) {
-    case Operation::Quote:
-      return evaluateQuote(items);
-    case Operation::Setq:
-      return evaluateSetq(items, depth);
-    case Operation::If:
-      return evaluateIf(items, depth);
-    case Operation::Progn:
-      return evaluateProgn(items, depth);
-    case Operation::While:
-      return evaluateWhile(items, depth);
-    case Operation::Defun:
-      return evaluateDefun(items);
-    case Operation::And:
-      return evaluateAnd(items, depth);
-    case Operation::Or:
-      return evaluateOr(items, depth);
-    case Operation::Not:
-    case Operation::Null:
-      return evaluateNot(name, items, depth);
-    case Operation::UserFunction:
-      return applyFunction(name, items, depth);
-    case Operation::Add:
-      return callNumeric<Operation::Add>(name, items, depth);
-    case Operation::Subtract:
-      return callNumeric<Operation::Subtract>(name, items, depth);
-    case Operation::Multiply:
-      return callNumeric<Operation::Multiply>(name, items, depth);
-    case Operation::Divide:
-      return callNumeric<Operation::Divide>(name, items, depth);
-    case Operation::Increment:
-      return callUnary<Operation::Increment>(name, items, depth);
-    case Operation::Decrement:
-      return callUnary<Operation::Decrement>(name, items, depth);
-    case Operation::NumberEqual:
-      return callNumeric<Operation::NumberEqual>(name, items, depth);
-    case Operation::NumberNotEqual:
-      return callNumeric<Operation::NumberNotEqual>(name, items, depth);
-    case Operation::Less:
-      return callNumeric<Operation::Less>(name, items, depth);
-    case Operation::Greater:
-      return callNumeric<Operation::Greater>(name, items, depth);
-    case Operation::LessOrEqual:
-      return callNumeric<Operation::LessOrEqual>(name, items, depth);
-    case Operation::GreaterOrEqual:
-      return callNumeric<Operation::GreaterOrEqual>(name, items, depth);
-    case Operation::Car:
-      return callUnary<Operation::Car>(name, items, depth);
-    case Operation::Cdr:
-      return callUnary<Operation::Cdr>(name, items, depth);
-    case Operation::Cons:
-      return callCons(name, items, depth);
-    case Operation::List:
-      return callList(items, depth);
-    case Operation::Builtin:
-    case Operation::FormBuiltin:
-    case Operation::Unknown:
-      return callBuiltin(name, operation, items, depth);
-    case Operation::Unresolved:
-      return resolveAndEvaluate(name, items, depth);
-  }
-  return Result::failure();
-}
-
+// Looks up what the name stands for, which holds for the rest of the run or until a DEFUN.
 Result Interpreter::resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth) {
   resolve(name);
-  return evaluateList(items, depth);
+  return name.handler(*this, name, items, depth);
 }
 
 bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
@@ -189,21 +126,27 @@ void Interpreter::dropArguments(std::size_t stack_size) {
   while (stack_.size() > stack_size) stack_.pop_back();
 }
 
-// Any builtin. Its arguments are evaluated before an unknown name is reported.
-Result Interpreter::callBuiltin(Symbol& name, Operation operation, const Run& items,
-                                std::uint32_t depth) {
-  if (operation == Operation::FormBuiltin) return callBuiltinWith(name, {}, items, depth);
+Result Interpreter::callBuiltin(Symbol& name, const Run& items, std::uint32_t depth) {
   const std::size_t first_argument = stack_.size();
   if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
     return Result::failure();
-  }
-  if (operation == Operation::Unknown) {
-    return fail("unsupported LISP function: ", name.bytes());
   }
   const std::span<const LispValue> arguments = std::span(stack_).subspan(first_argument);
   const Result result = callBuiltinWith(name, arguments, items, depth);
   dropArguments(first_argument);
   return result;
+}
+
+Result Interpreter::callFormBuiltin(Symbol& name, const Run& items, std::uint32_t depth) {
+  return callBuiltinWith(name, {}, items, depth);
+}
+
+// The arguments are evaluated before the name is reported.
+Result Interpreter::callUnknown(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
+    return Result::failure();
+  }
+  return fail("unsupported LISP function: ", name.bytes());
 }
 
 Result Interpreter::callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments,
@@ -229,7 +172,7 @@ Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t de
 // Two operands of any form; other counts and other kinds are the builtin's own work.
 template <Operation operation>
 Result Interpreter::callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth) {
-  if (items.full_length != 3) return callBuiltin(name, Operation::Builtin, items, depth);
+  if (items.full_length != 3) return callBuiltin(name, items, depth);
   const Result a = evaluateHere(items.slots()[1], depth);
   if (a.failed()) return a;
   const Result b = evaluateHere(items.slots()[2], depth);
@@ -260,11 +203,11 @@ Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t dept
       return applyUnary<operation>(*argument);
     }
   }
-  return callBuiltin(name, Operation::Builtin, items, depth);
+  return callBuiltin(name, items, depth);
 }
 
 Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth) {
-  if (items.full_length != 3) return callBuiltin(name, Operation::Builtin, items, depth);
+  if (items.full_length != 3) return callBuiltin(name, items, depth);
   const Result first = evaluateHere(items.slots()[1], depth);
   if (first.failed()) return first;
   const Result rest = evaluateHere(items.slots()[2], depth);
@@ -276,7 +219,7 @@ Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth
 }
 
 // The arguments move from the stack into the list.
-Result Interpreter::callList(const Run& items, std::uint32_t depth) {
+Result Interpreter::callList(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::size_t first_argument = stack_.size();
   if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
     return Result::failure();
@@ -284,6 +227,80 @@ Result Interpreter::callList(const Run& items, std::uint32_t depth) {
   const RawValue list = makeList(stack_.data() + first_argument, stack_.size() - first_argument);
   dropArguments(first_argument);
   return list;
+}
+
+template <auto method>
+Result Interpreter::handle(Interpreter& interpreter, Symbol& name, const Run& items,
+                           std::uint32_t depth) {
+  return (interpreter.*method)(name, items, depth);
+}
+
+Handler handlerOf(Operation operation) {
+  using I = Interpreter;
+  switch (operation) {
+    case Operation::Quote:
+      return I::handle<&I::evaluateQuote>;
+    case Operation::Setq:
+      return I::handle<&I::evaluateSetq>;
+    case Operation::If:
+      return I::handle<&I::evaluateIf>;
+    case Operation::Progn:
+      return I::handle<&I::evaluateProgn>;
+    case Operation::While:
+      return I::handle<&I::evaluateWhile>;
+    case Operation::Defun:
+      return I::handle<&I::evaluateDefun>;
+    case Operation::And:
+      return I::handle<&I::evaluateAnd>;
+    case Operation::Or:
+      return I::handle<&I::evaluateOr>;
+    case Operation::Not:
+    case Operation::Null:
+      return I::handle<&I::evaluateNot>;
+    case Operation::UserFunction:
+      return I::handle<&I::applyFunction>;
+    case Operation::Add:
+      return I::handle<&I::callNumeric<Operation::Add>>;
+    case Operation::Subtract:
+      return I::handle<&I::callNumeric<Operation::Subtract>>;
+    case Operation::Multiply:
+      return I::handle<&I::callNumeric<Operation::Multiply>>;
+    case Operation::Divide:
+      return I::handle<&I::callNumeric<Operation::Divide>>;
+    case Operation::Increment:
+      return I::handle<&I::callUnary<Operation::Increment>>;
+    case Operation::Decrement:
+      return I::handle<&I::callUnary<Operation::Decrement>>;
+    case Operation::NumberEqual:
+      return I::handle<&I::callNumeric<Operation::NumberEqual>>;
+    case Operation::NumberNotEqual:
+      return I::handle<&I::callNumeric<Operation::NumberNotEqual>>;
+    case Operation::Less:
+      return I::handle<&I::callNumeric<Operation::Less>>;
+    case Operation::Greater:
+      return I::handle<&I::callNumeric<Operation::Greater>>;
+    case Operation::LessOrEqual:
+      return I::handle<&I::callNumeric<Operation::LessOrEqual>>;
+    case Operation::GreaterOrEqual:
+      return I::handle<&I::callNumeric<Operation::GreaterOrEqual>>;
+    case Operation::Car:
+      return I::handle<&I::callUnary<Operation::Car>>;
+    case Operation::Cdr:
+      return I::handle<&I::callUnary<Operation::Cdr>>;
+    case Operation::Cons:
+      return I::handle<&I::callCons>;
+    case Operation::List:
+      return I::handle<&I::callList>;
+    case Operation::Builtin:
+      return I::handle<&I::callBuiltin>;
+    case Operation::FormBuiltin:
+      return I::handle<&I::callFormBuiltin>;
+    case Operation::Unknown:
+      return I::handle<&I::callUnknown>;
+    case Operation::Unresolved:
+      break;
+  }
+  return I::handle<&I::resolveAndEvaluate>;
 }
 
 }  // namespace lisp

@@ -26,7 +26,7 @@ Interpreter::Interpreter(const Environment& environment, const geometry::CoordCo
 Interpreter::~Interpreter() {
   unwind(0);
   truncateLog(0);
-  for (const RawValue& argument : arguments_) release(argument);
+  for (std::size_t i = 0; i < arguments_.size(); ++i) release(arguments_[i]);
   for (Symbol* const symbol : touched_) putAtRest(*symbol);
   for (const auto& [form, function] : definitions_) releaseFunction(function);
   is_running = false;
@@ -112,11 +112,11 @@ void Interpreter::resolve(Symbol& symbol) {
   touch(symbol);
   UserFunction* const function = environment_->find(symbol).function;
   if (function == nullptr) {
-    symbol.operation = symbol.base_operation;
+    symbol.handler = handlerOf(symbol.base_operation);
   } else {
     retainFunction(function);
     symbol.function = function;
-    symbol.operation = Operation::UserFunction;
+    symbol.handler = handlerOf(Operation::UserFunction);
   }
 }
 
@@ -129,12 +129,12 @@ void Interpreter::define(Symbol& symbol, UserFunction* function) {
   }
   touch(symbol);
   releaseFunction(std::exchange(symbol.function, function));
-  symbol.operation = Operation::UserFunction;
+  symbol.handler = handlerOf(Operation::UserFunction);
   symbol.changed = true;
 }
 
 void Interpreter::commit(Environment& target) {
-  assert(frame_ == 0 && trail_.empty());
+  assert(frame_ == 0 && trail_.size() == 0);
   for (Symbol* const symbol : touched_) {
     if (!symbol->changed) continue;
     Binding binding = target.find(*symbol);
@@ -149,7 +149,7 @@ void Interpreter::putAtRest(Symbol& symbol) {
     replace(symbol.value, RawValue{Tag::NotLoaded, 0, {}});
   }
   releaseFunction(std::exchange(symbol.function, nullptr));
-  if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
+  if (symbol.base_operation > Operation::Null) symbol.handler = handlerOf(Operation::Unresolved);
   symbol.touched = false;
   symbol.changed = false;
   if (--symbol.references == 0) retireSymbol(&symbol);

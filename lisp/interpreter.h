@@ -31,6 +31,7 @@
 #include "lisp/environment.h"
 #include "lisp/list.h"
 #include "lisp/outcome.h"
+#include "lisp/plain_stack.h"
 #include "lisp/symbol.h"
 #include "lisp/user_function.h"
 #include "lisp/value.h"
@@ -122,20 +123,25 @@ class Interpreter {
   [[nodiscard]] bool countSteps(std::uint64_t steps, std::uint32_t depth);
   void assign(Symbol& symbol, RawValue value);
 
-  // The evaluator (evaluator.cc). Each gets the run of the form's items and the depth at which to
-  // evaluate them.
+  // The evaluator (evaluator.cc). What evaluates lists gets the name that they begin with, their
+  // items and the depth at which to evaluate these.
+  friend Handler handlerOf(Operation operation);
+  template <auto method>
+  static Result handle(Interpreter& interpreter, Symbol& name, const Run& items,
+                       std::uint32_t depth);
   Result evaluateSymbolSlowly(Symbol& symbol);
-  Result evaluateList(const Run& items, std::uint32_t depth);
-  [[gnu::noinline]] Result resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callBuiltin(Symbol& name, Operation operation, const Run& items, std::uint32_t depth);
+  Result resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callBuiltin(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callFormBuiltin(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callUnknown(Symbol& name, const Run& items, std::uint32_t depth);
   template <Operation operation>
-  [[gnu::noinline]] Result callNumeric(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callNumeric(Symbol& name, const Run& items, std::uint32_t depth);
   template <Operation operation>
   [[gnu::noinline]] Result callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth);
   template <Operation operation>
-  [[gnu::noinline]] Result callUnary(Symbol& name, const Run& items, std::uint32_t depth);
-  [[gnu::noinline]] Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
-  [[gnu::noinline]] Result callList(const Run& items, std::uint32_t depth);
+  Result callUnary(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callList(Symbol& name, const Run& items, std::uint32_t depth);
   [[gnu::noinline]] Result callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
                                     std::uint32_t depth);
   Result callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments, const Run& items,
@@ -143,15 +149,15 @@ class Interpreter {
   void dropArguments(std::size_t stack_size);
 
   // Special forms (special_forms.cc).
-  Result evaluateQuote(const Run& items);
-  Result evaluateSetq(const Run& items, std::uint32_t depth);
-  Result evaluateIf(const Run& items, std::uint32_t depth);
-  Result evaluateProgn(const Run& items, std::uint32_t depth);
-  Result evaluateWhile(const Run& items, std::uint32_t depth);
-  Result evaluateDefun(const Run& items);
-  Result evaluateAnd(const Run& items, std::uint32_t depth);
-  Result evaluateOr(const Run& items, std::uint32_t depth);
-  Result evaluateNot(const Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateQuote(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateSetq(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateIf(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateProgn(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateWhile(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateDefun(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateAnd(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateOr(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateNot(Symbol& name, const Run& items, std::uint32_t depth);
 
   // Calls of user functions (user_call.cc).
   Result applyFunction(Symbol& name, const Run& items, std::uint32_t depth);
@@ -196,10 +202,10 @@ class Interpreter {
   std::uint64_t pending_snapshot_ = 0;  // The innermost of this frame's calls whose arguments are
                                         // being evaluated, or 0.
 
-  std::vector<LispValue> stack_;     // Evaluated arguments of the builtins in progress.
-  std::vector<RawValue> arguments_;  // The same of user functions; holds them.
-  std::vector<Shadowed> trail_;
-  std::vector<Logged> log_;
+  std::vector<LispValue> stack_;    // Evaluated arguments of the builtins in progress.
+  PlainStack<RawValue> arguments_;  // The same of user functions; holds them.
+  PlainStack<Shadowed> trail_;
+  PlainStack<Logged> log_;
   std::vector<LateFrame> late_frames_;  // Outermost first.
 
   const Environment* environment_;

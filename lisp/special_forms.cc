@@ -10,12 +10,12 @@
 
 namespace lisp {
 
-Result Interpreter::evaluateQuote(const Run& items) {
+Result Interpreter::evaluateQuote(Symbol& /*name*/, const Run& items, std::uint32_t /*depth*/) {
   if (items.full_length != 2) return fail("quote expects one argument");
   return LispValue(items.slots()[1]);
 }
 
-Result Interpreter::evaluateSetq(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateSetq(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
   const LispValue* const item = items.slots();
@@ -31,7 +31,7 @@ Result Interpreter::evaluateSetq(const Run& items, std::uint32_t depth) {
   }
 }
 
-Result Interpreter::evaluateIf(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateIf(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count != 3 && count != 4) {
     return fail("if expects condition, true and optional false expression");
@@ -47,7 +47,7 @@ Result Interpreter::evaluateIf(const Run& items, std::uint32_t depth) {
   return evaluateHere(item[3], depth);
 }
 
-Result Interpreter::evaluateProgn(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateProgn(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count == 1) return nil();
   const LispValue* const item = items.slots();
@@ -59,7 +59,7 @@ Result Interpreter::evaluateProgn(const Run& items, std::uint32_t depth) {
   return evaluateHere(item[count - 1], depth);
 }
 
-Result Interpreter::evaluateWhile(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateWhile(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count < 2) return fail("while expects a condition");
   const LispValue* const item = items.slots();
@@ -81,7 +81,7 @@ Result Interpreter::evaluateWhile(const Run& items, std::uint32_t depth) {
   }
 }
 
-Result Interpreter::evaluateAnd(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateAnd(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   Result result = truth();
   for (std::uint32_t i = 1; i < items.full_length && result.raw.tag != Tag::Nil; ++i) {
     release(result.raw);
@@ -91,7 +91,7 @@ Result Interpreter::evaluateAnd(const Run& items, std::uint32_t depth) {
   return result;
 }
 
-Result Interpreter::evaluateOr(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateOr(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   Result result = nil();
   for (std::uint32_t i = 1; i < items.full_length && result.raw.tag == Tag::Nil; ++i) {
     result = evaluateHere(items.slots()[i], depth);
@@ -100,7 +100,7 @@ Result Interpreter::evaluateOr(const Run& items, std::uint32_t depth) {
 }
 
 // NOT and NULL.
-Result Interpreter::evaluateNot(const Symbol& name, const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateNot(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length != 2) return fail(name.bytes(), " expects one argument");
   const Result result = evaluateHere(items.slots()[1], depth);
   if (result.failed()) return result;
@@ -122,7 +122,7 @@ bool isListOfSymbols(const RawValue& list) {
 
 }  // namespace
 
-Result Interpreter::evaluateDefun(const Run& items) {
+Result Interpreter::evaluateDefun(Symbol& /*name*/, const Run& items, std::uint32_t /*depth*/) {
   const LispValue* const item = items.slots();
   if (items.full_length < 4 || item[1].kind() != ValueKind::Symbol ||
       item[2].kind() != ValueKind::List) {

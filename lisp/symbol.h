@@ -18,6 +18,9 @@
 namespace lisp {
 
 struct Builtin;
+class Interpreter;
+struct Result;
+struct Symbol;
 class UserFunction;
 
 // Interned bytes; they follow the record in memory.
@@ -35,7 +38,7 @@ struct Interned : Counted {
 // The text of string values.
 struct Text : Interned<Text> {};
 
-// What the evaluator does with a list that begins with a symbol. The special forms come first.
+// What the evaluator does with a list that begins with a name. The special forms come first.
 enum class Operation : std::uint8_t {
   Quote,
   Setq,
@@ -70,6 +73,12 @@ enum class Operation : std::uint8_t {
   Unresolved,   // Not looked up in this run yet.
 };
 
+// How it does that: evaluates the list `items`, which begins with `name`, and whose parts are to be
+// evaluated at `depth`.
+using Handler = Result (*)(Interpreter&, Symbol& name, const Run& items, std::uint32_t depth);
+
+[[nodiscard]] Handler handlerOf(Operation operation);
+
 // Never touched by a local binding: `Symbol::owner` of a global one.
 inline constexpr std::uint32_t kGlobalOwner = 0;
 // The owner of T's slot, which holds T for good: assignments and bindings of T are never read, so
@@ -82,11 +91,11 @@ inline constexpr std::uint32_t kNoEnvironmentIndex = 0xFFFFFFFF;
 struct Symbol : Interned<Symbol> {
   RawValue value{Tag::NotLoaded, 0, {}};  // The binding in force; holds its record.
   std::uint32_t owner = kGlobalOwner;     // The call that made the binding, 0 for the global one.
-  Operation operation = Operation::Unresolved;
   Operation base_operation = Operation::Unknown;  // When no user function has the name.
-  bool touched = false;              // In the interpreter's list of symbols to put at rest.
-  bool changed = false;              // The run set the global or the function.
-  UserFunction* function = nullptr;  // Loaded or defined in this run; holds it.
+  bool touched = false;  // In the interpreter's list of symbols to put at rest.
+  bool changed = false;  // The run set the global or the function.
+  Handler handler = handlerOf(Operation::Unresolved);  // Of lists that begin with the name.
+  UserFunction* function = nullptr;                    // Loaded or defined in this run; holds it.
   const Builtin* builtin = nullptr;
   std::uint32_t history = 0;  // Of the binding in force; see Interpreter::logAssignment.
   std::uint32_t environment_index = kNoEnvironmentIndex;  // Its place in every Environment.

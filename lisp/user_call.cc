@@ -68,7 +68,7 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
     const Result value = evaluateHere(*++item, depth);
     if (value.failed()) [[unlikely]]
       return false;
-    arguments_.push_back(value.raw);
+    arguments_.push(value.raw);
   }
   return true;
 }
@@ -97,9 +97,11 @@ void Interpreter::bindCopies(std::size_t log_begin) {
 // The last of equal names wins.
 [[gnu::always_inline]] inline void Interpreter::bindArguments(const UserFunction& function,
                                                               std::size_t first_argument) {
-  const RawValue* argument = arguments_.data() + first_argument;
-  for (const LispValue& param : function.params()) bind(symbolOf(param.raw()), *argument++);
-  arguments_.resize(first_argument);
+  std::size_t argument = first_argument;
+  for (const LispValue& param : function.params()) {
+    bind(symbolOf(param.raw()), arguments_[argument++]);
+  }
+  arguments_.truncate(first_argument);
 }
 
 [[gnu::always_inline]] inline void Interpreter::bindLocals(const UserFunction& function) {
@@ -134,8 +136,8 @@ void Interpreter::leaveLate() {
 
 void Interpreter::unwind(std::size_t trail_size) {
   while (trail_.size() > trail_size) {
-    const Shadowed shadowed = trail_.back();
-    trail_.pop_back();
+    const Shadowed shadowed = trail_.top();
+    trail_.truncate(trail_.size() - 1);
     Symbol& symbol = *shadowed.symbol;
     symbol.owner = shadowed.owner;
     symbol.history = shadowed.history;
@@ -189,16 +191,17 @@ void Interpreter::logAssignment(Symbol& symbol, RawValue value) {
   const RawValue before = symbol.value;
   retain(before);
   bind(symbol, value);
-  log_.push_back({&symbol, before, pending_snapshot_, symbol.history});
+  log_.push({&symbol, before, pending_snapshot_, symbol.history});
   symbol.history = static_cast<std::uint32_t>(log_.size());
 }
 
 // Forgets what was logged. The bindings concerned are those in force.
 void Interpreter::truncateLog(std::size_t size) {
-  for (; log_.size() > size; log_.pop_back()) {
-    log_.back().symbol->history = 0;
-    release(log_.back().value);
+  for (std::size_t i = size; i < log_.size(); ++i) {
+    log_[i].symbol->history = 0;
+    release(log_[i].value);
   }
+  log_.truncate(size);
 }
 
 }  // namespace lisp

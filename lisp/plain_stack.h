@@ -1,0 +1,50 @@
+// A stack of plain records, for the interpreter's own bookkeeping: its size is at hand without a
+// division, and growing costs the common path one comparison.
+
+#ifndef LISP_PLAIN_STACK_H_
+#define LISP_PLAIN_STACK_H_
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <type_traits>
+
+namespace lisp {
+
+template <typename Record>
+class PlainStack {
+  static_assert(std::is_trivially_destructible_v<Record>);
+
+ public:
+  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] Record& operator[](std::size_t index) { return records_[index]; }
+  [[nodiscard]] Record& top() { return records_[size_ - 1]; }
+
+  void push(const Record& record) {
+    if (size_ == capacity_) [[unlikely]]
+      grow();
+    records_[size_++] = record;
+  }
+
+  // Drops what lies above the first `size` records, of which there must be as many.
+  void truncate(std::size_t size) { size_ = size; }
+
+ private:
+  static constexpr std::size_t kCapacityMin = 32;
+
+  [[gnu::noinline]] void grow() {
+    const std::size_t capacity = std::max(kCapacityMin, 2 * capacity_);
+    auto records = std::make_unique<Record[]>(capacity);
+    std::copy_n(records_.get(), size_, records.get());
+    records_ = std::move(records);
+    capacity_ = capacity;
+  }
+
+  std::unique_ptr<Record[]> records_;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+}  // namespace lisp
+
+#endif  // LISP_PLAIN_STACK_H_
