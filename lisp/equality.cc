@@ -48,13 +48,8 @@ std::uint64_t drawPriority() {
   return z ^ (z >> 31);
 }
 
-static_assert(sizeof(EqualityNode*) == sizeof(Run::front));
-
 // The run's node, or null.
-EqualityNode* findNode(const Run& run) {
-  if (!hasEqualityNode(run)) return nullptr;
-  return reinterpret_cast<EqualityNode*>(static_cast<std::uintptr_t>(run.front));
-}
+EqualityNode* findNode(const Run& run) { return hasEqualityNode(run) ? run.node : nullptr; }
 
 // The run's node, made if need be: knowledge about the elements, which stay as they are.
 EqualityNode& nodeOf(const Run& run) {
@@ -62,7 +57,7 @@ EqualityNode& nodeOf(const Run& run) {
   auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
   node->priority = drawPriority();
   node->front_hash = run.front;
-  const_cast<Run&>(run).front = reinterpret_cast<std::uintptr_t>(node);
+  const_cast<Run&>(run).node = node;
   return *node;
 }
 
@@ -241,7 +236,7 @@ bool listsEqual(const RawValue& a, const RawValue& b) {
   return Comparison().run(a, b);
 }
 
-std::uint64_t& hashOfNode(Run& run) { return findNode(run)->front_hash; }
+std::uint64_t& hashOfNode(Run& run) { return run.node->front_hash; }
 
 void releaseEquality(const Run& run) { releaseNode(findNode(run)); }
 

@@ -202,7 +202,7 @@ RawValue dropFirst(RawValue list) {
 
 void bury(Run& run) {
   releaseEquality(run);
-  run.front = reinterpret_cast<std::uintptr_t>(dead_runs);
+  run.next_dead = dead_runs;
   dead_runs = &run;
 }
 
@@ -211,7 +211,7 @@ void decompose(std::size_t units) {
     if (run_in_decomposition == nullptr) {
       if (dead_runs == nullptr) return;
       run_in_decomposition = dead_runs;
-      dead_runs = reinterpret_cast<Run*>(static_cast<std::uintptr_t>(dead_runs->front));
+      dead_runs = dead_runs->next_dead;
       next_dead_slot = firstSlot(*run_in_decomposition);
     }
     Run& run = *run_in_decomposition;

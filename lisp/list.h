@@ -40,9 +40,14 @@ struct Run : Counted {
   // The smallest number of elements that remain from one that is, or holds at any depth, a NaN: the
   // list (run, k) holds a NaN when nan_length <= k. kNoNan when there is none.
   std::uint32_t nan_length = kNoNan;
-  // The hash of slot 0, which is odd; or the address of the run's EqualityNode (lisp/equality.h),
-  // which the run holds and which has that hash; or, in the graveyard, of the next run.
-  std::uint64_t front = 1;
+  // The hash of slot 0, which is odd; or the run's node (lisp/equality.h), which the run holds and
+  // which has that hash; or, in the graveyard, the next run. The lowest bit tells hash from node:
+  // the compilers that build this let one member be read as another.
+  union {
+    std::uint64_t front = 1;
+    EqualityNode* node;
+    Run* next_dead;
+  };
 
   [[nodiscard]] std::uint32_t capacity() const { return full_length - tail_length; }
   [[nodiscard]] LispValue* slots() { return reinterpret_cast<LispValue*>(this + 1); }
