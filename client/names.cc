@@ -82,6 +82,8 @@ std::string_view explainExitCode(std::uint32_t code) {
       return "it could not write a response's header";
     case 7:
       return "it could not write a response's payload";
+    case 8:
+      return "it ran out of memory";
     default:
       return "not an exit code of the worker";
   }

@@ -29,10 +29,10 @@ TEST(StatusName, AndExplanationDifferForEveryStatus) {
 
 TEST(DescribeExit, TellsEveryExitCodeApart) {
   std::set<std::string> lines;
-  for (const std::uint32_t code : {0u, 2u, 3u, 4u, 5u, 6u, 7u}) {
+  for (const std::uint32_t code : {0u, 2u, 3u, 4u, 5u, 6u, 7u, 8u}) {
     lines.insert(describeExit({WorkerExit::Kind::Exited, code}));
   }
-  EXPECT_EQ(lines.size(), 7u);
+  EXPECT_EQ(lines.size(), 8u);
   EXPECT_EQ(describeExit({WorkerExit::Kind::Exited, 5}),
             "the worker ended with exit code 5: its input ended inside a payload");
   EXPECT_EQ(describeExit({WorkerExit::Kind::Exited, 1}),

@@ -21,7 +21,8 @@ set(lisp_test_environment
     GTEST_BRIEF=1
     LISP_SOURCE_DIR=${PROJECT_SOURCE_DIR}
     LISP_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_worker${CMAKE_EXECUTABLE_SUFFIX}
-    LISP_CONSOLE_PATH=${PROJECT_BINARY_DIR}/lisp_console${CMAKE_EXECUTABLE_SUFFIX})
+    LISP_CONSOLE_PATH=${PROJECT_BINARY_DIR}/lisp_console${CMAKE_EXECUTABLE_SUFFIX}
+    LISP_FAILING_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_failing_worker${CMAKE_EXECUTABLE_SUFFIX})
 if(LISP_SANITIZE)
   # Random conversations take twenty times as long here; the release build holds all of them.
   list(APPEND lisp_test_environment
@@ -46,7 +47,7 @@ function(lisp_tests name)
     # build; the code under test stays optimised.
     target_compile_options(${name} PRIVATE -O0)
   endif()
-  foreach(program IN ITEMS lisp_worker lisp_console)
+  foreach(program IN ITEMS lisp_worker lisp_console lisp_failing_worker)
     if(TARGET ${program})
       add_dependencies(${name} ${program})
     endif()

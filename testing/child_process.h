@@ -19,6 +19,9 @@ struct ChildSettings {
   bool closes_output = false;    // No standard output.
   std::string output_path = {};  // Standard output is this file instead of a pipe.
   std::vector<std::string> arguments = {};
+  // Names of environment variables with their values (NAME=value), on top of the test's own.
+  std::vector<std::string> environment = {};
+  std::string executable = {};  // Another one than the worker's.
 };
 
 class ChildProcess {

@@ -118,13 +118,20 @@ ChildProcess::ChildProcess(const ChildSettings& settings) {
   posix_spawnattr_setsigdefault(&attributes, &defaults);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 
-  std::string path = workerExecutable();
+  std::string path = settings.executable.empty() ? workerExecutable() : settings.executable;
   std::vector<std::string> arguments = settings.arguments;
   std::vector<char*> argument_pointers = {path.data()};
   for (std::string& argument : arguments) argument_pointers.push_back(argument.data());
   argument_pointers.push_back(nullptr);
+  std::vector<std::string> environment = settings.environment;
+  std::vector<char*> environment_pointers;
+  for (std::string& variable : environment) environment_pointers.push_back(variable.data());
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    environment_pointers.push_back(*variable);
+  }
+  environment_pointers.push_back(nullptr);
   EXPECT_EQ(::posix_spawn(&process_, path.c_str(), &actions, &attributes, argument_pointers.data(),
-                          environ),
+                          environment_pointers.data()),
             0)
       << path;
   posix_spawnattr_destroy(&attributes);

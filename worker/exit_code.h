@@ -15,6 +15,7 @@ enum class ExitCode : int {
   PayloadCut = 5,        // The input ended or failed inside a payload; nothing was answered.
   HeaderUnwritten = 6,   // A response's header could not be written in full.
   PayloadUnwritten = 7,  // A response's payload could not be written in full.
+  OutOfMemory = 8,       // The system gave no more memory; the request in progress is unanswered.
 };
 
 }  // namespace worker

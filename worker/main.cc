@@ -1,8 +1,27 @@
 // The worker as a process. It takes no arguments, opens nothing and prints nothing: requests come
 // in on standard input, responses leave on standard output, and the exit code tells why it ended.
 
+#include <cstdlib>
+#include <new>
+
+#include "worker/exit_code.h"
 #include "worker/loop.h"
 #include "worker/stdio.h"
+
+namespace {
+
+// Without memory the worker can neither carry out a request nor say so. It ends on the spot:
+// nothing is unwound, nothing caught, and no half-made state ever answers another request.
+[[noreturn]] void endWithoutMemory() {
+  std::_Exit(static_cast<int>(worker::ExitCode::OutOfMemory));
+}
+
+// Objects that exist before main() need memory, too: this comes before them.
+[[gnu::constructor(101)]] void prepareForTheLackOfMemory() {
+  std::set_new_handler(endWithoutMemory);
+}
+
+}  // namespace
 
 int main() {
   worker::keepAliveOnBrokenPipe();
