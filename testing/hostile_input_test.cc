@@ -101,6 +101,26 @@ TEST(HostileInput, OutputThatFailsAtAnyByteEndsTheWorkerAsItMust) {
   EXPECT_EQ(liveInProcess(input, kAnySize, output.size()).exit_code, 0);
 }
 
+// The one type that the reference conversation has to leave out, since nothing comes after it.
+TEST(HostileInput, AroundAShutdownEndsTheWorkerAsItMust) {
+  const std::string before = referenceConversation().input();
+  const std::string output = referenceConversation().output();
+  const std::string shutdown = frameBytes(requestHeader(worker::MessageType::Shutdown), "payload");
+  for (std::size_t cut = 0; cut <= shutdown.size(); ++cut) {
+    const WorkerLife life = liveInProcess(before + shutdown.substr(0, cut), 1);
+    const bool in_payload = cut >= kHeaderSize && cut < shutdown.size();
+    ASSERT_EQ(life.exit_code,
+              static_cast<int>(in_payload ? ExitCode::PayloadCut : ExitCode::Finished))
+        << cut;
+    ASSERT_EQ(life.output.size(), output.size() + (cut == shutdown.size() ? kHeaderSize : 0));
+  }
+  for (std::size_t size = output.size(); size <= output.size() + kHeaderSize; ++size) {
+    const WorkerLife life = liveInProcess(before + shutdown, 1, size);
+    ASSERT_EQ(life.exit_code, 0) << size;
+    ASSERT_EQ(life.output.size(), size);
+  }
+}
+
 // Sends a conversation that is as it should be up to `damage` and holds the worker to its laws.
 // The requests before the damaged one must be answered as ever.
 class DamagedConversation : public testing::TestWithParam<std::uint64_t> {
