@@ -39,6 +39,11 @@ if(LISP_SANITIZE)
   add_link_options(${sanitizers})
 endif()
 
+if(LISP_FUZZ)
+  # Tells the fuzzers which branches an input has taken.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # Linked by every target of ours and by nothing else: a library built from someone else's sources
 # answers for its own warnings.
 add_library(lisp_options INTERFACE)

@@ -1,0 +1,58 @@
+// The reader.
+//
+// The input is a text. The reader must make of it what the literal reader makes, forms or message;
+// and what it has read and holds no string must print as a text that reads and prints the same.
+
+#include <optional>
+#include <vector>
+
+#include "fuzz/law.h"
+#include "lisp/reader.h"
+#include "testing/literal_encoder.h"
+#include "testing/literal_reader.h"
+#include "worker/encoding.h"
+
+namespace {
+
+using lisp::LispValue;
+using testing_support::LiteralValue;
+
+bool holdsString(const LiteralValue& value) {
+  if (value.kind == testing_support::LiteralKind::String) return true;
+  for (const LiteralValue& element : value.elements) {
+    if (holdsString(element)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text = fuzz::Input(data, size).rest();
+  std::string error;
+  std::string literal_error;
+  const std::optional<std::vector<LispValue>> forms = lisp::readForms(text, error);
+  const std::optional<std::vector<LiteralValue>> literal_forms =
+      testing_support::literalParseAll(text, &literal_error);
+  fuzz::requireEqual(error, literal_error, "both readers find the same fault");
+  fuzz::require(forms.has_value() == literal_forms.has_value(), "both readers read or both fail");
+  if (forms) {
+    fuzz::require(forms->size() == literal_forms->size(), "both readers find as many forms");
+    for (std::size_t i = 0; i < forms->size(); ++i) {
+      const std::string printed = worker::encodeValue((*forms)[i]);
+      fuzz::requireEqual(printed, testing_support::literalEncodeValue((*literal_forms)[i]),
+                         "both readers read the same form");
+      if (holdsString((*literal_forms)[i])) continue;
+      const std::optional<LispValue> again = lisp::parseProgram(printed, &error);
+      fuzz::require(again.has_value(), "what is printed can be read", printed);
+      fuzz::requireEqual(worker::encodeValue(*again), printed, "what is read prints the same");
+      fuzz::require(lisp::valuesEqual(*again, (*forms)[i]), "what is read is equal", printed);
+    }
+  }
+  const std::optional<LispValue> single = lisp::parseProgram(text, &error);
+  const std::optional<LiteralValue> literal_single =
+      testing_support::literalParseSingle(text, &literal_error);
+  fuzz::require(single.has_value() == literal_single.has_value(), "both agree on a single datum");
+  fuzz::requireEqual(error, literal_error, "both say why it is not one");
+  return 0;
+}
