@@ -51,6 +51,12 @@ std::uint64_t drawPriority() {
 // The run's node, or null.
 EqualityNode* findNode(const Run& run) { return hasEqualityNode(run) ? run.node : nullptr; }
 
+// One pair in so many is tied though nothing else leads to it.
+constexpr std::uint64_t kLotSize = 64;
+
+// Whether this pair is one of them. By lot, so that nobody can build values around it.
+bool isDrawn() { return drawPriority() % kLotSize == 0; }
+
 // The run's node, made if need be: knowledge about the elements, which stay as they are.
 EqualityNode& nodeOf(const Run& run) {
   if (EqualityNode* const node = findNode(run)) return *node;
@@ -121,11 +127,14 @@ class Comparison {
     return true;
   }
 
-  // Ties two runs that something else may lead to again. Returns false when they are known to be
-  // equal up to `length`; otherwise raises `known` to how far they are.
+  // Ties two runs that something else may lead to again, and a few that nothing leads to yet: a
+  // program that takes two values apart and compares what is left at every step walks only as far
+  // as the next of those. Returns false when the runs are known to be equal up to `length`;
+  // otherwise raises `known` to how far they are.
   bool tie(const Run& a, const Run& b, std::uint32_t length, std::uint32_t& known) {
     if (&a == &b) return false;
-    if (a.references == 1 && b.references == 1) return true;
+    const bool is_shared = a.references != 1 || b.references != 1 || findNode(a) != nullptr;
+    if (!is_shared && !isDrawn()) return true;
     known = std::max(known, knownLevel(a, b));
     if (known >= length) return false;
     draw(&nodeOf(a), &nodeOf(b), length);

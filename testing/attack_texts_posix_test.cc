@@ -64,7 +64,7 @@ TEST_F(AttackByTexts, HalfAMillionSmallForms) {
   worker_.expectError(asOftenAsFits("A "), "unbound symbol: A");
 }
 
-TEST_F(AttackByTexts, DISABLED_DeepNestsOneAfterAnother) {
+TEST_F(AttackByTexts, DeepNestsOneAfterAnother) {
   const std::string nest = "'" + std::string(512, '(') + std::string(512, ')');
   worker_.expectValue(asOftenAsFits(nest, 0xFFF00) + " 1", "1");
   const std::string deeper = std::string(514, '(') + std::string(514, ')');
