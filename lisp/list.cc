@@ -196,6 +196,14 @@ RawValue dropFirst(RawValue list) {
     release(list);
     return rest;
   }
+  const LispValue& element = run.own(length);
+  if (length == 1 && element.raw().tag == Tag::List && element.raw().length != 0) {
+    // The hash of this list would be made from its element's whenever it is asked for, and so, if
+    // that is such a list too, from all that nest in it. In a run of its own it is kept.
+    LispValue last = element;
+    release(list);
+    return makeList(&last, 1);
+  }
   list.length = length;
   return list;
 }

@@ -25,6 +25,7 @@ namespace lisp {
 [[nodiscard]] inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
   if (slot == 0) return frontHash(run);
   if (run.tail_length == 0 && slot + 1 == run.full_length) {
+    // Not a list with elements, or dropFirst would have made a run of it: nothing is asked further.
     return extendHash(emptyListHash(), run.slots()[slot]);
   }
   return run.hashes()[slot - 1];

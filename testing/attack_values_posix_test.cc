@@ -79,6 +79,16 @@ TEST_F(AttackByValues, NestingTenMillionLevels) {
   worker_.expectValue("(LIST X Y)", "(nil nil)");
 }
 
+// Each level is the rest of a list, and so begins in the middle of its storage.
+TEST_F(AttackByValues, NestingInTheRestsOfLists) {
+  worker_.expectValue("(SETQ X nil Y nil)", "nil");
+  for (int run = 0; run < 4; ++run) {
+    worker_.expectValue(loop(20000, "(SETQ X (CDR (LIST 0 X)))") + "(LENGTH X)", "1");
+    worker_.expectValue(loop(12000, "(SETQ Y (CDR (CDR '(1 2 3))) Y (CDR (LIST Y X)))") + "1", "1");
+  }
+  worker_.expectValue(loop(15000, "(SETQ Z (CDR (LIST Y X)))") + "(EQUAL Z (LIST X))", "T");
+}
+
 TEST_F(AttackByValues, ConsOntoALongList) {
   worker_.expectValue("(SETQ L '(" + repeated("1 ", 100000) + ")) (LENGTH L)", "100000");
   worker_.expectValue("(SETQ K '()) " + loop(20000, "(SETQ K (CONS (CONS I L) K))") +
