@@ -25,7 +25,7 @@ using lisp::LispValue;
 using testing_support::LiteralKind;
 using testing_support::LiteralValue;
 
-constexpr std::size_t kCostMax = 20000;  // Of a value that is copied literally.
+constexpr std::size_t kCostMax = 4000;  // Of a value that is copied literally.
 
 struct Twin {
   LispValue value;
