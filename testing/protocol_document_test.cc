@@ -148,6 +148,7 @@ TEST(ProtocolDocument, ListsTheExitCodes) {
       {static_cast<std::size_t>(ExitCode::PayloadCut), "PayloadCut"},
       {static_cast<std::size_t>(ExitCode::HeaderUnwritten), "HeaderUnwritten"},
       {static_cast<std::size_t>(ExitCode::PayloadUnwritten), "PayloadUnwritten"},
+      {static_cast<std::size_t>(ExitCode::OutOfMemory), "OutOfMemory"},
   };
   EXPECT_THAT(missingRows("Exit codes", codes), IsEmpty());
   EXPECT_EQ(numberedRowCount("Exit codes"), codes.size());
