@@ -1,32 +1,54 @@
 // The storage of values: blocks for the records that values share.
 //
 // Programs make and drop millions of small records, so blocks up to kSmallBlockMax bytes come from
-// free lists, one for each size class, that are filled from slabs; larger blocks come from the
-// general allocator. Memory of slabs is reused but never returned. With LISP_PLAIN_ALLOCATION every
-// block comes from the general allocator, so that the sanitizers see each one.
+// slabs; larger blocks come from the general allocator. A slab is cut into blocks of one size and
+// knows which of them are free. When all are, it serves whatever size is needed next; memory of
+// slabs is reused so but never returned. With LISP_PLAIN_ALLOCATION every block comes from the
+// general allocator, so that the sanitizers see each one.
 //
 // Single-threaded, like everything that holds values.
 
 #ifndef LISP_STORAGE_H_
 #define LISP_STORAGE_H_
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 
 namespace lisp::storage {
 
 inline constexpr std::size_t kGranule = 8;          // Bytes; blocks are aligned to it.
 inline constexpr std::size_t kSmallBlockMax = 512;  // Bytes.
-
-// Takes a free list's block from a fresh slab. Throws std::bad_alloc.
-[[nodiscard]] void* refill(std::size_t size_class);
+inline constexpr std::size_t kSlabSize = 0x8000;    // Bytes; slabs are aligned to it.
+inline constexpr std::size_t kSizeClasses = kSmallBlockMax / kGranule + 1;
 
 struct FreeBlock {
   FreeBlock* next;
 };
 
-// Heads of the free lists, by size class (block size / kGranule).
-extern constinit FreeBlock* free_blocks[kSmallBlockMax / kGranule + 1];
+// The head of a slab; its blocks follow.
+struct Slab {
+  FreeBlock* free = nullptr;  // Its free blocks, but for those from `fresh` on.
+  std::uint32_t used = 0;     // Blocks given out.
+  bool is_listed = false;     // Among the slabs of its size that may have free blocks.
+  std::uint8_t size_class = 0;
+  std::byte* fresh = nullptr;  // The rest that has never been cut into blocks.
+  Slab* next = nullptr;        // In that list, or among the empty slabs.
+  Slab* previous = nullptr;
+};
+
+// The first slab of each list, by size class (block size / kGranule); never null.
+extern constinit std::array<Slab*, kSizeClasses> slabs;
+
+// Finds a block where the first slab of the list has none at hand. Throws std::bad_alloc.
+[[nodiscard]] void* refill(std::size_t size_class);
+
+// Puts a slab where it belongs that has a free block again, or nothing but free blocks.
+void settle(Slab& slab);
+
+// Bytes taken from the system for slabs so far.
+[[nodiscard]] std::size_t slabBytes();
 
 #ifdef LISP_PLAIN_ALLOCATION
 
@@ -40,9 +62,12 @@ inline void deallocate(void* block, std::size_t /*size*/) { ::operator delete(bl
 [[nodiscard]] inline void* allocate(std::size_t size) {
   if (size > kSmallBlockMax) return ::operator new(size);
   const std::size_t size_class = (size + kGranule - 1) / kGranule;
-  FreeBlock* const block = free_blocks[size_class];
-  if (block == nullptr) return refill(size_class);
-  free_blocks[size_class] = block->next;
+  Slab& slab = *slabs[size_class];
+  FreeBlock* const block = slab.free;
+  if (block == nullptr) [[unlikely]]
+    return refill(size_class);
+  slab.free = block->next;
+  ++slab.used;
   return block;
 }
 
@@ -52,10 +77,13 @@ inline void deallocate(void* block, std::size_t size) {
     ::operator delete(block);
     return;
   }
-  const std::size_t size_class = (size + kGranule - 1) / kGranule;
+  const std::size_t offset = reinterpret_cast<std::uintptr_t>(block) % kSlabSize;
+  Slab& slab = *reinterpret_cast<Slab*>(static_cast<std::byte*>(block) - offset);
   auto* const free_block = static_cast<FreeBlock*>(block);
-  free_block->next = free_blocks[size_class];
-  free_blocks[size_class] = free_block;
+  free_block->next = slab.free;
+  slab.free = free_block;
+  if (--slab.used == 0 || !slab.is_listed) [[unlikely]]
+    settle(slab);
 }
 
 #endif

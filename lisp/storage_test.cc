@@ -64,5 +64,39 @@ TEST(Storage, KeepsBlocksIntactWhileOthersComeAndGo) {
   }
 }
 
+#ifndef LISP_PLAIN_ALLOCATION
+
+// What one size has used and given back serves every other size.
+TEST(Storage, ReusesItsMemoryForEverySize) {
+  constexpr std::size_t kBytes = 4 << 20;
+  std::size_t bytes_before = 0;
+  for (std::size_t size = 8; size <= kSmallBlockMax; size += 8) {
+    std::vector<void*> blocks;
+    for (std::size_t used = 0; used < kBytes; used += size) blocks.push_back(allocate(size));
+    // Neither in the order of their birth nor in the opposite one.
+    for (std::size_t i = 0; i < blocks.size(); i += 2) deallocate(blocks[i], size);
+    for (std::size_t i = 1; i < blocks.size(); i += 2) deallocate(blocks[i], size);
+    // The first round may need more than was there; then one slab stays with each size.
+    if (bytes_before == 0) bytes_before = slabBytes();
+    ASSERT_LE(slabBytes(), bytes_before + (kBytes / 4)) << size;
+  }
+}
+
+// A slab that has been full serves again as soon as one of its blocks is back.
+TEST(Storage, ReusesSingleBlocksOfFullSlabs) {
+  constexpr std::size_t kSize = 400;
+  std::vector<void*> blocks;
+  for (int i = 0; i < 5000; ++i) blocks.push_back(allocate(kSize));
+  const std::size_t bytes_before = slabBytes();
+  for (int round = 0; round < 50; ++round) {
+    for (std::size_t i = round % 7; i < blocks.size(); i += 7) deallocate(blocks[i], kSize);
+    for (std::size_t i = round % 7; i < blocks.size(); i += 7) blocks[i] = allocate(kSize);
+  }
+  EXPECT_EQ(slabBytes(), bytes_before);
+  for (void* const block : blocks) deallocate(block, kSize);
+}
+
+#endif
+
 }  // namespace
 }  // namespace lisp::storage

@@ -180,7 +180,7 @@ TEST_F(AttackByValues, ReplayingLargeArguments) {
 }
 
 // Elements of every length, so that storage of every size is needed once.
-TEST_F(AttackByValues, DISABLED_ListsOfEveryLengthInTurn) {
+TEST_F(AttackByValues, ListsOfEveryLengthInTurn) {
   const long size_before = worker_.residentSize();
   for (std::size_t length = 1; length <= 40; ++length) {
     const std::string list = "(" + repeated("1 ", length - 1) + "1)";
@@ -190,7 +190,7 @@ TEST_F(AttackByValues, DISABLED_ListsOfEveryLengthInTurn) {
   worker_.expectResidentAtMost(size_before + kRequestMemoryMax);
 }
 
-TEST_F(AttackByValues, DISABLED_SymbolsOfEveryLengthInTurn) {
+TEST_F(AttackByValues, SymbolsOfEveryLengthInTurn) {
   const long size_before = worker_.residentSize();
   for (std::size_t length = 4; length <= 500; length += 8) {
     std::string names;
