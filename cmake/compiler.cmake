@@ -6,6 +6,8 @@ option(LISP_PLAIN_ALLOCATION
        "Take the storage of values straight from operator new, so that a sanitizer sees every one"
        OFF)
 
+option(LISP_COUNT_WORK "Count the work of every request and hold it against the law" OFF)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -25,6 +27,10 @@ add_compile_options(-ffp-contract=off)
 # with moves between register files; two-word values are exactly such records.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-tree-slp-vectorize)
+endif()
+
+if(LISP_COUNT_WORK)
+  add_compile_definitions(LISP_COUNT_WORK=1)
 endif()
 
 if(LISP_PLAIN_ALLOCATION)

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lisp/storage.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -80,6 +81,7 @@ EnvironmentNode* makeOwn(EnvironmentNode* node, bool leaf) {
   if (node == nullptr) return makeNode(leaf);
   if (node->references == 1) return node;
   EnvironmentNode* const copy = makeNode(leaf);
+  countWork(kFanout);
   for (std::uint32_t i = 0; i < kFanout; ++i) {
     if (leaf) {
       retainEntry(leafOf(*copy).entries[i] = leafOf(*node).entries[i]);
@@ -125,6 +127,7 @@ Binding Environment::find(const Symbol& symbol) const {
   const std::uint32_t index = symbol.environment_index;
   if (index == kNoEnvironmentIndex || !reaches(height_, index)) return {};
   EnvironmentNode* node = root_;
+  countWork(height_ + 1);
   for (std::uint32_t level = height_; level > 0 && node != nullptr; --level) {
     node = innerOf(*node).children[slotAt(index, level)];
   }
@@ -134,6 +137,7 @@ Binding Environment::find(const Symbol& symbol) const {
 
 void Environment::set(Symbol& symbol, const Binding& binding) {
   assignEnvironmentIndex(symbol);
+  countWork(height_ + 1);
   const std::uint32_t index = symbol.environment_index;
   while (root_ != nullptr && !reaches(height_, index)) {
     EnvironmentNode* const above = makeNode(false);
@@ -160,6 +164,7 @@ void decomposeEnvironments(std::size_t nodes) {
   for (; nodes > 0 && dead_nodes != nullptr; --nodes) {
     EnvironmentNode* const node = dead_nodes;
     dead_nodes = node->next_dead;
+    countWork(kFanout);
     for (std::uint32_t i = 0; i < kFanout; ++i) {
       if (node->is_leaf) {
         releaseEntry(leafOf(*node).entries[i]);

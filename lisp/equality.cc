@@ -9,6 +9,7 @@
 #include "lisp/keyed_hash.h"
 #include "lisp/list_hash.h"
 #include "lisp/storage.h"
+#include "lisp/work.h"
 
 namespace lisp {
 
@@ -61,6 +62,7 @@ bool isDrawn() { return drawPriority() % kLotSize == 0; }
 EqualityNode& nodeOf(const Run& run) {
   if (EqualityNode* const node = findNode(run)) return *node;
   auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
+  countAsDeferred();
   node->priority = drawPriority();
   node->front_hash = run.front;
   const_cast<Run&>(run).node = node;
@@ -83,6 +85,7 @@ std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
   if (a == nullptr || b == nullptr) return 0;
   std::uint32_t level = std::min(run_a.full_length, run_b.full_length);
   while (a != b) {
+    countDeferred();
     if (a->priority > b->priority) std::swap(a, b);
     if (a->peer == nullptr) return 0;
     level = std::min(level, a->level);
@@ -92,7 +95,7 @@ std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
 }
 
 const EqualityNode* climb(const EqualityNode* node, std::uint32_t level) {
-  while (node->peer != nullptr && node->level >= level) node = node->peer;
+  for (; node->peer != nullptr && node->level >= level; node = node->peer) countDeferred();
   return node;
 }
 
@@ -190,6 +193,7 @@ class Comparison {
 
   // False when two elements differ; lists that are not known to be equal are left for later.
   bool elementsMayEqual(const RawValue& a, const RawValue& b) {
+    countDeferred();
     if (a.tag != b.tag) return false;
     if (a.tag == Tag::Nil) return true;
     if (a.tag == Tag::Number) return a.number == b.number;
@@ -214,6 +218,7 @@ Verdict compareShort(const RawValue& a, const RawValue& b) {
   const Run* run_b = &runOf(b);
   Verdict verdict = Verdict::Equal;
   for (std::uint32_t remaining = a.length; remaining > 0; --remaining) {
+    countWork();
     if (remaining <= run_a->tail_length) run_a = linkOf(*run_a).tail;
     if (remaining <= run_b->tail_length) run_b = linkOf(*run_b).tail;
     const RawValue& x = run_a->own(remaining).raw();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lisp/evaluate.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -136,6 +137,7 @@ void Interpreter::define(Symbol& symbol, UserFunction* function) {
 void Interpreter::commit(Environment& target) {
   assert(frame_ == 0 && trail_.size() == 0);
   for (Symbol* const symbol : touched_) {
+    countWork();
     if (!symbol->changed) continue;
     Binding binding = target.find(*symbol);
     if (symbol->value.tag != Tag::NotLoaded) binding.value = symbol->value;
@@ -145,6 +147,7 @@ void Interpreter::commit(Environment& target) {
 }
 
 void Interpreter::putAtRest(Symbol& symbol) {
+  countWork();
   if (symbol.owner != kTruthOwner) {
     replace(symbol.value, RawValue{Tag::NotLoaded, 0, {}});
   }

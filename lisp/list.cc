@@ -9,6 +9,7 @@
 #include "lisp/equality.h"
 #include "lisp/list_hash.h"
 #include "lisp/storage.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -109,6 +110,7 @@ void linkTo(Run& run, Run& tail) {
 const Run& findRun(const Run& run, std::uint32_t remaining) {
   const Run* at = &run;
   while (remaining <= at->tail_length) {
+    countWork();
     const RunLink& link = linkOf(*at);
     at = remaining <= link.jump->tail_length ? link.jump : link.tail;
   }
@@ -125,6 +127,7 @@ RawValue emptyList() {
 
 RawValue makeList(LispValue* elements, std::size_t count) {
   if (count == 0) return emptyList();
+  countWork(count);
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
   // Two words each, and a hold moves with them; what is left behind is nil.
   std::memcpy(static_cast<void*>(run->slots()), static_cast<const void*>(elements),
@@ -153,6 +156,7 @@ RawValue prepend(RawValue element, RawValue list) {
     release(list);
     return makeList(&value, 1);
   }
+  countWork();
   Run* run = &runOf(list);
   const std::uint64_t hash = extendHash(listHash(list), value);
   const std::uint32_t length = list.length + 1;
@@ -226,6 +230,7 @@ void decompose(std::size_t units) {
     const std::uint32_t end = static_cast<std::uint32_t>(
         std::min<std::size_t>(run.capacity(), next_dead_slot + (units - 1)));
     units -= end - next_dead_slot;
+    countWork(end - next_dead_slot + 1);
     for (; next_dead_slot < end; ++next_dead_slot) {
       release(run.slots()[next_dead_slot].raw());
     }

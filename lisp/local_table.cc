@@ -1,5 +1,7 @@
 #include "lisp/local_table.h"
 
+#include "lisp/work.h"
+
 namespace lisp {
 namespace {
 
@@ -9,6 +11,7 @@ constexpr std::size_t kLocalsPerWord = 4;  // Of the filter: sixteen bits each.
 
 LocalTable::LocalTable(std::span<const LispValue> locals)
     : locals_(locals), filter_(locals.size() / kLocalsPerWord + 1), places_(2 * locals.size() + 1) {
+  countDeferred(locals.size());
   for (std::uint32_t i = 0; i < locals.size(); ++i) {
     const Symbol& symbol = symbolOf(locals[i].raw());
     if (&symbol == kSlashSymbol) continue;

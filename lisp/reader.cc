@@ -1,11 +1,13 @@
 #include "lisp/reader.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "lisp/list.h"
 #include "lisp/number.h"
 #include "lisp/symbol.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -51,6 +53,7 @@ const LispValue& quoteSymbol() {
 void Reader::skipBlanks() {
   while (position_ < text_.size()) {
     const char c = text_[position_];
+    countWork();
     if (c == ';') {
       skipToLineFeed();
     } else if (isSpace(c) || c == kEndOfFileMark) {
@@ -63,6 +66,7 @@ void Reader::skipBlanks() {
 
 void Reader::skipToLineFeed() {
   const std::size_t line_feed = text_.find('\n', position_);
+  countWork(std::min(line_feed, text_.size()) - position_);
   position_ = line_feed == std::string_view::npos ? text_.size() : line_feed;
 }
 
@@ -131,6 +135,7 @@ Reader::Step Reader::readString(LispValue& form) {
   while (true) {
     const std::size_t stop = text_.find_first_of("\"\\", position_);
     if (stop == std::string_view::npos) break;
+    countWork(stop - position_ + 1);
     scratch_.append(text_, position_, stop - position_);
     position_ = stop + 1;
     if (text_[stop] == '"') {
@@ -150,6 +155,7 @@ LispValue Reader::readAtom() {
     ++position_;
   }
   const std::string_view token = text_.substr(begin, position_ - begin);
+  countWork(token.size());
   if (const std::optional<double> value = parseNumber(token)) return number(*value);
   scratch_.assign(token);
   for (char& c : scratch_) c = upperCase(c);

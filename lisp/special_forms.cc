@@ -7,6 +7,7 @@
 
 #include "lisp/evaluate.h"
 #include "lisp/interpreter.h"
+#include "lisp/work.h"
 
 namespace lisp {
 
@@ -134,6 +135,7 @@ Result Interpreter::evaluateDefun(Symbol& /*name*/, const Run& items, std::uint3
     function = kept->second;
     retainFunction(function);
   } else {
+    countWork(item[2].raw().length);
     if (!isListOfSymbols(item[2].raw())) return fail("defun parameter must be symbol");
     RawValue form;
     form.tag = Tag::List;

@@ -16,6 +16,8 @@
 #include <cstdint>
 #include <new>
 
+#include "lisp/work.h"
+
 namespace lisp::storage {
 
 inline constexpr std::size_t kGranule = 8;          // Bytes; blocks are aligned to it.
@@ -52,7 +54,10 @@ void settle(Slab& slab);
 
 #ifdef LISP_PLAIN_ALLOCATION
 
-[[nodiscard]] inline void* allocate(std::size_t size) { return ::operator new(size); }
+[[nodiscard]] inline void* allocate(std::size_t size) {
+  countWork();
+  return ::operator new(size);
+}
 
 inline void deallocate(void* block, std::size_t /*size*/) { ::operator delete(block); }
 
@@ -60,6 +65,7 @@ inline void deallocate(void* block, std::size_t /*size*/) { ::operator delete(bl
 
 // Returns an uninitialised block of at least `size` bytes. Throws std::bad_alloc.
 [[nodiscard]] inline void* allocate(std::size_t size) {
+  countWork();
   if (size > kSmallBlockMax) return ::operator new(size);
   const std::size_t size_class = (size + kGranule - 1) / kGranule;
   Slab& slab = *slabs[size_class];

@@ -6,6 +6,7 @@
 
 #include "lisp/keyed_hash.h"
 #include "lisp/storage.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -24,7 +25,9 @@ class InternTable {
 
   Record* intern(std::string_view bytes) {
     const std::uint64_t hash = keyedHash(bytes, hashPoint());
+    countWork(bytes.size());
     for (Record* record = buckets_[indexOf(hash)]; record != nullptr; record = record->next) {
+      countWork();
       if (record->hash == hash && record->bytes() == bytes) {
         ++record->references;
         return record;
@@ -67,6 +70,7 @@ class InternTable {
 
   void grow() {
     std::vector<Record*> old(buckets_.size() * 2);
+    countWork(old.size());
     old.swap(buckets_);
     for (Record* record : old) {
       while (record != nullptr) {

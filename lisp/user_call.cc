@@ -5,6 +5,7 @@
 
 #include "lisp/evaluate.h"
 #include "lisp/interpreter.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -88,6 +89,7 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
 // name counts, so it is bound last.
 void Interpreter::bindCopies(std::size_t log_begin) {
   for (std::size_t i = log_.size(); i > log_begin; --i) {
+    countWork();
     const Logged& logged = log_[i - 1];
     retain(logged.value);
     bind(*logged.symbol, logged.value);
@@ -101,10 +103,12 @@ void Interpreter::bindCopies(std::size_t log_begin) {
   for (const LispValue& param : function.params()) {
     bind(symbolOf(param.raw()), arguments_[argument++]);
   }
+  countWork(function.params().size());
   arguments_.truncate(first_argument);
 }
 
 [[gnu::always_inline]] inline void Interpreter::bindLocals(const UserFunction& function) {
+  countWork(function.locals().size());
   for (const LispValue& local : function.locals()) {
     Symbol& symbol = symbolOf(local.raw());
     if (&symbol != kSlashSymbol) bind(symbol, RawValue());
@@ -124,6 +128,7 @@ void Interpreter::enterLate(UserFunction& function, std::size_t trail_begin,
   const LocalTable& locals = function.localTable();
   late_frames_.push_back({frame_, &locals, snapshot});
   for (std::size_t i = trail_begin; i < trail_.size(); ++i) {
+    countWork();
     Symbol& symbol = *trail_[i].symbol;
     if (symbol.owner == frame_ && locals.contains(symbol)) replace(symbol.value, RawValue());
   }
@@ -136,6 +141,7 @@ void Interpreter::leaveLate() {
 
 void Interpreter::unwind(std::size_t trail_size) {
   while (trail_.size() > trail_size) {
+    countWork();
     const Shadowed shadowed = trail_.top();
     trail_.truncate(trail_.size() - 1);
     Symbol& symbol = *shadowed.symbol;
@@ -152,6 +158,7 @@ void Interpreter::unwind(std::size_t trail_size) {
 void Interpreter::bindLate(Symbol& symbol) {
   const std::uint32_t owner = symbol.owner;
   for (std::size_t i = late_frames_.size(); i > 0 && late_frames_[i - 1].frame > owner; --i) {
+    countWork();
     const LateFrame& late = late_frames_[i - 1];
     if (late.locals != nullptr && late.locals->contains(symbol)) {
       bind(symbol, RawValue());

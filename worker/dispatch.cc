@@ -10,6 +10,14 @@ namespace worker {
 WorkerStatus Dispatcher::handleRequest(const MessageHeader& request, std::string_view payload,
                                        std::string& response) {
   assert(response.empty());
+  law_.begin();
+  const WorkerStatus status = dispatch(request, payload, response);
+  law_.end(request, payload, response);
+  return status;
+}
+
+WorkerStatus Dispatcher::dispatch(const MessageHeader& request, std::string_view payload,
+                                  std::string& response) {
   switch (static_cast<MessageType>(request.type)) {
     case MessageType::Ping:
       return WorkerStatus::Ok;

@@ -9,6 +9,7 @@
 #include "geometry/context_table.h"
 #include "worker/evaluation.h"
 #include "worker/frame.h"
+#include "worker/work_law.h"
 
 namespace worker {
 
@@ -28,6 +29,10 @@ class Dispatcher {
                                            std::string& response);
 
  private:
+  [[nodiscard]] WorkerStatus dispatch(const MessageHeader& request, std::string_view payload,
+                                      std::string& response);
+
+  [[no_unique_address]] WorkLaw law_;
   geometry::ContextTable contexts_;
   Evaluation evaluation_{contexts_};
 };

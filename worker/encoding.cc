@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/work.h"
+
 namespace worker {
 namespace {
 
@@ -119,6 +121,7 @@ bool appendValue(const LispValue& value, std::size_t size_max, std::string& text
   std::vector<OpenList> open_lists;
   const LispValue* current = &value;
   while (true) {
+    lisp::countWork();
     if (const std::optional<LispList> list = lisp::asList(*current)) {
       text.push_back('(');
       open_lists.push_back({list->begin()});
@@ -147,7 +150,9 @@ std::string encodeValue(const LispValue& value) {
 WorkerStatus encodeEvalResponse(const EvalOutcome& outcome, std::uint64_t run_id,
                                 std::string& payload) {
   payload.assign(kEvalResultHeaderSize, '\0');
-  if (!appendText(outcome, kPayloadSizeMax, payload)) {
+  const bool fits = appendText(outcome, kPayloadSizeMax, payload);
+  lisp::countWork(payload.size());
+  if (!fits) {
     payload = std::string();
     return WorkerStatus::BadRequest;
   }

@@ -1,0 +1,82 @@
+#include "worker/work_law.h"
+
+#ifdef LISP_COUNT_WORK
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "lisp/interpreter.h"
+#include "lisp/work.h"
+
+namespace worker {
+namespace {
+
+// The constant of the law: units of work for a step or a byte. Most programs take two; a look-up
+// below calls that bind late asks each of them, and the depth limit leaves room for 64.
+constexpr std::uint64_t kWorkPerUnit = 80;
+// What any request may cost besides: taking apart some of what former ones have dropped.
+constexpr std::uint64_t kWorkPerRequest = 20000;
+
+bool isEvaluation(const MessageHeader& request) {
+  const auto type = static_cast<MessageType>(request.type);
+  return type == MessageType::EvalStart || type == MessageType::EvalResume;
+}
+
+// The most work that any request took for a unit, for LISP_SHOW_WORK.
+double& highestShare() {
+  static double share = [] {
+    if (std::getenv("LISP_SHOW_WORK") != nullptr) {
+      std::atexit([] { std::fprintf(stderr, "work per unit: %.2f\n", highestShare()); });
+    }
+    return 0.0;
+  }();
+  return share;
+}
+
+void hold(std::uint64_t work, std::uint64_t granted, std::uint64_t units, const char* kind) {
+  if (work <= granted) return;
+  std::fprintf(stderr, "the law of work is broken: %llu units of %s for %llu steps and bytes\n",
+               static_cast<unsigned long long>(work), kind, static_cast<unsigned long long>(units));
+  std::abort();
+}
+
+}  // namespace
+
+void WorkLaw::begin() {
+  work_before_ = lisp::work_done;
+  deferred_before_ = lisp::deferred_done;
+}
+
+void WorkLaw::end(const MessageHeader& request, std::string_view payload,
+                  std::string_view response) {
+  std::uint64_t units = payload.size() + response.size();
+  if (isEvaluation(request)) {
+    const bool has_result = response.size() >= kEvalResultHeaderSize;
+    // A result that is too long to send does not tell its steps, and may have been written to the
+    // last byte that could be sent.
+    units += has_result ? getU64(response.data() + EvalResultOffset::kSteps)
+                        : lisp::EvalLimits().step_limit + kPayloadSizeMax;
+    if (request.type == static_cast<std::uint16_t>(MessageType::EvalResume)) {
+      units += run_sizes_[request.run_id];
+    }
+    const std::uint64_t run_id =
+        has_result ? getU64(response.data() + EvalResultOffset::kRunId) : request.run_id;
+    run_sizes_[run_id] += payload.size();
+  } else if (request.type == static_cast<std::uint16_t>(MessageType::EvalCancel)) {
+    units += run_sizes_[request.run_id];
+  }
+  const std::uint64_t work = lisp::work_done - work_before_;
+  const std::uint64_t granted = kWorkPerUnit * units + kWorkPerRequest;
+  highestShare() = std::max(highestShare(), (static_cast<double>(work) - kWorkPerRequest) /
+                                                static_cast<double>(units + 1));
+  hold(work, granted, units, "work");
+  savings_ += granted - work;
+  const std::uint64_t deferred = lisp::deferred_done - deferred_before_;
+  hold(deferred, savings_, units, "deferred work");
+  savings_ -= deferred;
+}
+
+}  // namespace worker
+
+#endif

@@ -1,0 +1,53 @@
+// The law of linear work: what a request costs is at most a constant times what it asks for.
+//
+// In the build that counts work (LISP_COUNT_WORK), every Dispatcher holds each of its requests
+// against the law and ends the process, with a line on standard error, when one breaks it; so every
+// test of that build is a test of the law. In every other build this is nothing.
+
+#ifndef WORKER_WORK_LAW_H_
+#define WORKER_WORK_LAW_H_
+
+#include <string_view>
+
+#include "worker/frame.h"
+
+#ifdef LISP_COUNT_WORK
+
+#include <cstdint>
+#include <unordered_map>
+
+namespace worker {
+
+class WorkLaw {
+ public:
+  // Around the work on a request.
+  void begin();
+  void end(const MessageHeader& request, std::string_view payload, std::string_view response);
+
+ private:
+  std::uint64_t work_before_ = 0;
+  std::uint64_t deferred_before_ = 0;
+  // What was granted and not used: deferred work may spend it (lisp/work.h).
+  std::uint64_t savings_ = 0;
+  // Bytes of the program and of the answers so far, of every run that waits.
+  std::unordered_map<std::uint64_t, std::uint64_t> run_sizes_;
+};
+
+}  // namespace worker
+
+#else
+
+namespace worker {
+
+class WorkLaw {
+ public:
+  void begin() {}
+  void end(const MessageHeader& /*request*/, std::string_view /*payload*/,
+           std::string_view /*response*/) {}
+};
+
+}  // namespace worker
+
+#endif
+
+#endif  // WORKER_WORK_LAW_H_
