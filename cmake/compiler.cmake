@@ -6,6 +6,7 @@ option(LISP_PLAIN_ALLOCATION
        "Take the storage of values straight from operator new, so that a sanitizer sees every one"
        OFF)
 
+option(LISP_COVERAGE "Note which lines and branches run" OFF)
 option(LISP_COUNT_WORK "Count the work of every request and hold it against the law" OFF)
 
 set(CMAKE_CXX_STANDARD 20)
@@ -27,6 +28,12 @@ add_compile_options(-ffp-contract=off)
 # with moves between register files; two-word values are exactly such records.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-tree-slp-vectorize)
+endif()
+
+if(LISP_COVERAGE)
+  # Exceptions are nobody's branches: the worker has none of its own.
+  add_compile_options(--coverage -fprofile-abs-path -fno-inline)
+  add_link_options(--coverage)
 endif()
 
 if(LISP_COUNT_WORK)
