@@ -31,7 +31,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr std::string_view kDocuments[] = {"README.md", "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
-                                           "docs/PROTOCOL.md"};
+                                           "docs/PROTOCOL.md", "docs/GUARANTEES.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
