@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "geometry/coord_context.h"
+#include "geometry/elementary_functions.h"
 #include "geometry/transforms.h"
 #include "lisp/arithmetic.h"
 #include "lisp/interpreter.h"
@@ -66,7 +67,7 @@ Result distance(Interpreter& interpreter, const BuiltinCall& call) {
   if (!from.has_value() || !to.has_value()) return fail_point(interpreter, call);
   const double dx = lisp::difference(to->x, from->x);
   const double dy = lisp::difference(to->y, from->y);
-  return lisp::number(lisp::settleNan(std::hypot(dx, dy), dx, dy));
+  return lisp::number(lisp::settleNan(hypotenuse(dx, dy), dx, dy));
 }
 
 // atan2(y2 - y1, x2 - x1), in radians from -pi to pi
@@ -77,7 +78,7 @@ Result angle(Interpreter& interpreter, const BuiltinCall& call) {
   if (!from.has_value() || !to.has_value()) return fail_point(interpreter, call);
   const double dx = lisp::difference(to->x, from->x);
   const double dy = lisp::difference(to->y, from->y);
-  return lisp::number(lisp::settleNan(std::atan2(dy, dx), dy, dx));
+  return lisp::number(lisp::settleNan(arc_tangent(dy, dx), dy, dx));
 }
 
 // (x + r*cos(phi), y + r*sin(phi), z)
@@ -90,11 +91,11 @@ Result polar(Interpreter& interpreter, const BuiltinCall& call) {
   if (!phi.has_value() || !r.has_value()) {
     return interpreter.fail("polar expects point, angle, distance");
   }
-  const double cosine = lisp::settleNan(std::cos(*phi), *phi, *phi);
-  const double sine = lisp::settleNan(std::sin(*phi), *phi, *phi);
+  const double phi_cosine = lisp::settleNan(cosine(*phi), *phi, *phi);
+  const double phi_sine = lisp::settleNan(sine(*phi), *phi, *phi);
   return make_point({
-      .x = lisp::sum(base->x, lisp::product(*r, cosine)),
-      .y = lisp::sum(base->y, lisp::product(*r, sine)),
+      .x = lisp::sum(base->x, lisp::product(*r, phi_cosine)),
+      .y = lisp::sum(base->y, lisp::product(*r, phi_sine)),
       .z = base->z,
   });
 }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <span>
 
+#include "geometry/elementary_functions.h"
+
 namespace geometry {
 namespace {
 
@@ -69,19 +71,19 @@ GeometricResult quotient(std::span<const double> operands) {
 // hypot(x2 - x1, y2 - y1)
 GeometricResult distance(std::span<const double> operands) {
   const double x1 = operands[0], y1 = operands[1], x2 = operands[2], y2 = operands[3];
-  return computed(std::hypot(x2 - x1, y2 - y1));
+  return computed(hypotenuse(x2 - x1, y2 - y1));
 }
 
 // atan2(y2 - y1, x2 - x1)
 GeometricResult angle(std::span<const double> operands) {
   const double x1 = operands[0], y1 = operands[1], x2 = operands[2], y2 = operands[3];
-  return computed(std::atan2(y2 - y1, x2 - x1));
+  return computed(arc_tangent(y2 - y1, x2 - x1));
 }
 
 // (x + r*cos(phi), y + r*sin(phi))
 GeometricResult polar(std::span<const double> operands) {
   const double x = operands[0], y = operands[1], phi = operands[2], r = operands[3];
-  return computed(x + r * std::cos(phi), y + r * std::sin(phi));
+  return computed(x + r * cosine(phi), y + r * sine(phi));
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include <ostream>
 #include <vector>
 
+#include "geometry/elementary_functions.h"
+
 namespace geometry {
 namespace {
 
@@ -167,8 +169,8 @@ TEST(GeometricRequest, TurnsAPolarPointCounterclockwise) {
 }
 
 TEST(GeometricRequest, RoundsTheProductsOfAPolarPointBeforeAdding) {
-  const double x_step = 3 * std::cos(1.0);
-  const double y_step = 3 * std::sin(1.0);
+  const double x_step = 3 * cosine(1.0);
+  const double y_step = 3 * sine(1.0);
   const GeometricResult result = compute_geometric_request(request_of(7, {-x_step, -y_step, 1, 3}));
   EXPECT_EQ(result.outcome, kComputed);
   EXPECT_EQ(result.x, 0);

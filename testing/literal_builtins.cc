@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "geometry/elementary_functions.h"
 #include "testing/literal_interpreter.h"
 
 namespace testing_support {
@@ -195,7 +196,7 @@ BuiltinResult distance(const Arguments& arguments) {
   if (!from.has_value() || !to.has_value()) return fail("DISTANCE expects point list");
   const double dx = difference(to->x, from->x);
   const double dy = difference(to->y, from->y);
-  return give(literalNumber(settled(std::hypot(dx, dy), dx, dy)));
+  return give(literalNumber(settled(geometry::hypotenuse(dx, dy), dx, dy)));
 }
 
 BuiltinResult angle(const Arguments& arguments) {
@@ -205,7 +206,7 @@ BuiltinResult angle(const Arguments& arguments) {
   if (!from.has_value() || !to.has_value()) return fail("ANGLE expects point list");
   const double dx = difference(to->x, from->x);
   const double dy = difference(to->y, from->y);
-  return give(literalNumber(settled(std::atan2(dy, dx), dy, dx)));
+  return give(literalNumber(settled(geometry::arc_tangent(dy, dx), dy, dx)));
 }
 
 BuiltinResult polar(const Arguments& arguments) {
@@ -217,8 +218,8 @@ BuiltinResult polar(const Arguments& arguments) {
   }
   const double direction = arguments[1].number;
   const double reach = arguments[2].number;
-  const double cosine = settled(std::cos(direction), direction, direction);
-  const double sine = settled(std::sin(direction), direction, direction);
+  const double cosine = settled(geometry::cosine(direction), direction, direction);
+  const double sine = settled(geometry::sine(direction), direction, direction);
   return give(
       pointList(sum(base->x, product(reach, cosine)), sum(base->y, product(reach, sine)), base->z));
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <optional>
@@ -25,8 +26,14 @@ void append(const LispValue& value, int level, std::string& text) {
       text += "nil";
       return;
     case ValueKind::Number: {
+      const double number = *lisp::asNumber(value);
+      if (std::isnan(number)) {
+        // C libraries differ in whether they show the sign.
+        text += std::signbit(number) ? "-nan" : "nan";
+        return;
+      }
       std::array<char, kNumberSize> digits;
-      std::snprintf(digits.data(), digits.size(), "%.17g", *lisp::asNumber(value));
+      std::snprintf(digits.data(), digits.size(), "%.17g", number);
       text += digits.data();
       return;
     }
