@@ -198,8 +198,8 @@ DWORD createProcess(const std::filesystem::path& path, const Handle& input, cons
   startup.StartupInfo.hStdError = error.get();
   startup.lpAttributeList = inheritance.get();
 
-  // A host with windows of its own gets no console window on top.
-  constexpr DWORD kFlags = EXTENDED_STARTUPINFO_PRESENT | CREATE_NO_WINDOW;
+  // A worker needs no console, and the system starts another process for each.
+  constexpr DWORD kFlags = EXTENDED_STARTUPINFO_PRESENT | DETACHED_PROCESS;
   const std::wstring program = path.wstring();
   std::wstring command_line = L"\"" + program + L"\"";
   PROCESS_INFORMATION information{};

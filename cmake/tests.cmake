@@ -35,9 +35,9 @@ endif()
 #
 # The other builds have shown that every test file includes what it uses, and every check builds
 # this one too: GoogleTest's headers are read once for all, and what its macros expand to is not
-# optimised much. The code under test is what ships.
+# optimised. The code under test is what ships.
 function(lisp_quicken_build name)
-  target_compile_options(${name} PRIVATE -O1)
+  target_compile_options(${name} PRIVATE -O0)
   get_property(first GLOBAL PROPERTY lisp_precompiled_by)
   if(first)
     target_precompile_headers(${name} REUSE_FROM ${first})

@@ -4,20 +4,27 @@
 #ifndef TESTING_CHILD_PROCESS_H_
 #define TESTING_CHILD_PROCESS_H_
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace testing_support {
 
+// An open stream as the system names it: a descriptor on POSIX systems, a handle on Windows.
+using SystemStream = std::intptr_t;
+
 struct ChildSettings {
-  bool closes_input = false;     // The child has no standard input at all.
-  bool closes_output = false;    // No standard output.
-  std::string output_path = {};  // Standard output is this file instead of a pipe.
+  bool closes_input = false;   // The child has no standard input at all.
+  bool closes_output = false;  // No standard output.
+  // Standard input or output is this instead of a pipe. Whether the child inherits what the value
+  // stands for is the caller's business.
+  std::optional<SystemStream> input = {};
+  std::optional<SystemStream> output = {};
   std::vector<std::string> arguments = {};
   // Names of environment variables with their values (NAME=value), on top of the test's own.
   std::vector<std::string> environment = {};
@@ -33,7 +40,8 @@ class ChildProcess {
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  [[nodiscard]] pid_t id() const { return process_; }
+  // The number that the system knows the process by.
+  [[nodiscard]] std::int64_t id() const;
 
   // Writes all of `bytes` to the child's input, as far as it takes them.
   void send(std::string_view bytes) const;
@@ -57,16 +65,10 @@ class ChildProcess {
   [[nodiscard]] std::chrono::microseconds processorTime() const;
 
  private:
-  pid_t process_ = 0;
-  int input_ = -1;
-  int output_ = -1;
-  int errors_ = -1;
-  std::string end_;
-  std::chrono::microseconds processor_time_{};
-};
+  struct State;
 
-// Waits for any child of this process as ChildProcess::end does.
-[[nodiscard]] std::string waitForEnd(pid_t process, std::chrono::microseconds* processor_time);
+  std::unique_ptr<State> state_;
+};
 
 }  // namespace testing_support
 

@@ -1,3 +1,5 @@
+#include "testing/child_process_posix.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -83,7 +85,16 @@ std::string waitForEnd(pid_t process, microseconds* processor_time) {
   return "exit code " + std::to_string(WEXITSTATUS(status));
 }
 
-ChildProcess::ChildProcess(const ChildSettings& settings) {
+struct ChildProcess::State {
+  pid_t process = 0;
+  int input = -1;
+  int output = -1;
+  int errors = -1;
+  std::string end;
+  microseconds processor_time{};
+};
+
+ChildProcess::ChildProcess(const ChildSettings& settings) : state_(std::make_unique<State>()) {
   // A child that no longer reads must not end its test.
   ::signal(SIGPIPE, SIG_IGN);
   Pipe input = openPipe();
@@ -94,14 +105,15 @@ ChildProcess::ChildProcess(const ChildSettings& settings) {
   posix_spawn_file_actions_init(&actions);
   if (settings.closes_input) {
     posix_spawn_file_actions_addclose(&actions, STDIN_FILENO);
+  } else if (settings.input.has_value()) {
+    posix_spawn_file_actions_adddup2(&actions, static_cast<int>(*settings.input), STDIN_FILENO);
   } else {
     posix_spawn_file_actions_adddup2(&actions, input.read_end, STDIN_FILENO);
   }
   if (settings.closes_output) {
     posix_spawn_file_actions_addclose(&actions, STDOUT_FILENO);
-  } else if (!settings.output_path.empty()) {
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, settings.output_path.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  } else if (settings.output.has_value()) {
+    posix_spawn_file_actions_adddup2(&actions, static_cast<int>(*settings.output), STDOUT_FILENO);
   } else {
     posix_spawn_file_actions_adddup2(&actions, output.write_end, STDOUT_FILENO);
   }
@@ -130,8 +142,8 @@ ChildProcess::ChildProcess(const ChildSettings& settings) {
     environment_pointers.push_back(*variable);
   }
   environment_pointers.push_back(nullptr);
-  EXPECT_EQ(::posix_spawn(&process_, path.c_str(), &actions, &attributes, argument_pointers.data(),
-                          environment_pointers.data()),
+  EXPECT_EQ(::posix_spawn(&state_->process, path.c_str(), &actions, &attributes,
+                          argument_pointers.data(), environment_pointers.data()),
             0)
       << path;
   posix_spawnattr_destroy(&attributes);
@@ -139,55 +151,57 @@ ChildProcess::ChildProcess(const ChildSettings& settings) {
   closeEnd(input.read_end);
   closeEnd(output.write_end);
   closeEnd(errors.write_end);
-  input_ = input.write_end;
-  output_ = output.read_end;
-  errors_ = errors.read_end;
+  state_->input = input.write_end;
+  state_->output = output.read_end;
+  state_->errors = errors.read_end;
 }
 
 ChildProcess::~ChildProcess() {
   endInput();
   closeOutput();
-  if (process_ > 0 && end_.empty()) {
-    ::kill(process_, SIGKILL);
-    static_cast<void>(waitForEnd(process_, nullptr));
+  if (state_->process > 0 && state_->end.empty()) {
+    ::kill(state_->process, SIGKILL);
+    static_cast<void>(waitForEnd(state_->process, nullptr));
   }
-  closeEnd(errors_);
+  closeEnd(state_->errors);
 }
+
+std::int64_t ChildProcess::id() const { return state_->process; }
 
 void ChildProcess::send(std::string_view bytes) const {
   while (!bytes.empty()) {
-    const ssize_t count = ::write(input_, bytes.data(), bytes.size());
+    const ssize_t count = ::write(state_->input, bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) return;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 
-void ChildProcess::endInput() { closeEnd(input_); }
+void ChildProcess::endInput() { closeEnd(state_->input); }
 
-void ChildProcess::closeOutput() { closeEnd(output_); }
+void ChildProcess::closeOutput() { closeEnd(state_->output); }
 
-std::string ChildProcess::receive(std::size_t size) const { return readUpTo(output_, size); }
+std::string ChildProcess::receive(std::size_t size) const { return readUpTo(state_->output, size); }
 
 std::string ChildProcess::receiveAll() const {
-  return readUpTo(output_, std::numeric_limits<std::size_t>::max());
+  return readUpTo(state_->output, std::numeric_limits<std::size_t>::max());
 }
 
 std::string ChildProcess::end() {
-  if (end_.empty()) end_ = waitForEnd(process_, &processor_time_);
-  if (end_ != "still running") return end_;
-  return std::exchange(end_, std::string());
+  if (state_->end.empty()) state_->end = waitForEnd(state_->process, &state_->processor_time);
+  if (state_->end != "still running") return state_->end;
+  return std::exchange(state_->end, std::string());
 }
 
 std::string ChildProcess::errors() const {
-  return readUpTo(errors_, std::numeric_limits<std::size_t>::max());
+  return readUpTo(state_->errors, std::numeric_limits<std::size_t>::max());
 }
 
 microseconds ChildProcess::processorTime() const {
-  if (!end_.empty()) return processor_time_;
+  if (!state_->end.empty()) return state_->processor_time;
   clockid_t clock{};
   timespec time{};
-  EXPECT_EQ(::clock_getcpuclockid(process_, &clock), 0);
+  EXPECT_EQ(::clock_getcpuclockid(state_->process, &clock), 0);
   EXPECT_EQ(::clock_gettime(clock, &time), 0);
   return std::chrono::seconds(time.tv_sec) + microseconds(time.tv_nsec / 1000);
 }
