@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <span>
 
+#include "testing/response_record.h"
 #include "testing/wire_frames.h"
 #include "worker/frame.h"
 
@@ -35,12 +36,15 @@ FrameResponse ExecutableWorker::handle(const Frame& frame) {
 std::string readResponse(client::Channel& channel) {
   std::string bytes(kHeaderSize, '\0');
   bytes.resize(channel.read(bytes.data(), kHeaderSize));
-  if (bytes.size() < kHeaderSize) return bytes;
-  const std::size_t payload_size =
-      worker::getU32(bytes.data() + worker::HeaderOffset::kPayloadLength);
-  if (payload_size > worker::kPayloadSizeMax) return bytes;
-  bytes.resize(kHeaderSize + payload_size);
-  bytes.resize(kHeaderSize + channel.read(bytes.data() + kHeaderSize, payload_size));
+  if (bytes.size() == kHeaderSize) {
+    const std::size_t payload_size =
+        worker::getU32(bytes.data() + worker::HeaderOffset::kPayloadLength);
+    if (payload_size <= worker::kPayloadSizeMax) {
+      bytes.resize(kHeaderSize + payload_size);
+      bytes.resize(kHeaderSize + channel.read(bytes.data() + kHeaderSize, payload_size));
+    }
+  }
+  recordResponse(bytes);
   return bytes;
 }
 

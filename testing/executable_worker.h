@@ -25,7 +25,8 @@ class ExecutableWorker : public FramePort {
   std::unique_ptr<client::WorkerProcess> process_;
 };
 
-// The next response as its header announces it, or as much of it as came.
+// The next response as its header announces it, or as much of it as came. It is recorded
+// (testing/response_record.h).
 [[nodiscard]] std::string readResponse(client::Channel& channel);
 
 // The path of the executable, from the environment variable LISP_WORKER_PATH. Empty, and a failure

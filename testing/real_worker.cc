@@ -1,7 +1,9 @@
 #include "testing/real_worker.h"
 
 #include <cstdint>
+#include <string>
 
+#include "testing/response_record.h"
 #include "worker/frame.h"
 
 namespace testing_support {
@@ -16,6 +18,8 @@ FrameResponse RealWorker::handle(const Frame& frame) {
   header.run_id = frame.run_id;
   FrameResponse response;
   response.status = dispatcher_.handleRequest(header, frame.payload, response.payload);
+  recordResponse(std::to_string(static_cast<std::uint32_t>(response.status)));
+  recordResponse(response.payload);
   return response;
 }
 

@@ -13,6 +13,7 @@
 
 #include "testing/child_process.h"
 #include "testing/reference_conversation.h"
+#include "testing/response_record.h"
 #include "testing/scenario.h"
 #include "testing/wire_frames.h"
 #include "worker/frame.h"
@@ -41,6 +42,8 @@ Poured pour(const std::string& input, const ChildSettings& settings = {}) {
   host.join();
   poured.end = child.end();
   poured.errors = child.errors();
+  recordResponse(poured.output);
+  recordResponse(poured.end);
   return poured;
 }
 
