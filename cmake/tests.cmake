@@ -27,6 +27,7 @@ if(LISP_SANITIZE)
   # Random conversations take twenty times as long here; the release build holds all of them.
   list(APPEND lisp_test_environment
        LISP_DIFFERENTIAL_COUNT=300
+       LISP_NUMBER_COUNT=20000
        ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
        UBSAN_OPTIONS=print_stacktrace=1)
 endif()
