@@ -4,10 +4,15 @@
 #ifndef CLIENT_CHANNEL_H_
 #define CLIENT_CHANNEL_H_
 
+#include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace client {
+
+// A moment after which nobody waits any more. Empty: never.
+using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
 class Channel {
  public:
@@ -21,6 +26,15 @@ class Channel {
   // Fills `buffer` with the next `size` bytes from the worker, waiting for them. Returns how many
   // there were: `size`, or fewer when the worker's output ended before.
   [[nodiscard]] virtual std::size_t read(char* buffer, std::size_t size) = 0;
+
+  // From now on write and read give up at `deadline`, as if the worker had gone. They may leave a
+  // part of the bytes moved, and the channel to a process may end that process: whoever sets a
+  // deadline takes it back when it has been kept. A channel that never waits need not care.
+  virtual void setDeadline(Deadline /*deadline*/) {}
+
+  // Whether a write or a read has given up at its deadline. Nothing can be said to the worker
+  // after that.
+  [[nodiscard]] virtual bool hasTimedOut() const { return false; }
 };
 
 }  // namespace client

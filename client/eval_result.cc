@@ -106,7 +106,7 @@ std::optional<HostCall> readHostCall(const EvalResult& result, std::string* erro
     }
     return std::nullopt;
   }
-  return HostCall{result.call_name, *elements};
+  return HostCall{.name = result.call_name, .arguments = *elements, .text = result.text};
 }
 
 }  // namespace client

@@ -28,14 +28,16 @@ struct EvalResult {
   EvalStatus eval_status = EvalStatus::Value;
   std::uint16_t arg_count = 0;  // Of the host call, capped at 65535; otherwise 0.
   std::uint64_t steps = 0;      // Evaluations in this run, replayed part included.
-  std::string call_name;        // Of the host call, its first 31 bytes; otherwise empty.
+  std::string call_name = {};   // Of the host call, its first 31 bytes; otherwise empty.
   std::uint64_t run_id = 0;     // To resume or cancel the run; 0 unless it waits.
-  std::string text;             // As the worker wrote it (worker_text.h).
+  std::string text = {};        // As the worker wrote it (worker_text.h).
 };
 
 struct HostCall {
   std::string name;
   DatumList arguments;
+  std::string text = {};        // The arguments as the worker wrote them, as one list.
+  std::string unreadable = {};  // Why `arguments` is not what `text` says; empty when it is.
 };
 
 // Decodes the payload of a response with `status`. Empty when the two contradict each other or

@@ -4,6 +4,7 @@
 #define CLIENT_PROCESS_H_
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -18,7 +19,7 @@ struct WorkerExit {
   enum class Kind : std::uint8_t {
     Exited,    // By itself; `code` is its exit code.
     Signaled,  // By the signal `code`. On Windows a crash is an exit code of its own.
-    Killed,    // By us, because it went on after its input had ended.
+    Killed,    // By us, because it went on when it should have ended.
     Unknown,   // The system would not tell, as when the host collects its children elsewhere.
   };
 
@@ -32,12 +33,26 @@ struct WorkerExit {
 // the request in hand, which its step limit bounds, when it is not.
 inline constexpr std::chrono::milliseconds kExitGrace{2000};
 
-// A running worker. Destroying it finishes it, so no process and no handle is left behind.
+// A running worker. Destroying it finishes it, so no process and no handle is left behind. When the
+// host dies instead, the system closes the worker's input, and the worker ends by itself.
+//
+// One thread may write while another reads; everything else is for one thread at a time.
 class WorkerProcess : public Channel {
  public:
   // Ends the worker's input, waits for the worker to end, and kills it if that takes longer than
   // kExitGrace. Afterwards write and read fail, and a second call returns the same again.
-  virtual WorkerExit finish() = 0;
+  WorkerExit finish() { return finishWithin(kExitGrace); }
+
+  // As finish, with another grace. With none, a worker that has not ended yet is killed at once.
+  virtual WorkerExit finishWithin(std::chrono::milliseconds grace) = 0;
+
+  // Waits for bytes from the worker and puts as many as there are, `size` at most, into `buffer`.
+  // Returns how many; 0 when the worker's output has ended.
+  [[nodiscard]] virtual std::size_t readSome(char* buffer, std::size_t size) = 0;
+
+  // Closes one pipe: the worker sees the end of its input, or can write no more.
+  virtual void endInput() = 0;
+  virtual void endOutput() = 0;
 };
 
 // Starts the program at `path` without arguments. It gets the two pipes as its standard input and

@@ -1,6 +1,7 @@
 // Workers as children on POSIX systems: posix_spawn and two pipes.
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/types.h>
@@ -86,7 +87,7 @@ class PosixWorkerProcess final : public WorkerProcess {
   PosixWorkerProcess(pid_t process, Descriptor to_worker, Descriptor from_worker)
       : process_(process), to_worker_(std::move(to_worker)), from_worker_(std::move(from_worker)) {}
 
-  ~PosixWorkerProcess() override { PosixWorkerProcess::finish(); }
+  ~PosixWorkerProcess() override { PosixWorkerProcess::finishWithin(kExitGrace); }
 
   bool write(std::string_view bytes) override {
     assert(!bytes.empty());
@@ -94,6 +95,7 @@ class PosixWorkerProcess final : public WorkerProcess {
     while (!bytes.empty()) {
       const ssize_t count = ::write(to_worker_.get(), bytes.data(), bytes.size());
       if (count < 0 && errno == EINTR) continue;
+      if (count < 0 && errno == EAGAIN && waitFor(to_worker_, POLLOUT)) continue;
       if (count <= 0) return false;
       bytes.remove_prefix(static_cast<std::size_t>(count));
     }
@@ -103,28 +105,61 @@ class PosixWorkerProcess final : public WorkerProcess {
   std::size_t read(char* buffer, std::size_t size) override {
     std::size_t filled = 0;
     while (filled < size) {
-      const ssize_t count = ::read(from_worker_.get(), buffer + filled, size - filled);
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) break;
-      filled += static_cast<std::size_t>(count);
+      const std::size_t count = readSome(buffer + filled, size - filled);
+      if (count == 0) break;
+      filled += count;
     }
     return filled;
   }
 
-  WorkerExit finish() override {
+  std::size_t readSome(char* buffer, std::size_t size) override {
+    for (;;) {
+      if (deadline_ && !waitFor(from_worker_, POLLIN)) return 0;
+      const ssize_t count = ::read(from_worker_.get(), buffer, size);
+      if (count >= 0) return static_cast<std::size_t>(count);
+      if (errno != EINTR) return 0;
+    }
+  }
+
+  void setDeadline(Deadline deadline) override { deadline_ = deadline; }
+  [[nodiscard]] bool hasTimedOut() const override { return has_timed_out_; }
+
+  void endInput() override { to_worker_.close(); }
+  void endOutput() override { from_worker_.close(); }
+
+  WorkerExit finishWithin(std::chrono::milliseconds grace) override {
     if (!exit_) {
       to_worker_.close();
       // A worker in the middle of a response that nobody will read must not wait for us.
       from_worker_.close();
-      exit_ = collect();
+      exit_ = collect(grace);
     }
     return *exit_;
   }
 
  private:
+  // Whether the pipe is ready, or broken, before the deadline.
+  bool waitFor(const Descriptor& descriptor, short events) {
+    for (;;) {
+      pollfd waiting{descriptor.get(), events, 0};
+      timespec left{};
+      if (deadline_) {
+        const auto remaining = std::max(*deadline_ - std::chrono::steady_clock::now(),
+                                        std::chrono::steady_clock::duration::zero());
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(remaining);
+        left.tv_sec = seconds.count();
+        left.tv_nsec = std::chrono::nanoseconds(remaining - seconds).count();
+      }
+      const int count = ::ppoll(&waiting, 1, deadline_ ? &left : nullptr, nullptr);
+      if (count > 0) return true;
+      has_timed_out_ = count == 0;
+      if (has_timed_out_ || errno != EINTR) return false;
+    }
+  }
+
   // Waits for the process and removes it from the system's table.
-  WorkerExit collect() {
-    const auto deadline = std::chrono::steady_clock::now() + kExitGrace;
+  WorkerExit collect(std::chrono::milliseconds grace) {
+    const auto deadline = std::chrono::steady_clock::now() + grace;
     std::chrono::microseconds pause{50};
     int status = 0;
     for (;;) {
@@ -154,6 +189,8 @@ class PosixWorkerProcess final : public WorkerProcess {
   pid_t process_;
   Descriptor to_worker_;
   Descriptor from_worker_;
+  Deadline deadline_;
+  bool has_timed_out_ = false;
   std::optional<WorkerExit> exit_;
 };
 
@@ -218,6 +255,8 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
   Pipe from_worker;
   int error = openPipe(to_worker);
   if (error == 0) error = openPipe(from_worker);
+  // A full pipe must not keep us beyond a deadline. The flag is our end's alone.
+  if (error == 0) ::fcntl(to_worker.write_end.get(), F_SETFL, O_WRONLY | O_NONBLOCK);
   pid_t process = 0;
   if (error == 0) {
     const SpawnSettings settings(to_worker.read_end.get(), from_worker.write_end.get());

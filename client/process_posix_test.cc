@@ -4,19 +4,23 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <string>
 
 #include "client/process.h"
+#include "client/worker.h"
 #include "client/worker_client.h"
+#include "testing/executable_worker.h"
 
 namespace client {
 namespace {
@@ -179,6 +183,55 @@ TEST_F(PosixWorkerProcess, LeavesNothingBehind) {
   }
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_FALSE(hasChildren());
+}
+
+// LISP_START_COUNT asks for more: ten thousand take some ten seconds.
+TEST_F(PosixWorkerProcess, LeavesNothingBehindHoweverOftenAWorkerIsKilled) {
+  const char* const variable = std::getenv("LISP_START_COUNT");
+  const int count = variable == nullptr ? 300 : std::atoi(variable);
+  ASSERT_FALSE(hasChildren());
+  const std::set<int> before = openDescriptors();
+  {
+    Worker worker(testing_support::workerExecutable());
+    for (int n = 0; n < count; ++n) {
+      ASSERT_TRUE(worker.restart()) << worker.fault()->message;
+      // Killed while it is idle, or not even there yet.
+      if (n % 2 == 0) {
+        ASSERT_EQ(worker.ping(), WorkerStatus::Ok);
+      }
+    }
+  }
+  EXPECT_EQ(openDescriptors(), before);
+  EXPECT_FALSE(hasChildren());
+}
+
+// Who dies cannot clean up. The worker holds the host's standard error open as long as it lives.
+TEST_F(PosixWorkerProcess, EndsWhenItsHostIsKilled) {
+  int errors[2] = {-1, -1};
+  int ready[2] = {-1, -1};
+  ASSERT_EQ(::pipe(errors), 0);
+  ASSERT_EQ(::pipe(ready), 0);
+  const pid_t host = ::fork();
+  ASSERT_GE(host, 0);
+  if (host == 0) {
+    ::dup2(errors[1], STDERR_FILENO);
+    const auto process = startWorker(testing_support::workerExecutable(), nullptr);
+    if (process == nullptr) ::_exit(1);
+    WorkerClient client(*process);
+    if (client.ping() != WorkerStatus::Ok || ::write(ready[1], "x", 1) != 1) ::_exit(1);
+    ::pause();
+    ::_exit(1);
+  }
+  ::close(errors[1]);
+  char byte = 0;
+  EXPECT_EQ(::read(ready[0], &byte, 1), 1);
+  ::kill(host, SIGKILL);
+  int status = 0;
+  ASSERT_EQ(::waitpid(host, &status, 0), host);
+  pollfd silence{.fd = errors[0], .events = POLLIN, .revents = 0};
+  EXPECT_EQ(::poll(&silence, 1, 5000), 1) << "the worker is still there";
+  EXPECT_EQ(::read(errors[0], &byte, 1), 0);
+  for (const int descriptor : {errors[0], ready[0], ready[1]}) ::close(descriptor);
 }
 
 TEST_F(PosixWorkerProcess, CannotBeStartedFromADirectory) {

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cassert>
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -52,14 +54,57 @@ DWORD transferSize(std::size_t remaining) {
   return static_cast<DWORD>(std::min(remaining, kTransferMax));
 }
 
+// Ends a process at a deadline. An anonymous pipe knows no time-out, but reading and writing fail
+// as soon as the process at its other end has gone.
+class Watchdog {
+ public:
+  explicit Watchdog(HANDLE process)
+      : process_(process), timer_(::CreateThreadpoolTimer(&Watchdog::expire, this, nullptr)) {}
+  Watchdog(const Watchdog&) = delete;
+  Watchdog& operator=(const Watchdog&) = delete;
+  ~Watchdog() {
+    arm(std::nullopt);
+    if (timer_ != nullptr) ::CloseThreadpoolTimer(timer_);
+  }
+
+  void arm(Deadline deadline) {
+    if (timer_ == nullptr) return;
+    ::SetThreadpoolTimer(timer_, nullptr, 0, 0);
+    ::WaitForThreadpoolTimerCallbacks(timer_, TRUE);
+    if (!deadline) return;
+    // Negative: from now on, in units of 100 nanoseconds.
+    using Ticks = std::chrono::duration<LONGLONG, std::ratio<1, 10'000'000>>;
+    const auto remaining =
+        std::chrono::duration_cast<Ticks>(*deadline - std::chrono::steady_clock::now());
+    ULARGE_INTEGER due{};
+    due.QuadPart = static_cast<ULONGLONG>(-std::max<LONGLONG>(remaining.count(), 1));
+    FILETIME time{due.LowPart, due.HighPart};
+    ::SetThreadpoolTimer(timer_, &time, 0, 0);
+  }
+
+  [[nodiscard]] bool hasExpired() const { return has_expired_; }
+
+ private:
+  static void CALLBACK expire(PTP_CALLBACK_INSTANCE /*instance*/, PVOID self, PTP_TIMER /*timer*/) {
+    auto* const watchdog = static_cast<Watchdog*>(self);
+    watchdog->has_expired_ = true;
+    ::TerminateProcess(watchdog->process_, kKilledExitCode);
+  }
+
+  HANDLE process_;
+  PTP_TIMER timer_;
+  std::atomic<bool> has_expired_ = false;
+};
+
 class Win32WorkerProcess final : public WorkerProcess {
  public:
   Win32WorkerProcess(Handle process, Handle to_worker, Handle from_worker)
       : process_(std::move(process)),
+        watchdog_(process_.get()),
         to_worker_(std::move(to_worker)),
         from_worker_(std::move(from_worker)) {}
 
-  ~Win32WorkerProcess() override { Win32WorkerProcess::finish(); }
+  ~Win32WorkerProcess() override { Win32WorkerProcess::finishWithin(kExitGrace); }
 
   bool write(std::string_view bytes) override {
     assert(!bytes.empty());
@@ -78,42 +123,52 @@ class Win32WorkerProcess final : public WorkerProcess {
   std::size_t read(char* buffer, std::size_t size) override {
     std::size_t filled = 0;
     while (filled < size) {
-      DWORD count = 0;
-      if (!::ReadFile(from_worker_.get(), buffer + filled, transferSize(size - filled), &count,
-                      nullptr) ||
-          count == 0) {
-        break;
-      }
+      const std::size_t count = readSome(buffer + filled, size - filled);
+      if (count == 0) break;
       filled += count;
     }
     return filled;
   }
 
-  WorkerExit finish() override {
+  std::size_t readSome(char* buffer, std::size_t size) override {
+    DWORD count = 0;
+    if (!::ReadFile(from_worker_.get(), buffer, transferSize(size), &count, nullptr)) return 0;
+    return count;
+  }
+
+  void setDeadline(Deadline deadline) override { watchdog_.arm(deadline); }
+  [[nodiscard]] bool hasTimedOut() const override { return watchdog_.hasExpired(); }
+
+  void endInput() override { to_worker_.close(); }
+  void endOutput() override { from_worker_.close(); }
+
+  WorkerExit finishWithin(std::chrono::milliseconds grace) override {
     if (!exit_) {
+      watchdog_.arm(std::nullopt);
       to_worker_.close();
       // A worker in the middle of a response that nobody will read must not wait for us.
       from_worker_.close();
-      exit_ = collect();
+      exit_ = collect(grace);
       process_.close();
     }
     return *exit_;
   }
 
  private:
-  WorkerExit collect() {
-    if (::WaitForSingleObject(process_.get(), static_cast<DWORD>(kExitGrace.count())) ==
-        WAIT_TIMEOUT) {
+  WorkerExit collect(std::chrono::milliseconds grace) {
+    if (::WaitForSingleObject(process_.get(), static_cast<DWORD>(grace.count())) == WAIT_TIMEOUT) {
       const bool killed = ::TerminateProcess(process_.get(), kKilledExitCode) != 0;
       ::WaitForSingleObject(process_.get(), INFINITE);
       if (killed) return {WorkerExit::Kind::Killed, 0};
     }
+    if (watchdog_.hasExpired()) return {WorkerExit::Kind::Killed, 0};
     DWORD code = 0;
     if (!::GetExitCodeProcess(process_.get(), &code)) return WorkerExit{};
     return {WorkerExit::Kind::Exited, code};
   }
 
   Handle process_;
+  Watchdog watchdog_;  // Of process_, so it must go first.
   Handle to_worker_;
   Handle from_worker_;
   std::optional<WorkerExit> exit_;

@@ -175,10 +175,23 @@ std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& requ
   header.request_id = next_request_id_++;
   header.context_id = request.context_id;
   header.run_id = request.run_id;
-  if (!send(header, request.payload)) {
-    return fail(Fault::Kind::RequestNotTaken, "the worker no longer takes requests");
+
+  if (settings_.time_limit.count() > 0) {
+    deadline_ = std::chrono::steady_clock::now() + settings_.time_limit;
+    channel_.setDeadline(deadline_);
   }
-  return receive(header);
+  std::optional<Response> response;
+  if (send(header, request.payload)) {
+    response = receive(header);
+  } else if (channel_.hasTimedOut()) {
+    fail(Fault::Kind::DeadlinePassed, "the worker has not taken the request within " +
+                                          std::to_string(settings_.time_limit.count()) +
+                                          " ms: " + describeWork());
+  } else {
+    fail(Fault::Kind::RequestNotTaken, "the worker no longer takes requests");
+  }
+  if (deadline_) channel_.setDeadline(std::nullopt);
+  return response;
 }
 
 // One write for both parts: one system call, and never a write of nothing.
@@ -186,29 +199,73 @@ bool WorkerClient::send(const MessageHeader& header, std::string_view payload) {
   frame_.assign(worker::kHeaderSize, '\0');
   worker::encodeHeader(header, std::span(frame_).first<worker::kHeaderSize>());
   frame_ += payload;
-  return channel_.write(frame_);
+  const bool taken = channel_.write(frame_);
+  if (settings_.observer != nullptr) settings_.observer->onRequest(frame_);
+  return taken;
 }
 
 std::optional<WorkerClient::Response> WorkerClient::receive(const MessageHeader& request) {
+  FrameObserver* const observer = settings_.observer;
   std::array<char, worker::kHeaderSize> bytes{};
   const std::size_t header_size = channel_.read(bytes.data(), bytes.size());
+  const std::string_view header_bytes(bytes.data(), header_size);
   if (header_size < bytes.size()) {
-    return fail(Fault::Kind::ResponseCut, "the worker's output ended after " +
-                                              std::to_string(header_size) + " of " +
-                                              std::to_string(bytes.size()) + " header bytes");
+    if (observer != nullptr) observer->onBrokenResponse(header_bytes);
+    return failCut("header", header_size, bytes.size());
   }
   const MessageHeader header = worker::decodeHeader(bytes);
-  if (!checkHeader(request, header)) return std::nullopt;
+  if (!checkHeader(request, header)) {
+    if (observer != nullptr) observer->onBrokenResponse(header_bytes);
+    return std::nullopt;
+  }
   Response response{.status = static_cast<WorkerStatus>(header.status),
                     .payload = std::string(header.payload_length, '\0')};
-  if (response.payload.empty()) return response;
-  const std::size_t payload_size = channel_.read(response.payload.data(), response.payload.size());
-  if (payload_size < response.payload.size()) {
-    return fail(Fault::Kind::ResponseCut,
-                "the worker's output ended after " + std::to_string(payload_size) + " of " +
-                    std::to_string(response.payload.size()) + " payload bytes");
+  if (!response.payload.empty()) {
+    const std::size_t size = channel_.read(response.payload.data(), response.payload.size());
+    if (size < response.payload.size()) {
+      if (observer != nullptr) {
+        observer->onBrokenResponse(std::string(header_bytes) + response.payload.substr(0, size));
+      }
+      return failCut("payload", size, response.payload.size());
+    }
   }
+  if (observer != nullptr) observer->onResponse(header_bytes, response.payload);
   return response;
+}
+
+std::nullopt_t WorkerClient::failCut(std::string_view part, std::size_t size, std::size_t whole) {
+  const std::string count =
+      std::to_string(size) + " of " + std::to_string(whole) + " " + std::string(part) + " bytes";
+  if (channel_.hasTimedOut()) {
+    return fail(Fault::Kind::DeadlinePassed, "the worker has not answered within " +
+                                                 std::to_string(settings_.time_limit.count()) +
+                                                 " ms: " + describeWork() + "; " + count +
+                                                 " have come");
+  }
+  return fail(Fault::Kind::ResponseCut, "the worker's output ended after " + count);
+}
+
+// What the worker was to do with the request in hand.
+std::string WorkerClient::describeWork() const {
+  const MessageHeader header = worker::decodeHeader(std::span(frame_).first<worker::kHeaderSize>());
+  const auto type = static_cast<MessageType>(header.type);
+  const std::string size = std::to_string(header.payload_length) + " bytes";
+  std::string work = "request " + std::to_string(header.request_id) + ", ";
+  switch (type) {
+    case MessageType::EvalStart:
+      work += "an EvalStart with a program of " + size;
+      break;
+    case MessageType::EvalResume:
+      work +=
+          "an EvalResume of run " + std::to_string(header.run_id) + " with an answer of " + size;
+      break;
+    case MessageType::EvalCancel:
+      return work + "an EvalCancel of run " + std::to_string(header.run_id);
+    default:
+      work += "a " + std::string(messageTypeName(type));
+  }
+  if (header.context_id != 0) work += " under context " + std::to_string(header.context_id);
+  return work;
 }
 
 bool WorkerClient::checkHeader(const MessageHeader& request, const MessageHeader& response) {

@@ -12,10 +12,14 @@
 //
 // A payload above worker::kPayloadSizeMax would end the worker. It is not sent; the reply is
 // BadRequest, and the conversation goes on.
+//
+// worker.h puts a process under such a conversation; most hosts begin there.
 
 #ifndef CLIENT_WORKER_CLIENT_H_
 #define CLIENT_WORKER_CLIENT_H_
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -25,6 +29,7 @@
 #include "client/channel.h"
 #include "client/coordinates.h"
 #include "client/eval_result.h"
+#include "client/frame_observer.h"
 #include "client/geometry.h"
 #include "worker/frame.h"
 
@@ -46,16 +51,29 @@ struct Fault {
     WrongEcho,        // The response to some other request.
     BadResponse,      // A status or payload that does not answer the request.
     ShutDown,         // We have asked the worker to end, and it has agreed.
+    DeadlinePassed,   // The worker has not taken the request or not answered it in time.
+    NotStarted,       // There is no worker: the program could not be started.
   };
 
   Kind kind;
   std::string message;  // One sentence for a person, with the figures at fault.
 };
 
+struct ClientSettings {
+  // How long one request may take, from its first byte to the last of its response. Zero: forever.
+  // The worker itself bounds every evaluation by its step limit, so what passes a limit of seconds
+  // is a worker that is stuck, or none at all.
+  std::chrono::milliseconds time_limit{0};
+
+  // Sees every frame; null: nobody does. Must outlive the client.
+  FrameObserver* observer = nullptr;
+};
+
 class WorkerClient {
  public:
   // `channel` leads to a worker that nobody else talks to, and must outlive the client.
-  explicit WorkerClient(Channel& channel) : channel_(channel) {}
+  explicit WorkerClient(Channel& channel, ClientSettings settings = {})
+      : channel_(channel), settings_(settings) {}
 
   [[nodiscard]] std::optional<worker::WorkerStatus> ping();
 
@@ -101,6 +119,9 @@ class WorkerClient {
   // Asks the worker to end. Afterwards the conversation is over, with the fault ShutDown.
   [[nodiscard]] std::optional<worker::WorkerStatus> shutdown();
 
+  // When the last request had to be answered; empty without a time limit.
+  [[nodiscard]] Deadline deadline() const { return deadline_; }
+
   // Why the conversation is over; empty while it is not.
   [[nodiscard]] const std::optional<Fault>& fault() const { return fault_; }
 
@@ -120,6 +141,8 @@ class WorkerClient {
   std::optional<Response> exchange(const Request& request);
   bool send(const worker::MessageHeader& header, std::string_view payload);
   std::optional<Response> receive(const worker::MessageHeader& request);
+  std::nullopt_t failCut(std::string_view part, std::size_t size, std::size_t whole);
+  [[nodiscard]] std::string describeWork() const;
   bool checkHeader(const worker::MessageHeader& request, const worker::MessageHeader& response);
 
   std::optional<worker::WorkerStatus> exchangeForStatus(const Request& request);
@@ -131,8 +154,10 @@ class WorkerClient {
   std::nullopt_t fail(Fault::Kind kind, std::string message);
 
   Channel& channel_;
+  ClientSettings settings_;
   std::uint64_t next_request_id_ = 1;
-  std::string frame_;  // The request being sent; kept for its storage.
+  std::string frame_;  // The request in hand, as bytes.
+  Deadline deadline_;
   std::optional<Fault> fault_;
 };
 

@@ -22,12 +22,15 @@ set(lisp_test_environment
     LISP_SOURCE_DIR=${PROJECT_SOURCE_DIR}
     LISP_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_worker${CMAKE_EXECUTABLE_SUFFIX}
     LISP_CONSOLE_PATH=${PROJECT_BINARY_DIR}/lisp_console${CMAKE_EXECUTABLE_SUFFIX}
-    LISP_FAILING_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_failing_worker${CMAKE_EXECUTABLE_SUFFIX})
+    LISP_FAILING_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_failing_worker${CMAKE_EXECUTABLE_SUFFIX}
+    LISP_FAULTY_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_faulty_worker${CMAKE_EXECUTABLE_SUFFIX})
 if(LISP_SANITIZE)
   # Random conversations take twenty times as long here; the release build holds all of them.
   list(APPEND lisp_test_environment
        LISP_DIFFERENTIAL_COUNT=300
        LISP_NUMBER_COUNT=20000
+       LISP_FAULT_STRIDE=13
+       LISP_START_COUNT=40
        ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
        UBSAN_OPTIONS=print_stacktrace=1)
 endif()
@@ -72,7 +75,7 @@ function(lisp_tests name)
   if(CMAKE_CROSSCOMPILING)
     lisp_quicken_build(${name})
   endif()
-  foreach(program IN ITEMS lisp_worker lisp_console lisp_failing_worker)
+  foreach(program IN ITEMS lisp_worker lisp_console lisp_failing_worker lisp_faulty_worker)
     if(TARGET ${program})
       add_dependencies(${name} ${program})
     endif()

@@ -1,0 +1,148 @@
+#include "client/run.h"
+
+#include <utility>
+
+#include "client/answer_text.h"
+#include "client/names.h"
+#include "client/worker_text.h"
+
+namespace client {
+namespace {
+
+// A waiting run that is cancelled unless it is resumed, also when the host's callback throws.
+class WaitingRun {
+ public:
+  WaitingRun(WorkerClient& client, std::uint64_t run_id) : client_(client), run_id_(run_id) {}
+  WaitingRun(const WaitingRun&) = delete;
+  WaitingRun& operator=(const WaitingRun&) = delete;
+  ~WaitingRun() {
+    // Without an answer the conversation is over; the client keeps why.
+    if (run_id_ != 0) static_cast<void>(client_.evalCancel(run_id_));
+  }
+
+  std::optional<Reply<EvalResult>> resume(std::string_view answer) {
+    return client_.evalResume(std::exchange(run_id_, 0), answer);
+  }
+
+ private:
+  WorkerClient& client_;
+  std::uint64_t run_id_;
+};
+
+HostCall describeCall(const EvalResult& result) {
+  std::string reason;
+  std::optional<HostCall> call = readHostCall(result, &reason);
+  if (call) return *std::move(call);
+  return HostCall{.name = result.call_name,
+                  .arguments = {},
+                  .text = result.text,
+                  .unreadable = std::move(reason)};
+}
+
+RunEnd endOf(EvalStatus status) {
+  switch (status) {
+    case EvalStatus::Value:
+      return RunEnd::Value;
+    case EvalStatus::ReadError:
+      return RunEnd::ReadError;
+    case EvalStatus::StepLimit:
+      return RunEnd::StepLimit;
+    default:
+      return RunEnd::EvalError;
+  }
+}
+
+// The report of a run that a response without a host call has ended.
+void conclude(const Reply<EvalResult>& reply, RunReport& report) {
+  if (!reply.value) {
+    report.end = RunEnd::Refused;
+    report.text = reply.status == worker::WorkerStatus::BadRequest
+                      ? "the program, an answer, or what came of them is too long to send"
+                      : std::string(explainStatus(reply.status));
+    return;
+  }
+  report.end = endOf(reply.value->eval_status);
+  report.text = reply.value->text;
+  if (report.hasValue()) report.value = readWorkerText(report.text, nullptr);
+}
+
+// Has the waiting run's call performed and resumes it. Empty, with the end in the report, when
+// that cannot be; and empty when the conversation is over.
+std::optional<Reply<EvalResult>> answerCall(WorkerClient& client, const EvalResult& result,
+                                            const Answerer& answer, const RunSettings& settings,
+                                            RunReport& report) {
+  WaitingRun waiting(client, result.run_id);
+  const auto give_up = [&report](RunEnd end, std::string text) {
+    report.end = end;
+    report.text = std::move(text);
+    return std::nullopt;
+  };
+  if (report.host_call_count == settings.host_call_count_max) {
+    return give_up(RunEnd::TooManyCalls, "the program makes more than " +
+                                             std::to_string(settings.host_call_count_max) +
+                                             " host calls");
+  }
+  ++report.host_call_count;
+  const std::optional<Datum> datum = answer(describeCall(result));
+  if (!datum) {
+    return give_up(RunEnd::Unanswered, "the host has not answered " + result.call_name);
+  }
+  std::string reason;
+  const std::optional<std::string> text = answerText(*datum, &reason);
+  if (!text) {
+    return give_up(RunEnd::Unwritable,
+                   "the host's answer to " + result.call_name + " cannot be written: " + reason);
+  }
+  return waiting.resume(*text);
+}
+
+struct EndRow {
+  std::string_view name;
+  std::string_view explanation;
+};
+
+const EndRow& rowOf(RunEnd end) {
+  // In the order of RunEnd.
+  static constexpr EndRow kRows[] = {
+      {"Value", "the program has ended with a value"},
+      {"ReadError", "the program or an answer could not be read"},
+      {"EvalError", "the program has ended with an error"},
+      {"StepLimit", "the program has run out of steps"},
+      {"Refused", "the worker has not evaluated the program, or could not send what came of it"},
+      {"Unanswered", "cancelled, because the host has not answered a call"},
+      {"Unwritable", "cancelled, because no text stands for the host's answer"},
+      {"TooManyCalls", "cancelled, because the program has made too many host calls"},
+  };
+  return kRows[static_cast<std::size_t>(end)];
+}
+
+}  // namespace
+
+std::string_view runEndName(RunEnd end) { return rowOf(end).name; }
+
+std::string_view explainRunEnd(RunEnd end) { return rowOf(end).explanation; }
+
+std::optional<RunReport> runProgram(WorkerClient& client, std::string_view program,
+                                    const Answerer& answer, const RunSettings& settings) {
+  RunReport report;
+  std::optional<Reply<EvalResult>> reply = client.evalStart(program, settings.context_id);
+  while (reply) {
+    report.status = reply->status;
+    const bool waits = reply->value && reply->value->eval_status == EvalStatus::HostCallRequired;
+    if (reply->value) {
+      report.steps = reply->value->steps;
+      const std::vector<LimitWarning> warnings = limitWarnings(*reply->value);
+      report.warnings.insert(report.warnings.end(), warnings.begin(), warnings.end());
+    }
+    if (!waits) {
+      conclude(*reply, report);
+      return report;
+    }
+    reply = answerCall(client, EvalResult(*reply->value), answer, settings, report);
+    // The run has been cancelled.
+    if (!reply && report.end != RunEnd::Value && !client.fault()) return report;
+  }
+  return std::nullopt;
+}
+
+}  // namespace client

@@ -1,0 +1,204 @@
+#include "client/worker.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "client/names.h"
+
+namespace client {
+
+using worker::WorkerStatus;
+
+namespace {
+
+// Counts an operation as long as it lasts, also when a callback inside it throws.
+class Level {
+ public:
+  explicit Level(int& depth) : depth_(depth) { ++depth_; }
+  Level(const Level&) = delete;
+  Level& operator=(const Level&) = delete;
+  ~Level() { --depth_; }
+
+ private:
+  int& depth_;
+};
+
+}  // namespace
+
+Worker::Worker(std::filesystem::path path, ClientSettings settings)
+    : Worker(
+          [path = std::move(path)](std::string* error_out) {
+            auto process = startWorker(path, error_out);
+            if (process == nullptr && error_out != nullptr) {
+              *error_out = path.string() + ": " + *error_out;
+            }
+            return process;
+          },
+          settings) {}
+
+Worker::Worker(WorkerStarter starter, ClientSettings settings)
+    : starter_(std::move(starter)), settings_(settings) {}
+
+Worker::~Worker() { endProcess(exitGrace()); }
+
+bool Worker::start() {
+  if (fault_) return false;
+  return process_ != nullptr || startAnew();
+}
+
+bool Worker::restart() {
+  if (depth_ != 0) return false;
+  endProcess(std::chrono::milliseconds::zero());
+  fault_.reset();
+  return startAnew();
+}
+
+WorkerExit Worker::stop() {
+  if (depth_ != 0) return {};
+  if (client_ != nullptr) static_cast<void>(client_->shutdown());
+  const WorkerExit exit = endProcess(exitGrace());
+  if (!fault_) fault_ = Fault{Fault::Kind::ShutDown, "the worker has been asked to end"};
+  return exit;
+}
+
+std::optional<RunReport> Worker::run(std::string_view program, const Answerer& answer,
+                                     const RunSettings& settings) {
+  return perform(
+      [&](WorkerClient& client) { return runProgram(client, program, answer, settings); });
+}
+
+std::optional<WorkerStatus> Worker::ping() {
+  return perform([](WorkerClient& client) { return client.ping(); });
+}
+
+std::optional<WorkerStatus> Worker::registerContext(const CoordContext& context) {
+  const auto status =
+      perform([&](WorkerClient& client) { return client.registerContext(context); });
+  if (status == WorkerStatus::Ok) {
+    const auto known =
+        std::find_if(contexts_.begin(), contexts_.end(),
+                     [&](const CoordContext& each) { return each.id == context.id; });
+    if (known == contexts_.end()) {
+      contexts_.push_back(context);
+    } else {
+      *known = context;
+    }
+  }
+  return status;
+}
+
+std::optional<Reply<CellLocation>> Worker::locateCell(std::uint64_t context_id, const Point& point,
+                                                      std::uint8_t source_system) {
+  return perform(
+      [&](WorkerClient& client) { return client.locateCell(context_id, point, source_system); });
+}
+
+std::optional<Reply<Point>> Worker::cellPlaneToSystem(std::uint64_t context_id, const Point& point,
+                                                      std::uint8_t target_system) {
+  return perform([&](WorkerClient& client) {
+    return client.cellPlaneToSystem(context_id, point, target_system);
+  });
+}
+
+std::optional<Reply<Point>> Worker::convert(std::uint64_t context_id, const Point& point,
+                                            std::uint8_t source_system,
+                                            std::uint8_t target_system) {
+  return perform([&](WorkerClient& client) {
+    return client.convert(context_id, point, source_system, target_system);
+  });
+}
+
+std::optional<Reply<GeometryResult>> Worker::computeGeometry(GeometryOperation operation,
+                                                             std::span<const double> operands) {
+  return perform([&](WorkerClient& client) { return client.computeGeometry(operation, operands); });
+}
+
+std::optional<Reply<EvalResult>> Worker::evalStart(std::string_view program,
+                                                   std::uint64_t context_id) {
+  return perform([&](WorkerClient& client) { return client.evalStart(program, context_id); });
+}
+
+std::optional<Reply<EvalResult>> Worker::evalResume(std::uint64_t run_id, std::string_view answer) {
+  return perform([&](WorkerClient& client) { return client.evalResume(run_id, answer); });
+}
+
+std::optional<WorkerStatus> Worker::evalCancel(std::uint64_t run_id) {
+  return perform([&](WorkerClient& client) { return client.evalCancel(run_id); });
+}
+
+std::optional<Datum> Worker::refuseCalls(const HostCall& /*call*/) { return std::nullopt; }
+
+template <typename Operation>
+auto Worker::perform(Operation operation) -> decltype(operation(std::declval<WorkerClient&>())) {
+  if (!start()) return std::nullopt;
+  auto reply = [&] {
+    const Level level(depth_);
+    return operation(*client_);
+  }();
+  if (client_->fault()) {
+    fault_ = client_->fault();
+    // The operations around this one still use the client.
+    if (depth_ == 0) concludeFault();
+  }
+  return reply;
+}
+
+bool Worker::startAnew() {
+  exit_.reset();
+  std::string error;
+  process_ = starter_(&error);
+  if (process_ == nullptr) {
+    fault_ = Fault{Fault::Kind::NotStarted, "the worker cannot be started: " + error};
+    return false;
+  }
+  if (settings_.observer != nullptr) settings_.observer->onStart();
+  client_ = std::make_unique<WorkerClient>(*process_, settings_);
+  return registerAll();
+}
+
+bool Worker::registerAll() {
+  for (const CoordContext& context : contexts_) {
+    if (!client_->registerContext(context)) {
+      concludeFault();
+      return false;
+    }
+  }
+  return true;
+}
+
+// Ends the worker that has caused the client's fault. One whose output has ended is most likely
+// about to exit with a code that tells why, so it gets what is left of the time for that.
+void Worker::concludeFault() {
+  using std::chrono::milliseconds;
+  fault_ = client_->fault();
+  milliseconds grace = milliseconds::zero();
+  if (fault_->kind == Fault::Kind::ResponseCut || fault_->kind == Fault::Kind::RequestNotTaken) {
+    grace = kExitGrace;
+    if (const Deadline deadline = client_->deadline()) {
+      const auto left = *deadline - std::chrono::steady_clock::now();
+      grace = std::clamp(std::chrono::duration_cast<milliseconds>(left), milliseconds::zero(),
+                         kExitGrace);
+    }
+  }
+  const WorkerExit exit = endProcess(grace);
+  fault_->message +=
+      "; " + (exit.kind == WorkerExit::Kind::Killed ? std::string("it has been killed")
+                                                    : describeExit(exit));
+}
+
+// For a worker that is let go without a fault.
+std::chrono::milliseconds Worker::exitGrace() const {
+  return settings_.time_limit.count() > 0 ? std::min(kExitGrace, settings_.time_limit) : kExitGrace;
+}
+
+WorkerExit Worker::endProcess(std::chrono::milliseconds grace) {
+  if (process_ == nullptr) return exit_.value_or(WorkerExit{});
+  client_.reset();
+  exit_ = process_->finishWithin(grace);
+  process_.reset();
+  if (settings_.observer != nullptr) settings_.observer->onEnd(*exit_);
+  return *exit_;
+}
+
+}  // namespace client

@@ -1,0 +1,35 @@
+// What the client library repeats of the worker, held against it.
+
+#include <gtest/gtest.h>
+
+#include "client/answer_text.h"
+#include "client/limits.h"
+#include "client/names.h"
+#include "lisp/interpreter.h"
+#include "lisp/reader.h"
+#include "worker/exit_code.h"
+
+namespace testing_support {
+namespace {
+
+TEST(ClientLimits, AreTheWorkers) {
+  EXPECT_EQ(client::kStepCountMax, lisp::EvalLimits().step_limit);
+  EXPECT_EQ(client::kTextNestingMax, lisp::kNestingMax);
+}
+
+TEST(ClientExitCodes, AreTheWorkers) {
+  const auto name = [](worker::ExitCode code) {
+    return client::exitCodeName(static_cast<std::uint32_t>(code));
+  };
+  EXPECT_EQ(name(worker::ExitCode::Finished), "Finished");
+  EXPECT_EQ(name(worker::ExitCode::BadMagic), "BadMagic");
+  EXPECT_EQ(name(worker::ExitCode::BadVersion), "BadVersion");
+  EXPECT_EQ(name(worker::ExitCode::PayloadTooLarge), "PayloadTooLarge");
+  EXPECT_EQ(name(worker::ExitCode::PayloadCut), "PayloadCut");
+  EXPECT_EQ(name(worker::ExitCode::HeaderUnwritten), "HeaderUnwritten");
+  EXPECT_EQ(name(worker::ExitCode::PayloadUnwritten), "PayloadUnwritten");
+  EXPECT_EQ(name(worker::ExitCode::OutOfMemory), "OutOfMemory");
+}
+
+}  // namespace
+}  // namespace testing_support
