@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "client/channel.h"
@@ -45,6 +46,9 @@ class WorkerProcess : public Channel {
 
   // As finish, with another grace. With none, a worker that has not ended yet is killed at once.
   virtual WorkerExit finishWithin(std::chrono::milliseconds grace) = 0;
+
+  // How the worker has ended, if it does so by itself within `grace`. Closes nothing.
+  [[nodiscard]] virtual std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) = 0;
 
   // Waits for bytes from the worker and puts as many as there are, `size` at most, into `buffer`.
   // Returns how many; 0 when the worker's output has ended.

@@ -128,13 +128,31 @@ class PosixWorkerProcess final : public WorkerProcess {
   void endOutput() override { from_worker_.close(); }
 
   WorkerExit finishWithin(std::chrono::milliseconds grace) override {
-    if (!exit_) {
-      to_worker_.close();
-      // A worker in the middle of a response that nobody will read must not wait for us.
-      from_worker_.close();
-      exit_ = collect(grace);
-    }
+    to_worker_.close();
+    // A worker in the middle of a response that nobody will read must not wait for us.
+    from_worker_.close();
+    if (!waitForEnd(grace)) kill();
     return *exit_;
+  }
+
+  std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) override {
+    const auto deadline = std::chrono::steady_clock::now() + grace;
+    std::chrono::microseconds pause{50};
+    while (!exit_) {
+      int status = 0;
+      const pid_t ended = ::waitpid(process_, &status, WNOHANG);
+      if (ended == process_) {
+        exit_ = exitOf(status);
+      } else if (ended < 0 && errno != EINTR) {
+        exit_ = WorkerExit{};
+      } else if (std::chrono::steady_clock::now() >= deadline) {
+        break;
+      } else {
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, std::chrono::microseconds{5000});
+      }
+    }
+    return exit_;
   }
 
  private:
@@ -157,26 +175,17 @@ class PosixWorkerProcess final : public WorkerProcess {
     }
   }
 
-  // Waits for the process and removes it from the system's table.
-  WorkerExit collect(std::chrono::milliseconds grace) {
-    const auto deadline = std::chrono::steady_clock::now() + grace;
-    std::chrono::microseconds pause{50};
-    int status = 0;
-    for (;;) {
-      const pid_t ended = ::waitpid(process_, &status, WNOHANG);
-      if (ended == process_) return exitOf(status);
-      if (ended < 0 && errno != EINTR) return WorkerExit{};
-      if (std::chrono::steady_clock::now() >= deadline) break;
-      std::this_thread::sleep_for(pause);
-      pause = std::min(pause * 2, std::chrono::microseconds{5000});
-    }
+  void kill() {
     ::kill(process_, SIGKILL);
+    int status = 0;
     while (::waitpid(process_, &status, 0) < 0) {
-      if (errno != EINTR) return WorkerExit{};
+      if (errno == EINTR) continue;
+      exit_ = WorkerExit{};
+      return;
     }
-    const WorkerExit exit = exitOf(status);
-    const bool by_us = exit == WorkerExit{WorkerExit::Kind::Signaled, SIGKILL};
-    return by_us ? WorkerExit{WorkerExit::Kind::Killed, 0} : exit;
+    exit_ = exitOf(status);
+    const bool by_us = exit_ == WorkerExit{WorkerExit::Kind::Signaled, SIGKILL};
+    if (by_us) exit_ = WorkerExit{WorkerExit::Kind::Killed, 0};
   }
 
   static WorkerExit exitOf(int status) {

@@ -143,24 +143,29 @@ class Win32WorkerProcess final : public WorkerProcess {
   void endOutput() override { from_worker_.close(); }
 
   WorkerExit finishWithin(std::chrono::milliseconds grace) override {
-    if (!exit_) {
-      watchdog_.arm(std::nullopt);
-      to_worker_.close();
-      // A worker in the middle of a response that nobody will read must not wait for us.
-      from_worker_.close();
-      exit_ = collect(grace);
-      process_.close();
+    watchdog_.arm(std::nullopt);
+    to_worker_.close();
+    // A worker in the middle of a response that nobody will read must not wait for us.
+    from_worker_.close();
+    if (!waitForEnd(grace)) {
+      const bool killed = ::TerminateProcess(process_.get(), kKilledExitCode) != 0;
+      ::WaitForSingleObject(process_.get(), INFINITE);
+      exit_ = killed ? WorkerExit{WorkerExit::Kind::Killed, 0} : exitOfEnded();
     }
+    process_.close();
     return *exit_;
   }
 
- private:
-  WorkerExit collect(std::chrono::milliseconds grace) {
-    if (::WaitForSingleObject(process_.get(), static_cast<DWORD>(grace.count())) == WAIT_TIMEOUT) {
-      const bool killed = ::TerminateProcess(process_.get(), kKilledExitCode) != 0;
-      ::WaitForSingleObject(process_.get(), INFINITE);
-      if (killed) return {WorkerExit::Kind::Killed, 0};
+  std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) override {
+    if (!exit_ && ::WaitForSingleObject(process_.get(), static_cast<DWORD>(grace.count())) ==
+                      WAIT_OBJECT_0) {
+      exit_ = exitOfEnded();
     }
+    return exit_;
+  }
+
+ private:
+  [[nodiscard]] WorkerExit exitOfEnded() const {
     if (watchdog_.hasExpired()) return {WorkerExit::Kind::Killed, 0};
     DWORD code = 0;
     if (!::GetExitCodeProcess(process_.get(), &code)) return WorkerExit{};

@@ -23,6 +23,7 @@ set(lisp_test_environment
     LISP_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_worker${CMAKE_EXECUTABLE_SUFFIX}
     LISP_CONSOLE_PATH=${PROJECT_BINARY_DIR}/lisp_console${CMAKE_EXECUTABLE_SUFFIX}
     LISP_FAILING_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_failing_worker${CMAKE_EXECUTABLE_SUFFIX}
+    LISP_SESSION_PATH=${PROJECT_BINARY_DIR}/lisp_session${CMAKE_EXECUTABLE_SUFFIX}
     LISP_FAULTY_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_faulty_worker${CMAKE_EXECUTABLE_SUFFIX})
 if(LISP_SANITIZE)
   # Random conversations take twenty times as long here; the release build holds all of them.
@@ -75,7 +76,7 @@ function(lisp_tests name)
   if(CMAKE_CROSSCOMPILING)
     lisp_quicken_build(${name})
   endif()
-  foreach(program IN ITEMS lisp_worker lisp_console lisp_failing_worker lisp_faulty_worker)
+  foreach(program IN ITEMS lisp_worker lisp_console lisp_failing_worker lisp_faulty_worker lisp_session)
     if(TARGET ${program})
       add_dependencies(${name} ${program})
     endif()

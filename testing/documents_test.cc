@@ -31,7 +31,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr std::string_view kDocuments[] = {"README.md", "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
-                                           "docs/PROTOCOL.md", "docs/GUARANTEES.md"};
+                                           "docs/PROTOCOL.md", "docs/GUARANTEES.md",
+                                           "docs/SESSIONS.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
@@ -97,7 +98,7 @@ TEST(Documents, NameFilesThatExist) {
 std::string allSources() {
   std::string sources;
   for (const char* directory :
-       {"lisp", "host", "geometry", "worker", "client", "console", "testing"}) {
+       {"lisp", "host", "geometry", "worker", "client", "session", "console", "testing"}) {
     for (const fs::directory_entry& file : fs::directory_iterator(sourceDirectory() / directory)) {
       const std::string name = file.path().filename().string();
       if (!file.is_regular_file() || name.ends_with("_test.cc")) continue;

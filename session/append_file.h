@@ -1,0 +1,29 @@
+// A file that is only ever appended to, each time in one write, so whatever ends the program leaves
+// all earlier writes whole.
+
+#ifndef SESSION_APPEND_FILE_H_
+#define SESSION_APPEND_FILE_H_
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace session {
+
+class AppendFile {
+ public:
+  virtual ~AppendFile() = default;
+
+  // False when the file does not take all of `bytes`, as when the disk is full.
+  [[nodiscard]] virtual bool append(std::string_view bytes) = 0;
+};
+
+// Makes the file. One that exists already is left alone: null, with the system's reason in
+// `error_out`.
+[[nodiscard]] std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
+                                                           std::string* error_out);
+
+}  // namespace session
+
+#endif  // SESSION_APPEND_FILE_H_

@@ -1,0 +1,50 @@
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+
+#include <system_error>
+
+#include "session/append_file.h"
+
+namespace session {
+namespace {
+
+class Win32AppendFile final : public AppendFile {
+ public:
+  explicit Win32AppendFile(HANDLE file) : file_(file) {}
+  Win32AppendFile(const Win32AppendFile&) = delete;
+  Win32AppendFile& operator=(const Win32AppendFile&) = delete;
+  ~Win32AppendFile() override { ::CloseHandle(file_); }
+
+  bool append(std::string_view bytes) override {
+    while (!bytes.empty()) {
+      DWORD count = 0;
+      if (!::WriteFile(file_, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr) ||
+          count == 0) {
+        return false;
+      }
+      bytes.remove_prefix(count);
+    }
+    return true;
+  }
+
+ private:
+  HANDLE file_;
+};
+
+}  // namespace
+
+std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
+                                             std::string* error_out) {
+  const HANDLE file = ::CreateFileW(path.wstring().c_str(), FILE_APPEND_DATA, FILE_SHARE_READ,
+                                    nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    if (error_out != nullptr) {
+      *error_out = std::system_category().message(static_cast<int>(::GetLastError()));
+    }
+    return nullptr;
+  }
+  return std::make_unique<Win32AppendFile>(file);
+}
+
+}  // namespace session

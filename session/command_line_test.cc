@@ -1,0 +1,59 @@
+#include "session/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace session {
+namespace {
+
+std::string errorOf(const std::vector<std::string_view>& arguments) {
+  std::string error;
+  EXPECT_FALSE(parseCommandLine(arguments, error).has_value());
+  return error;
+}
+
+CommandLine parsed(const std::vector<std::string_view>& arguments) {
+  std::string error;
+  const auto line = parseCommandLine(arguments, error);
+  EXPECT_TRUE(line.has_value()) << error;
+  return line.value_or(CommandLine{});
+}
+
+TEST(CommandLine, TakesEveryCommand) {
+  EXPECT_EQ(parsed({"--help"}).command, Command::Help);
+  EXPECT_EQ(parsed({"help"}).command, Command::Help);
+  EXPECT_EQ(parsed({"show", "a"}).files, std::vector<std::string>{"a"});
+  EXPECT_EQ(parsed({"show", "a", "--record", "12"}).number, 12u);
+  const CommandLine replay = parsed({"replay", "a", "--worker", "w", "--time-limit", "50"});
+  EXPECT_EQ(replay.command, Command::Replay);
+  EXPECT_EQ(replay.worker, "w");
+  EXPECT_EQ(replay.time_limit, std::chrono::milliseconds(50));
+  EXPECT_EQ(parsed({"diff", "a", "b"}).files, (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(parsed({"explain", "a"}).time_limit, std::chrono::milliseconds(10000));
+  EXPECT_EQ(parsed({"explain", "a", "--worker", "w"}).worker, "w");
+  EXPECT_EQ(parsed({"explain", "a", "b"}).files.size(), 2u);
+  const CommandLine proxy = parsed({"proxy", "--record", "f", "--", "w"});
+  EXPECT_EQ(proxy.recording, "f");
+  EXPECT_EQ(proxy.worker, "w");
+}
+
+TEST(CommandLine, SaysWhatIsWrong) {
+  EXPECT_EQ(errorOf({}), "no command given");
+  EXPECT_EQ(errorOf({"play"}), "no command named play");
+  EXPECT_EQ(errorOf({"show"}), "show does not take 0 files");
+  EXPECT_EQ(errorOf({"diff", "a", "b", "c"}), "diff does not take 3 files");
+  EXPECT_EQ(errorOf({"replay", "a"}), "no --worker given");
+  EXPECT_EQ(errorOf({"replay", "a", "--worker"}), "--worker needs a value");
+  EXPECT_EQ(errorOf({"proxy", "--record", "f"}), "no -- PATH given");
+  EXPECT_EQ(errorOf({"proxy", "--", "w"}), "no --record FILE given");
+  EXPECT_EQ(errorOf({"show", "a", "--record", "x"}), "not a number: x");
+  EXPECT_EQ(errorOf({"show", "a", "--record", "-1"}), "not a number: -1");
+  EXPECT_EQ(errorOf({"replay", "a", "--worker", "w", "--time-limit", "1s"}), "not a number: 1s");
+  EXPECT_EQ(errorOf({"show", "a", "--worker", "w"}), "unknown option --worker");
+  EXPECT_EQ(errorOf({"explain", "a", "b", "--worker", "w"}),
+            "explain takes a second file or a worker");
+}
+
+}  // namespace
+}  // namespace session

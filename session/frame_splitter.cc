@@ -1,0 +1,28 @@
+#include "session/frame_splitter.h"
+
+#include <cstddef>
+#include <span>
+
+#include "worker/frame.h"
+
+namespace session {
+
+void FrameSplitter::feed(std::string_view bytes,
+                         const std::function<void(std::string_view frame)>& take) {
+  // What follows the last frame is not kept: a host may send it without end.
+  if (is_over_) return;
+  rest_ += bytes;
+  std::string_view unread = rest_;
+  while (!is_over_ && unread.size() >= worker::kHeaderSize) {
+    const worker::MessageHeader header =
+        worker::decodeHeader(std::span(unread).first<worker::kHeaderSize>());
+    is_over_ = worker::validateHeader(header) != worker::WorkerStatus::Ok;
+    const std::size_t size = worker::kHeaderSize + (is_over_ ? 0 : header.payload_length);
+    if (unread.size() < size) break;
+    take(unread.substr(0, size));
+    unread.remove_prefix(size);
+  }
+  rest_.erase(0, rest_.size() - unread.size());
+}
+
+}  // namespace session

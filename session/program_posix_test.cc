@@ -1,0 +1,265 @@
+// lisp_session as a program: what it prints, how it ends, and that its proxy is not noticed.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "client/process.h"
+#include "client/worker.h"
+#include "session/replay.h"
+#include "session/session.h"
+#include "testing/executable_worker.h"
+#include "testing/wire_frames.h"
+
+namespace session {
+namespace {
+
+namespace fs = std::filesystem;
+using client::WorkerExit;
+using std::chrono::steady_clock;
+using testing::HasSubstr;
+using testing::StartsWith;
+using testing_support::workerExecutable;
+using worker::MessageType;
+using worker::WorkerStatus;
+
+std::string environment(const char* name) {
+  const char* const value = std::getenv(name);
+  EXPECT_NE(value, nullptr) << name << " is not set; ctest sets it";
+  return value == nullptr ? "" : value;
+}
+
+class SessionProgram : public testing::Test {
+ protected:
+  SessionProgram() { fs::create_directories(directory_); }
+  ~SessionProgram() override { fs::remove_all(directory_); }
+
+  struct Output {
+    std::string text;  // Of both streams.
+    int exit_code = -1;
+  };
+
+  static Output run(const std::string& arguments) {
+    const std::string command = environment("LISP_SESSION_PATH") + " " + arguments + " 2>&1";
+    Output output;
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    if (pipe == nullptr) return output;
+    char buffer[4096];
+    while (const std::size_t size = std::fread(buffer, 1, sizeof(buffer), pipe)) {
+      output.text.append(buffer, size);
+    }
+    const int status = ::pclose(pipe);
+    if (WIFEXITED(status)) output.exit_code = WEXITSTATUS(status);
+    return output;
+  }
+
+  static std::string sample(const std::string& name) {
+    return environment("LISP_SOURCE_DIR") + "/testing/sessions/" + name + ".session";
+  }
+
+  // A program that a host can start as its worker: the proxy in front of `worker`.
+  fs::path proxyFor(const std::string& worker) {
+    const fs::path script = directory_ / "recorded_worker";
+    std::ofstream(script) << "#!/bin/sh\nexec " << environment("LISP_SESSION_PATH")
+                          << " proxy --record " << recording().string() << " -- " << worker << "\n";
+    fs::permissions(script, fs::perms::owner_all);
+    return script;
+  }
+
+  [[nodiscard]] fs::path recording() const { return directory_ / "recorded.session"; }
+
+  [[nodiscard]] Session recorded() const {
+    std::string error;
+    auto session = readSession(recording(), &error);
+    EXPECT_TRUE(session.has_value()) << error;
+    return session.value_or(Session{});
+  }
+
+  fs::path directory_ =
+      fs::temp_directory_path() / ("lisp_session_test." + std::to_string(::getpid()));
+};
+
+TEST_F(SessionProgram, TellsHowItIsUsed) {
+  const Output help = run("--help");
+  EXPECT_EQ(help.exit_code, 0);
+  EXPECT_THAT(help.text, StartsWith("usage: lisp_session show FILE"));
+  const Output nothing = run("");
+  EXPECT_EQ(nothing.exit_code, 2);
+  EXPECT_EQ(nothing.text, "lisp_session: no command given (--help tells more)\n");
+}
+
+TEST_F(SessionProgram, ShowsASession) {
+  const Output all = run("show " + sample("15_several_waiting_runs"));
+  EXPECT_EQ(all.exit_code, 0);
+  EXPECT_THAT(all.text, HasSubstr("run 2 needs GETDIST ((5 6 7))"));
+  const Output one = run("show " + sample("15_several_waiting_runs") + " --record 1");
+  EXPECT_THAT(one.text, HasSubstr("\n(SETQ SHARED 1)\n"));
+  const Output none = run("show " + sample("15_several_waiting_runs") + " --record 999");
+  EXPECT_EQ(none.exit_code, 2);
+  EXPECT_THAT(none.text, HasSubstr("lisp_session: there are 28 records"));
+}
+
+TEST_F(SessionProgram, ReplaysASession) {
+  const Output same = run("replay " + sample("01_bolt_circle") + " --worker " + workerExecutable());
+  EXPECT_EQ(same.text, "the same, 24 records\n");
+  EXPECT_EQ(same.exit_code, 0);
+  const Output no_worker = run("replay " + sample("01_bolt_circle") + " --worker no/such/worker");
+  EXPECT_EQ(no_worker.exit_code, 3);
+  EXPECT_EQ(no_worker.text, "lisp_session: no/such/worker: No such file or directory\n");
+  // Something that is a program, but no worker.
+  const Output cat = run("replay " + sample("01_bolt_circle") + " --worker /bin/true");
+  EXPECT_EQ(cat.exit_code, 1);
+  EXPECT_THAT(cat.text, StartsWith("different from record 2 on\n"));
+}
+
+TEST_F(SessionProgram, ComparesAndExplainsSessions) {
+  const std::string both = sample("10_replay_divergence") + " " + sample("11_unreadable_answer");
+  const Output different = run("diff " + both);
+  EXPECT_EQ(different.exit_code, 1);
+  EXPECT_THAT(different.text, StartsWith("different from record 3 on\n"));
+  EXPECT_EQ(run("diff " + sample("23_numbers") + " " + sample("23_numbers")).exit_code, 0);
+  EXPECT_THAT(run("explain " + both).text, HasSubstr("likely cause: changed definitions"));
+  EXPECT_EQ(run("explain " + sample("23_numbers")).text, "nothing diverges\n");
+}
+
+TEST_F(SessionProgram, ExplainsADivergence) {
+  const Output told =
+      run("explain " + sample("10_replay_divergence") + " --worker " + workerExecutable());
+  EXPECT_EQ(told.exit_code, 1);
+  EXPECT_THAT(told.text, HasSubstr("element 1: 100 became 500"));
+  EXPECT_THAT(told.text, HasSubstr("likely cause: context registered anew"));
+  EXPECT_THAT(run("explain " + sample("20_nan_divergence")).text,
+              HasSubstr("likely cause: an argument is NaN"));
+}
+
+TEST_F(SessionProgram, RefusesADamagedFileAndUsesACutOne) {
+  std::ifstream file(sample("01_bolt_circle"), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  const auto write = [this](const char* name, const std::string& text) {
+    std::ofstream(directory_ / name, std::ios::binary) << text;
+    return (directory_ / name).string();
+  };
+  const std::string cut = write("cut", bytes.substr(0, bytes.size() - 100));
+  const Output replayed = run("replay " + cut + " --worker " + workerExecutable());
+  EXPECT_EQ(replayed.exit_code, 0);
+  EXPECT_THAT(replayed.text, HasSubstr(": the file ends inside record 22, in its "));
+  EXPECT_THAT(replayed.text, HasSubstr("the same, 22 records\n"));
+
+  bytes[bytes.size() / 2] ^= 1;
+  const std::string damaged = write("damaged", bytes);
+  const Output refused = run("replay " + damaged + " --worker " + workerExecutable());
+  EXPECT_EQ(refused.exit_code, 2);
+  EXPECT_THAT(refused.text, HasSubstr(" is damaged: "));
+  EXPECT_EQ(run("show " + damaged).exit_code, 2);
+
+  EXPECT_EQ(run("show " + write("text", "hello")).text,
+            "lisp_session: " + directory_.string() + "/text: not a recorded session\n");
+}
+
+TEST_F(SessionProgram, RecordsBetweenAHostAndItsWorker) {
+  const std::string long_program = "'(" + std::string(300000, ' ') + "7)";
+  {
+    client::Worker worker(proxyFor(workerExecutable()));
+    ASSERT_EQ(worker.ping(), WorkerStatus::Ok);
+    const auto run = worker.run("(+ 1 (GETDIST))", [](const client::HostCall&) {
+      return std::optional(client::number(41));
+    });
+    ASSERT_TRUE(run.has_value());
+    EXPECT_EQ(run->text, "42");
+    EXPECT_EQ(worker.run(long_program)->text, "(7)");
+    EXPECT_EQ(worker.stop(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
+  }
+  const Session session = recorded();
+  EXPECT_EQ(session.end, FileEnd::Whole);
+  ASSERT_EQ(session.records.size(), 12u);
+  EXPECT_EQ(session.records[7].body.substr(worker::kHeaderSize), long_program);
+  const ReplayReport report = replaySession(
+      session, [](std::string* error) { return client::startWorker(workerExecutable(), error); },
+      std::chrono::seconds(20));
+  EXPECT_EQ(firstDifference(session, report.made), std::nullopt);
+}
+
+TEST_F(SessionProgram, IsNotNoticedByAHostThatSendsRubbish) {
+  worker::MessageHeader magic = testing_support::requestHeader(MessageType::Ping);
+  magic.magic = 0;
+  worker::MessageHeader length = testing_support::requestHeader(MessageType::Ping);
+  length.payload_length = worker::kPayloadSizeMax + 1;
+  const std::string cut =
+      testing_support::frameBytes(testing_support::requestHeader(MessageType::EvalStart), "(+ 1 2)")
+          .substr(0, 66);
+  const std::string pipelined = testing_support::frameBytes(
+      testing_support::requestHeader(MessageType::EvalStart), "(LIST 1 2 3)");
+  for (const std::string& bytes :
+       {testing_support::headerBytes(magic) + "more", testing_support::headerBytes(length), cut,
+        std::string("KLSP"), pipelined + pipelined + pipelined}) {
+    fs::remove(recording());
+    std::string answers[2];
+    WorkerExit exits[2];
+    const fs::path paths[2] = {workerExecutable(), proxyFor(workerExecutable())};
+    for (int which = 0; which < 2; ++which) {
+      const auto process = client::startWorker(paths[which], nullptr);
+      ASSERT_NE(process, nullptr);
+      static_cast<void>(process->write(bytes));
+      process->endInput();
+      std::string answer(4096, '\0');
+      answer.resize(process->read(answer.data(), answer.size()));
+      answers[which] = answer;
+      exits[which] = process->finish();
+    }
+    EXPECT_EQ(answers[1], answers[0]);
+    EXPECT_EQ(exits[1], exits[0]);
+    EXPECT_EQ(recorded().end, FileEnd::Whole);
+  }
+}
+
+TEST_F(SessionProgram, EndsItsProxyAsTheWorkerEnds) {
+  const fs::path script = directory_ / "dying_worker";
+  for (const std::string ending : {"exit 42", "kill -SEGV $$"}) {
+    fs::remove(recording());
+    std::ofstream(script) << "#!/bin/sh\n" << ending << "\n";
+    fs::permissions(script, fs::perms::owner_all);
+    const auto direct = client::startWorker(script, nullptr);
+    const auto proxied = client::startWorker(proxyFor(script.string()), nullptr);
+    char byte = 0;
+    EXPECT_EQ(direct->read(&byte, 1), 0u);
+    EXPECT_EQ(proxied->read(&byte, 1), 0u);
+    const WorkerExit exit = direct->finish();
+    EXPECT_EQ(proxied->finish(), exit);
+    ASSERT_EQ(recorded().records.size(), 2u);
+    EXPECT_EQ(decodeEnd(recorded().records[1].body), exit);
+  }
+}
+
+// Killed at any moment, the proxy leaves a file that tells what was said, and no worker behind.
+TEST_F(SessionProgram, LeavesAReadableRecordingWhenItIsKilled) {
+  client::Worker worker(proxyFor(workerExecutable()));
+  for (int n = 0; n < 20; ++n) {
+    fs::remove(recording());
+    ASSERT_TRUE(worker.restart());  // Kills the one before.
+    ASSERT_EQ(worker.ping(), WorkerStatus::Ok);
+    const Session session = recorded();
+    EXPECT_EQ(session.end, FileEnd::Whole);
+    EXPECT_EQ(session.records.size(), 3u);
+  }
+}
+
+TEST_F(SessionProgram, NeverRecordsOverAFile) {
+  std::ofstream(recording()) << "precious";
+  client::Worker worker(proxyFor(workerExecutable()));
+  EXPECT_EQ(worker.ping(), std::nullopt);
+  EXPECT_THAT(worker.fault()->message, HasSubstr("exit code 2"));
+}
+
+}  // namespace
+}  // namespace session

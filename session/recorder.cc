@@ -1,0 +1,45 @@
+#include "session/recorder.h"
+
+#include <utility>
+
+namespace session {
+
+using std::chrono::duration_cast;
+using std::chrono::microseconds;
+
+std::unique_ptr<Recorder> Recorder::create(const std::filesystem::path& path,
+                                           std::string* error_out) {
+  std::unique_ptr<AppendFile> file = createAppendFile(path, error_out);
+  if (file == nullptr) return nullptr;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  const auto start_time = static_cast<std::uint64_t>(duration_cast<microseconds>(now).count());
+  if (!file->append(encodeFileHeader(start_time))) {
+    if (error_out != nullptr) *error_out = "the file takes nothing";
+    return nullptr;
+  }
+  return std::unique_ptr<Recorder>(new Recorder(std::move(file)));
+}
+
+Recorder::Recorder(std::unique_ptr<AppendFile> file)
+    : file_(std::move(file)), begin_(std::chrono::steady_clock::now()) {}
+
+void Recorder::onStart() { record(RecordKind::Start, {}); }
+
+void Recorder::onRequest(std::string_view frame) { record(RecordKind::Request, frame); }
+
+void Recorder::onResponse(std::string_view header, std::string_view payload) {
+  record(RecordKind::Response, std::string(header).append(payload));
+}
+
+void Recorder::onBrokenResponse(std::string_view bytes) { record(RecordKind::Broken, bytes); }
+
+void Recorder::onEnd(const client::WorkerExit& exit) { record(RecordKind::End, encodeEnd(exit)); }
+
+void Recorder::record(RecordKind kind, std::string_view body) {
+  if (!is_complete_) return;
+  const auto time = duration_cast<microseconds>(std::chrono::steady_clock::now() - begin_);
+  is_complete_ = file_->append(
+      encodeRecord(kind, next_number_++, static_cast<std::uint64_t>(time.count()), body));
+}
+
+}  // namespace session

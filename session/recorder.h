@@ -1,0 +1,49 @@
+// Records what a client says to its workers and what they say to it, while it happens.
+
+#ifndef SESSION_RECORDER_H_
+#define SESSION_RECORDER_H_
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "client/frame_observer.h"
+#include "session/append_file.h"
+#include "session/session.h"
+
+namespace session {
+
+// Give one to client::ClientSettings::observer. Each record is in the file before the call that it
+// belongs to returns. A recording that fails ends there and never disturbs the conversation.
+class Recorder final : public client::FrameObserver {
+ public:
+  // Begins a new file; one that exists already is left alone. Null when that cannot be, with the
+  // reason in `error_out`.
+  static std::unique_ptr<Recorder> create(const std::filesystem::path& path,
+                                          std::string* error_out);
+
+  void onStart() override;
+  void onRequest(std::string_view frame) override;
+  void onResponse(std::string_view header, std::string_view payload) override;
+  void onBrokenResponse(std::string_view bytes) override;
+  void onEnd(const client::WorkerExit& exit) override;
+
+  // Whether everything so far is in the file. False once the system has refused a write.
+  [[nodiscard]] bool isComplete() const { return is_complete_; }
+
+ private:
+  explicit Recorder(std::unique_ptr<AppendFile> file);
+  void record(RecordKind kind, std::string_view body);
+
+  std::unique_ptr<AppendFile> file_;
+  std::chrono::steady_clock::time_point begin_;
+  std::uint32_t next_number_ = 0;
+  bool is_complete_ = true;
+};
+
+}  // namespace session
+
+#endif  // SESSION_RECORDER_H_

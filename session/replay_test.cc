@@ -1,0 +1,171 @@
+#include "session/replay.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "client/process.h"
+#include "session/explain.h"
+#include "session/show.h"
+#include "testing/executable_worker.h"
+#include "testing/in_process_worker.h"
+#include "testing/session_maker.h"
+
+namespace session {
+namespace {
+
+using std::chrono::milliseconds;
+using testing_support::InProcessWorker;
+using testing_support::SessionMaker;
+
+constexpr milliseconds kPatience{60000};
+
+client::WorkerStarter realWorker() {
+  return [](std::string* error_out) {
+    return client::startWorker(testing_support::workerExecutable(), error_out);
+  };
+}
+
+std::vector<std::filesystem::path> recordedSessions() {
+  const char* const root = std::getenv("LISP_SOURCE_DIR");
+  EXPECT_NE(root, nullptr) << "LISP_SOURCE_DIR does not name the sources; ctest sets it";
+  std::vector<std::filesystem::path> paths;
+  if (root == nullptr) return paths;
+  for (const auto& file :
+       std::filesystem::directory_iterator(std::filesystem::path(root) / "testing/sessions")) {
+    if (file.path().extension() == ".session") paths.push_back(file.path());
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+// Every worker that is ever built is held against what was said once.
+TEST(RecordedSessions, GoTheSameWayWithTheWorkerOfThisBuild) {
+  const std::vector<std::filesystem::path> paths = recordedSessions();
+  EXPECT_GE(paths.size(), 20u);
+  for (const std::filesystem::path& path : paths) {
+    SCOPED_TRACE(path.filename().string());
+    std::string error;
+    const auto recorded = readSession(path, &error);
+    ASSERT_TRUE(recorded.has_value()) << error;
+    EXPECT_EQ(recorded->end, FileEnd::Whole);
+    EXPECT_GE(recorded->records.size(), 3u);
+    const ReplayReport report = replaySession(*recorded, realWorker(), kPatience);
+    EXPECT_EQ(report.error, "");
+    EXPECT_EQ(firstDifference(*recorded, report.made), std::nullopt)
+        << explainDifference(*recorded, report.made)->text;
+  }
+}
+
+// A replay that could not fail would prove nothing.
+TEST(RecordedSessions, AreHeldAgainstEveryByteOfEveryResponse) {
+  std::size_t count = 0;
+  for (const std::filesystem::path& path : recordedSessions()) {
+    const auto recorded = readSession(path, nullptr);
+    ASSERT_TRUE(recorded.has_value());
+    for (std::size_t number = 0; number < recorded->records.size(); ++number) {
+      const Record& record = recorded->records[number];
+      if (record.kind != RecordKind::Response) continue;
+      for (std::size_t at = 0; at < record.body.size(); at += 13) {
+        Session changed = *recorded;
+        changed.records[number].body[at] ^= 0x20;
+        ASSERT_EQ(firstDifference(*recorded, changed), number);
+        ++count;
+      }
+    }
+  }
+  EXPECT_GT(count, 1000u);
+}
+
+Session someSession() {
+  SessionMaker maker;
+  EXPECT_TRUE(maker.worker().run("(SETQ A 5)").has_value());
+  EXPECT_TRUE(maker.worker()
+                  .run("(LIST A (GETPOINT))",
+                       [](const client::HostCall&) { return std::optional(client::nil()); })
+                  .has_value());
+  return maker.session();
+}
+
+TEST(Replay, MakesARecordForEachOfTheRecording) {
+  Session recorded = someSession();
+  recorded.records.push_back(
+      {RecordKind::End, 0, encodeEnd({client::WorkerExit::Kind::Exited, 0})});
+  const ReplayReport report = replaySession(recorded, &InProcessWorker::start, kPatience);
+  EXPECT_EQ(report.error, "");
+  EXPECT_EQ(report.made.records.size(), recorded.records.size());
+  EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
+}
+
+TEST(Replay, StartsAFreshWorkerWhereTheRecordingDid) {
+  Session recorded = someSession();
+  const Session once = recorded;
+  recorded.records.insert(recorded.records.end(), once.records.begin(), once.records.end());
+  const ReplayReport report = replaySession(recorded, &InProcessWorker::start, kPatience);
+  EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
+}
+
+TEST(Replay, TellsThatThereIsNoWorker) {
+  const ReplayReport report = replaySession(
+      someSession(),
+      [](std::string* error_out) { return client::startWorker("no/such/worker", error_out); },
+      kPatience);
+  EXPECT_NE(report.error, "");
+}
+
+// A program that takes requests and never answers, as long as its input does not end.
+TEST(Replay, GivesUpAWorkerThatDoesNotAnswer) {
+  const char* const path = std::getenv("LISP_FAULTY_WORKER_PATH");
+  ASSERT_NE(path, nullptr);
+  Session recorded = someSession();
+  // What the faulty worker takes for its orders: no fault known to it, so one that stalls.
+  recorded.records[1].body =
+      std::string("\3\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 16) + recorded.records[1].body;
+  const auto begin = std::chrono::steady_clock::now();
+  const ReplayReport report = replaySession(
+      recorded, [path](std::string* error_out) { return client::startWorker(path, error_out); },
+      milliseconds(100));
+  EXPECT_EQ(report.made.records[2].kind, RecordKind::Broken);
+  EXPECT_EQ(firstDifference(recorded, report.made), 2u);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, milliseconds(5000));
+  EXPECT_EQ(explainDifference(recorded, report.made)->cause, Cause::WorkerEnded);
+}
+
+TEST(FirstDifference, LeavesTimesAside) {
+  const Session a = someSession();
+  Session b = a;
+  b.start_time = 99;
+  for (Record& record : b.records) record.time += 1000;
+  EXPECT_EQ(firstDifference(a, b), std::nullopt);
+}
+
+TEST(FirstDifference, IsTheEndOfTheShorterSession) {
+  const Session a = someSession();
+  Session b = a;
+  b.records.pop_back();
+  EXPECT_EQ(firstDifference(a, b), b.records.size());
+  EXPECT_EQ(firstDifference(b, a), b.records.size());
+}
+
+TEST(FirstDifference, CountsHowAWorkerEndedOnlyIfItEndedByItself) {
+  const auto ending = [](client::WorkerExit exit) {
+    Session session = someSession();
+    session.records.push_back({RecordKind::End, 0, encodeEnd(exit)});
+    return session;
+  };
+  using Kind = client::WorkerExit::Kind;
+  const Session fine = ending({Kind::Exited, 0});
+  const std::size_t last = fine.records.size() - 1;
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 6})), last);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Signaled, 11})), last);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Killed, 0})), std::nullopt);
+  EXPECT_EQ(firstDifference(ending({}), fine), std::nullopt);
+}
+
+}  // namespace
+}  // namespace session

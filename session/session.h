@@ -1,0 +1,105 @@
+// A recorded session: what a host and its workers have said to each other, and its file.
+//
+// The file is a header and records, one after the other, each with checksums of its own, so a
+// file that was cut anywhere still tells everything up to its last whole record. It is only ever
+// appended to. docs/SESSIONS.md has the bytes as tables.
+
+#ifndef SESSION_SESSION_H_
+#define SESSION_SESSION_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/process.h"
+#include "worker/frame.h"
+
+namespace session {
+
+// Sizes in bytes.
+inline constexpr std::size_t kFileHeaderSize = 32;
+inline constexpr std::size_t kRecordHeaderSize = 28;
+inline constexpr std::size_t kEndBodySize = 8;
+inline constexpr std::size_t kBodySizeMax = worker::kHeaderSize + worker::kPayloadSizeMax;
+
+inline constexpr std::string_view kFileMagic = "KLSPREC\n";
+inline constexpr std::uint16_t kFileVersion = 1;
+
+struct FileOffset {
+  static constexpr std::size_t kMagic = 0;        // kFileMagic
+  static constexpr std::size_t kVersion = 8;      // u16
+  static constexpr std::size_t kHeaderSize = 10;  // u16, kFileHeaderSize
+  static constexpr std::size_t kReserved = 12;    // 4 bytes, zero
+  static constexpr std::size_t kStartTime = 16;   // u64, microseconds since 1970 in UTC
+  static constexpr std::size_t kReserved2 = 24;   // 4 bytes, zero
+  static constexpr std::size_t kChecksum = 28;    // u32, of the bytes before it
+};
+
+struct RecordOffset {
+  static constexpr std::size_t kBodySize = 0;         // u32
+  static constexpr std::size_t kNumber = 4;           // u32, 0 for the first record
+  static constexpr std::size_t kKind = 8;             // u8, a RecordKind
+  static constexpr std::size_t kReserved = 9;         // 3 bytes, zero
+  static constexpr std::size_t kTime = 12;            // u64, microseconds since the start time
+  static constexpr std::size_t kBodyChecksum = 20;    // u32, of the body
+  static constexpr std::size_t kHeaderChecksum = 24;  // u32, of the bytes of the header before it
+};
+
+static_assert(FileOffset::kChecksum + 4 == kFileHeaderSize);
+static_assert(RecordOffset::kHeaderChecksum + 4 == kRecordHeaderSize);
+
+enum class RecordKind : std::uint8_t {
+  Start = 1,     // A worker has been started; no body.
+  Request = 2,   // What the host sent: a frame, or as much of one as it sent before it went away.
+  Response = 3,  // A frame that the worker sent.
+  Broken = 4,    // What came instead of a response, possibly nothing.
+  End = 5,       // The worker has ended; the body tells how.
+};
+
+struct Record {
+  RecordKind kind = RecordKind::Start;
+  std::uint64_t time = 0;  // Microseconds since the session's start time.
+  std::string body;
+
+  friend bool operator==(const Record&, const Record&) = default;
+};
+
+// How the reading of a file has ended.
+enum class FileEnd : std::uint8_t {
+  Whole,    // After its last record.
+  Cut,      // Inside a record, as when the recording program was ended.
+  Damaged,  // At a record whose checksum or contents are wrong.
+};
+
+struct Session {
+  std::uint64_t start_time = 0;  // Microseconds since 1970 in UTC.
+  std::vector<Record> records;   // All before the end.
+  FileEnd end = FileEnd::Whole;
+  std::string end_text;  // One line on an end that is not Whole.
+};
+
+// The bytes of a file.
+[[nodiscard]] std::string encodeFileHeader(std::uint64_t start_time);
+[[nodiscard]] std::string encodeRecord(RecordKind kind, std::uint32_t number, std::uint64_t time,
+                                       std::string_view body);
+[[nodiscard]] std::string encodeSession(const Session& session);
+
+// Reads as much of a file as can be trusted. Empty when it is no session file of this version at
+// all, with the reason in `error_out`.
+[[nodiscard]] std::optional<Session> decodeSession(std::string_view bytes, std::string* error_out);
+
+// The same for a file by its path.
+[[nodiscard]] std::optional<Session> readSession(const std::filesystem::path& path,
+                                                 std::string* error_out);
+
+// The body of an End record.
+[[nodiscard]] std::string encodeEnd(const client::WorkerExit& exit);
+[[nodiscard]] client::WorkerExit decodeEnd(std::string_view body);
+
+}  // namespace session
+
+#endif  // SESSION_SESSION_H_

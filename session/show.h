@@ -1,0 +1,25 @@
+// A recorded session for a person: one line a record, and all of a record on demand.
+
+#ifndef SESSION_SHOW_H_
+#define SESSION_SHOW_H_
+
+#include <cstddef>
+#include <string>
+
+#include "session/session.h"
+
+namespace session {
+
+// "   3  0.001250  host    EvalStart        context 1, 127 bytes: (SETQ FROM ...". No line end.
+[[nodiscard]] std::string describeRecord(const Record& record, std::size_t number);
+
+// The whole session, a line a record, with a line on its end when it is not whole.
+[[nodiscard]] std::string showSession(const Session& session);
+
+// Everything in one record: the fields of its header, and its payload as text, as fields or as
+// bytes, whichever it is.
+[[nodiscard]] std::string showRecord(const Record& record, std::size_t number);
+
+}  // namespace session
+
+#endif  // SESSION_SHOW_H_

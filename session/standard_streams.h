@@ -1,0 +1,29 @@
+// This process's own standard input and output as bytes, and its end.
+
+#ifndef SESSION_STANDARD_STREAMS_H_
+#define SESSION_STANDARD_STREAMS_H_
+
+#include <cstddef>
+#include <string_view>
+
+#include "client/process.h"
+
+namespace session {
+
+// Waits for bytes and puts as many as there are, `size` at most, into `buffer`. Returns how many;
+// 0 when the input has ended.
+[[nodiscard]] std::size_t readStandardInput(char* buffer, std::size_t size);
+
+// False when nobody reads any more. Raises no signal after keepAliveOnBrokenPipe.
+[[nodiscard]] bool writeStandardOutput(std::string_view bytes);
+
+// Makes a write into a pipe that nobody reads fail instead of ending the process.
+void keepAliveOnBrokenPipe();
+
+// Ends this process at once in the way in which a worker has ended, so that whoever started it
+// cannot tell the two apart.
+[[noreturn]] void endLike(const client::WorkerExit& exit);
+
+}  // namespace session
+
+#endif  // SESSION_STANDARD_STREAMS_H_
