@@ -37,6 +37,38 @@ function(lisp_component name)
   endif()
 endfunction()
 
+# lisp_embeddable(<component>)
+#
+# Lets a component stand in a shared library, where it shows nothing of itself.
+function(lisp_embeddable name)
+  set_target_properties(
+    ${name} PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
+                       VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# lisp_shared_library(<name> <file> LINKS <embeddable component>...)
+#
+# Defines a shared library that has the functions marked LISP_WORKER_API and nothing else, and needs
+# nothing but the C library.
+function(lisp_shared_library name file)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LINKS")
+  add_library(${name} SHARED ${file})
+  lisp_embeddable(${name})
+  target_link_libraries(${name} PRIVATE lisp_strict_options ${arg_LINKS})
+  if(WIN32)
+    target_compile_definitions(${name} PRIVATE "LISP_WORKER_API=__declspec(dllexport)")
+  else()
+    target_compile_definitions(${name}
+                               PRIVATE "LISP_WORKER_API=__attribute__((visibility(\"default\")))")
+    target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
+  endif()
+  if(NOT LISP_SANITIZE)
+    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+  set_target_properties(${name} PROPERTIES VERSION 1.0.0 SOVERSION 1
+                                           LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+endfunction()
+
 # lisp_program(<name> <main file> LINKS <component>...)
 #
 # Defines the executable <name> in the top of the build directory.

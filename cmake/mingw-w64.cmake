@@ -25,6 +25,9 @@ string(JOIN " " CMAKE_EXE_LINKER_FLAGS_INIT
        -Wl,--dynamicbase,--high-entropy-va,--nxcompat
        -Wl,--stack,0x100000
        -Wl,--no-insert-timestamp)
+# A library has what concerns it of that.
+set(CMAKE_SHARED_LINKER_FLAGS_INIT
+    "-static -s -Wl,--dynamicbase,--high-entropy-va,--nxcompat -Wl,--no-insert-timestamp")
 
 # Debian keeps the 64-bit loader off the search path.
 find_program(LISP_WINE NAMES wine64 wine PATHS /usr/lib/wine)

@@ -57,6 +57,17 @@ function(lisp_quicken_build name)
   endif()
 endfunction()
 
+# The sample of a host in another language. A sanitized library cannot be loaded by a program that
+# is not, and another system's not at all.
+find_program(LISP_PYTHON python3)
+if(LISP_PYTHON AND NOT LISP_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME python_sample
+           COMMAND ${CMAKE_COMMAND} -DPYTHON=${LISP_PYTHON}
+                   -DSAMPLE=${PROJECT_SOURCE_DIR}/examples/python/host.py
+                   -DLIBRARY=$<TARGET_FILE:lisp_worker_c> -DWORKER=$<TARGET_FILE:lisp_worker>
+                   -P ${PROJECT_SOURCE_DIR}/cmake/run_python_sample.cmake)
+endif()
+
 # lisp_tests(<name> DIRECTORY <directory> LINKS <component>...)
 function(lisp_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY" "LINKS")

@@ -287,10 +287,10 @@ Explanation explainRecords(const Session& recorded, const Session& made, std::si
     return number < session.records.size() ? describeRecord(session.records[number], number)
                                            : std::string("(the session has ended)");
   };
-  const auto isBroken = [number](const Session& session) {
+  const auto is_broken = [number](const Session& session) {
     return number < session.records.size() && session.records[number].kind == RecordKind::Broken;
   };
-  const bool has_ended = isBroken(recorded) != isBroken(made);
+  const bool has_ended = is_broken(recorded) != is_broken(made);
   return compose("the sessions differ at record " + std::to_string(number),
                  {"recorded: " + plainText(line(recorded), kLineWidth),
                   "made:     " + plainText(line(made), kLineWidth)},

@@ -98,7 +98,7 @@ TEST(Documents, NameFilesThatExist) {
 std::string allSources() {
   std::string sources;
   for (const char* directory :
-       {"lisp", "host", "geometry", "worker", "client", "session", "console", "testing"}) {
+       {"lisp", "host", "geometry", "worker", "client", "session", "c_interface", "console", "testing"}) {
     for (const fs::directory_entry& file : fs::directory_iterator(sourceDirectory() / directory)) {
       const std::string name = file.path().filename().string();
       if (!file.is_regular_file() || name.ends_with("_test.cc")) continue;

@@ -1,0 +1,220 @@
+#include "c_interface/lisp_worker.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+struct Free {
+  void operator()(lisp_worker* worker) const { lisp_worker_free(worker); }
+  void operator()(lisp_value* value) const { lisp_value_free(value); }
+  void operator()(lisp_run* run) const { lisp_run_free(run); }
+};
+using WorkerHandle = std::unique_ptr<lisp_worker, Free>;
+using ValueHandle = std::unique_ptr<lisp_value, Free>;
+using RunHandle = std::unique_ptr<lisp_run, Free>;
+
+WorkerHandle newWorker() {
+  const char* const path = std::getenv("LISP_WORKER_PATH");
+  EXPECT_NE(path, nullptr);
+  return WorkerHandle(lisp_worker_new(path == nullptr ? "" : path, 60000));
+}
+
+RunHandle run(lisp_worker* worker, const std::string& program, lisp_answer answer = nullptr,
+              void* user = nullptr, uint64_t context_id = 0) {
+  return RunHandle(
+      lisp_worker_run(worker, program.data(), program.size(), context_id, answer, user));
+}
+
+std::string textOf(const RunHandle& run) { return lisp_run_text(run.get(), nullptr); }
+
+TEST(CInterface, HasTheVersionOfItsHeader) {
+  EXPECT_EQ(lisp_worker_interface_version(), LISP_WORKER_INTERFACE_VERSION);
+}
+
+TEST(CInterface, RunsAProgram) {
+  const WorkerHandle worker = newWorker();
+  EXPECT_EQ(lisp_worker_ping(worker.get()), 0);
+  const RunHandle report = run(worker.get(), "(LIST 1 \"a\" 'X)");
+  ASSERT_NE(report, nullptr);
+  EXPECT_EQ(lisp_run_end(report.get()), LISP_END_VALUE);
+  EXPECT_STREQ(lisp_run_end_name(report.get()), "Value");
+  EXPECT_STREQ(lisp_run_end_explanation(report.get()), "the program has ended with a value");
+  EXPECT_EQ(textOf(report), "(1 \"a\" X)");
+  EXPECT_EQ(lisp_run_steps(report.get()), 4u);
+  EXPECT_EQ(lisp_run_host_call_count(report.get()), 0u);
+  EXPECT_EQ(lisp_run_warning_count(report.get()), 0u);
+  EXPECT_EQ(lisp_run_warning(report.get(), 0), nullptr);
+  const ValueHandle value(lisp_run_value(report.get()));
+  ASSERT_NE(value, nullptr);
+  EXPECT_EQ(lisp_value_count(value.get()), 3u);
+}
+
+struct Calls {
+  std::vector<std::string> log;
+};
+
+lisp_value* answerCall(void* user, const char* name, const lisp_value* arguments,
+                       const char* text) {
+  auto* const calls = static_cast<Calls*>(user);
+  calls->log.push_back(std::string(name) + (arguments == nullptr ? " ? " : " ") + text);
+  if (std::string(name) == "GETDIST") return lisp_value_number(2.5);
+  if (std::string(name) == "ENTGET") return nullptr;
+  return lisp_value_point(1, 2, 3);
+}
+
+TEST(CInterface, HasTheHostAnswerCalls) {
+  const WorkerHandle worker = newWorker();
+  Calls calls;
+  const RunHandle report =
+      run(worker.get(), "(LIST (GETPOINT \"From: \" 5) (GETDIST \"3\\\" bolt\" 1))", answerCall,
+          &calls);
+  ASSERT_NE(report, nullptr);
+  EXPECT_EQ(textOf(report), "((1 2 3) 2.5)");
+  EXPECT_EQ(lisp_run_host_call_count(report.get()), 2u);
+  EXPECT_EQ(calls.log,
+            (std::vector<std::string>{"GETPOINT (\"From: \" 5)", "GETDIST ? (\"3\" bolt\" 1)"}));
+}
+
+TEST(CInterface, CancelsWhatTheHostDoesNotAnswer) {
+  const WorkerHandle worker = newWorker();
+  Calls calls;
+  const RunHandle report = run(worker.get(), "(ENTGET \"1F\")", answerCall, &calls);
+  EXPECT_EQ(lisp_run_end(report.get()), LISP_END_UNANSWERED);
+  EXPECT_EQ(textOf(report), "the host has not answered ENTGET");
+  EXPECT_EQ(lisp_run_value(report.get()), nullptr);
+  EXPECT_EQ(lisp_run_end(run(worker.get(), "(GETPOINT)").get()), LISP_END_UNANSWERED);
+}
+
+TEST(CInterface, WarnsNearALimit) {
+  const WorkerHandle worker = newWorker();
+  const RunHandle report = run(worker.get(), "(SETQ N 0)(WHILE (< N 40000) (SETQ N (1+ N)))");
+  ASSERT_EQ(lisp_run_warning_count(report.get()), 1u);
+  EXPECT_THAT(lisp_run_warning(report.get(), 0), HasSubstr(" of 250000 steps"));
+}
+
+TEST(CInterface, MakesAndReadsValues) {
+  const ValueHandle parts[] = {ValueHandle(lisp_value_nil()), ValueHandle(lisp_value_number(-0.5)),
+                               ValueHandle(lisp_value_string("a\"\0b", 4)),
+                               ValueHandle(lisp_value_symbol("$KVSEL"))};
+  const lisp_value* elements[] = {parts[0].get(), parts[1].get(), parts[2].get(), parts[3].get()};
+  const ValueHandle list(lisp_value_list(elements, 4));
+  EXPECT_EQ(lisp_value_kind(list.get()), LISP_LIST);
+  ASSERT_EQ(lisp_value_count(list.get()), 4u);
+  const int kinds[] = {LISP_NIL, LISP_NUMBER, LISP_STRING, LISP_SYMBOL};
+  for (std::size_t index = 0; index < 4; ++index) {
+    const ValueHandle element(lisp_value_element(list.get(), index));
+    ASSERT_NE(element, nullptr);
+    EXPECT_EQ(lisp_value_kind(element.get()), kinds[index]);
+    EXPECT_EQ(lisp_value_count(element.get()), 0u);
+    EXPECT_EQ(lisp_value_element(element.get(), 0), nullptr);
+    EXPECT_EQ(lisp_value_as_number(element.get()), index == 1 ? -0.5 : 0.0);
+  }
+  EXPECT_EQ(lisp_value_element(list.get(), 4), nullptr);
+  size_t size = 0;
+  EXPECT_EQ(std::string(lisp_value_text(parts[2].get(), &size)).substr(0, 2), "a\"");
+  EXPECT_EQ(size, 4u);
+  EXPECT_STREQ(lisp_value_text(parts[3].get(), nullptr), "$KVSEL");
+  EXPECT_STREQ(lisp_value_text(parts[1].get(), &size), "");
+  EXPECT_EQ(size, 0u);
+  const char* const printed = lisp_value_print(list.get(), &size);
+  EXPECT_EQ(std::string(printed, size), std::string("(nil -0.5 \"a\\\"\0b\" $KVSEL)", 25));
+  const ValueHandle again(lisp_value_read(printed, size));
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(lisp_value_count(again.get()), 4u);
+  EXPECT_EQ(lisp_value_read("1 2", 3), nullptr);
+  const ValueHandle nothing(lisp_value_list(nullptr, 0));
+  EXPECT_STREQ(lisp_value_print(nothing.get(), nullptr), "()");
+}
+
+TEST(CInterface, KnowsCoordinates) {
+  const WorkerHandle worker = newWorker();
+  std::array<double, 40> systems{};
+  for (std::size_t system = 0; system < 5; ++system) {
+    systems[8 * system + 2] = systems[8 * system + 5] = systems[8 * system + 6] = 1;
+  }
+  systems[8] = 100;  // Origin of system 1.
+  const double plane[8] = {0, 0, 1, 0, 0, 1, 1, 0};
+  EXPECT_EQ(lisp_worker_register_context(worker.get(), 3, systems.data(), plane, 10, 1, 77), 0);
+  double point[3] = {1, 2, 3};
+  EXPECT_EQ(lisp_worker_convert(worker.get(), 3, point, 1, 0), 0);
+  EXPECT_EQ(point[0], 101);
+  EXPECT_EQ(lisp_worker_convert(worker.get(), 4, point, 1, 0), 4);
+  EXPECT_STREQ(lisp_status_name(4), "ContextNotFound");
+  EXPECT_STREQ(lisp_status_explanation(4), "no coordinate context is registered under this id");
+  EXPECT_EQ(lisp_worker_cell_plane_to_system(worker.get(), 3, point, 1), 0);
+  EXPECT_EQ(point[0], 1);
+  int64_t index[2] = {0, 0};
+  uint64_t key = 0;
+  uint32_t tag = 0;
+  point[0] = -1;
+  EXPECT_EQ(lisp_worker_locate_cell(worker.get(), 3, point, 1, index, &key, &tag), 0);
+  EXPECT_EQ(index[0], 9);
+  EXPECT_EQ(index[1], 0);
+  EXPECT_NE(key, 0u);
+  EXPECT_EQ(tag, 77u);
+  EXPECT_EQ(textOf(run(worker.get(), "(TRANS '(1 2) 1 0)", nullptr, nullptr, 3)), "(101 2 0)");
+  ASSERT_EQ(lisp_worker_restart(worker.get()), 0);
+  EXPECT_EQ(textOf(run(worker.get(), "(TRANS '(1 2) 1 0)", nullptr, nullptr, 3)), "(101 2 0)");
+}
+
+TEST(CInterface, Calculates) {
+  const WorkerHandle worker = newWorker();
+  const double operands[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  double result[2] = {0, 0};
+  EXPECT_EQ(lisp_worker_compute(worker.get(), 1, operands, 7, result), 0);
+  EXPECT_EQ(result[0], 28);
+  EXPECT_EQ(lisp_worker_compute(worker.get(), 1, operands, 8, result), 3);
+  EXPECT_EQ(lisp_worker_compute(worker.get(), 9, operands, 1, result), 6);
+}
+
+TEST(CInterface, TellsAFault) {
+  const WorkerHandle worker(lisp_worker_new("no/such/worker", 0));
+  EXPECT_STREQ(lisp_worker_fault(worker.get()), "");
+  EXPECT_STREQ(lisp_worker_exit(worker.get()), "");
+  EXPECT_EQ(lisp_worker_start(worker.get()), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_ping(worker.get()), LISP_FAULT);
+  EXPECT_EQ(run(worker.get(), "1"), nullptr);
+  EXPECT_THAT(lisp_worker_fault(worker.get()),
+              StartsWith("the worker cannot be started: no/such/worker: "));
+  EXPECT_EQ(lisp_worker_restart(worker.get()), LISP_FAULT);
+}
+
+TEST(CInterface, LetsAWorkerGo) {
+  const WorkerHandle worker = newWorker();
+  EXPECT_EQ(lisp_worker_start(worker.get()), 0);
+  lisp_worker_stop(worker.get());
+  EXPECT_STREQ(lisp_worker_exit(worker.get()),
+               "the worker ended with exit code 0: its input ended or it was told to shut down");
+  EXPECT_EQ(lisp_worker_ping(worker.get()), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_restart(worker.get()), 0);
+  EXPECT_EQ(lisp_worker_ping(worker.get()), 0);
+  lisp_worker_free(nullptr);
+}
+
+TEST(CInterface, Records) {
+  const std::filesystem::path path =
+      std::filesystem::temp_directory_path() / "lisp_worker_c_interface_test.session";
+  std::filesystem::remove(path);
+  {
+    const WorkerHandle worker = newWorker();
+    EXPECT_EQ(lisp_worker_record(worker.get(), path.string().c_str()), 0);
+    EXPECT_EQ(lisp_worker_record(worker.get(), path.string().c_str()), LISP_FAULT);
+    EXPECT_EQ(lisp_worker_ping(worker.get()), 0);
+    EXPECT_EQ(lisp_worker_record(worker.get(), path.string().c_str()), LISP_FAULT);
+  }
+  EXPECT_GT(std::filesystem::file_size(path), 200u);
+  std::filesystem::remove(path);
+}
+
+}  // namespace
