@@ -83,7 +83,7 @@ std::optional<Reply<EvalResult>> answerCall(WorkerClient& client, const EvalResu
                                              " host calls");
   }
   ++report.host_call_count;
-  const std::optional<Datum> datum = answer(describeCall(result));
+  const std::optional<Datum> datum = answer ? answer(describeCall(result)) : std::nullopt;
   if (!datum) {
     return give_up(RunEnd::Unanswered, "the host has not answered " + result.call_name);
   }

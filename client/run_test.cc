@@ -124,6 +124,12 @@ TEST_F(RunProgram, CancelsWhatTheHostDoesNotAnswer) {
   EXPECT_EQ(run("LEFT-BEHIND", refuse).end, RunEnd::EvalError);
 }
 
+TEST_F(RunProgram, CancelsACallWhenThereIsNobodyToAnswer) {
+  EXPECT_EQ(run("(GETPOINT)", {}).end, RunEnd::Unanswered);
+  EXPECT_EQ(worker_.run("(GETPOINT)")->end, RunEnd::Unanswered);
+  EXPECT_FALSE(isWaiting(2));
+}
+
 TEST_F(RunProgram, CancelsWhatTheHostsAnswerCannotSay) {
   const RunReport report = run("(GETDIST)", [](const HostCall&) {
     return std::optional(number(std::numeric_limits<double>::infinity()));

@@ -127,8 +127,6 @@ std::optional<WorkerStatus> Worker::evalCancel(std::uint64_t run_id) {
   return perform([&](WorkerClient& client) { return client.evalCancel(run_id); });
 }
 
-std::optional<Datum> Worker::refuseCalls(const HostCall& /*call*/) { return std::nullopt; }
-
 template <typename Operation>
 auto Worker::perform(Operation operation) -> decltype(operation(std::declval<WorkerClient&>())) {
   if (!start()) return std::nullopt;

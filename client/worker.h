@@ -69,7 +69,7 @@ class Worker {
   // answer, the program is cancelled. `answer` may make requests of this worker, and even run
   // another program.
   [[nodiscard]] std::optional<RunReport> run(std::string_view program,
-                                             const Answerer& answer = refuseCalls,
+                                             const Answerer& answer = {},
                                              const RunSettings& settings = {});
 
   // The requests of WorkerClient, which describes them.
@@ -100,8 +100,6 @@ class Worker {
   [[nodiscard]] const std::optional<WorkerExit>& exit() const { return exit_; }
 
  private:
-  static std::optional<Datum> refuseCalls(const HostCall& call);
-
   template <typename Operation>
   auto perform(Operation operation) -> decltype(operation(std::declval<WorkerClient&>()));
   bool startAnew();

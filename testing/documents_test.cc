@@ -30,9 +30,10 @@ using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::string_view kDocuments[] = {"README.md", "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
-                                           "docs/PROTOCOL.md", "docs/GUARANTEES.md",
-                                           "docs/SESSIONS.md"};
+constexpr std::string_view kDocuments[] = {"README.md",        "docs/ARCHITECTURE.md",
+                                           "docs/LANGUAGE.md", "docs/PROTOCOL.md",
+                                           "docs/SESSIONS.md", "docs/EMBEDDING.md",
+                                           "docs/GUARANTEES.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
@@ -97,8 +98,8 @@ TEST(Documents, NameFilesThatExist) {
 // All C++ sources but the tests, one after the other.
 std::string allSources() {
   std::string sources;
-  for (const char* directory :
-       {"lisp", "host", "geometry", "worker", "client", "session", "c_interface", "console", "testing"}) {
+  for (const char* directory : {"lisp", "host", "geometry", "worker", "client", "session",
+                                "c_interface", "console", "testing"}) {
     for (const fs::directory_entry& file : fs::directory_iterator(sourceDirectory() / directory)) {
       const std::string name = file.path().filename().string();
       if (!file.is_regular_file() || name.ends_with("_test.cc")) continue;

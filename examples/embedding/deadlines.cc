@@ -1,0 +1,15 @@
+#include <chrono>
+#include <iostream>
+
+#include "client/names.h"
+#include "client/worker.h"
+
+int main(int, char** arguments) {
+  // The second argument is a program that takes requests and never answers.
+  client::Worker worker(arguments[2], {.time_limit = std::chrono::milliseconds(200)});
+  const auto run = worker.run("(+ 1 2)");
+  if (run) return 1;
+  std::cout << client::faultName(worker.fault()->kind) << "\n"
+            << worker.fault()->message << "\n"
+            << client::describeExit(*worker.exit()) << "\n";
+}

@@ -1,0 +1,26 @@
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "client/worker.h"
+#include "session/recorder.h"
+#include "session/session.h"
+
+int main(int, char** arguments) {
+  const auto path = std::filesystem::temp_directory_path() / "embedding_example.session";
+  std::filesystem::remove(path);
+  std::string error;
+  const auto recorder = session::Recorder::create(path, &error);
+  if (recorder == nullptr) {
+    std::cerr << path.string() << ": " << error << "\n";
+    return 1;
+  }
+  {
+    client::Worker worker(arguments[1], {.observer = recorder.get()});
+    if (!worker.run("(+ 1 2)")) return 1;
+    worker.stop();
+  }
+  const auto recorded = session::readSession(path, &error);
+  if (recorded) std::cout << recorded->records.size() << " records\n";
+  std::filesystem::remove(path);
+}
