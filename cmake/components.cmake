@@ -37,6 +37,15 @@ function(lisp_component name)
   endif()
 endfunction()
 
+# lisp_free_of_libraries(<program or shared library>)
+#
+# Makes it need nothing but the C library of the system that it runs on.
+function(lisp_free_of_libraries name)
+  if(NOT LISP_SANITIZE)
+    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+endfunction()
+
 # lisp_embeddable(<component>)
 #
 # Lets a component stand in a shared library, where it shows nothing of itself.
@@ -62,9 +71,7 @@ function(lisp_shared_library name file)
                                PRIVATE "LISP_WORKER_API=__attribute__((visibility(\"default\")))")
     target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
   endif()
-  if(NOT LISP_SANITIZE)
-    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
-  endif()
+  lisp_free_of_libraries(${name})
   set_target_properties(${name} PROPERTIES VERSION 1.0.0 SOVERSION 1
                                            LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()

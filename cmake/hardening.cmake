@@ -1,0 +1,18 @@
+# What the compiler and the linker can do to make a mistake of ours a crash instead of a way in.
+# On for release builds, which are what ships; the sanitizers have checks of their own.
+
+option(LISP_HARDEN "Build with the toolchain's hardening" ON)
+
+if(LISP_HARDEN AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT LISP_SANITIZE)
+  # An index out of range or an empty optional ends the process.
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+  if(NOT WIN32)  # cmake/mingw-w64.cmake has the flags for Windows.
+    include(CheckPIESupported)
+    check_pie_supported(LANGUAGES CXX)
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+    add_compile_options(
+      -fstack-protector-strong -fstack-clash-protection -fcf-protection=full -U_FORTIFY_SOURCE
+      -D_FORTIFY_SOURCE=3)
+    add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code)
+  endif()
+endif()
