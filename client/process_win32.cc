@@ -157,8 +157,8 @@ class Win32WorkerProcess final : public WorkerProcess {
   }
 
   std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) override {
-    if (!exit_ && ::WaitForSingleObject(process_.get(), static_cast<DWORD>(grace.count())) ==
-                      WAIT_OBJECT_0) {
+    if (!exit_ &&
+        ::WaitForSingleObject(process_.get(), static_cast<DWORD>(grace.count())) == WAIT_OBJECT_0) {
       exit_ = exitOfEnded();
     }
     return exit_;

@@ -30,15 +30,20 @@ if(LISP_SANITIZE)
   list(APPEND lisp_test_environment
        LISP_DIFFERENTIAL_COUNT=300
        LISP_NUMBER_COUNT=20000
-       LISP_FAULT_STRIDE=13
+       LISP_FAULT_STRIDE=61
+       LISP_FAULT_TIME_LIMIT=3000
+       LISP_FAULT_THREADS=8
        LISP_START_COUNT=40
        ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
        UBSAN_OPTIONS=print_stacktrace=1)
-endif()
-
-if(CMAKE_CROSSCOMPILING)
+elseif(CMAKE_CROSSCOMPILING)
   # Every request crosses Wine's server; the other builds hold all of them.
-  list(APPEND lisp_test_environment LISP_DIFFERENTIAL_COUNT=600)
+  list(APPEND lisp_test_environment
+       LISP_DIFFERENTIAL_COUNT=600
+       LISP_FAULT_STRIDE=211
+       LISP_FAULT_TIME_LIMIT=3000
+       LISP_FAULT_THREADS=4
+       LISP_START_COUNT=40)
 endif()
 
 # lisp_quicken_build(<test program>)
