@@ -66,9 +66,9 @@ struct RunReport {
 [[nodiscard]] std::string_view explainRunEnd(RunEnd end);
 
 // Evaluates `program` and has `answer` perform every call that it needs, until it ends or is
-// cancelled; without `answer`, at its first call. A call whose arguments cannot be told from their text (HostCall::unreadable) is
-// passed on all the same: its name and the text are there. Empty when the conversation is over;
-// client.fault() says why.
+// cancelled; without `answer`, at its first call. A call whose arguments cannot be told from their
+// text (HostCall::unreadable) is passed on all the same: its name and the text are there. Empty
+// when the conversation is over; client.fault() says why.
 [[nodiscard]] std::optional<RunReport> runProgram(WorkerClient& client, std::string_view program,
                                                   const Answerer& answer,
                                                   const RunSettings& settings = {});

@@ -7,9 +7,9 @@ if(LISP_HARDEN AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT LISP_SANITIZE)
   # An index out of range or an empty optional ends the process.
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
   if(NOT WIN32)  # cmake/mingw-w64.cmake has the flags for Windows.
-    include(CheckPIESupported)
-    check_pie_supported(LANGUAGES CXX)
-    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+    # Distributions build their compilers so that executables are position independent anyway, and
+    # tools/check_packages looks. CMake's own switch would compile libraries as if they were shared,
+    # whose functions cannot be put in line.
     add_compile_options(
       -fstack-protector-strong -fstack-clash-protection -fcf-protection=full -U_FORTIFY_SOURCE
       -D_FORTIFY_SOURCE=3)
