@@ -1,18 +1,22 @@
 #include "console/command_line.h"
 
-#include <cstddef>
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "console/commands.h"
 
 namespace console {
+namespace {
 
-const std::string_view kUsage = R"(usage: lisp_console --worker PATH PROGRAM...
+constexpr const char* kDescription =
+    R"(Runs programs in the worker's LISP dialect against a drawing in memory, shows the conversation with
+the worker, explains errors, and draws what became of the drawing. All programs share the worker and
+the drawing, in the order given. Without a program it reads forms from a prompt.)";
 
-Starts the worker at PATH as a process of its own and runs each PROGRAM, a file in the worker's
-LISP dialect, against a small drawing in memory. Prints what goes over the pipes in either
-direction, and what became of the drawing. All programs share the worker and the drawing, in the
-order given.
-
+constexpr const char* kNotes = R"(
 A program can say in comments how it wants to be run. Each takes a line of its own:
-
+  ;@ drawing FILE                   begin with this drawing; paths count from the program's directory
+  ;@ load FILE                      run this library first
   ;@ answer CALL TEXT               send TEXT, as it stands, as the answer to the next host call
                                     CALL that has none yet: ;@ answer GETPOINT (10 20 0)
   ;@ entity LIST                    put an entity into the drawing first:
@@ -20,15 +24,19 @@ A program can say in comments how it wants to be run. Each takes a line of its o
   ;@ system S (NUMBERS)             before the program, make S (0 to 4) the coordinate system with
                                     these origin_x origin_y a b c d z_scale z_offset
   ;@ system S at-call N (NUMBERS)   the same while the program's call N waits for its answer
+  ;@ picture axes cells             what its picture shows besides the drawing
   ;@ expect value DATUM             the program ends with this value,
   ;@ expect error MESSAGE           or with this message,
   ;@ expect refusal STATUS          or with this status and nothing else
 
-Calls without an answer in the script are answered from the drawing (SSGET, ENTGET, ENTMAKE,
-ENTMAKEX, ENTMOD, OSNAP, COMMAND, COMMAND-S) or by rule: GETPOINT picks (0 0 0), (100 50 0),
-(200 100 0) and so on, GETCORNER the point (100 50 0) away from its base point, GETDIST 10.
+Calls without an answer in the program are answered from the --answers file, by you with --ask, from
+the drawing (SSGET, ENTGET, ENTMAKE, ENTMAKEX, ENTMOD, OSNAP, COMMAND, COMMAND-S) or by rule:
+GETPOINT picks (0 0 0), (100 50 0), (200 100 0) and so on, GETCORNER the point (100 50 0) away from
+its base point, GETDIST 10. COMMAND knows
+)";
 
-Programs run under coordinate context 1, with the systems
+constexpr const char* kSystemsAndCodes = R"(
+Programs run under coordinate context 1, with the systems of the drawing file, or else
   0  the world, in millimetres
   1  a plan: turned left by 90 degrees, its origin at (100 50 0)
   2  inches: 25.4 mm each
@@ -36,43 +44,94 @@ Programs run under coordinate context 1, with the systems
   4  a shadow on the x axis, which cannot be converted back: a target only for errors
 
 Exit codes: 0 every program ended as it expects, or with a value if it expects nothing; 1 some
-program did not; 2 the command line, a program file or its comments could not be used; 3 the worker
-could not be started or broke off.
+program did not, or check has found an error; 2 the command line or a file could not be used; 3 the
+worker could not be started or broke off.
 )";
 
+std::string notes() {
+  std::string text = kNotes;
+  for (const std::string_view summary : commandSummaries()) {
+    text += "  " + std::string(summary) + "\n";
+  }
+  return text + kSystemsAndCodes;
+}
+
+// The parser, with every option tied to a field of `line`.
+void defineOptions(CLI::App& app, CommandLine& line) {
+  app.set_help_flag("-h,--help", "This text");
+  app.name("\nWhat it takes:");
+  app.add_option("PROGRAM", line.program_paths, "Files in the dialect");
+  app.add_option("--worker", line.worker_path, "The worker; else lisp_worker beside this program")
+      ->type_name("PATH");
+  app.add_option("--load", line.library_paths, "Run this library first")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+  app.add_option("--drawing", line.drawing_path, "Begin with this drawing, a JSON file")
+      ->type_name("FILE");
+  app.add_option("--save", line.save_path, "Write the drawing at the end")->type_name("FILE");
+  app.add_option("--picture", line.picture_paths, "Draw it before and after, as .svg or .png")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+  app.add_flag("--axes", line.shows_axes, "Show the coordinate systems in the picture");
+  app.add_flag("--cells", line.shows_cells, "Show the cells in the picture");
+  app.add_option("--answers", line.answers_path,
+                 "Answer host calls from lines such as GETPOINT (10 20 0)")
+      ->type_name("FILE");
+  app.add_flag("--ask", line.asks, "Ask you for points, distances and selections");
+  app.add_flag("--brief", line.is_brief, "Only results, errors and changes, no conversation");
+  app.add_flag("--all-calls", line.shows_all_calls, "Show every host call, however many");
+}
+
+bool isPicturePath(const std::string& path) {
+  return path.ends_with(".svg") || path.ends_with(".png");
+}
+
+// What is wrong with options that can each be read; otherwise empty.
+std::string whyUnusable(const CommandLine& line) {
+  if (line.check && line.program_paths.empty()) return "check needs a program";
+  for (const std::string& path : line.picture_paths) {
+    if (!isPicturePath(path)) return "--picture " + path + ": the name must end in .svg or .png";
+  }
+  if (line.asks && !line.answers_path.empty()) return "--ask and --answers exclude each other";
+  return "";
+}
+
+}  // namespace
+
+std::string usage() {
+  CommandLine line;
+  CLI::App app;
+  defineOptions(app, line);
+  return "usage: lisp_console [OPTIONS] [PROGRAM...]\n"
+         "       lisp_console check [--load FILE] PROGRAM...\n\n" +
+         std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
+}
+
 std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> arguments,
-                                            std::string& error) {
-  CommandLine command_line;
-  bool options_end = false;  // After "--" every argument is a program.
-  for (std::size_t n = 0; n < arguments.size(); ++n) {
-    const std::string_view argument = arguments[n];
-    if (options_end || !argument.starts_with('-')) {
-      command_line.program_paths.emplace_back(argument);
-    } else if (argument == "--") {
-      options_end = true;
-    } else if (argument == "--help" || argument == "-h") {
-      command_line.help = true;
-      return command_line;
-    } else if (argument == "--worker") {
-      if (n + 1 == arguments.size()) {
-        error = "--worker needs the path of a worker";
-        return std::nullopt;
-      }
-      command_line.worker_path = arguments[++n];
-    } else {
-      error = "unknown option: " + std::string(argument);
-      return std::nullopt;
-    }
-  }
-  if (command_line.worker_path.empty()) {
-    error = "no worker given: --worker PATH";
+                                            const std::string& default_worker, std::string& error) {
+  CommandLine line;
+  line.worker_path = default_worker;
+  // A word in front, not an option: so that a program may be named like it behind "--".
+  line.check = !arguments.empty() && arguments.front() == "check";
+  std::vector<std::string> reversed(arguments.begin() + (line.check ? 1 : 0), arguments.end());
+  const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
+  line.help = std::any_of(reversed.begin(), options_end, [](const std::string& argument) {
+    return argument == "--help" || argument == "-h";
+  });
+  if (line.help) return line;
+  std::reverse(reversed.begin(), reversed.end());  // As the parser takes them.
+  CLI::App app;
+  defineOptions(app, line);
+  try {
+    app.parse(reversed);
+  } catch (const CLI::ParseError& failure) {
+    error = failure.what();
+    std::replace(error.begin(), error.end(), '\n', ' ');
     return std::nullopt;
   }
-  if (command_line.program_paths.empty()) {
-    error = "no program given";
-    return std::nullopt;
-  }
-  return command_line;
+  error = whyUnusable(line);
+  if (!error.empty()) return std::nullopt;
+  return line;
 }
 
 }  // namespace console

@@ -1,4 +1,4 @@
-// What the user asked for: lisp_console --worker PATH PROGRAM...
+// What the user asked for: the arguments of lisp_console.
 
 #ifndef CONSOLE_COMMAND_LINE_H_
 #define CONSOLE_COMMAND_LINE_H_
@@ -12,18 +12,30 @@
 namespace console {
 
 struct CommandLine {
-  bool help = false;  // Nothing else counts then.
+  bool help = false;   // Nothing else counts then.
+  bool check = false;  // Look at the programs without running them.
   std::string worker_path;
-  std::vector<std::string> program_paths;  // At least one, in the order given.
+  std::vector<std::string> program_paths;  // In the order given; none for the prompt.
+  std::vector<std::string> library_paths;
+  std::string drawing_path;  // This and the next are empty where nothing was given.
+  std::string save_path;
+  std::vector<std::string> picture_paths;
+  std::string answers_path;
+  bool asks = false;
+  bool is_brief = false;
+  bool shows_all_calls = false;
+  bool shows_axes = false;
+  bool shows_cells = false;
 };
 
 // What --help prints.
-extern const std::string_view kUsage;
+[[nodiscard]] std::string usage();
 
-// Reads the arguments after the program's own name. Empty when they make no sense, with the reason
-// in `error`.
+// Reads the arguments after the program's own name. `default_worker` is the worker where none is
+// named. Empty when they make no sense, with the reason in `error`.
 [[nodiscard]] std::optional<CommandLine> parseCommandLine(
-    std::span<const std::string_view> arguments, std::string& error);
+    std::span<const std::string_view> arguments, const std::string& default_worker,
+    std::string& error);
 
 }  // namespace console
 

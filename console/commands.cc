@@ -2,120 +2,487 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
-#include <iterator>
-#include <string_view>
+#include <optional>
 #include <utility>
-#include <vector>
+
+#include "console/colour.h"
+#include "console/command_input.h"
+#include "console/shape.h"
 
 namespace console {
 
-using client::asList;
-using client::asString;
 using client::Datum;
 using client::DatumList;
+using client::Point;
 
 namespace {
 
-std::string commandName(std::string_view typed) {
-  std::string name(typed);
-  std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-  });
-  return name;
+Datum pointDatum(const Point& point) { return client::point(point.x, point.y, point.z); }
+
+DatumList groupsOf(const char* type, const Point& at) {
+  return {makeGroup(kTypeGroup, client::string(type)), makeGroup(kPointGroup, pointDatum(at))};
 }
 
-// Adds all of `entities` or none. "added E1 E2", or the reason.
-std::string addAll(Drawing& drawing, const std::vector<DatumList>& entities) {
-  Drawing changed = drawing;
-  std::string done = "added";
+DatumList circleGroups(const Point& centre, double radius) {
+  DatumList groups = groupsOf("CIRCLE", centre);
+  groups.push_back(makeGroup(kSizeGroup, client::number(radius)));
+  return groups;
+}
+
+// Every command works on a copy of the drawing, and reports what it has done or leaves the reason
+// why it could not in its input.
+class CommandRun {
+ public:
+  CommandRun(Drawing& drawing, CommandInput& input) : drawing_(drawing), input_(input) {}
+
+  std::string line();
+  std::string polyline();
+  std::string circle();
+  std::string arc();
+  std::string point();
+  std::string text();
+  std::string move();
+  std::string copy();
+  std::string rotate();
+  std::string scale();
+  std::string mirror();
+  std::string erase();
+  std::string layer();
+  std::string zoom();
+
+ private:
+  using Handles = std::vector<std::string>;
+
+  // Points up to Enter or the word C, which closes; at least `count_min`.
+  std::vector<Point> takePoints(std::size_t count_min, bool& closes);
+  std::string add(const std::vector<DatumList>& entities);
+  std::optional<Handles> takeSelection();
+  std::string transformAll(const char* done, const Handles& handles, const Similarity& mapping);
+  Handles copyAll(const Handles& handles, const Similarity& mapping);
+  std::string setLayerOption(bool& is_option);
+
+  Drawing& drawing_;
+  CommandInput& input_;
+};
+
+std::string listed(const char* done, const std::vector<std::string>& handles) {
+  std::string text = done;
+  for (const std::string& handle : handles) text += " " + handle;
+  return text;
+}
+
+// The centre of the circle through three points; empty when they lie on a line.
+std::optional<Point> centreOf(const Point& p, const Point& q, const Point& r) {
+  const double ax = q.x - p.x;
+  const double ay = q.y - p.y;
+  const double bx = r.x - p.x;
+  const double by = r.y - p.y;
+  const double twice_area = ax * by - ay * bx;
+  const double scale = (ax * ax + ay * ay) + (bx * bx + by * by);
+  if (!(std::fabs(twice_area) > 1e-12 * scale)) return std::nullopt;
+  const double aa = ax * ax + ay * ay;
+  const double bb = bx * bx + by * by;
+  return Point{p.x + (by * aa - ay * bb) / (2 * twice_area),
+               p.y + (ax * bb - bx * aa) / (2 * twice_area), p.z};
+}
+
+double directionOf(const Point& from, const Point& to) {
+  return std::atan2(to.y - from.y, to.x - from.x);
+}
+
+double distanceOf(const Point& from, const Point& to) {
+  return std::hypot(to.x - from.x, to.y - from.y);
+}
+
+std::vector<Point> CommandRun::takePoints(std::size_t count_min, bool& closes) {
+  std::vector<Point> points;
+  closes = false;
+  while (points.size() < count_min || !input_.takeEnter()) {
+    if (points.size() > 2 && input_.takeWord("C")) {
+      closes = true;
+      break;
+    }
+    const auto point = input_.takePoint(points.empty() ? "a point" : "another point");
+    if (!point) break;
+    points.push_back(*point);
+  }
+  return points;
+}
+
+std::string CommandRun::add(const std::vector<DatumList>& entities) {
+  Handles handles;
   for (const DatumList& groups : entities) {
     std::string refusal;
-    const auto handle = changed.add(client::list(groups), refusal);
-    if (!handle) return "nothing done: " + refusal;
-    done += " " + *handle;
+    const auto handle = drawing_.add(client::list(groups), refusal);
+    if (!handle) {
+      input_.fail(refusal);
+      return "";
+    }
+    handles.push_back(*handle);
   }
-  drawing = std::move(changed);
+  return listed("added", handles);
+}
+
+std::string CommandRun::line() {
+  bool closes = false;
+  std::vector<Point> points = takePoints(2, closes);
+  if (closes) points.push_back(points.front());
+  std::vector<DatumList> lines;
+  for (std::size_t n = 1; n < points.size(); ++n) {
+    DatumList groups = groupsOf("LINE", points[n - 1]);
+    groups.push_back(makeGroup(kEndPointGroup, pointDatum(points[n])));
+    lines.push_back(std::move(groups));
+  }
+  return add(lines);
+}
+
+std::string CommandRun::polyline() {
+  bool closes = false;
+  const std::vector<Point> points = takePoints(2, closes);
+  if (points.size() < 2) return "";
+  DatumList groups = {makeGroup(kTypeGroup, client::string("POLYLINE")),
+                      makeGroup(kClosedGroup, client::number(closes ? 1 : 0))};
+  for (const Point& point : points) groups.push_back(makeGroup(kPointGroup, pointDatum(point)));
+  return add({groups});
+}
+
+std::string CommandRun::circle() {
+  if (input_.takeWord("2P")) {
+    const auto p = input_.takePoint("an end of a diameter");
+    const auto q = p ? input_.takePoint("its other end") : std::nullopt;
+    if (!q) return "";
+    return add(
+        {circleGroups({(p->x + q->x) / 2, (p->y + q->y) / 2, p->z}, distanceOf(*p, *q) / 2)});
+  }
+  if (input_.takeWord("3P")) {
+    const auto p = input_.takePoint("a point on the circle");
+    const auto q = p ? input_.takePoint("a second point on the circle") : std::nullopt;
+    const auto r = q ? input_.takePoint("a third point on the circle") : std::nullopt;
+    if (!r) return "";
+    const auto centre = centreOf(*p, *q, *r);
+    if (!centre) {
+      input_.fail("three points on a line make no circle");
+      return "";
+    }
+    return add({circleGroups(*centre, distanceOf(*centre, *p))});
+  }
+  const auto centre = input_.takePoint("a centre");
+  if (!centre) return "";
+  const double factor = input_.takeWord("D") ? 0.5 : 1;
+  const auto size = input_.takeDistance("a radius", *centre);
+  return size ? add({circleGroups(*centre, *size * factor)}) : "";
+}
+
+std::string CommandRun::arc() {
+  std::optional<Point> centre;
+  std::optional<Point> start;
+  std::optional<Point> end;
+  if (input_.takeWord("C")) {
+    centre = input_.takePoint("a centre");
+    start = centre ? input_.takePoint("a start") : std::nullopt;
+    end = start ? input_.takePoint("an end") : std::nullopt;
+    if (!end) return "";
+  } else {
+    start = input_.takePoint("a start");
+    const auto between = start ? input_.takePoint("a point on the arc") : std::nullopt;
+    end = between ? input_.takePoint("an end") : std::nullopt;
+    if (!end) return "";
+    centre = centreOf(*start, *between, *end);
+    if (!centre) {
+      input_.fail("three points on a line make no arc");
+      return "";
+    }
+    const double turn = (between->x - start->x) * (end->y - start->y) -
+                        (between->y - start->y) * (end->x - start->x);
+    if (turn < 0) std::swap(start, end);  // An arc is kept against the clock.
+  }
+  DatumList groups = groupsOf("ARC", *centre);
+  groups.push_back(makeGroup(kSizeGroup, client::number(distanceOf(*centre, *start))));
+  groups.push_back(makeGroup(kStartAngleGroup, client::number(directionOf(*centre, *start))));
+  groups.push_back(makeGroup(kEndAngleGroup, client::number(directionOf(*centre, *end))));
+  return add({groups});
+}
+
+std::string CommandRun::point() {
+  bool closes = false;
+  std::vector<DatumList> entities;
+  for (const Point& at : takePoints(1, closes)) entities.push_back(groupsOf("POINT", at));
+  return add(entities);
+}
+
+std::string CommandRun::text() {
+  double alignment = 0;
+  if (input_.takeWord("J")) {
+    if (input_.takeWord("C")) {
+      alignment = 1;
+    } else if (input_.takeWord("R")) {
+      alignment = 2;
+    } else if (!input_.takeWord("L")) {
+      input_.fail("needs L, C or R after J" + (input_.atEnd() ? "" : ", not " + input_.next()));
+      return "";
+    }
+  }
+  const auto at = input_.takePoint("a place");
+  if (!at) return "";
+  const auto height = input_.takeDistance("a height", *at);
+  if (!height) return "";
+  const auto angle = input_.takeAngle("an angle");
+  if (!angle) return "";
+  const auto words = input_.takeText("a text");
+  if (!words) return "";
+  DatumList groups = groupsOf("TEXT", *at);
+  groups.push_back(makeGroup(kSizeGroup, client::number(*height)));
+  groups.push_back(makeGroup(kTextGroup, client::string(*words)));
+  if (*angle != 0) groups.push_back(makeGroup(kStartAngleGroup, client::number(*angle)));
+  if (alignment != 0) groups.push_back(makeGroup(kAlignmentGroup, client::number(alignment)));
+  return add({groups});
+}
+
+std::optional<CommandRun::Handles> CommandRun::takeSelection() {
+  auto handles = input_.takeSelection(drawing_);
+  if (handles) drawing_.setPreviousSelection(*handles);
+  return handles;
+}
+
+std::string CommandRun::transformAll(const char* done, const Handles& handles,
+                                     const Similarity& mapping) {
+  for (const std::string& handle : handles) drawing_.transform(handle, mapping);
+  return listed(done, handles);
+}
+
+CommandRun::Handles CommandRun::copyAll(const Handles& handles, const Similarity& mapping) {
+  Handles copies;
+  for (const std::string& handle : handles) {
+    std::string refusal;
+    const auto copy =
+        drawing_.add(client::list(transformed(drawing_.find(handle)->groups, mapping)), refusal);
+    if (copy) copies.push_back(*copy);
+  }
+  return copies;
+}
+
+std::string CommandRun::move() {
+  const auto handles = takeSelection();
+  const auto from = handles ? input_.takePoint("a base point") : std::nullopt;
+  const auto to = from ? input_.takePoint("a second point") : std::nullopt;
+  return to ? transformAll("moved", *handles, translation(to->x - from->x, to->y - from->y)) : "";
+}
+
+std::string CommandRun::copy() {
+  const auto handles = takeSelection();
+  const auto from = handles ? input_.takePoint("a base point") : std::nullopt;
+  auto to = from ? input_.takePoint("a second point") : std::nullopt;
+  Handles copies;
+  while (to) {
+    const Handles made = copyAll(*handles, translation(to->x - from->x, to->y - from->y));
+    copies.insert(copies.end(), made.begin(), made.end());
+    to = input_.atPoint() ? input_.takePoint("a second point") : std::nullopt;
+  }
+  return listed("added copies", copies);
+}
+
+std::string CommandRun::rotate() {
+  const auto handles = takeSelection();
+  const auto centre = handles ? input_.takePoint("a centre") : std::nullopt;
+  const auto angle = centre ? input_.takeAngle("an angle") : std::nullopt;
+  return angle ? transformAll("rotated", *handles, rotation(*centre, *angle)) : "";
+}
+
+std::string CommandRun::scale() {
+  const auto handles = takeSelection();
+  const auto centre = handles ? input_.takePoint("a centre") : std::nullopt;
+  const auto factor = centre ? input_.takeNumber("a factor") : std::nullopt;
+  if (!factor) return "";
+  if (!(*factor > 0)) {
+    input_.fail("needs a factor above 0");
+    return "";
+  }
+  return transformAll("scaled", *handles, scaling(*centre, *factor));
+}
+
+std::string CommandRun::mirror() {
+  const auto handles = takeSelection();
+  const auto from = handles ? input_.takePoint("a point of the mirror line") : std::nullopt;
+  const auto to = from ? input_.takePoint("a second point of the mirror line") : std::nullopt;
+  if (!to) return "";
+  if (distanceOf(*from, *to) == 0) {
+    input_.fail("two equal points make no mirror line");
+    return "";
+  }
+  const Similarity mapping = reflection(*from, *to);
+  if (input_.takeWord("Y")) return transformAll("mirrored", *handles, mapping);
+  if (!input_.takeWord("N")) input_.takeEnter();
+  return listed("added mirrored", copyAll(*handles, mapping));
+}
+
+std::string CommandRun::erase() {
+  const auto handles = takeSelection();
+  if (!handles) return "";
+  for (const std::string& handle : *handles) drawing_.erase(handle);
+  return listed("erased", *handles);
+}
+
+std::vector<std::string> splitNames(std::string_view names) {
+  std::vector<std::string> split;
+  for (std::size_t begin = 0; begin <= names.size();) {
+    const std::size_t end = std::min(names.find(',', begin), names.size());
+    if (end != begin) split.emplace_back(names.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return split;
+}
+
+// One option of LAYER; `is_option` is false when none comes next.
+std::string CommandRun::setLayerOption(bool& is_option) {
+  is_option = true;
+  if (input_.takeWord("N")) {
+    const auto names = input_.takeText("names of layers");
+    if (!names) return "";
+    for (const std::string& name : splitNames(*names)) drawing_.layer(name);
+    return "layer " + *names;
+  }
+  if (input_.takeWord("C")) {
+    const auto colour_text = input_.atEnd() ? std::nullopt : readColour(input_.next());
+    if (!colour_text) {
+      input_.fail("needs a colour, 1 to 255 or a name such as red" +
+                  (input_.atEnd() ? "" : ", not " + input_.next()));
+      return "";
+    }
+    input_.takeAny();
+    const auto names = input_.takeText("names of layers");
+    if (!names) return "";
+    const auto layers = names->empty() ? std::vector{drawing_.currentLayer()} : splitNames(*names);
+    for (const std::string& name : layers) drawing_.layer(name).colour = *colour_text;
+    return "colour " + std::to_string(*colour_text) + " for " +
+           (names->empty() ? drawing_.currentLayer() : *names);
+  }
+  const bool turns_on = input_.takeWord("ON");
+  if (turns_on || input_.takeWord("OFF")) {
+    const auto names = input_.takeText("names of layers");
+    if (!names) return "";
+    for (const std::string& name : splitNames(*names)) drawing_.layer(name).is_visible = turns_on;
+    return *names + (turns_on ? " on" : " off");
+  }
+  if (!input_.takeWord("M")) input_.takeWord("S");
+  const auto name = input_.takeText("a name");
+  if (!name || name->empty()) {
+    if (name) input_.fail("needs a name");
+    return "";
+  }
+  drawing_.setCurrentLayer(*name);
+  return "the current layer is " + *name;
+}
+
+std::string CommandRun::layer() {
+  std::string done;
+  do {
+    bool is_option = false;
+    const std::string step = setLayerOption(is_option);
+    if (step.empty()) return "";
+    done += (done.empty() ? "" : ", ") + step;
+  } while (!input_.takeEnter());
   return done;
 }
 
-std::string runLine(Drawing& drawing, const DatumList& points) {
-  if (points.size() < 2) return "nothing done: a line needs two points";
-  std::vector<DatumList> lines;
-  for (std::size_t n = 0; n + 1 < points.size(); ++n) {
-    lines.push_back({makeGroup(kTypeGroup, client::string("LINE")),
-                     makeGroup(kPointGroup, points[n]), makeGroup(kEndPointGroup, points[n + 1])});
+std::string CommandRun::zoom() {
+  if (input_.takeWord("E") || input_.takeWord("A")) {
+    drawing_.setView(std::nullopt);
+    return "the view is the whole drawing";
   }
-  return addAll(drawing, lines);
-}
-
-std::string runCircle(Drawing& drawing, const DatumList& arguments) {
-  if (arguments.size() != 2) return "nothing done: a circle needs a centre and a radius";
-  return addAll(drawing,
-                {{makeGroup(kTypeGroup, client::string("CIRCLE")),
-                  makeGroup(kPointGroup, arguments[0]), makeGroup(kSizeGroup, arguments[1])}});
-}
-
-std::string runPoint(Drawing& drawing, const DatumList& points) {
-  if (points.empty()) return "nothing done: no point";
-  std::vector<DatumList> entities;
-  for (const Datum& point : points) {
-    entities.push_back(
-        {makeGroup(kTypeGroup, client::string("POINT")), makeGroup(kPointGroup, point)});
+  Box box;
+  if (input_.takeWord("W")) {
+    const auto corner = input_.takePoint("a corner");
+    const auto opposite = corner ? input_.takePoint("the opposite corner") : std::nullopt;
+    if (!opposite) return "";
+    box = boxBetween(*corner, *opposite);
+  } else if (input_.takeWord("C")) {
+    const auto centre = input_.takePoint("a centre");
+    const auto height = centre ? input_.takeNumber("a height") : std::nullopt;
+    if (!height) return "";
+    const double half = *height / 2;
+    box = boxBetween({centre->x - half, centre->y - half, 0},
+                     {centre->x + half, centre->y + half, 0});
+  } else {
+    input_.fail("needs E, A, W or C" + (input_.atEnd() ? "" : ", not " + input_.next()));
+    return "";
   }
-  return addAll(drawing, entities);
-}
-
-std::string runErase(Drawing& drawing, const DatumList& arguments) {
-  DatumList handles;
-  for (const Datum& argument : arguments) {
-    const DatumList* const set = asList(argument);
-    if (set == nullptr) {
-      handles.push_back(argument);
-    } else if (!set->empty()) {
-      std::copy(std::next(set->begin()), set->end(), std::back_inserter(handles));
-    }
+  if (!(box.width() > 0 && box.height() > 0)) {
+    input_.fail("needs a view that is not empty");
+    return "";
   }
-  std::string done;
-  for (const Datum& datum : handles) {
-    const auto handle = asString(datum);
-    if (handle && drawing.erase(*handle)) done += " " + std::string(*handle);
-  }
-  return done.empty() ? "nothing done: nothing to erase" : "erased" + done;
-}
-
-std::string runLayer(Drawing& drawing, const DatumList& arguments) {
-  const auto name = arguments.empty() ? std::nullopt : asString(arguments.back());
-  if (!name) return "nothing done: a layer needs a name";
-  drawing.setCurrentLayer(*name);
-  return "the current layer is " + std::string(*name);
+  drawing_.setView(box);
+  return "the view is set";
 }
 
 struct Command {
   std::string_view name;
-  std::string (*run)(Drawing& drawing, const DatumList& arguments);
+  std::string (CommandRun::*run)();
+  std::string_view summary;
 };
 
-constexpr std::array<Command, 5> kCommands = {{{"LINE", runLine},
-                                               {"CIRCLE", runCircle},
-                                               {"POINT", runPoint},
-                                               {"ERASE", runErase},
-                                               {"LAYER", runLayer}}};
+constexpr std::array kCommands = {
+    Command{"LINE", &CommandRun::line, R"(LINE point point... [C] "")"},
+    Command{"PLINE", &CommandRun::polyline, R"(PLINE point point... [C] "")"},
+    Command{"CIRCLE", &CommandRun::circle, "CIRCLE centre radius | centre D diameter | 2P | 3P"},
+    Command{"ARC", &CommandRun::arc, "ARC point point point | C centre start end"},
+    Command{"POINT", &CommandRun::point, R"(POINT point... "")"},
+    Command{"TEXT", &CommandRun::text, "TEXT [J L|C|R] point height angle text"},
+    Command{"MOVE", &CommandRun::move, R"(MOVE selection "" from to)"},
+    Command{"COPY", &CommandRun::copy, R"(COPY selection "" from to [to...] "")"},
+    Command{"ROTATE", &CommandRun::rotate, R"(ROTATE selection "" centre angle)"},
+    Command{"SCALE", &CommandRun::scale, R"(SCALE selection "" centre factor)"},
+    Command{"MIRROR", &CommandRun::mirror, R"(MIRROR selection "" point point [Y|N])"},
+    Command{"ERASE", &CommandRun::erase, R"(ERASE selection "")"},
+    Command{"LAYER", &CommandRun::layer,
+            R"(LAYER [M|N|S name] [C colour names] [ON|OFF names] "")"},
+    Command{"ZOOM", &CommandRun::zoom, "ZOOM E|A | W corner corner | C centre height"},
+};
+
+std::string runNext(Drawing& drawing, CommandInput& input) {
+  const auto typed = input.takeText("the name of a command");
+  if (!typed) return "";
+  const std::string name = upperCase(*typed);
+  const auto command = std::find_if(kCommands.begin(), kCommands.end(),
+                                    [&name](const Command& known) { return known.name == name; });
+  if (command == kCommands.end()) {
+    input.setCommand("there is no command " + name);
+    std::string names;
+    for (const Command& known : kCommands) names += " " + std::string(known.name);
+    input.fail("this host knows" + names);
+    return "";
+  }
+  input.setCommand(name);
+  Drawing changed = drawing;
+  std::string done = (CommandRun(changed, input).*command->run)();
+  if (input.error().empty()) drawing = std::move(changed);
+  return done;
+}
 
 }  // namespace
 
+std::vector<std::string_view> commandSummaries() {
+  std::vector<std::string_view> summaries;
+  for (const Command& command : kCommands) summaries.push_back(command.summary);
+  return summaries;
+}
+
 std::string runCommand(Drawing& drawing, const DatumList& arguments) {
-  DatumList given;
-  std::copy_if(arguments.begin(), arguments.end(), std::back_inserter(given),
-               [](const Datum& argument) { return asString(argument) != ""; });
-  const auto typed = given.empty() ? std::nullopt : asString(given.front());
-  if (!typed) return "nothing done: no command";
-  const std::string name = commandName(*typed);
-  const auto command = std::find_if(kCommands.begin(), kCommands.end(),
-                                    [&name](const Command& known) { return known.name == name; });
-  if (command == kCommands.end()) return "nothing done: unknown command " + name;
-  given.erase(given.begin());
-  return command->run(drawing, given);
+  CommandInput input(arguments);
+  input.setCommand("COMMAND");
+  std::string done;
+  do {
+    while (!input.atEnd() && input.takeEnter()) {
+    }
+    if (input.atEnd()) break;
+    const std::string step = runNext(drawing, input);
+    if (!input.error().empty()) {
+      return (done.empty() ? "nothing done: " : done + "; then nothing: ") + input.error();
+    }
+    done += (done.empty() ? "" : "; ") + step;
+  } while (!input.atEnd());
+  return done.empty() ? "nothing done: no command" : done;
 }
 
 }  // namespace console

@@ -1,23 +1,36 @@
-// The few commands that COMMAND and COMMAND-S can run on the drawing.
+// The commands that COMMAND and COMMAND-S can run on the drawing.
 
 #ifndef CONSOLE_COMMANDS_H_
 #define CONSOLE_COMMANDS_H_
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "client/datum.h"
 #include "console/drawing.h"
 
 namespace console {
 
-// Runs the command that the first of `arguments` names, in either case, with or without a leading
-// underscore, dot or hyphen; empty strings, which stand for the Enter key, are passed over:
-//   LINE point point...        a line from each point to the next
-//   CIRCLE centre radius
-//   POINT point...
-//   ERASE handle-or-set...     handles and selection sets
-//   LAYER name                 makes it the current one; options before the name are passed over
-// Entities go on the current layer. Returns what was done, or why nothing was, for a person.
+// One line for each command: its name and inputs, for a person.
+[[nodiscard]] std::vector<std::string_view> commandSummaries();
+
+// Runs the commands that `arguments` hold, one after the other; command_input.h tells how inputs
+// are written. Names and words may be in either case. "" stands for the Enter key:
+//   LINE point point... [C] ""            C closes
+//   PLINE point point... [C] ""
+//   CIRCLE centre radius | centre D diameter | 2P point point | 3P point point point
+//   ARC point point point | C centre start end      through three points; against the clock
+//   POINT point... ""
+//   TEXT [J L|C|R] point height angle text
+//   MOVE selection "" from to             COPY selection "" from to [to...] ""
+//   ROTATE selection "" centre angle      SCALE selection "" centre factor
+//   MIRROR selection "" point point [Y|N] Y erases the originals
+//   ERASE selection ""
+//   LAYER [M|N|S name] [C colour names] [ON|OFF names] ""      names separated by commas
+//   ZOOM E|A | W corner corner | C centre height
+// Entities go on the current layer. A command does all that it is told or nothing; after one that
+// fails the rest is not run. Returns what was done, or why nothing was, for a person.
 std::string runCommand(Drawing& drawing, const client::DatumList& arguments);
 
 }  // namespace console

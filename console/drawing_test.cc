@@ -144,13 +144,42 @@ TEST_F(SelectionTest, TakesWhatHasEveryGroupOfTheFilter) {
   EXPECT_THAT(select(R"(("X" ((8 "C"))))"), IsEmpty());
 }
 
+TEST_F(SelectionTest, TakesPatternsForNames) {
+  EXPECT_THAT(select(R"((((0 "C*"))))"), ElementsAre("E3"));
+  EXPECT_THAT(select(R"((((0 "ARC,LINE"))))"), ElementsAre("E1", "E2"));
+  EXPECT_THAT(select(R"((((8 "?") (0 "*I*"))))"), ElementsAre("E1", "E2", "E3"));
+  EXPECT_THAT(select(R"((((8 "??"))))"), IsEmpty());
+}
+
+TEST_F(SelectionTest, TakesWhatLiesInOrTouchesAWindow) {
+  EXPECT_THAT(select(R"(("W" (0 0) (1 1)))"), ElementsAre("E1", "E2"));
+  EXPECT_THAT(select(R"(("C" (2 2) (0.5 0.5)))"), ElementsAre("E3"));
+  EXPECT_THAT(select(R"(("C" (1 -1) (0.9 1) ((0 "LINE"))))"), ElementsAre("E1", "E2"));
+  EXPECT_THAT(select(R"(("W" (5 5) (6 6)))"), IsEmpty());
+}
+
+TEST_F(SelectionTest, TakesTheLastAndThePrevious) {
+  EXPECT_THAT(select(R"(("L"))"), ElementsAre("E3"));
+  EXPECT_THAT(select(R"(("P"))"), IsEmpty());
+  drawing.setPreviousSelection({"E1", "E9"});
+  EXPECT_THAT(select(R"(("P"))"), ElementsAre("E1"));
+}
+
+TEST_F(SelectionTest, LeavesHiddenLayersOutUnlessAskedForAll) {
+  drawing.layer("B").is_visible = false;
+  EXPECT_THAT(select("()"), ElementsAre("E1"));
+  EXPECT_THAT(select(R"(("X"))"), ElementsAre("E1", "E2", "E3"));
+  EXPECT_THAT(select(R"(("C" (-1 -1) (2 2)))"), ElementsAre("E1"));
+}
+
 TEST_F(SelectionTest, SaysWhyItCannotSelect) {
   struct Row {
     const char* arguments;
     const char* refusal;
   };
   const Row rows[] = {
-      {R"(("W" (0 0) (1 1)))", "no way of selecting: W"},
+      {R"(("Q" (0 0) (1 1)))", "no way of selecting: Q"},
+      {R"(("W" (0 0)))", "a window needs two corners"},
       {R"(("X" 5))", "a filter is a list of groups"},
       {R"(("X" ("LINE")))", "a filter is a list of groups"},
       {R"((((0 "LINE" 1))))", "a filter is a list of groups"},

@@ -30,7 +30,7 @@ struct TypeRule {
   std::array<GroupRule, 4> groups;  // As many as have a name.
 };
 
-constexpr std::array<TypeRule, 5> kTypeRules = {{
+constexpr std::array<TypeRule, 6> kTypeRules = {{
     {"POINT", {{{kPointGroup, "at"}}}},
     {"LINE", {{{kPointGroup, "from"}, {kEndPointGroup, "to"}}}},
     {"CIRCLE", {{{kPointGroup, "centre"}, {kSizeGroup, "radius"}}}},
@@ -39,6 +39,7 @@ constexpr std::array<TypeRule, 5> kTypeRules = {{
        {kSizeGroup, "radius"},
        {kStartAngleGroup, "from angle"},
        {kEndAngleGroup, "to angle"}}}},
+    {"POLYLINE", {{{kPointGroup, "through"}}}},
     {"TEXT", {{{kPointGroup, "at"}, {kSizeGroup, "height"}, {kTextGroup, "text"}}}},
 }};
 
@@ -53,6 +54,11 @@ std::optional<double> groupCode(const Datum& datum) {
   const DatumList* const parts = asList(datum);
   if (parts == nullptr || parts->size() != 2) return std::nullopt;
   return asNumber(parts->front());
+}
+
+bool isWholeFrom(int lowest, int highest, const Datum& value) {
+  const double x = asNumber(value).value_or(lowest - 1);
+  return x >= lowest && x <= highest && x == std::floor(x);
 }
 
 std::string whyBadValue(int code, const Datum& value) {
@@ -70,6 +76,12 @@ std::string whyBadValue(int code, const Datum& value) {
     case kStartAngleGroup:
     case kEndAngleGroup:
       return asNumber(value) ? "" : "needs a number";
+    case kColourGroup:
+      return isWholeFrom(1, kColourByLayer, value) ? "" : "needs a colour from 1 to 256";
+    case kClosedGroup:
+      return isWholeFrom(0, 1, value) ? "" : "needs 0 or 1";
+    case kAlignmentGroup:
+      return isWholeFrom(0, 2, value) ? "" : "needs 0, 1 or 2";
     default:
       return "";
   }
@@ -111,6 +123,27 @@ std::string_view findStringGroup(const DatumList& groups, int code) {
   return value == nullptr ? std::string_view() : asString(*value).value_or(std::string_view());
 }
 
+double findNumberGroup(const DatumList& groups, int code, double otherwise) {
+  const Datum* const value = findGroup(groups, code);
+  return value == nullptr ? otherwise : asNumber(*value).value_or(otherwise);
+}
+
+std::optional<client::Point> readPoint(const Datum& datum) {
+  if (!isPoint(datum)) return std::nullopt;
+  const DatumList& parts = *asList(datum);
+  return client::Point{*asNumber(parts[0]), *asNumber(parts[1]),
+                       parts.size() == 3 ? *asNumber(parts[2]) : 0};
+}
+
+std::vector<client::Point> findPoints(const DatumList& groups, int code) {
+  std::vector<client::Point> points;
+  for (const Datum& group : groups) {
+    if (groupCode(group) != code) continue;
+    if (const auto point = readPoint(asList(group)->back())) points.push_back(*point);
+  }
+  return points;
+}
+
 bool isPoint(const Datum& datum) {
   const DatumList* const parts = asList(datum);
   return parts != nullptr && (parts->size() == 2 || parts->size() == 3) &&
@@ -134,11 +167,18 @@ std::string whyNoEntity(const Datum& datum) {
       return type + " needs a group " + std::to_string(required.code) + ", " + required.name;
     }
   }
-  for (const int code : {kLayerGroup, kTextGroup, kPointGroup, kEndPointGroup, kSizeGroup,
-                         kStartAngleGroup, kEndAngleGroup}) {
-    const Datum* const value = findGroup(*groups, code);
-    const std::string reason = value == nullptr ? "" : whyBadValue(code, *value);
-    if (!reason.empty()) return "group " + std::to_string(code) + " " + reason;
+  for (const int code :
+       {kLayerGroup, kTextGroup, kPointGroup, kEndPointGroup, kSizeGroup, kStartAngleGroup,
+        kEndAngleGroup, kColourGroup, kClosedGroup, kAlignmentGroup}) {
+    for (const Datum& group : *groups) {
+      if (groupCode(group) != code) continue;
+      const std::string reason = whyBadValue(code, asList(group)->back());
+      if (!reason.empty()) return "group " + std::to_string(code) + " " + reason;
+      if (type != "POLYLINE" || code != kPointGroup) break;  // Of the others the first counts.
+    }
+  }
+  if (type == "POLYLINE" && findPoints(*groups, kPointGroup).size() < 2) {
+    return "POLYLINE needs two groups 10, through";
   }
   // ENTGET must be able to hand everything back.
   std::string unwritable;
@@ -152,6 +192,14 @@ std::string describeEntity(const Entity& entity) {
                      std::string(findStringGroup(entity.groups, kLayerGroup));
   const TypeRule* const rule = findTypeRule(type);
   if (rule == nullptr) return line;
+  if (type == "POLYLINE") {
+    line +=
+        findNumberGroup(entity.groups, kClosedGroup, 0) == 1 ? ": closed, through" : ": through";
+    for (const Datum& group : entity.groups) {
+      if (groupCode(group) == kPointGroup) line += " " + displayValue(asList(group)->back());
+    }
+    return line;
+  }
   const char* separator = ": ";
   for (const GroupRule& group : rule->groups) {
     if (group.name == nullptr) continue;

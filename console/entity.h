@@ -5,19 +5,27 @@
 // its own, (10 (5 5 0)). The codes:
 //
 //   -1  handle, a string; ENTGET puts it first, ENTMOD finds the entity by it
-//    0  type, a string: POINT, LINE, CIRCLE, ARC or TEXT
+//    0  type, a string: POINT, LINE, CIRCLE, ARC, POLYLINE or TEXT
 //    8  layer, a string
 //    1  text            10  point: place, start or centre     11  point: end of a line
-//   40  radius or height, above 0      50, 51  start and end of an arc, in radians
+//   40  radius or height, above 0      50, 51  start and end of an arc, in radians, against the
+//                                              clock; 50 of a text its direction
+//   62  colour, 1 to 255; 256, or no such group, is the layer's
+//   70  1 for a closed polyline        72  a text begins at its point (0, or no such group), is
+//                                          centred on it (1) or ends there (2)
 //
-// Groups with other codes are kept and not looked at.
+// A polyline has a group 10 for each of its two or more vertices. Groups with other codes are kept
+// and not looked at.
 
 #ifndef CONSOLE_ENTITY_H_
 #define CONSOLE_ENTITY_H_
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "client/coordinates.h"
 #include "client/datum.h"
 
 namespace console {
@@ -31,6 +39,12 @@ inline constexpr int kEndPointGroup = 11;
 inline constexpr int kSizeGroup = 40;
 inline constexpr int kStartAngleGroup = 50;
 inline constexpr int kEndAngleGroup = 51;
+inline constexpr int kColourGroup = 62;
+inline constexpr int kClosedGroup = 70;
+inline constexpr int kAlignmentGroup = 72;
+
+// The colour number that means the layer's.
+inline constexpr int kColourByLayer = 256;
 
 struct Entity {
   std::string handle;
@@ -46,6 +60,15 @@ struct Entity {
 
 // The string in the first group with `code`; empty when there is none. A view into `groups`.
 [[nodiscard]] std::string_view findStringGroup(const client::DatumList& groups, int code);
+
+// The number in the first group with `code`; `otherwise` when there is none.
+[[nodiscard]] double findNumberGroup(const client::DatumList& groups, int code, double otherwise);
+
+// A point of two or three finite coordinates; empty when `datum` is none.
+[[nodiscard]] std::optional<client::Point> readPoint(const client::Datum& datum);
+
+// The points of all groups with `code`, in their order.
+[[nodiscard]] std::vector<client::Point> findPoints(const client::DatumList& groups, int code);
 
 // Whether `datum` is a list of two or three finite numbers.
 [[nodiscard]] bool isPoint(const client::Datum& datum);

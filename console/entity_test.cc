@@ -44,8 +44,9 @@ TEST(WhyNoEntity, TakesEveryKnownType) {
        {R"(((0 "POINT") (10 (1 2))))", R"(((0 "LINE") (8 "A") (10 (0 0 0)) (11 (1 0 0))))",
         R"(((0 "CIRCLE") (10 (0 0 0)) (40 0.5)))",
         R"(((0 "ARC") (10 (0 0)) (40 1) (50 0) (51 -3.14)))",
-        R"(((0 "TEXT") (10 (0 0)) (40 2.5) (1 "")))",
-        R"(((0 "POINT") (10 (1 2)) (999 anything) (62 (7))))"}) {
+        R"(((0 "TEXT") (10 (0 0)) (40 2.5) (1 "") (72 2) (50 1)))",
+        R"(((0 "POLYLINE") (70 1) (10 (0 0)) (10 (1 0)) (10 (1 1 1))))",
+        R"(((0 "POINT") (10 (1 2)) (999 anything) (999 (7)) (62 256)))"}) {
     EXPECT_EQ(whyNoEntity(read(text)), "") << text;
   }
 }
@@ -74,6 +75,12 @@ TEST(WhyNoEntity, SaysWhatIsWrong) {
       {R"(((0 "POINT") (8 WALLS) (10 (1 2))))", "group 8 needs a string that is not empty"},
       {R"(((0 "ARC") (10 (0 0)) (40 1) (50 "0") (51 1)))", "group 50 needs a number"},
       {R"(((0 "TEXT") (10 (0 0)) (40 1) (1 2)))", "group 1 needs a string"},
+      {R"(((0 "TEXT") (10 (0 0)) (40 1) (1 "") (72 3)))", "group 72 needs 0, 1 or 2"},
+      {R"(((0 "POINT") (10 (0 0)) (62 0)))", "group 62 needs a colour from 1 to 256"},
+      {R"(((0 "POINT") (10 (0 0)) (62 1.5)))", "group 62 needs a colour from 1 to 256"},
+      {R"(((0 "POLYLINE") (10 (0 0))))", "POLYLINE needs two groups 10, through"},
+      {R"(((0 "POLYLINE") (10 (0 0)) (10 5)))", "group 10 needs a point"},
+      {R"(((0 "POLYLINE") (10 (0 0)) (10 (1 1)) (70 2)))", "group 70 needs 0 or 1"},
   };
   for (const Row& row : rows) EXPECT_EQ(whyNoEntity(read(row.text)), row.reason) << row.text;
 }

@@ -37,30 +37,50 @@ const Host::CallEntry Host::kCalls[] = {
     {"OSNAP", &Host::snap},
 };
 
-Host::Host(Drawing& drawing, std::vector<ScriptedAnswer> script)
-    : drawing_(drawing), script_(std::move(script)) {}
+std::optional<HostAnswer> AnswerList::answer(const client::HostCall& call, Drawing& /*drawing*/) {
+  const auto found =
+      std::find_if(answers_.begin(), answers_.end(),
+                   [&call](const ScriptedAnswer& answer) { return answer.call == call.name; });
+  if (found != answers_.end()) {
+    HostAnswer answer{std::move(found->text), "from " + name_, ""};
+    answers_.erase(found);
+    return answer;
+  }
+  if (call.name != "GETPOINT" && call.name != "GETCORNER" && call.name != "GETDIST") {
+    return std::nullopt;
+  }
+  return HostAnswer{"nil", "",
+                    name_ + ": no answer is left for " + call.name + "; add a line such as " +
+                        call.name + (call.name == "GETDIST" ? " 10" : " (10 20 0)")};
+}
+
+Host::Host(Drawing& drawing, std::vector<ScriptedAnswer> script, Answerer* answerer)
+    : drawing_(drawing), script_(std::move(script)), answerer_(answerer) {}
 
 HostAnswer Host::answer(const client::EvalResult& waiting) {
   const auto scripted = std::find_if(
       script_.begin(), script_.end(),
       [&waiting](const ScriptedAnswer& answer) { return answer.call == waiting.call_name; });
   if (scripted != script_.end()) {
-    HostAnswer answer{std::move(scripted->text), "from the program's script"};
+    HostAnswer answer{std::move(scripted->text), "from the program's script", ""};
     script_.erase(scripted);
     return answer;
   }
   std::string error;
   const auto call = client::readHostCall(waiting, &error);
-  if (!call) return {"nil", "the arguments cannot be read: " + error};
+  if (!call) return {"nil", "the arguments cannot be read: " + error, ""};
+  if (answerer_ != nullptr) {
+    if (auto answer = answerer_->answer(*call, drawing_)) return *answer;
+  }
   const auto* const entry =
       std::find_if(std::begin(kCalls), std::end(kCalls),
                    [&call](const CallEntry& known) { return known.name == call->name; });
-  if (entry == std::end(kCalls)) return {"nil", "this host knows no such call"};
+  if (entry == std::end(kCalls)) return {"nil", "this host knows no such call", ""};
   std::string note;
   const Datum datum = (this->*entry->operation)(call->arguments, note);
   const auto text = client::answerText(datum, &error);
-  if (!text) return {"nil", note + "; cannot be answered: " + error};
-  return {*text, std::move(note)};
+  if (!text) return {"nil", note + "; cannot be answered: " + error, ""};
+  return {*text, std::move(note), ""};
 }
 
 Datum Host::pickPoint(const DatumList& /*arguments*/, std::string& note) {
@@ -89,6 +109,7 @@ Datum Host::select(const DatumList& arguments, std::string& note) {
     return client::nil();
   }
   note = std::to_string(handles->size()) + " selected";
+  drawing_.setPreviousSelection(*handles);
   if (handles->empty()) return client::nil();
   DatumList members;
   std::transform(handles->begin(), handles->end(), std::back_inserter(members), client::string);

@@ -5,8 +5,10 @@
 #define CONSOLE_HOST_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "client/datum.h"
@@ -17,14 +19,39 @@
 namespace console {
 
 struct HostAnswer {
-  std::string text;  // To be sent as it stands.
-  std::string note;  // Where it comes from and what it did, for a person.
+  std::string text;     // To be sent as it stands.
+  std::string note;     // Where it comes from and what it did, for a person.
+  std::string failure;  // Why the program cannot go on, when it cannot; otherwise empty.
+};
+
+// Who answers before the drawing and the rules do: a file of answers, a person.
+class Answerer {
+ public:
+  virtual ~Answerer() = default;
+
+  // Empty when the call is none of its business. It may look at the drawing and select in it.
+  virtual std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) = 0;
+};
+
+// Answers from a list, each to the first call of its name. A GETPOINT, GETCORNER or GETDIST that
+// finds none left fails.
+class AnswerList : public Answerer {
+ public:
+  // `name` is that of the file, for messages.
+  AnswerList(std::string name, std::vector<ScriptedAnswer> answers)
+      : name_(std::move(name)), answers_(std::move(answers)) {}
+
+  std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) override;
+
+ private:
+  std::string name_;
+  std::vector<ScriptedAnswer> answers_;
 };
 
 class Host {
  public:
-  // `drawing` must outlive the host.
-  Host(Drawing& drawing, std::vector<ScriptedAnswer> script);
+  // `drawing`, and `answerer` unless it is null, must outlive the host.
+  Host(Drawing& drawing, std::vector<ScriptedAnswer> script, Answerer* answerer = nullptr);
 
   // Performs the call that `waiting`, of eval_status HostCallRequired, asks for. The first
   // scripted answer to a call of that name that is left stands for the whole call; the drawing is
@@ -56,6 +83,7 @@ class Host {
 
   Drawing& drawing_;
   std::vector<ScriptedAnswer> script_;
+  Answerer* answerer_;
   std::uint32_t picked_point_count_ = 0;
 };
 

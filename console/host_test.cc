@@ -5,7 +5,9 @@
 #include <limits>
 
 #include "client/answer_text.h"
+#include "console/command_input.h"
 #include "console/commands.h"
+#include "console/shape.h"
 
 namespace console {
 namespace {
@@ -85,8 +87,8 @@ TEST_F(HostTest, RefusesWithNilAndAReason) {
   EXPECT_EQ(note, "not made: unknown type: SPHERE");
   EXPECT_EQ(answer("ENTMOD", "()"), "nil");
   EXPECT_EQ(note, "not changed: an entity is a list of groups");
-  EXPECT_EQ(answer("SSGET", R"(("W"))"), "nil");
-  EXPECT_EQ(note, "nothing selected: no way of selecting: W");
+  EXPECT_EQ(answer("SSGET", R"(("Q"))"), "nil");
+  EXPECT_EQ(note, "nothing selected: no way of selecting: Q");
 }
 
 TEST_F(HostTest, ModifiesAndSelectsEntities) {
@@ -121,7 +123,7 @@ TEST_F(HostTest, Snaps) {
 TEST_F(HostTest, RunsCommandsAndAnswersNil) {
   EXPECT_EQ(answer("COMMAND", R"(("POINT" (1 2) ""))"), "nil");
   EXPECT_EQ(note, "added E1");
-  EXPECT_EQ(answer("COMMAND-S", R"(("ERASE" "E1"))"), "nil");
+  EXPECT_EQ(answer("COMMAND-S", R"(("ERASE" "E1" ""))"), "nil");
   EXPECT_EQ(note, "erased E1");
 }
 
@@ -162,45 +164,184 @@ class CommandsTest : public testing::Test {
 
 TEST_F(CommandsTest, DrawLinesFromPointToPoint) {
   EXPECT_EQ(run(R"(("LINE" (0 0) (10 0) (10 5) ""))"), "added E1 E2");
-  EXPECT_EQ(describe("E1"), "E1 LINE on layer 0: from (0 0), to (10 0)");
-  EXPECT_EQ(describe("E2"), "E2 LINE on layer 0: from (10 0), to (10 5)");
-  EXPECT_EQ(run(R"(("line" (0 0)))"), "nothing done: a line needs two points");
+  EXPECT_EQ(describe("E1"), "E1 LINE on layer 0: from (0 0 0), to (10 0 0)");
+  EXPECT_EQ(describe("E2"), "E2 LINE on layer 0: from (10 0 0), to (10 5 0)");
+  EXPECT_EQ(run(R"(("line" (0 0) (5 0) (5 5) "c"))"), "added E3 E4 E5");
+  EXPECT_EQ(describe("E5"), "E5 LINE on layer 0: from (5 5 0), to (0 0 0)");
+  EXPECT_EQ(run(R"(("line" (0 0)))"), "nothing done: LINE: needs another point");
+}
+
+TEST_F(CommandsTest, TakePointsAsAPersonTypesThem) {
+  run(R"(("LINE" "10,20" "@5,0" "@10<90" (1 2 3) ""))");
+  EXPECT_EQ(describe("E1"), "E1 LINE on layer 0: from (10 20 0), to (15 20 0)");
+  EXPECT_EQ(describe("E2"), "E2 LINE on layer 0: from (15 20 0), to (15 30 0)");
+  EXPECT_EQ(describe("E3"), "E3 LINE on layer 0: from (15 30 0), to (1 2 3)");
+  for (const char* const text :
+       {"", "1", "1,", ",1", "1,2,3,4", "@", "5<", "<5", "a,b", "1e999,0"}) {
+    EXPECT_EQ(readTypedPoint(text, {}), std::nullopt) << text;
+  }
 }
 
 TEST_F(CommandsTest, AddAllOrNothing) {
-  EXPECT_EQ(run(R"(("LINE" (0 0) (10 0) X))"), "nothing done: group 11 needs a point");
+  EXPECT_EQ(run(R"(("LINE" (0 0) (10 0) X))"), "nothing done: LINE: needs another point, not X");
   EXPECT_TRUE(drawing.entities().empty());
   EXPECT_EQ(run(R"(("LINE" (0 0) (10 0)))"), "added E1");
 }
 
-TEST_F(CommandsTest, DrawCirclesAndPoints) {
-  EXPECT_EQ(run(R"(("circle" (0 0) 5))"), "added E1");
-  EXPECT_EQ(describe("E1"), "E1 CIRCLE on layer 0: centre (0 0), radius 5");
-  EXPECT_EQ(run(R"(("CIRCLE" (0 0)))"), "nothing done: a circle needs a centre and a radius");
-  EXPECT_EQ(run(R"(("CIRCLE" (0 0) -5))"), "nothing done: group 40 needs a number above 0");
-  EXPECT_EQ(run(R"(("POINT" (1 1) (2 2)))"), "added E2 E3");
-  EXPECT_EQ(run(R"(("POINT"))"), "nothing done: no point");
+TEST_F(CommandsTest, DrawCircles) {
+  struct Row {
+    const char* command;
+    const char* circle;
+  };
+  const Row rows[] = {
+      {R"(("circle" (1 2) 5))", "centre (1 2 0), radius 5"},
+      {R"(("CIRCLE" (1 2) "D" 5))", "centre (1 2 0), radius 2.5"},
+      {R"(("CIRCLE" (1 2) (4 6)))", "centre (1 2 0), radius 5"},
+      {R"(("CIRCLE" "2P" (0 0) (6 8)))", "centre (3 4 0), radius 5"},
+      {R"(("CIRCLE" "3P" (5 0) (0 5) (-5 0)))", "centre (0 0 0), radius 5"},
+  };
+  int number = 0;
+  for (const Row& row : rows) {
+    const std::string handle = "E" + std::to_string(++number);
+    EXPECT_EQ(run(row.command), "added " + handle);
+    EXPECT_EQ(describe(handle), handle + " CIRCLE on layer 0: " + row.circle);
+  }
+  EXPECT_EQ(run(R"(("CIRCLE" (0 0)))"), "nothing done: CIRCLE: needs a radius");
+  EXPECT_EQ(run(R"(("CIRCLE" (0 0) -5))"), "nothing done: CIRCLE: group 40 needs a number above 0");
+  EXPECT_EQ(run(R"(("CIRCLE" "3P" (0 0) (1 1) (2 2)))"),
+            "nothing done: CIRCLE: three points on a line make no circle");
 }
 
-TEST_F(CommandsTest, SetTheCurrentLayer) {
-  EXPECT_EQ(run(R"(("LAYER" "M" "WALLS" ""))"), "the current layer is WALLS");
+TEST_F(CommandsTest, DrawArcsPolylinesPointsAndTexts) {
+  run(R"(("ARC" (5 0) (0 5) (-5 0)))");
+  EXPECT_EQ(describe("E1"),
+            "E1 ARC on layer 0: centre (0 0 0), radius 5, from angle 0, to angle 3.141593");
+  run(R"(("ARC" (-5 0) (0 5) (5 0)))");  // The same, drawn with the clock.
+  EXPECT_EQ(describe("E2"),
+            "E2 ARC on layer 0: centre (0 0 0), radius 5, from angle 0, to angle 3.141593");
+  run(R"(("ARC" "C" (0 0) (0 2) (-2 0)))");
+  EXPECT_EQ(describe("E3"),
+            "E3 ARC on layer 0: centre (0 0 0), radius 2, from angle 1.570796, to "
+            "angle 3.141593");
+  run(R"(("PLINE" (0 0) (4 0) (4 3) "C" "TEXT" "J" "C" (2 1) 2.5 90 "A 1" "POINT" (7 7) (8 8) ""))");
+  EXPECT_EQ(describe("E4"), "E4 POLYLINE on layer 0: closed, through (0 0 0) (4 0 0) (4 3 0)");
+  EXPECT_EQ(describe("E5"), "E5 TEXT on layer 0: at (2 1 0), height 2.5, text \"A 1\"");
+  EXPECT_EQ(findNumberGroup(drawing.find("E5")->groups, kAlignmentGroup, 0), 1);
+  EXPECT_NEAR(findNumberGroup(drawing.find("E5")->groups, kStartAngleGroup, 0), kPi / 2, 1e-12);
+  EXPECT_EQ(describe("E7"), "E7 POINT on layer 0: at (8 8 0)");
+  EXPECT_EQ(run(R"(("POINT"))"), "nothing done: POINT: needs a point");
+  EXPECT_EQ(run(R"(("TEXT" (0 0) 2 0 5))"), "nothing done: TEXT: needs a text, not 5");
+}
+
+TEST_F(CommandsTest, MoveCopyRotateScaleAndMirror) {
+  run(R"(("LINE" (0 0) (10 0) "" "CIRCLE" (5 5) 2))");
+  EXPECT_EQ(run(R"(("MOVE" "E1" "" (0 0) (1 2)))"), "moved E1");
+  EXPECT_EQ(describe("E1"), "E1 LINE on layer 0: from (1 2 0), to (11 2 0)");
+  EXPECT_EQ(run(R"(("COPY" ($KVSEL "E1") "" (0 0) (0 1) (0 2) ""))"), "added copies E3 E4");
+  EXPECT_EQ(describe("E4"), "E4 LINE on layer 0: from (1 4 0), to (11 4 0)");
+  EXPECT_EQ(run(R"(("ROTATE" "E1" "" (1 2) 90))"), "rotated E1");
+  EXPECT_EQ(describe("E1"), "E1 LINE on layer 0: from (1 2 0), to (1 12 0)");
+  EXPECT_EQ(run(R"(("SCALE" "E2" "" (5 5) 3))"), "scaled E2");
+  EXPECT_EQ(describe("E2"), "E2 CIRCLE on layer 0: centre (5 5 0), radius 6");
+  EXPECT_EQ(run(R"(("MIRROR" "E1" "" (0 0) (0 1) "Y"))"), "mirrored E1");
+  EXPECT_EQ(describe("E1"), "E1 LINE on layer 0: from (-1 2 0), to (-1 12 0)");
+  EXPECT_EQ(run(R"(("MIRROR" "E2" "" (0 0) (1 0) "N"))"), "added mirrored E5");
+  EXPECT_EQ(describe("E5"), "E5 CIRCLE on layer 0: centre (5 -5 0), radius 6");
+  EXPECT_EQ(run(R"(("SCALE" "E2" "" (5 5) 0))"), "nothing done: SCALE: needs a factor above 0");
+  EXPECT_EQ(run(R"(("MIRROR" "E2" "" (5 5) (5 5)))"),
+            "nothing done: MIRROR: two equal points make no mirror line");
+}
+
+TEST_F(CommandsTest, MirrorAndRotateArcs) {
+  run(R"(("ARC" "C" (0 0) (2 0) (0 2)))");
+  run(R"(("MIRROR" "L" "" (0 0) (0 1)))");
+  EXPECT_EQ(describe("E2"),
+            "E2 ARC on layer 0: centre (0 0 0), radius 2, from angle 1.570796, to "
+            "angle 3.141593");
+  run(R"(("ROTATE" "E1" "" (0 0) 180))");
+  EXPECT_EQ(describe("E1"),
+            "E1 ARC on layer 0: centre (0 0 0), radius 2, from angle 3.141593, to "
+            "angle 4.712389");
+}
+
+TEST_F(CommandsTest, SelectByHandleSetWordAndWindow) {
+  run(R"(("POINT" (1 1) (2 2) (3 3) (4 4) ""))");
+  EXPECT_EQ(run(R"(("MOVE" "W" (0 0) (2.5 2.5) "" (0 0) (0 0)))"), "moved E1 E2");
+  EXPECT_EQ(run(R"(("MOVE" "P" "" (0 0) (0 0)))"), "moved E1 E2");
+  EXPECT_EQ(run(R"(("ERASE" "L" ""))"), "erased E4");
+  EXPECT_EQ(run(R"(("ERASE" "ALL" ""))"), "erased E1 E2 E3");
+  EXPECT_EQ(run(R"(("ERASE" nil ""))"), "nothing done: ERASE: nothing is selected");
+  EXPECT_EQ(run(R"(("ERASE" "E9" ""))"), "nothing done: ERASE: there is no entity E9");
+  run(R"(("LINE" (0 0) (10 10) ""))");
+  EXPECT_EQ(run(R"(("MOVE" "W" (4 4) (6 6) "" (0 0) (0 0)))"),
+            "nothing done: MOVE: nothing is selected");
+  EXPECT_EQ(run(R"(("MOVE" "C" (4 4) (6 6) "" (0 0) (0 0)))"), "moved E5");
+}
+
+TEST_F(CommandsTest, KeepLayers) {
+  EXPECT_EQ(run(R"(("LAYER" "M" "WALLS" "C" "red" "WALLS" "N" "A,B" "OFF" "B" ""))"),
+            "the current layer is WALLS, colour 1 for WALLS, layer A,B, B off");
   run(R"(("POINT" (1 1)))");
-  EXPECT_EQ(describe("E1"), "E1 POINT on layer WALLS: at (1 1)");
-  EXPECT_EQ(run(R"(("LAYER" ""))"), "nothing done: a layer needs a name");
+  EXPECT_EQ(describe("E1"), "E1 POINT on layer WALLS: at (1 1 0)");
+  EXPECT_EQ(drawing.findLayer("WALLS")->colour, 1);
+  EXPECT_FALSE(drawing.findLayer("B")->is_visible);
+  EXPECT_EQ(run(R"(("LAYER" "A" ""))"), "the current layer is A");
+  EXPECT_EQ(run(R"(("LAYER" ""))"), "nothing done: LAYER: needs a name");
+  EXPECT_EQ(run(R"(("LAYER" "C" "mauve" "A"))"),
+            "nothing done: LAYER: needs a colour, 1 to 255 or a name such as red, not \"mauve\"");
+  run(R"(("LAYER" "OFF" "WALLS" ""))");
+  EXPECT_EQ(run(R"(("ERASE" "ALL" ""))"), "nothing done: ERASE: nothing is selected");
 }
 
-TEST_F(CommandsTest, EraseHandlesAndSelectionSets) {
-  run(R"(("POINT" (1 1) (2 2) (3 3) (4 4)))");
-  EXPECT_EQ(run(R"(("ERASE" "E1" ($KVSEL "E3" "E4") ""))"), "erased E1 E3 E4");
+TEST_F(CommandsTest, SetTheView) {
+  EXPECT_EQ(run(R"(("ZOOM" "W" (0 0) (10 5)))"), "the view is set");
+  ASSERT_TRUE(drawing.view().has_value());
+  EXPECT_EQ(drawing.view()->right, 10);
+  EXPECT_EQ(run(R"(("ZOOM" "C" (5 5) 4))"), "the view is set");
+  EXPECT_EQ(drawing.view()->left, 3);
+  EXPECT_EQ(run(R"(("ZOOM" "E"))"), "the view is the whole drawing");
+  EXPECT_FALSE(drawing.view().has_value());
+  EXPECT_EQ(run(R"(("ZOOM" "W" (0 0) (0 5)))"),
+            "nothing done: ZOOM: needs a view that is not empty");
+  EXPECT_EQ(run(R"(("ZOOM" "Q"))"), "nothing done: ZOOM: needs E, A, W or C, not \"Q\"");
+}
+
+TEST_F(CommandsTest, RunSeveralAndStopAtTheFirstThatFails) {
+  EXPECT_EQ(run(R"(("POINT" (1 1) "" "LINE" (0 0) "" "POINT" (2 2)))"),
+            "added E1; then nothing: LINE: needs another point, not \"\"");
   EXPECT_EQ(drawing.entities().size(), 1u);
-  EXPECT_EQ(run(R"(("ERASE" "E1" ()))"), "nothing done: nothing to erase");
 }
 
 TEST_F(CommandsTest, SayWhatTheyDoNotKnow) {
-  EXPECT_EQ(run(R"(("EXPLODE" "E1"))"), "nothing done: unknown command EXPLODE");
+  EXPECT_EQ(
+      run(R"(("EXPLODE" "E1"))"),
+      "nothing done: there is no command EXPLODE: this host knows LINE PLINE CIRCLE ARC POINT "
+      "TEXT MOVE COPY ROTATE SCALE MIRROR ERASE LAYER ZOOM");
   EXPECT_EQ(run("()"), "nothing done: no command");
   EXPECT_EQ(run(R"((""))"), "nothing done: no command");
-  EXPECT_EQ(run("(5)"), "nothing done: no command");
+  EXPECT_EQ(run("(5)"), "nothing done: COMMAND: needs the name of a command, not 5");
+}
+
+class AnswerListTest : public HostTest {
+ protected:
+  AnswerList list{"picks.txt", {{"GETPOINT", "(7 8 0)"}, {"SSGET", "($KVSEL \"E9\")"}}};
+  Host host{drawing, {{"GETPOINT", "(1 1 0)"}}, &list};
+};
+
+TEST_F(AnswerListTest, AnswersAfterTheScriptAndBeforeTheDrawing) {
+  EXPECT_EQ(answerOf(host, "GETPOINT", "()"), "(1 1 0)");
+  EXPECT_EQ(answerOf(host, "GETPOINT", "()"), "(7 8 0)");
+  EXPECT_EQ(note, "from picks.txt");
+  EXPECT_EQ(answerOf(host, "SSGET", "()"), "($KVSEL \"E9\")");
+  EXPECT_EQ(answerOf(host, "SSGET", "()"), "nil");
+}
+
+TEST_F(AnswerListTest, FailsWhenItRunsOut) {
+  client::EvalResult waiting;
+  waiting.call_name = "GETDIST";
+  waiting.text = "()";
+  EXPECT_EQ(host.answer(waiting).failure,
+            "picks.txt: no answer is left for GETDIST; add a line such as GETDIST 10");
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-// lisp_console: an example host. Runs LISP programs in a worker and shows the conversation.
+// lisp_console: a host for people who write programs. Runs them against a drawing in memory.
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
-#include <fstream>
+#include <filesystem>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,7 +15,10 @@
 #include "client/process.h"
 #include "client/worker_client.h"
 #include "console/command_line.h"
-#include "console/script.h"
+#include "console/files.h"
+#include "console/host.h"
+#include "console/picture.h"
+#include "console/program.h"
 #include "console/session.h"
 
 namespace console {
@@ -30,84 +32,123 @@ enum class ExitCode : std::uint8_t {
   WorkerBroken = 3,
 };
 
-struct Program {
-  std::string path;
-  std::string text;
-  Script script;
-};
-
 ExitCode complain(ExitCode code, const std::string& what) {
+  std::cout.flush();
   std::cerr << "lisp_console: " << what << "\n";
   return code;
 }
 
-std::optional<std::string> readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file.is_open()) return std::nullopt;
-  std::string text;
-  std::array<char, 65536> buffer{};
-  while (file.read(buffer.data(), buffer.size()) || file.gcount() > 0) {
-    text.append(buffer.data(), static_cast<std::size_t>(file.gcount()));
-  }
-  if (file.bad()) return std::nullopt;
-  return text;
-}
-
-std::optional<std::vector<Program>> readPrograms(const std::vector<std::string>& paths,
-                                                 std::string& error) {
+// All files that a command line names.
+struct Inputs {
+  std::vector<Program> libraries;
   std::vector<Program> programs;
+  std::optional<Sheet> sheet;
+  std::unique_ptr<Answerer> answerer;
+};
+
+bool readPrograms(const std::vector<std::string>& paths, std::vector<Program>& programs,
+                  std::string& error) {
   for (const std::string& path : paths) {
-    auto text = readFile(path);
-    if (!text) {
-      error = path + ": cannot be read";
-      return std::nullopt;
-    }
-    std::string reason;
-    auto script = readScript(*text, reason);
-    if (!script) {
-      error = path + ": " + reason;
-      return std::nullopt;
-    }
-    programs.push_back({path, std::move(*text), std::move(*script)});
+    auto program = readProgram(path, error);
+    if (!program) return false;
+    programs.push_back(std::move(*program));
   }
-  return programs;
+  return true;
 }
 
-ExitCode runPrograms(const std::vector<Program>& programs, client::WorkerProcess& process) {
+std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
+  Inputs inputs;
+  if (!readPrograms(line.library_paths, inputs.libraries, error) ||
+      !readPrograms(line.program_paths, inputs.programs, error)) {
+    return std::nullopt;
+  }
+  if (!line.drawing_path.empty()) {
+    inputs.sheet = readSheetFile(line.drawing_path, error);
+    if (!inputs.sheet) return std::nullopt;
+  }
+  if (!line.answers_path.empty()) {
+    auto answers = readAnswers(line.answers_path, error);
+    if (!answers) return std::nullopt;
+    inputs.answerer = std::make_unique<AnswerList>(line.answers_path, std::move(*answers));
+  }
+  return inputs;
+}
+
+// Writes the files that the command line asks for. False with the reason in `error`.
+bool writeOutputs(const CommandLine& line, const Session& session, const std::string& title,
+                  const PictureWishes& wishes, std::string& error) {
+  const Sheet sheet = session.sheet();
+  if (!line.save_path.empty() && !writeFile(line.save_path, writeSheet(sheet), error)) return false;
+  if (line.picture_paths.empty()) return true;
+  const std::string svg = drawPicture(session.drawingBefore(), sheet.drawing, sheet.context,
+                                      {.title = title,
+                                       .shows_axes = line.shows_axes || wishes.axes,
+                                       .shows_cells = line.shows_cells || wishes.cells});
+  for (const std::string& path : line.picture_paths) {
+    const auto bytes = path.ends_with(".png") ? renderPng(svg, error) : std::optional(svg);
+    if (!bytes || !writeFile(path, *bytes, error)) return false;
+    std::cout << "picture: " << path << "\n";
+  }
+  return true;
+}
+
+ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
+                     client::WorkerProcess& process) {
   client::WorkerClient worker(process);
   Session session(worker, std::cout);
+  session.setBrief(line.is_brief);
+  if (line.shows_all_calls) session.setShownCallsMax(kHostCallCountMax);
+  session.setAnswerer(inputs.answerer.get());
+  if (inputs.sheet) session.setSheet(*inputs.sheet);
   ExitCode exit_code = ExitCode::AllAsExpected;
-  for (const Program& program : programs) {
-    const ProgramEnd end = session.run(program.path, program.text, program.script);
-    if (end == ProgramEnd::Broken) break;
+  const auto note = [&exit_code](ProgramEnd end) {
     if (end == ProgramEnd::Unexpected) exit_code = ExitCode::SomeUnexpected;
+    return end != ProgramEnd::Broken;
+  };
+  PictureWishes wishes;
+  std::string title;
+  bool goes_on = true;
+  for (const Program& library : inputs.libraries) goes_on = goes_on && note(session.load(library));
+  for (const Program& program : inputs.programs) {
+    goes_on = goes_on && note(session.run(program));
+    wishes.axes = wishes.axes || program.script.picture.axes;
+    wishes.cells = wishes.cells || program.script.picture.cells;
+    title = std::filesystem::path(program.name).filename().string();
   }
-  if (!worker.fault()) session.printDrawing();
+  if (!worker.fault() && !line.is_brief) session.printDrawing();
   if (!worker.fault() && worker.shutdown()) {
     const client::WorkerExit exit = process.finish();
-    if (exit == client::WorkerExit{client::WorkerExit::Kind::Exited, 0}) return exit_code;
-    return complain(ExitCode::WorkerBroken, client::describeExit(exit));
+    if (exit != client::WorkerExit{client::WorkerExit::Kind::Exited, 0}) {
+      return complain(ExitCode::WorkerBroken, client::describeExit(exit));
+    }
+    std::string error;
+    if (inputs.programs.size() > 1) title = std::to_string(inputs.programs.size()) + " programs";
+    if (!writeOutputs(line, session, title, wishes, error)) {
+      return complain(ExitCode::UnusableInput, error);
+    }
+    return exit_code;
   }
-  std::cout.flush();
   return complain(ExitCode::WorkerBroken,
                   worker.fault()->message + "; " + client::describeExit(process.finish()));
 }
 
-ExitCode run(const std::vector<std::string_view>& arguments) {
+ExitCode run(const std::string& own_path, const std::vector<std::string_view>& arguments) {
   std::string error;
-  const auto command_line = parseCommandLine(arguments, error);
-  if (!command_line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
-  if (command_line->help) {
-    std::cout << kUsage;
+  const std::string beside =
+      (std::filesystem::path(own_path).parent_path() / "lisp_worker").string();
+  const auto line = parseCommandLine(arguments, beside, error);
+  if (!line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
+  if (line->help) {
+    std::cout << usage();
     return ExitCode::AllAsExpected;
   }
-  const auto programs = readPrograms(command_line->program_paths, error);
-  if (!programs) return complain(ExitCode::UnusableInput, error);
-  const auto process = client::startWorker(command_line->worker_path, &error);
+  const auto inputs = readInputs(*line, error);
+  if (!inputs) return complain(ExitCode::UnusableInput, error);
+  const auto process = client::startWorker(line->worker_path, &error);
   if (process == nullptr) {
-    return complain(ExitCode::WorkerBroken, command_line->worker_path + ": " + error);
+    return complain(ExitCode::WorkerBroken, line->worker_path + ": " + error);
   }
-  return runPrograms(*programs, *process);
+  return runPrograms(*inputs, *line, *process);
 }
 
 }  // namespace
@@ -115,5 +156,5 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
 
 int main(int argc, char** argv) {
   const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
-  return static_cast<int>(console::run(arguments));
+  return static_cast<int>(console::run(argc > 0 ? argv[0] : "", arguments));
 }

@@ -107,13 +107,55 @@ std::string readExpectation(std::string_view text, Script& script) {
   return "";
 }
 
+std::string readDrawing(std::string_view text, Script& script) {
+  if (!script.drawing_path.empty()) return "a program begins with one drawing";
+  if (text.empty()) return "which drawing? a file is missing";
+  script.drawing_path = text;
+  return "";
+}
+
+std::string readLibrary(std::string_view text, Script& script) {
+  if (text.empty()) return "load what? a file is missing";
+  script.library_paths.emplace_back(text);
+  return "";
+}
+
+std::string readPictureWishes(std::string_view text, Script& script) {
+  while (!text.empty()) {
+    const std::string_view wish = takeWord(text);
+    if (wish != "axes" && wish != "cells") return "a picture can show axes and cells";
+    (wish == "axes" ? script.picture.axes : script.picture.cells) = true;
+  }
+  return "";
+}
+
 std::string readLine(std::string_view text, Script& script) {
   const std::string_view keyword = takeWord(text);
+  if (keyword == "drawing") return readDrawing(text, script);
+  if (keyword == "load") return readLibrary(text, script);
+  if (keyword == "picture") return readPictureWishes(text, script);
   if (keyword == "answer") return readAnswer(text, script);
   if (keyword == "entity") return readEntity(text, script);
   if (keyword == "system") return readSystem(text, script);
   if (keyword == "expect") return readExpectation(text, script);
-  return "unknown: " + std::string(keyword);
+  return "unknown: " + std::string(keyword) +
+         "; known are answer, drawing, entity, expect, load, picture and system";
+}
+
+// Hands every line of `text`, without the blanks around it, to `read`, which returns what is wrong
+// with it. False when something is, with the line's number and the reason in `error`.
+template <typename Read>
+bool readLines(std::string_view text, std::string& error, Read read) {
+  for (std::size_t line_number = 1; !text.empty(); ++line_number) {
+    const std::size_t size = std::min(text.find('\n'), text.size());
+    const std::string_view line = trimmed(text.substr(0, size));
+    text.remove_prefix(std::min(size + 1, text.size()));
+    const std::string reason = read(line);
+    if (reason.empty()) continue;
+    error = "line " + std::to_string(line_number) + ": " + reason;
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -124,19 +166,23 @@ bool isHostCall(std::string_view name) {
 
 std::optional<Script> readScript(std::string_view program, std::string& error) {
   Script script;
-  for (std::size_t line_number = 1; !program.empty(); ++line_number) {
-    const std::size_t size = std::min(program.find('\n'), program.size());
-    std::string_view line = trimmed(program.substr(0, size));
-    program.remove_prefix(std::min(size + 1, program.size()));
-    if (!line.starts_with(kMarker)) continue;
+  const bool is_understood = readLines(program, error, [&script](std::string_view line) {
+    if (!line.starts_with(kMarker)) return std::string();
     line.remove_prefix(kMarker.size());
-    const std::string reason = readLine(trimmed(line), script);
-    if (!reason.empty()) {
-      error = "line " + std::to_string(line_number) + ": " + reason;
-      return std::nullopt;
-    }
-  }
+    return readLine(trimmed(line), script);
+  });
+  if (!is_understood) return std::nullopt;
   return script;
+}
+
+std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text,
+                                                           std::string& error) {
+  Script script;
+  const bool is_understood = readLines(text, error, [&script](std::string_view line) {
+    return line.empty() || line.starts_with(';') ? std::string() : readAnswer(line, script);
+  });
+  if (!is_understood) return std::nullopt;
+  return std::move(script.answers);
 }
 
 }  // namespace console

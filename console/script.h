@@ -36,7 +36,15 @@ struct Expectation {
   std::string text;  // A datum, a message, the name of a status.
 };
 
+struct PictureWishes {
+  bool axes = false;
+  bool cells = false;
+};
+
 struct Script {
+  std::string drawing_path;  // Relative to the program's own directory, as the next.
+  std::vector<std::string> library_paths;
+  PictureWishes picture;
   std::vector<ScriptedAnswer> answers;
   std::vector<client::Datum> entities;  // Groups; not yet known to make an entity.
   std::vector<SystemChange> system_changes;
@@ -49,6 +57,11 @@ struct Script {
 // Reads the lines of `program` that begin with ";@". Empty when one of them cannot be understood,
 // with its number and what is wrong in `error`.
 [[nodiscard]] std::optional<Script> readScript(std::string_view program, std::string& error);
+
+// Reads a text of lines such as GETPOINT (10 20 0), empty lines and lines that begin with a
+// semicolon. Empty when one of them cannot be understood, with the reason in `error`.
+[[nodiscard]] std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text,
+                                                                         std::string& error);
 
 }  // namespace console
 

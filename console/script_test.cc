@@ -104,8 +104,11 @@ TEST(Script, NamesTheLineThatCannotBeUnderstood) {
     const char* error;
   };
   const Row rows[] = {
-      {";@", "line 1: unknown: "},
-      {"(+ 1 2)\n;@ anwser GETPOINT nil", "line 2: unknown: anwser"},
+      {";@",
+       "line 1: unknown: ; known are answer, drawing, entity, expect, load, picture and system"},
+      {"(+ 1 2)\n;@ anwser GETPOINT nil",
+       "line 2: unknown: anwser; known are answer, drawing, entity, expect, load, picture and "
+       "system"},
       {";@ answer GETPOINTS nil", "line 1: no host call: GETPOINTS"},
       {";@ answer", "line 1: no host call: "},
       {";@ entity ((0 \"POINT\")", "line 1: unterminated list"},

@@ -11,9 +11,57 @@ using client::DatumList;
 
 namespace {
 
+// Whether `text` fits the pattern, in which * stands for any letters and ? for one.
+bool fitsPattern(std::string_view text, std::string_view pattern) {
+  std::size_t at = 0;
+  std::size_t in_pattern = 0;
+  std::size_t star = std::string_view::npos;  // The last star met, and where it began to stand for
+  std::size_t star_at = 0;                    // more than nothing.
+  while (at < text.size()) {
+    if (in_pattern < pattern.size() &&
+        (pattern[in_pattern] == '?' || pattern[in_pattern] == text[at]) &&
+        pattern[in_pattern] != '*') {
+      ++at;
+      ++in_pattern;
+    } else if (in_pattern < pattern.size() && pattern[in_pattern] == '*') {
+      star = in_pattern++;
+      star_at = at;
+    } else if (star != std::string_view::npos) {
+      in_pattern = star + 1;
+      at = ++star_at;
+    } else {
+      return false;
+    }
+  }
+  while (in_pattern < pattern.size() && pattern[in_pattern] == '*') ++in_pattern;
+  return in_pattern == pattern.size();
+}
+
+bool fitsAnyPattern(std::string_view text, std::string_view patterns) {
+  for (std::size_t begin = 0; begin <= patterns.size();) {
+    const std::size_t end = std::min(patterns.find(',', begin), patterns.size());
+    if (fitsPattern(text, patterns.substr(begin, end - begin))) return true;
+    begin = end + 1;
+  }
+  return false;
+}
+
+bool fitsGroup(const Datum& group, const Datum& wanted) {
+  const DatumList& parts = *client::asList(wanted);
+  const double code = *client::asNumber(parts.front());
+  const auto patterns = client::asString(parts.back());
+  if (!patterns || (code != kTypeGroup && code != kTextGroup && code != kLayerGroup)) {
+    return group == wanted;
+  }
+  const DatumList* const own = client::asList(group);
+  const auto text = own->front() == parts.front() ? client::asString(own->back()) : std::nullopt;
+  return text && (*text == *patterns || fitsAnyPattern(*text, *patterns));
+}
+
 bool hasEveryGroup(const Entity& entity, const DatumList& filter) {
-  return std::all_of(filter.begin(), filter.end(), [&entity](const Datum& group) {
-    return std::find(entity.groups.begin(), entity.groups.end(), group) != entity.groups.end();
+  return std::all_of(filter.begin(), filter.end(), [&entity](const Datum& wanted) {
+    return std::any_of(entity.groups.begin(), entity.groups.end(),
+                       [&wanted](const Datum& group) { return fitsGroup(group, wanted); });
   });
 }
 
@@ -22,21 +70,57 @@ bool isGroup(const Datum& datum) {
   return parts != nullptr && parts->size() == 2 && client::asNumber(parts->front());
 }
 
+// The entities that the way of selecting in front of `arguments` finds; `next` is moved behind it.
+std::optional<std::vector<std::string>> selectByMode(const Drawing& drawing,
+                                                     const DatumList& arguments, std::size_t& next,
+                                                     std::string& refusal) {
+  const auto mode = arguments.empty() ? std::nullopt : client::asString(arguments[0]);
+  if (mode) ++next;
+  if (mode == "W" || mode == "C") {
+    const auto corner = arguments.size() < 3 ? std::nullopt : readPoint(arguments[1]);
+    const auto opposite = arguments.size() < 3 ? std::nullopt : readPoint(arguments[2]);
+    if (!corner || !opposite) {
+      refusal = "a window needs two corners";
+      return std::nullopt;
+    }
+    next += 2;
+    return entitiesIn(drawing, boxBetween(*corner, *opposite), mode == "W");
+  }
+  std::vector<std::string> handles;
+  if (mode == "P") {
+    for (const std::string& handle : drawing.previousSelection()) {
+      if (drawing.find(handle) != nullptr) handles.push_back(handle);
+    }
+  } else if (mode == "L") {
+    if (!drawing.entities().empty()) handles.push_back(drawing.entities().back().handle);
+  } else if (!mode || mode == "X" || mode == "A") {
+    for (const Entity& entity : drawing.entities()) {
+      if (mode == "X" || drawing.isVisible(entity)) handles.push_back(entity.handle);
+    }
+  } else {
+    refusal = "no way of selecting: " + std::string(*mode);
+    return std::nullopt;
+  }
+  return handles;
+}
+
 }  // namespace
+
+std::vector<std::string> entitiesIn(const Drawing& drawing, const Box& box, bool inside_only) {
+  std::vector<std::string> handles;
+  for (const Entity& entity : drawing.entities()) {
+    const bool is_in = inside_only ? liesInside(entity, box) : touches(entity, box);
+    if (is_in && drawing.isVisible(entity)) handles.push_back(entity.handle);
+  }
+  return handles;
+}
 
 std::optional<std::vector<std::string>> selectEntities(const Drawing& drawing,
                                                        const DatumList& arguments,
                                                        std::string& refusal) {
   std::size_t next = 0;
-  if (next < arguments.size()) {
-    if (const auto mode = client::asString(arguments[next])) {
-      if (*mode != "X" && *mode != "A") {
-        refusal = "no way of selecting: " + std::string(*mode);
-        return std::nullopt;
-      }
-      ++next;
-    }
-  }
+  auto handles = selectByMode(drawing, arguments, next, refusal);
+  if (!handles) return std::nullopt;
   DatumList filter;
   if (next < arguments.size()) {
     const DatumList* const groups = client::asList(arguments[next]);
@@ -51,10 +135,9 @@ std::optional<std::vector<std::string>> selectEntities(const Drawing& drawing,
     refusal = "too many arguments";
     return std::nullopt;
   }
-  std::vector<std::string> handles;
-  for (const Entity& entity : drawing.entities()) {
-    if (hasEveryGroup(entity, filter)) handles.push_back(entity.handle);
-  }
+  std::erase_if(*handles, [&](const std::string& handle) {
+    return !hasEveryGroup(*drawing.find(handle), filter);
+  });
   return handles;
 }
 

@@ -9,17 +9,27 @@
 
 #include "client/datum.h"
 #include "console/drawing.h"
+#include "console/shape.h"
 
 namespace console {
 
-// The handles of the entities that `arguments` of an SSGET ask for, in the drawing's order:
-//   (SSGET)             all; there is no one to pick with a mouse
-//   (SSGET "X")         all, as does "A"
-//   (SSGET FILTER)      all that have every group of FILTER, as in '((0 "LINE") (8 "WALLS"))
-//   (SSGET "X" FILTER)  the same
+// The handles of the entities that `arguments` of an SSGET ask for, in the drawing's order, and
+// only those on visible layers except for "X":
+//   (SSGET)                     all; there is no one to pick with a mouse
+//   (SSGET "X")                 all, hidden ones too; "A" without them
+//   (SSGET "W" CORNER CORNER)   what lies inside the window
+//   (SSGET "C" CORNER CORNER)   what lies inside or touches it
+//   (SSGET "L") (SSGET "P")     the last entity, and what was selected last
+// After each, or alone, there may be a filter, such as '((0 "LINE") (8 "WALLS")): then an entity
+// must have every group of it. In the strings of groups 0, 1 and 8 of a filter * stands for any
+// letters, ? for one, and commas separate what may be: (0 "LINE,ARC") (8 "W*").
 // Empty for other arguments, with the reason in `refusal`.
 [[nodiscard]] std::optional<std::vector<std::string>> selectEntities(
     const Drawing& drawing, const client::DatumList& arguments, std::string& refusal);
+
+// The handles of visible entities inside the box, or of those that touch it as well.
+[[nodiscard]] std::vector<std::string> entitiesIn(const Drawing& drawing, const Box& box,
+                                                  bool inside_only);
 
 }  // namespace console
 

@@ -8,7 +8,6 @@
 #include "client/answer_text.h"
 #include "client/names.h"
 #include "client/worker_text.h"
-#include "console/contexts.h"
 #include "console/display.h"
 #include "console/host.h"
 
@@ -79,23 +78,68 @@ bool isExpected(const Reply<EvalResult>& reply, const Expectation& expectation) 
 
 }  // namespace
 
+void Session::setSheet(Sheet sheet) {
+  drawing_ = std::move(sheet.drawing);
+  sheet_context_ = sheet.context;
+  before_ = drawing_;
+  is_fresh_ = true;
+}
+
+ProgramEnd Session::run(const Program& program) {
+  if (program.sheet) setSheet(*program.sheet);
+  for (const Program& library : program.libraries) {
+    const ProgramEnd end = load(library);
+    if (end != ProgramEnd::AsExpected) return end;
+  }
+  return run(program.name, program.text, program.script);
+}
+
+ProgramEnd Session::load(const Program& library) {
+  for (const Program& needed : library.libraries) {
+    const ProgramEnd end = load(needed);
+    if (end != ProgramEnd::AsExpected) return end;
+  }
+  const auto reply = worker_->evalStart(library.text, 0);
+  if (!reply) return ProgramEnd::Broken;
+  if (reply->status == WorkerStatus::Ok) return ProgramEnd::AsExpected;
+  if (reply->status == WorkerStatus::HostCallPending) {
+    out_ << library.name << ": a library must not make host calls\n";
+    return worker_->evalCancel(reply->value->run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
+  }
+  out_ << library.name << ": cannot be loaded: "
+       << (reply->value ? displayText(reply->value->text)
+                        : std::string(client::explainStatus(reply->status)))
+       << "\n";
+  return ProgramEnd::Unexpected;
+}
+
 ProgramEnd Session::run(std::string_view name, std::string_view program, const Script& script) {
-  out_ << "== " << name << "\n";
-  printProgram(program);
-  context_ = defaultContext();
+  if (!is_brief_) {
+    out_ << "== " << name << "\n";
+    printProgram(program);
+  }
+  context_ = sheet_context_;
   const bool ready = addScriptedEntities(script) && registerContext(script, 0);
-  if (!ready) return worker_.fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
+  if (!ready) return worker_->fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
+  if (std::exchange(is_fresh_, false)) before_ = drawing_;
   const Drawing before = drawing_;
   const ProgramEnd end = converse(program, script);
   if (end != ProgramEnd::Broken) printChanges(before);
-  out_ << "\n";
+  if (!is_brief_) out_ << "\n";
   return end;
 }
 
 void Session::printDrawing() {
   out_ << "== the drawing at the end: " << drawing_.entities().size()
        << (drawing_.entities().size() == 1 ? " entity" : " entities") << "\n";
-  for (const Entity& entity : drawing_.entities()) out_ << describeEntity(entity) << "\n";
+  std::size_t count = 0;
+  for (const Entity& entity : drawing_.entities()) {
+    if (++count > kListedEntitiesMax) continue;
+    out_ << describeEntity(entity) << "\n";
+  }
+  if (count > kListedEntitiesMax) {
+    out_ << "... and " << count - kListedEntitiesMax << " more\n";
+  }
 }
 
 bool Session::addScriptedEntities(const Script& script) {
@@ -106,7 +150,7 @@ bool Session::addScriptedEntities(const Script& script) {
       printLine("drawing", "not made", displayDatum(groups) + "   " + refusal);
       return false;
     }
-    printLine("drawing", "holds", describeEntity(*drawing_.find(*handle)));
+    tell("drawing", "holds", describeEntity(*drawing_.find(*handle)));
   }
   return true;
 }
@@ -121,9 +165,9 @@ bool Session::registerContext(const Script& script, std::size_t at_call) {
   }
   if (at_call != 0 && changes.empty()) return true;
   if (at_call != 0 || !changes.empty()) {
-    printLine("host", "RegisterContext", "context " + std::to_string(context_.id) + changes);
+    tell("host", "RegisterContext", "context " + std::to_string(context_.id) + changes);
   }
-  const auto status = worker_.registerContext(context_);
+  const auto status = worker_->registerContext(context_);
   if (status && *status != WorkerStatus::Ok) {
     printLine("worker", client::statusName(*status), std::string(client::explainStatus(*status)));
   }
@@ -131,26 +175,38 @@ bool Session::registerContext(const Script& script, std::size_t at_call) {
 }
 
 ProgramEnd Session::converse(std::string_view program, const Script& script) {
-  Host host(drawing_, script.answers);
-  printLine("host", "EvalStart",
-            "the program, " + counted(program.size(), "byte") + ", under context " +
-                std::to_string(context_.id));
-  auto reply = worker_.evalStart(program, context_.id);
+  Host host(drawing_, script.answers, answerer_);
+  tell("host", "EvalStart",
+       "the program, " + counted(program.size(), "byte") + ", under context " +
+           std::to_string(context_.id));
+  auto reply = worker_->evalStart(program, context_.id);
   std::size_t call_count = 0;
   while (reply && reply->status == WorkerStatus::HostCallPending) {
-    printResponse(*reply, ++call_count);
+    const bool is_shown = ++call_count <= shown_calls_max_;
+    if (is_shown) printResponse(*reply, call_count);
     if (call_count > kHostCallCountMax) {
       return cancel(*reply->value,
                     "this program makes more than " + counted(kHostCallCountMax, "host call"));
+    }
+    if (progress_ && !progress_({call_count - 1, reply->value->steps})) {
+      return cancel(*reply->value, "cancelled after " + counted(call_count - 1, "host call"));
     }
     if (!registerContext(script, call_count)) {
       return cancel(*reply->value, "the context could not be registered");
     }
     const HostAnswer answer = host.answer(*reply->value);
-    printLine("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
-    reply = worker_.evalResume(reply->value->run_id, answer.text);
+    if (!answer.failure.empty()) return cancel(*reply->value, answer.failure);
+    if (is_shown) {
+      tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
+    }
+    reply = worker_->evalResume(reply->value->run_id, answer.text);
   }
   if (!reply) return ProgramEnd::Broken;
+  if (call_count > shown_calls_max_) {
+    tell("", "...",
+         "and " + counted(call_count - shown_calls_max_, "more host call") +
+             " (--all-calls shows them)");
+  }
   printResponse(*reply, call_count);
   for (const ScriptedAnswer& unused : host.unusedAnswers()) {
     printLine("script", "not asked for", unused.call + " " + displayText(unused.text));
@@ -159,9 +215,9 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
 }
 
 ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason) {
-  if (worker_.fault()) return ProgramEnd::Broken;
-  printLine("host", "EvalCancel", reason);
-  const auto status = worker_.evalCancel(waiting.run_id);
+  if (worker_->fault()) return ProgramEnd::Broken;
+  printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel", reason);
+  const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
 
@@ -207,6 +263,7 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
       text = "result: " + displayWorkerText(result.text);
       break;
     case EvalStatus::HostCallRequired:
+      if (is_brief_) return;
       text = "call " + std::to_string(call_count) + ": " + result.call_name + " " +
              describeArguments(result);
       break;
@@ -215,6 +272,10 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
   }
   printLine("worker", client::statusName(reply.status),
             text + "   [" + counted(result.steps, "step") + "]");
+}
+
+void Session::tell(std::string_view speaker, std::string_view what, const std::string& text) {
+  if (!is_brief_) printLine(speaker, what, text);
 }
 
 void Session::printLine(std::string_view speaker, std::string_view what, const std::string& text) {
@@ -229,8 +290,12 @@ void Session::printLine(std::string_view speaker, std::string_view what, const s
 }
 
 void Session::printChanges(const Drawing& before) {
-  for (const EntityChange& change : compareDrawings(before, drawing_)) {
-    printLine("drawing", nameOf(change.kind), describeEntity(change.entity));
+  const std::vector<EntityChange> changes = compareDrawings(before, drawing_);
+  for (std::size_t n = 0; n < changes.size() && n < shown_calls_max_; ++n) {
+    printLine("drawing", nameOf(changes[n].kind), describeEntity(changes[n].entity));
+  }
+  if (changes.size() > shown_calls_max_) {
+    printLine("drawing", "...", "and " + counted(changes.size() - shown_calls_max_, "more change"));
   }
 }
 

@@ -5,14 +5,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "client/coordinates.h"
 #include "client/eval_result.h"
 #include "client/worker_client.h"
 #include "console/drawing.h"
+#include "console/drawing_file.h"
+#include "console/host.h"
+#include "console/program.h"
 #include "console/script.h"
 
 namespace console {
@@ -27,13 +32,52 @@ enum class ProgramEnd : std::uint8_t {
 // A program that makes more host calls is cancelled: each one evaluates it again from the start.
 inline constexpr std::size_t kHostCallCountMax = 10000;
 
+// Of the host calls of a program, and of the changes that it makes to the drawing, only this many
+// are shown unless the caller wants more.
+inline constexpr std::size_t kShownCallsMax = 24;
+
+// Of the drawing at the end only so many entities.
+inline constexpr std::size_t kListedEntitiesMax = 60;
+
 // Of a longer program only this many lines are printed, comments not counted.
 inline constexpr std::size_t kProgramLineCountMax = 40;
+
+// Told how a run is going, between two host calls.
+struct Progress {
+  std::size_t call_count = 0;  // Host calls answered.
+  std::uint64_t steps = 0;     // Of the last evaluation.
+};
 
 class Session {
  public:
   // Both must outlive the session.
-  Session(client::WorkerClient& worker, std::ostream& out) : worker_(worker), out_(out) {}
+  Session(client::WorkerClient& worker, std::ostream& out) : worker_(&worker), out_(out) {}
+
+  // From here on programs run in another worker, which knows nothing of the earlier ones.
+  void setWorker(client::WorkerClient& worker) { worker_ = &worker; }
+
+  // Puts a drawing and its coordinate systems in the place of what there is.
+  void setSheet(Sheet sheet);
+  [[nodiscard]] Sheet sheet() const { return {drawing_, sheet_context_}; }
+
+  // Who answers host calls before the drawing and the rules do; null for nobody.
+  void setAnswerer(Answerer* answerer) { answerer_ = answerer; }
+
+  // Asked before each answer; the program is cancelled when it is false. May be empty.
+  void setProgress(std::function<bool(const Progress&)> progress) {
+    progress_ = std::move(progress);
+  }
+
+  // Without the conversation, only what a program comes to and what becomes of the drawing.
+  void setBrief(bool is_brief) { is_brief_ = is_brief; }
+  // Of the host calls of a program only this many are shown, and the last.
+  void setShownCallsMax(std::size_t count) { shown_calls_max_ = count; }
+
+  // Runs a program on the drawing that it brings with it, or on what there is, after its libraries.
+  ProgramEnd run(const Program& program);
+
+  // Runs a library: its program with nothing said, unless it fails.
+  ProgramEnd load(const Program& library);
 
   // Runs `program` as `script` says and prints the conversation under `name`. The drawing is what
   // the programs before have left.
@@ -43,6 +87,8 @@ class Session {
   void printDrawing();
 
   [[nodiscard]] const Drawing& drawing() const { return drawing_; }
+  // The drawing as the first program on it has found it.
+  [[nodiscard]] const Drawing& drawingBefore() const { return before_; }
 
  private:
   bool addScriptedEntities(const Script& script);
@@ -51,15 +97,24 @@ class Session {
   ProgramEnd cancel(const client::EvalResult& waiting, const std::string& reason);
   ProgramEnd judge(const client::Reply<client::EvalResult>& reply, const Script& script);
 
+  // Prints unless the session is brief, or the call is one of too many.
+  void tell(std::string_view speaker, std::string_view what, const std::string& text);
   void printProgram(std::string_view program);
   void printResponse(const client::Reply<client::EvalResult>& reply, std::size_t call_count);
   void printLine(std::string_view speaker, std::string_view what, const std::string& text);
   void printChanges(const Drawing& before);
 
-  client::WorkerClient& worker_;
+  client::WorkerClient* worker_;
   std::ostream& out_;
   Drawing drawing_;
-  client::CoordContext context_;
+  Drawing before_;
+  bool is_fresh_ = true;  // No program has run on the drawing yet.
+  client::CoordContext sheet_context_ = emptySheet().context;
+  client::CoordContext context_;  // What the worker knows, as the program's script changes it.
+  Answerer* answerer_ = nullptr;
+  std::function<bool(const Progress&)> progress_;
+  bool is_brief_ = false;
+  std::size_t shown_calls_max_ = kShownCallsMax;
 };
 
 }  // namespace console

@@ -53,13 +53,6 @@ std::vector<Point> snapPointsOf(const Entity& entity, const std::set<std::string
 
 }  // namespace
 
-std::optional<Point> readPoint(const Datum& datum) {
-  if (!isPoint(datum)) return std::nullopt;
-  const DatumList& parts = *client::asList(datum);
-  return Point{*client::asNumber(parts[0]), *client::asNumber(parts[1]),
-               parts.size() == 3 ? *client::asNumber(parts[2]) : 0};
-}
-
 std::optional<Point> snapPoint(const Drawing& drawing, const Point& near, std::string_view modes) {
   const std::set<std::string> wanted = splitModes(modes);
   std::optional<Point> nearest;

@@ -15,9 +15,6 @@ namespace console {
 // How far from the given point OSNAP looks, in units of the drawing.
 inline constexpr double kSnapAperture = 10;
 
-// A point of two or three coordinates; empty when `datum` is none.
-[[nodiscard]] std::optional<client::Point> readPoint(const client::Datum& datum);
-
 // The nearest point within the aperture of `near`, looking at x and y, of the kinds that `modes`
 // names, separated by commas: "end" and "mid" of lines, "cen" of circles and arcs, "nod", a point
 // entity. A leading underscore and the case of letters do not matter. Of two equally near the one

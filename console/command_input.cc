@@ -1,0 +1,192 @@
+#include "console/command_input.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <utility>
+
+#include "client/answer_text.h"
+#include "client/number_text.h"
+#include "console/selection.h"
+#include "console/shape.h"
+
+namespace console {
+
+using client::Datum;
+using client::DatumList;
+using client::Point;
+
+namespace {
+
+constexpr double kDegree = kPi / 180;
+
+std::optional<double> readTypedNumber(std::string_view text) {
+  const auto value = client::readNumber(text);
+  return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+}  // namespace
+
+std::string upperCase(std::string_view text) {
+  std::string upper(text);
+  std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  });
+  return upper;
+}
+
+std::optional<Point> readTypedPoint(std::string_view text, const Point& last) {
+  const bool is_relative = text.starts_with('@');
+  if (is_relative) text.remove_prefix(1);
+  const Point base = is_relative ? last : Point{};
+  if (const std::size_t mark = text.find('<'); mark != std::string_view::npos) {
+    const auto distance = readTypedNumber(text.substr(0, mark));
+    const auto degrees = readTypedNumber(text.substr(mark + 1));
+    if (!distance || !degrees) return std::nullopt;
+    return Point{base.x + *distance * std::cos(*degrees * kDegree),
+                 base.y + *distance * std::sin(*degrees * kDegree), base.z};
+  }
+  std::vector<double> parts;
+  while (parts.size() < 3) {
+    const std::size_t size = std::min(text.find(','), text.size());
+    const auto part = readTypedNumber(text.substr(0, size));
+    if (!part) return std::nullopt;
+    parts.push_back(*part);
+    if (size == text.size()) break;
+    text.remove_prefix(size + 1);
+    if (parts.size() == 3) return std::nullopt;
+  }
+  if (parts.size() < 2) return std::nullopt;
+  return Point{base.x + parts[0], base.y + parts[1], base.z + (parts.size() == 3 ? parts[2] : 0)};
+}
+
+const Datum* CommandInput::peek() const { return atEnd() ? nullptr : &arguments_[next_]; }
+
+bool CommandInput::atEnter() const { return atEnd() || client::asString(*peek()) == ""; }
+
+bool CommandInput::takeEnter() {
+  if (!atEnter()) return false;
+  if (!atEnd()) ++next_;
+  return true;
+}
+
+bool CommandInput::takeWord(std::string_view word) {
+  if (atEnd() || upperCase(client::asString(*peek()).value_or("")) != word) return false;
+  ++next_;
+  return true;
+}
+
+std::string CommandInput::next() const { return atEnd() ? "" : client::printDatum(*peek()); }
+
+std::optional<Point> CommandInput::peekPoint() const {
+  if (atEnd()) return std::nullopt;
+  if (const auto text = client::asString(*peek())) return readTypedPoint(*text, last_);
+  return readPoint(*peek());
+}
+
+std::optional<double> CommandInput::peekNumber() const {
+  if (atEnd()) return std::nullopt;
+  if (const auto text = client::asString(*peek())) return readTypedNumber(*text);
+  const auto value = client::asNumber(*peek());
+  return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+std::optional<Point> CommandInput::takePoint(std::string_view what) {
+  const auto point = peekPoint();
+  if (!point) {
+    failFor(what);
+    return std::nullopt;
+  }
+  ++next_;
+  last_ = *point;
+  return point;
+}
+
+std::optional<double> CommandInput::takeDistance(std::string_view what, const Point& base) {
+  if (const auto point = peekPoint()) {
+    ++next_;
+    return std::hypot(point->x - base.x, point->y - base.y);
+  }
+  return takeNumber(what);
+}
+
+std::optional<double> CommandInput::takeNumber(std::string_view what) {
+  const auto value = peekNumber();
+  if (value) {
+    ++next_;
+  } else {
+    failFor(what);
+  }
+  return value;
+}
+
+std::optional<double> CommandInput::takeAngle(std::string_view what) {
+  const auto degrees = takeNumber(what);
+  if (!degrees) return std::nullopt;
+  return *degrees * kDegree;
+}
+
+std::optional<std::string> CommandInput::takeText(std::string_view what) {
+  const auto text = atEnd() ? std::nullopt : client::asString(*peek());
+  if (!text) {
+    failFor(what);
+    return std::nullopt;
+  }
+  ++next_;
+  return std::string(*text);
+}
+
+std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawing& drawing) {
+  std::set<std::string, std::less<>> chosen;
+  while (!takeEnter()) {
+    if (atPoint()) break;
+    if (const DatumList* const set = client::asList(*peek())) {
+      for (const Datum& member : *set) chosen.emplace(client::asString(member).value_or(""));
+      ++next_;
+    } else if (takeWord("W") || takeWord("C")) {
+      const bool is_window = upperCase(*client::asString(arguments_[next_ - 1])) == "W";
+      const auto corner = takePoint("a corner");
+      const auto opposite = corner ? takePoint("the opposite corner") : std::nullopt;
+      if (!opposite) return std::nullopt;
+      const Box box = boxBetween(*corner, *opposite);
+      for (const std::string& handle : entitiesIn(drawing, box, is_window)) chosen.insert(handle);
+    } else if (takeWord("ALL")) {
+      for (const Entity& entity : drawing.entities()) chosen.insert(entity.handle);
+    } else if (takeWord("L")) {
+      if (!drawing.entities().empty()) chosen.insert(drawing.entities().back().handle);
+    } else if (takeWord("P")) {
+      chosen.insert(drawing.previousSelection().begin(), drawing.previousSelection().end());
+    } else if (const auto handle = client::asString(*peek())) {
+      if (drawing.find(*handle) == nullptr) {
+        fail("there is no entity " + std::string(*handle));
+        return std::nullopt;
+      }
+      chosen.emplace(*handle);
+      ++next_;
+    } else if (peek()->kind() == client::DatumKind::Nil) {
+      ++next_;  // What SSGET answers when it has found nothing.
+    } else {
+      failFor("a handle or a selection set");
+      return std::nullopt;
+    }
+  }
+  std::vector<std::string> handles;
+  for (const Entity& entity : drawing.entities()) {
+    if (chosen.contains(entity.handle) && drawing.isVisible(entity)) {
+      handles.push_back(entity.handle);
+    }
+  }
+  if (handles.empty()) {
+    fail("nothing is selected");
+    return std::nullopt;
+  }
+  return handles;
+}
+
+void CommandInput::fail(std::string reason) { error_ = command_ + ": " + std::move(reason); }
+
+void CommandInput::failFor(std::string_view what) {
+  fail("needs " + std::string(what) + (atEnd() ? "" : ", not " + next()));
+}
+
+}  // namespace console

@@ -1,0 +1,34 @@
+// Pictures of a drawing before and after programs, as SVG.
+
+#ifndef CONSOLE_PICTURE_H_
+#define CONSOLE_PICTURE_H_
+
+#include <optional>
+#include <string>
+
+#include "client/coordinates.h"
+#include "console/drawing.h"
+
+namespace console {
+
+struct PictureOptions {
+  std::string title;        // Above everything; may be empty.
+  bool shows_axes = false;  // Of the coordinate systems that are not the world.
+  bool shows_cells = false;
+};
+
+// The text of an SVG file: both drawings side by side, in the same scale, each layer in its
+// colour; what is new in green, what is changed in orange, what is erased in red; a scale, and a
+// legend of the layers. Without entities before, `after` alone has all of the page. A drawing with
+// a view shows that part of it. Hidden layers are left out.
+[[nodiscard]] std::string drawPicture(const Drawing& before, const Drawing& after,
+                                      const client::CoordContext& context,
+                                      const PictureOptions& options);
+
+// The bytes of a PNG file of the same. Empty when there is no way to make one, with the reason in
+// `error`.
+[[nodiscard]] std::optional<std::string> renderPng(const std::string& svg, std::string& error);
+
+}  // namespace console
+
+#endif  // CONSOLE_PICTURE_H_

@@ -1,0 +1,43 @@
+// A program to run: its file, what its comments say, and the files that these name.
+
+#ifndef CONSOLE_PROGRAM_H_
+#define CONSOLE_PROGRAM_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "console/drawing_file.h"
+#include "console/script.h"
+
+namespace console {
+
+struct Program {
+  std::string name;  // As messages call it: its path.
+  std::string text;
+  Script script = {};
+  std::optional<Sheet> sheet = {};      // The drawing that it begins with; otherwise what is there.
+  std::vector<Program> libraries = {};  // Run before it, quietly.
+};
+
+// Reads a program, and what its comments name relative to its own directory. Empty when one of the
+// files cannot be used, with the reason in `error`: the file in front, then the line.
+[[nodiscard]] std::optional<Program> readProgram(const std::string& path, std::string& error);
+
+// A program without files of its own, such as a line that a person has typed. Its comments may not
+// name files.
+[[nodiscard]] std::optional<Program> makeProgram(std::string_view name, std::string_view text,
+                                                 std::string& error);
+
+// The answers of a file: lines of a host call's name and an answer, as in GETPOINT (10 20 0), empty
+// lines and lines that begin with a semicolon.
+[[nodiscard]] std::optional<std::vector<ScriptedAnswer>> readAnswers(const std::string& path,
+                                                                     std::string& error);
+
+// The drawing in a file.
+[[nodiscard]] std::optional<Sheet> readSheetFile(const std::string& path, std::string& error);
+
+}  // namespace console
+
+#endif  // CONSOLE_PROGRAM_H_

@@ -1,0 +1,231 @@
+#include "console/shape.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+namespace console {
+
+using client::Datum;
+using client::DatumList;
+using client::Point;
+
+namespace {
+
+constexpr double kFullTurn = 2 * kPi;
+constexpr double kCurveStep = kPi / 36;
+
+// In [0, 2 pi).
+double normalizedAngle(double radians) {
+  const double angle = std::fmod(radians, kFullTurn);
+  return angle < 0 ? angle + kFullTurn : angle;
+}
+
+Point onCircle(const Point& centre, double radius, double radians) {
+  return {centre.x + radius * std::cos(radians), centre.y + radius * std::sin(radians), centre.z};
+}
+
+std::vector<Point> arcOutline(const Point& centre, double radius, double start, double sweep) {
+  std::vector<double> stops = {0};
+  // Quadrants inside the sweep, so that extents are exact.
+  for (double quadrant = std::ceil(start / (kPi / 2)) * (kPi / 2); quadrant < start + sweep;
+       quadrant += kPi / 2) {
+    if (quadrant > start) stops.push_back(quadrant - start);
+  }
+  stops.push_back(sweep);
+  std::vector<Point> points = {onCircle(centre, radius, start)};
+  for (std::size_t n = 1; n < stops.size(); ++n) {
+    const double span = stops[n] - stops[n - 1];
+    const double count = std::max(1.0, std::ceil(span / kCurveStep - 1e-9));
+    for (double step = 1; step <= count; ++step) {
+      points.push_back(onCircle(centre, radius, start + stops[n - 1] + span * step / count));
+    }
+  }
+  return points;
+}
+
+std::vector<Point> textOutline(const DatumList& groups, const Point& at) {
+  const double height = findNumberGroup(groups, kSizeGroup, 1);
+  const double width = textWidth(findStringGroup(groups, kTextGroup), height);
+  const double begin = -width * findNumberGroup(groups, kAlignmentGroup, 0) / 2;
+  const Similarity turn = rotation(at, findNumberGroup(groups, kStartAngleGroup, 0));
+  std::vector<Point> corners = {{at.x + begin, at.y, at.z},
+                                {at.x + begin + width, at.y, at.z},
+                                {at.x + begin + width, at.y + height, at.z},
+                                {at.x + begin, at.y + height, at.z},
+                                {at.x + begin, at.y, at.z}};
+  for (Point& corner : corners) corner = transformed(corner, turn);
+  return corners;
+}
+
+// Whether the line from `a` to `b` meets the box: what remains of it when it is cut at each side.
+bool segmentTouches(const Point& a, const Point& b, const Box& box) {
+  double from = 0;
+  double to = 1;
+  const std::pair<double, double> cuts[] = {{a.x - b.x, a.x - box.left},
+                                            {b.x - a.x, box.right - a.x},
+                                            {a.y - b.y, a.y - box.bottom},
+                                            {b.y - a.y, box.top - a.y}};
+  for (const auto& [step, room] : cuts) {
+    if (step == 0 && room < 0) return false;
+    if (step < 0) from = std::max(from, room / step);
+    if (step > 0) to = std::min(to, room / step);
+  }
+  return from <= to;
+}
+
+Datum pointDatum(const Point& point, std::size_t size) {
+  DatumList parts = {client::number(point.x), client::number(point.y)};
+  if (size == 3) parts.push_back(client::number(point.z));
+  return client::list(std::move(parts));
+}
+
+}  // namespace
+
+void Box::include(const Point& point) {
+  left = std::min(left, point.x);
+  right = std::max(right, point.x);
+  bottom = std::min(bottom, point.y);
+  top = std::max(top, point.y);
+}
+
+void Box::include(const Box& box) {
+  if (box.isEmpty()) return;
+  include(Point{box.left, box.bottom, 0});
+  include(Point{box.right, box.top, 0});
+}
+
+Box boxBetween(const Point& corner, const Point& opposite) {
+  Box box;
+  box.include(corner);
+  box.include(opposite);
+  return box;
+}
+
+std::vector<Point> outlineOf(const Entity& entity) {
+  const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
+  std::vector<Point> points = findPoints(entity.groups, kPointGroup);
+  if (points.empty()) return points;
+  if (type == "POLYLINE") {
+    if (findNumberGroup(entity.groups, kClosedGroup, 0) == 1) points.push_back(points.front());
+    return points;
+  }
+  const Point first = points.front();
+  const double size = findNumberGroup(entity.groups, kSizeGroup, 0);
+  if (type == "LINE") return {first, findPoints(entity.groups, kEndPointGroup).front()};
+  if (type == "CIRCLE") return arcOutline(first, size, 0, kFullTurn);
+  if (type == "ARC") {
+    const double start = normalizedAngle(findNumberGroup(entity.groups, kStartAngleGroup, 0));
+    const double sweep = normalizedAngle(findNumberGroup(entity.groups, kEndAngleGroup, 0) - start);
+    return arcOutline(first, size, start, sweep == 0 ? kFullTurn : sweep);
+  }
+  if (type == "TEXT") return textOutline(entity.groups, first);
+  return {first};
+}
+
+Box boundsOf(const Entity& entity) {
+  Box box;
+  for (const Point& point : outlineOf(entity)) box.include(point);
+  return box;
+}
+
+bool liesInside(const Entity& entity, const Box& box) {
+  const std::vector<Point> outline = outlineOf(entity);
+  return !outline.empty() &&
+         std::all_of(outline.begin(), outline.end(),
+                     [&box](const Point& point) { return box.contains(point); });
+}
+
+bool touches(const Entity& entity, const Box& box) {
+  const std::vector<Point> outline = outlineOf(entity);
+  if (outline.size() == 1) return box.contains(outline.front());
+  for (std::size_t n = 1; n < outline.size(); ++n) {
+    if (segmentTouches(outline[n - 1], outline[n], box)) return true;
+  }
+  return false;
+}
+
+double textWidth(std::string_view text, double height) {
+  constexpr double kLetterWidth = 0.62;  // Of the height; capitals of a sans-serif face.
+  const auto letters = std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80;  // Bytes that begin a letter.
+  });
+  return static_cast<double>(letters) * kLetterWidth * height;
+}
+
+Similarity translation(double x, double y) { return {x, y, 1, 0, 0, 1}; }
+
+Similarity rotation(const Point& centre, double radians) {
+  const double cosine = std::cos(radians);
+  const double sine = std::sin(radians);
+  return {centre.x - cosine * centre.x + sine * centre.y,
+          centre.y - sine * centre.x - cosine * centre.y,
+          cosine,
+          sine,
+          -sine,
+          cosine};
+}
+
+Similarity scaling(const Point& centre, double factor) {
+  return {centre.x * (1 - factor), centre.y * (1 - factor), factor, 0, 0, factor};
+}
+
+Similarity reflection(const Point& from, const Point& to) {
+  const double twice = 2 * std::atan2(to.y - from.y, to.x - from.x);
+  const double cosine = std::cos(twice);
+  const double sine = std::sin(twice);
+  return {from.x - cosine * from.x - sine * from.y,
+          from.y - sine * from.x + cosine * from.y,
+          cosine,
+          sine,
+          sine,
+          -cosine};
+}
+
+Point transformed(const Point& point, const Similarity& m) {
+  return {m.origin_x + m.a * point.x + m.c * point.y, m.origin_y + m.b * point.x + m.d * point.y,
+          point.z};
+}
+
+DatumList transformed(const DatumList& groups, const Similarity& mapping) {
+  const std::string_view type = findStringGroup(groups, kTypeGroup);
+  const bool mirrors = mapping.a * mapping.d - mapping.b * mapping.c < 0;
+  const double turn = std::atan2(mapping.b, mapping.a);
+  const double factor = std::hypot(mapping.a, mapping.b);
+  const double start = findNumberGroup(groups, kStartAngleGroup, 0);
+  const double end = findNumberGroup(groups, kEndAngleGroup, 0);
+  DatumList moved;
+  bool has_direction = false;
+  for (const Datum& group : groups) {
+    const DatumList& parts = *client::asList(group);
+    const double code = *client::asNumber(parts.front());
+    const auto point = readPoint(parts.back());
+    if ((code == kPointGroup || code == kEndPointGroup) && point) {
+      moved.push_back(makeGroup(
+          static_cast<int>(code),
+          pointDatum(transformed(*point, mapping), client::asList(parts.back())->size())));
+    } else if (code == kSizeGroup && client::asNumber(parts.back())) {
+      moved.push_back(
+          makeGroup(kSizeGroup, client::number(factor * *client::asNumber(parts.back()))));
+    } else if (code == kStartAngleGroup && (type == "ARC" || type == "TEXT")) {
+      has_direction = true;
+      const double angle = mirrors && type == "ARC" ? turn - end : turn + start;
+      const bool keeps = mirrors && type == "TEXT";
+      moved.push_back(
+          makeGroup(kStartAngleGroup, client::number(normalizedAngle(keeps ? start : angle))));
+    } else if (code == kEndAngleGroup && type == "ARC") {
+      moved.push_back(makeGroup(
+          kEndAngleGroup, client::number(normalizedAngle(mirrors ? turn - start : turn + end))));
+    } else {
+      moved.push_back(group);
+    }
+  }
+  if (type == "TEXT" && !has_direction && !mirrors && normalizedAngle(turn) != 0) {
+    moved.push_back(makeGroup(kStartAngleGroup, client::number(normalizedAngle(turn))));
+  }
+  return moved;
+}
+
+}  // namespace console

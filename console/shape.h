@@ -1,0 +1,81 @@
+// Where entities lie: their outlines as chains of points, their extents, and how they are moved.
+//
+// All of it looks at x and y alone, as a plan does. z travels with the points.
+
+#ifndef CONSOLE_SHAPE_H_
+#define CONSOLE_SHAPE_H_
+
+#include <limits>
+#include <string_view>
+#include <vector>
+
+#include "client/coordinates.h"
+#include "client/datum.h"
+#include "console/entity.h"
+
+namespace console {
+
+inline constexpr double kPi = 3.14159265358979323846;
+
+// A rectangle along the axes. Empty until it includes a point.
+struct Box {
+  double left = std::numeric_limits<double>::infinity();
+  double bottom = std::numeric_limits<double>::infinity();
+  double right = -std::numeric_limits<double>::infinity();
+  double top = -std::numeric_limits<double>::infinity();
+
+  [[nodiscard]] bool isEmpty() const { return left > right; }
+  [[nodiscard]] double width() const { return right - left; }
+  [[nodiscard]] double height() const { return top - bottom; }
+  // The edges belong to the box.
+  [[nodiscard]] bool contains(const client::Point& point) const {
+    return point.x >= left && point.x <= right && point.y >= bottom && point.y <= top;
+  }
+  void include(const client::Point& point);
+  void include(const Box& box);
+};
+
+// The box with these two opposite corners, in whatever order.
+[[nodiscard]] Box boxBetween(const client::Point& corner, const client::Point& opposite);
+
+// The entity as a chain of points: one for a point, the corners of the box around a text, closed
+// chains with their first point again at the end, curves in steps of at most 5 degrees with their
+// ends and quadrants exact.
+[[nodiscard]] std::vector<client::Point> outlineOf(const Entity& entity);
+
+[[nodiscard]] Box boundsOf(const Entity& entity);
+
+// Whether all of the entity lies in the box, or some of it.
+[[nodiscard]] bool liesInside(const Entity& entity, const Box& box);
+[[nodiscard]] bool touches(const Entity& entity, const Box& box);
+
+// The width that a text of this height takes, for extents: letters differ, so it is an estimate.
+[[nodiscard]] double textWidth(std::string_view text, double height);
+
+// A mapping of the plane that keeps shapes:
+//   X = origin_x + a*x + c*y      Y = origin_y + b*x + d*y
+// with (a b) and (c d) at right angles and equally long.
+struct Similarity {
+  double origin_x = 0;
+  double origin_y = 0;
+  double a = 1;
+  double b = 0;
+  double c = 0;
+  double d = 1;
+};
+
+[[nodiscard]] Similarity translation(double x, double y);
+[[nodiscard]] Similarity rotation(const client::Point& centre, double radians);
+[[nodiscard]] Similarity scaling(const client::Point& centre, double factor);
+// In the line through two different points.
+[[nodiscard]] Similarity reflection(const client::Point& from, const client::Point& to);
+
+[[nodiscard]] client::Point transformed(const client::Point& point, const Similarity& mapping);
+
+// The groups of an entity that lies where `mapping` takes it. A mirrored text stays readable.
+[[nodiscard]] client::DatumList transformed(const client::DatumList& groups,
+                                            const Similarity& mapping);
+
+}  // namespace console
+
+#endif  // CONSOLE_SHAPE_H_

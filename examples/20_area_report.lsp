@@ -1,0 +1,31 @@
+; Areas: the area of each closed polyline, by its corners, and of all of them together.
+;
+;@ drawing drawings/rooms.json
+;@ load lib/points.lsp
+;@ expect value (("KITCHEN" 1200) ("HALL" 1350) ("BATH" 600) 3150)
+
+; All points of an entity's groups 10, in order.
+(DEFUN CORNERS (DATA / FOUND)
+  (SETQ FOUND '())
+  (WHILE (> (LENGTH DATA) 0)
+    (IF (EQUAL (CAR (CAR DATA)) 10)
+        (SETQ FOUND (CONS (CADR (CAR DATA)) FOUND)))
+    (SETQ DATA (CDR DATA)))
+  (REVERSE FOUND))
+
+(DEFUN CENTRE (POINTS / SUM COUNT)
+  (SETQ SUM '(0 0 0) COUNT (LENGTH POINTS))
+  (WHILE (> (LENGTH POINTS) 0)
+    (SETQ SUM (ADD-POINTS SUM (CAR POINTS)))
+    (SETQ POINTS (CDR POINTS)))
+  (SCALE-POINT SUM (/ 1 COUNT)))
+
+(SETQ ROOMS (SSGET "X" '((0 "POLYLINE") (70 1))) REPORT '() TOTAL 0 N 0)
+(WHILE (< N (SSLENGTH ROOMS))
+  (SETQ DATA (ENTGET (SSNAME ROOMS N)) POINTS (CORNERS DATA))
+  (SETQ AREA (ABS (/ (TWICE-AREA POINTS) 2)))
+  (MAKE-TEXT "AREAS" (CENTRE POINTS) 4 (GROUP 8 DATA))
+  (MAKE-CIRCLE "AREAS" (OFFSET-POINT (CENTRE POINTS) 0 -5) (/ AREA 600))
+  (SETQ REPORT (CONS (LIST (GROUP 8 DATA) AREA) REPORT) TOTAL (+ TOTAL AREA) N (1+ N)))
+
+(REVERSE (CONS TOTAL REPORT))

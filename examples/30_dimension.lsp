@@ -1,0 +1,22 @@
+; A dimension: extension lines, a dimension line with arrows, and a text that was given.
+;@ load lib/points.lsp
+;@ drawing drawings/room.json
+;@ answer GETPOINT (0 220 0)
+;@ answer GETPOINT (320 220 0)
+;@ expect value 320
+
+(SETQ P (GETPOINT "From: ") Q (GETPOINT P "To: ") GAP 40 SIZE 10)
+(SETQ ALONG (ANGLE P Q) UP (+ ALONG (/ PI 2)))
+
+(DEFUN ARROW (TIP DIRECTION)
+  (MAKE-LINE "DIMENSION" TIP (POLAR TIP (+ DIRECTION 0.3) SIZE))
+  (MAKE-LINE "DIMENSION" TIP (POLAR TIP (- DIRECTION 0.3) SIZE)))
+
+(MAKE-LINE "DIMENSION" (POLAR P UP 5) (POLAR P UP (+ GAP 5)))
+(MAKE-LINE "DIMENSION" (POLAR Q UP 5) (POLAR Q UP (+ GAP 5)))
+(SETQ FROM (POLAR P UP GAP) TO (POLAR Q UP GAP))
+(MAKE-LINE "DIMENSION" FROM TO)
+(ARROW FROM ALONG)
+(ARROW TO (+ ALONG PI))
+(MAKE-TEXT "DIMENSION" (OFFSET-POINT (BETWEEN FROM TO 0.5) 0 5) 14 "320")
+(DISTANCE P Q)
