@@ -15,6 +15,7 @@
 #include "client/process.h"
 #include "client/worker_client.h"
 #include "console/command_line.h"
+#include "console/explainer.h"
 #include "console/files.h"
 #include "console/host.h"
 #include "console/picture.h"
@@ -96,6 +97,8 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
                      client::WorkerProcess& process) {
   client::WorkerClient worker(process);
   Session session(worker, std::cout);
+  Explainer explainer;
+  session.setExplainer(&explainer);
   session.setBrief(line.is_brief);
   if (line.shows_all_calls) session.setShownCallsMax(kHostCallCountMax);
   session.setAnswerer(inputs.answerer.get());

@@ -99,9 +99,13 @@ ProgramEnd Session::load(const Program& library) {
     const ProgramEnd end = load(needed);
     if (end != ProgramEnd::AsExpected) return end;
   }
+  if (explainer_ != nullptr) explainer_->start(library.name, library.text, nullptr);
   const auto reply = worker_->evalStart(library.text, 0);
   if (!reply) return ProgramEnd::Broken;
-  if (reply->status == WorkerStatus::Ok) return ProgramEnd::AsExpected;
+  if (reply->status == WorkerStatus::Ok) {
+    if (explainer_ != nullptr) static_cast<void>(explainer_->finish(*reply));
+    return ProgramEnd::AsExpected;
+  }
   if (reply->status == WorkerStatus::HostCallPending) {
     out_ << library.name << ": a library must not make host calls\n";
     return worker_->evalCancel(reply->value->run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
@@ -110,6 +114,7 @@ ProgramEnd Session::load(const Program& library) {
        << (reply->value ? displayText(reply->value->text)
                         : std::string(client::explainStatus(reply->status)))
        << "\n";
+  printExplanation(*reply);
   return ProgramEnd::Unexpected;
 }
 
@@ -123,6 +128,7 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   if (!ready) return worker_->fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
   if (std::exchange(is_fresh_, false)) before_ = drawing_;
   const Drawing before = drawing_;
+  if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
   if (end != ProgramEnd::Broken) printChanges(before);
   if (!is_brief_) out_ << "\n";
@@ -167,6 +173,7 @@ bool Session::registerContext(const Script& script, std::size_t at_call) {
   if (at_call != 0 || !changes.empty()) {
     tell("host", "RegisterContext", "context " + std::to_string(context_.id) + changes);
   }
+  if (at_call != 0 && explainer_ != nullptr) explainer_->replaceContext(context_);
   const auto status = worker_->registerContext(context_);
   if (status && *status != WorkerStatus::Ok) {
     printLine("worker", client::statusName(*status), std::string(client::explainStatus(*status)));
@@ -199,6 +206,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     if (is_shown) {
       tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     }
+    if (explainer_ != nullptr) explainer_->answer(reply->value->call_name, answer.text);
     reply = worker_->evalResume(reply->value->run_id, answer.text);
   }
   if (!reply) return ProgramEnd::Broken;
@@ -208,6 +216,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
              " (--all-calls shows them)");
   }
   printResponse(*reply, call_count);
+  printExplanation(*reply);
   for (const ScriptedAnswer& unused : host.unusedAnswers()) {
     printLine("script", "not asked for", unused.call + " " + displayText(unused.text));
   }
@@ -229,6 +238,12 @@ ProgramEnd Session::judge(const Reply<EvalResult>& reply, const Script& script) 
   printLine("script", expected ? "as expected" : "NOT AS EXPECTED",
             expected ? "" : displayText(script.expectation->text));
   return expected ? ProgramEnd::AsExpected : ProgramEnd::Unexpected;
+}
+
+void Session::printExplanation(const Reply<EvalResult>& reply) {
+  if (explainer_ == nullptr) return;
+  const std::string text = explainer_->finish(reply);
+  out_ << text;
 }
 
 // The lines that are not comments alone.

@@ -16,6 +16,7 @@
 #include "client/worker_client.h"
 #include "console/drawing.h"
 #include "console/drawing_file.h"
+#include "console/explainer.h"
 #include "console/host.h"
 #include "console/program.h"
 #include "console/script.h"
@@ -68,6 +69,10 @@ class Session {
     progress_ = std::move(progress);
   }
 
+  // Who explains the errors of programs; null for nobody. It must follow every program that the
+  // worker runs, from its first.
+  void setExplainer(Explainer* explainer) { explainer_ = explainer; }
+
   // Without the conversation, only what a program comes to and what becomes of the drawing.
   void setBrief(bool is_brief) { is_brief_ = is_brief; }
   // Of the host calls of a program only this many are shown, and the last.
@@ -99,6 +104,7 @@ class Session {
 
   // Prints unless the session is brief, or the call is one of too many.
   void tell(std::string_view speaker, std::string_view what, const std::string& text);
+  void printExplanation(const client::Reply<client::EvalResult>& reply);
   void printProgram(std::string_view program);
   void printResponse(const client::Reply<client::EvalResult>& reply, std::size_t call_count);
   void printLine(std::string_view speaker, std::string_view what, const std::string& text);
@@ -113,6 +119,7 @@ class Session {
   client::CoordContext context_;  // What the worker knows, as the program's script changes it.
   Answerer* answerer_ = nullptr;
   std::function<bool(const Progress&)> progress_;
+  Explainer* explainer_ = nullptr;
   bool is_brief_ = false;
   std::size_t shown_calls_max_ = kShownCallsMax;
 };

@@ -1,0 +1,65 @@
+// Follows the programs that a worker runs, so that their errors can be explained.
+
+#ifndef CONSOLE_EXPLAINER_H_
+#define CONSOLE_EXPLAINER_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "client/coordinates.h"
+#include "client/eval_result.h"
+#include "client/worker_client.h"
+#include "explain/evaluation.h"
+
+namespace console {
+
+// For each program: start, the answers to its host calls, finish. What programs leave behind it
+// keeps as the worker does, from the same text, so that the next one is followed too.
+class Explainer {
+ public:
+  // `context` is what the program runs under; null for none.
+  void start(std::string_view name, std::string_view text, const client::CoordContext* context);
+
+  // The host answers the call that the program waits for.
+  void answer(std::string_view call_name, std::string_view answer_text);
+
+  // The context has been replaced, while a call waits.
+  void replaceContext(const client::CoordContext& context);
+
+  // The program has come to an end. What there is to tell about it: nothing for a value, an
+  // explanation for an error; or why there is none, because this evaluation and the worker's differ
+  // in message or steps.
+  [[nodiscard]] std::string finish(const client::Reply<client::EvalResult>& reply);
+
+  // What the last program has come to here, with its steps by line.
+  [[nodiscard]] const explain::Outcome& outcome() const { return outcome_; }
+
+  // What programs have left. Setting it is for a worker that has been given other definitions.
+  [[nodiscard]] const explain::Definitions& definitions() const { return definitions_; }
+  void setDefinitions(explain::Definitions definitions) { definitions_ = std::move(definitions); }
+
+ private:
+  struct ContextVersion {
+    std::size_t call_count;  // Calls that were reached under it or an earlier one.
+    geometry::CoordContext context;
+  };
+
+  explain::Outcome evaluateAgain();
+  std::string explainUnreadableAnswer(const client::EvalResult& result);
+
+  explain::Definitions definitions_;
+  explain::ProgramPointer program_;
+  bool has_context_ = false;
+  geometry::CoordContext context_;
+  std::vector<ContextVersion> earlier_contexts_;
+  std::vector<explain::AnsweredCall> answers_;
+  std::string last_answer_;
+  explain::Outcome outcome_;
+};
+
+}  // namespace console
+
+#endif  // CONSOLE_EXPLAINER_H_

@@ -1,0 +1,185 @@
+#include "explain/explanation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "explain/form.h"
+#include "explain/source.h"
+
+namespace explain {
+namespace {
+
+using testing::HasSubstr;
+
+Outcome outcomeOf(const std::string& text, std::vector<AnsweredCall> answers = {}) {
+  Definitions definitions;
+  return evaluate(readProgram("p.lsp", text), definitions, answers, nullptr);
+}
+
+TEST(Source, KnowsLinesAndColumns) {
+  const Source source("s", "a\n\xC3\xA4 b\n");
+  EXPECT_EQ(source.placeOf(0), (Place{1, 1}));
+  EXPECT_EQ(source.placeOf(2), (Place{2, 1}));
+  EXPECT_EQ(source.placeOf(5), (Place{2, 3}));  // Letters, not bytes.
+  EXPECT_EQ(source.placeOf(7), (Place{3, 1}));
+  EXPECT_EQ(source.line(2), "\xC3\xA4 b");
+  EXPECT_EQ(source.line(3), "");
+}
+
+TEST(ShowPlace, PutsACaretBelowTheLine) {
+  const Source source("s", "(A B)\n(\tCC \xC3\xA4 D)");
+  EXPECT_EQ(showPlace(source, 3, 4), "    1 | (A B)\n      |    ^\n");
+  EXPECT_EQ(showPlace(source, 8, 10), "    2 | ( CC \xC3\xA4 D)\n      |   ^^\n");
+  EXPECT_EQ(showPlace(source, 14, 15), "    2 | ( CC \xC3\xA4 D)\n      |        ^\n");
+  EXPECT_EQ(showPlace(source, 0, 99), "    1 | (A B)\n      | ^^^^^\n");  // To the line's end.
+  EXPECT_EQ(showPlace(source, 15, 15), "    2 | ( CC \xC3\xA4 D)\n      |         ^\n");
+}
+
+TEST(ShowPlace, CutsLongLinesAroundTheCaret) {
+  const std::string line = std::string(200, 'x') + "HERE" + std::string(200, 'y');
+  const std::string shown = showPlace(Source("s", line), 200, 204);
+  EXPECT_THAT(shown, HasSubstr("...xxx"));
+  EXPECT_THAT(shown, HasSubstr("yyy...\n"));
+  const std::size_t caret = shown.find('^');
+  const std::size_t second_line = shown.find('\n') + 1;
+  EXPECT_EQ(shown.substr(caret - second_line, 4), "HERE");
+}
+
+TEST(ReadForms, KnowsWhereFormsStand) {
+  const Source source("s", "  (LIST 'a\n\"t\") ; c\n5");
+  const Reading reading = readForms(source);
+  ASSERT_FALSE(reading.fault.has_value());
+  ASSERT_EQ(reading.forms.size(), 2u);
+  const Form& list = reading.forms[0];
+  EXPECT_EQ(list.begin, 2u);
+  EXPECT_EQ(list.end, 15u);
+  ASSERT_EQ(list.items.size(), 3u);
+  EXPECT_EQ(list.items[1].begin, 8u);
+  EXPECT_EQ(list.items[1].operatorName(), "QUOTE");
+  EXPECT_EQ(list.items[2].line, 2u);
+  EXPECT_EQ(reading.forms[1].line, 3u);
+}
+
+TEST(ReadForms, BoundsNestingAsTheWorkerDoes) {
+  const std::string deepest = std::string(513, '(') + std::string(513, ')');
+  EXPECT_FALSE(readForms(Source("s", deepest)).fault.has_value());
+  const auto fault = readForms(Source("s", '(' + deepest + ')')).fault;
+  ASSERT_TRUE(fault.has_value());
+  EXPECT_EQ(fault->message, "parser nesting limit exceeded");
+  EXPECT_EQ(fault->begin, 513u);
+}
+
+TEST(Explanation, TellsPlaceValuesCallsAndAdvice) {
+  EXPECT_EQ(explanationOf(outcomeOf("(DEFUN AVERAGE (SUM COUNT)\n"
+                                    "  (/ SUM COUNT))\n"
+                                    "(DEFUN MEAN (ITEMS) (AVERAGE 12 (LENGTH ITEMS)))\n"
+                                    "(MEAN '())\n")),
+            "p.lsp:2:10: division by zero\n"
+            "    2 |   (/ SUM COUNT))\n"
+            "      |          ^^^^^\n"
+            "  values    SUM is 12\n"
+            "            COUNT is 0\n"
+            "  in        AVERAGE, called at p.lsp:3:21  (AVERAGE 12 (LENGTH ITEMS))\n"
+            "            MEAN, called at p.lsp:4:1  (MEAN '())\n"
+            "  expected  a divisor that is not 0\n"
+            "  try       test it before: (IF (= D 0) ... (/ N D))\n");
+}
+
+TEST(Explanation, SuggestsNamesThatAreNear) {
+  EXPECT_THAT(explanationOf(outcomeOf("(SETQ RADIUS 5) (* 2 RADUIS)")),
+              HasSubstr("did you mean RADIUS?"));
+  EXPECT_THAT(explanationOf(outcomeOf("(LENGHT '(1))")), HasSubstr("did you mean LENGTH?"));
+  EXPECT_THAT(explanationOf(outcomeOf("(NTH 0 '(1))")), HasSubstr("load examples/lib/lists.lsp"));
+  EXPECT_THAT(explanationOf(outcomeOf("(+ 1 CAR)")), HasSubstr("CAR is a function: call it"));
+}
+
+TEST(Explanation, ShowsWhereTheStepsWent) {
+  const std::string text =
+      explanationOf(outcomeOf("(DEFUN SPIN ()\n  (WHILE T\n    (SETQ N 1)))\n(SPIN)"));
+  EXPECT_THAT(text, HasSubstr("LISP evaluation step limit exceeded"));
+  EXPECT_THAT(text, HasSubstr("SPIN line 3"));
+  EXPECT_THAT(text, HasSubstr("(SETQ N 1)"));
+}
+
+TEST(Explanation, CutsLongChainsOfCalls) {
+  const std::string text = explanationOf(outcomeOf("(DEFUN F (N) (F (1+ N)))\n(F 0)"));
+  EXPECT_THAT(text, HasSubstr("LISP evaluation depth exceeded"));
+  EXPECT_THAT(text, HasSubstr("more calls ..."));
+}
+
+TEST(Explanation, TellsOfADivergenceWhatWasAskedBefore) {
+  const std::vector<AnsweredCall> answers = {
+      {"GETDIST", lisp::number(1), std::vector{lisp::number(7)}}};
+  const std::string text = explanationOf(outcomeOf("(GETDIST (+ 4 4))", answers));
+  EXPECT_THAT(text, HasSubstr("LISP host replay divergence at call 1: GETDIST"));
+  EXPECT_THAT(text, HasSubstr("(+ 4 4) is 8"));
+  EXPECT_THAT(text, HasSubstr("before: (GETDIST 7)"));
+  EXPECT_THAT(explanationOf(outcomeOf("5", answers)), HasSubstr("unused answers"));
+}
+
+TEST(Explanation, PointsAtWhatIsMissingInAText) {
+  struct Row {
+    const char* text;
+    const char* place;
+    const char* hint;
+  };
+  const Row rows[] = {
+      {"(A\n(B)\n", "p.lsp:1:1: unterminated list", "should end before line 2"},
+      {"(A (B", "p.lsp:1:1: unterminated list", "the text ends before"},
+      {"(A \"b)\n(C \"d\" \"e)\n", "p.lsp:1:4: unterminated list", "closing quote may be missing"},
+      {"(A) )", "p.lsp:1:5: unexpected ')'", "closed already"},
+      {"\"abc", "p.lsp:1:1: unterminated string", "has no end"},
+      {"A '", "p.lsp:1:3: unexpected end of input", "nothing follows"},
+  };
+  for (const Row& row : rows) {
+    const std::string text = explanationOf(outcomeOf(row.text));
+    EXPECT_THAT(text, HasSubstr(row.place));
+    EXPECT_THAT(text, HasSubstr(row.hint));
+  }
+}
+
+TEST(ExplainAnswer, PointsIntoTheAnswer) {
+  EXPECT_FALSE(explainAnswer("(1 2)").has_value());
+  EXPECT_EQ(explainAnswer("(1 2")->message, "host response parse error: unterminated list");
+  EXPECT_EQ(explainAnswer("")->message, "host response parse error: expected exactly one form");
+  EXPECT_THAT(explanationOf(*explainAnswer("1 2")),
+              HasSubstr("the host's answer:1:3: host response parse error: expected exactly"));
+}
+
+TEST(Evaluate, LeavesDefinitionsOnlyWhenItEndsWithAValue) {
+  Definitions definitions;
+  EXPECT_EQ(
+      evaluate(readProgram("a", "(SETQ A 1)(DEFUN F (X) (+ X A))"), definitions, {}, nullptr).kind,
+      OutcomeKind::Value);
+  EXPECT_EQ(evaluate(readProgram("b", "(SETQ A 2)(/ 1 0)"), definitions, {}, nullptr).kind,
+            OutcomeKind::EvalError);
+  const Outcome outcome = evaluate(readProgram("c", "(F 1)"), definitions, {}, nullptr);
+  EXPECT_EQ(lisp::asNumber(outcome.value), 2);
+}
+
+TEST(Definitions, AreWrittenAsAProgramThatMakesThem) {
+  Definitions definitions;
+  static_cast<void>(evaluate(
+      readProgram("a",
+                  "(SETQ A '(1 \"x\\\"y\" SYM) HUGE (* 1e300 1e300)) (DEFUN F (X) (LIST X A))"),
+      definitions, {}, nullptr));
+  std::vector<std::string> lost;
+  const std::string text = definitions.asProgram(lost);
+  EXPECT_EQ(lost, std::vector<std::string>{"HUGE"});
+  Definitions again;
+  EXPECT_EQ(evaluate(readProgram("b", text), again, {}, nullptr).kind, OutcomeKind::Value) << text;
+  EXPECT_EQ(again.asProgram(lost), text);
+}
+
+TEST(Evaluate, GivesUpWhatWouldTakeTooMuchWork) {
+  std::string text = "(DEFUN F (";
+  for (int n = 0; n < 20000; ++n) text += "/ L" + std::to_string(n) + " ";
+  text += ") 1) (SETQ N 0) (WHILE (< N 20000) (F) (SETQ N (1+ N)))";
+  EXPECT_EQ(outcomeOf(text).kind, OutcomeKind::GivenUp);
+}
+
+}  // namespace
+}  // namespace explain

@@ -1,0 +1,41 @@
+// What every special form and builtin function of the dialect takes and gives, for people.
+
+#ifndef EXPLAIN_REFERENCE_H_
+#define EXPLAIN_REFERENCE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace explain {
+
+enum class Group : std::uint8_t { SpecialForm, Builtin, HostCall };
+
+inline constexpr std::size_t kAnyCount = std::numeric_limits<std::size_t>::max();
+
+struct Entry {
+  std::string_view name;
+  Group group;
+  std::size_t count_min;  // Of arguments.
+  std::size_t count_max;
+  std::string_view form;     // "(CONS VALUE LIST)"
+  std::string_view meaning;  // One or two sentences.
+  std::string_view example;  // A program, and what it comes to as the worker writes it; a host call
+  std::string_view result;   // that waits gives "waits for NAME ARGUMENTS".
+};
+
+// All of them: special forms, builtins, host calls.
+[[nodiscard]] std::span<const Entry> entries();
+
+// Null for a name that is neither.
+[[nodiscard]] const Entry* findEntry(std::string_view name);
+
+// The entry as `:doc` shows it, some lines.
+[[nodiscard]] std::string describe(const Entry& entry);
+
+}  // namespace explain
+
+#endif  // EXPLAIN_REFERENCE_H_
