@@ -16,11 +16,13 @@
 #include "client/process.h"
 #include "client/worker_client.h"
 #include "console/drawing_file.h"
+#include "console/explainer.h"
 #include "console/files.h"
 #include "console/picture.h"
 #include "console/program.h"
 #include "console/script.h"
 #include "console/session.h"
+#include "explain/check.h"
 
 namespace console {
 namespace {
@@ -160,6 +162,40 @@ TEST_F(Examples, LookLikeTheirPictures) {
     const auto expected = readFile((directory / shown).string(), error);
     ASSERT_TRUE(expected.has_value()) << error;
     EXPECT_EQ(differenceOf(picture, *expected, 0.02), "") << shown;
+  }
+}
+
+void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& texts) {
+  for (const Program& library : program.libraries) appendTexts(library, texts);
+  texts.push_back(explain::readProgram(program.name, program.text));
+}
+
+// What ends with a value has no errors to find, and the libraries have not even warnings.
+TEST_F(Examples, PassTheChecker) {
+  for (const auto& path : examplePaths()) {
+    std::string error;
+    const auto program = readProgram(path.string(), error);
+    ASSERT_TRUE(program.has_value()) << error;
+    std::vector<explain::ProgramPointer> texts;
+    appendTexts(*program, texts);
+    const bool may_fail = program->script.expectation->kind == Expectation::Kind::Error;
+    for (const explain::Finding& finding : explain::check(texts, 0)) {
+      EXPECT_TRUE(may_fail) << explain::describe(finding);
+    }
+  }
+}
+
+// Every error of the examples is explained: the second evaluation comes to the same.
+TEST_F(Examples, AreFollowedByTheExplainer) {
+  for (const auto& path : examplePaths()) {
+    startAfresh();
+    out.str("");
+    Explainer explainer;
+    session->setExplainer(&explainer);
+    run(path);
+    EXPECT_EQ(out.str().find("no explanation"), std::string::npos) << out.str();
+    const bool has_error = out.str().find("error: ") != std::string::npos;
+    EXPECT_EQ(out.str().find("\n      | ") != std::string::npos, has_error) << out.str();
   }
 }
 

@@ -1,6 +1,7 @@
 // lisp_console: a host for people who write programs. Runs them against a drawing in memory.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -18,9 +19,14 @@
 #include "console/explainer.h"
 #include "console/files.h"
 #include "console/host.h"
+#include "console/keyboard.h"
+#include "console/line_editor.h"
 #include "console/picture.h"
 #include "console/program.h"
+#include "console/prompt.h"
 #include "console/session.h"
+#include "explain/check.h"
+#include "explain/evaluation.h"
 
 namespace console {
 namespace {
@@ -44,6 +50,7 @@ struct Inputs {
   std::vector<Program> libraries;
   std::vector<Program> programs;
   std::optional<Sheet> sheet;
+  std::unique_ptr<LineEditor> editor;
   std::unique_ptr<Answerer> answerer;
 };
 
@@ -66,6 +73,10 @@ std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
   if (!line.drawing_path.empty()) {
     inputs.sheet = readSheetFile(line.drawing_path, error);
     if (!inputs.sheet) return std::nullopt;
+  }
+  if (line.asks) {
+    inputs.editor = openLineEditor("", [](std::string_view) { return std::vector<std::string>(); });
+    inputs.answerer = std::make_unique<Keyboard>(*inputs.editor);
   }
   if (!line.answers_path.empty()) {
     auto answers = readAnswers(line.answers_path, error);
@@ -135,6 +146,44 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
                   worker.fault()->message + "; " + client::describeExit(process.finish()));
 }
 
+// A program and the libraries that it loads, in the order in which they run.
+void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& texts) {
+  for (const Program& library : program.libraries) appendTexts(library, texts);
+  texts.push_back(explain::readProgram(program.name, program.text));
+}
+
+ExitCode checkPrograms(const Inputs& inputs) {
+  std::size_t error_count = 0;
+  std::size_t warning_count = 0;
+  std::vector<explain::ProgramPointer> texts;
+  for (const Program& library : inputs.libraries) appendTexts(library, texts);
+  for (const Program& program : inputs.programs) {
+    appendTexts(program, texts);
+    for (const explain::Finding& finding : explain::check(texts, texts.size() - 1)) {
+      const bool is_error = finding.severity == explain::Severity::Error;
+      ++(is_error ? error_count : warning_count);
+      std::cout << explain::describe(finding);
+    }
+  }
+  std::cout << inputs.programs.size()
+            << (inputs.programs.size() == 1 ? " program, " : " programs, ") << error_count
+            << (error_count == 1 ? " error, " : " errors, ") << warning_count
+            << (warning_count == 1 ? " warning\n" : " warnings\n");
+  return error_count == 0 ? ExitCode::AllAsExpected : ExitCode::SomeUnexpected;
+}
+
+ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
+  Prompt prompt(line.worker_path, defaultHistoryPath());
+  std::string error;
+  if (!prompt.open(error)) return complain(ExitCode::WorkerBroken, error);
+  if (inputs.sheet) prompt.setSheet(*inputs.sheet);
+  for (const Program& library : inputs.libraries) prompt.load(library);
+  const std::size_t failure_count = prompt.converse(error);
+  if (!error.empty()) return complain(ExitCode::WorkerBroken, error);
+  return failure_count == 0 || isTerminalAttached() ? ExitCode::AllAsExpected
+                                                    : ExitCode::SomeUnexpected;
+}
+
 ExitCode run(const std::string& own_path, const std::vector<std::string_view>& arguments) {
   std::string error;
   const std::string beside =
@@ -147,6 +196,10 @@ ExitCode run(const std::string& own_path, const std::vector<std::string_view>& a
   }
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);
+  if (line->check) return checkPrograms(*inputs);
+  if (line->program_paths.empty() && line->save_path.empty() && line->picture_paths.empty()) {
+    return runPrompt(*inputs, *line);
+  }
   const auto process = client::startWorker(line->worker_path, &error);
   if (process == nullptr) {
     return complain(ExitCode::WorkerBroken, line->worker_path + ": " + error);

@@ -85,6 +85,11 @@ void Session::setSheet(Sheet sheet) {
   is_fresh_ = true;
 }
 
+void Session::restore(Sheet sheet) {
+  drawing_ = std::move(sheet.drawing);
+  sheet_context_ = sheet.context;
+}
+
 ProgramEnd Session::run(const Program& program) {
   if (program.sheet) setSheet(*program.sheet);
   for (const Program& library : program.libraries) {
@@ -135,8 +140,8 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   return end;
 }
 
-void Session::printDrawing() {
-  out_ << "== the drawing at the end: " << drawing_.entities().size()
+void Session::printDrawing(std::string_view heading) {
+  out_ << "== " << heading << ": " << drawing_.entities().size()
        << (drawing_.entities().size() == 1 ? " entity" : " entities") << "\n";
   std::size_t count = 0;
   for (const Entity& entity : drawing_.entities()) {
@@ -183,6 +188,7 @@ bool Session::registerContext(const Script& script, std::size_t at_call) {
 
 ProgramEnd Session::converse(std::string_view program, const Script& script) {
   Host host(drawing_, script.answers, answerer_);
+  calls_.clear();
   tell("host", "EvalStart",
        "the program, " + counted(program.size(), "byte") + ", under context " +
            std::to_string(context_.id));
@@ -203,6 +209,8 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     }
     const HostAnswer answer = host.answer(*reply->value);
     if (!answer.failure.empty()) return cancel(*reply->value, answer.failure);
+    calls_.push_back({reply->value->call_name + " " + displayWorkerText(reply->value->text),
+                      displayText(answer.text), answer.note});
     if (is_shown) {
       tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     }
@@ -285,8 +293,12 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
     default:
       text = "error: " + displayText(result.text);
   }
-  printLine("worker", client::statusName(reply.status),
-            text + "   [" + counted(result.steps, "step") + "]");
+  text += "   [" + counted(result.steps, "step") + "]";
+  if (is_brief_) {
+    out_ << text << "\n";
+  } else {
+    printLine("worker", client::statusName(reply.status), text);
+  }
 }
 
 void Session::tell(std::string_view speaker, std::string_view what, const std::string& text) {

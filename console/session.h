@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "client/coordinates.h"
 #include "client/eval_result.h"
@@ -49,6 +50,13 @@ struct Progress {
   std::uint64_t steps = 0;     // Of the last evaluation.
 };
 
+// A host call that was answered, as a person reads it.
+struct CallRecord {
+  std::string call;  // Name and arguments.
+  std::string answer;
+  std::string note;
+};
+
 class Session {
  public:
   // Both must outlive the session.
@@ -60,6 +68,12 @@ class Session {
   // Puts a drawing and its coordinate systems in the place of what there is.
   void setSheet(Sheet sheet);
   [[nodiscard]] Sheet sheet() const { return {drawing_, sheet_context_}; }
+
+  // The same, but the drawing before stays: for taking a program back.
+  void restore(Sheet sheet);
+
+  // The host calls of the last program.
+  [[nodiscard]] const std::vector<CallRecord>& calls() const { return calls_; }
 
   // Who answers host calls before the drawing and the rules do; null for nobody.
   void setAnswerer(Answerer* answerer) { answerer_ = answerer; }
@@ -89,7 +103,7 @@ class Session {
   ProgramEnd run(std::string_view name, std::string_view program, const Script& script);
 
   // Prints what all programs have left in the drawing.
-  void printDrawing();
+  void printDrawing(std::string_view heading = "the drawing at the end");
 
   [[nodiscard]] const Drawing& drawing() const { return drawing_; }
   // The drawing as the first program on it has found it.
@@ -120,6 +134,7 @@ class Session {
   Answerer* answerer_ = nullptr;
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;
+  std::vector<CallRecord> calls_;
   bool is_brief_ = false;
   std::size_t shown_calls_max_ = kShownCallsMax;
 };

@@ -129,7 +129,7 @@ TEST(Explanation, PointsAtWhatIsMissingInAText) {
   const Row rows[] = {
       {"(A\n(B)\n", "p.lsp:1:1: unterminated list", "should end before line 2"},
       {"(A (B", "p.lsp:1:1: unterminated list", "the text ends before"},
-      {"(A \"b)\n(C \"d\" \"e)\n", "p.lsp:1:4: unterminated list", "closing quote may be missing"},
+      {"(A (B \"b))\n(C \"d)\n", "p.lsp:1:7: unterminated list", "closing quote may be missing"},
       {"(A) )", "p.lsp:1:5: unexpected ')'", "closed already"},
       {"\"abc", "p.lsp:1:1: unterminated string", "has no end"},
       {"A '", "p.lsp:1:3: unexpected end of input", "nothing follows"},

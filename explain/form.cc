@@ -111,6 +111,7 @@ class PositionReader {
 
   bool readString(Form& form) {
     const std::size_t begin = at_++;
+    last_string_ = begin;
     std::string bytes;
     while (at_ < text_.size()) {
       char c = text_[at_++];
@@ -120,6 +121,7 @@ class PositionReader {
           first_long_string_ = begin;
         }
         form.value = lisp::string(bytes);
+        last_string_.reset();
         return true;
       }
       if (c == '\\' && at_ < text_.size()) {
@@ -191,7 +193,12 @@ class PositionReader {
   }
 
   bool fail(std::string message, std::size_t begin, std::size_t end, std::string hint) {
-    if (!fault_) fault_ = ReadFault{std::move(message), begin, end, std::move(hint)};
+    if (fault_) return false;
+    const bool is_unfinished = message == "unterminated list" || message == "unterminated string" ||
+                               message == "unexpected end of input";
+    const std::size_t open_at =
+        last_string_.value_or(open_lists_.empty() ? begin : open_lists_.back());
+    fault_ = ReadFault{std::move(message), begin, end, std::move(hint), is_unfinished, open_at};
     return false;
   }
 
@@ -206,6 +213,7 @@ class PositionReader {
   std::size_t last_quote_ = 0;
   std::vector<std::size_t> open_lists_;  // Where they begin, outermost first.
   std::optional<std::size_t> first_long_string_;
+  std::optional<std::size_t> last_string_;  // While it is being read.
   std::optional<Suspect> suspect_;
   std::optional<ReadFault> fault_;
 };

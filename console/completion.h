@@ -1,0 +1,25 @@
+// What the Tab key adds.
+
+#ifndef CONSOLE_COMPLETION_H_
+#define CONSOLE_COMPLETION_H_
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace console {
+
+// The word before the cursor, from the last blank, parenthesis, apostrophe or quote on.
+[[nodiscard]] std::string_view wordBefore(std::string_view line);
+
+// Of `names`, those that begin with `word` in either case.
+[[nodiscard]] std::vector<std::string> namesWith(const std::vector<std::string>& names,
+                                                 std::string_view word);
+
+// What all candidates have behind `word`, in its letters' case; a blank too when there is only one.
+[[nodiscard]] std::string commonRest(const std::vector<std::string>& candidates,
+                                     std::string_view word);
+
+}  // namespace console
+
+#endif  // CONSOLE_COMPLETION_H_

@@ -1,0 +1,37 @@
+// Points, distances and selections asked from the person at the keyboard.
+
+#ifndef CONSOLE_KEYBOARD_H_
+#define CONSOLE_KEYBOARD_H_
+
+#include <optional>
+#include <string>
+
+#include "client/coordinates.h"
+#include "console/host.h"
+#include "console/line_editor.h"
+
+namespace console {
+
+// Answers GETPOINT, GETCORNER, GETDIST, and SSGET without arguments, with the prompt that the
+// program gives. A point is typed as 10,20 or @5,0 or @10<45, or picked up from the drawing as
+// "end 10,20"; a distance is a number or a second point; a selection is words as COMMAND takes
+// them: all, l, p, w 0,0 10,10, E1 E2. Enter alone is nil. What cannot be understood is asked
+// again; Ctrl-C and the end of the input give the program up.
+class Keyboard : public Answerer {
+ public:
+  // `editor` must outlive it.
+  explicit Keyboard(LineEditor& editor) : editor_(editor) {}
+
+  std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) override;
+
+ private:
+  std::optional<client::Datum> readPick(const client::HostCall& call, Drawing& drawing,
+                                        const std::string& line);
+
+  LineEditor& editor_;
+  client::Point last_;  // What @ counts from.
+};
+
+}  // namespace console
+
+#endif  // CONSOLE_KEYBOARD_H_

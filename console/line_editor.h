@@ -1,0 +1,54 @@
+// Lines from a person at a terminal, or from whatever standard input is.
+
+#ifndef CONSOLE_LINE_EDITOR_H_
+#define CONSOLE_LINE_EDITOR_H_
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace console {
+
+class LineEditor {
+ public:
+  enum class Result : std::uint8_t {
+    Line,
+    End,          // Of the input: Ctrl-D.
+    Interrupted,  // By Ctrl-C; the line is dropped.
+  };
+
+  // All names that could stand where `word` has been begun.
+  using Completer = std::function<std::vector<std::string>(std::string_view word)>;
+
+  virtual ~LineEditor() = default;
+
+  // Shows `prompt` and reads a line, without its end, into `line`.
+  virtual Result read(const std::string& prompt, std::string& line) = 0;
+};
+
+// At a terminal with editing, history and completion by the Tab key; the history is kept in
+// `history_path` from one session to the next, unless that is empty. Otherwise plain lines.
+[[nodiscard]] std::unique_ptr<LineEditor> openLineEditor(const std::string& history_path,
+                                                         LineEditor::Completer completer);
+
+// Where the history is kept: what LISP_CONSOLE_HISTORY names, else a file in the home directory.
+// Empty where there is no home.
+[[nodiscard]] std::string defaultHistoryPath();
+
+// Whether messages go to a person's terminal.
+[[nodiscard]] bool isTerminalAttached();
+
+// From here on Ctrl-C does nothing, to a process that is started now either: at a terminal it
+// reaches every process of the group, and the worker must outlive it.
+void ignoreInterrupts();
+
+// From here on Ctrl-C does not end the program but is remembered until it is taken.
+void catchInterrupts();
+[[nodiscard]] bool takeInterrupt();
+
+}  // namespace console
+
+#endif  // CONSOLE_LINE_EDITOR_H_

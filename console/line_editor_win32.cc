@@ -1,0 +1,51 @@
+#include <windows.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <iostream>
+
+#include "console/line_editor.h"
+
+namespace console {
+namespace {
+
+std::atomic<bool> is_interrupted = false;
+
+BOOL WINAPI noteInterrupt(DWORD event) {
+  if (event != CTRL_C_EVENT) return FALSE;
+  is_interrupted = true;
+  return TRUE;
+}
+
+// The system's own terminal edits lines and keeps their history.
+class PlainEditor : public LineEditor {
+ public:
+  Result read(const std::string& prompt, std::string& line) override {
+    std::cout << prompt << std::flush;
+    if (std::getline(std::cin, line)) return Result::Line;
+    std::cout << "\n";
+    return takeInterrupt() ? Result::Interrupted : Result::End;
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<LineEditor> openLineEditor(const std::string& /*history_path*/,
+                                           LineEditor::Completer /*completer*/) {
+  return std::make_unique<PlainEditor>();
+}
+
+std::string defaultHistoryPath() { return ""; }
+
+bool isTerminalAttached() { return GetFileType(GetStdHandle(STD_ERROR_HANDLE)) == FILE_TYPE_CHAR; }
+
+void ignoreInterrupts() { SetConsoleCtrlHandler(nullptr, TRUE); }
+
+void catchInterrupts() {
+  SetConsoleCtrlHandler(nullptr, FALSE);
+  SetConsoleCtrlHandler(noteInterrupt, TRUE);
+}
+
+bool takeInterrupt() { return is_interrupted.exchange(false); }
+
+}  // namespace console

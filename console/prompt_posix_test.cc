@@ -1,0 +1,247 @@
+// The prompt in a real terminal, which tmux keeps, and at the end of a pipe.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "console/completion.h"
+
+namespace console {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+std::string environment(const char* variable) {
+  const char* const value = std::getenv(variable);
+  EXPECT_NE(value, nullptr) << variable << " is not set; ctest sets it";
+  return value == nullptr ? "" : value;
+}
+
+std::string outputOf(const std::string& command) {
+  FILE* const pipe = ::popen(command.c_str(), "r");
+  std::string output;
+  std::array<char, 4096> buffer{};
+  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+    output.append(buffer.data(), count);
+  }
+  ::pclose(pipe);
+  return output;
+}
+
+class Directory {
+ public:
+  Directory() { std::filesystem::create_directories(path); }
+  ~Directory() { std::filesystem::remove_all(path); }
+  std::filesystem::path path =
+      std::filesystem::temp_directory_path() / ("lisp_prompt_test." + std::to_string(::getpid()));
+};
+
+class PipedPrompt : public testing::Test {
+ protected:
+  // What the prompt says to these lines.
+  std::string say(const std::string& lines, const std::string& options = "") {
+    const auto path = directory.path / "lines.txt";
+    std::ofstream(path) << lines;
+    return outputOf("cd '" + directory.path.string() + "' && '" + environment("LISP_CONSOLE_PATH") +
+                    "' --worker '" + environment("LISP_WORKER_PATH") + "' " + options + " <'" +
+                    path.string() + "' 2>&1");
+  }
+  Directory directory;
+};
+
+TEST_F(PipedPrompt, RunsAFormWhenItsParenthesesClose) {
+  const std::string said = say("(SETQ A\n 5) (SETQ B\n\"x\n(\")\n(LIST A B)\n");
+  EXPECT_THAT(said, HasSubstr("  (SETQ A> "));
+  EXPECT_THAT(said, HasSubstr("  (SETQ B> "));
+  EXPECT_THAT(said, HasSubstr("  \"x> "));
+  EXPECT_THAT(said, HasSubstr("result: (5 \"x\\n(\")"));
+}
+
+TEST_F(PipedPrompt, ExplainsErrorsAndGoesOn) {
+  const std::string said = say("(DEFUN F (X) (/ 1 X))\n(F 0)\n(F 4)\n)\n5\n");
+  EXPECT_THAT(said, HasSubstr("input 1:1:19: division by zero"));
+  EXPECT_THAT(said, HasSubstr("F, called at input 2:1:1"));
+  EXPECT_THAT(said, HasSubstr("result: 0.25"));
+  EXPECT_THAT(said, HasSubstr("unexpected ')'"));
+  EXPECT_THAT(said, HasSubstr("result: 5"));
+}
+
+TEST_F(PipedPrompt, TakesBackDrawingAndDefinitions) {
+  const std::string said =
+      say("(SETQ A 1)\n(SETQ A 2)\n(COMMAND \"POINT\" \"1,1\" \"\")\n:undo\n:drawing\nA\n:undo\n"
+          ":undo\nA\n:undo\n:undo\n:undo\n");
+  EXPECT_THAT(said, HasSubstr("the drawing: 0 entities"));
+  EXPECT_THAT(said, HasSubstr("result: 2 "));
+  EXPECT_THAT(said, HasSubstr("result: 1 "));
+  EXPECT_THAT(said, HasSubstr("there is nothing to take back"));
+}
+
+TEST_F(PipedPrompt, AsksForPicksUntilItUnderstands) {
+  const std::string said = say(
+      "(GETPOINT \"Where? \")\nnowhere\n10,20\n(GETDIST '(0 0))\n3,4\n(GETPOINT)\n@5<90\n(SSGET)\n"
+      "\n(COMMAND \"CIRCLE\" '(50 50) 5)\n(SSGET)\nall\n(GETPOINT)\ncen 48,52\n(GETDIST)\n");
+  EXPECT_THAT(said, HasSubstr("a point is 10,20"));
+  EXPECT_THAT(said, HasSubstr("result: (10 20 0)"));
+  EXPECT_THAT(said, HasSubstr("result: 5 "));
+  EXPECT_THAT(said, HasSubstr("result: (10 25 0)"));
+  EXPECT_THAT(said, HasSubstr("result: nil"));
+  EXPECT_THAT(said, HasSubstr("result: ($KVSEL \"E1\")"));
+  EXPECT_THAT(said, HasSubstr("result: (50 50 0)"));
+  EXPECT_THAT(said, HasSubstr("cancelled   "));
+  EXPECT_THAT(said, HasSubstr("no answer was given to GETDIST"));
+}
+
+TEST_F(PipedPrompt, KnowsItsCommands) {
+  const std::string said = say(
+      "(DEFUN F (X) (* 2 X))\n(COMMAND \"LINE\" '(0 0) '(9 9) \"\")\n:help\n:doc WHILE\n:doc f\n"
+      ":doc mirror\n:doc whlie\n:steps\n:calls\n:picture\n:picture a.gif\n:save out.json\n"
+      ":save defs.lsp\n:save\n:load out.json\n:load defs.lsp\n:load none.lsp\n:nonsense\n"
+      "(F 4)\n:quit\n(F 5)\n");
+  for (const char* const part :
+       {":undo", "(WHILE CONDITION FORM ...)   [special form]", "defined at input 1:1:1",
+        "MIRROR selection", "nothing is known of WHLIE; WHILE?", "steps in the last program",
+        "1  (COMMAND (\"LINE\" (0 0) (9 9) \"\"))  =>  nil   [added E1]", "picture: drawing.svg",
+        "a.gif: the name must end", "written: out.json", "written: defs.lsp", "save where?",
+        "the drawing has 1 entities", "none.lsp: cannot be read", "there is no :nonsense",
+        "result: 8"}) {
+    EXPECT_THAT(said, HasSubstr(part));
+  }
+  EXPECT_THAT(said, Not(HasSubstr("result: 10")));
+  EXPECT_TRUE(std::filesystem::exists(directory.path / "drawing.svg"));
+}
+
+TEST_F(PipedPrompt, LoadsLibrariesAndDrawingsFirst) {
+  std::ofstream(directory.path / "lib.lsp") << "(DEFUN TWICE (X) (* 2 X))";
+  std::ofstream(directory.path / "d.json") << R"({"entities": [{"type": "POINT", "at": [1, 2]}]})";
+  const std::string said = say("(TWICE 21)\n:drawing\n", "--load lib.lsp --drawing d.json");
+  EXPECT_THAT(said, HasSubstr("result: 42"));
+  EXPECT_THAT(said, HasSubstr("E1 POINT"));
+}
+
+TEST_F(PipedPrompt, IsThereAtOnce) {
+  const auto start = std::chrono::steady_clock::now();
+  say("");
+  const auto time = std::chrono::steady_clock::now() - start;
+  const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
+  std::printf("first prompt and end of the session: %d ms\n", static_cast<int>(milliseconds));
+  EXPECT_LT(milliseconds, 500);  // A busy machine's; alone it takes a tenth.
+}
+
+TEST(Completion, AddsWhatAllCandidatesHave) {
+  const std::vector<std::string> names = {"CAR", "CDR", "COMMAND", "COMMAND-S", "CONS"};
+  EXPECT_EQ(wordBefore("(LIST (co"), "co");
+  EXPECT_EQ(wordBefore("'ab"), "ab");
+  EXPECT_EQ(wordBefore("(LIST "), "");
+  EXPECT_THAT(namesWith(names, "c"), ElementsAre("CAR", "CDR", "COMMAND", "COMMAND-S", "CONS"));
+  EXPECT_THAT(namesWith(names, "X"), IsEmpty());
+  EXPECT_EQ(commonRest(namesWith(names, "com"), "com"), "mand");
+  EXPECT_EQ(commonRest(namesWith(names, "CON"), "CON"), "S ");
+  EXPECT_EQ(commonRest(namesWith(names, "c"), "c"), "");
+  EXPECT_EQ(commonRest({}, "c"), "");
+}
+
+// One terminal of a tmux server of its own.
+class TerminalPrompt : public testing::Test {
+ protected:
+  ~TerminalPrompt() override { tmux("kill-server"); }
+
+  std::string tmux(const std::string& command) const {
+    return outputOf("tmux -f /dev/null -L " + server_ + " " + command + " 2>&1");
+  }
+
+  void start() {
+    tmux("new-session -d -x 110 -y 50 \"LISP_CONSOLE_HISTORY='" +
+         (directory.path / "history").string() + "' exec '" + environment("LISP_CONSOLE_PATH") +
+         "' --worker '" + environment("LISP_WORKER_PATH") + "'\"");
+    EXPECT_TRUE(shows("lisp>")) << screen();
+  }
+
+  [[nodiscard]] std::string screen() const { return tmux("capture-pane -p"); }
+
+  // Whether the screen comes to show the text.
+  [[nodiscard]] bool shows(const std::string& text) const {
+    for (int n = 0; n < 1000; ++n) {
+      if (screen().find(text) != std::string::npos) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+  }
+
+  void type(const std::string& keys) { tmux("send-keys -l '" + keys + "'"); }
+  void press(const std::string& key) { tmux("send-keys " + key); }
+  void enter(const std::string& line) {
+    type(line);
+    press("Enter");
+  }
+
+  Directory directory;
+
+ private:
+  std::string server_ = "lisp_prompt_test_" + std::to_string(::getpid());
+};
+
+TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
+  start();
+  enter("(DEFUN TWICE (X)");
+  ASSERT_TRUE(shows("  (DEFUN TWICE (...>")) << screen();
+  enter("(* 2 X))");
+  ASSERT_TRUE(shows("result: TWICE")) << screen();
+
+  type("(twi");
+  press("Tab");
+  ASSERT_TRUE(shows("(twice")) << screen();
+  enter("21)");
+  ASSERT_TRUE(shows("result: 42")) << screen();
+  type("(ss");
+  press("Tab");
+  press("Tab");
+  EXPECT_TRUE(shows("SSGET  SSLENGTH  SSNAME")) << screen();
+  press("C-c");
+  EXPECT_TRUE(shows("^C")) << screen();
+
+  press("Up");
+  press("Left");
+  type("00");
+  press("Enter");
+  EXPECT_TRUE(shows("result: 4200")) << screen();
+
+  // A run that goes on for long says so; Ctrl-C ends it and not the session.
+  enter("(SETQ N 0) (WHILE T (SETQ N (1+ N)) (COMMAND \"POINT\" (LIST N 0) \"\"))");
+  ASSERT_TRUE(shows("host calls answered")) << screen();
+  press("C-c");
+  ASSERT_TRUE(shows("cancelled after")) << screen();
+  enter("(TWICE 5)");
+  EXPECT_TRUE(shows("result: 10 ")) << screen();
+
+  // The worker dies; what was defined is there again in the next one.
+  const std::string console_pid = tmux("display-message -p '#{pane_pid}'");
+  outputOf("kill -9 $(ps -o pid= --ppid " + std::to_string(std::stol(console_pid)) + ")");
+  enter("(TWICE 6)");
+  ASSERT_TRUE(shows("the worker is gone")) << screen();
+  enter("(TWICE 7)");
+  EXPECT_TRUE(shows("result: 14")) << screen();
+
+  press("C-d");
+  for (int n = 0; n < 500 && tmux("list-sessions").find("110") != std::string::npos; ++n) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  start();
+  press("Up");
+  EXPECT_TRUE(shows("(TWICE 7)")) << screen();
+}
+
+}  // namespace
+}  // namespace console

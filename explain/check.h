@@ -1,0 +1,42 @@
+// What can be known of a program without running it.
+
+#ifndef EXPLAIN_CHECK_H_
+#define EXPLAIN_CHECK_H_
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "explain/evaluation.h"
+
+namespace explain {
+
+enum class Severity : std::uint8_t {
+  Error,    // Evaluating the place fails.
+  Warning,  // It works, but perhaps not as its writer thinks.
+};
+
+struct Finding {
+  Severity severity = Severity::Error;
+  ProgramPointer program;
+  std::size_t begin = 0;
+  std::size_t end = 0;
+  std::string message;
+  std::string advice;
+};
+
+// Looks at programs that are run in this order, one after the other: texts that cannot be read,
+// functions that nobody defines, calls with a wrong number of arguments, malformed special forms,
+// constants of a wrong kind, variables that nothing assigns, forms nested too deep; and, as
+// warnings, assignments that reach a copy of a caller's variable, loops whose condition is a list
+// and so never nil. In the order of the texts; only programs from `first_shown` on are reported.
+[[nodiscard]] std::vector<Finding> check(std::span<const ProgramPointer> programs,
+                                         std::size_t first_shown);
+
+// Several lines: place, kind and message, the source line with a caret, what to do.
+[[nodiscard]] std::string describe(const Finding& finding);
+
+}  // namespace explain
+
+#endif  // EXPLAIN_CHECK_H_

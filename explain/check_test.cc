@@ -1,0 +1,141 @@
+#include "explain/check.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace explain {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// "line:column kind message" of each finding in the last of the texts.
+std::vector<std::string> findingsIn(const std::vector<std::string>& texts) {
+  std::vector<ProgramPointer> programs;
+  for (const std::string& text : texts) programs.push_back(readProgram("p", text));
+  std::vector<std::string> lines;
+  for (const Finding& finding : check(programs, programs.size() - 1)) {
+    const Place place = finding.program->source.placeOf(finding.begin);
+    lines.push_back(std::to_string(place.line) + ":" + std::to_string(place.column) +
+                    (finding.severity == Severity::Error ? " error " : " warning ") +
+                    finding.message);
+  }
+  return lines;
+}
+
+TEST(Check, FindsNothingWhereNothingIsWrong) {
+  for (const char* const text : {"",
+                                 "(SETQ A 1) (+ A 2)",
+                                 "(DEFUN F (X / Y) (SETQ Y X) Y) (F 1)",
+                                 "'(UNKNOWN (5 6))",
+                                 "(DEFUN F (X) (G)) (DEFUN G () X) (F 1)",
+                                 "(CAR '())",
+                                 "(IF T 1)",
+                                 "()",
+                                 "(LENGTH '())",
+                                 "(F 1) (DEFUN F (X) X)",
+                                 "(POLAR '(1 2) 0 5)",
+                                 "(EQ NIL \"x\")",
+                                 "(/ 0 5)",
+                                 "(- 0)",
+                                 "(SSLENGTH '($KVSEL \"E1\"))",
+                                 "(WHILE (< 1 0))",
+                                 "(GETPOINT)",
+                                 "(TRANS '(1 2) 0 1)",
+                                 "(DEFUN F (A) A) (DEFUN F (A B) A) (F 1)",
+                                 "(PROGN)",
+                                 "T"}) {
+    EXPECT_THAT(findingsIn({text}), IsEmpty()) << text;
+  }
+}
+
+TEST(Check, FindsWhatCannotWork) {
+  struct Row {
+    const char* text;
+    const char* finding;
+  };
+  const Row rows[] = {
+      {"(A (B)", "1:1 error unterminated list"},
+      {"5 )", "1:3 error unexpected ')'"},
+      {"(NO-SUCH 1)", "1:2 error unsupported LISP function: NO-SUCH"},
+      {"(DEFUN F (X) X)\n(F)", "2:1 error wrong argument count for F"},
+      {"(LIST MISSING)", "1:7 error unbound symbol: MISSING"},
+      {"(CONS 1)", "1:1 error CONS: 1 argument"},
+      {"(< 1 2 3)", "1:1 error <: 3 arguments"},
+      {"(IF T)", "1:1 error IF: 1 part"},
+      {"(SETQ A)", "1:1 error SETQ: 1 part"},
+      {"(SETQ A 1 B)", "1:1 error SETQ: 3 parts"},
+      {"(SETQ \"A\" 1)", "1:7 error setq target must be a symbol"},
+      {"(QUOTE A B)", "1:1 error QUOTE: 2 parts"},
+      {"(NOT)", "1:1 error NOT: 0 parts"},
+      {"(DEFUN F (X))", "1:1 error defun syntax error"},
+      {"(DEFUN F NIL 1)", "1:1 error defun syntax error"},
+      {"(DEFUN F (1) 1)", "1:11 error defun parameter must be symbol"},
+      {"((LIST) 1)", "1:2 error first list item must be a function symbol"},
+      {"(+ 1 \"2\")", "1:6 error + expects numbers"},
+      {"(/ 1 0)", "1:6 error division by zero"},
+      {"(LENGTH NIL)", "1:9 error length expects list"},
+      {"(SSNAME 5 0)", "1:9 error ssname expects a selection set"},
+      {"(POLAR '(1 2) \"0\" 1)", "1:15 error polar expects point, angle, distance"},
+      {"(DISTANCE '(1) '(1 2))", "1:11 error DISTANCE expects point list"},
+      {"(= 'A 1)", "1:4 error = expects two numbers"},
+      {"(DEFUN F (X) (+ X Y)) 1", "1:19 error unbound symbol: Y"},
+  };
+  for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
+}
+
+TEST(Check, FindsFormsTooDeepForEveryEvaluation) {
+  const auto nested = [](std::size_t count) {
+    std::string text = "1";
+    for (std::size_t n = 0; n < count; ++n) text = "(1+ " + text + ")";
+    return text;
+  };
+  EXPECT_THAT(findingsIn({nested(128)}), IsEmpty());
+  EXPECT_THAT(findingsIn({nested(129)}), ElementsAre(HasSubstr("LISP evaluation depth exceeded")));
+}
+
+TEST(Check, WarnsOfWhatSurprises) {
+  struct Row {
+    const char* text;
+    const char* finding;
+  };
+  const Row rows[] = {
+      {"(DEFUN INNER () (SETQ X 1))\n(DEFUN OUTER (X) (INNER) X)",
+       "1:23 warning this assigns a copy of X when OUTER has called INNER"},
+      {"(DEFUN A () (SETQ X 1))\n(DEFUN B () (A))\n(DEFUN C (/ X) (B) X)",
+       "1:19 warning this assigns a copy of X when C has called A"},
+      {"(WHILE (CDR '(1)) 1)", "1:8 warning this condition is a list, and a list is never nil"},
+      {"(SETQ T 1)", "1:7 warning T is always T"},
+      {"(DEFUN F (X X) X)", "1:13 warning this name stands twice in the list"},
+      {"(DEFUN IF (X) X)", "1:8 warning a special form cannot be replaced"},
+      {"(DEFUN CAR (X) X)", "1:8 warning this replaces a builtin function"},
+      {"(CAR)", "1:1 warning CAR of 0 values"},
+  };
+  for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
+  // Its own name: nothing surprising.
+  EXPECT_THAT(findingsIn({"(DEFUN F (/ X) (SETQ X 1)) (DEFUN G (X) (F) X)"}), IsEmpty());
+}
+
+TEST(Check, KnowsWhatEarlierProgramsDefine) {
+  EXPECT_THAT(findingsIn({"(DEFUN F (X) X) (SETQ A 1)", "(F A)"}), IsEmpty());
+  EXPECT_THAT(findingsIn({"(NO-SUCH)", "1"}), IsEmpty());  // Not of the last text.
+}
+
+TEST(Check, DescribesAFindingWithItsLine) {
+  const std::vector<ProgramPointer> programs = {
+      readProgram("a.lsp", "(SETQ LENGTH 5)\n(* 2 LENGHT)")};
+  const std::vector<Finding> findings = check(programs, 0);
+  ASSERT_EQ(findings.size(), 1u);
+  EXPECT_EQ(describe(findings[0]),
+            "a.lsp:2:6: error: unbound symbol: LENGHT\n"
+            "    2 | (* 2 LENGHT)\n"
+            "      |      ^^^^^^\n"
+            "  did you mean LENGTH?\n");
+}
+
+}  // namespace
+}  // namespace explain
