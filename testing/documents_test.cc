@@ -33,7 +33,7 @@ using testing::IsEmpty;
 constexpr std::string_view kDocuments[] = {"README.md",        "docs/ARCHITECTURE.md",
                                            "docs/LANGUAGE.md", "docs/PROTOCOL.md",
                                            "docs/SESSIONS.md", "docs/EMBEDDING.md",
-                                           "docs/GUARANTEES.md"};
+                                           "docs/GUARANTEES.md", "docs/TUTORIAL.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
@@ -99,7 +99,7 @@ TEST(Documents, NameFilesThatExist) {
 std::string allSources() {
   std::string sources;
   for (const char* directory : {"lisp", "host", "geometry", "worker", "client", "session",
-                                "c_interface", "console", "testing"}) {
+                                "c_interface", "explain", "console", "testing"}) {
     for (const fs::directory_entry& file : fs::directory_iterator(sourceDirectory() / directory)) {
       const std::string name = file.path().filename().string();
       if (!file.is_regular_file() || name.ends_with("_test.cc")) continue;

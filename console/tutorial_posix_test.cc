@@ -1,0 +1,151 @@
+// docs/TUTORIAL.md, held against the console: every command on it is executed.
+//
+// ./dev run builds the console and starts it where the caller stands with the same arguments; here,
+// where it has been built, it is started at once.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "console/files.h"
+#include "testing/document_examples.h"
+
+namespace console {
+namespace {
+
+using testing::HasSubstr;
+using testing_support::DocumentBlock;
+
+std::string environment(const char* variable) {
+  const char* const value = std::getenv(variable);
+  EXPECT_NE(value, nullptr) << variable << " is not set; ctest sets it";
+  return value == nullptr ? "" : value;
+}
+
+class Tutorial : public testing::Test {
+ protected:
+  Tutorial() {
+    std::filesystem::create_directories(directory_);
+    std::filesystem::create_directory_symlink(
+        std::filesystem::path(environment("LISP_SOURCE_DIR")) / "examples",
+        directory_ / "examples");
+  }
+  ~Tutorial() override { std::filesystem::remove_all(directory_); }
+
+  // What the console prints for these arguments and lines of input.
+  [[nodiscard]] std::string run(const std::string& arguments, const std::string& input) const {
+    write("input.txt", input);
+    const std::string command = "cd '" + directory_.string() + "' && '" +
+                                environment("LISP_CONSOLE_PATH") + "' " + arguments +
+                                " <input.txt 2>&1";
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    std::string output;
+    std::array<char, 4096> buffer{};
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+      output.append(buffer.data(), count);
+    }
+    ::pclose(pipe);
+    return output;
+  }
+
+  void write(const std::string& name, const std::string& text) const {
+    std::string error;
+    EXPECT_TRUE(writeFile((directory_ / name).string(), text, error)) << error;
+  }
+
+  [[nodiscard]] bool exists(const std::string& name) const {
+    return std::filesystem::exists(directory_ / name);
+  }
+
+  // A block of commands, each with what it prints below it.
+  int runCommands(const DocumentBlock& block) const {
+    const std::string kCommand = "$ ./dev run ";
+    std::istringstream lines(block.text);
+    std::string arguments;
+    std::string expected;
+    int count = 0;
+    const auto finish = [&] {
+      if (!arguments.empty()) {
+        EXPECT_EQ(run(arguments, ""), expected) << arguments;
+      }
+      expected.clear();
+    };
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with(kCommand)) {
+        finish();
+        arguments = line.substr(kCommand.size());
+        ++count;
+      } else {
+        expected += line + "\n";
+      }
+    }
+    finish();
+    return count;
+  }
+
+  // A session at the prompt. A pipe does not echo what is typed.
+  void runPrompt(const DocumentBlock& block) const {
+    std::istringstream lines(block.text);
+    std::string input;
+    std::string expected;
+    for (std::string line; std::getline(lines, line);) {
+      const std::size_t prompt_end =
+          line.starts_with("lisp> ") || line.starts_with("  (DEFUN") ? line.find("> ") : line.npos;
+      if (prompt_end == std::string::npos) {
+        expected += line + "\n";
+      } else {
+        input += line.substr(prompt_end + 2) + "\n";
+        expected += line.substr(0, prompt_end + 2);
+      }
+    }
+    EXPECT_EQ(run("", input), expected);
+  }
+
+ private:
+  std::filesystem::path directory_ =
+      std::filesystem::temp_directory_path() / ("lisp_tutorial_test." + std::to_string(::getpid()));
+};
+
+TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
+  int command_count = 0;
+  int prompt_count = 0;
+  for (const DocumentBlock& block :
+       testing_support::fencedBlocks(testing_support::readSource("docs/TUTORIAL.md"))) {
+    SCOPED_TRACE("line " + std::to_string(block.line));
+    if (block.info.starts_with("lsp ")) {
+      write(block.info.substr(4), block.text);
+    } else if (block.info == "console") {
+      command_count += runCommands(block);
+    } else if (block.info == "prompt") {
+      runPrompt(block);
+      ++prompt_count;
+    } else {
+      EXPECT_EQ(block.info, "sh");
+      EXPECT_EQ(block.text, "./dev run\n");
+    }
+  }
+  EXPECT_EQ(command_count, 5);
+  EXPECT_EQ(prompt_count, 1);
+  for (const char* const file : {"flange.svg", "changed.svg", "changed.json"}) {
+    EXPECT_TRUE(exists(file)) << file;
+  }
+}
+
+TEST_F(Tutorial, BeginsWithTheExampleThatDevRuns) {
+  const std::string dev = testing_support::readSource("dev");
+  EXPECT_THAT(dev, HasSubstr("examples/16_numbering.lsp\" --picture"));
+  const std::string output = run("examples/16_numbering.lsp --picture n.svg --picture n.png", "");
+  EXPECT_THAT(output, HasSubstr("picture: n.svg\npicture: n.png\n"));
+  EXPECT_TRUE(exists("n.svg") && exists("n.png"));
+}
+
+}  // namespace
+}  // namespace console
