@@ -89,9 +89,9 @@ std::string adviceForForeignName(std::string_view name) {
 
 class Evaluator {
  public:
-  Evaluator(const ProgramPointer& program, Definitions definitions, std::span<AnsweredCall> answers,
+  Evaluator(ProgramPointer program, Definitions definitions, std::span<AnsweredCall> answers,
             const geometry::CoordContext* context, const Limits& limits)
-      : program_(program),
+      : program_(std::move(program)),
         definitions_(std::move(definitions)),
         answers_(answers),
         context_(context),
@@ -116,7 +116,7 @@ class Evaluator {
     if (next_answer_ != answers_.size()) {
       const Form* const last =
           program_->reading.forms.empty() ? nullptr : &program_->reading.forms.back();
-      static const Form kNothing;
+      static const Form kNothing{};
       fail("LISP host replay transcript has unused answers", last == nullptr ? kNothing : *last,
            "the same host calls as in the evaluation before",
            "something that the calls depend on has changed outside: a coordinate system?");
@@ -177,9 +177,10 @@ class Evaluator {
     fault.end = at.end;
     fault.expected = std::move(expected);
     fault.advice = std::move(advice);
-    for (auto frame = frames_.rbegin(); frame != frames_.rend(); ++frame) {
+    for (std::size_t n = frames_.size(); n-- > 0;) {
+      const Frame& frame = frames_[n];
       fault.calls.push_back(
-          {frame->function->name, frame->caller, frame->call->begin, frame->call->end});
+          {frame.function->name, frame.caller, frame.call->begin, frame.call->end});
     }
     return false;
   }

@@ -46,7 +46,7 @@ class Writer {
     return text_.size() <= size_max_;
   }
 
-  std::string text_;
+  [[nodiscard]] std::string takeText() { return std::move(text_); }
 
  private:
   bool writeNumber(double number) {
@@ -84,6 +84,7 @@ class Writer {
     return again && again->kind() == lisp::ValueKind::Symbol && *lisp::asText(*again) == name;
   }
 
+  std::string text_;
   std::size_t size_max_;
   bool is_exact_;
 };
@@ -93,7 +94,7 @@ class Writer {
 std::string shorten(const lisp::LispValue& value, std::size_t size_max) {
   Writer writer(size_max, false);
   const bool is_whole = writer.write(value, 0);
-  std::string text = std::move(writer.text_);
+  std::string text = writer.takeText();
   if (is_whole && text.size() <= size_max) return text;
   std::size_t cut = std::min(text.size(), size_max);
   while (cut > 0 && cut < text.size() && (static_cast<unsigned char>(text[cut]) & 0xC0U) == 0x80) {
@@ -105,7 +106,7 @@ std::string shorten(const lisp::LispValue& value, std::size_t size_max) {
 std::optional<std::string> write(const lisp::LispValue& value, std::size_t size_max) {
   Writer writer(size_max, true);
   if (!writer.write(value, 0)) return std::nullopt;
-  return std::move(writer.text_);
+  return writer.takeText();
 }
 
 std::string kindOf(const lisp::LispValue& value) {
