@@ -109,11 +109,11 @@ TEST(Worker, TellsThatItCannotBeStarted) {
   EXPECT_FALSE(worker.run("1").has_value());
 }
 
-// Started without arguments, the console only complains.
+// Started without arguments, this program only complains.
 TEST(Worker, TellsThatAProgramIsNoWorker) {
-  const char* const console = std::getenv("LISP_CONSOLE_PATH");
-  ASSERT_NE(console, nullptr);
-  Worker worker(console, {.time_limit = milliseconds(5000)});
+  const char* const session = std::getenv("LISP_SESSION_PATH");
+  ASSERT_NE(session, nullptr);
+  Worker worker(session, {.time_limit = milliseconds(5000)});
   EXPECT_EQ(worker.ping(), std::nullopt);
   ASSERT_TRUE(worker.fault().has_value());
   EXPECT_THAT(worker.fault()->message, HasSubstr("; the worker ended with exit code 2: "));
