@@ -68,8 +68,7 @@ class Worker {
   // Carries a program through all its host calls. Without `answer`, or for a call that it does not
   // answer, the program is cancelled. `answer` may make requests of this worker, and even run
   // another program.
-  [[nodiscard]] std::optional<RunReport> run(std::string_view program,
-                                             const Answerer& answer = {},
+  [[nodiscard]] std::optional<RunReport> run(std::string_view program, const Answerer& answer = {},
                                              const RunSettings& settings = {});
 
   // The requests of WorkerClient, which describes them.

@@ -50,6 +50,7 @@ if(LISP_SANITIZE)
   set(sanitizers -fsanitize=address,undefined,float-cast-overflow)
   add_compile_options(${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(${sanitizers})
+  add_compile_definitions(LISP_SANITIZE=1)
 endif()
 
 if(LISP_FUZZ)

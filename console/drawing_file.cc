@@ -139,6 +139,14 @@ std::string readOtherGroups(const Json& value, DatumList& groups) {
   return "";
 }
 
+// Null for a key that entities of this type do not have.
+const KeyRule* ruleFor(const std::string& type, const std::string& key) {
+  const auto* const rule = std::find_if(
+      std::begin(kKeyRules), std::end(kKeyRules),
+      [&](const KeyRule& known) { return appliesTo(known, type) && known.key == key; });
+  return rule == std::end(kKeyRules) ? nullptr : rule;
+}
+
 std::string readEntity(const Json& json, Drawing& drawing) {
   if (!json.is_object()) return "must be an object";
   if (!json.contains("type") || !json["type"].is_string()) return R"(needs a "type")";
@@ -155,10 +163,8 @@ std::string readEntity(const Json& json, Drawing& drawing) {
     } else if (key == "other") {
       reason = readOtherGroups(value, groups);
     } else {
-      const auto* const rule = std::find_if(
-          std::begin(kKeyRules), std::end(kKeyRules),
-          [&](const KeyRule& known) { return appliesTo(known, type) && known.key == key; });
-      if (rule == std::end(kKeyRules)) {
+      const KeyRule* const rule = ruleFor(type, key);
+      if (rule == nullptr) {
         for (const KeyRule& known : kKeyRules) {
           if (known.type == type) keys += " " + std::string(known.key);
         }

@@ -338,6 +338,7 @@ TEST_F(AnswerListTest, AnswersAfterTheScriptAndBeforeTheDrawing) {
 
 TEST_F(AnswerListTest, FailsWhenItRunsOut) {
   client::EvalResult waiting;
+  waiting.eval_status = client::EvalStatus::HostCallRequired;
   waiting.call_name = "GETDIST";
   waiting.text = "()";
   EXPECT_EQ(host.answer(waiting).failure,

@@ -30,10 +30,9 @@ using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::string_view kDocuments[] = {"README.md",        "docs/ARCHITECTURE.md",
-                                           "docs/LANGUAGE.md", "docs/PROTOCOL.md",
-                                           "docs/SESSIONS.md", "docs/EMBEDDING.md",
-                                           "docs/GUARANTEES.md", "docs/TUTORIAL.md"};
+constexpr std::string_view kDocuments[] = {
+    "README.md",        "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",   "docs/PROTOCOL.md",
+    "docs/SESSIONS.md", "docs/EMBEDDING.md",    "docs/GUARANTEES.md", "docs/TUTORIAL.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 

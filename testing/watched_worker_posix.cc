@@ -22,7 +22,7 @@ std::string beginningOf(std::string_view text) { return std::string(text.substr(
 }  // namespace
 
 bool isSanitized() {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef LISP_SANITIZE
   return true;
 #else
   return false;

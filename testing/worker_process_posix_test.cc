@@ -24,18 +24,13 @@
 #include "testing/executable_worker.h"
 #include "testing/reference_conversation.h"
 #include "testing/scenario.h"
+#include "testing/watched_worker.h"
 #include "testing/worker_process.h"
 
 namespace testing_support {
 namespace {
 
 using std::chrono::milliseconds;
-
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 // A file that may grow so far and no further takes exactly as much of a response. The limit and
 // that its signal is ignored are inherited.
@@ -197,7 +192,7 @@ long residentSize(const ChildProcess& child) {
 }
 
 TEST(WorkerProcess, IsSmallWhileItIsIdle) {
-  if (kSanitized) GTEST_SKIP() << "the sanitizers need memory of their own";
+  if (isSanitized()) GTEST_SKIP() << "the sanitizers need memory of their own";
   constexpr long kIdleSizeMax = 6 * 1024;  // KiB.
   ChildProcess child;
   child.send(pingFrame());
@@ -249,7 +244,7 @@ TEST(WorkerProcess, LeavesAtOnceWithMillionsOfValues) {
   child.endInput();
   EXPECT_EQ(child.end(), "exit code 0");
   const auto elapsed = std::chrono::steady_clock::now() - begin;
-  const auto limit = kSanitized ? milliseconds(5000) : milliseconds(200);
+  const auto limit = isSanitized() ? milliseconds(5000) : milliseconds(200);
   EXPECT_LT(child.processorTime() - used, limit);
   // The machine may be busy with other things.
   EXPECT_LT(elapsed, limit * 5);
