@@ -62,9 +62,10 @@ std::string paperColour(int number) {
     return hexColour(grey, grey, grey);
   }
   // Ten numbers for each hue, darker from pair to pair, the odd ones paler.
+  const int hue = (number - kFirstHue) / 10;
   const int step = (number - kFirstHue) % 10;
-  const double turn = static_cast<double>((number - kFirstHue) / 10) / 24;
-  return hueColour(turn, step % 2 == 0 ? 0.85 : 0.5, 0.8 - 0.1 * (step / 2));
+  const int shade = step / 2;
+  return hueColour(static_cast<double>(hue) / 24, step % 2 == 0 ? 0.85 : 0.5, 0.8 - 0.1 * shade);
 }
 
 std::optional<int> readColour(std::string_view text) {

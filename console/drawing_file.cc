@@ -193,7 +193,7 @@ std::string readEntity(const Json& json, Drawing& drawing) {
 
 std::string readLayer(const Json& json, Drawing& drawing) {
   if (!json.is_object()) return "must be an object";
-  const std::string unknown = whyUnknownKey(json, {"name", "colour", "visible"});
+  std::string unknown = whyUnknownKey(json, {"name", "colour", "visible"});
   if (!unknown.empty()) return unknown;
   if (!json.contains("name") || !json["name"].is_string() ||
       json["name"].get<std::string>().empty()) {

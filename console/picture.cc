@@ -533,8 +533,9 @@ class Page {
     const auto columns = static_cast<std::size_t>((kPageWidth - 2 * kMargin) / kLegendColumn);
     std::string text;
     for (std::size_t n = 0; n < items.size(); ++n) {
+      const std::size_t row = n / columns;
       const double x = kMargin + kLegendColumn * static_cast<double>(n % columns);
-      const double y = top + kLegendRow * (static_cast<double>(n / columns) + 0.6);
+      const double y = top + kLegendRow * (static_cast<double>(row) + 0.6);
       if (!items[n].style.empty()) {
         text += "<path d=\"M" + pixels(x) + " " + pixels(y) + " H" + pixels(x + 24) + "\" " +
                 items[n].style + "/>\n";

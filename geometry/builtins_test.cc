@@ -137,6 +137,15 @@ INSTANTIATE_TEST_SUITE_P(
                     ErrorRow{"(DISTANCE '(1 nil) '(1 1))", "DISTANCE expects point list"},
                     ErrorRow{"(DISTANCE '((1 1) 1) '(1 1))", "DISTANCE expects point list"}));
 
+// Before their number and kind, and before a context is asked for.
+INSTANTIATE_TEST_SUITE_P(
+    ArgumentsAreEvaluatedFirst, GeometricBuiltinErrors,
+    testing::Values(ErrorRow{"(DISTANCE X)", "unbound symbol: X"},
+                    ErrorRow{"(ANGLE 1 X)", "unbound symbol: X"},
+                    ErrorRow{"(POLAR X)", "unbound symbol: X"},
+                    ErrorRow{"(TRANS X)", "unbound symbol: X"},
+                    ErrorRow{"(TRANS '(1 2) 0 1 X)", "unbound symbol: X"}));
+
 INSTANTIATE_TEST_SUITE_P(
     Angle, GeometricBuiltinErrors,
     testing::Values(ErrorRow{"(ANGLE)", "ANGLE argument count"},
@@ -190,6 +199,7 @@ TEST(Polar, TurnsCounterclockwiseInRadians) {
 TEST(Trans, NeedsAContextWhateverItsArguments) {
   expect_error(evaluate("(TRANS '(1 2) 0 1)", nullptr), kTransRequires);
   expect_error(evaluate("(TRANS 1 'A 'B)", nullptr), kTransRequires);
+  expect_error(evaluate("(TRANS X)", nullptr), "unbound symbol: X");
 }
 
 // System s moves its points by s in x, 10 s in y and 100 s in z.

@@ -20,6 +20,17 @@ using worker::MessageHeader;
 using worker::MessageType;
 using worker::WorkerStatus;
 
+std::string repeated(const std::string& text, std::size_t count) {
+  std::string bytes;
+  for (std::size_t i = 0; i < count; ++i) bytes += text;
+  return bytes;
+}
+
+// 7 inside so many lists.
+std::string nested(std::size_t depth) {
+  return repeated("(PROGN ", depth) + "7" + repeated(")", depth);
+}
+
 std::vector<Scenario> hostCalls() {
   return {
       Scenario("OneCallAndItsAnswer")
@@ -108,6 +119,19 @@ std::vector<Scenario> hostCalls() {
           .call(1, "GETDIST", 0, "()", 2 + 1 + 25000 * 7 + 3 + 3)
           .resume(1, "2")
           .value("(1 2)", 2 + 1 + 25000 * 7 + 3 + 3),
+      // And the whole depth of 128 lists.
+      Scenario("EveryReplayGoesAsDeep")
+          .start("(GETDIST) " + nested(128))
+          .call(1, "GETDIST", 0, "()", 1)
+          .resume(1, "1")
+          .value("7", 1 + 129),
+      Scenario("NoReplayGoesDeeper")
+          .start("(GETDIST) " + nested(129))
+          .call(1, "GETDIST", 0, "()", 1)
+          .resume(1, "1")
+          .evalError("LISP evaluation depth exceeded", 1 + 130)
+          .resume(1, "1")
+          .answer(WorkerStatus::BadRequest),
   };
 }
 
@@ -124,12 +148,6 @@ Scenario badAnswer(const std::string& name, const std::string& answer, const std
       .answer(WorkerStatus::BadRequest)
       .start("X")
       .evalError("unbound symbol: X", 1);
-}
-
-std::string repeated(const std::string& text, std::size_t count) {
-  std::string bytes;
-  for (std::size_t i = 0; i < count; ++i) bytes += text;
-  return bytes;
 }
 
 std::vector<Scenario> badAnswers() {

@@ -21,7 +21,7 @@ namespace testing_support {
 // a slow worker.
 inline constexpr std::chrono::milliseconds kRequestTimeMax{100};
 inline constexpr std::chrono::milliseconds kRequestTimeSlack{50};
-inline constexpr long kRequestMemoryMax = 64 * 1024;  // KiB.
+inline constexpr long kRequestMemoryMax = 64L * 1024;  // KiB.
 
 class WatchedWorker : public FramePort {
  public:

@@ -15,6 +15,16 @@
 (+ 1 2)
 ; => 99
 ; ---
+;; So is a host builtin: its argument redefines it too late for this call.
+(GETDIST (DEFUN GETDIST (X) 5))
+; call GETDIST (GETDIST)
+; steps 2
+; answer 7
+; => 7
+; ---
+(GETDIST 1)
+; => 5
+; ---
 ;; An unknown name stays unknown, even when an argument defines it.
 (LATE (DEFUN LATE (A) A))
 ; eval-error unsupported LISP function: LATE

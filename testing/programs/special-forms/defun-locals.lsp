@@ -18,6 +18,13 @@ B
 (DEFUN F (A / B / C) (LIST A B C)) (F 1)
 ; => (1 nil nil)
 ; ---
+;; No slash is a local: what it stands for is the caller's.
+(SETQ / 7) (DEFUN F (A / B / C) (LIST A B C /)) (F 1)
+; => (1 nil nil 7)
+; ---
+(DEFUN F (/ / A) (SETQ / 9) /) (LIST (F) /)
+; => (9 9)
+; ---
 ;; A slash as a name of its own only: /A is a parameter.
 (DEFUN F (/A) /A) (F 4)
 ; => 4
