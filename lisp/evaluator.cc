@@ -122,11 +122,38 @@ bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint3
   return true;
 }
 
+// Evaluates the two arguments of a call, which the caller then holds. False, and nothing is held,
+// when one fails.
+[[gnu::always_inline]] inline bool Interpreter::evaluatePair(const Run& items, std::uint32_t depth,
+                                                             RawValue& a, RawValue& b) {
+  const Result first = evaluateHere(items.slots()[1], depth);
+  if (first.failed()) return false;
+  const Result second = evaluateHere(items.slots()[2], depth);
+  if (second.failed()) {
+    release(first.raw);
+    return false;
+  }
+  a = first.raw;
+  b = second.raw;
+  return true;
+}
+
 void Interpreter::dropArguments(std::size_t stack_size) {
   while (stack_.size() > stack_size) stack_.pop_back();
 }
 
+// Most builtins have one argument or two, which need no place on the stack.
 Result Interpreter::callBuiltin(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (items.full_length == 2) {
+    const Result argument = evaluateHere(items.slots()[1], depth);
+    return argument.failed() ? argument : callSingle(name, argument.raw, items, depth);
+  }
+  if (items.full_length == 3) {
+    RawValue a;
+    RawValue b;
+    if (!evaluatePair(items, depth, a, b)) return Result::failure();
+    return callPair(name, a, b, items, depth);
+  }
   const std::size_t first_argument = stack_.size();
   if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
     return Result::failure();
@@ -173,28 +200,30 @@ Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t de
 template <Operation operation>
 Result Interpreter::callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length != 3) return callBuiltin(name, items, depth);
-  const Result a = evaluateHere(items.slots()[1], depth);
-  if (a.failed()) return a;
-  const Result b = evaluateHere(items.slots()[2], depth);
-  if (b.failed()) {
-    release(a.raw);
-    return b;
+  RawValue a;
+  RawValue b;
+  if (!evaluatePair(items, depth, a, b)) return Result::failure();
+  if (a.tag == Tag::Number && b.tag == Tag::Number && isApplicable<operation>(b.number)) {
+    return applyNumeric<operation>(a.number, b.number);
   }
-  if (a.raw.tag == Tag::Number && b.raw.tag == Tag::Number &&
-      isApplicable<operation>(b.raw.number)) {
-    return applyNumeric<operation>(a.raw.number, b.raw.number);
-  }
-  return callPair(name, a.raw, b.raw, items, depth);
+  return callPair(name, a, b, items, depth);
 }
 
-// A builtin of two evaluated arguments, whose holds it takes over.
+// A builtin of one evaluated argument, whose hold it takes over.
+Result Interpreter::callSingle(const Symbol& name, RawValue argument, const Run& items,
+                               std::uint32_t depth) {
+  const LispValue arguments[] = {LispValue::adopt(argument)};
+  return callBuiltinWith(name, arguments, items, depth);
+}
+
+// Likewise of two.
 Result Interpreter::callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
                              std::uint32_t depth) {
   const LispValue arguments[] = {LispValue::adopt(a), LispValue::adopt(b)};
   return callBuiltinWith(name, arguments, items, depth);
 }
 
-// 1+, 1-, CAR and CDR of one argument; other counts and kinds are the builtin's own work.
+// 1+, 1-, CAR and CDR. One argument that needs no evaluation is most of all calls.
 template <Operation operation>
 Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length == 2) {
@@ -203,19 +232,26 @@ Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t dept
       return applyUnary<operation>(*argument);
     }
   }
-  return callBuiltin(name, items, depth);
+  return callUnaryOfForm<operation>(name, items, depth);
+}
+
+// One argument of any form; other counts and other kinds are the builtin's own work.
+template <Operation operation>
+Result Interpreter::callUnaryOfForm(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (items.full_length != 2) return callBuiltin(name, items, depth);
+  const Result argument = evaluateHere(items.slots()[1], depth);
+  if (argument.failed()) return argument;
+  if (!isApplicable<operation>(argument.raw)) return callSingle(name, argument.raw, items, depth);
+  const LispValue hold = LispValue::adopt(argument.raw);
+  return applyUnary<operation>(argument.raw);
 }
 
 Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length != 3) return callBuiltin(name, items, depth);
-  const Result first = evaluateHere(items.slots()[1], depth);
-  if (first.failed()) return first;
-  const Result rest = evaluateHere(items.slots()[2], depth);
-  if (rest.failed()) {
-    release(first.raw);
-    return rest;
-  }
-  return construct(first.raw, rest.raw);
+  RawValue first;
+  RawValue rest;
+  if (!evaluatePair(items, depth, first, rest)) return Result::failure();
+  return construct(first, rest);
 }
 
 // The arguments move from the stack into the list.

@@ -140,8 +140,13 @@ class Interpreter {
   [[gnu::noinline]] Result callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth);
   template <Operation operation>
   Result callUnary(Symbol& name, const Run& items, std::uint32_t depth);
+  template <Operation operation>
+  [[gnu::noinline]] Result callUnaryOfForm(Symbol& name, const Run& items, std::uint32_t depth);
   Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
   Result callList(Symbol& name, const Run& items, std::uint32_t depth);
+  bool evaluatePair(const Run& items, std::uint32_t depth, RawValue& a, RawValue& b);
+  [[gnu::noinline]] Result callSingle(const Symbol& name, RawValue argument, const Run& items,
+                                      std::uint32_t depth);
   [[gnu::noinline]] Result callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
                                     std::uint32_t depth);
   Result callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments, const Run& items,
