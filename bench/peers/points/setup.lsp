@@ -1,0 +1,8 @@
+(DEFUN PLUS (A B)
+  (LIST (+ (CAR A) (CAR B))
+        (+ (CAR (CDR A)) (CAR (CDR B)))
+        (+ (CAR (CDR (CDR A))) (CAR (CDR (CDR B))))))
+(DEFUN SCALED (FACTOR A)
+  (LIST (* FACTOR (CAR A))
+        (* FACTOR (CAR (CDR A)))
+        (* FACTOR (CAR (CDR (CDR A))))))

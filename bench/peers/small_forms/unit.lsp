@@ -1,0 +1,5 @@
+(SETQ A 12.5 B (+ A 3))
+(SETQ P (LIST A B 0))
+(DEFUN HALF (X) (/ X 2))
+(SETQ C (HALF (CAR P)))
+(IF (> C 100) (SETQ D "large") (SETQ D "small"))
