@@ -1,8 +1,14 @@
 # Benchmarks: every bench/*_benchmark.cc is a Google Benchmark program of its own, every other
-# bench/*.cc a plain program that benchmarks start, such as a peer to compare with.
+# bench/*.cc a plain program that benchmarks start, such as the host of bench/compare_peers.
 
+enable_language(C)
 find_package(benchmark REQUIRED)
 find_package(Lua 5.4 EXACT REQUIRED)
+
+# In C, with nothing of ours in it: what the worker's process is compared with.
+add_executable(echo_worker ${PROJECT_SOURCE_DIR}/bench/echo_worker.c)
+target_compile_options(echo_worker PRIVATE -Wall -Wextra -Wpedantic -Wshadow)
+set_target_properties(echo_worker PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)
 
 file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cc)
 lisp_keep_platform_files(sources ${sources})
@@ -18,9 +24,5 @@ foreach(source IN LISTS sources)
     target_link_libraries(${name} PRIVATE ${LUA_LIBRARIES})
   endif()
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bench)
-  foreach(program IN ITEMS lisp_worker lisp_console lisp_session)
-    if(TARGET ${program})
-      add_dependencies(${name} ${program})
-    endif()
-  endforeach()
+  add_dependencies(${name} echo_worker lisp_worker lisp_session)
 endforeach()

@@ -31,8 +31,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr std::string_view kDocuments[] = {
-    "README.md",        "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",   "docs/PROTOCOL.md",
-    "docs/SESSIONS.md", "docs/EMBEDDING.md",    "docs/GUARANTEES.md", "docs/TUTORIAL.md"};
+    "README.md",          "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
+    "docs/PROTOCOL.md",   "docs/SESSIONS.md",     "docs/EMBEDDING.md",
+    "docs/GUARANTEES.md", "docs/TUTORIAL.md",     "docs/PERFORMANCE.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 

@@ -1,0 +1,10 @@
+(define (main)
+  (define (fib n)
+    (if (< n 2)
+        n
+        (+ (fib (- n 1)) (fib (- n 2)))))
+  (let again ((round 0) (answer #f))
+    (if (< round rounds)
+        (again (+ round 1) (fib 19))
+        (display answer))))
+(main)

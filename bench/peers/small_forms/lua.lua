@@ -1,0 +1,4 @@
+for round = 1, rounds do
+  dofile(file)
+end
+print(d)

@@ -1,0 +1,12 @@
+(define (run-file)
+  (let ((port (open-input-file file)))
+    (let next ((form (read port)))
+      (if (eof-object? form)
+          (close-input-port port)
+          (begin
+            (eval form (interaction-environment))
+            (next (read port)))))))
+(let again ((round 0))
+  (if (< round rounds)
+      (begin (run-file) (again (+ round 1)))
+      (if (> rounds 0) (display d))))

@@ -1,0 +1,5 @@
+(define a 12.5) (define b (+ a 3))
+(define p (list a b 0))
+(define (half x) (/ x 2))
+(define c (half (car p)))
+(define d (if (> c 100) "large" "small"))
