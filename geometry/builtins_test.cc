@@ -138,13 +138,12 @@ INSTANTIATE_TEST_SUITE_P(
                     ErrorRow{"(DISTANCE '((1 1) 1) '(1 1))", "DISTANCE expects point list"}));
 
 // Before their number and kind, and before a context is asked for.
-INSTANTIATE_TEST_SUITE_P(
-    ArgumentsAreEvaluatedFirst, GeometricBuiltinErrors,
-    testing::Values(ErrorRow{"(DISTANCE X)", "unbound symbol: X"},
-                    ErrorRow{"(ANGLE 1 X)", "unbound symbol: X"},
-                    ErrorRow{"(POLAR X)", "unbound symbol: X"},
-                    ErrorRow{"(TRANS X)", "unbound symbol: X"},
-                    ErrorRow{"(TRANS '(1 2) 0 1 X)", "unbound symbol: X"}));
+INSTANTIATE_TEST_SUITE_P(ArgumentsAreEvaluatedFirst, GeometricBuiltinErrors,
+                         testing::Values(ErrorRow{"(DISTANCE X)", "unbound symbol: X"},
+                                         ErrorRow{"(ANGLE 1 X)", "unbound symbol: X"},
+                                         ErrorRow{"(POLAR X)", "unbound symbol: X"},
+                                         ErrorRow{"(TRANS X)", "unbound symbol: X"},
+                                         ErrorRow{"(TRANS '(1 2) 0 1 X)", "unbound symbol: X"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Angle, GeometricBuiltinErrors,
