@@ -315,6 +315,18 @@ TEST(FaultDeadline, EndsTheWritingOfALongRequest) {
             "program of 1048576 bytes; it has been killed");
 }
 
+// The request to end is one like any other, and what has become of it is told.
+TEST(FaultDeadline, IsThatOfStopping) {
+  constexpr milliseconds kLimit{300};
+  Worker worker(faultyStarter({FaultKind::Stall, 0}), {.time_limit = kLimit});
+  ASSERT_TRUE(worker.start());
+  const auto begin = steady_clock::now();
+  EXPECT_EQ(worker.stop().kind, WorkerExit::Kind::Killed);
+  EXPECT_LT(steady_clock::now() - begin, kLimit + kLimit / 2);
+  ASSERT_TRUE(worker.fault().has_value());
+  EXPECT_EQ(worker.fault()->kind, Fault::Kind::DeadlinePassed);
+}
+
 // A deadline is for one request, not for what the host does between two.
 TEST(FaultDeadline, DoesNotCountTheHostsOwnTime) {
   Worker worker(faultyStarter({}), {.time_limit = milliseconds(150)});

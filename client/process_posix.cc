@@ -158,6 +158,7 @@ class PosixWorkerProcess final : public WorkerProcess {
  private:
   // Whether the pipe is ready, or broken, before the deadline.
   bool waitFor(const Descriptor& descriptor, short events) {
+    if (descriptor.get() < 0) return false;  // It would wait for nothing until the deadline.
     for (;;) {
       pollfd waiting{descriptor.get(), events, 0};
       timespec left{};

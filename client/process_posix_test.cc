@@ -172,6 +172,19 @@ TEST_F(PosixWorkerProcess, IsNotWaitedForWhileItWritesWhatNobodyReads) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, kExitGrace);
 }
 
+TEST_F(PosixWorkerProcess, CarriesNothingAfterItsEndAndDoesNotWait) {
+  const auto process = startScript("exec cat");
+  ASSERT_NE(process, nullptr);
+  process->finish();
+  const auto begin = std::chrono::steady_clock::now();
+  process->setDeadline(begin + std::chrono::seconds(60));
+  char byte = 0;
+  EXPECT_EQ(process->read(&byte, 1), 0u);
+  EXPECT_FALSE(process->write("x"));
+  EXPECT_FALSE(process->hasTimedOut());
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+}
+
 TEST_F(PosixWorkerProcess, LeavesNothingBehind) {
   ASSERT_FALSE(hasChildren());
   const std::set<int> before = openDescriptors();

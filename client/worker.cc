@@ -56,7 +56,14 @@ bool Worker::restart() {
 
 WorkerExit Worker::stop() {
   if (depth_ != 0) return {};
-  if (client_ != nullptr) static_cast<void>(client_->shutdown());
+  if (client_ != nullptr) {
+    static_cast<void>(client_->shutdown());
+    const std::optional<Fault>& fault = client_->fault();
+    if (fault && fault->kind != Fault::Kind::ShutDown) {
+      concludeFault();
+      return *exit_;
+    }
+  }
   const WorkerExit exit = endProcess(exitGrace());
   if (!fault_) fault_ = Fault{Fault::Kind::ShutDown, "the worker has been asked to end"};
   return exit;

@@ -248,6 +248,14 @@ std::optional<CommandRun::Handles> CommandRun::takeSelection() {
 
 std::string CommandRun::transformAll(const char* done, const Handles& handles,
                                      const Similarity& mapping) {
+  // All of them or none: far enough away, a number is none.
+  for (const std::string& handle : handles) {
+    const std::string reason =
+        whyNoEntity(client::list(transformed(drawing_.find(handle)->groups, mapping)));
+    if (reason.empty()) continue;
+    input_.fail("makes no entity of " + handle + ": " + reason);
+    return "";
+  }
   for (const std::string& handle : handles) drawing_.transform(handle, mapping);
   return listed(done, handles);
 }

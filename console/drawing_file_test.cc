@@ -125,6 +125,7 @@ TEST(Files, AreReplacedAsAWholeOrNotAtAll) {
   // A directory in the way: what was begun is taken back.
   std::filesystem::create_directories(directory + "/taken/inside");
   EXPECT_FALSE(writeFile(directory + "/taken", "x", error));
+  EXPECT_EQ(error, directory + "/taken: cannot be written: it is no regular file");
   EXPECT_FALSE(std::filesystem::exists(directory + "/taken.part"));
   std::filesystem::remove_all(directory);
 }

@@ -25,7 +25,16 @@ std::optional<std::string> readFile(const std::string& path, std::string& error)
 }
 
 bool writeFile(const std::string& path, std::string_view bytes, std::string& error) {
-  const std::string part = path + ".part";
+  // A link stays one, and the file that it leads to is replaced. A device is none.
+  std::error_code failure;
+  const std::filesystem::file_status status = std::filesystem::status(path, failure);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    error = path + ": cannot be written: it is no regular file";
+    return false;
+  }
+  const std::string target =
+      std::filesystem::exists(status) ? std::filesystem::canonical(path, failure).string() : path;
+  const std::string part = target + ".part";
   errno = 0;
   {
     std::ofstream file(part, std::ios::binary | std::ios::trunc);
@@ -38,8 +47,7 @@ bool writeFile(const std::string& path, std::string_view bytes, std::string& err
       return false;
     }
   }
-  std::error_code failure;
-  std::filesystem::rename(part, path, failure);
+  std::filesystem::rename(part, target, failure);
   if (!failure) return true;
   error = path + ": cannot be written: " + failure.message();
   std::remove(part.c_str());

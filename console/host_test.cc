@@ -264,6 +264,16 @@ TEST_F(CommandsTest, MirrorAndRotateArcs) {
             "angle 4.712389");
 }
 
+TEST_F(CommandsTest, MoveNothingBeyondAllNumbers) {
+  run(R"(("POINT" (1 1) (1e308 1) ""))");
+  const std::string before = describe("E1") + describe("E2");
+  EXPECT_EQ(run(R"(("SCALE" "ALL" "" (0 0) 1e300))"),
+            "nothing done: SCALE: makes no entity of E2: group 10 needs a point");
+  EXPECT_EQ(run(R"(("MOVE" "ALL" "" (0 0) (1e308 0)))"),
+            "nothing done: MOVE: makes no entity of E2: group 10 needs a point");
+  EXPECT_EQ(describe("E1") + describe("E2"), before);
+}
+
 TEST_F(CommandsTest, SelectByHandleSetWordAndWindow) {
   run(R"(("POINT" (1 1) (2 2) (3 3) (4 4) ""))");
   EXPECT_EQ(run(R"(("MOVE" "W" (0 0) (2.5 2.5) "" (0 0) (0 0)))"), "moved E1 E2");

@@ -63,6 +63,10 @@ class Replayer {
       }
     }
     note(RecordKind::Broken, std::move(bytes));
+    // One that has not answered in time answers nothing any more: no later response is waited for.
+    if (process_ != nullptr && process_->hasTimedOut()) {
+      static_cast<void>(process_->finishWithin(std::chrono::milliseconds::zero()));
+    }
   }
 
   // Appends what the header announces. False when that is too much or does not come.
