@@ -9,9 +9,10 @@
 namespace testing_support {
 
 // Appends `response` to the file that the environment variable LISP_RESPONSE_RECORD names; without
-// one, does nothing. The file begins anew with each process and holds, for each response: the name
-// of the running test, a space, the number of bytes, a line feed, the bytes, a line feed.
-// tools/compare_responses reads it.
+// one, or when only some of the tests run, does nothing, so that they leave the record of all. The
+// file begins anew with each process and holds, for each response: the name of the running test, a
+// space, the number of bytes, a line feed, the bytes, a line feed. tools/compare_responses reads
+// it.
 void recordResponse(std::string_view response);
 
 }  // namespace testing_support
