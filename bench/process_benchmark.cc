@@ -14,10 +14,13 @@
 #include <string>
 #include <string_view>
 
+#include "bench/request_frame.h"
 #include "client/process.h"
 #include "worker/frame.h"
 
 namespace {
+
+using bench::makeFrame;
 
 std::filesystem::path workerPath() {
   const char* const path = std::getenv("LISP_WORKER_PATH");
@@ -26,18 +29,6 @@ std::filesystem::path workerPath() {
 
 // The benchmarks' own programs stand beside each other, below the worker.
 std::filesystem::path echoPath() { return workerPath().parent_path() / "bench" / "echo_worker"; }
-
-std::string makeFrame(worker::MessageType type, std::string_view payload, std::uint64_t run_id) {
-  worker::MessageHeader header;
-  header.magic = worker::kMagic;
-  header.version = worker::kProtocolVersion;
-  header.type = static_cast<std::uint16_t>(type);
-  header.payload_length = static_cast<std::uint32_t>(payload.size());
-  header.run_id = run_id;
-  std::string frame(worker::kHeaderSize, '\0');
-  worker::encodeHeader(header, std::span<char, worker::kHeaderSize>(frame));
-  return frame.append(payload);
-}
 
 // Sends `frame` and reads its response; false when the process fails to answer.
 bool exchange(client::WorkerProcess& process, const std::string& frame, std::string& payload) {

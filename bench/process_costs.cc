@@ -21,11 +21,14 @@
 #include <utility>
 #include <vector>
 
+#include "bench/request_frame.h"
 #include "client/process.h"
 #include "client/worker_client.h"
 #include "worker/frame.h"
 
 namespace {
+
+using bench::makeFrame;
 
 using Clock = std::chrono::steady_clock;
 
@@ -57,18 +60,6 @@ std::unique_ptr<client::WorkerProcess> start(const std::string& path) {
 }
 
 // --- Round trips ------------------------------------------------------------------------------
-
-std::string makeFrame(worker::MessageType type, std::string_view payload, std::uint64_t run_id) {
-  worker::MessageHeader header;
-  header.magic = worker::kMagic;
-  header.version = worker::kProtocolVersion;
-  header.type = static_cast<std::uint16_t>(type);
-  header.payload_length = static_cast<std::uint32_t>(payload.size());
-  header.run_id = run_id;
-  std::string frame(worker::kHeaderSize, '\0');
-  worker::encodeHeader(header, std::span<char, worker::kHeaderSize>(frame));
-  return frame.append(payload);
-}
 
 // Sends `frame` and reads its response, which must be of `size` bytes.
 void exchange(client::WorkerProcess& process, std::string_view frame, std::span<char> response) {

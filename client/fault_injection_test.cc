@@ -17,6 +17,7 @@
 #include "client/names.h"
 #include "client/worker.h"
 #include "testing/faulty/orders.h"
+#include "testing/test_environment.h"
 
 namespace client {
 namespace {
@@ -27,14 +28,8 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using testing_support::FaultKind;
 using testing_support::FaultOrders;
+using testing_support::setting;
 using worker::WorkerStatus;
-
-// The size of the test, by the environment: programs start far slower under a sanitizer or in an
-// emulation of another system.
-std::size_t setting(const char* name, std::size_t otherwise) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? otherwise : std::strtoul(value, nullptr, 10);
-}
 
 const milliseconds kTimeLimit{setting("LISP_FAULT_TIME_LIMIT", 600)};
 

@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -21,6 +20,7 @@
 #include "client/worker.h"
 #include "client/worker_client.h"
 #include "testing/executable_worker.h"
+#include "testing/test_environment.h"
 
 namespace client {
 namespace {
@@ -200,13 +200,12 @@ TEST_F(PosixWorkerProcess, LeavesNothingBehind) {
 
 // LISP_START_COUNT asks for more: ten thousand take some ten seconds.
 TEST_F(PosixWorkerProcess, LeavesNothingBehindHoweverOftenAWorkerIsKilled) {
-  const char* const variable = std::getenv("LISP_START_COUNT");
-  const int count = variable == nullptr ? 300 : std::atoi(variable);
+  const std::size_t count = testing_support::setting("LISP_START_COUNT", 300);
   ASSERT_FALSE(hasChildren());
   const std::set<int> before = openDescriptors();
   {
     Worker worker(testing_support::workerExecutable());
-    for (int n = 0; n < count; ++n) {
+    for (std::size_t n = 0; n < count; ++n) {
       ASSERT_TRUE(worker.restart()) << worker.fault()->message;
       // Killed while it is idle, or not even there yet.
       if (n % 2 == 0) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <regex>
@@ -23,23 +22,18 @@
 #include "console/script.h"
 #include "console/session.h"
 #include "explain/check.h"
+#include "testing/document_examples.h"
+#include "testing/test_environment.h"
 
 namespace console {
 namespace {
 
 using testing::ElementsAre;
-
-std::filesystem::path pathFrom(const char* variable) {
-  const char* const path = std::getenv(variable);
-  if (path == nullptr) {
-    ADD_FAILURE() << variable << " is not set; ctest sets it";
-    return {};
-  }
-  return path;
-}
+using testing_support::environment;
+using testing_support::sourceDirectory;
 
 std::vector<std::filesystem::path> examplePaths() {
-  const std::filesystem::path directory = pathFrom("LISP_SOURCE_DIR") / "examples";
+  const std::filesystem::path directory = sourceDirectory() / "examples";
   std::vector<std::filesystem::path> paths;
   for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     if (entry.path().extension() == ".lsp") paths.push_back(entry.path());
@@ -55,7 +49,7 @@ class Examples : public testing::Test {
   // A new worker, an empty drawing.
   void startAfresh() {
     std::string error;
-    process = client::startWorker(pathFrom("LISP_WORKER_PATH"), &error);
+    process = client::startWorker(environment("LISP_WORKER_PATH"), &error);
     ASSERT_NE(process, nullptr) << error;
     worker = std::make_unique<client::WorkerClient>(*process);
     session = std::make_unique<Session>(*worker, out);
@@ -71,7 +65,7 @@ class Examples : public testing::Test {
   }
 
   ProgramEnd runNamed(const std::string& name) {
-    return run(pathFrom("LISP_SOURCE_DIR") / "examples" / name);
+    return run(sourceDirectory() / "examples" / name);
   }
 
   [[nodiscard]] std::vector<std::string> drawingLines() const {
@@ -123,7 +117,7 @@ std::string differenceOf(const std::string& actual, const std::string& expected,
 
 // The results are what `lisp_console PROGRAM --save` has written, after a look at the picture.
 TEST_F(Examples, LeaveTheDrawingsInResults) {
-  const auto directory = pathFrom("LISP_SOURCE_DIR") / "examples" / "results";
+  const auto directory = sourceDirectory() / "examples" / "results";
   for (const auto& path : examplePaths()) {
     startAfresh();
     run(path);
@@ -140,7 +134,7 @@ TEST_F(Examples, LeaveTheDrawingsInResults) {
 }
 
 TEST_F(Examples, LookLikeTheirPictures) {
-  const auto directory = pathFrom("LISP_SOURCE_DIR") / "examples";
+  const auto directory = sourceDirectory() / "examples";
   std::string error;
   const auto gallery = readFile((directory / "README.md").string(), error);
   ASSERT_TRUE(gallery.has_value()) << error;
@@ -202,8 +196,7 @@ TEST_F(Examples, AreFollowedByTheExplainer) {
 // The functions of the libraries, each with what it gives.
 TEST_F(Examples, FindTheLibrariesAtWork) {
   std::string error;
-  const auto library =
-      readProgram((pathFrom("LISP_SOURCE_DIR") / "examples/lib/points.lsp").string(), error);
+  const auto library = readProgram((sourceDirectory() / "examples/lib/points.lsp").string(), error);
   ASSERT_TRUE(library.has_value()) << error;
   ASSERT_EQ(session->load(*library), ProgramEnd::AsExpected) << out.str();
   struct Row {

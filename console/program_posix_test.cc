@@ -2,17 +2,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "console/command_line.h"
+#include "testing/command_output.h"
+#include "testing/test_environment.h"
 
 namespace console {
 namespace {
@@ -20,6 +18,8 @@ namespace {
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
+using testing_support::environment;
+using testing_support::runCommand;
 
 class ConsoleProgram : public testing::Test {
  protected:
@@ -27,12 +27,6 @@ class ConsoleProgram : public testing::Test {
   ~ConsoleProgram() override { std::filesystem::remove_all(directory_); }
 
   static std::string quoted(const std::string& text) { return "'" + text + "'"; }
-
-  static std::string environment(const char* variable) {
-    const char* const value = std::getenv(variable);
-    EXPECT_NE(value, nullptr) << variable << " is not set; ctest sets it";
-    return value == nullptr ? "" : value;
-  }
 
   // Writes a program and returns its path.
   [[nodiscard]] std::string file(const std::string& name, const std::string& text) const {
@@ -43,17 +37,10 @@ class ConsoleProgram : public testing::Test {
 
   // Runs the console with `arguments`, which the shell splits.
   void run(const std::string& arguments) {
-    const std::string command =
-        quoted(environment("LISP_CONSOLE_PATH")) + " " + arguments + " </dev/null 2>&1";
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    output.clear();
-    std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
-      output.append(buffer.data(), count);
-    }
-    const int status = ::pclose(pipe);
-    exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const testing_support::CommandOutput result =
+        runCommand(quoted(environment("LISP_CONSOLE_PATH")) + " " + arguments + " </dev/null 2>&1");
+    output = result.text;
+    exit_code = result.exit_code;
   }
 
   void runPrograms(const std::string& paths) {

@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -15,6 +13,8 @@
 #include <thread>
 
 #include "console/completion.h"
+#include "testing/command_output.h"
+#include "testing/test_environment.h"
 
 namespace console {
 namespace {
@@ -23,23 +23,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-std::string environment(const char* variable) {
-  const char* const value = std::getenv(variable);
-  EXPECT_NE(value, nullptr) << variable << " is not set; ctest sets it";
-  return value == nullptr ? "" : value;
-}
-
-std::string outputOf(const std::string& command) {
-  FILE* const pipe = ::popen(command.c_str(), "r");
-  std::string output;
-  std::array<char, 4096> buffer{};
-  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
-    output.append(buffer.data(), count);
-  }
-  ::pclose(pipe);
-  return output;
-}
+using testing_support::environment;
+using testing_support::runCommand;
 
 class Directory {
  public:
@@ -55,9 +40,11 @@ class PipedPrompt : public testing::Test {
   std::string say(const std::string& lines, const std::string& options = "") {
     const auto path = directory.path / "lines.txt";
     std::ofstream(path) << lines;
-    return outputOf("cd '" + directory.path.string() + "' && '" + environment("LISP_CONSOLE_PATH") +
-                    "' --worker '" + environment("LISP_WORKER_PATH") + "' " + options + " <'" +
-                    path.string() + "' 2>&1");
+    return runCommand("cd '" + directory.path.string() + "' && '" +
+                      environment("LISP_CONSOLE_PATH") + "' --worker '" +
+                      environment("LISP_WORKER_PATH") + "' " + options + " <'" + path.string() +
+                      "' 2>&1")
+        .text;
   }
   Directory directory;
 };
@@ -159,7 +146,7 @@ class TerminalPrompt : public testing::Test {
   ~TerminalPrompt() override { tmux("kill-server"); }
 
   std::string tmux(const std::string& command) const {
-    return outputOf("tmux -f /dev/null -L " + server_ + " " + command + " 2>&1");
+    return runCommand("tmux -f /dev/null -L " + server_ + " " + command + " 2>&1").text;
   }
 
   void start() {
@@ -233,7 +220,7 @@ TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
 
   // The worker dies; what was defined is there again in the next one.
   const std::string console_pid = tmux("display-message -p '#{pane_pid}'");
-  outputOf("kill -9 $(ps -o pid= --ppid " + std::to_string(std::stol(console_pid)) + ")");
+  runCommand("kill -9 $(ps -o pid= --ppid " + std::to_string(std::stol(console_pid)) + ")").text;
   enter("(TWICE 6)");
   ASSERT_TRUE(shows("the worker is gone")) << screen();
   enter("(TWICE 7)");

@@ -7,28 +7,23 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
 #include "console/files.h"
+#include "testing/command_output.h"
 #include "testing/document_examples.h"
+#include "testing/test_environment.h"
 
 namespace console {
 namespace {
 
 using testing::HasSubstr;
 using testing_support::DocumentBlock;
-
-std::string environment(const char* variable) {
-  const char* const value = std::getenv(variable);
-  EXPECT_NE(value, nullptr) << variable << " is not set; ctest sets it";
-  return value == nullptr ? "" : value;
-}
+using testing_support::environment;
+using testing_support::runCommand;
 
 class Tutorial : public testing::Test {
  protected:
@@ -46,14 +41,7 @@ class Tutorial : public testing::Test {
     const std::string command = "cd '" + directory_.string() + "' && '" +
                                 environment("LISP_CONSOLE_PATH") + "' " + arguments +
                                 " <input.txt 2>&1";
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
-      output.append(buffer.data(), count);
-    }
-    ::pclose(pipe);
-    return output;
+    return runCommand(command).text;
   }
 
   void write(const std::string& name, const std::string& text) const {

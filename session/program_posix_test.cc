@@ -3,13 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -19,7 +16,9 @@
 #include "client/worker.h"
 #include "session/replay.h"
 #include "session/session.h"
+#include "testing/command_output.h"
 #include "testing/executable_worker.h"
+#include "testing/test_environment.h"
 #include "testing/wire_frames.h"
 
 namespace session {
@@ -30,38 +29,22 @@ using client::WorkerExit;
 using std::chrono::steady_clock;
 using testing::HasSubstr;
 using testing::StartsWith;
+using testing_support::environment;
+using testing_support::runCommand;
 using testing_support::workerExecutable;
 using worker::MessageType;
 using worker::WorkerStatus;
-
-std::string environment(const char* name) {
-  const char* const value = std::getenv(name);
-  EXPECT_NE(value, nullptr) << name << " is not set; ctest sets it";
-  return value == nullptr ? "" : value;
-}
 
 class SessionProgram : public testing::Test {
  protected:
   SessionProgram() { fs::create_directories(directory_); }
   ~SessionProgram() override { fs::remove_all(directory_); }
 
-  struct Output {
-    std::string text;  // Of both streams.
-    int exit_code = -1;
-  };
+  using Output = testing_support::CommandOutput;
 
+  // Of both streams.
   static Output run(const std::string& arguments) {
-    const std::string command = environment("LISP_SESSION_PATH") + " " + arguments + " 2>&1";
-    Output output;
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    if (pipe == nullptr) return output;
-    char buffer[4096];
-    while (const std::size_t size = std::fread(buffer, 1, sizeof(buffer), pipe)) {
-      output.text.append(buffer, size);
-    }
-    const int status = ::pclose(pipe);
-    if (WIFEXITED(status)) output.exit_code = WEXITSTATUS(status);
-    return output;
+    return runCommand(environment("LISP_SESSION_PATH") + " " + arguments + " 2>&1");
   }
 
   static std::string sample(const std::string& name) {

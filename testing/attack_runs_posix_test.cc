@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "testing/attack.h"
 #include "testing/frame_makers.h"
 #include "testing/greedy_programs.h"
 #include "testing/random.h"
@@ -21,17 +22,7 @@ namespace {
 using worker::kPayloadSizeMax;
 using worker::WorkerStatus;
 
-class AttackByRuns : public testing::Test {
- protected:
-  void TearDown() override {
-    RecordProperty("longest_us", std::to_string(worker_.longestTime().count()));
-    RecordProperty("largest_growth_kib", std::to_string(worker_.largestGrowth()));
-    worker_.expectValue("(+ 1 2)", "3");
-    worker_.expectLeaves();
-  }
-
-  WatchedWorker worker_;
-};
+class AttackByRuns : public Attack {};
 
 TEST_F(AttackByRuns, TwentyThousandPendingResumedInRandomOrder) {
   const std::size_t count = isSanitized() ? 2000 : 20000;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "testing/attack.h"
 #include "testing/frame_makers.h"
 #include "testing/greedy_programs.h"
 #include "testing/watched_worker.h"
@@ -18,17 +19,7 @@ namespace {
 using worker::kPayloadSizeMax;
 using worker::WorkerStatus;
 
-class AttackByTexts : public testing::Test {
- protected:
-  void TearDown() override {
-    RecordProperty("longest_us", std::to_string(worker_.longestTime().count()));
-    RecordProperty("largest_growth_kib", std::to_string(worker_.largestGrowth()));
-    worker_.expectValue("(+ 1 2)", "3");
-    worker_.expectLeaves();
-  }
-
-  WatchedWorker worker_;
-};
+class AttackByTexts : public Attack {};
 
 TEST_F(AttackByTexts, AMillionDigits) {
   const std::string digits(kPayloadSizeMax, '9');

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 
+#include "testing/attack.h"
 #include "testing/frame_makers.h"
 #include "testing/greedy_programs.h"
 #include "testing/watched_worker.h"
@@ -17,17 +18,7 @@ namespace {
 using worker::kPayloadSizeMax;
 using worker::WorkerStatus;
 
-class AttackByValues : public testing::Test {
- protected:
-  void TearDown() override {
-    RecordProperty("longest_us", std::to_string(worker_.longestTime().count()));
-    RecordProperty("largest_growth_kib", std::to_string(worker_.largestGrowth()));
-    worker_.expectValue("(+ 1 2)", "3");
-    worker_.expectLeaves();
-  }
-
-  WatchedWorker worker_;
-};
+class AttackByValues : public Attack {};
 
 TEST_F(AttackByValues, DoublingAList) {
   const std::string doubled = "(SETQ X '(1)) " + loop(19000, "(SETQ X (LIST X X))");

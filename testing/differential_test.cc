@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <set>
 #include <string>
@@ -15,6 +14,7 @@
 #include "testing/conversation.h"
 #include "testing/frame_makers.h"
 #include "testing/real_worker.h"
+#include "testing/test_environment.h"
 
 namespace testing_support {
 namespace {
@@ -22,11 +22,6 @@ namespace {
 constexpr std::uint64_t kConversationCount = 3000;
 constexpr std::uint64_t kFirstSeed = 1;
 constexpr int kShrinkAttemptsMax = 3000;
-
-std::uint64_t setting(const char* name, std::uint64_t otherwise) {
-  const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
-}
 
 std::optional<std::size_t> disagreementIn(const std::vector<Exchange>& exchanges) {
   RealWorker real;

@@ -25,6 +25,7 @@
 #include "testing/frame_makers.h"
 #include "testing/random.h"
 #include "testing/response_record.h"
+#include "testing/test_environment.h"
 #include "worker/encoding.h"
 #include "worker/frame.h"
 
@@ -35,10 +36,7 @@ constexpr std::uint64_t kDefaultCount = 200'000;
 constexpr std::uint64_t kTextsDigest = 13219596211642844703U;
 constexpr std::uint64_t kBitsDigest = 9267389986576397838U;
 
-std::uint64_t count() {
-  const char* const text = std::getenv("LISP_NUMBER_COUNT");
-  return text != nullptr ? std::strtoull(text, nullptr, 10) : kDefaultCount;
-}
+std::uint64_t count() { return setting("LISP_NUMBER_COUNT", kDefaultCount); }
 
 // FNV-1a over everything that was given, and its length in the end.
 class Digest {
