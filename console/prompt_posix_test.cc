@@ -220,7 +220,7 @@ TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
 
   // The worker dies; what was defined is there again in the next one.
   const std::string console_pid = tmux("display-message -p '#{pane_pid}'");
-  runCommand("kill -9 $(ps -o pid= --ppid " + std::to_string(std::stol(console_pid)) + ")").text;
+  runCommand("kill -9 $(ps -o pid= --ppid " + std::to_string(std::stol(console_pid)) + ")");
   enter("(TWICE 6)");
   ASSERT_TRUE(shows("the worker is gone")) << screen();
   enter("(TWICE 7)");
