@@ -317,16 +317,17 @@ TEST(FaultDeadline, IsThatOfStopping) {
   ASSERT_TRUE(worker.start());
   const auto begin = steady_clock::now();
   EXPECT_EQ(worker.stop().kind, WorkerExit::Kind::Killed);
-  EXPECT_LT(steady_clock::now() - begin, kLimit + kLimit / 2);
+  EXPECT_LT(steady_clock::now() - begin, 2 * kLimit);
   ASSERT_TRUE(worker.fault().has_value());
   EXPECT_EQ(worker.fault()->kind, Fault::Kind::DeadlinePassed);
 }
 
 // A deadline is for one request, not for what the host does between two.
 TEST(FaultDeadline, DoesNotCountTheHostsOwnTime) {
-  Worker worker(faultyStarter({}), {.time_limit = milliseconds(150)});
+  constexpr milliseconds kLimit{600};  // Of a busy machine, too.
+  Worker worker(faultyStarter({}), {.time_limit = kLimit});
   ASSERT_EQ(worker.ping(), WorkerStatus::Ok);
-  std::this_thread::sleep_for(milliseconds(300));
+  std::this_thread::sleep_for(kLimit + milliseconds(100));
   EXPECT_EQ(worker.ping(), WorkerStatus::Ok);
 }
 
