@@ -476,7 +476,7 @@ std::vector<std::string_view> commandSummaries() {
   return summaries;
 }
 
-std::string runCommand(Drawing& drawing, const DatumList& arguments) {
+CommandResult runCommand(Drawing& drawing, const DatumList& arguments) {
   CommandInput input(arguments);
   input.setCommand("COMMAND");
   std::string done;
@@ -486,11 +486,12 @@ std::string runCommand(Drawing& drawing, const DatumList& arguments) {
     if (input.atEnd()) break;
     const std::string step = runNext(drawing, input);
     if (!input.error().empty()) {
-      return (done.empty() ? "nothing done: " : done + "; then nothing: ") + input.error();
+      return {(done.empty() ? "nothing done: " : done + "; then nothing: ") + input.error(), false};
     }
     done += (done.empty() ? "" : "; ") + step;
   } while (!input.atEnd());
-  return done.empty() ? "nothing done: no command" : done;
+  if (done.empty()) return {"nothing done: no command", false};
+  return {done, true};
 }
 
 }  // namespace console

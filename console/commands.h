@@ -15,6 +15,11 @@ namespace console {
 // One line for each command: its name and inputs, for a person.
 [[nodiscard]] std::vector<std::string_view> commandSummaries();
 
+struct CommandResult {
+  std::string text;       // What was done, or why something was not, for a person.
+  bool is_whole = false;  // Everything was.
+};
+
 // Runs the commands that `arguments` hold, one after the other; command_input.h tells how inputs
 // are written. Names and words may be in either case. "" stands for the Enter key:
 //   LINE point point... [C] ""            C closes
@@ -30,8 +35,8 @@ namespace console {
 //   LAYER [M|N|S name] [C colour names] [ON|OFF names] ""      names separated by commas
 //   ZOOM E|A | W corner corner | C centre height
 // Entities go on the current layer. A command does all that it is told or nothing; after one that
-// fails the rest is not run. Returns what was done, or why nothing was, for a person.
-std::string runCommand(Drawing& drawing, const client::DatumList& arguments);
+// fails the rest is not run.
+CommandResult runCommand(Drawing& drawing, const client::DatumList& arguments);
 
 }  // namespace console
 

@@ -41,12 +41,15 @@ void Explainer::start(std::string_view name, std::string_view text,
   outcome_ = {};
 }
 
-void Explainer::answer(std::string_view call_name, std::string_view answer_text) {
+void Explainer::answer(std::string_view call_name, std::string_view answer_text,
+                       std::string_view refusal) {
   last_answer_ = answer_text;
   const auto program = explain::readProgram("answer", last_answer_);
   const std::vector<explain::Form>& forms = program->reading.forms;
   if (forms.size() != 1) return;  // The worker refuses it too, and the program is over.
-  answers_.push_back({std::string(call_name), forms.front().value, std::nullopt});
+  answers_.push_back({.name = std::string(call_name),
+                      .answer = forms.front().value,
+                      .refusal = std::string(refusal)});
 }
 
 void Explainer::replaceContext(const client::CoordContext& context) {
@@ -80,6 +83,25 @@ std::string Explainer::explainUnreadableAnswer(const client::EvalResult& result)
   return text;
 }
 
+void Explainer::cancel() {
+  explain::Definitions kept = definitions_;
+  outcome_ = evaluateAgain();
+  definitions_ = std::move(kept);
+}
+
+std::string Explainer::explainRefusals() const {
+  constexpr std::size_t kShownMax = 5;
+  std::string text;
+  std::size_t count = 0;
+  for (const explain::AnsweredCall& call : answers_) {
+    if (!call.refusal.empty() && ++count <= kShownMax) text += explain::explanationOf(call);
+  }
+  if (count > kShownMax) {
+    text += "... and " + std::to_string(count - kShownMax) + " more calls were refused\n";
+  }
+  return text;
+}
+
 std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
   if (program_->source.text().size() > worker::kPayloadSizeMax) return "";  // Was never sent.
   if (reply.value && reply.value->text.starts_with("host response parse error: ") &&
@@ -96,6 +118,7 @@ std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
                        outcome_.steps == result.steps &&
                        (result.eval_status == EvalStatus::Value || outcome_.message == result.text);
   if (!is_same) {
+    for (explain::AnsweredCall& call : answers_) call.fault.reset();  // It need not be there.
     return "no explanation: followed here, the program comes to \"" + outcome_.message +
            "\" after " + counted(outcome_.steps) + "\n";
   }

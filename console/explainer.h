@@ -23,8 +23,9 @@ class Explainer {
   // `context` is what the program runs under; null for none.
   void start(std::string_view name, std::string_view text, const client::CoordContext* context);
 
-  // The host answers the call that the program waits for.
-  void answer(std::string_view call_name, std::string_view answer_text);
+  // The host answers the call that the program waits for, and has refused it unless `refusal` is
+  // empty.
+  void answer(std::string_view call_name, std::string_view answer_text, std::string_view refusal);
 
   // The context has been replaced, while a call waits.
   void replaceContext(const client::CoordContext& context);
@@ -33,6 +34,13 @@ class Explainer {
   // explanation for an error; or why there is none, because this evaluation and the worker's differ
   // in message or steps.
   [[nodiscard]] std::string finish(const client::Reply<client::EvalResult>& reply);
+
+  // The program has been cancelled while a call waited.
+  void cancel();
+
+  // The calls that the host has refused, each with its place, and only a count of those that are
+  // too many. Once the program has come to an end.
+  [[nodiscard]] std::string explainRefusals() const;
 
   // What the last program has come to here, with its steps by line.
   [[nodiscard]] const explain::Outcome& outcome() const { return outcome_; }

@@ -26,6 +26,12 @@ const char* const kByRule = "picked by rule";
 
 Datum makePoint(const Point& point) { return client::point(point.x, point.y, point.z); }
 
+Datum refuse(HostAnswer& answer, std::string why) {
+  answer.note = std::move(why);
+  answer.is_refused = true;
+  return client::nil();
+}
+
 }  // namespace
 
 const Host::CallEntry Host::kCalls[] = {
@@ -68,47 +74,47 @@ HostAnswer Host::answer(const client::EvalResult& waiting) {
   }
   std::string error;
   const auto call = client::readHostCall(waiting, &error);
-  if (!call) return {"nil", "the arguments cannot be read: " + error, ""};
+  if (!call) return {"nil", "the arguments cannot be read: " + error, "", true};
   if (answerer_ != nullptr) {
     if (auto answer = answerer_->answer(*call, drawing_)) return *answer;
   }
   const auto* const entry =
       std::find_if(std::begin(kCalls), std::end(kCalls),
                    [&call](const CallEntry& known) { return known.name == call->name; });
-  if (entry == std::end(kCalls)) return {"nil", "this host knows no such call", ""};
-  std::string note;
-  const Datum datum = (this->*entry->operation)(call->arguments, note);
+  if (entry == std::end(kCalls)) return {"nil", "this host knows no such call", "", true};
+  HostAnswer answer;
+  const Datum datum = (this->*entry->operation)(call->arguments, answer);
   const auto text = client::answerText(datum, &error);
-  if (!text) return {"nil", note + "; cannot be answered: " + error, ""};
-  return {*text, std::move(note), ""};
+  if (!text) return {"nil", answer.note + "; cannot be answered: " + error, "", true};
+  answer.text = *text;
+  return answer;
 }
 
-Datum Host::pickPoint(const DatumList& /*arguments*/, std::string& note) {
-  note = kByRule;
+Datum Host::pickPoint(const DatumList& /*arguments*/, HostAnswer& answer) {
+  answer.note = kByRule;
   const double count = picked_point_count_++;
   return client::point(kPickStepX * count, kPickStepY * count, 0);
 }
 
-Datum Host::pickCorner(const DatumList& arguments, std::string& note) {
-  note = kByRule;
+Datum Host::pickCorner(const DatumList& arguments, HostAnswer& answer) {
+  answer.note = kByRule;
   const auto given = arguments.empty() ? std::nullopt : readPoint(arguments.front());
   const Point base = given.value_or(Point{});
   return client::point(base.x + kPickStepX, base.y + kPickStepY, base.z);
 }
 
-Datum Host::pickDistance(const DatumList& /*arguments*/, std::string& note) {
-  note = kByRule;
+Datum Host::pickDistance(const DatumList& /*arguments*/, HostAnswer& answer) {
+  answer.note = kByRule;
   return client::number(kPickedDistance);
 }
 
-Datum Host::select(const DatumList& arguments, std::string& note) {
+Datum Host::select(const DatumList& arguments, HostAnswer& answer) {
   std::string refusal;
   const auto handles = selectEntities(drawing_, arguments, refusal);
   if (!handles) {
-    note = "nothing selected: " + refusal;
-    return client::nil();
+    return refuse(answer, "nothing selected: " + refusal);
   }
-  note = std::to_string(handles->size()) + " selected";
+  answer.note = std::to_string(handles->size()) + " selected";
   drawing_.setPreviousSelection(*handles);
   if (handles->empty()) return client::nil();
   DatumList members;
@@ -116,58 +122,60 @@ Datum Host::select(const DatumList& arguments, std::string& note) {
   return client::selectionSet(std::move(members));
 }
 
-Datum Host::getEntity(const DatumList& arguments, std::string& note) {
+Datum Host::getEntity(const DatumList& arguments, HostAnswer& answer) {
   const auto handle = arguments.empty() ? std::nullopt : client::asString(arguments.front());
-  const Entity* const entity = drawing_.find(handle.value_or(""));
+  if (!handle) return refuse(answer, "needs a handle, a text");
+  const Entity* const entity = drawing_.find(*handle);
   if (entity == nullptr) {
-    note = "no such entity";
+    answer.note = "no such entity";
     return client::nil();
   }
-  note = "from the drawing";
+  answer.note = "from the drawing";
   return entityData(*entity);
 }
 
-Datum Host::modifyEntity(const DatumList& arguments, std::string& note) {
+Datum Host::modifyEntity(const DatumList& arguments, HostAnswer& answer) {
   Datum groups = arguments.empty() ? client::nil() : arguments.front();
   std::string refusal;
   if (!drawing_.modify(groups, refusal)) {
-    note = "not changed: " + refusal;
-    return client::nil();
+    return refuse(answer, "not changed: " + refusal);
   }
-  note = "changed " + std::string(findStringGroup(*client::asList(groups), kHandleGroup));
+  answer.note = "changed " + std::string(findStringGroup(*client::asList(groups), kHandleGroup));
   return groups;
 }
 
-Datum Host::makeEntity(const DatumList& arguments, std::string& note) {
-  const Datum handle = makeEntityForHandle(arguments, note);
+Datum Host::makeEntity(const DatumList& arguments, HostAnswer& answer) {
+  const Datum handle = makeEntityForHandle(arguments, answer);
   return client::asString(handle) ? arguments.front() : handle;
 }
 
-Datum Host::makeEntityForHandle(const DatumList& arguments, std::string& note) {
+Datum Host::makeEntityForHandle(const DatumList& arguments, HostAnswer& answer) {
   std::string refusal;
   const auto handle = drawing_.add(arguments.empty() ? client::nil() : arguments.front(), refusal);
   if (!handle) {
-    note = "not made: " + refusal;
-    return client::nil();
+    return refuse(answer, "not made: " + refusal);
   }
-  note = "added " + *handle;
+  answer.note = "added " + *handle;
   return client::string(*handle);
 }
 
-Datum Host::command(const DatumList& arguments, std::string& note) {
-  note = runCommand(drawing_, arguments);
+Datum Host::command(const DatumList& arguments, HostAnswer& answer) {
+  CommandResult result = runCommand(drawing_, arguments);
+  answer.note = std::move(result.text);
+  answer.is_refused = !result.is_whole;
   return client::nil();
 }
 
-Datum Host::snap(const DatumList& arguments, std::string& note) {
+Datum Host::snap(const DatumList& arguments, HostAnswer& answer) {
   const auto near = arguments.empty() ? std::nullopt : readPoint(arguments.front());
   const auto modes = arguments.size() < 2 ? std::nullopt : client::asString(arguments[1]);
-  const auto found = near && modes ? snapPoint(drawing_, *near, *modes) : std::nullopt;
+  if (!near || !modes) return refuse(answer, "needs a point and modes, such as \"end\"");
+  const auto found = snapPoint(drawing_, *near, *modes);
   if (!found) {
-    note = "nothing to snap to";
+    answer.note = "nothing to snap to";
     return client::nil();
   }
-  note = "from the drawing";
+  answer.note = "from the drawing";
   return makePoint(*found);
 }
 

@@ -19,9 +19,10 @@
 namespace console {
 
 struct HostAnswer {
-  std::string text;     // To be sent as it stands.
-  std::string note;     // Where it comes from and what it did, for a person.
-  std::string failure;  // Why the program cannot go on, when it cannot; otherwise empty.
+  std::string text;         // To be sent as it stands.
+  std::string note;         // Where it comes from and what it did, for a person.
+  std::string failure;      // Why the program cannot go on, when it cannot; otherwise empty.
+  bool is_refused = false;  // The host could not do what the call asks for; the note says why.
 };
 
 // Who answers before the drawing and the rules do: a file of answers, a person.
@@ -62,19 +63,19 @@ class Host {
   [[nodiscard]] const std::vector<ScriptedAnswer>& unusedAnswers() const { return script_; }
 
  private:
-  // Each answers the calls of one or more names and writes its note.
-  client::Datum pickPoint(const client::DatumList& arguments, std::string& note);
-  client::Datum pickCorner(const client::DatumList& arguments, std::string& note);
-  client::Datum pickDistance(const client::DatumList& arguments, std::string& note);
-  client::Datum select(const client::DatumList& arguments, std::string& note);
-  client::Datum getEntity(const client::DatumList& arguments, std::string& note);
-  client::Datum modifyEntity(const client::DatumList& arguments, std::string& note);
-  client::Datum makeEntity(const client::DatumList& arguments, std::string& note);
-  client::Datum makeEntityForHandle(const client::DatumList& arguments, std::string& note);
-  client::Datum command(const client::DatumList& arguments, std::string& note);
-  client::Datum snap(const client::DatumList& arguments, std::string& note);
+  // Each answers the calls of one or more names, and writes into `answer` all but its text.
+  client::Datum pickPoint(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum pickCorner(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum pickDistance(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum select(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum getEntity(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum modifyEntity(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum makeEntity(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum makeEntityForHandle(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum command(const client::DatumList& arguments, HostAnswer& answer);
+  client::Datum snap(const client::DatumList& arguments, HostAnswer& answer);
 
-  using Operation = client::Datum (Host::*)(const client::DatumList& arguments, std::string& note);
+  using Operation = client::Datum (Host::*)(const client::DatumList& arguments, HostAnswer& answer);
   struct CallEntry {
     std::string_view name;
     Operation operation;

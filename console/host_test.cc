@@ -26,6 +26,7 @@ class HostTest : public testing::Test {
     if (list) waiting.arg_count = static_cast<std::uint16_t>(client::asList(*list)->size());
     HostAnswer answer = asked.answer(waiting);
     note = std::move(answer.note);
+    is_refused = answer.is_refused;
     return answer.text;
   }
 
@@ -36,6 +37,7 @@ class HostTest : public testing::Test {
   Drawing drawing;
   Host host{drawing, {}};
   std::string note;
+  bool is_refused = false;
 };
 
 TEST_F(HostTest, PicksByRule) {
@@ -77,6 +79,34 @@ TEST_F(HostTest, MakesAndFetchesEntities) {
   EXPECT_EQ(note, "no such entity");
   EXPECT_EQ(answer("ENTGET", "()"), "nil");
   EXPECT_EQ(answer("ENTGET", "(5)"), "nil");
+}
+
+TEST_F(HostTest, RefusesWhatItCannotDoButNotWhatFindsNothing) {
+  struct Row {
+    const char* name;
+    const char* arguments;
+    bool is_refused;
+  };
+  const Row rows[] = {
+      {"ENTMAKE", "(nil)", true},
+      {"ENTMAKEX", R"((((0 "POINT") (10 (1 2)))))", false},
+      {"ENTMOD", R"((((-1 "E9"))))", true},
+      {"ENTGET", R"(("E9"))", false},
+      {"ENTGET", "(9)", true},
+      {"SSGET", R"(("X" ((8 "NONE"))))", false},
+      {"SSGET", R"(("Q"))", true},
+      {"OSNAP", R"(((900 900) "cen"))", false},
+      {"OSNAP", "((900 900))", true},
+      {"COMMAND", R"(("ZOOM" "E"))", false},
+      {"COMMAND", R"(("ZOOM" "Q"))", true},
+      {"COMMAND-S", R"(("ZOOM" "E" "EXPLODE"))", true},
+      {"GETPOINT", "()", false},
+      {"GETINT", "()", true},
+  };
+  for (const Row& row : rows) {
+    answer(row.name, row.arguments);
+    EXPECT_EQ(is_refused, row.is_refused) << row.name << " " << row.arguments << ": " << note;
+  }
 }
 
 TEST_F(HostTest, RefusesWithNilAndAReason) {
@@ -151,7 +181,7 @@ class CommandsTest : public testing::Test {
  protected:
   std::string run(std::string_view arguments) {
     const auto list = client::readDatum(arguments, nullptr);
-    return runCommand(drawing, *client::asList(*list));
+    return runCommand(drawing, *client::asList(*list)).text;
   }
 
   [[nodiscard]] std::string describe(std::string_view handle) const {

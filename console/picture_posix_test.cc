@@ -24,7 +24,7 @@ class PictureTest : public testing::Test {
  protected:
   void run(Drawing& drawing, std::string_view command) {
     const auto list = client::readDatum(command, nullptr);
-    const std::string done = runCommand(drawing, *client::asList(*list));
+    const std::string done = runCommand(drawing, *client::asList(*list)).text;
     EXPECT_EQ(done.find("nothing"), std::string::npos) << done;
   }
 

@@ -75,6 +75,28 @@ TEST_F(ConsoleProgram, SaysByItsExitCodeThatAProgramFailed) {
   EXPECT_THAT(output, HasSubstr("script  NOT AS EXPECTED   2\n"));
 }
 
+TEST_F(ConsoleProgram, ShowsWhatTheDrawingHasRefused) {
+  const std::string path = file("a.lsp",
+                                "(COMMAND \"CIRCLE\" '(0 0) -5)\n"
+                                "(SETQ N 0)\n"
+                                "(WHILE (< N 6)\n"
+                                "  (SETQ N (1+ N))\n"
+                                "  (ENTMAKE (LIST '(0 \"POINT\") (LIST 8 N))))\n");
+  const std::string shown = path +
+                            ":1:1: COMMAND refused: nothing done: CIRCLE: group 40 needs a "
+                            "number above 0\n"
+                            "    1 | (COMMAND \"CIRCLE\" '(0 0) -5)\n"
+                            "      | ^^^^^^^^^^^^^^^^^^^^^^^^^^^^\n";
+  for (const char* const option : {"", "--brief "}) {
+    runPrograms(option + quoted(path));
+    EXPECT_EQ(exit_code, 0);
+    EXPECT_THAT(output, HasSubstr(shown));
+    EXPECT_THAT(output, HasSubstr(path + ":5:3: ENTMAKE refused: not made: "));
+    EXPECT_THAT(output, HasSubstr("  values    (LIST '(0 \"POINT\") (LIST 8 N)) is ((0 \"POINT\") "
+                                  "(8 4))\n... and 2 more calls were refused\n"));
+  }
+}
+
 TEST_F(ConsoleProgram, ExplainsItself) {
   run("--help");
   EXPECT_EQ(exit_code, 0);

@@ -110,6 +110,18 @@ TEST_F(PipedPrompt, KnowsItsCommands) {
   EXPECT_TRUE(std::filesystem::exists(directory.path / "drawing.svg"));
 }
 
+TEST_F(PipedPrompt, ShowsWhatTheDrawingHasRefused) {
+  EXPECT_THAT(say("(COMMAND \"ERASE\" \"E7\" \"\")\n"),
+              HasSubstr("input 1:1:1: COMMAND refused: nothing done: ERASE: there is no entity E7\n"
+                        "    1 | (COMMAND \"ERASE\" \"E7\" \"\")\n"));
+}
+
+TEST_F(PipedPrompt, ShowsWhatACancelledProgramHasDone) {
+  const std::string said =
+      say("(WHILE T\n(COMMAND \"ERASE\" \"E7\" \"\")\n(GETPOINT))\n1,1\n2,2\n");
+  EXPECT_THAT(said, HasSubstr("input 1:2:1: COMMAND refused: "));
+}
+
 TEST_F(PipedPrompt, LoadsLibrariesAndDrawingsFirst) {
   std::ofstream(directory.path / "lib.lsp") << "(DEFUN TWICE (X) (* 2 X))";
   std::ofstream(directory.path / "d.json") << R"({"entities": [{"type": "POINT", "at": [1, 2]}]})";

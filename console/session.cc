@@ -135,7 +135,10 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   const Drawing before = drawing_;
   if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
-  if (end != ProgramEnd::Broken) printChanges(before);
+  if (end != ProgramEnd::Broken) {
+    if (explainer_ != nullptr) out_ << explainer_->explainRefusals();
+    printChanges(before);
+  }
   if (!is_brief_) out_ << "\n";
   return end;
 }
@@ -214,7 +217,10 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     if (is_shown) {
       tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     }
-    if (explainer_ != nullptr) explainer_->answer(reply->value->call_name, answer.text);
+    if (explainer_ != nullptr) {
+      explainer_->answer(reply->value->call_name, answer.text,
+                         answer.is_refused ? answer.note : "");
+    }
     reply = worker_->evalResume(reply->value->run_id, answer.text);
   }
   if (!reply) return ProgramEnd::Broken;
@@ -234,6 +240,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
 ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason) {
   if (worker_->fault()) return ProgramEnd::Broken;
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel", reason);
+  if (explainer_ != nullptr) explainer_->cancel();
   const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }

@@ -120,7 +120,7 @@ TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
       EXPECT_EQ(block.text, "./dev run\n");
     }
   }
-  EXPECT_EQ(command_count, 5);
+  EXPECT_EQ(command_count, 6);
   EXPECT_EQ(prompt_count, 1);
   for (const char* const file : {"flange.svg", "changed.svg", "changed.json"}) {
     EXPECT_TRUE(exists(file)) << file;

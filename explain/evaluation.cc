@@ -171,18 +171,20 @@ class Evaluator {
             std::string advice) {
     outcome_.kind = kind;
     outcome_.message = std::move(message);
-    Fault& fault = outcome_.fault;
-    fault.program = currentProgram();
-    fault.begin = at.begin;
-    fault.end = at.end;
-    fault.expected = std::move(expected);
-    fault.advice = std::move(advice);
+    outcome_.fault = faultAt(at);
+    outcome_.fault.expected = std::move(expected);
+    outcome_.fault.advice = std::move(advice);
+    return false;
+  }
+
+  [[nodiscard]] Fault faultAt(const Form& at) const {
+    Fault fault{.program = currentProgram(), .begin = at.begin, .end = at.end};
     for (std::size_t n = frames_.size(); n-- > 0;) {
       const Frame& frame = frames_[n];
       fault.calls.push_back(
           {frame.function->name, frame.caller, frame.call->begin, frame.call->end});
     }
-    return false;
+    return fault;
   }
 
   bool fail(std::string message, const Form& at, std::string expected, std::string advice) {
@@ -200,12 +202,13 @@ class Evaluator {
   }
 
   // Notes what the arguments of the call that has failed have come to, unless it can be seen.
-  void noteValues(const Form& call, std::span<const LispValue> arguments) {
+  void noteValues(const Form& call, std::span<const LispValue> arguments, Fault& fault) const {
     constexpr std::size_t kCountMax = 6;
     for (std::size_t n = 0; n < arguments.size() && n < kCountMax; ++n) {
       const Form& form = call.items[n + 1];
-      if (!form.isSymbol() && !form.isList()) continue;
-      outcome_.fault.values.push_back({textOf(form), shorten(arguments[n], kShownValueSize)});
+      const bool is_quoted = form.entry != nullptr && form.entry->name == "QUOTE";
+      if (is_quoted || (!form.isSymbol() && !form.isList())) continue;
+      fault.values.push_back({textOf(form), shorten(arguments[n], kShownValueSize)});
     }
   }
 
@@ -326,7 +329,7 @@ class Evaluator {
     }
     const Form& at = refusal.argument ? form.items[*refusal.argument + 1] : form;
     fail(refusal.message, at, refusal.expected, refusal.advice);
-    noteValues(form, arguments);
+    noteValues(form, arguments, outcome_.fault);
     return false;
   }
 
@@ -533,7 +536,12 @@ class Evaluator {
       is_same = lisp::valuesEqual((*recorded.arguments)[n], arguments[n]);
     }
     if (!is_same) return failDivergence(form, recorded, arguments);
-    value = answers_[next_answer_++].answer;
+    if (!recorded.refusal.empty() && !recorded.fault) {
+      recorded.fault = faultAt(form);
+      noteValues(form, arguments, *recorded.fault);
+    }
+    value = recorded.answer;
+    ++next_answer_;
     return true;
   }
 
@@ -549,7 +557,7 @@ class Evaluator {
         form, "the same call as in the evaluation before: " + before + ")",
         "what the call depends on has changed outside, such as a coordinate system, or an argument "
         "is NaN, which equals nothing");
-    noteValues(form, arguments);
+    noteValues(form, arguments, outcome_.fault);
     return false;
   }
 

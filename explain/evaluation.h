@@ -73,14 +73,6 @@ class Definitions {
   std::unordered_map<const lisp::Counted*, Defined> functions_;
 };
 
-// A host call that has been answered. `arguments` are filled in by the evaluation that reaches the
-// call first.
-struct AnsweredCall {
-  std::string name;
-  lisp::LispValue answer;
-  std::optional<std::vector<lisp::LispValue>> arguments;
-};
-
 // A call of a function on the way to where an evaluation has stopped.
 struct CallSite {
   std::string function;    // That is called.
@@ -103,6 +95,16 @@ struct Fault {
   std::vector<NamedValue> values = {};
   std::string expected = {};  // May be empty, as the next.
   std::string advice = {};
+};
+
+// A host call that has been answered. `arguments` are filled in by the evaluation that reaches the
+// call first.
+struct AnsweredCall {
+  std::string name;
+  lisp::LispValue answer;
+  std::string refusal = {};  // Why the host has not done what the call asks for; empty if it has.
+  std::optional<std::vector<lisp::LispValue>> arguments = {};
+  std::optional<Fault> fault = {};  // Where a refused call stands, once an evaluation has met it.
 };
 
 // How many steps a line of a function has taken.

@@ -39,6 +39,17 @@ void appendCalls(std::string& text, const Fault& fault) {
   }
 }
 
+// Place and message, the line with a caret, the values and the chain of calls.
+std::string describe(const Fault& fault, const std::string& message) {
+  std::string text = nameOfPlace(*fault.program, fault.begin) + ": " + message + "\n" +
+                     showPlace(fault.program->source, fault.begin, fault.end);
+  for (std::size_t n = 0; n < fault.values.size(); ++n) {
+    appendLine(text, n == 0 ? "values" : "", fault.values[n].what + " is " + fault.values[n].value);
+  }
+  appendCalls(text, fault);
+  return text;
+}
+
 }  // namespace
 
 std::string nameOfPlace(const Program& program, std::size_t offset) {
@@ -67,14 +78,14 @@ std::string stepTable(const Outcome& outcome, std::size_t row_max) {
   return text;
 }
 
+std::string explanationOf(const AnsweredCall& call) {
+  const std::string message = call.name + " refused: " + call.refusal;
+  return call.fault ? describe(*call.fault, message) : message + "\n";
+}
+
 std::string explanationOf(const Outcome& outcome) {
   const Fault& fault = outcome.fault;
-  std::string text = nameOfPlace(*fault.program, fault.begin) + ": " + outcome.message + "\n";
-  text += showPlace(fault.program->source, fault.begin, fault.end);
-  for (std::size_t n = 0; n < fault.values.size(); ++n) {
-    appendLine(text, n == 0 ? "values" : "", fault.values[n].what + " is " + fault.values[n].value);
-  }
-  appendCalls(text, fault);
+  std::string text = describe(fault, outcome.message);
   if (!fault.expected.empty()) appendLine(text, "expected", fault.expected);
   if (!fault.advice.empty()) appendLine(text, "try", fault.advice);
   if (outcome.kind == OutcomeKind::StepLimit) {

@@ -13,6 +13,9 @@ namespace explain {
 // chain of calls, what was expected and what to try; for the step limit where the steps went.
 [[nodiscard]] std::string explanationOf(const Outcome& outcome);
 
+// The same for a call that the host has refused, as far as its place is known.
+[[nodiscard]] std::string explanationOf(const AnsweredCall& call);
+
 // "file.lsp:12:3"
 [[nodiscard]] std::string nameOfPlace(const Program& program, std::size_t offset);
 

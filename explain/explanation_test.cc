@@ -112,12 +112,30 @@ TEST(Explanation, CutsLongChainsOfCalls) {
 
 TEST(Explanation, TellsOfADivergenceWhatWasAskedBefore) {
   const std::vector<AnsweredCall> answers = {
-      {"GETDIST", lisp::number(1), std::vector{lisp::number(7)}}};
+      {.name = "GETDIST", .answer = lisp::number(1), .arguments = std::vector{lisp::number(7)}}};
   const std::string text = explanationOf(outcomeOf("(GETDIST (+ 4 4))", answers));
   EXPECT_THAT(text, HasSubstr("LISP host replay divergence at call 1: GETDIST"));
   EXPECT_THAT(text, HasSubstr("(+ 4 4) is 8"));
   EXPECT_THAT(text, HasSubstr("before: (GETDIST 7)"));
   EXPECT_THAT(explanationOf(outcomeOf("5", answers)), HasSubstr("unused answers"));
+}
+
+TEST(Explanation, ShowsTheCallThatTheHostHasRefused) {
+  std::vector<AnsweredCall> answers = {
+      {.name = "ENTMAKE", .answer = lisp::nil()},
+      {.name = "ENTMAKE", .answer = lisp::nil(), .refusal = "unknown type: SPHERE"}};
+  EXPECT_EQ(explanationOf(answers[1]), "ENTMAKE refused: unknown type: SPHERE\n");
+  Definitions definitions;
+  static_cast<void>(
+      evaluate(readProgram("p.lsp", "(DEFUN MAKE (G)\n  (ENTMAKE G))\n(MAKE 1)\n(MAKE 2)"),
+               definitions, answers, nullptr));
+  EXPECT_FALSE(answers[0].fault.has_value());
+  EXPECT_EQ(explanationOf(answers[1]),
+            "p.lsp:2:3: ENTMAKE refused: unknown type: SPHERE\n"
+            "    2 |   (ENTMAKE G))\n"
+            "      |   ^^^^^^^^^^^\n"
+            "  values    G is 2\n"
+            "  in        MAKE, called at p.lsp:4:1  (MAKE 2)\n");
 }
 
 TEST(Explanation, PointsAtWhatIsMissingInAText) {
