@@ -21,6 +21,7 @@
 #include "console/host.h"
 #include "console/keyboard.h"
 #include "console/line_editor.h"
+#include "console/own_path.h"
 #include "console/picture.h"
 #include "console/program.h"
 #include "console/prompt.h"
@@ -184,11 +185,9 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
                                                     : ExitCode::SomeUnexpected;
 }
 
-ExitCode run(const std::string& own_path, const std::vector<std::string_view>& arguments) {
+ExitCode run(const std::vector<std::string_view>& arguments) {
   std::string error;
-  const std::string beside =
-      (std::filesystem::path(own_path).parent_path() / "lisp_worker").string();
-  const auto line = parseCommandLine(arguments, beside, error);
+  const auto line = parseCommandLine(arguments, workerBeside(), error);
   if (!line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
   if (line->help) {
     std::cout << usage();
@@ -212,5 +211,5 @@ ExitCode run(const std::string& own_path, const std::vector<std::string_view>& a
 
 int main(int argc, char** argv) {
   const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
-  return static_cast<int>(console::run(argc > 0 ? argv[0] : "", arguments));
+  return static_cast<int>(console::run(arguments));
 }

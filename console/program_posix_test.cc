@@ -121,6 +121,18 @@ TEST_F(ConsoleProgram, RefusesWhatItCannotUseBeforeItStartsAWorker) {
                         "are answer, drawing, entity, expect, load, picture and system\n");
 }
 
+TEST_F(ConsoleProgram, FindsItsWorkerHoweverItIsFoundItself) {
+  const std::filesystem::path own = environment("LISP_CONSOLE_PATH");
+  const std::string path = file("a.lsp", "(+ 40 2)\n");
+  const std::filesystem::path link = std::filesystem::path(path).parent_path() / "linked";
+  std::filesystem::create_symlink(own, link);
+  for (const std::string& command : {"PATH=" + quoted(own.parent_path()) + " lisp_console",
+                                     quoted(link), "cd / && " + quoted(own)}) {
+    const auto result = runCommand(command + " --brief " + quoted(path) + " 2>&1");
+    EXPECT_EQ(result.text, "result: 42   [3 steps]\n") << command;
+  }
+}
+
 TEST_F(ConsoleProgram, TellsWhatIsWrongWithTheWorker) {
   const std::string program = quoted(file("a.lsp", "1"));
   run("--worker /no/such/worker " + program);

@@ -1,0 +1,16 @@
+// Where this program lies.
+
+#ifndef CONSOLE_OWN_PATH_H_
+#define CONSOLE_OWN_PATH_H_
+
+#include <string>
+
+namespace console {
+
+// The path of the worker's program beside this one, however this one was found: by its path,
+// through a link or through the shell's search path. A bare name where the system does not tell.
+[[nodiscard]] std::string workerBeside();
+
+}  // namespace console
+
+#endif  // CONSOLE_OWN_PATH_H_
