@@ -11,7 +11,8 @@ namespace {
 constexpr const char* kDescription =
     R"(Runs programs in the worker's LISP dialect against a drawing in memory, shows the conversation with
 the worker, explains errors, and draws what became of the drawing. All programs share the worker and
-the drawing, in the order given. Without a program it reads forms from a prompt.)";
+the drawing, in the order given. Without a program it reads forms from a prompt, where it asks you
+for picks and is brief unless you want --all-calls; --save and --picture write at its end.)";
 
 constexpr const char* kNotes = R"(
 A program can say in comments how it wants to be run. Each takes a line of its own:
@@ -75,11 +76,12 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("--axes", line.shows_axes, "Show the coordinate systems in the picture");
   app.add_flag("--cells", line.shows_cells, "Show the cells in the picture");
   app.add_option("--answers", line.answers_path,
-                 "Answer host calls from lines such as GETPOINT (10 20 0)")
+                 "Answer host calls from lines such as GETPOINT (10 20 0), before you are asked")
       ->type_name("FILE");
   app.add_flag("--ask", line.asks, "Ask you for points, distances and selections");
   app.add_flag("--brief", line.is_brief, "Only results, errors and changes, no conversation");
-  app.add_flag("--all-calls", line.shows_all_calls, "Show every host call, however many");
+  app.add_flag("--all-calls", line.shows_all_calls,
+               "Show every host call and every change, however many");
 }
 
 bool isPicturePath(const std::string& path) {
@@ -92,7 +94,6 @@ std::string whyUnusable(const CommandLine& line) {
   for (const std::string& path : line.picture_paths) {
     if (!isPicturePath(path)) return "--picture " + path + ": the name must end in .svg or .png";
   }
-  if (line.asks && !line.answers_path.empty()) return "--ask and --answers exclude each other";
   return "";
 }
 

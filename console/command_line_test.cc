@@ -82,8 +82,6 @@ TEST(CommandLine, SaysWhatIsWrong) {
   EXPECT_EQ(errorOf({"check"}), "check needs a program");
   EXPECT_EQ(errorOf({"a.lsp", "--picture", "a.gif"}),
             "--picture a.gif: the name must end in .svg or .png");
-  EXPECT_EQ(errorOf({"a.lsp", "--ask", "--answers", "x"}),
-            "--ask and --answers exclude each other");
 }
 
 TEST(CommandLine, ExplainsEveryOptionAndCommand) {

@@ -43,7 +43,7 @@ const Host::CallEntry Host::kCalls[] = {
     {"OSNAP", &Host::snap},
 };
 
-std::optional<HostAnswer> AnswerList::answer(const client::HostCall& call, Drawing& /*drawing*/) {
+std::optional<HostAnswer> AnswerList::answer(const client::HostCall& call, Drawing& drawing) {
   const auto found =
       std::find_if(answers_.begin(), answers_.end(),
                    [&call](const ScriptedAnswer& answer) { return answer.call == call.name; });
@@ -52,6 +52,7 @@ std::optional<HostAnswer> AnswerList::answer(const client::HostCall& call, Drawi
     answers_.erase(found);
     return answer;
   }
+  if (next_ != nullptr) return next_->answer(call, drawing);
   if (call.name != "GETPOINT" && call.name != "GETCORNER" && call.name != "GETDIST") {
     return std::nullopt;
   }

@@ -34,19 +34,20 @@ class Answerer {
   virtual std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) = 0;
 };
 
-// Answers from a list, each to the first call of its name. A GETPOINT, GETCORNER or GETDIST that
-// finds none left fails.
+// Answers from a list, each to the first call of its name. Calls that find none left go to `next`;
+// without one, a GETPOINT, GETCORNER or GETDIST fails then.
 class AnswerList : public Answerer {
  public:
-  // `name` is that of the file, for messages.
-  AnswerList(std::string name, std::vector<ScriptedAnswer> answers)
-      : name_(std::move(name)), answers_(std::move(answers)) {}
+  // `name` is that of the file, for messages. `next`, unless it is null, must outlive the list.
+  AnswerList(std::string name, std::vector<ScriptedAnswer> answers, Answerer* next = nullptr)
+      : name_(std::move(name)), answers_(std::move(answers)), next_(next) {}
 
   std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) override;
 
  private:
   std::string name_;
   std::vector<ScriptedAnswer> answers_;
+  Answerer* next_;
 };
 
 class Host {

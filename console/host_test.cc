@@ -376,6 +376,14 @@ TEST_F(AnswerListTest, AnswersAfterTheScriptAndBeforeTheDrawing) {
   EXPECT_EQ(answerOf(host, "SSGET", "()"), "nil");
 }
 
+TEST_F(AnswerListTest, HandsOnWhatItHasNoAnswerFor) {
+  AnswerList first("first.txt", {{"GETPOINT", "(1 1 0)"}}, &list);
+  Host asking(drawing, {}, &first);
+  EXPECT_EQ(answerOf(asking, "GETPOINT", "()"), "(1 1 0)");
+  EXPECT_EQ(answerOf(asking, "GETPOINT", "()"), "(7 8 0)");
+  EXPECT_EQ(note, "from picks.txt");
+}
+
 TEST_F(AnswerListTest, FailsWhenItRunsOut) {
   client::EvalResult waiting;
   waiting.eval_status = client::EvalStatus::HostCallRequired;

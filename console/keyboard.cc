@@ -81,6 +81,7 @@ std::optional<HostAnswer> Keyboard::answer(const client::HostCall& call, Drawing
   const bool is_pick = call.name == "GETPOINT" || call.name == "GETCORNER" ||
                        call.name == "GETDIST" || (call.name == "SSGET" && call.arguments.empty());
   if (!is_pick) return std::nullopt;
+  if (before_asking_) before_asking_();
   for (;;) {
     std::string line;
     switch (editor_.read(promptOf(call), line)) {

@@ -3,8 +3,10 @@
 #ifndef CONSOLE_KEYBOARD_H_
 #define CONSOLE_KEYBOARD_H_
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "client/coordinates.h"
 #include "console/host.h"
@@ -22,6 +24,11 @@ class Keyboard : public Answerer {
   // `editor` must outlive it.
   explicit Keyboard(LineEditor& editor) : editor_(editor) {}
 
+  // Called before each question. May be empty.
+  void setBeforeAsking(std::function<void()> before_asking) {
+    before_asking_ = std::move(before_asking);
+  }
+
   std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) override;
 
  private:
@@ -29,6 +36,7 @@ class Keyboard : public Answerer {
                                         const std::string& line);
 
   LineEditor& editor_;
+  std::function<void()> before_asking_;
   client::Point last_;  // What @ counts from.
 };
 

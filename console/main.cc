@@ -51,8 +51,7 @@ struct Inputs {
   std::vector<Program> libraries;
   std::vector<Program> programs;
   std::optional<Sheet> sheet;
-  std::unique_ptr<LineEditor> editor;
-  std::unique_ptr<Answerer> answerer;
+  std::vector<ScriptedAnswer> answers;
 };
 
 bool readPrograms(const std::vector<std::string>& paths, std::vector<Program>& programs,
@@ -75,14 +74,10 @@ std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
     inputs.sheet = readSheetFile(line.drawing_path, error);
     if (!inputs.sheet) return std::nullopt;
   }
-  if (line.asks) {
-    inputs.editor = openLineEditor("", [](std::string_view) { return std::vector<std::string>(); });
-    inputs.answerer = std::make_unique<Keyboard>(*inputs.editor);
-  }
   if (!line.answers_path.empty()) {
     auto answers = readAnswers(line.answers_path, error);
     if (!answers) return std::nullopt;
-    inputs.answerer = std::make_unique<AnswerList>(line.answers_path, std::move(*answers));
+    inputs.answers = std::move(*answers);
   }
   return inputs;
 }
@@ -113,7 +108,15 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   session.setExplainer(&explainer);
   session.setBrief(line.is_brief);
   if (line.shows_all_calls) session.setShownCallsMax(kHostCallCountMax);
-  session.setAnswerer(inputs.answerer.get());
+  std::unique_ptr<LineEditor> editor;
+  std::unique_ptr<Keyboard> keyboard;
+  if (line.asks) {
+    editor = openLineEditor("", [](std::string_view) { return std::vector<std::string>(); });
+    keyboard = std::make_unique<Keyboard>(*editor);
+  }
+  AnswerList answers(line.answers_path, inputs.answers, keyboard.get());
+  session.setAnswerer(line.answers_path.empty() ? static_cast<Answerer*>(keyboard.get())
+                                                : &answers);
   if (inputs.sheet) session.setSheet(*inputs.sheet);
   ExitCode exit_code = ExitCode::AllAsExpected;
   const auto note = [&exit_code](ProgramEnd end) {
@@ -131,20 +134,13 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
     title = std::filesystem::path(program.name).filename().string();
   }
   if (!worker.fault() && !line.is_brief) session.printDrawing();
-  if (!worker.fault() && worker.shutdown()) {
-    const client::WorkerExit exit = process.finish();
-    if (exit != client::WorkerExit{client::WorkerExit::Kind::Exited, 0}) {
-      return complain(ExitCode::WorkerBroken, client::describeExit(exit));
-    }
-    std::string error;
-    if (inputs.programs.size() > 1) title = std::to_string(inputs.programs.size()) + " programs";
-    if (!writeOutputs(line, session, title, wishes, error)) {
-      return complain(ExitCode::UnusableInput, error);
-    }
-    return exit_code;
+  std::string error = endWorker(worker, process);
+  if (!error.empty()) return complain(ExitCode::WorkerBroken, error);
+  if (inputs.programs.size() > 1) title = std::to_string(inputs.programs.size()) + " programs";
+  if (!writeOutputs(line, session, title, wishes, error)) {
+    return complain(ExitCode::UnusableInput, error);
   }
-  return complain(ExitCode::WorkerBroken,
-                  worker.fault()->message + "; " + client::describeExit(process.finish()));
+  return exit_code;
 }
 
 // A program and the libraries that it loads, in the order in which they run.
@@ -177,10 +173,23 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
   Prompt prompt(line.worker_path, defaultHistoryPath());
   std::string error;
   if (!prompt.open(error)) return complain(ExitCode::WorkerBroken, error);
-  if (inputs.sheet) prompt.setSheet(*inputs.sheet);
+  Session& session = prompt.session();
+  if (line.shows_all_calls) {
+    session.setBrief(line.is_brief);
+    session.setShownCallsMax(kHostCallCountMax);
+  }
+  AnswerList answers(line.answers_path, inputs.answers, &prompt.keyboard());
+  session.setAnswerer(&answers);
+  prompt.setPictureWishes({.axes = line.shows_axes, .cells = line.shows_cells});
+  if (inputs.sheet) session.setSheet(*inputs.sheet);
   for (const Program& library : inputs.libraries) prompt.load(library);
   const std::size_t failure_count = prompt.converse(error);
+  // The drawing is here, not in the worker.
+  std::string write_error;
+  const bool is_written = writeOutputs(line, session, "", {}, write_error);
+  if (!is_written) complain(ExitCode::UnusableInput, write_error);
   if (!error.empty()) return complain(ExitCode::WorkerBroken, error);
+  if (!is_written) return ExitCode::UnusableInput;
   return failure_count == 0 || isTerminalAttached() ? ExitCode::AllAsExpected
                                                     : ExitCode::SomeUnexpected;
 }
@@ -196,9 +205,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);
-  if (line->program_paths.empty() && line->save_path.empty() && line->picture_paths.empty()) {
-    return runPrompt(*inputs, *line);
-  }
+  if (line->program_paths.empty()) return runPrompt(*inputs, *line);
   const auto process = client::startWorker(line->worker_path, &error);
   if (process == nullptr) {
     return complain(ExitCode::WorkerBroken, line->worker_path + ": " + error);

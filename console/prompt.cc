@@ -59,7 +59,9 @@ Prompt::Prompt(std::string worker_path, const std::string& history_path)
     : worker_path_(std::move(worker_path)),
       editor_(openLineEditor(history_path,
                              [this](std::string_view word) { return completionsFor(word); })),
-      keyboard_(std::make_unique<Keyboard>(*editor_)) {}
+      keyboard_(std::make_unique<Keyboard>(*editor_)) {
+  keyboard_->setBeforeAsking([this] { clearProgress(); });
+}
 
 bool Prompt::open(std::string& error) {
   if (!startWorker(error)) return false;
@@ -88,22 +90,31 @@ bool Prompt::restartWorker(std::string& error) {
   process_.reset();
   if (!startWorker(error)) return false;
   session_->setWorker(*worker_);
-  return restoreDefinitions();
+  return restoreDefinitions(error);
 }
 
 // The definitions as programs of their own; the explainer has them already.
-bool Prompt::restoreDefinitions() {
+bool Prompt::restoreDefinitions(std::string& error) {
   std::vector<std::string> lost;
   const std::string text = explainer_.definitions().asProgram(lost);
   for (const std::string& name : lost) {
     std::cout << "lost: " << name << ", whose value no text stands for\n";
   }
   const auto reply = worker_->evalStart(text, 0);
-  if (!reply || reply->status != worker::WorkerStatus::Ok) {
+  if (!reply) {
+    error = endWorker(*worker_, *process_);
+    return false;
+  }
+  if (reply->status != worker::WorkerStatus::Ok) {
     std::cout << "the definitions could not be given to the new worker\n";
     explainer_.setDefinitions({});
   }
-  return reply.has_value();
+  return true;
+}
+
+void Prompt::remember() {
+  undo_.push_back({session_->state(), explainer_.definitions()});
+  if (undo_.size() > kUndoMax) undo_.erase(undo_.begin());
 }
 
 void Prompt::load(const Program& library) {
@@ -121,8 +132,7 @@ std::size_t Prompt::converse(std::string& error) {
       runInput(*input);
     }
   }
-  error = fatal_error_;
-  if (worker_ != nullptr && !worker_->fault()) static_cast<void>(worker_->shutdown());
+  error = fatal_error_.empty() ? endWorker(*worker_, *process_) : fatal_error_;
   return failure_count_;
 }
 
@@ -165,16 +175,16 @@ void Prompt::runInput(const std::string& text) {
 }
 
 void Prompt::runProgram(const Program& program) {
-  undo_.push_back({session_->sheet(), explainer_.definitions()});
-  if (undo_.size() > kUndoMax) undo_.erase(undo_.begin());
+  remember();
   run_start_ = std::chrono::steady_clock::now();
   static_cast<void>(takeInterrupt());
   const ProgramEnd end = session_->run(program);
-  if (std::exchange(shows_progress_, false)) std::cerr << "\r\033[K" << std::flush;
+  clearProgress();
   if (end == ProgramEnd::Unexpected) {
     ++failure_count_;
     // What has changed nothing need not be taken back.
-    if (compareDrawings(undo_.back().sheet.drawing, session_->drawing()).empty()) undo_.pop_back();
+    if (compareDrawings(undo_.back().session.sheet.drawing, session_->drawing()).empty())
+      undo_.pop_back();
   }
   if (end != ProgramEnd::Broken) return;
   ++failure_count_;
@@ -186,8 +196,15 @@ void Prompt::runProgram(const Program& program) {
   std::cout << "a new one has the variables and functions from before\n";
 }
 
+void Prompt::clearProgress() {
+  if (std::exchange(shows_progress_, false)) std::cerr << "\r\033[K" << std::flush;
+}
+
 bool Prompt::reportProgress(const Progress& progress) {
-  if (takeInterrupt()) return false;
+  if (takeInterrupt()) {
+    clearProgress();
+    return false;
+  }
   if (isTerminalAttached() && std::chrono::steady_clock::now() - run_start_ > kProgressAfter) {
     shows_progress_ = true;
     std::cerr << "\r\033[K" << progress.call_count << " host calls answered, " << progress.steps
@@ -278,7 +295,7 @@ void Prompt::undo() {
   }
   State state = std::move(undo_.back());
   undo_.pop_back();
-  session_->restore(std::move(state.sheet));
+  session_->restore(std::move(state.session));
   explainer_.setDefinitions(std::move(state.definitions));
   if (!restartWorker(fatal_error_)) {
     is_over_ = true;
@@ -295,7 +312,7 @@ void Prompt::loadFile(const std::string& path) {
   } else if (path.ends_with(".json")) {
     auto sheet = readSheetFile(path, error);
     if (sheet) {
-      undo_.push_back({session_->sheet(), explainer_.definitions()});
+      remember();
       session_->setSheet(std::move(*sheet));
       std::cout << "the drawing has " << session_->drawing().entities().size() << " entities\n";
     } else {
@@ -329,8 +346,9 @@ void Prompt::drawFile(const std::string& path) {
     return;
   }
   const Sheet sheet = session_->sheet();
-  const std::string svg =
-      drawPicture(session_->drawingBefore(), sheet.drawing, sheet.context, PictureOptions{});
+  const std::string svg = drawPicture(
+      session_->drawingBefore(), sheet.drawing, sheet.context,
+      {.title = "", .shows_axes = picture_wishes_.axes, .shows_cells = picture_wishes_.cells});
   const auto bytes = path.ends_with(".png") ? renderPng(svg, error) : std::optional(svg);
   const bool is_written = bytes && writeFile(path, *bytes, error);
   std::cout << (is_written ? "picture: " + path : error) << "\n";

@@ -29,25 +29,32 @@ class Prompt {
   // Starts the worker. False with the reason in `error`.
   [[nodiscard]] bool open(std::string& error);
 
-  void setSheet(Sheet sheet) { session_->setSheet(std::move(sheet)); }
-  // Runs a library or a program before the first prompt.
+  // What programs run in, once the prompt is open, and who asks for picks in it.
+  [[nodiscard]] Session& session() { return *session_; }
+  [[nodiscard]] Answerer& keyboard() { return *keyboard_; }
+  // What :picture shows.
+  void setPictureWishes(const PictureWishes& wishes) { picture_wishes_ = wishes; }
+
+  // Runs a library before the first prompt.
   void load(const Program& library);
 
-  // Reads and runs until the input ends or :quit. Returns how many programs have failed; ends
-  // early, with the reason in `error`, only when no worker can be started any more.
+  // Reads and runs until the input ends or :quit, and ends the worker. Returns how many programs
+  // have failed. `error` is why no worker could be started any more, or the last one has not ended
+  // well; otherwise empty.
   std::size_t converse(std::string& error);
 
  private:
   // What :undo goes back to.
   struct State {
-    Sheet sheet;
+    Session::State session;
     explain::Definitions definitions;
   };
 
   bool startWorker(std::string& error);
   // Replaces a worker that has ended, or that has definitions that were taken back.
   bool restartWorker(std::string& error);
-  bool restoreDefinitions();
+  bool restoreDefinitions(std::string& error);
+  void remember();
 
   // Reads until the parentheses close. Empty at the end of the input.
   std::optional<std::string> readInput();
@@ -65,6 +72,7 @@ class Prompt {
 
   [[nodiscard]] std::vector<std::string> completionsFor(std::string_view word) const;
   bool reportProgress(const Progress& progress);
+  void clearProgress();
 
   std::string worker_path_;
   std::unique_ptr<LineEditor> editor_;
@@ -73,6 +81,7 @@ class Prompt {
   std::unique_ptr<client::WorkerClient> worker_;
   std::unique_ptr<Session> session_;
   Explainer explainer_;
+  PictureWishes picture_wishes_;
   std::vector<State> undo_;
   std::size_t input_count_ = 0;
   std::size_t failure_count_ = 0;

@@ -38,15 +38,27 @@ class PipedPrompt : public testing::Test {
  protected:
   // What the prompt says to these lines.
   std::string say(const std::string& lines, const std::string& options = "") {
+    return run(lines, "--worker '" + environment("LISP_WORKER_PATH") + "' " + options);
+  }
+
+  std::string run(const std::string& lines, const std::string& options) {
     const auto path = directory.path / "lines.txt";
     std::ofstream(path) << lines;
-    return runCommand("cd '" + directory.path.string() + "' && '" +
-                      environment("LISP_CONSOLE_PATH") + "' --worker '" +
-                      environment("LISP_WORKER_PATH") + "' " + options + " <'" + path.string() +
-                      "' 2>&1")
-        .text;
+    const auto result =
+        runCommand("cd '" + directory.path.string() + "' && '" + environment("LISP_CONSOLE_PATH") +
+                   "' " + options + " <'" + path.string() + "' 2>&1");
+    exit_code = result.exit_code;
+    return result.text;
   }
+
+  [[nodiscard]] std::string written(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(directory.path / name).rdbuf();
+    return text.str();
+  }
+
   Directory directory;
+  int exit_code = -1;
 };
 
 TEST_F(PipedPrompt, RunsAFormWhenItsParenthesesClose) {
@@ -128,6 +140,61 @@ TEST_F(PipedPrompt, LoadsLibrariesAndDrawingsFirst) {
   const std::string said = say("(TWICE 21)\n:drawing\n", "--load lib.lsp --drawing d.json");
   EXPECT_THAT(said, HasSubstr("result: 42"));
   EXPECT_THAT(said, HasSubstr("E1 POINT"));
+}
+
+TEST_F(PipedPrompt, TakesAnswersFromAFileBeforeItAsks) {
+  std::ofstream(directory.path / "picks.txt") << "GETPOINT (7 8 0)\n";
+  const std::string said =
+      say("(GETPOINT \"First? \")\n(GETPOINT \"Second? \")\n1,2\n", "--answers picks.txt --ask");
+  EXPECT_THAT(said, HasSubstr("result: (7 8 0)"));
+  EXPECT_THAT(said, Not(HasSubstr("First? ")));
+  EXPECT_THAT(said, HasSubstr("Second? result: (1 2 0)"));
+}
+
+TEST_F(PipedPrompt, ShowsCallsOnlyWhenItIsTold) {
+  const std::string draws = "(COMMAND \"POINT\" \"1,1\" \"\")\n";
+  EXPECT_THAT(say(draws, "--brief"), Not(HasSubstr("HostCallPending")));
+  EXPECT_THAT(say(draws), Not(HasSubstr("HostCallPending")));
+  EXPECT_THAT(say(draws, "--all-calls"), HasSubstr("HostCallPending   call 1: COMMAND with"));
+}
+
+TEST_F(PipedPrompt, WritesAtItsEndWhatTheCommandLineWants) {
+  std::ofstream(directory.path / "d.json")
+      << R"({"entities": [{"type": "LINE", "from": [0, 0], "to": [9, 0]}], "cells": {"size": 5}})";
+  const std::string said = say("(COMMAND \"POINT\" \"1,1\" \"\")\n:picture plain.svg\n:quit\n",
+                               "--drawing d.json --save out.json --picture out.svg");
+  EXPECT_THAT(said, HasSubstr("picture: out.svg"));
+  EXPECT_THAT(written("out.json"), HasSubstr("POINT"));
+  EXPECT_EQ(exit_code, 0);
+  say(":picture marked.svg\n", "--drawing d.json --axes --cells");
+  EXPECT_GT(written("marked.svg").size(), written("plain.svg").size() + 100);
+  EXPECT_THAT(say("", "--save /no/such/directory/out.json"), HasSubstr("cannot be written"));
+  EXPECT_EQ(exit_code, 2);
+}
+
+TEST_F(PipedPrompt, SaysByItsExitCodeThatTheWorkerIsBroken) {
+  EXPECT_THAT(run("5\n6\n", "--worker /bin/false"), HasSubstr("lisp_console: the worker"));
+  EXPECT_EQ(exit_code, 3);
+  run("", "--worker /bin/false");
+  EXPECT_EQ(exit_code, 3);
+  run("5\n", "--worker /bin/cat");
+  EXPECT_EQ(exit_code, 3);
+  say("(CAR 1 2");
+  EXPECT_EQ(exit_code, 1);
+  // What has been drawn is not lost with it.
+  run("5\n", "--worker /bin/false --save kept.json");
+  EXPECT_EQ(exit_code, 3);
+  EXPECT_THAT(written("kept.json"), HasSubstr("entities"));
+}
+
+TEST_F(PipedPrompt, TakesBackALoadedDrawing) {
+  std::ofstream(directory.path / "d.json") << R"({"entities": [{"type": "POINT", "at": [1, 2]}]})";
+  const std::string draws = "(COMMAND \"CIRCLE\" \"0,0\" 5)\n";
+  say(draws + ":picture a.svg\n");
+  say(draws + ":load d.json\n:undo\n:picture b.svg\n");
+  EXPECT_EQ(written("a.svg"), written("b.svg"));
+  say(":load d.json\n:undo\n" + draws + ":picture c.svg\n");
+  EXPECT_EQ(written("a.svg"), written("c.svg"));
 }
 
 TEST_F(PipedPrompt, IsThereAtOnce) {
@@ -227,6 +294,7 @@ TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
   ASSERT_TRUE(shows("host calls answered")) << screen();
   press("C-c");
   ASSERT_TRUE(shows("cancelled after")) << screen();
+  EXPECT_THAT(screen(), Not(HasSubstr("Ctrl-C cancels"))) << "the progress has stayed";
   enter("(TWICE 5)");
   EXPECT_TRUE(shows("result: 10 ")) << screen();
 

@@ -85,9 +85,11 @@ void Session::setSheet(Sheet sheet) {
   is_fresh_ = true;
 }
 
-void Session::restore(Sheet sheet) {
-  drawing_ = std::move(sheet.drawing);
-  sheet_context_ = sheet.context;
+void Session::restore(State state) {
+  drawing_ = std::move(state.sheet.drawing);
+  sheet_context_ = state.sheet.context;
+  before_ = std::move(state.before);
+  is_fresh_ = state.is_fresh;
 }
 
 ProgramEnd Session::run(const Program& program) {
@@ -331,6 +333,15 @@ void Session::printChanges(const Drawing& before) {
   if (changes.size() > shown_calls_max_) {
     printLine("drawing", "...", "and " + counted(changes.size() - shown_calls_max_, "more change"));
   }
+}
+
+std::string endWorker(client::WorkerClient& worker, client::WorkerProcess& process) {
+  if (!worker.fault() && worker.shutdown()) {
+    const client::WorkerExit exit = process.finish();
+    const bool is_well = exit == client::WorkerExit{client::WorkerExit::Kind::Exited, 0};
+    return is_well ? "" : client::describeExit(exit);
+  }
+  return worker.fault()->message + "; " + client::describeExit(process.finish());
 }
 
 }  // namespace console

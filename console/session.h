@@ -14,6 +14,7 @@
 
 #include "client/coordinates.h"
 #include "client/eval_result.h"
+#include "client/process.h"
 #include "client/worker_client.h"
 #include "console/drawing.h"
 #include "console/drawing_file.h"
@@ -69,8 +70,14 @@ class Session {
   void setSheet(Sheet sheet);
   [[nodiscard]] Sheet sheet() const { return {drawing_, sheet_context_}; }
 
-  // The same, but the drawing before stays: for taking a program back.
-  void restore(Sheet sheet);
+  // Everything that programs and setSheet change, for taking them back.
+  struct State {
+    Sheet sheet;
+    Drawing before;
+    bool is_fresh = true;
+  };
+  [[nodiscard]] State state() const { return {sheet(), before_, is_fresh_}; }
+  void restore(State state);
 
   // The host calls of the last program.
   [[nodiscard]] const std::vector<CallRecord>& calls() const { return calls_; }
@@ -138,6 +145,10 @@ class Session {
   bool is_brief_ = false;
   std::size_t shown_calls_max_ = kShownCallsMax;
 };
+
+// Ends the conversation with a worker and waits for its process. Why it has not ended well;
+// otherwise empty.
+[[nodiscard]] std::string endWorker(client::WorkerClient& worker, client::WorkerProcess& process);
 
 }  // namespace console
 
