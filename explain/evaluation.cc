@@ -58,35 +58,6 @@ std::string counted(std::size_t count, const char* thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-// Names that the libraries of the examples define, and what stands in for others that people expect
-// from related dialects.
-std::string adviceForForeignName(std::string_view name) {
-  static const std::map<std::string_view, const char*> kAdvice = {
-      {"ABS", "load examples/lib/lists.lsp, which defines it"},
-      {"MIN", "load examples/lib/lists.lsp, which defines it for two numbers"},
-      {"MAX", "load examples/lib/lists.lsp, which defines it for two numbers"},
-      {"NTH", "load examples/lib/lists.lsp, which defines it"},
-      {"REVERSE", "load examples/lib/lists.lsp, which defines it"},
-      {"APPEND", "load examples/lib/lists.lsp, which defines it for two lists"},
-      {"MEMBER", "load examples/lib/lists.lsp, which defines it"},
-      {"ASSOC", "load examples/lib/lists.lsp, which defines it"},
-      {"CADR", "write (CAR (CDR ...)), or load examples/lib/lists.lsp"},
-      {"CADDR", "write (CAR (CDR (CDR ...))), or load examples/lib/lists.lsp"},
-      {"SET", "assign with SETQ"},
-      {"COND", "nest IFs"},
-      {"FOREACH", "walk the list in a WHILE, with CAR and CDR"},
-      {"REPEAT", "count in a WHILE"},
-      {"LAMBDA", "define a function with DEFUN"},
-      {"SQRT", "there is none; (DISTANCE '(0 0) (LIST A B)) is the root of A*A + B*B"},
-      {"SIN", "there is none; (CAR (CDR (POLAR '(0 0) ANGLE 1))) is the sine"},
-      {"COS", "there is none; (CAR (POLAR '(0 0) ANGLE 1)) is the cosine"},
-      {"PRINT", "use PRINC; programs have no output"},
-      {"STRCAT", "there are no functions over texts"},
-  };
-  const auto advice = kAdvice.find(name);
-  return advice == kAdvice.end() ? "" : advice->second;
-}
-
 class Evaluator {
  public:
   Evaluator(ProgramPointer program, Definitions definitions, std::span<AnsweredCall> answers,
@@ -319,7 +290,10 @@ class Evaluator {
       return callHost(form, depth, value);
     }
     std::vector<LispValue> arguments;
-    if (!evaluateArguments(form, depth, arguments)) return false;
+    if (!evaluateArguments(form, depth, arguments)) {
+      if (form.entry == nullptr) adviseOnForeignForm(form);
+      return false;
+    }
     if (form.entry == nullptr) return failUnknown(form);
     Refusal refusal;
     auto result = callBuiltin(form.entry->name, arguments, context_, refusal);
@@ -333,9 +307,20 @@ class Evaluator {
     return false;
   }
 
+  // Something in the form has failed that would not have been evaluated where the form is known,
+  // such as a clause of COND.
+  void adviseOnForeignForm(const Form& form) {
+    const ForeignName* const foreign = findForeignName(form.operatorName());
+    Fault& fault = outcome_.fault;
+    if (foreign == nullptr || !foreign->is_form || fault.calls.size() != frames_.size()) return;
+    fault.advice = "it stands in a form that the language does not have, " +
+                   std::string(foreign->name) + ": " + std::string(foreign->advice);
+  }
+
   bool failUnknown(const Form& form) {
     const std::string name(form.operatorName());
-    std::string advice = adviceForForeignName(name);
+    const ForeignName* const foreign = findForeignName(name);
+    std::string advice(foreign == nullptr ? "" : foreign->advice);
     std::vector<std::string> names = definitions_.functionNames();
     for (const Entry& entry : entries()) names.emplace_back(entry.name);
     const std::vector<std::string> near = similarNames(name, names);

@@ -96,6 +96,90 @@ TEST(Explanation, SuggestsNamesThatAreNear) {
   EXPECT_THAT(explanationOf(outcomeOf("(+ 1 CAR)")), HasSubstr("CAR is a function: call it"));
 }
 
+// A program that fails by using the name, for those whose arguments fail before.
+std::string usageOf(const ForeignName& foreign) {
+  const std::string name(foreign.name);
+  if (name == "COND") return "(COND ((= 1 2) 5) (T 6))";
+  if (name == "CASE") return "(CASE 1 (1 \"one\"))";
+  if (name == "LET") return "(LET ((A 1)) A)";
+  if (name == "FOREACH") return "(FOREACH P '(1 2) (LIST P))";
+  if (name == "LAMBDA") return "(LAMBDA (X) X)";
+  EXPECT_FALSE(foreign.is_form) << name;
+  return "(" + name + " 1 2)";
+}
+
+TEST(Explanation, KnowsWhatToDoWithoutWhatRelatedDialectsHave) {
+  for (const ForeignName& foreign : foreignNames()) {
+    const std::string text = explanationOf(outcomeOf(usageOf(foreign)));
+    EXPECT_THAT(text, HasSubstr("  try       "));
+    EXPECT_THAT(text, HasSubstr(std::string(foreign.advice) + "\n")) << foreign.name;
+  }
+  EXPECT_THAT(explanationOf(outcomeOf("(COND (T (/ 1 0)))")),
+              HasSubstr("it stands in a form that the language does not have, COND: nest IFs"));
+  // What fails in a function that is called there has an advice of its own.
+  EXPECT_THAT(explanationOf(outcomeOf("(DEFUN F (X) (/ 1 0)) (FOREACH (F 1))")),
+              HasSubstr("test it before"));
+}
+
+TEST(Explanation, AdvisesOnEveryMistake) {
+  struct Row {
+    const char* program;
+    const char* advice;
+  };
+  const Row rows[] = {
+      {"(+ 1 NIL)", "nil comes from a search that has found nothing"},
+      {"(+ 1 \"2\")", "write the number without quotes"},
+      {"(+ 1 '(2))", "take a number out of the list"},
+      {"(+ 1 'A)", "leave the apostrophe out"},
+      {"(-)", "give - an argument"},
+      {"(1+ 1 2)", "count what stands between the parentheses of 1+"},
+      {"(< 1 2 3)", "count what stands between the parentheses of <"},
+      {"(= \"A\" \"A\")", "compare texts, symbols and lists with EQUAL"},
+      {"(/ 1 0)", "test it before: (IF (= D 0)"},
+      {"(CONS 1)", "count what stands"},
+      {"(EQUAL 1)", "count what stands"},
+      {"(LENGTH NIL)", "nil is no list here: begin with '()"},
+      {"(LENGTH 5)", "LENGTH counts the elements of a list only"},
+      {"(LENGTH)", "count what stands"},
+      {"(SSLENGTH NIL)", "SSGET answers nil when it finds nothing"},
+      {"(SSNAME '($KVSEL) \"1\")", "write the number without quotes"},
+      {"(SSNAME NIL)", "count what stands"},
+      {"(DISTANCE NIL '(1 2))", "nil comes from a point that nobody has picked"},
+      {"(DISTANCE '(1 2) 5)", "make a point of numbers with (LIST X Y)"},
+      {"(POLAR '(1 2) NIL 5)", "nil comes from a search"},
+      {"(ANGLE '(1 2))", "count what stands"},
+      {"(TRANS '(1 2) 0)", "count what stands"},
+      {"(TRANS '(1 2) 0 1)", "the host registers one; a library runs without"},
+      {"MISSING", "give it one before, with SETQ or as a parameter"},
+      {"CAR", "CAR is a function: call it"},
+      {"(SETQ LENGTH-OF 1) LENGHT-OF", "did you mean LENGTH-OF?"},
+      {"((LIST 1) 2)", "if the list is data, quote it"},
+      {"(XYZZY 1)", "define it with DEFUN before this line"},
+      {"(LENGHT '())", "did you mean LENGTH?"},
+      {"(QUOTE)", "look where the parentheses close"},
+      {"(IF)", "put several forms of one branch into a PROGN"},
+      {"(SETQ 'A 1)", "names stand without quotes and apostrophes"},
+      {"(DEFUN F)", "a name, a parameter list, () for none, and a body are needed"},
+      {"(DEFUN F X 1)", "the parameter list is a list of names"},
+      {"(DEFUN F (1) 1)", "parameters are names; give values when you call"},
+      {"(DEFUN F (X) X) (F)", "F is defined at p.lsp:1"},
+      {"(DEFUN F (X) (F X)) (F 1)", "does the recursion end?"},
+      {"(WHILE T)", "does the condition of that WHILE ever become nil?"},
+      {"(LIST 1", "close it with )"},
+      {"\"a", "end it with a double quote"},
+      {")", "take it out, or open a list before it"},
+      {"'", "take the apostrophe out, or quote something"},
+  };
+  for (const Row& row : rows) {
+    const std::string text = explanationOf(outcomeOf(row.program));
+    const std::size_t advice = text.find("  try       ");
+    ASSERT_NE(advice, std::string::npos) << text;
+    EXPECT_THAT(text.substr(advice), HasSubstr(row.advice));
+  }
+  const std::string deep(600, '(');
+  EXPECT_THAT(explanationOf(outcomeOf(deep)), HasSubstr("build the value step by step"));
+}
+
 TEST(Explanation, ShowsWhereTheStepsWent) {
   const std::string text =
       explanationOf(outcomeOf("(DEFUN SPIN ()\n  (WHILE T\n    (SETQ N 1)))\n(SPIN)"));
