@@ -15,12 +15,20 @@ namespace {
 
 using lisp::LispValue;
 
+using Names = std::set<std::string, std::less<>>;
+
+// A place in all programs: which one, and the byte.
+using Position = std::pair<std::size_t, std::size_t>;
+
 // A DEFUN that is written well enough to be called.
 struct Definition {
   const Form* form = nullptr;
-  std::vector<std::string> parameters;
-  std::set<std::string, std::less<>> own_names;  // Parameters and locals.
-  std::set<std::string, std::less<>> calls;      // Names of functions that its body calls.
+  Position position;
+  bool is_outermost = false;  // No list around it: it is certainly evaluated, in its turn.
+  std::vector<std::string> parameters = {};
+  Names own_names = {};  // Parameters and locals.
+  Names calls = {};      // Names of functions that its body calls.
+  Names reads = {};      // Names of variables that its body asks for.
 };
 
 bool isQuote(const Form& form) { return form.entry != nullptr && form.entry->name == "QUOTE"; }
@@ -44,11 +52,14 @@ class Checker {
   explicit Checker(std::span<const ProgramPointer> programs) : programs_(programs) {}
 
   std::vector<Finding> run(std::size_t first_shown) {
-    for (const ProgramPointer& program : programs_) {
-      for (const Form& form : program->reading.forms) collect(form, nullptr);
+    for (program_index_ = 0; program_index_ < programs_.size(); ++program_index_) {
+      for (const Form& form : programs_[program_index_]->reading.forms) {
+        outermost_ = &form;
+        collect(form, nullptr);
+      }
     }
-    for (std::size_t n = first_shown; n < programs_.size(); ++n) {
-      program_ = programs_[n];
+    for (program_index_ = first_shown; program_index_ < programs_.size(); ++program_index_) {
+      program_ = programs_[program_index_];
       if (const auto& fault = program_->reading.fault) {
         findings_.push_back(
             {Severity::Error, program_, fault->begin, fault->end, fault->message, fault->hint});
@@ -62,6 +73,7 @@ class Checker {
   // --- What is defined, assigned and called anywhere --------------------------------------------
 
   void collect(const Form& form, Definition* inside) {
+    if (form.isSymbol() && inside != nullptr) inside->reads.emplace(form.name());
     if (!form.isList() || form.items.empty() || isQuote(form)) return;
     const std::string name(form.operatorName());
     if (name == "DEFUN" && form.items.size() >= 4 && form.items[1].isSymbol() &&
@@ -69,18 +81,21 @@ class Checker {
       collectDefinition(form);
       return;
     }
-    if (name == "SETQ") {
-      for (std::size_t n = 1; n < form.items.size(); n += 2) {
-        assigned_.emplace(form.items[n].name());
+    if (inside != nullptr) inside->calls.insert(name);
+    for (std::size_t n = 1; n < form.items.size(); ++n) {
+      const bool is_target = name == "SETQ" && n % 2 == 1;
+      if (!is_target) {
+        collect(form.items[n], inside);
+      } else if (inside == nullptr || !inside->own_names.contains(form.items[n].name())) {
+        globals_.emplace(form.items[n].name());
       }
     }
-    if (inside != nullptr) inside->calls.insert(name);
-    for (std::size_t n = 1; n < form.items.size(); ++n) collect(form.items[n], inside);
   }
 
   void collectDefinition(const Form& form) {
-    Definition& definition = definitions_[std::string(form.items[1].name())].emplace_back();
-    definition.form = &form;
+    Definition definition{.form = &form,
+                          .position = {program_index_, form.begin},
+                          .is_outermost = &form == outermost_};
     bool are_locals = false;
     for (const Form& item : form.items[2].items) {
       const std::string name(item.name());
@@ -90,15 +105,9 @@ class Checker {
       }
       if (!are_locals) definition.parameters.push_back(name);
       definition.own_names.insert(name);
-      assigned_.insert(name);
     }
-    for (std::size_t n = 3; n < form.items.size(); ++n) {
-      Definition body;
-      collect(form.items[n], &body);
-      // By name: a DEFUN inside the body may have moved the definitions about.
-      Definition& own = definitions_[std::string(form.items[1].name())].back();
-      own.calls.insert(body.calls.begin(), body.calls.end());
-    }
+    for (std::size_t n = 3; n < form.items.size(); ++n) collect(form.items[n], &definition);
+    definitions_[std::string(form.items[1].name())].push_back(std::move(definition));
   }
 
   // --- Findings ---------------------------------------------------------------------------------
@@ -119,7 +128,7 @@ class Checker {
       error(form, "LISP evaluation depth exceeded", "this form stands inside more than 128 lists");
       return;
     }
-    if (form.isSymbol()) return lookAtVariable(form);
+    if (form.isSymbol()) return lookAtVariable(form, inside);
     if (!form.isList() || form.items.empty()) return;
     if (!form.items.front().isSymbol()) {
       error(form.items.front(), "first list item must be a function symbol",
@@ -129,18 +138,32 @@ class Checker {
     if (form.entry != nullptr && form.entry->group == Group::SpecialForm) {
       return lookAtSpecialForm(form, depth, inside);
     }
-    for (std::size_t n = 1; n < form.items.size(); ++n) look(form.items[n], depth + 1, inside);
     const auto own = definitions_.find(form.operatorName());
-    if (own != definitions_.end()) return lookAtOwnCall(form, own->second);
+    const ForeignName* const foreign =
+        own == definitions_.end() ? findForeignName(form.operatorName()) : nullptr;
+    // The parts of a form that there is not would only be reported as bad calls.
+    if (foreign != nullptr && foreign->is_form) return lookAtUnknown(form);
+    for (std::size_t n = 1; n < form.items.size(); ++n) look(form.items[n], depth + 1, inside);
+    if (own != definitions_.end()) return lookAtOwnCall(form, own->second, inside);
     if (form.entry == nullptr) return lookAtUnknown(form);
     if (form.entry->group == Group::Builtin) lookAtBuiltin(form);
   }
 
-  void lookAtVariable(const Form& form) {
+  // Whether a variable of that name may be local where the body of `inside` is evaluated: its own,
+  // or a copy of one of a function that calls it.
+  bool isLocal(const std::string& name, const Definition* inside) const {
+    return inside != nullptr && (inside->own_names.contains(name) ||
+                                 !callerWith(name, std::string(nameOf(*inside))).empty());
+  }
+
+  void lookAtVariable(const Form& form, const Definition* inside) {
     const std::string name(form.name());
-    if (name == "T" || assigned_.contains(name)) return;
-    std::vector<std::string> names(assigned_.begin(), assigned_.end());
-    std::string advice = "nothing assigns it: give it a value with SETQ, or quote it";
+    if (name == "T" || globals_.contains(name) || isLocal(name, inside)) return;
+    std::vector<std::string> names(globals_.begin(), globals_.end());
+    if (inside != nullptr) {
+      names.insert(names.end(), inside->own_names.begin(), inside->own_names.end());
+    }
+    std::string advice = "nothing that it sees assigns it: give it a value with SETQ, or quote it";
     if (definitions_.contains(name) || findEntry(name) != nullptr) {
       advice = name + " is a function: call it, as in (" + name + " ...)";
     } else if (const auto near = similarNames(name, names); !near.empty()) {
@@ -155,22 +178,85 @@ class Checker {
     for (const Entry& entry : entries()) names.emplace_back(entry.name);
     for (const auto& [known, definition] : definitions_) names.push_back(known);
     const auto near = similarNames(name, names);
-    error(form.items.front(), "unsupported LISP function: " + name,
-          near.empty() ? "no program here defines it; --load names a library that does"
-                       : "did you mean " + near.front() + "?");
+    std::string advice = near.empty()
+                             ? "no program here defines it; --load names a library that does"
+                             : "did you mean " + near.front() + "?";
+    if (const ForeignName* const foreign = findForeignName(name)) advice = foreign->advice;
+    error(form.items.front(), "unsupported LISP function: " + name, advice);
   }
 
-  void lookAtOwnCall(const Form& form, const std::vector<Definition>& definitions) {
+  static std::string_view nameOf(const Definition& definition) {
+    return definition.form->items[1].name();
+  }
+
+  // The definition that a call at the top level finds; null where that is not known.
+  const Definition* definitionAt(const Form& call, const std::vector<Definition>& definitions) {
+    const Definition* latest = nullptr;
+    for (const Definition& definition : definitions) {
+      if (!definition.is_outermost) return nullptr;
+      const bool is_earlier = definition.position < Position{program_index_, call.begin};
+      if (is_earlier && (latest == nullptr || latest->position < definition.position)) {
+        latest = &definition;
+      }
+    }
+    return latest;
+  }
+
+  void lookAtOwnCall(const Form& form, const std::vector<Definition>& definitions,
+                     const Definition* inside) {
     const std::size_t count = form.items.size() - 1;
-    const bool fits =
-        std::any_of(definitions.begin(), definitions.end(),
-                    [count](const Definition& d) { return d.parameters.size() == count; });
+    const Definition* const known = inside == nullptr ? definitionAt(form, definitions) : nullptr;
+    const auto fits = [count](const Definition& d) { return d.parameters.size() == count; };
+    const bool may_fit =
+        known != nullptr ? fits(*known) : std::any_of(definitions.begin(), definitions.end(), fits);
     // A definition of a builtin's name may not have been made yet.
-    if (fits || form.entry != nullptr) return;
-    const std::string name(form.operatorName());
-    error(form, "wrong argument count for " + name,
-          name + " takes " + counted(definitions.back().parameters.size(), "argument") +
-              "; there are " + std::to_string(count));
+    if (!may_fit && form.entry == nullptr) {
+      const Definition& definition = known != nullptr ? *known : definitions.back();
+      const std::string name(form.operatorName());
+      error(form, "wrong argument count for " + name,
+            name + " takes " + counted(definition.parameters.size(), "argument") + "; there are " +
+                std::to_string(count));
+    }
+    if (inside == nullptr) return;
+    for (std::size_t n = 1; n < form.items.size(); ++n)
+      lookAtLateAssignments(form, form.items[n], *inside);
+  }
+
+  // Assignments in an argument, to local variables that the called function asks for.
+  void lookAtLateAssignments(const Form& call, const Form& part, const Definition& inside) {
+    if (!part.isList() || isQuote(part) || part.operatorName() == "DEFUN") return;
+    for (std::size_t n = 1; n < part.items.size(); ++n) {
+      const Form& item = part.items[n];
+      lookAtLateAssignments(call, item, inside);
+      if (part.operatorName() != "SETQ" || n % 2 == 0) continue;
+      const std::string name(item.name());
+      const std::string callee(call.operatorName());
+      if (!isLocal(name, &inside) || !asksFor(name, callee)) continue;
+      report(Severity::Warning, item,
+             callee + " does not see what is assigned to " + name + " here",
+             "a call begins with a copy of the local variables, made before its arguments are "
+             "evaluated: assign " +
+                 name + " before the call");
+    }
+  }
+
+  // Whether `function`, or one that it calls, reads a variable of its callers by that name.
+  bool asksFor(const std::string& variable, const std::string& function) const {
+    Names reached = {function};
+    std::vector<std::string> pending = {function};
+    while (!pending.empty()) {
+      const auto found = definitions_.find(std::exchange(pending.back(), ""));
+      pending.pop_back();
+      if (found == definitions_.end()) continue;
+      for (const Definition& definition : found->second) {
+        if (definition.own_names.contains(variable)) continue;
+        if (definition.reads.contains(variable)) return true;
+        for (const std::string& callee : definition.calls) {
+          if (reached.insert(callee).second) pending.push_back(callee);
+        }
+      }
+    }
+    return false;
   }
 
   void lookAtBuiltin(const Form& form) {
@@ -263,7 +349,7 @@ class Checker {
   void lookAtCopy(const Form& target, const Definition& inside) {
     const std::string name(target.name());
     if (inside.own_names.contains(name)) return;
-    const std::string own_name(inside.form->items[1].name());
+    const std::string own_name(nameOf(inside));
     const std::string caller = callerWith(name, own_name);
     if (caller.empty()) return;
     report(Severity::Warning, target,
@@ -275,7 +361,7 @@ class Checker {
 
   // A function that has `variable` as its own and calls `function`, directly or through others.
   std::string callerWith(const std::string& variable, const std::string& function) const {
-    std::set<std::string, std::less<>> reached = {function};
+    Names reached = {function};
     std::vector<std::string> pending = {function};
     while (!pending.empty()) {
       const std::string callee = std::move(pending.back());
@@ -329,9 +415,11 @@ class Checker {
   }
 
   std::span<const ProgramPointer> programs_;
+  std::size_t program_index_ = 0;
   ProgramPointer program_;
+  const Form* outermost_ = nullptr;  // The form of the text that is being collected from.
   std::map<std::string, std::vector<Definition>, std::less<>> definitions_;
-  std::set<std::string, std::less<>> assigned_;
+  Names globals_;  // Names that some assignment may give to a global variable.
   std::vector<Finding> findings_;
 };
 

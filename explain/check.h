@@ -28,9 +28,10 @@ struct Finding {
 
 // Looks at programs that are run in this order, one after the other: texts that cannot be read,
 // functions that nobody defines, calls with a wrong number of arguments, malformed special forms,
-// constants of a wrong kind, variables that nothing assigns, forms nested too deep; and, as
-// warnings, assignments that reach a copy of a caller's variable, loops whose condition is a list
-// and so never nil. In the order of the texts; only programs from `first_shown` on are reported.
+// constants of a wrong kind, variables that nothing assigns where they are seen, forms nested too
+// deep; and, as warnings, assignments that reach a copy of a caller's variable, or come too late
+// for a callee's, loops whose condition is a list and so never nil. In the order of the texts; only
+// programs from `first_shown` on are reported.
 [[nodiscard]] std::vector<Finding> check(std::span<const ProgramPointer> programs,
                                          std::size_t first_shown);
 

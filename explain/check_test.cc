@@ -46,7 +46,13 @@ TEST(Check, FindsNothingWhereNothingIsWrong) {
                                  "(WHILE (< 1 0))",
                                  "(GETPOINT)",
                                  "(TRANS '(1 2) 0 1)",
-                                 "(DEFUN F (A) A) (DEFUN F (A B) A) (F 1)",
+                                 "(DEFUN F (A) A) (F 1) (DEFUN F (A B) A) (F 1 2)",
+                                 "(DEFUN F (A) A) (IF T (DEFUN F (A B) A)) (F 1)",
+                                 "(DEFUN F (A) A) (DEFUN F (A B) A) (DEFUN G () (F 1))",
+                                 "(DEFUN F (X) (G)) (DEFUN G () (H)) (DEFUN H () X) (F 1)",
+                                 "(DEFUN F () (SETQ X 1)) (F) X",
+                                 "(DEFUN F (A) X) (SETQ X 1) (F (SETQ X 2))",
+                                 "(DEFUN F (X) X) (DEFUN G (X) (F (SETQ X 2))) (G 1)",
                                  "(PROGN)",
                                  "T"}) {
     EXPECT_THAT(findingsIn({text}), IsEmpty()) << text;
@@ -84,6 +90,12 @@ TEST(Check, FindsWhatCannotWork) {
       {"(DISTANCE '(1) '(1 2))", "1:11 error DISTANCE expects point list"},
       {"(= 'A 1)", "1:4 error = expects two numbers"},
       {"(DEFUN F (X) (+ X Y)) 1", "1:19 error unbound symbol: Y"},
+      {"(DEFUN F (X) X)\n(LIST X)", "2:7 error unbound symbol: X"},
+      {"(DEFUN F (X) X)\n(DEFUN G () X)\n(F (G))", "2:13 error unbound symbol: X"},
+      {"(DEFUN F (/ X) (SETQ X 1))\n(F)\nX", "3:1 error unbound symbol: X"},
+      {"(DEFUN F (A) A)\n(DEFUN F (A B) A)\n(F 1)", "3:1 error wrong argument count for F"},
+      {"(COND ((= 1 2) 5) (T 6))", "1:2 error unsupported LISP function: COND"},
+      {"(FOREACH P '(1 2) (LIST P))", "1:2 error unsupported LISP function: FOREACH"},
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
 }
@@ -108,6 +120,10 @@ TEST(Check, WarnsOfWhatSurprises) {
        "1:23 warning this assigns a copy of X when OUTER has called INNER"},
       {"(DEFUN A () (SETQ X 1))\n(DEFUN B () (A))\n(DEFUN C (/ X) (B) X)",
        "1:19 warning this assigns a copy of X when C has called A"},
+      {"(DEFUN F (A) X)\n(DEFUN G (X) (F (SETQ X 2)))",
+       "2:23 warning F does not see what is assigned to X here"},
+      {"(DEFUN F (A) (H))\n(DEFUN H () X)\n(DEFUN G (X) (F (LIST (SETQ X 2))))",
+       "3:29 warning F does not see what is assigned to X here"},
       {"(WHILE (CDR '(1)) 1)", "1:8 warning this condition is a list, and a list is never nil"},
       {"(SETQ T 1)", "1:7 warning T is always T"},
       {"(DEFUN F (X X) X)", "1:13 warning this name stands twice in the list"},
