@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "console/commands.h"
+#include "explain/evaluation.h"
 
 namespace console {
 namespace {
@@ -91,8 +92,29 @@ bool isPicturePath(const std::string& path) {
 // What is wrong with options that can each be read; otherwise empty.
 std::string whyUnusable(const CommandLine& line) {
   if (line.check && line.program_paths.empty()) return "check needs a program";
+  const bool runs_otherwise = line.asks || line.is_brief || line.shows_all_calls ||
+                              line.shows_axes || line.shows_cells || !line.picture_paths.empty() ||
+                              !(line.drawing_path + line.save_path + line.answers_path).empty();
+  if (line.check && runs_otherwise)
+    return "check runs nothing; of the options it takes --load only";
   for (const std::string& path : line.picture_paths) {
     if (!isPicturePath(path)) return "--picture " + path + ": the name must end in .svg or .png";
+  }
+  return "";
+}
+
+// What is wrong with the first option that there is not; empty when all are known.
+std::string whyUnknownOption(const CLI::App& app, std::span<const std::string_view> arguments) {
+  std::vector<std::string> names;
+  for (const CLI::Option* const option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  for (const std::string_view argument : arguments) {
+    if (argument == "--") break;
+    const std::string name(argument.substr(0, argument.find('=')));
+    if (!name.starts_with("-") || app.get_option_no_throw(name) != nullptr) continue;
+    const auto near = explain::similarNames(name, names);
+    return "there is no option " + name + (near.empty() ? "" : "; did you mean " + near[0] + "?");
   }
   return "";
 }
@@ -126,7 +148,8 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   try {
     app.parse(reversed);
   } catch (const CLI::ParseError& failure) {
-    error = failure.what();
+    error = whyUnknownOption(app, arguments);
+    if (error.empty()) error = failure.what();
     std::replace(error.begin(), error.end(), '\n', ' ');
     return std::nullopt;
   }

@@ -78,8 +78,18 @@ TEST(CommandLine, TakesCheckAsItsFirstWordOnly) {
 
 TEST(CommandLine, SaysWhatIsWrong) {
   EXPECT_THAT(errorOf({"a.lsp", "--worker"}), testing::HasSubstr("--worker"));
-  EXPECT_THAT(errorOf({"--wroker", "w", "a.lsp"}), testing::HasSubstr("--wroker"));
+  EXPECT_EQ(errorOf({"--wroker", "w", "a.lsp"}),
+            "there is no option --wroker; did you mean --worker?");
+  EXPECT_EQ(errorOf({"--pictures=a.svg"}),
+            "there is no option --pictures; did you mean --picture?");
+  EXPECT_EQ(errorOf({"a.lsp", "-q"}), "there is no option -q");
   EXPECT_EQ(errorOf({"check"}), "check needs a program");
+  for (const Arguments& option : {Arguments{"--brief"}, {"--ask"}, {"--axes"}, {"--save", "x"}}) {
+    Arguments arguments = {"check", "a.lsp"};
+    arguments.insert(arguments.end(), option.begin(), option.end());
+    EXPECT_EQ(errorOf(arguments), "check runs nothing; of the options it takes --load only");
+  }
+  EXPECT_EQ(errorOf({"check", "a.lsp", "--load", "l.lsp", "--worker", "w"}), "was taken");
   EXPECT_EQ(errorOf({"a.lsp", "--picture", "a.gif"}),
             "--picture a.gif: the name must end in .svg or .png");
 }

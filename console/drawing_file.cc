@@ -49,6 +49,10 @@ bool appliesTo(const KeyRule& rule, std::string_view type) {
 
 std::string inQuotes(std::string_view text) { return '"' + std::string(text) + '"'; }
 
+std::string dumped(const Json& json) {
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 // --- Reading ----------------------------------------------------------------------------------
 
 // What is wrong with an object that has a key besides these; otherwise empty.
@@ -147,10 +151,27 @@ const KeyRule* ruleFor(const std::string& type, const std::string& key) {
   return rule == std::end(kKeyRules) ? nullptr : rule;
 }
 
+bool isType(const std::string& type) {
+  return !type.empty() && std::any_of(std::begin(kKeyRules), std::end(kKeyRules),
+                                      [&](const KeyRule& rule) { return rule.type == type; });
+}
+
+std::string knownTypes() {
+  std::string types;
+  std::string_view last;
+  for (const KeyRule& rule : kKeyRules) {
+    if (rule.type != last) types += " " + std::string(rule.type);
+    last = rule.type;
+  }
+  return types;
+}
+
 std::string readEntity(const Json& json, Drawing& drawing) {
   if (!json.is_object()) return "must be an object";
-  if (!json.contains("type") || !json["type"].is_string()) return R"(needs a "type")";
+  if (!json.contains("type")) return R"(needs a "type")";
+  if (!json["type"].is_string()) return "\"type\" must be a text, not " + dumped(json["type"]);
   const std::string type = json["type"].get<std::string>();
+  if (!isType(type)) return "unknown type " + inQuotes(type) + "; known are" + knownTypes();
   DatumList groups = {makeGroup(kTypeGroup, client::string(type))};
   std::string handle;
   std::string keys = "type handle layer colour";
@@ -325,10 +346,6 @@ std::string readRoot(const Json& root, Sheet& sheet) {
     if (!reason.empty()) reason = "cells: " + reason;
   }
   return reason;
-}
-
-std::string dumped(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 // --- Writing ----------------------------------------------------------------------------------

@@ -12,7 +12,9 @@
 namespace console {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr const char* kWhole = R"json({
   "current_layer": "A",
@@ -80,7 +82,11 @@ TEST(DrawingFile, SaysWhereItCannotBeUsed) {
       {"{\"entities\": 5}", "\"entities\" must be a list"},
       {"{\"entities\": [5]}", "entity 1: must be an object"},
       {"{\"entities\": [{}]}", "entity 1: needs a \"type\""},
-      {R"({"entities": [{"type": "SPHERE"}]})", "entity 1 (SPHERE): unknown type: SPHERE"},
+      {R"({"entities": [{"type": "SPHERE"}]})",
+       "entity 1 (SPHERE): unknown type \"SPHERE\"; known are POINT LINE CIRCLE ARC POLYLINE TEXT"},
+      {R"({"entities": [{"type": "line", "from": [0, 0]}]})",
+       "entity 1 (line): unknown type \"line\"; known are POINT LINE CIRCLE ARC POLYLINE TEXT"},
+      {R"({"entities": [{"type": [5]}]})", "entity 1: \"type\" must be a text, not [5]"},
       {R"({"entities": [{"type": "POINT", "at": [0, 0]}, {"type": "CIRCLE", "centre": [1, 1],
           "radius": 0}]})",
        "entity 2 (CIRCLE): group 40 needs a number above 0 (the key \"radius\")"},
@@ -149,7 +155,12 @@ TEST(ReadProgram, FindsTheFilesThatItsCommentsName) {
   EXPECT_TRUE(program->script.picture.axes && program->script.picture.cells);
 
   EXPECT_FALSE(readProgram(directory + "/lib/self.lsp", error));
-  EXPECT_THAT(error, HasSubstr("libraries that load each other"));
+  EXPECT_THAT(error, StartsWith(directory + "/lib/self.lsp: line 1: "));
+  EXPECT_THAT(error, EndsWith("self.lsp: loads itself"));
+  ASSERT_TRUE(writeFile(directory + "/lib/b.lsp", "1\n;@ load ../lib/a.lsp", error));
+  EXPECT_FALSE(readProgram(directory + "/lib/a.lsp", error));
+  EXPECT_THAT(error, HasSubstr("b.lsp: line 2: "));
+  EXPECT_THAT(error, EndsWith("../lib/a.lsp: loads itself"));
   ASSERT_TRUE(writeFile(directory + "/bad.lsp", ";@ drawing none.json", error));
   EXPECT_FALSE(readProgram(directory + "/bad.lsp", error));
   EXPECT_THAT(error, HasSubstr("none.json: cannot be read"));

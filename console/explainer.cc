@@ -83,10 +83,12 @@ std::string Explainer::explainUnreadableAnswer(const client::EvalResult& result)
   return text;
 }
 
-void Explainer::cancel() {
+std::string Explainer::cancel() {
   explain::Definitions kept = definitions_;
   outcome_ = evaluateAgain();
   definitions_ = std::move(kept);
+  const bool waits = outcome_.kind == explain::OutcomeKind::HostCallRequired;
+  return waits ? explain::explanationOf(outcome_) : "";
 }
 
 std::string Explainer::explainRefusals() const {

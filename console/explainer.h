@@ -35,8 +35,8 @@ class Explainer {
   // in message or steps.
   [[nodiscard]] std::string finish(const client::Reply<client::EvalResult>& reply);
 
-  // The program has been cancelled while a call waited.
-  void cancel();
+  // The program has been cancelled while a call waited. Where that call stands.
+  [[nodiscard]] std::string cancel();
 
   // The calls that the host has refused, each with its place, and only a count of those that are
   // too many. Once the program has come to an end.

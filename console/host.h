@@ -44,6 +44,9 @@ class AnswerList : public Answerer {
 
   std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) override;
 
+  // Those that no call has asked for yet.
+  [[nodiscard]] const std::vector<ScriptedAnswer>& unusedAnswers() const { return answers_; }
+
  private:
   std::string name_;
   std::vector<ScriptedAnswer> answers_;

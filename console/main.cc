@@ -16,6 +16,7 @@
 #include "client/process.h"
 #include "client/worker_client.h"
 #include "console/command_line.h"
+#include "console/display.h"
 #include "console/explainer.h"
 #include "console/files.h"
 #include "console/host.h"
@@ -100,6 +101,13 @@ bool writeOutputs(const CommandLine& line, const Session& session, const std::st
   return true;
 }
 
+void tellUnusedAnswers(const CommandLine& line, const AnswerList& answers) {
+  for (const ScriptedAnswer& unused : answers.unusedAnswers()) {
+    std::cout << line.answers_path << ": line " << unused.line << ": not asked for: " << unused.call
+              << " " << displayText(unused.text) << "\n";
+  }
+}
+
 ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
                      client::WorkerProcess& process) {
   client::WorkerClient worker(process);
@@ -134,6 +142,7 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
     title = std::filesystem::path(program.name).filename().string();
   }
   if (!worker.fault() && !line.is_brief) session.printDrawing();
+  tellUnusedAnswers(line, answers);
   std::string error = endWorker(worker, process);
   if (!error.empty()) return complain(ExitCode::WorkerBroken, error);
   if (inputs.programs.size() > 1) title = std::to_string(inputs.programs.size()) + " programs";
@@ -184,6 +193,7 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
   if (inputs.sheet) session.setSheet(*inputs.sheet);
   for (const Program& library : inputs.libraries) prompt.load(library);
   const std::size_t failure_count = prompt.converse(error);
+  tellUnusedAnswers(line, answers);
   // The drawing is here, not in the worker.
   std::string write_error;
   const bool is_written = writeOutputs(line, session, "", {}, write_error);

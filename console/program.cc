@@ -1,7 +1,8 @@
 #include "console/program.h"
 
-#include <cstddef>
+#include <algorithm>
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "console/files.h"
@@ -9,11 +10,20 @@
 namespace console {
 namespace {
 
-// A library of a library of ... ; a file that names itself would go on for ever.
-constexpr std::size_t kLibraryDepthMax = 8;
-
-std::optional<Program> readAt(const std::string& path, std::size_t depth, std::string& error) {
+// Some editors put a mark in front of a text, which no one sees and the language takes for a name.
+std::optional<std::string> readText(const std::string& path, std::string& error) {
   auto text = readFile(path, error);
+  if (!text || !text->starts_with("\xEF\xBB\xBF")) return text;
+  error = path +
+          ": begins with a byte order mark, which the language takes for a name; save the file as "
+          "UTF-8 without it";
+  return std::nullopt;
+}
+
+// `open` are the files on the way to this one: one that loads itself would go on for ever.
+std::optional<Program> readAt(const std::string& path, std::vector<std::filesystem::path>& open,
+                              std::string& error) {
+  auto text = readText(path, error);
   if (!text) return std::nullopt;
   Program program{.name = path, .text = std::move(*text)};
   std::string reason;
@@ -24,33 +34,43 @@ std::optional<Program> readAt(const std::string& path, std::size_t depth, std::s
   }
   program.script = std::move(*script);
   const std::filesystem::path directory = std::filesystem::path(path).parent_path();
-  if (!program.script.drawing_path.empty()) {
-    program.sheet = readSheetFile((directory / program.script.drawing_path).string(), error);
-    if (!program.sheet) return std::nullopt;
+  const auto blame = [&](const NamedFile& file) {
+    error = path + ": line " + std::to_string(file.line) + ": " + error;
+    return std::nullopt;
+  };
+  if (program.script.drawing) {
+    program.sheet = readSheetFile((directory / program.script.drawing->path).string(), error);
+    if (!program.sheet) return blame(*program.script.drawing);
   }
-  for (const std::string& library : program.script.library_paths) {
-    if (depth == kLibraryDepthMax) {
-      error = path + ": libraries that load each other";
-      return std::nullopt;
+  std::error_code failure;
+  open.push_back(std::filesystem::weakly_canonical(path, failure));
+  for (const NamedFile& library : program.script.libraries) {
+    const std::filesystem::path library_path = directory / library.path;
+    if (std::find(open.begin(), open.end(),
+                  std::filesystem::weakly_canonical(library_path, failure)) != open.end()) {
+      error = library_path.string() + ": loads itself";
+      return blame(library);
     }
-    auto loaded = readAt((directory / library).string(), depth + 1, error);
-    if (!loaded) return std::nullopt;
+    auto loaded = readAt(library_path.string(), open, error);
+    if (!loaded) return blame(library);
     program.libraries.push_back(std::move(*loaded));
   }
+  open.pop_back();
   return program;
 }
 
 }  // namespace
 
 std::optional<Program> readProgram(const std::string& path, std::string& error) {
-  return readAt(path, 0, error);
+  std::vector<std::filesystem::path> open;
+  return readAt(path, open, error);
 }
 
 std::optional<Program> makeProgram(std::string_view name, std::string_view text,
                                    std::string& error) {
   auto script = readScript(text, error);
   if (!script) return std::nullopt;
-  if (!script->drawing_path.empty() || !script->library_paths.empty()) {
+  if (script->drawing || !script->libraries.empty()) {
     error = "only a file can name other files";
     return std::nullopt;
   }
@@ -60,7 +80,7 @@ std::optional<Program> makeProgram(std::string_view name, std::string_view text,
 
 std::optional<std::vector<ScriptedAnswer>> readAnswers(const std::string& path,
                                                        std::string& error) {
-  const auto text = readFile(path, error);
+  const auto text = readText(path, error);
   if (!text) return std::nullopt;
   std::string reason;
   auto answers = readAnswerLines(*text, reason);

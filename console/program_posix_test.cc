@@ -133,6 +133,47 @@ TEST_F(ConsoleProgram, FindsItsWorkerHoweverItIsFoundItself) {
   }
 }
 
+TEST_F(ConsoleProgram, NamesTheLineThatNamesAFile) {
+  const std::string path = file("a.lsp", "1\n;@ load b.lsp\n");
+  const std::string library = file("b.lsp", ";@ drawing none.json\n");
+  runPrograms(quoted(path));
+  EXPECT_EQ(exit_code, 2);
+  const std::string directory = std::filesystem::path(path).parent_path().string();
+  EXPECT_EQ(output, "lisp_console: " + path + ": line 2: " + library + ": line 1: " + directory +
+                        "/none.json: cannot be read: No such file or directory\n");
+}
+
+TEST_F(ConsoleProgram, RefusesAByteOrderMark) {
+  runPrograms(quoted(file("a.lsp", "\xEF\xBB\xBF(+ 1 2)\n")));
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_THAT(output, HasSubstr("a.lsp: begins with a byte order mark"));
+}
+
+TEST_F(ConsoleProgram, ChecksAFileOfAnswersBeforeItStarts) {
+  const std::string program = quoted(file("a.lsp", "(GETPOINT)"));
+  const std::string answers = file("picks.txt", "; picks\n\nGETPOINT (1 2\n");
+  runPrograms(program + " --answers " + quoted(answers));
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_EQ(output,
+            "lisp_console: " + answers + ": line 3: answer to GETPOINT: unterminated list\n");
+}
+
+TEST_F(ConsoleProgram, TellsWhichAnswersAreLeftAndWhichAreMissing) {
+  const std::string program = file("a.lsp", "(DEFUN PICK ()\n  (GETPOINT))\n(PICK)\n(PICK)\n");
+  const std::string answers = file("picks.txt", "GETDIST 5\n\nGETPOINT (1 2)\n");
+  runPrograms("--brief " + quoted(program) + " --answers " + quoted(answers));
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_EQ(output,
+            "run     cancelled         " + answers +
+                ": no answer is left for GETPOINT; add a line such as GETPOINT (10 20 0)\n" +
+                program +
+                ":2:3: CAD host call required: GETPOINT\n"
+                "    2 |   (GETPOINT))\n"
+                "      |   ^^^^^^^^^^\n"
+                "  in        PICK, called at " +
+                program + ":4:1  (PICK)\n" + answers + ": line 1: not asked for: GETDIST 5\n");
+}
+
 TEST_F(ConsoleProgram, TellsWhatIsWrongWithTheWorker) {
   const std::string program = quoted(file("a.lsp", "1"));
   run("--worker /no/such/worker " + program);
@@ -161,7 +202,8 @@ TEST_F(ConsoleProgram, DoesNotSendTooLongAProgram) {
   EXPECT_EQ(exit_code, 0);
   runPrograms(quoted(file("long.lsp", "1" + std::string(1048576, ' '))));
   EXPECT_EQ(exit_code, 1);
-  EXPECT_THAT(output, HasSubstr("worker  BadRequest        too long to send"));
+  EXPECT_THAT(output, HasSubstr("worker  BadRequest        the program is too long to send: it has "
+                                "1048577 bytes, and 1048576 are the most; move functions"));
 }
 
 TEST_F(ConsoleProgram, RunsAllExamples) {

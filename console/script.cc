@@ -48,10 +48,10 @@ std::optional<std::size_t> readCount(std::string_view word) {
 
 // Each reads what follows one kind of comment. What is wrong with it, or an empty string.
 
-std::string readAnswer(std::string_view text, Script& script) {
+std::string readAnswer(std::string_view text, std::size_t line, Script& script) {
   const std::string_view call = takeWord(text);
   if (!isHostCall(call)) return "no host call: " + std::string(call);
-  script.answers.push_back({std::string(call), std::string(text)});
+  script.answers.push_back({std::string(call), std::string(text), line});
   return "";
 }
 
@@ -107,16 +107,16 @@ std::string readExpectation(std::string_view text, Script& script) {
   return "";
 }
 
-std::string readDrawing(std::string_view text, Script& script) {
-  if (!script.drawing_path.empty()) return "a program begins with one drawing";
+std::string readDrawing(std::string_view text, std::size_t line, Script& script) {
+  if (script.drawing) return "a program begins with one drawing";
   if (text.empty()) return "which drawing? a file is missing";
-  script.drawing_path = text;
+  script.drawing = {std::string(text), line};
   return "";
 }
 
-std::string readLibrary(std::string_view text, Script& script) {
+std::string readLibrary(std::string_view text, std::size_t line, Script& script) {
   if (text.empty()) return "load what? a file is missing";
-  script.library_paths.emplace_back(text);
+  script.libraries.push_back({std::string(text), line});
   return "";
 }
 
@@ -129,12 +129,12 @@ std::string readPictureWishes(std::string_view text, Script& script) {
   return "";
 }
 
-std::string readLine(std::string_view text, Script& script) {
+std::string readLine(std::string_view text, std::size_t line, Script& script) {
   const std::string_view keyword = takeWord(text);
-  if (keyword == "drawing") return readDrawing(text, script);
-  if (keyword == "load") return readLibrary(text, script);
+  if (keyword == "drawing") return readDrawing(text, line, script);
+  if (keyword == "load") return readLibrary(text, line, script);
   if (keyword == "picture") return readPictureWishes(text, script);
-  if (keyword == "answer") return readAnswer(text, script);
+  if (keyword == "answer") return readAnswer(text, line, script);
   if (keyword == "entity") return readEntity(text, script);
   if (keyword == "system") return readSystem(text, script);
   if (keyword == "expect") return readExpectation(text, script);
@@ -142,15 +142,15 @@ std::string readLine(std::string_view text, Script& script) {
          "; known are answer, drawing, entity, expect, load, picture and system";
 }
 
-// Hands every line of `text`, without the blanks around it, to `read`, which returns what is wrong
-// with it. False when something is, with the line's number and the reason in `error`.
+// Hands every line of `text`, without the blanks around it, and its number to `read`, which returns
+// what is wrong with it. False when something is, with the line's number and the reason in `error`.
 template <typename Read>
 bool readLines(std::string_view text, std::string& error, Read read) {
   for (std::size_t line_number = 1; !text.empty(); ++line_number) {
     const std::size_t size = std::min(text.find('\n'), text.size());
     const std::string_view line = trimmed(text.substr(0, size));
     text.remove_prefix(std::min(size + 1, text.size()));
-    const std::string reason = read(line);
+    const std::string reason = read(line, line_number);
     if (reason.empty()) continue;
     error = "line " + std::to_string(line_number) + ": " + reason;
     return false;
@@ -166,11 +166,12 @@ bool isHostCall(std::string_view name) {
 
 std::optional<Script> readScript(std::string_view program, std::string& error) {
   Script script;
-  const bool is_understood = readLines(program, error, [&script](std::string_view line) {
-    if (!line.starts_with(kMarker)) return std::string();
-    line.remove_prefix(kMarker.size());
-    return readLine(trimmed(line), script);
-  });
+  const bool is_understood =
+      readLines(program, error, [&script](std::string_view line, std::size_t number) {
+        if (!line.starts_with(kMarker)) return std::string();
+        line.remove_prefix(kMarker.size());
+        return readLine(trimmed(line), number, script);
+      });
   if (!is_understood) return std::nullopt;
   return script;
 }
@@ -178,9 +179,17 @@ std::optional<Script> readScript(std::string_view program, std::string& error) {
 std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text,
                                                            std::string& error) {
   Script script;
-  const bool is_understood = readLines(text, error, [&script](std::string_view line) {
-    return line.empty() || line.starts_with(';') ? std::string() : readAnswer(line, script);
-  });
+  const bool is_understood =
+      readLines(text, error, [&script](std::string_view line, std::size_t number) {
+        if (line.empty() || line.starts_with(';')) return std::string();
+        std::string reason = readAnswer(line, number, script);
+        if (reason.empty()) {
+          const ScriptedAnswer& answer = script.answers.back();
+          if (!client::readDatum(answer.text, &reason))
+            reason = "answer to " + answer.call + ": " + reason;
+        }
+        return reason;
+      });
   if (!is_understood) return std::nullopt;
   return std::move(script.answers);
 }

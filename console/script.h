@@ -19,6 +19,7 @@ namespace console {
 struct ScriptedAnswer {
   std::string call;  // One of the host calls' names.
   std::string text;  // Sent as it stands, readable or not.
+  std::size_t line = 0;
 
   friend bool operator==(const ScriptedAnswer&, const ScriptedAnswer&) = default;
 };
@@ -41,9 +42,14 @@ struct PictureWishes {
   bool cells = false;
 };
 
+struct NamedFile {
+  std::string path;  // Relative to the program's own directory.
+  std::size_t line = 0;
+};
+
 struct Script {
-  std::string drawing_path;  // Relative to the program's own directory, as the next.
-  std::vector<std::string> library_paths;
+  std::optional<NamedFile> drawing;
+  std::vector<NamedFile> libraries;
   PictureWishes picture;
   std::vector<ScriptedAnswer> answers;
   std::vector<client::Datum> entities;  // Groups; not yet known to make an entity.
@@ -59,7 +65,8 @@ struct Script {
 [[nodiscard]] std::optional<Script> readScript(std::string_view program, std::string& error);
 
 // Reads a text of lines such as GETPOINT (10 20 0), empty lines and lines that begin with a
-// semicolon. Empty when one of them cannot be understood, with the reason in `error`.
+// semicolon. Empty when one of them cannot be understood, or holds an answer that the worker could
+// not read, with its number and the reason in `error`.
 [[nodiscard]] std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text,
                                                                          std::string& error);
 

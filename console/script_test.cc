@@ -36,10 +36,12 @@ TEST(Script, KeepsAnswersAsTheyStand) {
       ";@ answer GETPOINT (1 2  3)\r\n"
       "  ;@   answer   COMMAND-S\tnil  \n"
       ";@answer GETPOINT (unfinished \"; and odd");
-  EXPECT_THAT(script.answers, ElementsAre(ScriptedAnswer{"GETPOINT", "(1 2  3)"},
-                                          ScriptedAnswer{"COMMAND-S", "nil"},
-                                          ScriptedAnswer{"GETPOINT", "(unfinished \"; and odd"}));
-  EXPECT_THAT(scriptOf(";@ answer GETPOINT").answers, ElementsAre(ScriptedAnswer{"GETPOINT", ""}));
+  EXPECT_THAT(
+      script.answers,
+      ElementsAre(ScriptedAnswer{"GETPOINT", "(1 2  3)", 1}, ScriptedAnswer{"COMMAND-S", "nil", 2},
+                  ScriptedAnswer{"GETPOINT", "(unfinished \"; and odd", 3}));
+  EXPECT_THAT(scriptOf(";@ answer GETPOINT").answers,
+              ElementsAre(ScriptedAnswer{"GETPOINT", "", 1}));
 }
 
 TEST(Script, KnowsTheElevenHostCalls) {

@@ -60,6 +60,17 @@ std::string describeArguments(const EvalResult& waiting) {
   return "with " + displayText(text);
 }
 
+// What a status without a result says of a program of that size.
+std::string whyRefused(WorkerStatus status, std::size_t program_size) {
+  if (status != WorkerStatus::BadRequest) return std::string(client::explainStatus(status));
+  if (program_size <= worker::kPayloadSizeMax) {
+    return "an answer, or what the program came to, is too long to send";
+  }
+  return "the program is too long to send: it has " + counted(program_size, "byte") + ", and " +
+         std::to_string(worker::kPayloadSizeMax) +
+         " are the most; move functions into libraries of their own (--load)";
+}
+
 bool isExpected(const Reply<EvalResult>& reply, const Expectation& expectation) {
   switch (expectation.kind) {
     case Expectation::Kind::Value: {
@@ -119,7 +130,7 @@ ProgramEnd Session::load(const Program& library) {
   }
   out_ << library.name << ": cannot be loaded: "
        << (reply->value ? displayText(reply->value->text)
-                        : std::string(client::explainStatus(reply->status)))
+                        : whyRefused(reply->status, library.text.size()))
        << "\n";
   printExplanation(*reply);
   return ProgramEnd::Unexpected;
@@ -231,7 +242,12 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
          "and " + counted(call_count - shown_calls_max_, "more host call") +
              " (--all-calls shows them)");
   }
-  printResponse(*reply, call_count);
+  if (reply->value) {
+    printResponse(*reply, call_count);
+  } else {
+    printLine("worker", client::statusName(reply->status),
+              whyRefused(reply->status, program.size()));
+  }
   printExplanation(*reply);
   for (const ScriptedAnswer& unused : host.unusedAnswers()) {
     printLine("script", "not asked for", unused.call + " " + displayText(unused.text));
@@ -242,7 +258,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
 ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason) {
   if (worker_->fault()) return ProgramEnd::Broken;
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel", reason);
-  if (explainer_ != nullptr) explainer_->cancel();
+  if (explainer_ != nullptr) out_ << explainer_->cancel();
   const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
@@ -282,13 +298,6 @@ void Session::printProgram(std::string_view program) {
 
 void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_count) {
   std::string text;
-  if (!reply.value) {
-    text = reply.status == WorkerStatus::BadRequest
-               ? "too long to send: the program, or what it came to"
-               : std::string(client::explainStatus(reply.status));
-    printLine("worker", client::statusName(reply.status), text);
-    return;
-  }
   const EvalResult& result = *reply.value;
   switch (result.eval_status) {
     case EvalStatus::Value:

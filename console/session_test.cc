@@ -193,7 +193,8 @@ TEST_F(SessionTest, TellsARefusal) {
   channel.respond(++request_count, MessageType::EvalStart, WorkerStatus::BadRequest, "", kContext);
   EXPECT_EQ(run(";@ expect refusal BadRequest"), ProgramEnd::AsExpected);
   EXPECT_NE(out.str().find(
-                "worker  BadRequest        too long to send: the program, or what it came to\n"),
+                "worker  BadRequest        an answer, or what the program came to, is too long to "
+                "send\n"),
             std::string::npos)
       << out.str();
 }
