@@ -2,10 +2,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -197,13 +202,51 @@ TEST_F(PipedPrompt, TakesBackALoadedDrawing) {
   EXPECT_EQ(written("a.svg"), written("c.svg"));
 }
 
-TEST_F(PipedPrompt, IsThereAtOnce) {
+// How long it takes from the start of the console, in a terminal of its own, to the first prompt.
+std::chrono::microseconds timeToFirstPrompt(const std::string& history_path) {
+  const std::string console = environment("LISP_CONSOLE_PATH");
+  const std::string worker = environment("LISP_WORKER_PATH");
   const auto start = std::chrono::steady_clock::now();
-  say("");
-  const auto time = std::chrono::steady_clock::now() - start;
-  const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
-  std::printf("first prompt and end of the session: %d ms\n", static_cast<int>(milliseconds));
-  EXPECT_LT(milliseconds, 500);  // A busy machine's; alone it takes a tenth.
+  int terminal = -1;
+  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    ::setenv("TERM", "xterm", 1);
+    ::setenv("LISP_CONSOLE_HISTORY", history_path.c_str(), 1);
+    ::execl(console.c_str(), console.c_str(), "--worker", worker.c_str(), nullptr);
+    ::_exit(127);
+  }
+  std::string shown;
+  std::chrono::steady_clock::duration time{};
+  std::array<char, 4096> buffer{};
+  for (ssize_t size = 1; size > 0;) {
+    size = ::read(terminal, buffer.data(), buffer.size());
+    if (size > 0) shown.append(buffer.data(), static_cast<std::size_t>(size));
+    if (time.count() != 0 || shown.find("lisp>") == std::string::npos) continue;
+    time = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(::write(terminal, ":quit\r", 6), 6);
+  }
+  ::close(terminal);
+  EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+  EXPECT_NE(time.count(), 0) << shown;
+  return std::chrono::duration_cast<std::chrono::microseconds>(time);
+}
+
+// On a busy machine one try says little, so the best of some counts.
+TEST_F(PipedPrompt, IsThereWithinFiftyMilliseconds) {
+#ifdef LISP_SANITIZE
+  constexpr std::chrono::milliseconds kPromise{500};  // It checks itself, and does not ship.
+#else
+  constexpr std::chrono::milliseconds kPromise{50};
+#endif
+  constexpr int kTryCountMax = 20;
+  auto best = timeToFirstPrompt(directory.path / "history");
+  int count = 1;
+  for (; best >= kPromise && count < kTryCountMax; ++count) {
+    best = std::min(best, timeToFirstPrompt(directory.path / "history"));
+  }
+  std::printf("first prompt after %.1f ms, in try %d\n", static_cast<double>(best.count()) / 1000,
+              count);
+  EXPECT_LT(best, kPromise);
 }
 
 TEST(Completion, AddsWhatAllCandidatesHave) {
@@ -230,7 +273,10 @@ class TerminalPrompt : public testing::Test {
 
   void start() {
     // A server that has just ended can be in the way of the next.
-    for (int n = 0; n < 20 && tmux("has-session") != ""; ++n) newSession();
+    for (int n = 0; n < 20 && tmux("has-session") != ""; ++n) {
+      if (n != 0) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      newSession();
+    }
     EXPECT_TRUE(shows("lisp>")) << screen();
   }
 
