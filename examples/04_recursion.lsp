@@ -26,6 +26,16 @@
     (SETQ ITEMS (CDR ITEMS)))
   RESULT)
 
+; A branch, and two smaller ones at its end.
+(DEFUN TREE (FOOT DIRECTION SIZE COUNT / END)
+  (SETQ END (POLAR FOOT DIRECTION SIZE))
+  (ENTMAKE (LIST '(0 "LINE") '(8 "TREE") (LIST 10 FOOT) (LIST 11 END)))
+  (IF (> COUNT 1)
+      (PROGN (TREE END (+ DIRECTION 0.4) (* 0.8 SIZE) (1- COUNT))
+             (TREE END (- DIRECTION 0.6) (* 0.7 SIZE) (1- COUNT)))))
+
+(TREE '(0 0 0) 1.6 40 6)
+
 (LIST (FACTORIAL 10)
       (FIBONACCI 10)
       (GREATEST-COMMON-DIVISOR 48 18)
