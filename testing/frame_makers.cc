@@ -40,4 +40,11 @@ void setSystem(std::string& record, std::size_t index, const PlanarSystem& syste
   for (std::size_t i = 0; i < system.size(); ++i) worker::putF64(bytes + 8 * i, system[i]);
 }
 
+PlanarSystem systemOf(const std::string& record, std::size_t index) {
+  const char* bytes = record.data() + ContextOffset::kSystems + worker::kPlanarSystemSize * index;
+  PlanarSystem system{};
+  for (std::size_t i = 0; i < system.size(); ++i) system[i] = worker::getF64(bytes + 8 * i);
+  return system;
+}
+
 }  // namespace testing_support

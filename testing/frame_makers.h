@@ -26,6 +26,7 @@ inline constexpr PlanarSystem kIdentitySystem = {0, 0, 1, 0, 0, 1, 1, 0};
 [[nodiscard]] std::string identityContextRecord(std::uint64_t context_id);
 // Replaces system `index`, 0 to 4, of a record.
 void setSystem(std::string& record, std::size_t index, const PlanarSystem& system);
+[[nodiscard]] PlanarSystem systemOf(const std::string& record, std::size_t index);
 
 }  // namespace testing_support
 

@@ -21,7 +21,8 @@
 #include "lisp/symbol.h"
 #include "lisp/value.h"
 #include "testing/document_examples.h"
-#include "testing/real_worker.h"
+#include "testing/explained_worker.h"
+#include "testing/frame_makers.h"
 
 namespace testing_support {
 namespace {
@@ -52,8 +53,9 @@ TEST(LanguageDocument, ShowsExamplesThatHold) {
     SCOPED_TRACE(example.heading);
     EXPECT_THAT(example.conversation.errors, IsEmpty());
     EXPECT_THAT(example.conversation.steps, Not(IsEmpty()));
-    RealWorker worker;
+    ExplainedWorker worker;
     EXPECT_THAT(runProgramFile(example.conversation, worker), IsEmpty());
+    for (const std::string& told : worker.explanations()) EXPECT_EQ(missingIn(told), "") << told;
   }
 }
 
@@ -125,6 +127,40 @@ std::vector<std::string> messagesOfTheSources() {
     }
   }
   return messages;
+}
+
+// The message of a program that runs alone, or of the answer that it is given; what is told of it
+// is checked.
+std::string messageOf(const std::string& program, const std::string& answer) {
+  ExplainedWorker worker;
+  EvalResult result = decodeEvalResult(worker.handle(startFrame(program)).payload);
+  if (!answer.empty()) {
+    EXPECT_NE(result.run_id, 0u) << program;
+    result = decodeEvalResult(worker.handle(resumeFrame(result.run_id, answer)).payload);
+  }
+  EXPECT_EQ(worker.explanations().size(), 1u) << program;
+  for (const std::string& told : worker.explanations()) EXPECT_EQ(missingIn(told), "") << told;
+  return result.text;
+}
+
+// Those whose example is more than a program name the section that has it.
+TEST(LanguageDocument, GivesAnExampleForEveryMessage) {
+  int count = 0;
+  for (const auto& row : tableRows(readSource("docs/LANGUAGE.md"), "Messages")) {
+    for (const std::string& pattern : codeSpans(row.front())) {
+      const std::vector<std::string> spans = codeSpans(row.back());
+      if (spans.empty()) {
+        const bool is_elsewhere = row.back().starts_with("[") && row.back().ends_with(")");
+        EXPECT_EQ(is_elsewhere, row.back() != "514 opening parentheses") << row.back();
+        continue;
+      }
+      const std::string message = messageOf(spans[0], spans.size() > 1 ? spans[1] : "");
+      EXPECT_TRUE(fitsPattern(message, pattern)) << spans[0] << ": " << message;
+      ++count;
+    }
+  }
+  EXPECT_EQ(count, 35);
+  EXPECT_EQ(messageOf(std::string(514, '('), ""), "parser nesting limit exceeded");
 }
 
 TEST(LanguageDocument, ListsEveryMessageOfTheSources) {
