@@ -47,7 +47,8 @@ Programs run under coordinate context 1, with the systems of the drawing file, o
 
 Exit codes: 0 every program ended as it expects, or with a value if it expects nothing; 1 some
 program did not, or check has found an error; 2 the command line or a file could not be used; 3 the
-worker could not be started or broke off.
+worker could not be started or broke off. The prompt ends with 0 at a terminal, and replaces a worker
+that breaks off.
 )";
 
 std::string notes() {

@@ -6,10 +6,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <string>
 
 #include "console/command_line.h"
 #include "testing/command_output.h"
+#include "testing/document_examples.h"
 #include "testing/test_environment.h"
 
 namespace console {
@@ -38,7 +40,7 @@ class ConsoleProgram : public testing::Test {
   // Runs the console with `arguments`, which the shell splits.
   void run(const std::string& arguments) {
     const testing_support::CommandOutput result =
-        runCommand(quoted(environment("LISP_CONSOLE_PATH")) + " " + arguments + " </dev/null 2>&1");
+        runCommand(quoted(environment("LISP_CONSOLE_PATH")) + " </dev/null " + arguments + " 2>&1");
     output = result.text;
     exit_code = result.exit_code;
   }
@@ -73,6 +75,25 @@ TEST_F(ConsoleProgram, SaysByItsExitCodeThatAProgramFailed) {
   runPrograms(quoted(file("a.lsp", ";@ expect value 2\n1")));
   EXPECT_EQ(exit_code, 1);
   EXPECT_THAT(output, HasSubstr("script  NOT AS EXPECTED   2\n"));
+}
+
+// Everything that --help and :help name stands in the manual page.
+TEST_F(ConsoleProgram, IsDescribedByItsManualPage) {
+  std::string page = testing_support::readSource("man/lisp_console.1");
+  std::erase(page, '\\');
+  runPrograms("<'" + file("lines.txt", ":help\n") + "'");
+  const std::string told = usage() + output;
+  static const std::regex kName("--[a-z-]+|\n  ;@ [a-z]+( value| error| refusal)?|\n  :[a-z]+");
+  int count = 0;
+  for (std::sregex_iterator name(told.begin(), told.end(), kName), end; name != end; ++name) {
+    const std::string text = name->str();
+    EXPECT_THAT(page, HasSubstr(text.substr(text.find_first_not_of("\n ")))) << text;
+    ++count;
+  }
+  EXPECT_GT(count, 30);
+  for (const char* const code : {"0", "1", "2", "3"}) {
+    EXPECT_THAT(page, HasSubstr(std::string(".TP\n.B ") + code + "\n"));
+  }
 }
 
 TEST_F(ConsoleProgram, ShowsWhatTheDrawingHasRefused) {

@@ -1,4 +1,5 @@
-// docs/TUTORIAL.md, held against the console: every command on it is executed.
+// docs/TUTORIAL.md and the beginning of README.md, held against the console: every command on them
+// is executed.
 //
 // ./dev run builds the console and starts it where the caller stands with the same arguments; here,
 // where it has been built, it is started at once.
@@ -54,23 +55,30 @@ class Tutorial : public testing::Test {
   }
 
   // A block of commands, each with what it prints below it.
-  int runCommands(const DocumentBlock& block) const {
+  int runCommands(const DocumentBlock& block) {
     const std::string kCommand = "$ ./dev run ";
+    const std::string kQuestion = "Corner: ";  // What follows is typed; a pipe does not echo it.
     std::istringstream lines(block.text);
     std::string arguments;
+    std::string input;
     std::string expected;
     int count = 0;
     const auto finish = [&] {
       if (!arguments.empty()) {
-        EXPECT_EQ(run(arguments, ""), expected) << arguments;
+        EXPECT_EQ(run(arguments, input), expected) << arguments;
       }
+      executed_ += "./dev run " + arguments + "\n";
       expected.clear();
+      input.clear();
     };
     for (std::string line; std::getline(lines, line);) {
       if (line.starts_with(kCommand)) {
-        finish();
+        if (count != 0) finish();
         arguments = line.substr(kCommand.size());
         ++count;
+      } else if (line.starts_with(kQuestion)) {
+        input += line.substr(kQuestion.size()) + "\n";
+        expected += kQuestion;
       } else {
         expected += line + "\n";
       }
@@ -80,7 +88,7 @@ class Tutorial : public testing::Test {
   }
 
   // A session at the prompt. A pipe does not echo what is typed.
-  void runPrompt(const DocumentBlock& block) const {
+  void runPrompt(const DocumentBlock& block) {
     std::istringstream lines(block.text);
     std::string input;
     std::string expected;
@@ -95,7 +103,10 @@ class Tutorial : public testing::Test {
       }
     }
     EXPECT_EQ(run("", input), expected);
+    executed_ += "./dev prompt\n";
   }
+
+  std::string executed_;  // The commands, in lines.
 
  private:
   std::filesystem::path directory_ =
@@ -103,10 +114,13 @@ class Tutorial : public testing::Test {
 };
 
 TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
+  const std::string document = testing_support::readSource("docs/TUTORIAL.md");
+  std::string prose = document;
   int command_count = 0;
   int prompt_count = 0;
-  for (const DocumentBlock& block :
-       testing_support::fencedBlocks(testing_support::readSource("docs/TUTORIAL.md"))) {
+  for (const DocumentBlock& block : testing_support::fencedBlocks(document)) {
+    prose.erase(prose.find("```" + block.info + "\n" + block.text),
+                2 * 3 + 1 + block.info.size() + block.text.size());
     SCOPED_TRACE("line " + std::to_string(block.line));
     if (block.info.starts_with("lsp ")) {
       write(block.info.substr(4), block.text);
@@ -118,13 +132,32 @@ TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
     } else {
       EXPECT_EQ(block.info, "sh");
       EXPECT_EQ(block.text, "./dev run\n");
+      executed_ += block.text;  // By the next test.
     }
   }
-  EXPECT_EQ(command_count, 6);
+  // What stands in sentences is executed too.
+  EXPECT_THAT(run("--help", ""), HasSubstr("--picture"));
+  executed_ += "./dev run --help\n";
+  for (const std::string& span : testing_support::codeSpans(prose)) {
+    if (!span.starts_with("./dev") && !span.starts_with("--")) continue;
+    EXPECT_THAT(executed_, HasSubstr(span));
+  }
+  EXPECT_EQ(command_count, 8);
   EXPECT_EQ(prompt_count, 1);
   for (const char* const file : {"flange.svg", "changed.svg", "changed.json"}) {
     EXPECT_TRUE(exists(file)) << file;
   }
+}
+
+TEST_F(Tutorial, IsBegunInTheReadme) {
+  int command_count = 0;
+  for (const DocumentBlock& block :
+       testing_support::fencedBlocks(testing_support::readSource("README.md"))) {
+    if (block.info.starts_with("lsp ")) write(block.info.substr(4), block.text);
+    if (block.info.starts_with("console ")) command_count += runCommands(block);
+  }
+  EXPECT_EQ(command_count, 1);
+  EXPECT_TRUE(exists("plate.svg"));
 }
 
 TEST_F(Tutorial, BeginsWithTheExampleThatDevRuns) {
