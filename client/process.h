@@ -35,7 +35,11 @@ struct WorkerExit {
 inline constexpr std::chrono::milliseconds kExitGrace{2000};
 
 // A running worker. Destroying it finishes it, so no process and no handle is left behind. When the
-// host dies instead, the system closes the worker's input, and the worker ends by itself.
+// host dies instead, the system kills the worker, whatever that does.
+//
+// A process that the host has forked, without starting another program in it, holds the pipes too:
+// the worker does not see the end of its input before it has ended as well. There the object may be
+// destroyed, which leaves the worker alone, and nothing else.
 //
 // One thread may write while another reads; everything else is for one thread at a time.
 class WorkerProcess : public Channel {

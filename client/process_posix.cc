@@ -1,9 +1,11 @@
-// Workers as children on POSIX systems: posix_spawn and two pipes.
+// Workers as children on Linux: two pipes, and a thread that keeps the worker.
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
+#include <semaphore.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +15,7 @@
 #include <cassert>
 #include <cerrno>
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -82,10 +85,119 @@ class SigpipeGuard {
   bool host_has_one_pending_ = false;
 };
 
+// Which program becomes a worker, on which descriptors.
+struct Command {
+  std::string program;
+  int input = -1;
+  int output = -1;
+};
+
+// Runs in the new process, which shares the host's memory until it has become the worker: system
+// calls and nothing else. `error` is set if it cannot.
+[[noreturn]] void becomeWorker(const Command& command, char* const* arguments, pid_t host,
+                               volatile int& error) {
+  // Whatever the worker does, it ends with the host. A host that has ended before cannot tell.
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() != host) ::_exit(0);
+  ::dup2(command.input, STDIN_FILENO);
+  ::dup2(command.output, STDOUT_FILENO);
+  // The host may hold descriptors that it never marked to stay behind.
+  ::closefrom(kFirstOwnDescriptor);
+  // No handler of the host's may run here, and a signal that the host blocks must still reach the
+  // worker.
+  for (int signal = 1; signal < NSIG; ++signal) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    action = {};
+    ::sigaction(signal, &action, nullptr);
+  }
+  sigset_t nothing_blocked;
+  sigemptyset(&nothing_blocked);
+  ::sigprocmask(SIG_SETMASK, &nothing_blocked, nullptr);
+  ::execve(arguments[0], arguments, environ);
+  error = errno;
+  ::_exit(0);
+}
+
+// Starts the worker and sets `process`. All signals must be blocked. Returns 0 or the error.
+int createProcess(Command& command, pid_t& process) {
+  const std::array<char*, 2> arguments = {command.program.data(), nullptr};
+  const pid_t host = ::getpid();
+  volatile int error = 0;
+  // Copying the tables of a large host's memory would take longer than all the rest.
+  process = ::vfork();
+  if (process == 0) becomeWorker(command, arguments.data(), host, error);
+  if (process < 0) return errno;
+  if (error != 0) ::waitpid(process, nullptr, 0);
+  return error;
+}
+
+// A thread that starts a worker and stays until the worker has ended. Linux ends a process with
+// the thread that has started it, not with that thread's process; so a host that starts its worker
+// in a thread that soon goes would lose it.
+class Keeper {
+ public:
+  explicit Keeper(Command command) : command_(std::move(command)) {
+    ::sem_init(&is_started_, 0, 0);
+    ::sem_init(&is_over_, 0, 0);
+    // The host's signals are for the host's threads.
+    sigset_t all;
+    sigset_t previous;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous);
+    const int error = ::pthread_create(&thread_, nullptr, &Keeper::run, this);
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    has_thread_ = error == 0;
+    if (has_thread_) {
+      await(is_started_);
+    } else {
+      error_ = error;
+    }
+  }
+  Keeper(const Keeper&) = delete;
+  Keeper& operator=(const Keeper&) = delete;
+  ~Keeper() {
+    ::sem_post(&is_over_);
+    if (has_thread_) ::pthread_join(thread_, nullptr);
+    ::sem_destroy(&is_started_);
+    ::sem_destroy(&is_over_);
+  }
+
+  [[nodiscard]] pid_t process() const { return process_; }
+
+  // 0, or why there is no process.
+  [[nodiscard]] int error() const { return error_; }
+
+ private:
+  static void* run(void* self) {
+    auto& keeper = *static_cast<Keeper*>(self);
+    keeper.error_ = createProcess(keeper.command_, keeper.process_);
+    ::sem_post(&keeper.is_started_);
+    await(keeper.is_over_);
+    return nullptr;
+  }
+
+  static void await(sem_t& semaphore) {
+    while (::sem_wait(&semaphore) != 0) {
+    }
+  }
+
+  Command command_;
+  pid_t process_ = 0;
+  int error_ = 0;
+  pthread_t thread_{};
+  bool has_thread_ = false;
+  sem_t is_started_{};
+  sem_t is_over_{};
+};
+
 class PosixWorkerProcess final : public WorkerProcess {
  public:
-  PosixWorkerProcess(pid_t process, Descriptor to_worker, Descriptor from_worker)
-      : process_(process), to_worker_(std::move(to_worker)), from_worker_(std::move(from_worker)) {}
+  PosixWorkerProcess(std::unique_ptr<Keeper> keeper, Descriptor to_worker, Descriptor from_worker)
+      : keeper_(std::move(keeper)),
+        process_(keeper_->process()),
+        to_worker_(std::move(to_worker)),
+        from_worker_(std::move(from_worker)) {}
 
   ~PosixWorkerProcess() override { PosixWorkerProcess::finishWithin(kExitGrace); }
 
@@ -196,6 +308,7 @@ class PosixWorkerProcess final : public WorkerProcess {
     return {WorkerExit::Kind::Signaled, static_cast<std::uint32_t>(WTERMSIG(status))};
   }
 
+  std::unique_ptr<Keeper> keeper_;
   pid_t process_;
   Descriptor to_worker_;
   Descriptor from_worker_;
@@ -225,38 +338,6 @@ int openPipe(Pipe& pipe) {
   return pipe.read_end.isOpen() && pipe.write_end.isOpen() ? 0 : EMFILE;
 }
 
-// posix_spawn's two records, given back when they go.
-class SpawnSettings {
- public:
-  SpawnSettings(int standard_input, int standard_output) {
-    posix_spawn_file_actions_init(&actions_);
-    posix_spawn_file_actions_adddup2(&actions_, standard_input, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions_, standard_output, STDOUT_FILENO);
-    // The host may hold descriptors that it never marked to stay behind.
-    posix_spawn_file_actions_addclosefrom_np(&actions_, kFirstOwnDescriptor);
-
-    // A signal that the calling thread blocks must still reach the worker.
-    sigset_t nothing_blocked;
-    sigemptyset(&nothing_blocked);
-    posix_spawnattr_init(&attributes_);
-    posix_spawnattr_setsigmask(&attributes_, &nothing_blocked);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK);
-  }
-  SpawnSettings(const SpawnSettings&) = delete;
-  SpawnSettings& operator=(const SpawnSettings&) = delete;
-  ~SpawnSettings() {
-    posix_spawnattr_destroy(&attributes_);
-    posix_spawn_file_actions_destroy(&actions_);
-  }
-
-  [[nodiscard]] const posix_spawn_file_actions_t* actions() const { return &actions_; }
-  [[nodiscard]] const posix_spawnattr_t* attributes() const { return &attributes_; }
-
- private:
-  posix_spawn_file_actions_t actions_;
-  posix_spawnattr_t attributes_;
-};
-
 }  // namespace
 
 std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
@@ -267,19 +348,17 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
   if (error == 0) error = openPipe(from_worker);
   // A full pipe must not keep us beyond a deadline. The flag is our end's alone.
   if (error == 0) ::fcntl(to_worker.write_end.get(), F_SETFL, O_WRONLY | O_NONBLOCK);
-  pid_t process = 0;
+  std::unique_ptr<Keeper> keeper;
   if (error == 0) {
-    const SpawnSettings settings(to_worker.read_end.get(), from_worker.write_end.get());
-    std::string program = path.string();
-    const std::array<char*, 2> arguments = {program.data(), nullptr};
-    error = ::posix_spawn(&process, program.c_str(), settings.actions(), settings.attributes(),
-                          arguments.data(), environ);
+    keeper = std::make_unique<Keeper>(
+        Command{path.string(), to_worker.read_end.get(), from_worker.write_end.get()});
+    error = keeper->error();
   }
   if (error != 0) {
     if (error_out != nullptr) *error_out = std::generic_category().message(error);
     return nullptr;
   }
-  return std::make_unique<PosixWorkerProcess>(process, std::move(to_worker.write_end),
+  return std::make_unique<PosixWorkerProcess>(std::move(keeper), std::move(to_worker.write_end),
                                               std::move(from_worker.read_end));
 }
 

@@ -4,21 +4,25 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "client/process.h"
 #include "client/worker.h"
 #include "client/worker_client.h"
+#include "testing/child_process_posix.h"
 #include "testing/executable_worker.h"
 #include "testing/test_environment.h"
 
@@ -59,6 +63,11 @@ std::set<int> openDescriptors() {
     if (::fcntl(descriptor, F_GETFD) >= 0) descriptors.insert(descriptor);
   }
   return descriptors;
+}
+
+// Of this process too.
+std::ptrdiff_t countThreads() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 }
 
 bool hasChildren() { return ::waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD; }
@@ -188,6 +197,7 @@ TEST_F(PosixWorkerProcess, CarriesNothingAfterItsEndAndDoesNotWait) {
 TEST_F(PosixWorkerProcess, LeavesNothingBehind) {
   ASSERT_FALSE(hasChildren());
   const std::set<int> before = openDescriptors();
+  const std::ptrdiff_t threads_before = countThreads();
   for (int n = 0; n < 100; ++n) {
     std::string error;
     ASSERT_NE(startWorker("/bin/cat", &error), nullptr) << error;
@@ -195,10 +205,11 @@ TEST_F(PosixWorkerProcess, LeavesNothingBehind) {
     EXPECT_EQ(error, "No such file or directory");
   }
   EXPECT_EQ(openDescriptors(), before);
+  EXPECT_EQ(countThreads(), threads_before);
   EXPECT_FALSE(hasChildren());
 }
 
-// LISP_START_COUNT asks for more: ten thousand take some ten seconds.
+// LISP_START_COUNT asks for more: ten thousand take some twenty seconds.
 TEST_F(PosixWorkerProcess, LeavesNothingBehindHoweverOftenAWorkerIsKilled) {
   const std::size_t count = testing_support::setting("LISP_START_COUNT", 300);
   ASSERT_FALSE(hasChildren());
@@ -217,33 +228,60 @@ TEST_F(PosixWorkerProcess, LeavesNothingBehindHoweverOftenAWorkerIsKilled) {
   EXPECT_FALSE(hasChildren());
 }
 
-// Who dies cannot clean up. The worker holds the host's standard error open as long as it lives.
+// Who dies cannot clean up. This process becomes the parent of the worker that is left.
 TEST_F(PosixWorkerProcess, EndsWhenItsHostIsKilled) {
-  int errors[2] = {-1, -1};
-  int ready[2] = {-1, -1};
-  ASSERT_EQ(::pipe(errors), 0);
-  ASSERT_EQ(::pipe(ready), 0);
-  const pid_t host = ::fork();
-  ASSERT_GE(host, 0);
-  if (host == 0) {
-    ::dup2(errors[1], STDERR_FILENO);
-    const auto process = startWorker(testing_support::workerExecutable(), nullptr);
-    if (process == nullptr) ::_exit(1);
-    WorkerClient client(*process);
-    if (client.ping() != WorkerStatus::Ok || ::write(ready[1], "x", 1) != 1) ::_exit(1);
-    ::pause();
-    ::_exit(1);
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+  // It neither reads nor writes, and so it would not notice that the pipes are broken.
+  for (const char* const commands : {"echo $$; exec sleep 60", "echo $$; exec cat"}) {
+    int said[2] = {-1, -1};
+    ASSERT_EQ(::pipe(said), 0);
+    const pid_t host = ::fork();
+    ASSERT_GE(host, 0);
+    if (host == 0) {
+      const auto process = startScript(commands);
+      std::string line(32, '\0');
+      if (process == nullptr || process->readSome(line.data(), line.size()) == 0) ::_exit(1);
+      if (::write(said[1], line.data(), line.size()) < 0) ::_exit(1);
+      ::pause();
+      ::_exit(1);
+    }
+    std::string line(32, '\0');
+    EXPECT_EQ(::read(said[0], line.data(), line.size()), 32);
+    ::kill(host, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(host, &status, 0), host);
+    EXPECT_EQ(testing_support::waitForEnd(std::stoi(line), nullptr), "signal 9") << commands;
+    for (const int descriptor : said) ::close(descriptor);
   }
-  ::close(errors[1]);
-  char byte = 0;
-  EXPECT_EQ(::read(ready[0], &byte, 1), 1);
-  ::kill(host, SIGKILL);
+  ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+}
+
+// The system would end it with the thread that has started it, and a host's thread may be short.
+TEST_F(PosixWorkerProcess, OutlivesTheThreadThatStartedIt) {
+  std::unique_ptr<WorkerProcess> echo;
+  std::thread([&] { echo = startWorker("/bin/cat", nullptr); }).join();
+  ASSERT_NE(echo, nullptr);
+  WorkerClient client(*echo);
+  for (int n = 0; n < 100; ++n) ASSERT_EQ(client.ping(), WorkerStatus::Ok);
+  EXPECT_EQ(echo->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
+}
+
+// Whoever forks has copies of all objects, and may destroy them.
+TEST_F(PosixWorkerProcess, IsLeftAloneByAForkedCopyOfItsHost) {
+  auto echo = startWorker("/bin/cat", nullptr);
+  ASSERT_NE(echo, nullptr);
+  const pid_t copy = ::fork();
+  ASSERT_GE(copy, 0);
+  if (copy == 0) {
+    echo.reset();
+    ::_exit(0);
+  }
   int status = 0;
-  ASSERT_EQ(::waitpid(host, &status, 0), host);
-  pollfd silence{.fd = errors[0], .events = POLLIN, .revents = 0};
-  EXPECT_EQ(::poll(&silence, 1, 5000), 1) << "the worker is still there";
-  EXPECT_EQ(::read(errors[0], &byte, 1), 0);
-  for (const int descriptor : {errors[0], ready[0], ready[1]}) ::close(descriptor);
+  ASSERT_EQ(::waitpid(copy, &status, 0), copy);
+  EXPECT_EQ(status, 0);
+  WorkerClient client(*echo);
+  EXPECT_EQ(client.ping(), WorkerStatus::Ok);
+  EXPECT_EQ(echo->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
 }
 
 TEST_F(PosixWorkerProcess, CannotBeStartedFromADirectory) {

@@ -10,6 +10,7 @@
 #include <cassert>
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -58,17 +59,22 @@ DWORD transferSize(std::size_t remaining) {
 // as soon as the process at its other end has gone.
 class Watchdog {
  public:
-  explicit Watchdog(HANDLE process)
-      : process_(process), timer_(::CreateThreadpoolTimer(&Watchdog::expire, this, nullptr)) {}
+  Watchdog() : timer_(::CreateThreadpoolTimer(&Watchdog::expire, this, nullptr)) {}
   Watchdog(const Watchdog&) = delete;
   Watchdog& operator=(const Watchdog&) = delete;
   ~Watchdog() {
+    if (!isReady()) return;
     arm(std::nullopt);
-    if (timer_ != nullptr) ::CloseThreadpoolTimer(timer_);
+    ::CloseThreadpoolTimer(timer_);
   }
 
+  // Without a timer no deadline would be kept.
+  [[nodiscard]] bool isReady() const { return timer_ != nullptr; }
+
+  // The process must live until the last deadline is taken back.
+  void watch(HANDLE process) { process_ = process; }
+
   void arm(Deadline deadline) {
-    if (timer_ == nullptr) return;
     ::SetThreadpoolTimer(timer_, nullptr, 0, 0);
     ::WaitForThreadpoolTimerCallbacks(timer_, TRUE);
     if (!deadline) return;
@@ -91,18 +97,22 @@ class Watchdog {
     ::TerminateProcess(watchdog->process_, kKilledExitCode);
   }
 
-  HANDLE process_;
+  HANDLE process_ = nullptr;
   PTP_TIMER timer_;
   std::atomic<bool> has_expired_ = false;
 };
 
 class Win32WorkerProcess final : public WorkerProcess {
  public:
-  Win32WorkerProcess(Handle process, Handle to_worker, Handle from_worker)
-      : process_(std::move(process)),
-        watchdog_(process_.get()),
+  Win32WorkerProcess(Handle job, Handle process, std::unique_ptr<Watchdog> watchdog,
+                     Handle to_worker, Handle from_worker)
+      : job_(std::move(job)),
+        process_(std::move(process)),
+        watchdog_(std::move(watchdog)),
         to_worker_(std::move(to_worker)),
-        from_worker_(std::move(from_worker)) {}
+        from_worker_(std::move(from_worker)) {
+    watchdog_->watch(process_.get());
+  }
 
   ~Win32WorkerProcess() override { Win32WorkerProcess::finishWithin(kExitGrace); }
 
@@ -136,14 +146,14 @@ class Win32WorkerProcess final : public WorkerProcess {
     return count;
   }
 
-  void setDeadline(Deadline deadline) override { watchdog_.arm(deadline); }
-  [[nodiscard]] bool hasTimedOut() const override { return watchdog_.hasExpired(); }
+  void setDeadline(Deadline deadline) override { watchdog_->arm(deadline); }
+  [[nodiscard]] bool hasTimedOut() const override { return watchdog_->hasExpired(); }
 
   void endInput() override { to_worker_.close(); }
   void endOutput() override { from_worker_.close(); }
 
   WorkerExit finishWithin(std::chrono::milliseconds grace) override {
-    watchdog_.arm(std::nullopt);
+    watchdog_->arm(std::nullopt);
     to_worker_.close();
     // A worker in the middle of a response that nobody will read must not wait for us.
     from_worker_.close();
@@ -166,14 +176,15 @@ class Win32WorkerProcess final : public WorkerProcess {
 
  private:
   [[nodiscard]] WorkerExit exitOfEnded() const {
-    if (watchdog_.hasExpired()) return {WorkerExit::Kind::Killed, 0};
+    if (watchdog_->hasExpired()) return {WorkerExit::Kind::Killed, 0};
     DWORD code = 0;
     if (!::GetExitCodeProcess(process_.get(), &code)) return WorkerExit{};
     return {WorkerExit::Kind::Exited, code};
   }
 
+  Handle job_;  // The worker is in it, and goes with it.
   Handle process_;
-  Watchdog watchdog_;  // Of process_, so it must go first.
+  std::unique_ptr<Watchdog> watchdog_;  // Of process_, so it must go first.
   Handle to_worker_;
   Handle from_worker_;
   std::optional<WorkerExit> exit_;
@@ -212,21 +223,24 @@ Handle inheritableStandardError() {
   return Handle(copy);
 }
 
-// Limits what a child inherits to a list of handles. The list must outlive this.
-class InheritanceList {
+// Limits what a child inherits to a list of handles, and puts it into a job from its first moment
+// on. What is given must outlive this.
+class StartAttributes {
  public:
-  explicit InheritanceList(std::vector<HANDLE>& handles) {
+  StartAttributes(std::vector<HANDLE>& handles, HANDLE& job) {
+    constexpr DWORD kCount = 2;
     SIZE_T size = 0;
-    ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+    ::InitializeProcThreadAttributeList(nullptr, kCount, 0, &size);
     storage_.resize(size);
-    initialized_ = ::InitializeProcThreadAttributeList(get(), 1, 0, &size) != 0;
-    ready_ = initialized_ && ::UpdateProcThreadAttribute(
-                                 get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
-                                 handles.size() * sizeof(HANDLE), nullptr, nullptr) != 0;
+    initialized_ = ::InitializeProcThreadAttributeList(get(), kCount, 0, &size) != 0;
+    ready_ =
+        initialized_ &&
+        set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(), handles.size() * sizeof(HANDLE)) &&
+        set(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job, sizeof(HANDLE));
   }
-  InheritanceList(const InheritanceList&) = delete;
-  InheritanceList& operator=(const InheritanceList&) = delete;
-  ~InheritanceList() {
+  StartAttributes(const StartAttributes&) = delete;
+  StartAttributes& operator=(const StartAttributes&) = delete;
+  ~StartAttributes() {
     if (initialized_) ::DeleteProcThreadAttributeList(get());
   }
 
@@ -236,19 +250,36 @@ class InheritanceList {
   }
 
  private:
+  bool set(DWORD_PTR attribute, void* value, SIZE_T size) {
+    return ::UpdateProcThreadAttribute(get(), 0, attribute, value, size, nullptr, nullptr) != 0;
+  }
+
   std::vector<std::byte> storage_;
   bool initialized_ = false;
   bool ready_ = false;
 };
 
-// Starts the program with the given standard streams and sets `process`. Returns 0, or the
+// Sets `job` to one whose processes are ended when its last handle is closed. That one is ours, and
+// the system closes it when we end, however that comes. Returns 0, or the system's error code.
+DWORD createJob(Handle& job) {
+  job = Handle(::CreateJobObjectW(nullptr, nullptr));
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  const bool done = job.get() != nullptr &&
+                    ::SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits,
+                                              sizeof(limits)) != 0;
+  return done ? ERROR_SUCCESS : ::GetLastError();
+}
+
+// Starts the program in `job` with the given standard streams and sets `process`. Returns 0, or the
 // system's error code.
-DWORD createProcess(const std::filesystem::path& path, const Handle& input, const Handle& output,
-                    const Handle& error, Handle& process) {
+DWORD createProcess(const std::filesystem::path& path, const Handle& job, const Handle& input,
+                    const Handle& output, const Handle& error, Handle& process) {
   std::vector<HANDLE> inherited = {input.get(), output.get()};
   if (error.get() != nullptr) inherited.push_back(error.get());
-  InheritanceList inheritance(inherited);
-  if (!inheritance.isReady()) return ::GetLastError();
+  HANDLE its_job = job.get();
+  StartAttributes attributes(inherited, its_job);
+  if (!attributes.isReady()) return ::GetLastError();
 
   STARTUPINFOEXW startup{};
   startup.StartupInfo.cb = sizeof(startup);
@@ -256,7 +287,7 @@ DWORD createProcess(const std::filesystem::path& path, const Handle& input, cons
   startup.StartupInfo.hStdInput = input.get();
   startup.StartupInfo.hStdOutput = output.get();
   startup.StartupInfo.hStdError = error.get();
-  startup.lpAttributeList = inheritance.get();
+  startup.lpAttributeList = attributes.get();
 
   // A worker needs no console, and the system starts another process for each.
   constexpr DWORD kFlags = EXTENDED_STARTUPINFO_PRESENT | DETACHED_PROCESS;
@@ -278,13 +309,17 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
                                            std::string* error_out) {
   Pipe to_worker;
   Pipe from_worker;
+  Handle job;
   Handle process;
-  DWORD error = openPipe(to_worker);
+  auto watchdog = std::make_unique<Watchdog>();
+  DWORD error = watchdog->isReady() ? ERROR_SUCCESS : ::GetLastError();
+  if (error == ERROR_SUCCESS) error = createJob(job);
+  if (error == ERROR_SUCCESS) error = openPipe(to_worker);
   if (error == ERROR_SUCCESS) error = openPipe(from_worker);
   if (error == ERROR_SUCCESS) error = makeInheritable(to_worker.read_end);
   if (error == ERROR_SUCCESS) error = makeInheritable(from_worker.write_end);
   if (error == ERROR_SUCCESS) {
-    error = createProcess(path, to_worker.read_end, from_worker.write_end,
+    error = createProcess(path, job, to_worker.read_end, from_worker.write_end,
                           inheritableStandardError(), process);
   }
   if (error != ERROR_SUCCESS) {
@@ -293,7 +328,8 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
     }
     return nullptr;
   }
-  return std::make_unique<Win32WorkerProcess>(std::move(process), std::move(to_worker.write_end),
+  return std::make_unique<Win32WorkerProcess>(std::move(job), std::move(process),
+                                              std::move(watchdog), std::move(to_worker.write_end),
                                               std::move(from_worker.read_end));
 }
 

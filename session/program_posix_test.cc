@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include "client/worker.h"
 #include "session/replay.h"
 #include "session/session.h"
+#include "testing/child_process_posix.h"
 #include "testing/command_output.h"
 #include "testing/executable_worker.h"
 #include "testing/test_environment.h"
@@ -235,6 +237,22 @@ TEST_F(SessionProgram, LeavesAReadableRecordingWhenItIsKilled) {
     EXPECT_EQ(session.end, FileEnd::Whole);
     EXPECT_EQ(session.records.size(), 3u);
   }
+}
+
+// A worker that is stuck never sees that its input has ended. The host cannot kill it, but the
+// proxy takes it along. This process becomes the parent of what is left.
+TEST_F(SessionProgram, TakesAStuckWorkerAlongWhenItIsKilled) {
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+  const fs::path script = directory_ / "stuck_worker";
+  std::ofstream(script) << "#!/bin/sh\necho $$\nexec sleep 60\n";
+  fs::permissions(script, fs::perms::owner_all);
+  const auto proxied = client::startWorker(proxyFor(script.string()), nullptr);
+  std::string line(32, '\0');
+  ASSERT_GT(proxied->readSome(line.data(), line.size()), 0u);
+  const WorkerExit exit = proxied->finishWithin(std::chrono::milliseconds(50));
+  EXPECT_EQ(exit.kind, WorkerExit::Kind::Killed);
+  EXPECT_EQ(testing_support::waitForEnd(std::stoi(line), nullptr), "signal 9");
+  ::prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 TEST_F(SessionProgram, NeverRecordsOverAFile) {
