@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -53,6 +54,12 @@ int toCode(WorkerStatus status) { return static_cast<int>(status); }
 
 int toCode(const std::optional<WorkerStatus>& status) {
   return status ? toCode(*status) : LISP_FAULT;
+}
+
+// A number that names no kind becomes one that is none.
+client::Fault::Kind toFaultKind(int kind) {
+  const bool is_possible = kind >= 0 && kind <= 0xFF;
+  return static_cast<client::Fault::Kind>(is_possible ? kind : 0xFF);
 }
 
 lisp_value* toHandle(Datum datum) { return new lisp_value{std::move(datum), {}}; }
@@ -128,6 +135,31 @@ const char* lisp_worker_exit(lisp_worker* worker) {
   if (worker->worker == nullptr || !worker->worker->exit()) return "";
   worker->exit_text = client::describeExit(*worker->worker->exit());
   return worker->exit_text.c_str();
+}
+
+int lisp_worker_fault_kind(const lisp_worker* worker) {
+  if (worker->worker == nullptr || !worker->worker->fault()) return -1;
+  return static_cast<int>(worker->worker->fault()->kind);
+}
+
+const char* lisp_fault_name(int kind) { return client::faultName(toFaultKind(kind)).data(); }
+
+const char* lisp_fault_explanation(int kind) {
+  return client::explainFault(toFaultKind(kind)).data();
+}
+
+int64_t lisp_worker_exit_code(const lisp_worker* worker) {
+  if (worker->worker == nullptr || !worker->worker->exit()) return -1;
+  const client::WorkerExit& exit = *worker->worker->exit();
+  return exit.kind == client::WorkerExit::Kind::Exited ? int64_t{exit.code} : -1;
+}
+
+const char* lisp_exit_code_name(int64_t code) {
+  return client::exitCodeName(static_cast<std::uint32_t>(code)).data();
+}
+
+const char* lisp_exit_code_explanation(int64_t code) {
+  return client::explainExitCode(static_cast<std::uint32_t>(code)).data();
 }
 
 int lisp_worker_ping(lisp_worker* worker) { return toCode(workerOf(worker).ping()); }

@@ -70,8 +70,57 @@ LISP_WORKER_API void lisp_worker_stop(lisp_worker* worker);
 /* Why there is no worker to talk to, in one sentence; empty while all is well. */
 LISP_WORKER_API const char* lisp_worker_fault(const lisp_worker* worker);
 
+/* The kind of that fault. */
+#define LISP_FAULT_REQUEST_NOT_TAKEN 0
+#define LISP_FAULT_RESPONSE_CUT 1
+#define LISP_FAULT_BAD_HEADER 2
+#define LISP_FAULT_WRONG_ECHO 3
+#define LISP_FAULT_BAD_RESPONSE 4
+#define LISP_FAULT_SHUT_DOWN 5
+#define LISP_FAULT_DEADLINE_PASSED 6
+#define LISP_FAULT_NOT_STARTED 7
+
+/* LISP_FAULT_REQUEST_NOT_TAKEN to LISP_FAULT_NOT_STARTED; -1 while all is well. */
+LISP_WORKER_API int lisp_worker_fault_kind(const lisp_worker* worker);
+
+/* The name of such a kind ("ResponseCut", ...) and one line that explains it. */
+LISP_WORKER_API const char* lisp_fault_name(int kind);
+LISP_WORKER_API const char* lisp_fault_explanation(int kind);
+
 /* How the last worker has ended, in one sentence; empty while one runs and before the first. */
 LISP_WORKER_API const char* lisp_worker_exit(lisp_worker* worker);
+
+/* The exit codes of the worker's program. */
+#define LISP_EXIT_FINISHED 0
+#define LISP_EXIT_BAD_MAGIC 2
+#define LISP_EXIT_BAD_VERSION 3
+#define LISP_EXIT_PAYLOAD_TOO_LARGE 4
+#define LISP_EXIT_PAYLOAD_CUT 5
+#define LISP_EXIT_HEADER_UNWRITTEN 6
+#define LISP_EXIT_PAYLOAD_UNWRITTEN 7
+#define LISP_EXIT_OUT_OF_MEMORY 8
+
+/* The exit code of the last worker: one of these, or a crash's on Windows, or any of a program that
+ * is no worker. -1 while one runs, before the first, and for one that did not end by itself. */
+LISP_WORKER_API int64_t lisp_worker_exit_code(const lisp_worker* worker);
+
+/* The name of an exit code ("Finished", "PayloadCut", ...) and one line that explains it. */
+LISP_WORKER_API const char* lisp_exit_code_name(int64_t code);
+LISP_WORKER_API const char* lisp_exit_code_explanation(int64_t code);
+
+/* What became of a request. */
+#define LISP_STATUS_OK 0
+#define LISP_STATUS_BAD_MAGIC 1
+#define LISP_STATUS_BAD_VERSION 2
+#define LISP_STATUS_BAD_REQUEST 3
+#define LISP_STATUS_CONTEXT_NOT_FOUND 4
+#define LISP_STATUS_QUERY_FAILED 5
+#define LISP_STATUS_UNKNOWN_TYPE 6
+#define LISP_STATUS_DEGENERATE 7
+#define LISP_STATUS_EVAL_PARSE_ERROR 8
+#define LISP_STATUS_EVAL_FAILED 9
+#define LISP_STATUS_EVAL_STEP_LIMIT 10
+#define LISP_STATUS_HOST_CALL_PENDING 11
 
 /* Asks whether the worker answers. A status or LISP_FAULT. */
 LISP_WORKER_API int lisp_worker_ping(lisp_worker* worker);
@@ -197,8 +246,19 @@ LISP_WORKER_API int lisp_worker_locate_cell(lisp_worker* worker, uint64_t contex
                                             double point[3], uint8_t source_system,
                                             int64_t index[2], uint64_t* key, uint32_t* tag);
 
-/* Carries out operation 1 to 7 on at most seven numbers; the result has an x and, for operation 7,
- * a y. A status or LISP_FAULT. */
+/* Operations: a sum, difference, product or quotient of numbers; the distance from (x1, y1) to
+ * (x2, y2) and its angle in radians, of x1 y1 x2 y2; the point at an angle and a distance from
+ * (x, y), of x y angle distance. */
+#define LISP_COMPUTE_SUM 1
+#define LISP_COMPUTE_DIFFERENCE 2
+#define LISP_COMPUTE_PRODUCT 3
+#define LISP_COMPUTE_QUOTIENT 4
+#define LISP_COMPUTE_DISTANCE 5
+#define LISP_COMPUTE_ANGLE 6
+#define LISP_COMPUTE_POLAR 7
+
+/* Carries out an operation on at most seven numbers; the result has an x and, for
+ * LISP_COMPUTE_POLAR, a y. A status or LISP_FAULT. */
 LISP_WORKER_API int lisp_worker_compute(lisp_worker* worker, uint8_t operation,
                                         const double* operands, size_t count, double result[2]);
 

@@ -4,11 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
+
+#include "client/geometry.h"
+#include "client/run.h"
+#include "testing/executable_worker.h"
 
 namespace {
 
@@ -25,9 +30,7 @@ using ValueHandle = std::unique_ptr<lisp_value, Free>;
 using RunHandle = std::unique_ptr<lisp_run, Free>;
 
 WorkerHandle newWorker() {
-  const char* const path = std::getenv("LISP_WORKER_PATH");
-  EXPECT_NE(path, nullptr);
-  return WorkerHandle(lisp_worker_new(path == nullptr ? "" : path, 60000));
+  return WorkerHandle(lisp_worker_new(testing_support::workerExecutable().c_str(), 60000));
 }
 
 RunHandle run(lisp_worker* worker, const std::string& program, lisp_answer answer = nullptr,
@@ -178,11 +181,88 @@ TEST(CInterface, Calculates) {
   EXPECT_EQ(lisp_worker_compute(worker.get(), 9, operands, 1, result), 6);
 }
 
+struct Constant {
+  std::int64_t value;
+  const char* name;  // As the C++ enumerator is called.
+};
+
+template <typename Function>
+void expectNames(const std::vector<Constant>& constants, Function nameOf, const char* other) {
+  std::set<std::int64_t> values;
+  for (const Constant& each : constants) {
+    EXPECT_STREQ(nameOf(each.value), each.name);
+    values.insert(each.value);
+  }
+  // There are no more than these.
+  for (int value = -1; value < 300; ++value) {
+    if (values.contains(value)) continue;
+    EXPECT_STREQ(nameOf(value), other);
+  }
+}
+
+TEST(CInterface, HasTheNumbersOfTheOther) {
+  expectNames({{LISP_STATUS_OK, "Ok"},
+               {LISP_STATUS_BAD_MAGIC, "BadMagic"},
+               {LISP_STATUS_BAD_VERSION, "BadVersion"},
+               {LISP_STATUS_BAD_REQUEST, "BadRequest"},
+               {LISP_STATUS_CONTEXT_NOT_FOUND, "ContextNotFound"},
+               {LISP_STATUS_QUERY_FAILED, "QueryFailed"},
+               {LISP_STATUS_UNKNOWN_TYPE, "UnknownType"},
+               {LISP_STATUS_DEGENERATE, "Degenerate"},
+               {LISP_STATUS_EVAL_PARSE_ERROR, "EvalParseError"},
+               {LISP_STATUS_EVAL_FAILED, "EvalFailed"},
+               {LISP_STATUS_EVAL_STEP_LIMIT, "EvalStepLimit"},
+               {LISP_STATUS_HOST_CALL_PENDING, "HostCallPending"}},
+              lisp_status_name, "unknown status");
+  expectNames({{LISP_FAULT_REQUEST_NOT_TAKEN, "RequestNotTaken"},
+               {LISP_FAULT_RESPONSE_CUT, "ResponseCut"},
+               {LISP_FAULT_BAD_HEADER, "BadHeader"},
+               {LISP_FAULT_WRONG_ECHO, "WrongEcho"},
+               {LISP_FAULT_BAD_RESPONSE, "BadResponse"},
+               {LISP_FAULT_SHUT_DOWN, "ShutDown"},
+               {LISP_FAULT_DEADLINE_PASSED, "DeadlinePassed"},
+               {LISP_FAULT_NOT_STARTED, "NotStarted"}},
+              lisp_fault_name, "unknown fault");
+  expectNames({{LISP_EXIT_FINISHED, "Finished"},
+               {LISP_EXIT_BAD_MAGIC, "BadMagic"},
+               {LISP_EXIT_BAD_VERSION, "BadVersion"},
+               {LISP_EXIT_PAYLOAD_TOO_LARGE, "PayloadTooLarge"},
+               {LISP_EXIT_PAYLOAD_CUT, "PayloadCut"},
+               {LISP_EXIT_HEADER_UNWRITTEN, "HeaderUnwritten"},
+               {LISP_EXIT_PAYLOAD_UNWRITTEN, "PayloadUnwritten"},
+               {LISP_EXIT_OUT_OF_MEMORY, "OutOfMemory"}},
+              lisp_exit_code_name, "unknown exit code");
+  const auto end_name = [](std::int64_t end) {
+    return client::runEndName(static_cast<client::RunEnd>(end)).data();
+  };
+  EXPECT_STREQ(end_name(LISP_END_VALUE), "Value");
+  EXPECT_STREQ(end_name(LISP_END_READ_ERROR), "ReadError");
+  EXPECT_STREQ(end_name(LISP_END_EVAL_ERROR), "EvalError");
+  EXPECT_STREQ(end_name(LISP_END_STEP_LIMIT), "StepLimit");
+  EXPECT_STREQ(end_name(LISP_END_REFUSED), "Refused");
+  EXPECT_STREQ(end_name(LISP_END_UNANSWERED), "Unanswered");
+  EXPECT_STREQ(end_name(LISP_END_UNWRITABLE), "Unwritable");
+  EXPECT_STREQ(end_name(LISP_END_TOO_MANY_CALLS), "TooManyCalls");
+  EXPECT_STREQ(lisp_fault_explanation(LISP_FAULT_SHUT_DOWN), "the worker has been asked to end");
+  EXPECT_STREQ(lisp_exit_code_explanation(LISP_EXIT_OUT_OF_MEMORY), "it ran out of memory");
+}
+
+static_assert(LISP_COMPUTE_SUM == static_cast<int>(client::GeometryOperation::Sum));
+static_assert(LISP_COMPUTE_DIFFERENCE == static_cast<int>(client::GeometryOperation::Difference));
+static_assert(LISP_COMPUTE_PRODUCT == static_cast<int>(client::GeometryOperation::Product));
+static_assert(LISP_COMPUTE_QUOTIENT == static_cast<int>(client::GeometryOperation::Quotient));
+static_assert(LISP_COMPUTE_DISTANCE == static_cast<int>(client::GeometryOperation::Distance));
+static_assert(LISP_COMPUTE_ANGLE == static_cast<int>(client::GeometryOperation::Angle));
+static_assert(LISP_COMPUTE_POLAR == static_cast<int>(client::GeometryOperation::Polar));
+
 TEST(CInterface, TellsAFault) {
   const WorkerHandle worker(lisp_worker_new("no/such/worker", 0));
   EXPECT_STREQ(lisp_worker_fault(worker.get()), "");
+  EXPECT_EQ(lisp_worker_fault_kind(worker.get()), -1);
   EXPECT_STREQ(lisp_worker_exit(worker.get()), "");
+  EXPECT_EQ(lisp_worker_exit_code(worker.get()), -1);
   EXPECT_EQ(lisp_worker_start(worker.get()), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_fault_kind(worker.get()), LISP_FAULT_NOT_STARTED);
   EXPECT_EQ(lisp_worker_ping(worker.get()), LISP_FAULT);
   EXPECT_EQ(run(worker.get(), "1"), nullptr);
   EXPECT_THAT(lisp_worker_fault(worker.get()),
@@ -196,8 +276,12 @@ TEST(CInterface, LetsAWorkerGo) {
   lisp_worker_stop(worker.get());
   EXPECT_STREQ(lisp_worker_exit(worker.get()),
                "the worker ended with exit code 0: its input ended or it was told to shut down");
+  EXPECT_EQ(lisp_worker_exit_code(worker.get()), LISP_EXIT_FINISHED);
   EXPECT_EQ(lisp_worker_ping(worker.get()), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_fault_kind(worker.get()), LISP_FAULT_SHUT_DOWN);
   EXPECT_EQ(lisp_worker_restart(worker.get()), 0);
+  EXPECT_EQ(lisp_worker_exit_code(worker.get()), -1);
+  EXPECT_EQ(lisp_worker_fault_kind(worker.get()), -1);
   EXPECT_EQ(lisp_worker_ping(worker.get()), 0);
   lisp_worker_free(nullptr);
 }

@@ -5,6 +5,7 @@
 
 namespace client {
 
+using worker::ExitCode;
 using worker::MessageType;
 using worker::WorkerStatus;
 
@@ -69,18 +70,18 @@ constexpr Row<EvalStatus> kEvalStatuses[] = {
 constexpr Row<EvalStatus> kUnknownEvalStatus = {
     {}, "unknown outcome", "this version of the client does not know the outcome"};
 
-constexpr Row<std::uint32_t> kExitCodes[] = {
-    {0, "Finished", "its input ended or it was told to shut down"},
-    {2, "BadMagic", "a request did not begin with the protocol's magic"},
-    {3, "BadVersion", "a request was of another protocol version"},
-    {4, "PayloadTooLarge", "a request announced too large a payload"},
-    {5, "PayloadCut", "its input ended inside a payload"},
-    {6, "HeaderUnwritten", "it could not write a response's header"},
-    {7, "PayloadUnwritten", "it could not write a response's payload"},
-    {8, "OutOfMemory", "it ran out of memory"},
+constexpr Row<ExitCode> kExitCodes[] = {
+    {ExitCode::Finished, "Finished", "its input ended or it was told to shut down"},
+    {ExitCode::BadMagic, "BadMagic", "a request did not begin with the protocol's magic"},
+    {ExitCode::BadVersion, "BadVersion", "a request was of another protocol version"},
+    {ExitCode::PayloadTooLarge, "PayloadTooLarge", "a request announced too large a payload"},
+    {ExitCode::PayloadCut, "PayloadCut", "its input ended inside a payload"},
+    {ExitCode::HeaderUnwritten, "HeaderUnwritten", "it could not write a response's header"},
+    {ExitCode::PayloadUnwritten, "PayloadUnwritten", "it could not write a response's payload"},
+    {ExitCode::OutOfMemory, "OutOfMemory", "it ran out of memory"},
 };
-constexpr Row<std::uint32_t> kUnknownExitCode = {0, "unknown exit code",
-                                                 "not an exit code of the worker"};
+constexpr Row<ExitCode> kUnknownExitCode = {
+    {}, "unknown exit code", "not an exit code of the worker"};
 
 constexpr Row<Fault::Kind> kFaults[] = {
     {Fault::Kind::RequestNotTaken, "RequestNotTaken", "the worker no longer reads requests"},
@@ -159,11 +160,11 @@ std::string_view explainEvalStatus(EvalStatus status) {
 }
 
 std::string_view exitCodeName(std::uint32_t code) {
-  return rowOf(kExitCodes, kUnknownExitCode, code).name;
+  return rowOf(kExitCodes, kUnknownExitCode, static_cast<ExitCode>(code)).name;
 }
 
 std::string_view explainExitCode(std::uint32_t code) {
-  return rowOf(kExitCodes, kUnknownExitCode, code).explanation;
+  return rowOf(kExitCodes, kUnknownExitCode, static_cast<ExitCode>(code)).explanation;
 }
 
 std::string_view faultName(Fault::Kind kind) { return rowOf(kFaults, kUnknownFault, kind).name; }

@@ -11,6 +11,7 @@
 #include "client/eval_result.h"
 #include "client/process.h"
 #include "client/worker_client.h"
+#include "worker/exit_code.h"
 #include "worker/frame.h"
 
 namespace client {
@@ -33,7 +34,8 @@ namespace client {
 // One line on how the evaluation stopped.
 [[nodiscard]] std::string_view explainEvalStatus(EvalStatus status);
 
-// "Finished", "BadMagic", ...; "unknown exit code" for a code that no worker ends with.
+// The name of a worker::ExitCode: "Finished", "BadMagic", ...; "unknown exit code" for a code that
+// no worker ends with.
 [[nodiscard]] std::string_view exitCodeName(std::uint32_t code);
 
 // One line on why a worker has ended with the code.

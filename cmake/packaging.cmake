@@ -68,7 +68,7 @@ foreach(name IN ITEMS lisp_worker_client lisp_worker_c)
   install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc DESTINATION lib/pkgconfig)
 endforeach()
 
-install(FILES worker/frame.h DESTINATION include/lisp_worker/worker)
+install(FILES worker/exit_code.h worker/frame.h DESTINATION include/lisp_worker/worker)
 install(FILES c_interface/lisp_worker.h DESTINATION include/lisp_worker/c_interface)
 install(DIRECTORY client session DESTINATION include/lisp_worker FILES_MATCHING PATTERN "*.h")
 install(FILES README.md docs/EMBEDDING.md docs/LANGUAGE.md docs/PROTOCOL.md docs/SESSIONS.md
