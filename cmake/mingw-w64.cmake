@@ -34,6 +34,3 @@ find_program(LISP_WINE NAMES wine64 wine PATHS /usr/lib/wine)
 if(LISP_WINE)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${LISP_WINE})
 endif()
-
-# Nor does one with a library of ours.
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
