@@ -15,6 +15,11 @@ add_library(lisp_worker_client STATIC $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:c
                                       $<TARGET_OBJECTS:session>)
 set_target_properties(lisp_worker_client PROPERTIES LINKER_LANGUAGE CXX EXPORT_NAME client)
 target_link_libraries(lisp_worker_client INTERFACE Threads::Threads)
+if(WIN32)
+  # MinGW's stack protector is a library of its own, which hosts may not have asked for.
+  target_link_libraries(lisp_worker_client INTERFACE ssp)
+  set(lisp_worker_client_needs " -lssp")
+endif()
 target_compile_features(lisp_worker_client INTERFACE cxx_std_20)
 set_target_properties(lisp_worker_c PROPERTIES EXPORT_NAME c)
 foreach(library IN ITEMS lisp_worker_client lisp_worker_c)
