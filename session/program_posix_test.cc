@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "client/process.h"
@@ -53,13 +54,19 @@ class SessionProgram : public testing::Test {
     return environment("LISP_SOURCE_DIR") + "/testing/sessions/" + name + ".session";
   }
 
+  // A program for the shell.
+  [[nodiscard]] fs::path script(const char* name, const std::string& commands) const {
+    const fs::path path = directory_ / name;
+    std::ofstream(path) << "#!/bin/sh\n" << commands << "\n";
+    fs::permissions(path, fs::perms::owner_all);
+    return path;
+  }
+
   // A program that a host can start as its worker: the proxy in front of `worker`.
-  fs::path proxyFor(const std::string& worker) {
-    const fs::path script = directory_ / "recorded_worker";
-    std::ofstream(script) << "#!/bin/sh\nexec " << environment("LISP_SESSION_PATH")
-                          << " proxy --record " << recording().string() << " -- " << worker << "\n";
-    fs::permissions(script, fs::perms::owner_all);
-    return script;
+  [[nodiscard]] fs::path proxyFor(const fs::path& worker) const {
+    return script("recorded_worker", "exec " + environment("LISP_SESSION_PATH") +
+                                         " proxy --record " + recording().string() + " -- " +
+                                         worker.string());
   }
 
   [[nodiscard]] fs::path recording() const { return directory_ / "recorded.session"; }
@@ -209,13 +216,11 @@ TEST_F(SessionProgram, IsNotNoticedByAHostThatSendsRubbish) {
 }
 
 TEST_F(SessionProgram, EndsItsProxyAsTheWorkerEnds) {
-  const fs::path script = directory_ / "dying_worker";
   for (const std::string ending : {"exit 42", "kill -SEGV $$"}) {
     fs::remove(recording());
-    std::ofstream(script) << "#!/bin/sh\n" << ending << "\n";
-    fs::permissions(script, fs::perms::owner_all);
-    const auto direct = client::startWorker(script, nullptr);
-    const auto proxied = client::startWorker(proxyFor(script.string()), nullptr);
+    const fs::path worker = script("dying_worker", ending);
+    const auto direct = client::startWorker(worker, nullptr);
+    const auto proxied = client::startWorker(proxyFor(worker), nullptr);
     char byte = 0;
     EXPECT_EQ(direct->read(&byte, 1), 0u);
     EXPECT_EQ(proxied->read(&byte, 1), 0u);
@@ -224,6 +229,30 @@ TEST_F(SessionProgram, EndsItsProxyAsTheWorkerEnds) {
     ASSERT_EQ(recorded().records.size(), 2u);
     EXPECT_EQ(decodeEnd(recorded().records[1].body), exit);
   }
+}
+
+TEST_F(SessionProgram, PassesOnThatAWorkerClosesItsOutputAndWaitsForItsEnd) {
+  const auto proxied = client::startWorker(
+      proxyFor(script("silent_worker", "exec >&-\nsleep 2.5\nexit 42")), nullptr);
+  const auto begin = steady_clock::now();
+  char byte = 0;
+  EXPECT_EQ(proxied->read(&byte, 1), 0u);
+  EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(2));
+  EXPECT_EQ(proxied->waitForEnd(std::chrono::seconds(20)),
+            (WorkerExit{WorkerExit::Kind::Exited, 42}));
+}
+
+TEST_F(SessionProgram, PassesOnThatAWorkerNoLongerReads) {
+  const auto proxied = client::startWorker(
+      proxyFor(script("deaf_worker", "exec <&-\necho ready\nexec sleep 60")), nullptr);
+  char byte = 0;
+  EXPECT_EQ(proxied->read(&byte, 1), 1u);
+  const auto deadline = steady_clock::now() + std::chrono::seconds(20);
+  while (proxied->write("x") && steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_LT(steady_clock::now(), deadline);
+  proxied->finishWithin(std::chrono::milliseconds(0));
 }
 
 // Killed at any moment, the proxy leaves a file that tells what was said, and no worker behind.
@@ -243,10 +272,8 @@ TEST_F(SessionProgram, LeavesAReadableRecordingWhenItIsKilled) {
 // proxy takes it along. This process becomes the parent of what is left.
 TEST_F(SessionProgram, TakesAStuckWorkerAlongWhenItIsKilled) {
   ::prctl(PR_SET_CHILD_SUBREAPER, 1);
-  const fs::path script = directory_ / "stuck_worker";
-  std::ofstream(script) << "#!/bin/sh\necho $$\nexec sleep 60\n";
-  fs::permissions(script, fs::perms::owner_all);
-  const auto proxied = client::startWorker(proxyFor(script.string()), nullptr);
+  const auto proxied =
+      client::startWorker(proxyFor(script("stuck_worker", "echo $$\nexec sleep 60")), nullptr);
   std::string line(32, '\0');
   ASSERT_GT(proxied->readSome(line.data(), line.size()), 0u);
   const WorkerExit exit = proxied->finishWithin(std::chrono::milliseconds(50));

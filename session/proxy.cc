@@ -26,8 +26,10 @@ class Proxy {
     // Reading the host's requests may block for ever; endLike does not wait for it.
     std::thread([this] { carryRequests(); }).detach();
     carryResponses();
-    const std::optional<client::WorkerExit> exit = worker_.waitForEnd(client::kExitGrace);
-    finish(exit ? *exit : client::WorkerExit{});
+    // A worker may outlive its output, and is the host's to wait for or to kill, not ours.
+    std::optional<client::WorkerExit> exit;
+    while (!exit) exit = worker_.waitForEnd(client::kExitGrace);
+    finish(*exit);
   }
 
  private:
@@ -40,7 +42,11 @@ class Proxy {
         const std::lock_guard lock(mutex_);
         recorder_.onRequest(frame);
       });
-      if (!worker_.write(bytes)) break;
+      if (!worker_.write(bytes)) {
+        // The host is to notice as it would have without us.
+        closeStandardInput();
+        break;
+      }
     }
     if (!splitter.rest().empty() && !splitter.isOver()) {
       const std::lock_guard lock(mutex_);
@@ -65,6 +71,7 @@ class Proxy {
       const std::lock_guard lock(mutex_);
       recorder_.onBrokenResponse(splitter.rest());
     }
+    closeStandardOutput();
   }
 
   void recordResponse(std::string_view frame) {

@@ -17,6 +17,10 @@ namespace session {
 // False when nobody reads any more. Raises no signal after keepAliveOnBrokenPipe.
 [[nodiscard]] bool writeStandardOutput(std::string_view bytes);
 
+// Closes one of them: whoever is at its other end can write no more, or sees the end.
+void closeStandardInput();
+void closeStandardOutput();
+
 // Makes a write into a pipe that nobody reads fail instead of ending the process.
 void keepAliveOnBrokenPipe();
 

@@ -31,6 +31,10 @@ bool writeStandardOutput(std::string_view bytes) {
   return true;
 }
 
+void closeStandardInput() { ::close(STDIN_FILENO); }
+
+void closeStandardOutput() { ::close(STDOUT_FILENO); }
+
 void keepAliveOnBrokenPipe() { std::signal(SIGPIPE, SIG_IGN); }
 
 void endLike(const client::WorkerExit& exit) {

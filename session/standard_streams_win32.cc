@@ -33,6 +33,10 @@ bool writeStandardOutput(std::string_view bytes) {
   return true;
 }
 
+void closeStandardInput() { ::CloseHandle(::GetStdHandle(STD_INPUT_HANDLE)); }
+
+void closeStandardOutput() { ::CloseHandle(::GetStdHandle(STD_OUTPUT_HANDLE)); }
+
 void keepAliveOnBrokenPipe() {}  // This system has no such signal.
 
 void endLike(const client::WorkerExit& exit) {
