@@ -30,9 +30,6 @@ constexpr std::size_t kColumnWidth = 40;
 constexpr std::size_t kLineWidth = 96;
 constexpr std::size_t kArgumentRowsMax = 10;
 
-// For a worker that only has to repeat what it has done before.
-constexpr std::chrono::seconds kPatience{10};
-
 constexpr std::string_view kDivergenceMessage = "LISP host replay divergence at call ";
 constexpr std::string_view kUnusedMessage = "LISP host replay transcript has unused answers";
 
@@ -311,7 +308,8 @@ std::size_t divergentCall(const std::string& message, std::string& name) {
 // contexts of that moment, on the variables of its own start, with its own answers. A course for
 // each evaluation.
 std::vector<Course> remakeRun(const Session& session, const Conversation& conversation,
-                              const Evaluation& evaluation, const client::WorkerStarter& starter) {
+                              const Evaluation& evaluation, const client::WorkerStarter& starter,
+                              std::chrono::milliseconds time_limit) {
   const Run& run = conversation.runs[evaluation.run];
   const std::size_t start = conversation.evaluations[run.evaluations[0]].request_record;
   Session again;
@@ -335,7 +333,7 @@ std::vector<Course> remakeRun(const Session& session, const Conversation& conver
     add(conversation.evaluations[run.evaluations[answer]].request_record);
   }
 
-  const ReplayReport report = replaySession(again, starter, kPatience);
+  const ReplayReport report = replaySession(again, starter, time_limit);
   const Conversation remade = understand(report.made);
   std::vector<Course> courses;
   for (const Run& each : remade.runs) {
@@ -415,7 +413,8 @@ std::optional<Explanation> explainDifference(const Session& recorded, const Sess
 }
 
 std::optional<Explanation> explainDivergence(const Session& session,
-                                             const client::WorkerStarter* starter) {
+                                             const client::WorkerStarter* starter,
+                                             std::chrono::milliseconds time_limit) {
   const Conversation conversation = understand(session);
   for (const Evaluation& evaluation : conversation.evaluations) {
     if (!evaluation.result || evaluation.result->eval_status != EvalStatus::EvalError) continue;
@@ -431,7 +430,8 @@ std::optional<Explanation> explainDivergence(const Session& session,
       made = {.is_call = false, .name = "(the program ends)", .text = {}, .contents = {}};
     }
     if (starter != nullptr) {
-      const std::vector<Course> courses = remakeRun(session, conversation, evaluation, *starter);
+      const std::vector<Course> courses =
+          remakeRun(session, conversation, evaluation, *starter, time_limit);
       if (is_unused) {
         const auto end = std::find_if(courses.begin(), courses.end(),
                                       [](const Course& course) { return !course.is_call; });

@@ -8,6 +8,7 @@
 #ifndef SESSION_EXPLAIN_H_
 #define SESSION_EXPLAIN_H_
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -50,9 +51,11 @@ inline constexpr std::size_t kExplanationLinesMax = 25;
 
 // The first divergence that a worker has reported within the session. The worker does not tell the
 // arguments of the call that it refused; with `starter`, unless that is null, the run is held
-// again under the contexts of that moment to see them. Empty when there is no divergence.
-[[nodiscard]] std::optional<Explanation> explainDivergence(const Session& session,
-                                                           const client::WorkerStarter* starter);
+// again under the contexts of that moment to see them; `time_limit` is for each response to that.
+// Empty when there is no divergence.
+[[nodiscard]] std::optional<Explanation> explainDivergence(
+    const Session& session, const client::WorkerStarter* starter,
+    std::chrono::milliseconds time_limit = std::chrono::seconds(10));
 
 }  // namespace session
 

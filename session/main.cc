@@ -25,6 +25,9 @@ namespace {
 // command_line.h tells the user what they mean.
 enum class ExitCode : std::uint8_t { Done = 0, Different = 1, UnusableInput = 2, NoWorker = 3 };
 
+// All that comes from a session goes this way: it may hold any bytes, and a terminal obeys some.
+void print(const std::string& text) { std::cout << printable(text); }
+
 ExitCode complain(ExitCode code, const std::string& what) {
   std::cout.flush();
   std::cerr << "lisp_session: " << what << "\n";
@@ -58,14 +61,14 @@ ExitCode show(const CommandLine& line) {
   const std::optional<Session> session = readSession(line.files[0], &error);
   if (!session) return complain(ExitCode::UnusableInput, error);
   if (!line.number) {
-    std::cout << showSession(*session);
+    print(showSession(*session));
     return session->end == FileEnd::Damaged ? ExitCode::UnusableInput : ExitCode::Done;
   }
   if (*line.number >= session->records.size()) {
     return complain(ExitCode::UnusableInput,
                     "there are " + counted(session->records.size(), "record"));
   }
-  std::cout << showRecord(session->records[*line.number], *line.number);
+  print(showRecord(session->records[*line.number], *line.number));
   return ExitCode::Done;
 }
 
@@ -79,7 +82,7 @@ ExitCode tellDifference(const Session& recorded, const Session& made) {
   std::cout << "different from record " << *number << " on\n";
   for (const Session* session : {&recorded, &made}) {
     if (*number < session->records.size()) {
-      std::cout << describeRecord(session->records[*number], *number) << "\n";
+      print(describeRecord(session->records[*number], *number) + "\n");
     } else {
       std::cout << "  (the session has ended)\n";
     }
@@ -117,13 +120,13 @@ ExitCode explain(const CommandLine& line) {
     const ReplayReport report = replaySession(*recorded, starter, line.time_limit);
     if (!report.error.empty()) return complain(ExitCode::NoWorker, report.error);
     explanation = explainDifference(*recorded, report.made);
-    if (!explanation) explanation = explainDivergence(*recorded, &starter);
+    if (!explanation) explanation = explainDivergence(*recorded, &starter, line.time_limit);
   }
   if (!explanation) {
     std::cout << "nothing diverges\n";
     return ExitCode::Done;
   }
-  std::cout << explanation->text;
+  print(explanation->text);
   return ExitCode::Different;
 }
 

@@ -9,8 +9,12 @@
 
 namespace session {
 
-// `text` on one line of at most `width` characters: control characters as \n, \t or \x1b, and
-// three points at the end when something had to be left out.
+// `text` as it may be sent to a terminal: line feeds as they are, all other control characters and
+// what is no UTF-8 as \t or \x1b.
+[[nodiscard]] std::string printable(std::string_view text);
+
+// The same on one line of at most `width` bytes, line feeds as \n, with three points at the end
+// when something had to be left out.
 [[nodiscard]] std::string plainText(std::string_view text, std::size_t width);
 
 // `count` and `thing`, with an s unless there is one.

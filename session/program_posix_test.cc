@@ -102,6 +102,44 @@ TEST_F(SessionProgram, ShowsASession) {
   EXPECT_THAT(none.text, HasSubstr("lisp_session: there are 28 records"));
 }
 
+TEST_F(SessionProgram, SendsNoControlCharacters) {
+  {
+    client::Worker worker(proxyFor(workerExecutable()));
+    ASSERT_TRUE(worker
+                    .run("(GETPOINT \"\x1b[2J\")\n; \xC2\x9B"
+                         "2J")
+                    .has_value());
+    worker.stop();
+  }
+  for (const char* const arguments : {"", " --record 1", " --record 2"}) {
+    const Output shown = run("show " + recording().string() + arguments);
+    EXPECT_THAT(shown.text, HasSubstr("\\x1b[2J"));
+    for (const char c : shown.text)
+      EXPECT_TRUE(c == '\n' || (c >= 0x20 && c != 0x7F)) << shown.text;
+  }
+}
+
+TEST_F(SessionProgram, ReadsNoMoreOfAForeignFileThanItsHeader) {
+  const Output endless =
+      runCommand("timeout 20 " + environment("LISP_SESSION_PATH") + " show /dev/zero 2>&1");
+  EXPECT_EQ(endless.text, "lisp_session: /dev/zero: not a recorded session\n");
+  EXPECT_EQ(run("show /").text, "lisp_session: /: cannot be read\n");
+}
+
+// The recorded run is held again to see what the worker does not tell, and this one says nothing.
+TEST_F(SessionProgram, WaitsForAnExplanationAsLongAsItIsTold) {
+  const auto begin = steady_clock::now();
+  // It diverges like the recorded one, but only when it is asked for the first time.
+  const fs::path once = directory_ / "asked";
+  const fs::path worker =
+      script("forgetful_worker", "[ -e " + once.string() + " ] && exec sleep 30\ntouch " +
+                                     once.string() + "\nexec " + workerExecutable());
+  const Output told = run("explain " + sample("10_replay_divergence") +
+                          " --time-limit 300 --worker " + worker.string());
+  EXPECT_EQ(told.exit_code, 1);
+  EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
 TEST_F(SessionProgram, ReplaysASession) {
   const Output same = run("replay " + sample("01_bolt_circle") + " --worker " + workerExecutable());
   EXPECT_EQ(same.text, "the same, 20 records\n");

@@ -158,12 +158,18 @@ std::optional<Session> readSession(const std::filesystem::path& path, std::strin
   std::ifstream file(path, std::ios::binary);
   std::string bytes;
   std::array<char, 65536> buffer{};
-  while (file.read(buffer.data(), buffer.size()) || file.gcount() > 0) {
+  const auto read_some = [&](std::size_t size) {
+    file.read(buffer.data(), static_cast<std::streamsize>(size));
     bytes.append(buffer.data(), static_cast<std::size_t>(file.gcount()));
+    return file.gcount() > 0;
+  };
+  // A file that is no session may be as long as it likes.
+  const bool is_ours = read_some(kFileHeaderSize) && whyForeign(bytes) == nullptr;
+  while (is_ours && read_some(buffer.size())) {
   }
   std::string reason = "cannot be read";
   std::optional<Session> session;
-  if (file.eof() && !file.bad()) session = decodeSession(bytes, &reason);
+  if (file.is_open() && !file.bad()) session = decodeSession(bytes, &reason);
   if (!session && error_out != nullptr) *error_out = path.string() + ": " + reason;
   return session;
 }

@@ -24,6 +24,36 @@ TEST(PlainText, StaysOnOneLineOfItsWidth) {
   EXPECT_EQ(plainText("", 5), "");
 }
 
+TEST(PlainText, CutsNoLetter) {
+  EXPECT_EQ(plainText("\u00E4\u00E4\u00E4", 5), "\u00E4...");
+  EXPECT_EQ(plainText("\u00E4\u00E4\u00E4", 6), "\u00E4\u00E4\u00E4");
+}
+
+// A terminal takes some of them for orders: U+009B begins one, as the escape character does.
+TEST(Printable, LeavesNoControlCharacters) {
+  EXPECT_EQ(printable("a\nb\r\tc\x1b[2J"), "a\nb\\r\\tc\\x1b[2J");
+  EXPECT_EQ(printable("\xC2\x9B"
+                      "2J \x9B"
+                      "2J"),
+            "\\xc2\\x9b2J \\x9b2J");
+  for (int byte = 0; byte < 256; ++byte) {
+    const std::string text = printable(std::string("a") + static_cast<char>(byte));
+    const bool is_shown = byte == '\n' || (byte >= 0x20 && byte < 0x7F);
+    EXPECT_EQ(text.size() == 2, is_shown) << byte;
+  }
+}
+
+TEST(Printable, LeavesLettersAlone) {
+  const std::string letters = "Ax\u00A0\u00E4\u03BB\u0800\uFFFD\U00010000\U0010FFFF";
+  EXPECT_EQ(printable(letters), letters);
+  EXPECT_EQ(printable("\xC3"), "\\xc3");
+  EXPECT_EQ(printable("\xC0\x9B"), "\\xc0\\x9b");
+  EXPECT_EQ(printable("\xE0\x82\x9B"), "\\xe0\\x82\\x9b");
+  EXPECT_EQ(printable("\xED\xA0\x80"), "\\xed\\xa0\\x80");
+  EXPECT_EQ(printable("\xF0\x80\x82\x9B"), "\\xf0\\x80\\x82\\x9b");
+  EXPECT_EQ(printable("\xF4\x90\x80\x80"), "\\xf4\\x90\\x80\\x80");
+}
+
 TEST(Counted, KnowsOneFromMany) {
   EXPECT_EQ(counted(0, "byte"), "0 bytes");
   EXPECT_EQ(counted(1, "byte"), "1 byte");
