@@ -18,6 +18,8 @@ namespace {
 // Longer than any test waits; a host that dies leaves no stalled worker behind for good.
 constexpr std::chrono::seconds kLongWhile{30};
 
+constexpr std::chrono::milliseconds kDribblePause{10};
+
 [[noreturn]] void stall() {
   std::this_thread::sleep_for(kLongWhile);
   std::_Exit(kFaultExitCode);
@@ -91,6 +93,9 @@ class FaultyOutput : public worker::ByteWriter {
       case FaultKind::Rubbish:
         while (output_.writeExact("rubbish")) {
         }
+        std::_Exit(kFaultExitCode);
+      case FaultKind::Dribble:
+        while (output_.writeExact("x")) std::this_thread::sleep_for(kDribblePause);
         std::_Exit(kFaultExitCode);
       default:
         stall();

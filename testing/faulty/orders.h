@@ -26,6 +26,7 @@ enum class FaultKind : std::uint32_t {
   InputExit = 7,
   InputStall = 8,
   CloseInput = 9,  // Closes its input and stalls.
+  Dribble = 10,    // Writes a letter now and then, for ever.
 };
 
 inline constexpr int kFaultExitCode = 9;
