@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -41,12 +40,7 @@ const std::size_t kThreadCount = setting("LISP_FAULT_THREADS", 64);
 
 WorkerStarter faultyStarter(FaultOrders orders) {
   return [orders](std::string* error_out) -> std::unique_ptr<WorkerProcess> {
-    const char* const path = std::getenv("LISP_FAULTY_WORKER_PATH");
-    if (path == nullptr) {
-      *error_out = "LISP_FAULTY_WORKER_PATH names no program; ctest sets it";
-      return nullptr;
-    }
-    auto process = startWorker(path, error_out);
+    auto process = startWorker(testing_support::environment("LISP_FAULTY_WORKER_PATH"), error_out);
     if (process != nullptr && !process->write(testing_support::encodeOrders(orders))) {
       *error_out = "the orders were not taken";
       return nullptr;

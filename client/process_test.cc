@@ -5,13 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "client/answer_text.h"
 #include "client/worker_client.h"
+#include "testing/executable_worker.h"
 
 namespace client {
 namespace {
@@ -19,13 +19,8 @@ namespace {
 using worker::WorkerStatus;
 
 std::unique_ptr<WorkerProcess> startRealWorker() {
-  const char* const path = std::getenv("LISP_WORKER_PATH");
-  if (path == nullptr) {
-    ADD_FAILURE() << "LISP_WORKER_PATH names no worker; ctest sets it";
-    return nullptr;
-  }
   std::string error;
-  auto process = startWorker(path, &error);
+  auto process = startWorker(testing_support::workerExecutable(), &error);
   EXPECT_NE(process, nullptr) << error;
   return process;
 }
@@ -74,13 +69,12 @@ TEST(WorkerProcess, TellsWhyItEnded) {
 }
 
 TEST(WorkerProcess, StartsFromAPathWithBlanksAndForeignLetters) {
-  const char* const path = std::getenv("LISP_WORKER_PATH");
-  ASSERT_NE(path, nullptr);
   const std::filesystem::path directory =
       std::filesystem::temp_directory_path() / u8"lisp worker \u00E4\u03BB";
   std::filesystem::create_directory(directory);
   const std::filesystem::path copy = directory / "a worker.exe";
-  std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::copy_file(testing_support::workerExecutable(), copy,
+                             std::filesystem::copy_options::overwrite_existing);
   std::string error;
   const auto process = startWorker(copy, &error);
   EXPECT_NE(process, nullptr) << error;

@@ -11,6 +11,7 @@
 
 #include "client/answer_text.h"
 #include "testing/executable_worker.h"
+#include "testing/test_environment.h"
 
 namespace client {
 namespace {
@@ -111,9 +112,8 @@ TEST(Worker, TellsThatItCannotBeStarted) {
 
 // Started without arguments, this program only complains.
 TEST(Worker, TellsThatAProgramIsNoWorker) {
-  const char* const session = std::getenv("LISP_SESSION_PATH");
-  ASSERT_NE(session, nullptr);
-  Worker worker(session, {.time_limit = milliseconds(5000)});
+  Worker worker(testing_support::environment("LISP_SESSION_PATH"),
+                {.time_limit = milliseconds(5000)});
   EXPECT_EQ(worker.ping(), std::nullopt);
   ASSERT_TRUE(worker.fault().has_value());
   EXPECT_THAT(worker.fault()->message, HasSubstr("; the worker ended with exit code 2: "));

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -12,9 +11,11 @@
 #include "client/process.h"
 #include "session/explain.h"
 #include "session/show.h"
+#include "testing/document_examples.h"
 #include "testing/executable_worker.h"
 #include "testing/in_process_worker.h"
 #include "testing/session_maker.h"
+#include "testing/test_environment.h"
 
 namespace session {
 namespace {
@@ -32,12 +33,9 @@ client::WorkerStarter realWorker() {
 }
 
 std::vector<std::filesystem::path> recordedSessions() {
-  const char* const root = std::getenv("LISP_SOURCE_DIR");
-  EXPECT_NE(root, nullptr) << "LISP_SOURCE_DIR does not name the sources; ctest sets it";
   std::vector<std::filesystem::path> paths;
-  if (root == nullptr) return paths;
-  for (const auto& file :
-       std::filesystem::directory_iterator(std::filesystem::path(root) / "testing/sessions")) {
+  for (const auto& file : std::filesystem::directory_iterator(testing_support::sourceDirectory() /
+                                                              "testing/sessions")) {
     if (file.path().extension() == ".session") paths.push_back(file.path());
   }
   std::sort(paths.begin(), paths.end());
@@ -120,8 +118,7 @@ TEST(Replay, TellsThatThereIsNoWorker) {
 
 // A program that takes requests and never answers, as long as its input does not end.
 TEST(Replay, GivesUpAWorkerThatDoesNotAnswer) {
-  const char* const path = std::getenv("LISP_FAULTY_WORKER_PATH");
-  ASSERT_NE(path, nullptr);
+  const std::string path = testing_support::environment("LISP_FAULTY_WORKER_PATH");
   Session recorded = someSession();
   // What the faulty worker takes for its orders: no fault known to it, so one that stalls.
   recorded.records[1].body =

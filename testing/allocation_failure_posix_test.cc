@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,11 +15,13 @@
 #include <vector>
 
 #include "testing/child_process.h"
+#include "testing/document_examples.h"
 #include "testing/frame_makers.h"
 #include "testing/program_file.h"
 #include "testing/real_worker.h"
 #include "testing/reference_conversation.h"
 #include "testing/scenario.h"
+#include "testing/test_environment.h"
 #include "testing/watched_worker.h"
 #include "testing/wire_frames.h"
 #include "worker/exit_code.h"
@@ -60,11 +61,8 @@ std::vector<Recorded> conversations() {
   constexpr std::size_t kInputSizeMax = 50000;
   std::vector<Recorded> all = {
       {"reference", referenceConversation().input(), referenceConversation().output()}};
-  const char* const root = std::getenv("LISP_SOURCE_DIR");
-  EXPECT_NE(root, nullptr);
-  if (root == nullptr) return all;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(
-           std::filesystem::path(root) / "testing" / "programs")) {
+  for (const auto& entry :
+       std::filesystem::recursive_directory_iterator(sourceDirectory() / "testing" / "programs")) {
     if (entry.path().extension() != ".lsp") continue;
     std::ifstream file(entry.path(), std::ios::binary);
     const std::string text(std::istreambuf_iterator<char>(file), {});
@@ -91,9 +89,8 @@ bool holdsWholeResponses(const std::string& output) {
 // Holds `conversation` with a worker that gets `allocations_max` allocations. False when all is
 // well and the worker did not need more.
 bool runsOut(const Recorded& conversation, std::size_t allocations_max) {
-  const char* const executable = std::getenv("LISP_FAILING_WORKER_PATH");
   ChildProcess child({.environment = {"LISP_ALLOCATIONS_MAX=" + std::to_string(allocations_max)},
-                      .executable = executable});
+                      .executable = environment("LISP_FAILING_WORKER_PATH")});
   child.send(conversation.input);
   child.endInput();
   const std::string output = child.receiveAll();

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -21,6 +20,7 @@
 #include "console/script.h"
 #include "console/session.h"
 #include "testing/document_examples.h"
+#include "testing/executable_worker.h"
 
 namespace testing_support {
 namespace {
@@ -56,9 +56,8 @@ TEST(ReadmeDocument, ShowsWhatTheConsolePrints) {
   const std::optional<console::Script> script = console::readScript(program, error);
   ASSERT_TRUE(script.has_value()) << error;
 
-  const char* const path = std::getenv("LISP_WORKER_PATH");
-  ASSERT_NE(path, nullptr) << "LISP_WORKER_PATH does not name the worker";
-  const std::unique_ptr<client::WorkerProcess> process = client::startWorker(path, &error);
+  const std::unique_ptr<client::WorkerProcess> process =
+      client::startWorker(workerExecutable(), &error);
   ASSERT_NE(process, nullptr) << error;
   client::WorkerClient worker(*process);
   std::ostringstream printed;

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <span>
 
 #include "testing/response_record.h"
+#include "testing/test_environment.h"
 #include "testing/wire_frames.h"
 #include "worker/frame.h"
 
@@ -48,11 +48,6 @@ std::string readResponse(client::Channel& channel) {
   return bytes;
 }
 
-std::string workerExecutable() {
-  const char* const path = std::getenv("LISP_WORKER_PATH");
-  if (path != nullptr) return path;
-  ADD_FAILURE() << "LISP_WORKER_PATH names no worker; ctest sets it";
-  return {};
-}
+std::string workerExecutable() { return environment("LISP_WORKER_PATH"); }
 
 }  // namespace testing_support

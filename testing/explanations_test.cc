@@ -17,6 +17,7 @@
 #include "testing/in_process_worker.h"
 #include "testing/program_generator.h"
 #include "testing/random.h"
+#include "testing/test_environment.h"
 #include "testing/value_text.h"
 #include "worker/encoding.h"
 
@@ -111,8 +112,7 @@ TEST_F(FaultyRuns, AreExplainedAtTheRightPlaceInTenThousandPrograms) {
 
 // Whatever programs do: the same kind, message, steps and value, and the same left for the next.
 TEST(Explanations, ComeToWhatTheWorkerComesTo) {
-  const char* const count_text = std::getenv("LISP_DIFFERENTIAL_COUNT");
-  const int conversation_count = count_text == nullptr ? 1500 : std::atoi(count_text) / 3;
+  const auto conversation_count = static_cast<int>(setting("LISP_DIFFERENTIAL_COUNT", 4500) / 3);
   int given_up_count = 0;
   int compared_count = 0;
   for (int seed = 0; seed < conversation_count; ++seed) {

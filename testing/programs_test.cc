@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
 
+#include "testing/document_examples.h"
 #include "testing/executable_worker.h"
 #include "testing/literal_worker.h"
 #include "testing/program_file.h"
@@ -24,11 +24,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// LISP_SOURCE_DIR names the top of the source tree; without it the tests run there.
-fs::path programsDirectory() {
-  const char* source = std::getenv("LISP_SOURCE_DIR");
-  return fs::path(source != nullptr ? source : ".") / "testing" / "programs";
-}
+fs::path programsDirectory() { return sourceDirectory() / "testing" / "programs"; }
 
 // The files' paths below the directory, sorted.
 std::vector<std::string> programFiles() {

@@ -21,6 +21,7 @@
 #include "testing/child_process.h"
 #include "testing/executable_worker.h"
 #include "testing/reference_conversation.h"
+#include "testing/test_environment.h"
 #include "testing/worker_process.h"
 
 namespace testing_support {
@@ -109,11 +110,9 @@ TEST(Win32Worker, TakesAWriteOfNothingForTheEndOfItsInput) {
 }
 
 TEST(Win32Worker, EndsWithItsCodeWhenThereIsNoMoreMemory) {
-  const char* const path = std::getenv("LISP_FAILING_WORKER_PATH");
-  ASSERT_NE(path, nullptr);
   for (const int allocation_count : {0, 1, 10, 50, 100, 200}) {
     ChildProcess child({.environment = {"LISP_ALLOCATIONS_MAX=" + std::to_string(allocation_count)},
-                        .executable = path});
+                        .executable = environment("LISP_FAILING_WORKER_PATH")});
     std::thread host([&] { child.send(referenceConversation().input()); });
     EXPECT_TRUE(referenceConversation().output().starts_with(child.receiveAll()));
     host.join();
