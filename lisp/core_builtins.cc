@@ -168,7 +168,7 @@ constexpr std::array kCoreBuiltins = {
 
 RawValue construct(RawValue first, RawValue rest) {
   if (rest.tag == Tag::List) return prepend(first, rest);
-  std::array<LispValue, 2> elements = {LispValue::adopt(first), LispValue::adopt(rest)};
+  const std::array<RawValue, 2> elements = {first, rest};
   return makeList(elements.data(), rest.tag == Tag::Nil ? 1 : 2);
 }
 

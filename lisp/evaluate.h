@@ -71,6 +71,20 @@ namespace lisp {
   }
 }
 
+// Evaluates the items after the first, left to right, onto arguments_. False at the first failure;
+// what is there then stays until the run ends.
+[[gnu::always_inline]] inline bool Interpreter::pushArguments(const Run& items,
+                                                              std::uint32_t depth) {
+  const LispValue* item = items.slots();
+  for (std::uint32_t count = items.full_length - 1; count > 0; --count) {
+    const Result value = evaluateHere(*++item, depth);
+    if (value.failed()) [[unlikely]]
+      return false;
+    arguments_.push(value.raw);
+  }
+  return true;
+}
+
 // Binds `symbol` in the call in progress; takes over the hold on `value`.
 [[gnu::always_inline]] inline void Interpreter::bind(Symbol& symbol, RawValue value) {
   if (symbol.owner == frame_) {

@@ -256,12 +256,10 @@ Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth
 
 // The arguments move from the stack into the list.
 Result Interpreter::callList(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
-  const std::size_t first_argument = stack_.size();
-  if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
-    return Result::failure();
-  }
-  const RawValue list = makeList(stack_.data() + first_argument, stack_.size() - first_argument);
-  dropArguments(first_argument);
+  const std::size_t first_argument = arguments_.size();
+  if (!pushArguments(items, depth)) return Result::failure();
+  const RawValue list = makeList(arguments_.data() + first_argument, arguments_.size() - first_argument);
+  arguments_.truncate(first_argument);
   return list;
 }
 

@@ -121,6 +121,7 @@ class Interpreter {
   Result evaluateHere(const LispValue& form, std::uint32_t depth);
   [[nodiscard]] const RawValue* peek(const LispValue& form) const;
   [[nodiscard]] bool countSteps(std::uint64_t steps, std::uint32_t depth);
+  [[nodiscard]] bool pushArguments(const Run& items, std::uint32_t depth);
   void assign(Symbol& symbol, RawValue value);
 
   // The evaluator (evaluator.cc). What evaluates lists gets the name that they begin with, their
@@ -166,8 +167,6 @@ class Interpreter {
 
   // Calls of user functions (user_call.cc).
   Result applyFunction(Symbol& name, const Run& items, std::uint32_t depth);
-  [[nodiscard]] bool prepareArguments(const UserFunction& function, const Run& items,
-                                      std::uint32_t depth);
   Result evaluateBody(const UserFunction& function, std::uint32_t depth);
   void bindCopies(std::size_t log_begin);
   void bindArguments(const UserFunction& function, std::size_t first_argument);
@@ -208,7 +207,7 @@ class Interpreter {
                                         // being evaluated, or 0.
 
   std::vector<LispValue> stack_;    // Evaluated arguments of the builtins in progress.
-  PlainStack<RawValue> arguments_;  // The same of user functions; holds them.
+  PlainStack<RawValue> arguments_;  // The same of user functions and LIST; holds them.
   PlainStack<Shadowed> trail_;
   PlainStack<Logged> log_;
   std::vector<LateFrame> late_frames_;  // Outermost first.

@@ -36,12 +36,11 @@ std::uint64_t drawHashPoint() {
 }
 
 std::uint64_t keyedHash(std::string_view bytes, std::uint64_t point) {
-  std::uint64_t hash = multiplyAdd(bytes.size(), point, 1);
-  while (bytes.size() >= kDigitSize) {
+  std::uint64_t hash = bytes.size() + 1;
+  for (; bytes.size() >= kDigitSize; bytes.remove_prefix(kDigitSize)) {
     hash = multiplyAdd(hash, point, digitAt(bytes.data(), kDigitSize));
-    bytes.remove_prefix(kDigitSize);
   }
-  hash = multiplyAdd(hash, point, digitAt(bytes.data(), bytes.size()));
+  if (!bytes.empty()) hash = multiplyAdd(hash, point, digitAt(bytes.data(), bytes.size()));
   // A last multiplication, so that the low bits of names that differ in one digit differ too.
   return multiplyAdd(hash, point, 0);
 }

@@ -24,8 +24,8 @@ std::uint64_t multiply(std::uint64_t a, std::uint64_t b) {
 
 // The polynomial of the documentation, term by term.
 std::uint64_t polynomial(const std::string& bytes, std::uint64_t point) {
-  std::uint64_t hash = (multiply(bytes.size(), point) + 1) % kPrime;
-  for (std::size_t first = 0; first <= bytes.size(); first += 7) {
+  std::uint64_t hash = bytes.size() + 1;
+  for (std::size_t first = 0; first < bytes.size(); first += 7) {
     std::uint64_t digit = 0;
     for (const char c : bytes.substr(first, 7)) digit = digit * 256 + static_cast<unsigned char>(c);
     hash = (multiply(hash, point) + digit) % kPrime;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 #include <cstring>
 #include <new>
 
@@ -18,8 +17,6 @@ namespace {
 // to this: long lists cost few allocations and short ones little room.
 constexpr std::uint32_t kLinkedCapacityMax = 16;
 
-Run* dead_runs = nullptr;
-Run* run_in_decomposition = nullptr;  // Taken from the graveyard, partly taken apart.
 std::uint32_t next_dead_slot = 0;     // Its first slot that still holds its element.
 std::size_t run_count = 0;
 
@@ -66,12 +63,6 @@ void deallocateRun(Run& run) {
 // The first slot in use.
 std::uint32_t firstSlot(const Run& run) {
   return run.tail_length == 0 ? 0 : run.full_length - linkOf(run).front_length;
-}
-
-bool holdsNan(const LispValue& value) {
-  const RawValue& raw = value.raw();
-  if (raw.tag == Tag::Number) return std::isnan(raw.number);
-  return raw.tag == Tag::List && listHoldsNan(raw);
 }
 
 // Lists up to this many elements are looked through for lists among them.
@@ -125,24 +116,12 @@ RawValue emptyList() {
   return raw;
 }
 
-RawValue makeList(LispValue* elements, std::size_t count) {
+RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   if (count == 0) return emptyList();
   countWork(count);
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
-  // Two words each, and a hold moves with them; what is left behind is nil.
-  std::memcpy(static_cast<void*>(run->slots()), static_cast<const void*>(elements),
-              count * sizeof(LispValue));
-  std::memset(static_cast<void*>(elements), 0, count * sizeof(LispValue));
-  std::uint64_t hash = emptyListHash();
-  for (std::size_t i = count; i-- > 0;) {
-    const LispValue& element = run->slots()[i];
-    hash = extendHash(hash, element);
-    if (i > 0 && i + 1 < count) run->hashes()[i - 1] = hash;
-    if (run->nan_length == kNoNan && holdsNan(element)) {
-      run->nan_length = static_cast<std::uint32_t>(count - i);
-    }
-  }
-  run->front = hash;
+  run->front = 0;
+  std::memcpy(static_cast<void*>(run->slots()), elements, count * sizeof(RawValue));
   RawValue raw;
   raw.tag = Tag::List;
   raw.length = static_cast<std::uint32_t>(count);
@@ -150,12 +129,21 @@ RawValue makeList(LispValue* elements, std::size_t count) {
   return raw;
 }
 
+RawValue makeList(const RawValue* elements, std::size_t count) {
+  const RawValue list = makeLiteral(elements, count);
+  const bool holds_lists = std::any_of(elements, elements + count, [](const RawValue& element) {
+    return element.tag == Tag::List;
+  });
+  if (holds_lists) digest(runOf(list));
+  return list;
+}
+
 RawValue prepend(RawValue element, RawValue list) {
-  LispValue value = LispValue::adopt(element);
   if (list.length == 0) {
     release(list);
-    return makeList(&value, 1);
+    return makeList(&element, 1);
   }
+  LispValue value = LispValue::adopt(element);
   countWork();
   Run* run = &runOf(list);
   const std::uint64_t hash = extendHash(listHash(list), value);
@@ -172,7 +160,7 @@ RawValue prepend(RawValue element, RawValue list) {
     run = allocateLinked(capacity);
     run->tail_length = list.length;
     run->full_length = list.length + capacity;
-    if (tail.nan_length <= list.length) run->nan_length = tail.nan_length;
+    if (listHoldsNan(list)) run->nan_length = tail.nan_length;
     linkTo(*run, tail);
     list.record = run;
   }
@@ -206,7 +194,8 @@ RawValue dropFirst(RawValue list) {
     // that is such a list too, from all that nest in it. In a run of its own it is kept.
     LispValue last = element;
     release(list);
-    return makeList(&last, 1);
+    const RawValue raw = last.release();
+    return makeList(&raw, 1);
   }
   list.length = length;
   return list;
@@ -218,7 +207,7 @@ void bury(Run& run) {
   dead_runs = &run;
 }
 
-void decompose(std::size_t units) {
+void decomposeSome(std::size_t units) {
   while (units > 0) {
     if (run_in_decomposition == nullptr) {
       if (dead_runs == nullptr) return;

@@ -34,15 +34,18 @@ inline constexpr std::uint32_t kNoNan = std::numeric_limits<std::uint32_t>::max(
 // The head of a run; `capacity()` slots follow it, and then hashes: for every slot in use, that of
 // the list that begins there (lisp/list_hash.h), but for slot 0, which has its hash in the head,
 // and for the last slot of a flat run, whose hash is soon made. Slots in use are initialised.
+//
+// Hashes and NaNs are the run's digest. A list of atoms and what the reader makes have none until
+// it is asked for: of most of these it never is. What a run leads to has a digest if it has one.
 struct Run : Counted {
   std::uint32_t full_length = 0;  // What remains from slot 0 on.
   std::uint32_t tail_length = 0;  // Elements of the list that follow in the tail; 0 when flat.
   // The smallest number of elements that remain from one that is, or holds at any depth, a NaN: the
   // list (run, k) holds a NaN when nan_length <= k. kNoNan when there is none.
   std::uint32_t nan_length = kNoNan;
-  // The hash of slot 0, which is odd; or the run's node (lisp/equality.h), which the run holds and
-  // which has that hash; or, in the graveyard, the next run. The lowest bit tells hash from node:
-  // the compilers that build this let one member be read as another.
+  // The hash of slot 0, which is odd; or 0 without a digest; or the run's node (lisp/equality.h),
+  // which the run holds and which has that hash; or, in the graveyard, the next run. The lowest bit
+  // tells hash from node: the compilers that build this let one member be read as another.
   union {
     std::uint64_t front = 1;
     EqualityNode* node;
@@ -87,13 +90,12 @@ static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
 // O(log runs): `remaining` must be from 1 to the list's length.
 [[nodiscard]] const Run& findRun(const Run& run, std::uint32_t remaining);
 
-// True when the list holds a NaN at any depth.
-[[nodiscard]] inline bool listHoldsNan(const RawValue& list) {
-  return runOf(list).nan_length <= list.length;
-}
+// A list of `count` elements; takes over the hold on each.
+[[nodiscard]] RawValue makeList(const RawValue* elements, std::size_t count);
 
-// A list of `count` elements, which are moved out of `elements` (they are nil afterwards).
-[[nodiscard]] RawValue makeList(LispValue* elements, std::size_t count);
+// The same without a digest, for the reader: its lists nest at most kNestingMax deep, which bounds
+// how much is ever digested at once.
+[[nodiscard]] RawValue makeLiteral(const RawValue* elements, std::size_t count);
 
 // The empty list; `()`, not nil.
 [[nodiscard]] RawValue emptyList();
@@ -104,11 +106,18 @@ static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
 // The elements after the first of `list`, which must not be empty; takes over the hold. O(1).
 [[nodiscard]] RawValue dropFirst(RawValue list);
 
+// The graveyard, and what was taken from it and is partly taken apart.
+inline constinit Run* dead_runs = nullptr;
+inline constinit Run* run_in_decomposition = nullptr;
+
 // Puts a run that nobody holds into the graveyard.
 void bury(Run& run);
 
 // Takes at most `units` elements and heads of dead runs apart.
-void decompose(std::size_t units);
+void decomposeSome(std::size_t units);
+inline void decompose(std::size_t units) {
+  if (dead_runs != nullptr || run_in_decomposition != nullptr) decomposeSome(units);
+}
 
 // Takes apart everything that waits; for tests and orderly ends.
 void decomposeAll();

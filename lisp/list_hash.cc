@@ -1,53 +1,64 @@
 #include "lisp/list_hash.h"
 
-#include <bit>
+#include <cmath>
 
 #include "lisp/keyed_hash.h"
-#include "lisp/symbol.h"
+#include "lisp/plain_stack.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
 
-__extension__ using Wide = unsigned __int128;
-
-// The secret of this process: the hash of the empty list, an odd factor, and the word of nil.
-struct HashKey {
-  std::uint64_t seed = drawHashPoint();
-  std::uint64_t factor = drawHashPoint() << 3 | 1;
-  std::uint64_t nil_word = drawHashPoint() << 3;
-};
-
-const HashKey& hashKey() {
-  static const HashKey key;
-  return key;
+// Appends the runs among the elements of `run` that have no digest to `waiting`; true when there is
+// none.
+bool isReady(const Run& run, PlainStack<Run*>& waiting) {
+  const std::size_t waiting_count = waiting.size();
+  for (std::uint32_t i = 0; i < run.full_length; ++i) {
+    const RawValue& element = run.slots()[i].raw();
+    if (element.tag == Tag::List && runOf(element).front == 0) waiting.push(&runOf(element));
+  }
+  countDeferred(run.full_length);
+  return waiting.size() == waiting_count;
 }
 
-// Values that are equal have equal words. Only the words of numbers can be known outside: those of
-// all other kinds are secret, so nobody can choose a number that has the word of something else.
-std::uint64_t wordOf(const LispValue& element) {
-  const RawValue& raw = element.raw();
-  switch (raw.tag) {
-    case Tag::Number:
-      return std::bit_cast<std::uint64_t>(raw.number + 0.0);  // -0.0 equals 0.0.
-    case Tag::String:
-      return ~textOf(raw).hash;
-    case Tag::Symbol:
-      return symbolOf(raw).hash;
-    case Tag::List:
-      return std::rotl(listHash(raw), 1) + raw.length;
-    default:
-      return hashKey().nil_word;
+// Makes the digest of a flat run from those of its elements.
+void digestReady(Run& run) {
+  const HashKey& key = hashKey();
+  const std::uint32_t count = run.full_length;
+  std::uint64_t hash = key.seed;
+  for (std::uint32_t i = count; i-- > 0;) {
+    const LispValue& element = run.slots()[i];
+    hash = extendHash(hash, element, key);
+    if (i > 0 && i + 1 < count) run.hashes()[i - 1] = hash;
+    if (run.nan_length == kNoNan && holdsNan(element)) run.nan_length = count - i;
   }
+  run.front = hash;
+  countDeferred(count);
 }
 
 }  // namespace
 
-std::uint64_t emptyListHash() { return hashKey().seed; }
+HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawHashPoint() << 3}; }
 
-std::uint64_t extendHash(std::uint64_t rest_hash, const LispValue& element) {
-  const HashKey& key = hashKey();
-  const Wide product = static_cast<Wide>(rest_hash ^ wordOf(element)) * key.factor + key.seed;
-  return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 1;
+bool holdsNan(const LispValue& value) {
+  const RawValue& raw = value.raw();
+  if (raw.tag == Tag::Number) return std::isnan(raw.number);
+  return raw.tag == Tag::List && listHoldsNan(raw);
+}
+
+void digest(Run& run) {
+  PlainStack<Run*> waiting;
+  while (!isReady(run, waiting)) {
+    while (waiting.size() > 0) {
+      Run& next = *waiting.top();
+      if (next.front == 0) {
+        if (!isReady(next, waiting)) continue;
+        digestReady(next);
+      }
+      waiting.truncate(waiting.size() - 1);
+    }
+  }
+  digestReady(run);
 }
 
 }  // namespace lisp

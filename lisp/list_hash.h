@@ -9,19 +9,80 @@
 #ifndef LISP_LIST_HASH_H_
 #define LISP_LIST_HASH_H_
 
+#include <bit>
 #include <cstdint>
 
 #include "lisp/equality.h"
 #include "lisp/list.h"
+#include "lisp/symbol.h"
 
 namespace lisp {
 
-[[nodiscard]] std::uint64_t emptyListHash();
+// The secret of this process: the hash of the empty list, an odd factor, and the word of nil.
+struct HashKey {
+  std::uint64_t seed;
+  std::uint64_t factor;
+  std::uint64_t nil_word;
+};
+
+[[nodiscard]] HashKey drawHashKey();
+
+[[nodiscard]] inline const HashKey& hashKey() {
+  static const HashKey key = drawHashKey();
+  return key;
+}
+
+[[nodiscard]] inline std::uint64_t emptyListHash() { return hashKey().seed; }
+
+// Makes the digest of a run that has none, and of those that it leads to. Linear in their elements.
+void digest(Run& run);
+
+// The run of a list, with its digest.
+[[nodiscard]] inline Run& digestedRunOf(const RawValue& list) {
+  Run& run = runOf(list);
+  if (run.front == 0) [[unlikely]]
+    digest(run);
+  return run;
+}
+
+// True when the list holds a NaN at any depth.
+[[nodiscard]] inline bool listHoldsNan(const RawValue& list) {
+  return digestedRunOf(list).nan_length <= list.length;
+}
+
+// True when the value is or holds a NaN.
+[[nodiscard]] bool holdsNan(const LispValue& value);
+
+[[nodiscard]] std::uint64_t listHash(const RawValue& list);
+
+// Values that are equal have equal words. Only the words of numbers can be known outside: those of
+// all other kinds are secret, so nobody can choose a number that has the word of something else.
+[[nodiscard]] inline std::uint64_t wordOf(const LispValue& element, const HashKey& key) {
+  const RawValue& raw = element.raw();
+  switch (raw.tag) {
+    case Tag::Number:
+      return std::bit_cast<std::uint64_t>(raw.number + 0.0);  // -0.0 equals 0.0.
+    case Tag::String:
+      return ~textOf(raw).hash;
+    case Tag::Symbol:
+      return symbolOf(raw).hash;
+    case Tag::List:
+      return std::rotl(listHash(raw), 1) + raw.length;
+    default:
+      return key.nil_word;
+  }
+}
 
 // The hash of `element` in front of a list whose hash is `rest_hash`.
-[[nodiscard]] std::uint64_t extendHash(std::uint64_t rest_hash, const LispValue& element);
+[[nodiscard]] inline std::uint64_t extendHash(std::uint64_t rest_hash, const LispValue& element,
+                                              const HashKey& key = hashKey()) {
+  __extension__ using Wide = unsigned __int128;
+  const Wide product =
+      static_cast<Wide>(rest_hash ^ wordOf(element, key)) * key.factor + key.seed;
+  return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 1;
+}
 
-// The hash of the list that begins at `slot`, which must be in use.
+// The hash of the list that begins at `slot`, which must be in use, of a run with a digest.
 [[nodiscard]] inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
   if (slot == 0) return frontHash(run);
   if (run.tail_length == 0 && slot + 1 == run.full_length) {
@@ -32,9 +93,9 @@ namespace lisp {
 }
 
 // The hash of a list.
-[[nodiscard]] inline std::uint64_t listHash(const RawValue& list) {
+inline std::uint64_t listHash(const RawValue& list) {
   if (list.length == 0) return emptyListHash();
-  const Run& run = runOf(list);
+  const Run& run = digestedRunOf(list);
   return hashAt(run, run.full_length - list.length);
 }
 

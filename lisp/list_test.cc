@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/list_hash.h"
+#include "lisp/symbol.h"
 #include "testing/list_makers.h"
 #include "testing/random.h"
 #include "testing/small_stack.h"
@@ -25,14 +27,16 @@ using testing_support::textOf;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-bool holdsNan(const LispValue& value) { return listHoldsNan(value.raw()); }
-
 TEST(MakeList, TakesTheElementsOver) {
-  std::vector<LispValue> elements = {number(1), string("x")};
-  const LispValue value = LispValue::adopt(makeList(elements.data(), elements.size()));
-  EXPECT_EQ(textOf(value), "(1 \"x\")");
-  EXPECT_EQ(elements[0].kind(), ValueKind::Nil);
-  EXPECT_EQ(elements[1].kind(), ValueKind::Nil);
+  settle();
+  const std::size_t text_count = textCount();
+  std::vector<RawValue> elements = {number(1).release(), string("over").release()};
+  {
+    const LispValue value = LispValue::adopt(makeList(elements.data(), elements.size()));
+    EXPECT_EQ(textOf(value), "(1 \"over\")");
+  }
+  decomposeAll();
+  EXPECT_EQ(textCount(), text_count);
 }
 
 TEST(MakeList, OfNothingIsTheEmptyListAndNotNil) {

@@ -17,13 +17,15 @@ class PlainStack {
 
  public:
   [[nodiscard]] std::size_t size() const { return size_; }
-  [[nodiscard]] Record& operator[](std::size_t index) { return records_[index]; }
-  [[nodiscard]] Record& top() { return records_[size_ - 1]; }
+  [[nodiscard]] Record& operator[](std::size_t index) { return data()[index]; }
+  [[nodiscard]] Record& top() { return data()[size_ - 1]; }
+  // The records from the bottom up; null while there has never been one.
+  [[nodiscard]] Record* data() { return records_.get(); }
 
   void push(const Record& record) {
     if (size_ == capacity_) [[unlikely]]
       grow();
-    records_[size_++] = record;
+    data()[size_++] = record;
   }
 
   // Drops what lies above the first `size` records, of which there must be as many.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 #include "lisp/list.h"
@@ -14,18 +15,32 @@ namespace {
 
 constexpr char kEndOfFileMark = 0x1A;  // Skipped between forms, like white space.
 
-// Classes of bytes as the "C" locale has them, whatever the environment's locale.
-constexpr bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+// What a form can begin with, by its first byte. White space is what the "C" locale calls so,
+// whatever the environment's locale.
+enum class Class : std::uint8_t { Name, Number, Blank, Comment, Open, Close, Quote, String };
 
-constexpr std::array<bool, 256> makeDelimiters() {
-  std::array<bool, 256> delimiters{};
-  for (const char c : {' ', '\t', '\n', '\v', '\f', '\r', '(', ')', '\'', ';', '"'}) {
-    delimiters[static_cast<unsigned char>(c)] = true;
-  }
-  return delimiters;
+constexpr std::array<Class, 256> makeClasses() {
+  std::array<Class, 256> classes{};
+  const auto classify = [&](std::string_view bytes, Class of_these) {
+    for (const char c : bytes) classes[static_cast<unsigned char>(c)] = of_these;
+  };
+  classify("0123456789+-.", Class::Number);  // Or a name, such as 1+.
+  classify({" \t\n\v\f\r", 6}, Class::Blank);
+  classify({&kEndOfFileMark, 1}, Class::Blank);
+  classify(";", Class::Comment);
+  classify("(", Class::Open);
+  classify(")", Class::Close);
+  classify("'", Class::Quote);
+  classify("\"", Class::String);
+  return classes;
 }
 
-constexpr std::array<bool, 256> kDelimiters = makeDelimiters();  // Bytes that end an atom's token.
+constexpr std::array<Class, 256> kClasses = makeClasses();
+
+Class classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
+
+// The mark of the end of a file is part of an atom that it follows.
+bool endsAtom(char c) { return classOf(c) >= Class::Blank && c != kEndOfFileMark; }
 
 constexpr char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
@@ -43,131 +58,169 @@ constexpr char unescaped(char c) {
   }
 }
 
-const LispValue& quoteSymbol() {
-  static const auto& symbol = *new LispValue(lisp::symbol("QUOTE"));
-  return symbol;
+// The line feed that ends the comment at `at`, or `end`.
+const char* pastComment(const char* at, const char* end) {
+  const char* const line_feed = std::find(at, end, '\n');
+  countWork(static_cast<std::uint64_t>(line_feed - at));
+  return line_feed;
 }
+
+RawValue quoted(RawValue form) {
+  static Symbol* const quote = internSymbol("QUOTE");
+  ++quote->references;
+  RawValue name;
+  name.tag = Tag::Symbol;
+  name.record = quote;
+  const std::array<RawValue, 2> elements = {name, form};
+  return makeLiteral(elements.data(), elements.size());
+}
+
+constexpr std::string_view kTooDeep = "parser nesting limit exceeded";
+
+// What stands for a quote mark among the lists that are open.
+constexpr std::size_t kQuoteMark = std::numeric_limits<std::size_t>::max();
 
 }  // namespace
 
+Reader::~Reader() {
+  for (std::size_t i = 0; i < elements_.size(); ++i) release(elements_[i]);
+}
+
 void Reader::skipBlanks() {
-  while (position_ < text_.size()) {
-    const char c = text_[position_];
-    countWork();
-    if (c == ';') {
-      skipToLineFeed();
-    } else if (isSpace(c) || c == kEndOfFileMark) {
-      ++position_;
+  while (at_ != end_) {
+    if (classOf(*at_) == Class::Blank) {
+      ++at_;
+      countWork();
+    } else if (classOf(*at_) == Class::Comment) {
+      at_ = pastComment(at_, end_);
     } else {
       return;
     }
   }
 }
 
-void Reader::skipToLineFeed() {
-  const std::size_t line_feed = text_.find('\n', position_);
-  countWork(std::min(line_feed, text_.size()) - position_);
-  position_ = line_feed == std::string_view::npos ? text_.size() : line_feed;
-}
-
 std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
-  while (true) {
-    LispValue form;
-    const Step step = beginForm(depth + open_forms_.size(), form);
-    if (step == Step::Failed) return std::nullopt;
-    if (step == Step::Opened) continue;
-    if (!placeForm(form)) return form;
-  }
-}
-
-// One form, or the beginning of one, at the level `depth`; or the end of the list that is open.
-Reader::Step Reader::beginForm(std::size_t depth, LispValue& form) {
-  const bool in_list = !open_forms_.empty() && !open_forms_.back().is_quote;
-  if (in_list) {
-    // Between elements the list looks for its end first, at its own level.
-    skipBlanks();
-    if (atEnd()) return fail("unterminated list");
-    if (text_[position_] == ')') {
-      ++position_;
-      const std::size_t first = open_forms_.back().first_element;
-      form = LispValue::adopt(makeList(elements_.data() + first, elements_.size() - first));
-      elements_.resize(first);
-      open_forms_.pop_back();
-      return Step::Completed;
+  // For each list that is open, the place of its first element among elements_.
+  std::array<std::size_t, kNestingMax + 1> open_forms;
+  std::size_t open_count = 0;
+  const auto inList = [&] { return open_count > 0 && open_forms[open_count - 1] != kQuoteMark; };
+  const auto isTooDeep = [&] { return depth + open_count > kNestingMax; };
+  for (const char* at = at_;;) {
+    // Between elements a list looks for its end first, at its own level.
+    if (at == end_) {
+      if (inList()) return fail("unterminated list");
+      return fail(isTooDeep() ? kTooDeep : "unexpected end of input");
     }
-  }
-  if (depth > kNestingMax) return fail("parser nesting limit exceeded");
-  if (!in_list) skipBlanks();
-  if (atEnd()) return fail("unexpected end of input");
-  switch (text_[position_]) {
-    case '(':
-      ++position_;
-      open_forms_.push_back({false, elements_.size()});
-      return Step::Opened;
-    case '\'':
-      ++position_;
-      open_forms_.push_back({true, 0});
-      return Step::Opened;
-    case ')':
-      return fail("unexpected ')'");
-    case '"':
-      ++position_;
-      return readString(form);
-    default:
-      form = readAtom();
-      return Step::Completed;
+    RawValue form;
+    switch (classOf(*at)) {
+      case Class::Blank:
+        ++at;
+        countWork();
+        continue;
+      case Class::Comment:
+        at = pastComment(at, end_);
+        continue;
+      case Class::Open:
+      case Class::Quote:
+        if (isTooDeep()) return fail(kTooDeep);
+        open_forms[open_count++] = *at == '(' ? elements_.size() : kQuoteMark;
+        ++at;
+        continue;
+      case Class::Close: {
+        if (!inList()) return fail(isTooDeep() ? kTooDeep : "unexpected ')'");
+        ++at;
+        const std::size_t first = open_forms[--open_count];
+        form = makeLiteral(elements_.data() + first, elements_.size() - first);
+        elements_.truncate(first);
+        break;
+      }
+      case Class::String:
+        if (isTooDeep()) return fail(kTooDeep);
+        at = readString(at + 1, form);
+        if (at == nullptr) return fail("unterminated string");
+        break;
+      case Class::Number:
+        if (isTooDeep()) return fail(kTooDeep);
+        at = readNumberOrName(at, form);
+        break;
+      case Class::Name:
+        if (isTooDeep()) return fail(kTooDeep);
+        at = readName(at, form);
+        break;
+    }
+    for (; open_count > 0 && open_forms[open_count - 1] == kQuoteMark; --open_count) {
+      form = quoted(form);
+    }
+    if (open_count == 0) {
+      at_ = at;
+      return LispValue::adopt(form);
+    }
+    elements_.push(form);
   }
 }
 
-bool Reader::placeForm(LispValue& form) {
-  while (!open_forms_.empty() && open_forms_.back().is_quote) {
-    std::array<LispValue, 2> quoted = {quoteSymbol(), std::move(form)};
-    form = LispValue::adopt(makeList(quoted.data(), quoted.size()));
-    open_forms_.pop_back();
-  }
-  if (open_forms_.empty()) return false;
-  elements_.push_back(std::move(form));
-  return true;
-}
-
-Reader::Step Reader::readString(LispValue& form) {
+const char* Reader::readString(const char* at, RawValue& form) {
+  form.tag = Tag::String;
+  const char* piece = at;  // What is not in scratch_ yet.
   scratch_.clear();
-  while (true) {
-    const std::size_t stop = text_.find_first_of("\"\\", position_);
-    if (stop == std::string_view::npos) break;
-    countWork(stop - position_ + 1);
-    scratch_.append(text_, position_, stop - position_);
-    position_ = stop + 1;
-    if (text_[stop] == '"') {
-      form = string(scratch_);
-      return Step::Completed;
+  for (; at != end_; ++at) {
+    if (*at == '"') {
+      countWork(scratch_.size() + static_cast<std::size_t>(at - piece) + 1);
+      form.record = internText(scratch_.empty() ? std::string_view(piece, at)
+                                                : std::string_view(scratch_.append(piece, at)));
+      return at + 1;
     }
-    if (position_ == text_.size()) break;
-    scratch_.push_back(unescaped(text_[position_++]));
+    if (*at != '\\') continue;
+    scratch_.append(piece, at);
+    if (++at == end_) break;
+    scratch_.push_back(unescaped(*at));
+    piece = at + 1;
   }
-  return fail("unterminated string");
+  return nullptr;
 }
 
-// An atom's token has at least one byte: its first byte is neither blank nor delimiter.
-LispValue Reader::readAtom() {
-  const std::size_t begin = position_;
-  while (position_ < text_.size() && !kDelimiters[static_cast<unsigned char>(text_[position_])]) {
-    ++position_;
+const char* Reader::readNumberOrName(const char* at, RawValue& form) {
+  form.tag = Tag::Number;
+  const char* const short_end = readShortDecimal(at, end_, form.number);
+  if (short_end != nullptr && (short_end == end_ || endsAtom(*short_end))) {
+    countWork(static_cast<std::uint64_t>(short_end - at));
+    return short_end;
   }
-  const std::string_view token = text_.substr(begin, position_ - begin);
-  countWork(token.size());
-  if (const std::optional<double> value = parseNumber(token)) return number(*value);
-  scratch_.assign(token);
-  for (char& c : scratch_) c = upperCase(c);
-  if (scratch_ == "NIL") return nil();
-  return symbol(scratch_);
+  const char* const end = std::find_if(at, end_, endsAtom);
+  countWork(static_cast<std::uint64_t>(end - at));
+  const std::optional<double> value = parseNumber({at, end});
+  if (!value) return readName(at, form);
+  form.number = *value;
+  return end;
 }
 
-Reader::Step Reader::fail(std::string_view message) {
+const char* Reader::readName(const char* at, RawValue& form) {
+  constexpr std::size_t kPieceSize = 32;
+  std::array<char, kPieceSize> piece;  // What is not in scratch_ yet; almost always all of it.
+  std::size_t size = 0;
+  scratch_.clear();
+  for (; at != end_ && !endsAtom(*at); ++at) {
+    if (size == kPieceSize) {
+      scratch_.append(piece.data(), size);
+      size = 0;
+    }
+    piece[size++] = upperCase(*at);
+  }
+  std::string_view name(piece.data(), size);
+  if (!scratch_.empty()) name = scratch_.append(name);
+  countWork(name.size());
+  if (name == "NIL") {
+    form = RawValue();
+  } else {
+    form.tag = Tag::Symbol;
+    form.record = internSymbol(name);
+  }
+  return at;
+}
+
+std::optional<LispValue> Reader::fail(std::string_view message) {
   error_ = message;
-  open_forms_.clear();
-  elements_.clear();
-  return Step::Failed;
+  return std::nullopt;
 }
 
 std::optional<LispValue> parseProgram(std::string_view text, std::string* error_out) {

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lisp/plain_stack.h"
 #include "lisp/value.h"
 
 namespace lisp {
@@ -23,11 +24,14 @@ inline constexpr std::uint32_t kNestingMax = 512;
 // The state of one read over `text`, which is borrowed and may hold any bytes.
 class Reader {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  explicit Reader(std::string_view text) : at_(text.data()), end_(text.data() + text.size()) {}
+  ~Reader();
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
 
   // Advances past white space, bytes 0x1A and comments.
   void skipBlanks();
-  [[nodiscard]] bool atEnd() const { return position_ == text_.size(); }
+  [[nodiscard]] bool atEnd() const { return at_ == end_; }
 
   // Reads one form at `depth` and advances past it. On failure returns nothing, and error() says
   // why; the first failure ends the read.
@@ -35,28 +39,16 @@ class Reader {
   [[nodiscard]] const std::string& error() const { return error_; }
 
  private:
-  // A form that is being read around the current one: a list, or a quote mark and its operand.
-  struct OpenForm {
-    bool is_quote;
-    std::size_t first_element;  // Of the list, in elements_.
-  };
+  std::optional<LispValue> fail(std::string_view message);
+  // Read what begins at `at` and return where it ends; null for a string that does not.
+  const char* readString(const char* at, RawValue& form);
+  const char* readNumberOrName(const char* at, RawValue& form);
+  const char* readName(const char* at, RawValue& form);
 
-  // What one step of readForm came to.
-  enum class Step : std::uint8_t { Opened, Completed, Failed };
-
-  Step beginForm(std::size_t depth, LispValue& form);
-  // Puts a completed form into the forms around it; true while a form around it stays open.
-  bool placeForm(LispValue& form);
-  void skipToLineFeed();
-  Step readString(LispValue& form);
-  LispValue readAtom();
-  Step fail(std::string_view message);
-
-  std::string_view text_;
-  std::size_t position_ = 0;
+  const char* at_;
+  const char* const end_;
   std::string error_;
-  std::vector<OpenForm> open_forms_;
-  std::vector<LispValue> elements_;  // Of all open lists, outermost first.
+  PlainStack<RawValue> elements_;  // Of all open lists, outermost first; holds them.
   std::string scratch_;
 };
 

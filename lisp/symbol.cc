@@ -11,11 +11,6 @@
 namespace lisp {
 namespace {
 
-std::uint64_t hashPoint() {
-  static const std::uint64_t point = drawHashPoint();
-  return point;
-}
-
 // A hash table of records, chained, with a power of two of buckets and at most one record a bucket
 // on average. It refers to its records without holding them: a record leaves as it is retired.
 template <typename Record>
@@ -24,7 +19,7 @@ class InternTable {
   InternTable() : buckets_(kBucketsMin) {}
 
   Record* intern(std::string_view bytes) {
-    const std::uint64_t hash = keyedHash(bytes, hashPoint());
+    const std::uint64_t hash = keyedHash(bytes, point_);
     countWork(bytes.size());
     for (Record* record = buckets_[indexOf(hash)]; record != nullptr; record = record->next) {
       countWork();
@@ -81,6 +76,7 @@ class InternTable {
     }
   }
 
+  const std::uint64_t point_ = drawHashPoint();
   std::vector<Record*> buckets_;
   std::size_t size_ = 0;
 };

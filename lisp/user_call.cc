@@ -29,7 +29,7 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
   const std::size_t log_begin = log_.size();
   const std::size_t first_argument = arguments_.size();
   // 3. Arguments, in the caller's bindings.
-  if (!prepareArguments(function, items, depth)) [[unlikely]] {
+  if (!pushArguments(items, depth)) [[unlikely]] {
     releaseFunction(&function);
     return Result::failure();
   }
@@ -58,20 +58,6 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
   if (--function.references == 0) [[unlikely]]
     retireFunction(&function);
   return result;
-}
-
-// Evaluates the arguments, for bindArguments. Returns false at the first failure.
-[[gnu::always_inline]] inline bool Interpreter::prepareArguments(const UserFunction& function,
-                                                                 const Run& items,
-                                                                 std::uint32_t depth) {
-  const LispValue* item = items.slots();
-  for (std::size_t count = function.params().size(); count > 0; --count) {
-    const Result value = evaluateHere(*++item, depth);
-    if (value.failed()) [[unlikely]]
-      return false;
-    arguments_.push(value.raw);
-  }
-  return true;
 }
 
 [[gnu::always_inline]] inline Result Interpreter::evaluateBody(const UserFunction& function,

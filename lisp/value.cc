@@ -6,6 +6,7 @@
 
 #include "lisp/equality.h"
 #include "lisp/list.h"
+#include "lisp/list_hash.h"
 #include "lisp/symbol.h"
 
 namespace lisp {
@@ -69,8 +70,10 @@ LispValue string(std::string_view text) { return adoptRecord(Tag::String, intern
 LispValue symbol(std::string_view name) { return adoptRecord(Tag::Symbol, internSymbol(name)); }
 
 LispValue list(std::span<const LispValue> elements) {
-  std::vector<LispValue> copies(elements.begin(), elements.end());
-  return LispValue::adopt(makeList(copies.data(), copies.size()));
+  std::vector<RawValue> holds;
+  holds.reserve(elements.size());
+  for (const LispValue& element : elements) holds.push_back(LispValue(element).release());
+  return LispValue::adopt(makeList(holds.data(), holds.size()));
 }
 
 LispValue list(std::initializer_list<LispValue> elements) {
