@@ -22,9 +22,9 @@ struct [[nodiscard]] Result {
 
   Result(const RawValue& value) : raw(value) {}        // NOLINT(google-explicit-constructor)
   Result(LispValue&& value) : raw(value.release()) {}  // NOLINT(google-explicit-constructor)
-  [[nodiscard]] static Result failure() { return {RawValue{Tag::Failed, 0, {}}}; }
+  [[nodiscard]] static Result failure() { return {RawValue::of(Tag::Failed)}; }
 
-  [[nodiscard]] bool failed() const { return raw.tag == Tag::Failed; }
+  [[nodiscard]] bool failed() const { return raw.tag() == Tag::Failed; }
 };
 
 // One call of a builtin. Borrowed for the call.

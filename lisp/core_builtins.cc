@@ -91,7 +91,7 @@ Result makeListOfArguments(Interpreter& /*interpreter*/, const BuiltinCall& call
 // The only list in a call of CAR or CDR that has a first element; null for every other call.
 const LispValue* nonEmptyList(ArgumentSpan arguments) {
   if (arguments.size() != 1 || arguments[0].kind() != ValueKind::List) return nullptr;
-  return arguments[0].raw().length == 0 ? nullptr : &arguments[0];
+  return arguments[0].raw().length() == 0 ? nullptr : &arguments[0];
 }
 
 Result car(Interpreter& /*interpreter*/, const BuiltinCall& call) {
@@ -115,7 +115,7 @@ Result length(Interpreter& interpreter, const BuiltinCall& call) {
   if (call.arguments.size() != 1 || call.arguments[0].kind() != ValueKind::List) {
     return interpreter.fail("length expects list");
   }
-  return number(static_cast<double>(call.arguments[0].raw().length));
+  return number(static_cast<double>(call.arguments[0].raw().length()));
 }
 
 // EQ and EQUAL: both structural.
@@ -167,9 +167,9 @@ constexpr std::array kCoreBuiltins = {
 }  // namespace
 
 RawValue construct(RawValue first, RawValue rest) {
-  if (rest.tag == Tag::List) return prepend(first, rest);
+  if (rest.tag() == Tag::List) return prepend(first, rest);
   const std::array<RawValue, 2> elements = {first, rest};
-  return makeList(elements.data(), rest.tag == Tag::Nil ? 1 : 2);
+  return makeList(elements.data(), rest.tag() == Tag::Nil ? 1 : 2);
 }
 
 std::span<const Builtin> coreBuiltins() { return kCoreBuiltins; }

@@ -22,7 +22,7 @@ struct EnvironmentNode;
 
 // What an Environment knows of one name. Borrowed from the version that was asked.
 struct Binding {
-  RawValue value{Tag::Unbound, 0, {}};  // Unbound when the name is only a function.
+  RawValue value = RawValue::of(Tag::Unbound);  // Unbound when the name is only a function.
   UserFunction* function = nullptr;     // Null when the name is only a variable.
 };
 

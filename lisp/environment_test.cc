@@ -29,7 +29,7 @@ void set(Environment& environment, const LispValue& name, const LispValue& value
 // The value's text, or "unbound".
 std::string found(const Environment& environment, const LispValue& name) {
   const RawValue& raw = environment.find(recordOf(name)).value;
-  return raw.tag == Tag::Unbound ? "unbound" : textOf(LispValue::share(raw));
+  return raw.tag() == Tag::Unbound ? "unbound" : textOf(LispValue::share(raw));
 }
 
 TEST(Environment, BeginsWithoutBindings) {
@@ -97,12 +97,12 @@ TEST(Environment, KeepsFunctionsBesideValues) {
   const LispValue form = testing_support::read("(DEFUN F () 1)");
   auto* const function = new UserFunction(form);
   Environment environment;
-  environment.set(recordOf(name), {RawValue{Tag::Unbound, 0, {}}, function});
+  environment.set(recordOf(name), {RawValue::of(Tag::Unbound), function});
   EXPECT_EQ(function->references, 2u);
   EXPECT_EQ(found(environment, name), "unbound");
   EXPECT_EQ(environment.find(recordOf(name)).function, function);
   const Environment copy = environment;
-  environment.set(recordOf(name), {RawValue{Tag::Number, 0, {}}, nullptr});
+  environment.set(recordOf(name), {RawValue::ofNumber(0), nullptr});
   EXPECT_EQ(environment.find(recordOf(name)).function, nullptr);
   EXPECT_EQ(copy.find(recordOf(name)).function, function);
   releaseFunction(function);

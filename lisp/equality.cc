@@ -109,7 +109,7 @@ class Comparison {
   }
 
   bool run(const RawValue& a, const RawValue& b) {
-    if (!meet(runOf(a), runOf(b), a.length)) return true;
+    if (!meet(runOf(a), runOf(b), a.length())) return true;
     while (!pairs_.empty()) {
       const Pair pair = pairs_.back();
       pairs_.pop_back();
@@ -194,12 +194,12 @@ class Comparison {
   // False when two elements differ; lists that are not known to be equal are left for later.
   bool elementsMayEqual(const RawValue& a, const RawValue& b) {
     countDeferred();
-    if (a.tag != b.tag) return false;
-    if (a.tag == Tag::Nil) return true;
-    if (a.tag == Tag::Number) return a.number == b.number;
-    if (a.tag != Tag::List) return a.record == b.record;
-    if (a.length != b.length || listHash(a) != listHash(b)) return false;
-    if (a.length != 0) static_cast<void>(meet(runOf(a), runOf(b), a.length));
+    if (a.tag() != b.tag()) return false;
+    if (a.tag() == Tag::Nil) return true;
+    if (a.tag() == Tag::Number) return a.number == b.number;
+    if (a.tag() != Tag::List) return a.record == b.record;
+    if (a.length() != b.length() || listHash(a) != listHash(b)) return false;
+    if (a.length() != 0) static_cast<void>(meet(runOf(a), runOf(b), a.length()));
     return true;
   }
 
@@ -213,23 +213,23 @@ constexpr std::uint32_t kShortLength = 8;
 enum class Verdict : std::uint8_t { Equal, Different, Unclear };
 
 Verdict compareShort(const RawValue& a, const RawValue& b) {
-  if (a.length > kShortLength) return Verdict::Unclear;
+  if (a.length() > kShortLength) return Verdict::Unclear;
   const Run* run_a = &runOf(a);
   const Run* run_b = &runOf(b);
   Verdict verdict = Verdict::Equal;
-  for (std::uint32_t remaining = a.length; remaining > 0; --remaining) {
+  for (std::uint32_t remaining = a.length(); remaining > 0; --remaining) {
     countWork();
     if (remaining <= run_a->tail_length) run_a = linkOf(*run_a).tail;
     if (remaining <= run_b->tail_length) run_b = linkOf(*run_b).tail;
     const RawValue& x = run_a->own(remaining).raw();
     const RawValue& y = run_b->own(remaining).raw();
-    if (x.tag != y.tag) return Verdict::Different;
-    if (x.tag == Tag::Number) {
+    if (x.tag() != y.tag()) return Verdict::Different;
+    if (x.tag() == Tag::Number) {
       if (x.number != y.number) return Verdict::Different;
-    } else if (x.tag == Tag::List) {
-      if (x.length != y.length) return Verdict::Different;
-      if (x.length != 0 && x.record != y.record) verdict = Verdict::Unclear;
-    } else if (x.tag != Tag::Nil && x.record != y.record) {
+    } else if (x.tag() == Tag::List) {
+      if (x.length() != y.length()) return Verdict::Different;
+      if (x.length() != 0 && x.record != y.record) verdict = Verdict::Unclear;
+    } else if (x.tag() != Tag::Nil && x.record != y.record) {
       return Verdict::Different;
     }
   }
@@ -239,8 +239,8 @@ Verdict compareShort(const RawValue& a, const RawValue& b) {
 }  // namespace
 
 bool listsEqual(const RawValue& a, const RawValue& b) {
-  assert(a.length == b.length);
-  if (a.length == 0 || a.record == b.record) return true;
+  assert(a.length() == b.length());
+  if (a.length() == 0 || a.record == b.record) return true;
   if (listHash(a) != listHash(b)) return false;
   const Verdict verdict = compareShort(a, b);
   if (verdict != Verdict::Unclear) return verdict == Verdict::Equal;

@@ -16,25 +16,25 @@ namespace lisp {
   if (depth > depth_limit_) [[unlikely]]
     return failDepth();
   const RawValue& raw = form.raw();
-  if (raw.tag == Tag::List) {
+  if (raw.tag() == Tag::List) {
     const Run& items = runOf(raw);
     if (items.full_length == 0) [[unlikely]]
       return nil();
     const RawValue& head = items.slots()[0].raw();
-    if (head.tag != Tag::Symbol) [[unlikely]]
+    if (head.tag() != Tag::Symbol) [[unlikely]]
       return fail("first list item must be a function symbol");
     Symbol& name = symbolOf(head);
     return name.handler(*this, name, items, depth + 1);
   }
-  if (raw.tag == Tag::Symbol) {
+  if (raw.tag() == Tag::Symbol) {
     Symbol& symbol = symbolOf(raw);
-    if (symbol.value.tag > Tag::List || symbol.owner < late_frame_) [[unlikely]] {
+    if (symbol.value.tag() > Tag::List || symbol.owner < late_frame_) [[unlikely]] {
       return evaluateSymbolSlowly(symbol);
     }
     retain(symbol.value);
     return symbol.value;
   }
-  if (raw.tag > Tag::List) [[unlikely]]
+  if (raw.tag() > Tag::List) [[unlikely]]
     return fail("invalid list");
   retain(raw);
   return raw;
@@ -44,10 +44,10 @@ namespace lisp {
 // null for any other form. Whoever uses it counts the step.
 [[gnu::always_inline]] inline const RawValue* Interpreter::peek(const LispValue& form) const {
   const RawValue& raw = form.raw();
-  if (raw.tag <= Tag::String) return &raw;
-  if (raw.tag != Tag::Symbol) return nullptr;
+  if (raw.tag() <= Tag::String) return &raw;
+  if (raw.tag() != Tag::Symbol) return nullptr;
   const Symbol& symbol = symbolOf(raw);
-  if (symbol.value.tag > Tag::List || symbol.owner < late_frame_) return nullptr;
+  if (symbol.value.tag() > Tag::List || symbol.owner < late_frame_) return nullptr;
   return &symbol.value;
 }
 
@@ -62,7 +62,7 @@ namespace lisp {
 
 // Makes `value` the value of the binding in force; takes over the hold.
 [[gnu::always_inline]] inline void Interpreter::assign(Symbol& symbol, RawValue value) {
-  if (symbol.owner == frame_ && symbol.value.tag <= Tag::List && pending_snapshot_ == 0) {
+  if (symbol.owner == frame_ && symbol.value.tag() <= Tag::List && pending_snapshot_ == 0) {
     // A binding of this call, or at top level a global that has been loaded.
     if (frame_ == 0) symbol.changed = true;
     replace(symbol.value, value);

@@ -15,21 +15,10 @@
 namespace lisp {
 namespace {
 
-inline Result makeNumber(double value) {
-  RawValue raw;
-  raw.tag = Tag::Number;
-  raw.number = value;
-  return raw;
-}
-
 inline Result makeTruth(bool holds) {
-  RawValue raw;
-  if (holds) {
-    raw.tag = Tag::Symbol;
-    raw.record = kTruthSymbol;
-    ++kTruthSymbol->references;
-  }
-  return raw;
+  if (!holds) return RawValue();
+  ++kTruthSymbol->references;
+  return RawValue::of(Tag::Symbol, kTruthSymbol);
 }
 
 // Whether applyNumeric may be called: a refused divisor is left to the builtin, which knows the
@@ -44,13 +33,13 @@ template <Operation operation>
 Result applyNumeric(double a, double b) {
   switch (operation) {
     case Operation::Add:
-      return makeNumber(sum(0.0 + a, b));
+      return RawValue::ofNumber(sum(0.0 + a, b));
     case Operation::Subtract:
-      return makeNumber(difference(a, b));
+      return RawValue::ofNumber(difference(a, b));
     case Operation::Multiply:
-      return makeNumber(product(a, b));
+      return RawValue::ofNumber(product(a, b));
     case Operation::Divide:
-      return makeNumber(quotient(a, b));
+      return RawValue::ofNumber(quotient(a, b));
     case Operation::NumberEqual:
       return makeTruth(a == b);
     case Operation::NumberNotEqual:
@@ -71,9 +60,9 @@ Result applyNumeric(double a, double b) {
 template <Operation operation>
 bool isApplicable(const RawValue& argument) {
   if (operation == Operation::Car || operation == Operation::Cdr) {
-    return argument.tag == Tag::List && argument.length != 0;
+    return argument.tag() == Tag::List && argument.length() != 0;
   }
-  return argument.tag == Tag::Number;
+  return argument.tag() == Tag::Number;
 }
 
 // What a builtin of one argument yields.
@@ -81,11 +70,11 @@ template <Operation operation>
 Result applyUnary(const RawValue& argument) {
   switch (operation) {
     case Operation::Increment:
-      return makeNumber(argument.number + 1.0);
+      return RawValue::ofNumber(argument.number + 1.0);
     case Operation::Decrement:
-      return makeNumber(argument.number - 1.0);
+      return RawValue::ofNumber(argument.number - 1.0);
     case Operation::Car:
-      return LispValue(runOf(argument).own(argument.length));
+      return LispValue(runOf(argument).own(argument.length()));
     default:
       static_assert(operation <= Operation::Cdr);
       return dropFirst(LispValue::share(argument).release());
@@ -188,7 +177,7 @@ Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t de
   if (items.full_length == 3) {
     const RawValue* const a = peek(items.slots()[1]);
     const RawValue* const b = peek(items.slots()[2]);
-    if (a != nullptr && b != nullptr && a->tag == Tag::Number && b->tag == Tag::Number &&
+    if (a != nullptr && b != nullptr && a->tag() == Tag::Number && b->tag() == Tag::Number &&
         isApplicable<operation>(b->number) && countSteps(2, depth)) {
       return applyNumeric<operation>(a->number, b->number);
     }
@@ -203,7 +192,7 @@ Result Interpreter::callNumericOfForms(Symbol& name, const Run& items, std::uint
   RawValue a;
   RawValue b;
   if (!evaluatePair(items, depth, a, b)) return Result::failure();
-  if (a.tag == Tag::Number && b.tag == Tag::Number && isApplicable<operation>(b.number)) {
+  if (a.tag() == Tag::Number && b.tag() == Tag::Number && isApplicable<operation>(b.number)) {
     return applyNumeric<operation>(a.number, b.number);
   }
   return callPair(name, a, b, items, depth);

@@ -76,15 +76,15 @@ EvalOutcome Interpreter::takeFailure() {
 
 const RawValue* Interpreter::lookupVariable(Symbol& symbol) {
   if (symbol.owner < late_frame_) bindLate(symbol);
-  if (symbol.value.tag == Tag::NotLoaded) load(symbol);
-  return symbol.value.tag == Tag::Unbound ? nullptr : &symbol.value;
+  if (symbol.value.tag() == Tag::NotLoaded) load(symbol);
+  return symbol.value.tag() == Tag::Unbound ? nullptr : &symbol.value;
 }
 
 // Everything that assign does not do at once; takes over the hold on `value`.
 void Interpreter::assignSlowly(Symbol& symbol, RawValue value) {
   if (symbol.owner < late_frame_) bindLate(symbol);
   if (symbol.owner == kGlobalOwner) {
-    if (symbol.value.tag == Tag::NotLoaded) load(symbol);
+    if (symbol.value.tag() == Tag::NotLoaded) load(symbol);
     symbol.changed = true;
     replace(symbol.value, value);
   } else if (pending_snapshot_ != 0 && symbol.owner != kTruthOwner) {
@@ -140,7 +140,7 @@ void Interpreter::commit(Environment& target) {
     countWork();
     if (!symbol->changed) continue;
     Binding binding = target.find(*symbol);
-    if (symbol->value.tag != Tag::NotLoaded) binding.value = symbol->value;
+    if (symbol->value.tag() != Tag::NotLoaded) binding.value = symbol->value;
     if (symbol->function != nullptr) binding.function = symbol->function;
     target.set(*symbol, binding);
   }
@@ -149,7 +149,7 @@ void Interpreter::commit(Environment& target) {
 void Interpreter::putAtRest(Symbol& symbol) {
   countWork();
   if (symbol.owner != kTruthOwner) {
-    replace(symbol.value, RawValue{Tag::NotLoaded, 0, {}});
+    replace(symbol.value, RawValue::of(Tag::NotLoaded));
   }
   releaseFunction(std::exchange(symbol.function, nullptr));
   if (symbol.base_operation > Operation::Null) symbol.handler = handlerOf(Operation::Unresolved);

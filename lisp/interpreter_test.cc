@@ -60,9 +60,7 @@ TEST(Evaluate, RequiresASymbolAtTheHead) {
 }
 
 TEST(Evaluate, RefusesATagThatIsNoKind) {
-  RawValue raw;
-  raw.tag = Tag::Failed;
-  const LispValue broken = LispValue::adopt(raw);
+  const LispValue broken = LispValue::adopt(RawValue::of(Tag::Failed));
   const Environment environment;
   Interpreter interpreter(environment, nullptr, nullptr);
   interpreter.start({});

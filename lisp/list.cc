@@ -70,12 +70,12 @@ constexpr std::uint32_t kLeafLengthMax = 16;
 
 // True when `element` leads to no run but perhaps a flat one of atoms, such as a point.
 bool leadsToNoList(const RawValue& element) {
-  if (element.tag != Tag::List || element.length == 0) return true;
+  if (element.tag() != Tag::List || element.length() == 0) return true;
   const Run& run = runOf(element);
   if (run.tail_length != 0 || run.full_length > kLeafLengthMax) return false;
   // The whole run: it holds the elements before those in view, too.
   return std::none_of(run.slots(), run.slots() + run.full_length, [](const LispValue& value) {
-    return value.raw().tag == Tag::List && value.raw().length != 0;
+    return value.raw().tag() == Tag::List && value.raw().length() != 0;
   });
 }
 
@@ -109,9 +109,7 @@ const Run& findRun(const Run& run, std::uint32_t remaining) {
 }
 
 RawValue emptyList() {
-  RawValue raw;
-  raw.tag = Tag::List;
-  raw.record = &emptyRun();
+  const RawValue raw = RawValue::ofList(emptyRun(), 0);
   retain(raw);
   return raw;
 }
@@ -122,24 +120,20 @@ RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
   run->front = 0;
   std::memcpy(static_cast<void*>(run->slots()), elements, count * sizeof(RawValue));
-  RawValue raw;
-  raw.tag = Tag::List;
-  raw.length = static_cast<std::uint32_t>(count);
-  raw.record = run;
-  return raw;
+  return RawValue::ofList(*run, run->full_length);
 }
 
 RawValue makeList(const RawValue* elements, std::size_t count) {
   const RawValue list = makeLiteral(elements, count);
   const bool holds_lists = std::any_of(elements, elements + count, [](const RawValue& element) {
-    return element.tag == Tag::List;
+    return element.tag() == Tag::List;
   });
   if (holds_lists) digest(runOf(list));
   return list;
 }
 
 RawValue prepend(RawValue element, RawValue list) {
-  if (list.length == 0) {
+  if (list.length() == 0) {
     release(list);
     return makeList(&element, 1);
   }
@@ -147,49 +141,45 @@ RawValue prepend(RawValue element, RawValue list) {
   countWork();
   Run* run = &runOf(list);
   const std::uint64_t hash = extendHash(listHash(list), value);
-  const std::uint32_t length = list.length + 1;
+  const std::uint32_t length = list.length() + 1;
   // An element that leads back to this run must not stand in it: the run would hold itself for
   // ever.
   const bool may_share = leadsToNoList(element);
   const bool has_room = may_share && run->tail_length != 0 &&
-                        linkOf(*run).front_length == list.length && list.length < run->full_length;
+                        linkOf(*run).front_length == list.length() && list.length() < run->full_length;
   if (!has_room) {
     Run& tail = *run;
     const std::uint32_t capacity =
-        may_share ? std::min(kLinkedCapacityMax, 2 * (list.length - tail.tail_length)) : 1;
+        may_share ? std::min(kLinkedCapacityMax, 2 * (list.length() - tail.tail_length)) : 1;
     run = allocateLinked(capacity);
-    run->tail_length = list.length;
-    run->full_length = list.length + capacity;
+    run->tail_length = list.length();
+    run->full_length = list.length() + capacity;
     if (listHoldsNan(list)) run->nan_length = tail.nan_length;
     linkTo(*run, tail);
-    list.record = run;
   }
   linkOf(*run).front_length = length;
   if (run->nan_length == kNoNan && holdsNan(value)) run->nan_length = length;
   const std::uint32_t slot = run->full_length - length;
   (slot == 0 ? frontHash(*run) : run->hashes()[slot - 1]) = hash;
   new (run->slots() + slot) LispValue(std::move(value));
-  list.length = length;
-  return list;
+  return RawValue::ofList(*run, length);
 }
 
 RawValue dropFirst(RawValue list) {
-  const std::uint32_t length = list.length - 1;
+  const std::uint32_t length = list.length() - 1;
   Run& run = runOf(list);
   if (length == 0) {
     release(list);
     return emptyList();
   }
   if (length == run.tail_length) {
-    RawValue rest = list;
-    rest.record = linkOf(run).tail;
-    rest.length = length;
+    const RawValue rest = RawValue::ofList(*linkOf(run).tail, length);
     retain(rest);
     release(list);
     return rest;
   }
   const LispValue& element = run.own(length);
-  if (length == 1 && element.raw().tag == Tag::List && element.raw().length != 0) {
+  if (length == 1 && element.raw().tag() == Tag::List && element.raw().length() != 0) {
     // The hash of this list would be made from its element's whenever it is asked for, and so, if
     // that is such a list too, from all that nest in it. In a run of its own it is kept.
     LispValue last = element;
@@ -197,8 +187,7 @@ RawValue dropFirst(RawValue list) {
     const RawValue raw = last.release();
     return makeList(&raw, 1);
   }
-  list.length = length;
-  return list;
+  return RawValue::ofList(run, length);
 }
 
 void bury(Run& run) {

@@ -15,7 +15,7 @@ bool isReady(const Run& run, PlainStack<Run*>& waiting) {
   const std::size_t waiting_count = waiting.size();
   for (std::uint32_t i = 0; i < run.full_length; ++i) {
     const RawValue& element = run.slots()[i].raw();
-    if (element.tag == Tag::List && runOf(element).front == 0) waiting.push(&runOf(element));
+    if (element.tag() == Tag::List && runOf(element).front == 0) waiting.push(&runOf(element));
   }
   countDeferred(run.full_length);
   return waiting.size() == waiting_count;
@@ -42,8 +42,8 @@ HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawH
 
 bool holdsNan(const LispValue& value) {
   const RawValue& raw = value.raw();
-  if (raw.tag == Tag::Number) return std::isnan(raw.number);
-  return raw.tag == Tag::List && listHoldsNan(raw);
+  if (raw.tag() == Tag::Number) return std::isnan(raw.number);
+  return raw.tag() == Tag::List && listHoldsNan(raw);
 }
 
 void digest(Run& run) {

@@ -47,7 +47,7 @@ void digest(Run& run);
 
 // True when the list holds a NaN at any depth.
 [[nodiscard]] inline bool listHoldsNan(const RawValue& list) {
-  return digestedRunOf(list).nan_length <= list.length;
+  return digestedRunOf(list).nan_length <= list.length();
 }
 
 // True when the value is or holds a NaN.
@@ -59,7 +59,7 @@ void digest(Run& run);
 // all other kinds are secret, so nobody can choose a number that has the word of something else.
 [[nodiscard]] inline std::uint64_t wordOf(const LispValue& element, const HashKey& key) {
   const RawValue& raw = element.raw();
-  switch (raw.tag) {
+  switch (raw.tag()) {
     case Tag::Number:
       return std::bit_cast<std::uint64_t>(raw.number + 0.0);  // -0.0 equals 0.0.
     case Tag::String:
@@ -67,7 +67,7 @@ void digest(Run& run);
     case Tag::Symbol:
       return symbolOf(raw).hash;
     case Tag::List:
-      return std::rotl(listHash(raw), 1) + raw.length;
+      return std::rotl(listHash(raw), 1) + raw.length();
     default:
       return key.nil_word;
   }
@@ -94,9 +94,9 @@ void digest(Run& run);
 
 // The hash of a list.
 inline std::uint64_t listHash(const RawValue& list) {
-  if (list.length == 0) return emptyListHash();
+  if (list.length() == 0) return emptyListHash();
   const Run& run = digestedRunOf(list);
-  return hashAt(run, run.full_length - list.length);
+  return hashAt(run, run.full_length - list.length());
 }
 
 }  // namespace lisp

@@ -58,20 +58,10 @@ constexpr char unescaped(char c) {
   }
 }
 
-// The line feed that ends the comment at `at`, or `end`.
-const char* pastComment(const char* at, const char* end) {
-  const char* const line_feed = std::find(at, end, '\n');
-  countWork(static_cast<std::uint64_t>(line_feed - at));
-  return line_feed;
-}
-
 RawValue quoted(RawValue form) {
   static Symbol* const quote = internSymbol("QUOTE");
   ++quote->references;
-  RawValue name;
-  name.tag = Tag::Symbol;
-  name.record = quote;
-  const std::array<RawValue, 2> elements = {name, form};
+  const std::array<RawValue, 2> elements = {RawValue::of(Tag::Symbol, quote), form};
   return makeLiteral(elements.data(), elements.size());
 }
 
@@ -92,7 +82,7 @@ void Reader::skipBlanks() {
       ++at_;
       countWork();
     } else if (classOf(*at_) == Class::Comment) {
-      at_ = pastComment(at_, end_);
+      skipComment();
     } else {
       return;
     }
@@ -105,30 +95,30 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
   std::size_t open_count = 0;
   const auto inList = [&] { return open_count > 0 && open_forms[open_count - 1] != kQuoteMark; };
   const auto isTooDeep = [&] { return depth + open_count > kNestingMax; };
-  for (const char* at = at_;;) {
+  while (true) {
     // Between elements a list looks for its end first, at its own level.
-    if (at == end_) {
+    if (at_ == end_) {
       if (inList()) return fail("unterminated list");
       return fail(isTooDeep() ? kTooDeep : "unexpected end of input");
     }
     RawValue form;
-    switch (classOf(*at)) {
+    switch (classOf(*at_)) {
       case Class::Blank:
-        ++at;
+        ++at_;
         countWork();
         continue;
       case Class::Comment:
-        at = pastComment(at, end_);
+        skipComment();
         continue;
       case Class::Open:
       case Class::Quote:
         if (isTooDeep()) return fail(kTooDeep);
-        open_forms[open_count++] = *at == '(' ? elements_.size() : kQuoteMark;
-        ++at;
+        open_forms[open_count++] = *at_ == '(' ? elements_.size() : kQuoteMark;
+        ++at_;
         continue;
       case Class::Close: {
         if (!inList()) return fail(isTooDeep() ? kTooDeep : "unexpected ')'");
-        ++at;
+        ++at_;
         const std::size_t first = open_forms[--open_count];
         form = makeLiteral(elements_.data() + first, elements_.size() - first);
         elements_.truncate(first);
@@ -136,39 +126,42 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
       }
       case Class::String:
         if (isTooDeep()) return fail(kTooDeep);
-        at = readString(at + 1, form);
-        if (at == nullptr) return fail("unterminated string");
+        form = readString();
+        if (form.tag() == Tag::Failed) return fail("unterminated string");
         break;
       case Class::Number:
         if (isTooDeep()) return fail(kTooDeep);
-        at = readNumberOrName(at, form);
+        form = readNumberOrName();
         break;
       case Class::Name:
         if (isTooDeep()) return fail(kTooDeep);
-        at = readName(at, form);
+        form = readName();
         break;
     }
     for (; open_count > 0 && open_forms[open_count - 1] == kQuoteMark; --open_count) {
       form = quoted(form);
     }
-    if (open_count == 0) {
-      at_ = at;
-      return LispValue::adopt(form);
-    }
+    if (open_count == 0) return LispValue::adopt(form);
     elements_.push(form);
   }
 }
 
-const char* Reader::readString(const char* at, RawValue& form) {
-  form.tag = Tag::String;
+void Reader::skipComment() {
+  const char* const line_feed = std::find(at_, end_, '\n');
+  countWork(static_cast<std::uint64_t>(line_feed - at_));
+  at_ = line_feed;
+}
+
+RawValue Reader::readString() {
+  const char* at = at_ + 1;
   const char* piece = at;  // What is not in scratch_ yet.
   scratch_.clear();
   for (; at != end_; ++at) {
     if (*at == '"') {
-      countWork(scratch_.size() + static_cast<std::size_t>(at - piece) + 1);
-      form.record = internText(scratch_.empty() ? std::string_view(piece, at)
-                                                : std::string_view(scratch_.append(piece, at)));
-      return at + 1;
+      countWork(static_cast<std::uint64_t>(at - at_));
+      at_ = at + 1;
+      const std::string_view text(piece, at);
+      return RawValue::of(Tag::String, internText(scratch_.empty() ? text : scratch_.append(text)));
     }
     if (*at != '\\') continue;
     scratch_.append(piece, at);
@@ -176,28 +169,30 @@ const char* Reader::readString(const char* at, RawValue& form) {
     scratch_.push_back(unescaped(*at));
     piece = at + 1;
   }
-  return nullptr;
+  return RawValue::of(Tag::Failed);
 }
 
-const char* Reader::readNumberOrName(const char* at, RawValue& form) {
-  form.tag = Tag::Number;
-  const char* const short_end = readShortDecimal(at, end_, form.number);
+RawValue Reader::readNumberOrName() {
+  double short_value = 0.0;
+  const char* const short_end = readShortDecimal(at_, end_, short_value);
   if (short_end != nullptr && (short_end == end_ || endsAtom(*short_end))) {
-    countWork(static_cast<std::uint64_t>(short_end - at));
-    return short_end;
+    countWork(static_cast<std::uint64_t>(short_end - at_));
+    at_ = short_end;
+    return RawValue::ofNumber(short_value);
   }
-  const char* const end = std::find_if(at, end_, endsAtom);
-  countWork(static_cast<std::uint64_t>(end - at));
-  const std::optional<double> value = parseNumber({at, end});
-  if (!value) return readName(at, form);
-  form.number = *value;
-  return end;
+  const char* const end = std::find_if(at_, end_, endsAtom);
+  countWork(static_cast<std::uint64_t>(end - at_));
+  const std::optional<double> value = parseNumber({at_, end});
+  if (!value) return readName();
+  at_ = end;
+  return RawValue::ofNumber(*value);
 }
 
-const char* Reader::readName(const char* at, RawValue& form) {
+RawValue Reader::readName() {
   constexpr std::size_t kPieceSize = 32;
   std::array<char, kPieceSize> piece;  // What is not in scratch_ yet; almost always all of it.
   std::size_t size = 0;
+  const char* at = at_;
   scratch_.clear();
   for (; at != end_ && !endsAtom(*at); ++at) {
     if (size == kPieceSize) {
@@ -206,16 +201,12 @@ const char* Reader::readName(const char* at, RawValue& form) {
     }
     piece[size++] = upperCase(*at);
   }
+  at_ = at;
   std::string_view name(piece.data(), size);
   if (!scratch_.empty()) name = scratch_.append(name);
   countWork(name.size());
-  if (name == "NIL") {
-    form = RawValue();
-  } else {
-    form.tag = Tag::Symbol;
-    form.record = internSymbol(name);
-  }
-  return at;
+  if (name == "NIL") return RawValue();
+  return RawValue::of(Tag::Symbol, internSymbol(name));
 }
 
 std::optional<LispValue> Reader::fail(std::string_view message) {

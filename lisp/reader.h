@@ -40,10 +40,11 @@ class Reader {
 
  private:
   std::optional<LispValue> fail(std::string_view message);
-  // Read what begins at `at` and return where it ends; null for a string that does not.
-  const char* readString(const char* at, RawValue& form);
-  const char* readNumberOrName(const char* at, RawValue& form);
-  const char* readName(const char* at, RawValue& form);
+  void skipComment();
+  // Read what begins at at_ and advance past it.
+  RawValue readString();  // Tag::Failed when it does not end.
+  RawValue readNumberOrName();
+  RawValue readName();
 
   const char* at_;
   const char* const end_;

@@ -22,7 +22,7 @@ Result Interpreter::evaluateSetq(Symbol& /*name*/, const Run& items, std::uint32
   const LispValue* const item = items.slots();
   for (std::uint32_t i = 1;; i += 2) {
     const RawValue& target = item[i].raw();
-    if (target.tag != Tag::Symbol) return fail("setq target must be a symbol");
+    if (target.tag() != Tag::Symbol) return fail("setq target must be a symbol");
     const Result value = evaluateHere(item[i + 1], depth);
     if (value.failed()) return value;
     const bool is_last = i + 2 == count;
@@ -40,7 +40,7 @@ Result Interpreter::evaluateIf(Symbol& /*name*/, const Run& items, std::uint32_t
   const LispValue* const item = items.slots();
   const Result condition = evaluateHere(item[1], depth);
   if (condition.failed()) return condition;
-  if (condition.raw.tag != Tag::Nil) {
+  if (condition.raw.tag() != Tag::Nil) {
     release(condition.raw);
     return evaluateHere(item[2], depth);
   }
@@ -71,7 +71,7 @@ Result Interpreter::evaluateWhile(Symbol& /*name*/, const Run& items, std::uint3
       release(body_result.raw);
       return condition;
     }
-    if (condition.raw.tag == Tag::Nil) return body_result;
+    if (condition.raw.tag() == Tag::Nil) return body_result;
     release(condition.raw);
     for (std::uint32_t i = 2; i < count; ++i) {
       const Result result = evaluateHere(item[i], depth);
@@ -84,7 +84,7 @@ Result Interpreter::evaluateWhile(Symbol& /*name*/, const Run& items, std::uint3
 
 Result Interpreter::evaluateAnd(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   Result result = truth();
-  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag != Tag::Nil; ++i) {
+  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag() != Tag::Nil; ++i) {
     release(result.raw);
     result = evaluateHere(items.slots()[i], depth);
     if (result.failed()) return result;
@@ -94,7 +94,7 @@ Result Interpreter::evaluateAnd(Symbol& /*name*/, const Run& items, std::uint32_
 
 Result Interpreter::evaluateOr(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   Result result = nil();
-  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag == Tag::Nil; ++i) {
+  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag() == Tag::Nil; ++i) {
     result = evaluateHere(items.slots()[i], depth);
   }
   return result;
@@ -105,7 +105,7 @@ Result Interpreter::evaluateNot(Symbol& name, const Run& items, std::uint32_t de
   if (items.full_length != 2) return fail(name.bytes(), " expects one argument");
   const Result result = evaluateHere(items.slots()[1], depth);
   if (result.failed()) return result;
-  if (result.raw.tag == Tag::Nil) return truth();
+  if (result.raw.tag() == Tag::Nil) return truth();
   release(result.raw);
   return nil();
 }
@@ -117,8 +117,8 @@ constexpr std::uint32_t kKeptParametersMin = 16;
 
 bool isListOfSymbols(const RawValue& list) {
   const LispValue* const elements = runOf(list).slots();
-  return std::all_of(elements, elements + list.length,
-                     [](const LispValue& element) { return element.raw().tag == Tag::Symbol; });
+  return std::all_of(elements, elements + list.length(),
+                     [](const LispValue& element) { return element.raw().tag() == Tag::Symbol; });
 }
 
 }  // namespace
@@ -135,14 +135,11 @@ Result Interpreter::evaluateDefun(Symbol& /*name*/, const Run& items, std::uint3
     function = kept->second;
     retainFunction(function);
   } else {
-    countWork(item[2].raw().length);
+    countWork(item[2].raw().length());
     if (!isListOfSymbols(item[2].raw())) return fail("defun parameter must be symbol");
-    RawValue form;
-    form.tag = Tag::List;
-    form.length = items.full_length;
-    form.record = const_cast<Run*>(&items);
+    const RawValue form = RawValue::ofList(const_cast<Run&>(items), items.full_length);
     function = new UserFunction(LispValue::share(form));
-    if (item[2].raw().length >= kKeptParametersMin) {
+    if (item[2].raw().length() >= kKeptParametersMin) {
       definitions_.emplace(&items, function);
       retainFunction(function);
     }

@@ -102,8 +102,7 @@ std::uint32_t next_environment_index = 0;
 Symbol* makeTruthSymbol() {
   Symbol* const symbol = internSymbol("T");
   symbol->owner = kTruthOwner;
-  symbol->value.tag = Tag::Symbol;
-  symbol->value.record = symbol;
+  symbol->value = RawValue::of(Tag::Symbol, symbol);
   ++symbol->references;
   return symbol;
 }

@@ -89,7 +89,7 @@ inline constexpr std::uint32_t kNoEnvironmentIndex = 0xFFFFFFFF;
 // The record of a name. The fields after `base_operation` belong to the run in progress and are at
 // rest (NotLoaded, Unresolved) between runs; see lisp/interpreter.h.
 struct Symbol : Interned<Symbol> {
-  RawValue value{Tag::NotLoaded, 0, {}};  // The binding in force; holds its record.
+  RawValue value = RawValue::of(Tag::NotLoaded);  // The binding in force; holds its record.
   std::uint32_t owner = kGlobalOwner;     // The call that made the binding, 0 for the global one.
   Operation base_operation = Operation::Unknown;  // When no user function has the name.
   bool touched = false;  // In the interpreter's list of symbols to put at rest.

@@ -95,7 +95,7 @@ TEST(InternSymbol, TakesAMillionBytes) {
 TEST(InternSymbol, StartsARecordAtRest) {
   const LispValue value = symbol("FRESH-NAME");
   const Symbol& record = symbolOf(value.raw());
-  EXPECT_EQ(record.value.tag, Tag::NotLoaded);
+  EXPECT_EQ(record.value.tag(), Tag::NotLoaded);
   EXPECT_EQ(record.owner, kGlobalOwner);
   EXPECT_EQ(record.handler, handlerOf(Operation::Unresolved));
   EXPECT_EQ(record.base_operation, Operation::Unknown);

@@ -12,7 +12,7 @@ constexpr std::size_t kParametersIndex = 2;  // After DEFUN and the name.
 constexpr std::size_t kBodyIndex = 3;
 
 std::span<const LispValue> elementsOf(const LispValue& list) {
-  return {runOf(list.raw()).slots(), list.raw().length};
+  return {runOf(list.raw()).slots(), list.raw().length()};
 }
 
 bool isSeparator(const LispValue& name) { return &symbolOf(name.raw()) == kSlashSymbol; }

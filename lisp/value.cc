@@ -12,22 +12,15 @@
 namespace lisp {
 namespace {
 
-LispValue adoptRecord(Tag tag, Counted* record) {
-  RawValue raw;
-  raw.tag = tag;
-  raw.record = record;
-  return LispValue::adopt(raw);
-}
-
 // Only the five kinds are values; anything else has escaped from the evaluator.
 void checkKind(const LispValue& value) {
-  if (value.raw().tag > Tag::List) throw std::bad_variant_access();
+  if (value.raw().tag() > Tag::List) throw std::bad_variant_access();
 }
 
 }  // namespace
 
-void retire(const RawValue& raw) {
-  switch (raw.tag) {
+void retire(RawValue raw) {
+  switch (raw.tag()) {
     case Tag::String:
       return retireText(&textOf(raw));
     case Tag::Symbol:
@@ -58,16 +51,15 @@ const LispValue& LispList::operator[](std::uint32_t index) const {
   return findRun(*run_, remaining).own(remaining);
 }
 
-LispValue number(double value) {
-  RawValue raw;
-  raw.tag = Tag::Number;
-  raw.number = value;
-  return LispValue::adopt(raw);
+LispValue number(double value) { return LispValue::adopt(RawValue::ofNumber(value)); }
+
+LispValue string(std::string_view text) {
+  return LispValue::adopt(RawValue::of(Tag::String, internText(text)));
 }
 
-LispValue string(std::string_view text) { return adoptRecord(Tag::String, internText(text)); }
-
-LispValue symbol(std::string_view name) { return adoptRecord(Tag::Symbol, internSymbol(name)); }
+LispValue symbol(std::string_view name) {
+  return LispValue::adopt(RawValue::of(Tag::Symbol, internSymbol(name)));
+}
 
 LispValue list(std::span<const LispValue> elements) {
   std::vector<RawValue> holds;
@@ -98,7 +90,7 @@ std::optional<std::string_view> asText(const LispValue& value) {
 std::optional<LispList> asList(const LispValue& value) {
   checkKind(value);
   if (value.kind() != ValueKind::List) return std::nullopt;
-  return LispList(&runOf(value.raw()), value.raw().length);
+  return LispList(&runOf(value.raw()), value.raw().length());
 }
 
 bool isNumberList(const LispValue& value) {
@@ -112,7 +104,7 @@ std::optional<LispList> asSelectionSet(const LispValue& value) {
   const std::optional<LispList> elements = asList(value);
   if (!elements || elements->empty()) return std::nullopt;
   const RawValue& mark = elements->front().raw();
-  if (mark.tag != Tag::Symbol || mark.record != kSelectionSetSymbol) return std::nullopt;
+  if (mark.tag() != Tag::Symbol || mark.record != kSelectionSetSymbol) return std::nullopt;
   return elements;
 }
 
@@ -121,11 +113,11 @@ bool valuesEqual(const LispValue& a, const LispValue& b) {
   checkKind(b);
   const RawValue& x = a.raw();
   const RawValue& y = b.raw();
-  if (x.tag != y.tag) return false;
-  if (x.tag == Tag::Nil) return true;
-  if (x.tag == Tag::Number) return x.number == y.number;
-  if (x.tag != Tag::List) return x.record == y.record;
-  if (x.length != y.length || listHoldsNan(x) || listHoldsNan(y)) return false;
+  if (x.tag() != y.tag()) return false;
+  if (x.tag() == Tag::Nil) return true;
+  if (x.tag() == Tag::Number) return x.number == y.number;
+  if (x.tag() != Tag::List) return x.record == y.record;
+  if (x.length() != y.length() || listHoldsNan(x) || listHoldsNan(y)) return false;
   return listsEqual(x, y);
 }
 

@@ -46,24 +46,48 @@ struct Symbol;
 struct Text;
 struct Run;
 
-// The two words of a value without ownership: what registers, slots and elements hold.
+// The two words of a value without ownership: what registers, slots and elements hold. Each is read
+// and written whole: a word written in halves is slow to read back.
 struct RawValue {
-  Tag tag = Tag::Nil;
-  std::uint32_t length = 0;  // Elements, for a list; otherwise 0.
+  std::uint64_t head = 0;  // The tag; above it, for a list, the number of elements, otherwise 0.
   union {
     double number;
     Counted* record = nullptr;
   };
+
+  [[nodiscard]] Tag tag() const { return static_cast<Tag>(static_cast<std::uint32_t>(head)); }
+  // Elements of a list.
+  [[nodiscard]] std::uint32_t length() const { return static_cast<std::uint32_t>(head >> 32); }
+
+  [[nodiscard]] static RawValue ofNumber(double number) {
+    RawValue raw;
+    raw.head = static_cast<std::uint64_t>(Tag::Number);
+    raw.number = number;
+    return raw;
+  }
+  // Of a string or a symbol; or of a state of the evaluator, without a record.
+  [[nodiscard]] static RawValue of(Tag tag, Counted* record = nullptr) {
+    RawValue raw;
+    raw.head = static_cast<std::uint64_t>(tag);
+    raw.record = record;
+    return raw;
+  }
+  [[nodiscard]] static RawValue ofList(Counted& run, std::uint32_t length) {
+    RawValue raw;
+    raw.head = static_cast<std::uint64_t>(Tag::List) | std::uint64_t{length} << 32;
+    raw.record = &run;
+    return raw;
+  }
 };
 
 // True when `raw` shares a counted record.
 [[nodiscard]] inline bool isCounted(const RawValue& raw) {
-  return static_cast<std::uint32_t>(raw.tag) - static_cast<std::uint32_t>(Tag::String) <= 2;
+  return static_cast<std::uint32_t>(raw.tag()) - static_cast<std::uint32_t>(Tag::String) <= 2;
 }
 
 // Gives up the last hold on a record. Constant work: the elements of a list are released later, a
 // few with every allocation (lisp/list.h).
-void retire(const RawValue& raw);
+void retire(RawValue raw);
 
 inline void retain(const RawValue& raw) {
   if (isCounted(raw)) ++raw.record->references;
@@ -74,13 +98,9 @@ inline void release(const RawValue& raw) {
 }
 
 // Puts `value`, whose hold it takes over, in the place of what `slot` holds.
-inline void replace(RawValue& slot, const RawValue& value) {
-  const Tag old_tag = slot.tag;
-  Counted* const old_record = slot.record;
+inline void replace(RawValue& slot, RawValue value) {
+  const RawValue old = slot;
   slot = value;
-  RawValue old;
-  old.tag = old_tag;
-  old.record = old_record;
   release(old);
 }
 
@@ -119,7 +139,7 @@ class LispValue {
   [[nodiscard]] RawValue release() { return std::exchange(raw_, RawValue()); }
 
   [[nodiscard]] const RawValue& raw() const { return raw_; }
-  [[nodiscard]] ValueKind kind() const { return static_cast<ValueKind>(raw_.tag); }
+  [[nodiscard]] ValueKind kind() const { return static_cast<ValueKind>(raw_.tag()); }
 
  private:
   RawValue raw_;

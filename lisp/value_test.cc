@@ -147,9 +147,7 @@ TEST(Accessors, AnswerForTheirOwnKindsOnly) {
 
 TEST(Accessors, ThrowOnATagThatIsNoKind) {
   for (const Tag tag : {Tag::Unbound, Tag::NotLoaded, Tag::Failed}) {
-    RawValue raw;
-    raw.tag = tag;
-    const LispValue broken = LispValue::adopt(raw);
+    const LispValue broken = LispValue::adopt(RawValue::of(tag));
     EXPECT_THROW(static_cast<void>(asNumber(broken)), std::bad_variant_access);
     EXPECT_THROW(static_cast<void>(asText(broken)), std::bad_variant_access);
     EXPECT_THROW(static_cast<void>(asList(broken)), std::bad_variant_access);
