@@ -119,7 +119,9 @@ RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   countWork(count);
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
   run->front = 0;
-  std::memcpy(static_cast<void*>(run->slots()), elements, count * sizeof(RawValue));
+  for (std::size_t i = 0; i < count; ++i) {
+    new (run->slots() + i) LispValue(LispValue::adopt(elements[i]));
+  }
   return RawValue::ofList(*run, run->full_length);
 }
 
