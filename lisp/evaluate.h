@@ -92,7 +92,11 @@ namespace lisp {
   } else if (symbol.owner == kTruthOwner) {
     release(value);
   } else {
-    trail_.push({&symbol, symbol.value, symbol.owner, symbol.history});
+    Shadowed& shadowed = trail_.extend();
+    shadowed.symbol = &symbol;
+    copyWords(shadowed.value, symbol.value);
+    shadowed.owner = symbol.owner;
+    shadowed.history = symbol.history;
     symbol.value = value;
     symbol.owner = frame_;
     symbol.history = 0;

@@ -22,10 +22,14 @@ class PlainStack {
   // The records from the bottom up; null while there has never been one.
   [[nodiscard]] Record* data() { return records_.get(); }
 
-  void push(const Record& record) {
+  void push(const Record& record) { extend() = record; }
+
+  // A new top, whose contents are to be written member by member. Putting a record of several words
+  // together elsewhere first would make the copy wait for its parts.
+  Record& extend() {
     if (size_ == capacity_) [[unlikely]]
       grow();
-    data()[size_++] = record;
+    return data()[size_++];
   }
 
   // Drops what lies above the first `size` records, of which there must be as many.

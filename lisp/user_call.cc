@@ -128,12 +128,14 @@ void Interpreter::leaveLate() {
 void Interpreter::unwind(std::size_t trail_size) {
   while (trail_.size() > trail_size) {
     countWork();
-    const Shadowed shadowed = trail_.top();
+    const Shadowed& shadowed = trail_.top();
     trail_.truncate(trail_.size() - 1);
     Symbol& symbol = *shadowed.symbol;
     symbol.owner = shadowed.owner;
     symbol.history = shadowed.history;
-    replace(symbol.value, shadowed.value);
+    const RawValue value = symbol.value;
+    copyWords(symbol.value, shadowed.value);
+    release(value);
   }
 }
 

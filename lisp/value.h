@@ -80,6 +80,13 @@ struct RawValue {
   }
 };
 
+// Copies from memory to memory in two words. The compiler's own copy is one wide load, which waits
+// until what the words were written with has reached the cache.
+inline void copyWords(RawValue& to, const RawValue& from) {
+  to.head = from.head;
+  to.record = from.record;
+}
+
 // True when `raw` shares a counted record.
 [[nodiscard]] inline bool isCounted(const RawValue& raw) {
   return static_cast<std::uint32_t>(raw.tag()) - static_cast<std::uint32_t>(Tag::String) <= 2;
