@@ -8,24 +8,21 @@
 
 namespace lisp {
 
-// 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind.
+// 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind. For a list that
+// begins with a name, its handler does all three.
 [[gnu::always_inline]] inline Result Interpreter::evaluateHere(const LispValue& form,
                                                                std::uint32_t depth) {
-  if (steps_left_-- == 0) [[unlikely]]
-    return failStepLimit();
-  if (depth > depth_limit_) [[unlikely]]
-    return failDepth();
   const RawValue& raw = form.raw();
   if (raw.tag() == Tag::List) {
     const Run& items = runOf(raw);
-    if (items.full_length == 0) [[unlikely]]
-      return nil();
-    const RawValue& head = items.slots()[0].raw();
-    if (head.tag() != Tag::Symbol) [[unlikely]]
-      return fail("first list item must be a function symbol");
-    Symbol& name = symbolOf(head);
+    if (items.full_length == 0 || items.slots()[0].raw().tag() != Tag::Symbol) [[unlikely]]
+      return evaluateOddList(items, depth);
+    // The handler counts and checks, together with its operands if it can.
+    Symbol& name = symbolOf(items.slots()[0].raw());
     return name.handler(*this, name, items, depth + 1);
   }
+  if (!countSteps(1, depth)) [[unlikely]]
+    return failLimits();
   if (raw.tag() == Tag::Symbol) {
     Symbol& symbol = symbolOf(raw);
     if (symbol.value.tag() > Tag::List || symbol.owner < late_frame_) [[unlikely]] {

@@ -87,6 +87,13 @@ Result Interpreter::evaluate(const LispValue& form, std::uint32_t depth) {
   return evaluateHere(form, depth);
 }
 
+// A list that begins with no name, or is empty.
+Result Interpreter::evaluateOddList(const Run& items, std::uint32_t depth) {
+  if (!countSteps(1, depth)) return failLimits();
+  if (items.full_length == 0) return nil();
+  return fail("first list item must be a function symbol");
+}
+
 // A symbol whose slot does not simply hold its value.
 Result Interpreter::evaluateSymbolSlowly(Symbol& symbol) {
   const RawValue* const value = lookupVariable(symbol);
@@ -178,7 +185,7 @@ Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t de
     const RawValue* const a = peek(items.slots()[1]);
     const RawValue* const b = peek(items.slots()[2]);
     if (a != nullptr && b != nullptr && a->tag() == Tag::Number && b->tag() == Tag::Number &&
-        isApplicable<operation>(b->number) && countSteps(2, depth)) {
+        isApplicable<operation>(b->number) && countSteps(3, depth)) {
       return applyNumeric<operation>(a->number, b->number);
     }
   }
@@ -188,6 +195,7 @@ Result Interpreter::callNumeric(Symbol& name, const Run& items, std::uint32_t de
 // Two operands of any form; other counts and other kinds are the builtin's own work.
 template <Operation operation>
 Result Interpreter::callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (!countSteps(1, depth - 1)) return failLimits();
   if (items.full_length != 3) return callBuiltin(name, items, depth);
   RawValue a;
   RawValue b;
@@ -217,7 +225,7 @@ template <Operation operation>
 Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length == 2) {
     const RawValue* const argument = peek(items.slots()[1]);
-    if (argument != nullptr && isApplicable<operation>(*argument) && countSteps(1, depth)) {
+    if (argument != nullptr && isApplicable<operation>(*argument) && countSteps(2, depth)) {
       return applyUnary<operation>(*argument);
     }
   }
@@ -227,6 +235,7 @@ Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t dept
 // One argument of any form; other counts and other kinds are the builtin's own work.
 template <Operation operation>
 Result Interpreter::callUnaryOfForm(Symbol& name, const Run& items, std::uint32_t depth) {
+  if (!countSteps(1, depth - 1)) return failLimits();
   if (items.full_length != 2) return callBuiltin(name, items, depth);
   const Result argument = evaluateHere(items.slots()[1], depth);
   if (argument.failed()) return argument;
@@ -255,6 +264,14 @@ Result Interpreter::callList(Symbol& /*name*/, const Run& items, std::uint32_t d
 template <auto method>
 Result Interpreter::handle(Interpreter& interpreter, Symbol& name, const Run& items,
                            std::uint32_t depth) {
+  if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
+  return (interpreter.*method)(name, items, depth);
+}
+
+// For methods that count their own step.
+template <auto method>
+Result Interpreter::handleUncounted(Interpreter& interpreter, Symbol& name, const Run& items,
+                                    std::uint32_t depth) {
   return (interpreter.*method)(name, items, depth);
 }
 
@@ -283,33 +300,33 @@ Handler handlerOf(Operation operation) {
     case Operation::UserFunction:
       return I::handle<&I::applyFunction>;
     case Operation::Add:
-      return I::handle<&I::callNumeric<Operation::Add>>;
+      return I::handleUncounted<&I::callNumeric<Operation::Add>>;
     case Operation::Subtract:
-      return I::handle<&I::callNumeric<Operation::Subtract>>;
+      return I::handleUncounted<&I::callNumeric<Operation::Subtract>>;
     case Operation::Multiply:
-      return I::handle<&I::callNumeric<Operation::Multiply>>;
+      return I::handleUncounted<&I::callNumeric<Operation::Multiply>>;
     case Operation::Divide:
-      return I::handle<&I::callNumeric<Operation::Divide>>;
+      return I::handleUncounted<&I::callNumeric<Operation::Divide>>;
     case Operation::Increment:
-      return I::handle<&I::callUnary<Operation::Increment>>;
+      return I::handleUncounted<&I::callUnary<Operation::Increment>>;
     case Operation::Decrement:
-      return I::handle<&I::callUnary<Operation::Decrement>>;
+      return I::handleUncounted<&I::callUnary<Operation::Decrement>>;
     case Operation::NumberEqual:
-      return I::handle<&I::callNumeric<Operation::NumberEqual>>;
+      return I::handleUncounted<&I::callNumeric<Operation::NumberEqual>>;
     case Operation::NumberNotEqual:
-      return I::handle<&I::callNumeric<Operation::NumberNotEqual>>;
+      return I::handleUncounted<&I::callNumeric<Operation::NumberNotEqual>>;
     case Operation::Less:
-      return I::handle<&I::callNumeric<Operation::Less>>;
+      return I::handleUncounted<&I::callNumeric<Operation::Less>>;
     case Operation::Greater:
-      return I::handle<&I::callNumeric<Operation::Greater>>;
+      return I::handleUncounted<&I::callNumeric<Operation::Greater>>;
     case Operation::LessOrEqual:
-      return I::handle<&I::callNumeric<Operation::LessOrEqual>>;
+      return I::handleUncounted<&I::callNumeric<Operation::LessOrEqual>>;
     case Operation::GreaterOrEqual:
-      return I::handle<&I::callNumeric<Operation::GreaterOrEqual>>;
+      return I::handleUncounted<&I::callNumeric<Operation::GreaterOrEqual>>;
     case Operation::Car:
-      return I::handle<&I::callUnary<Operation::Car>>;
+      return I::handleUncounted<&I::callUnary<Operation::Car>>;
     case Operation::Cdr:
-      return I::handle<&I::callUnary<Operation::Cdr>>;
+      return I::handleUncounted<&I::callUnary<Operation::Cdr>>;
     case Operation::Cons:
       return I::handle<&I::callCons>;
     case Operation::List:
@@ -323,7 +340,7 @@ Handler handlerOf(Operation operation) {
     case Operation::Unresolved:
       break;
   }
-  return I::handle<&I::resolveAndEvaluate>;
+  return I::handleUncounted<&I::resolveAndEvaluate>;
 }
 
 }  // namespace lisp

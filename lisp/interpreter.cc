@@ -52,11 +52,13 @@ Result Interpreter::fail(std::string_view message, std::string_view name) {
   return failWith(OutcomeKind::EvalError, message, name);
 }
 
-Result Interpreter::failStepLimit() {
-  return failWith(OutcomeKind::StepLimit, "LISP evaluation step limit exceeded");
+// The step that could not be counted: it counts, and the limit of steps is checked first.
+Result Interpreter::failLimits() {
+  if (steps_left_-- == 0) {
+    return failWith(OutcomeKind::StepLimit, "LISP evaluation step limit exceeded");
+  }
+  return fail("LISP evaluation depth exceeded");
 }
-
-Result Interpreter::failDepth() { return fail("LISP evaluation depth exceeded"); }
 
 Result Interpreter::requireHostCall(HostCall call) {
   failure_host_call_ = std::move(call);

@@ -130,6 +130,10 @@ class Interpreter {
   template <auto method>
   static Result handle(Interpreter& interpreter, Symbol& name, const Run& items,
                        std::uint32_t depth);
+  template <auto method>
+  static Result handleUncounted(Interpreter& interpreter, Symbol& name, const Run& items,
+                                std::uint32_t depth);
+  Result evaluateOddList(const Run& items, std::uint32_t depth);
   Result evaluateSymbolSlowly(Symbol& symbol);
   Result resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth);
   Result callBuiltin(Symbol& name, const Run& items, std::uint32_t depth);
@@ -157,6 +161,7 @@ class Interpreter {
   // Special forms (special_forms.cc).
   Result evaluateQuote(Symbol& name, const Run& items, std::uint32_t depth);
   Result evaluateSetq(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateSetqOfPairs(const Run& items, std::uint32_t depth);
   Result evaluateIf(Symbol& name, const Run& items, std::uint32_t depth);
   Result evaluateProgn(Symbol& name, const Run& items, std::uint32_t depth);
   Result evaluateWhile(Symbol& name, const Run& items, std::uint32_t depth);
@@ -190,8 +195,7 @@ class Interpreter {
 
   [[gnu::cold]] Result failWith(OutcomeKind kind, std::string_view message,
                                 std::string_view name = {});
-  [[gnu::cold]] Result failStepLimit();
-  [[gnu::cold]] Result failDepth();
+  [[gnu::cold]] Result failLimits();
 
   // Counts and limits of the run. The step that exceeds the limit wraps steps_left_ around.
   std::uint64_t steps_left_ = 0;

@@ -139,10 +139,9 @@ RawValue prepend(RawValue element, RawValue list) {
     release(list);
     return makeList(&element, 1);
   }
-  LispValue value = LispValue::adopt(element);
   countWork();
   Run* run = &runOf(list);
-  const std::uint64_t hash = extendHash(listHash(list), value);
+  const std::uint64_t hash = extendHash(listHash(list), element);
   const std::uint32_t length = list.length() + 1;
   // An element that leads back to this run must not stand in it: the run would hold itself for
   // ever.
@@ -160,10 +159,10 @@ RawValue prepend(RawValue element, RawValue list) {
     linkTo(*run, tail);
   }
   linkOf(*run).front_length = length;
-  if (run->nan_length == kNoNan && holdsNan(value)) run->nan_length = length;
+  if (run->nan_length == kNoNan && holdsNan(element)) run->nan_length = length;
   const std::uint32_t slot = run->full_length - length;
   (slot == 0 ? frontHash(*run) : run->hashes()[slot - 1]) = hash;
-  new (run->slots() + slot) LispValue(std::move(value));
+  new (run->slots() + slot) LispValue(LispValue::adopt(element));
   return RawValue::ofList(*run, length);
 }
 
@@ -180,14 +179,14 @@ RawValue dropFirst(RawValue list) {
     release(list);
     return rest;
   }
-  const LispValue& element = run.own(length);
-  if (length == 1 && element.raw().tag() == Tag::List && element.raw().length() != 0) {
+  const RawValue& element = run.own(length).raw();
+  if (length == 1 && element.tag() == Tag::List && element.length() != 0) {
     // The hash of this list would be made from its element's whenever it is asked for, and so, if
     // that is such a list too, from all that nest in it. In a run of its own it is kept.
-    LispValue last = element;
+    retain(element);
+    const RawValue rest = makeList(&element, 1);
     release(list);
-    const RawValue raw = last.release();
-    return makeList(&raw, 1);
+    return rest;
   }
   return RawValue::ofList(run, length);
 }

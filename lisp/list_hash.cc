@@ -1,7 +1,5 @@
 #include "lisp/list_hash.h"
 
-#include <cmath>
-
 #include "lisp/keyed_hash.h"
 #include "lisp/plain_stack.h"
 #include "lisp/work.h"
@@ -27,7 +25,7 @@ void digestReady(Run& run) {
   const std::uint32_t count = run.full_length;
   std::uint64_t hash = key.seed;
   for (std::uint32_t i = count; i-- > 0;) {
-    const LispValue& element = run.slots()[i];
+    const RawValue& element = run.slots()[i].raw();
     hash = extendHash(hash, element, key);
     if (i > 0 && i + 1 < count) run.hashes()[i - 1] = hash;
     if (run.nan_length == kNoNan && holdsNan(element)) run.nan_length = count - i;
@@ -39,12 +37,6 @@ void digestReady(Run& run) {
 }  // namespace
 
 HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawHashPoint() << 3}; }
-
-bool holdsNan(const LispValue& value) {
-  const RawValue& raw = value.raw();
-  if (raw.tag() == Tag::Number) return std::isnan(raw.number);
-  return raw.tag() == Tag::List && listHoldsNan(raw);
-}
 
 void digest(Run& run) {
   PlainStack<Run*> waiting;

@@ -10,6 +10,7 @@
 #define LISP_LIST_HASH_H_
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include "lisp/equality.h"
@@ -51,14 +52,16 @@ void digest(Run& run);
 }
 
 // True when the value is or holds a NaN.
-[[nodiscard]] bool holdsNan(const LispValue& value);
+[[nodiscard]] inline bool holdsNan(const RawValue& raw) {
+  if (raw.tag() == Tag::Number) return std::isnan(raw.number);
+  return raw.tag() == Tag::List && listHoldsNan(raw);
+}
 
 [[nodiscard]] std::uint64_t listHash(const RawValue& list);
 
 // Values that are equal have equal words. Only the words of numbers can be known outside: those of
 // all other kinds are secret, so nobody can choose a number that has the word of something else.
-[[nodiscard]] inline std::uint64_t wordOf(const LispValue& element, const HashKey& key) {
-  const RawValue& raw = element.raw();
+[[nodiscard]] inline std::uint64_t wordOf(const RawValue& raw, const HashKey& key) {
   switch (raw.tag()) {
     case Tag::Number:
       return std::bit_cast<std::uint64_t>(raw.number + 0.0);  // -0.0 equals 0.0.
@@ -74,7 +77,7 @@ void digest(Run& run);
 }
 
 // The hash of `element` in front of a list whose hash is `rest_hash`.
-[[nodiscard]] inline std::uint64_t extendHash(std::uint64_t rest_hash, const LispValue& element,
+[[nodiscard]] inline std::uint64_t extendHash(std::uint64_t rest_hash, const RawValue& element,
                                               const HashKey& key = hashKey()) {
   __extension__ using Wide = unsigned __int128;
   const Wide product =
@@ -87,7 +90,7 @@ void digest(Run& run);
   if (slot == 0) return frontHash(run);
   if (run.tail_length == 0 && slot + 1 == run.full_length) {
     // Not a list with elements, or dropFirst would have made a run of it: nothing is asked further.
-    return extendHash(emptyListHash(), run.slots()[slot]);
+    return extendHash(emptyListHash(), run.slots()[slot].raw());
   }
   return run.hashes()[slot - 1];
 }

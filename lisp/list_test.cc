@@ -27,6 +27,8 @@ using testing_support::textOf;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
+bool holdsNan(const LispValue& value) { return lisp::holdsNan(value.raw()); }
+
 TEST(MakeList, TakesTheElementsOver) {
   settle();
   const std::size_t text_count = textCount();

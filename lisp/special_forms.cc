@@ -18,6 +18,19 @@ Result Interpreter::evaluateQuote(Symbol& /*name*/, const Run& items, std::uint3
 
 Result Interpreter::evaluateSetq(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
+  const LispValue* const item = items.slots();
+  if (count == 3 && item[1].raw().tag() == Tag::Symbol) {
+    const Result value = evaluateHere(item[2], depth);
+    if (value.failed()) return value;
+    retain(value.raw);
+    assign(symbolOf(item[1].raw()), value.raw);
+    return value;
+  }
+  return evaluateSetqOfPairs(items, depth);
+}
+
+Result Interpreter::evaluateSetqOfPairs(const Run& items, std::uint32_t depth) {
+  const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
   const LispValue* const item = items.slots();
   for (std::uint32_t i = 1;; i += 2) {

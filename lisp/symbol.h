@@ -73,8 +73,8 @@ enum class Operation : std::uint8_t {
   Unresolved,   // Not looked up in this run yet.
 };
 
-// How it does that: evaluates the list `items`, which begins with `name`, and whose parts are to be
-// evaluated at `depth`.
+// How it does that: counts the step of the list `items`, which begins with `name`, checks the limits
+// and evaluates it. Its parts are to be evaluated at `depth`, which is one more than its own.
 using Handler = Result (*)(Interpreter&, Symbol& name, const Run& items, std::uint32_t depth);
 
 [[nodiscard]] Handler handlerOf(Operation operation);
