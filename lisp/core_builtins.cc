@@ -151,7 +151,7 @@ constexpr std::array kCoreBuiltins = {
     Builtin{"CAR", car, Arguments::Evaluated, Operation::Car},
     Builtin{"CDR", cdr, Arguments::Evaluated, Operation::Cdr},
     Builtin{"CONS", cons, Arguments::Evaluated, Operation::Cons},
-    Builtin{"LENGTH", length},
+    Builtin{"LENGTH", length, Arguments::Evaluated, Operation::Length},
     Builtin{"EQ", equal},
     Builtin{"EQUAL", equal},
     Builtin{"=", compare<std::equal_to<>>, Arguments::Evaluated, Operation::NumberEqual},

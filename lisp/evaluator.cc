@@ -59,6 +59,7 @@ Result applyNumeric(double a, double b) {
 // Whether applyUnary may be called.
 template <Operation operation>
 bool isApplicable(const RawValue& argument) {
+  if (operation == Operation::Length) return argument.tag() == Tag::List;
   if (operation == Operation::Car || operation == Operation::Cdr) {
     return argument.tag() == Tag::List && argument.length() != 0;
   }
@@ -73,10 +74,12 @@ Result applyUnary(const RawValue& argument) {
       return RawValue::ofNumber(argument.number + 1.0);
     case Operation::Decrement:
       return RawValue::ofNumber(argument.number - 1.0);
+    case Operation::Length:
+      return RawValue::ofNumber(static_cast<double>(argument.length()));
     case Operation::Car:
       return LispValue(runOf(argument).own(argument.length()));
     default:
-      static_assert(operation <= Operation::Cdr);
+      static_assert(operation <= Operation::Length);
       return dropFirst(LispValue::share(argument).release());
   }
 }
@@ -220,7 +223,7 @@ Result Interpreter::callPair(const Symbol& name, RawValue a, RawValue b, const R
   return callBuiltinWith(name, arguments, items, depth);
 }
 
-// 1+, 1-, CAR and CDR. One argument that needs no evaluation is most of all calls.
+// 1+, 1-, CAR, CDR and LENGTH. One argument that needs no evaluation is most of all calls.
 template <Operation operation>
 Result Interpreter::callUnary(Symbol& name, const Run& items, std::uint32_t depth) {
   if (items.full_length == 2) {
@@ -327,6 +330,8 @@ Handler handlerOf(Operation operation) {
       return I::handleUncounted<&I::callUnary<Operation::Car>>;
     case Operation::Cdr:
       return I::handleUncounted<&I::callUnary<Operation::Cdr>>;
+    case Operation::Length:
+      return I::handleUncounted<&I::callUnary<Operation::Length>>;
     case Operation::Cons:
       return I::handle<&I::callCons>;
     case Operation::List:

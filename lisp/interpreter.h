@@ -161,7 +161,7 @@ class Interpreter {
   // Special forms (special_forms.cc).
   Result evaluateQuote(Symbol& name, const Run& items, std::uint32_t depth);
   Result evaluateSetq(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateSetqOfPairs(const Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result setPairs(const Run& items, std::uint32_t depth);
   Result evaluateIf(Symbol& name, const Run& items, std::uint32_t depth);
   Result evaluateProgn(Symbol& name, const Run& items, std::uint32_t depth);
   Result evaluateWhile(Symbol& name, const Run& items, std::uint32_t depth);

@@ -16,32 +16,30 @@ Result Interpreter::evaluateQuote(Symbol& /*name*/, const Run& items, std::uint3
   return LispValue(items.slots()[1]);
 }
 
+// One pair is most of all calls.
 Result Interpreter::evaluateSetq(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
-  const std::uint32_t count = items.full_length;
-  const LispValue* const item = items.slots();
-  if (count == 3 && item[1].raw().tag() == Tag::Symbol) {
-    const Result value = evaluateHere(item[2], depth);
-    if (value.failed()) return value;
-    retain(value.raw);
-    assign(symbolOf(item[1].raw()), value.raw);
-    return value;
-  }
-  return evaluateSetqOfPairs(items, depth);
+  if (items.full_length != 3) return setPairs(items, depth);
+  const RawValue& target = items.slots()[1].raw();
+  if (target.tag() != Tag::Symbol) return setPairs(items, depth);
+  const Result value = evaluateHere(items.slots()[2], depth);
+  if (value.failed()) return value;
+  retain(value.raw);
+  assign(symbolOf(target), value.raw);
+  return value;
 }
 
-Result Interpreter::evaluateSetqOfPairs(const Run& items, std::uint32_t depth) {
+Result Interpreter::setPairs(const Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
-  const LispValue* const item = items.slots();
-  for (std::uint32_t i = 1;; i += 2) {
-    const RawValue& target = item[i].raw();
-    if (target.tag() != Tag::Symbol) return fail("setq target must be a symbol");
-    const Result value = evaluateHere(item[i + 1], depth);
+  const LispValue* target = items.slots() + 1;
+  const LispValue* const last_target = items.slots() + count - 2;
+  for (;; target += 2) {
+    if (target->raw().tag() != Tag::Symbol) return fail("setq target must be a symbol");
+    const Result value = evaluateHere(target[1], depth);
     if (value.failed()) return value;
-    const bool is_last = i + 2 == count;
-    if (is_last) retain(value.raw);
-    assign(symbolOf(target), value.raw);
-    if (is_last) return value;
+    if (target == last_target) retain(value.raw);
+    assign(symbolOf(target->raw()), value.raw);
+    if (target == last_target) return value;
   }
 }
 

@@ -65,6 +65,7 @@ enum class Operation : std::uint8_t {
   GreaterOrEqual,
   Car,
   Cdr,
+  Length,
   Cons,
   List,
   Builtin,      // Called with its evaluated arguments.

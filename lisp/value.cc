@@ -10,14 +10,8 @@
 #include "lisp/symbol.h"
 
 namespace lisp {
-namespace {
 
-// Only the five kinds are values; anything else has escaped from the evaluator.
-void checkKind(const LispValue& value) {
-  if (value.raw().tag() > Tag::List) throw std::bad_variant_access();
-}
-
-}  // namespace
+void refuseKind() { throw std::bad_variant_access(); }
 
 void retire(RawValue raw) {
   switch (raw.tag()) {
@@ -74,12 +68,6 @@ LispValue list(std::initializer_list<LispValue> elements) {
 
 LispValue truth() { return LispValue::share(kTruthSymbol->value); }
 
-std::optional<double> asNumber(const LispValue& value) {
-  checkKind(value);
-  if (value.kind() != ValueKind::Number) return std::nullopt;
-  return value.raw().number;
-}
-
 std::optional<std::string_view> asText(const LispValue& value) {
   checkKind(value);
   if (value.kind() == ValueKind::String) return textOf(value.raw()).bytes();
@@ -101,11 +89,12 @@ bool isNumberList(const LispValue& value) {
 }
 
 std::optional<LispList> asSelectionSet(const LispValue& value) {
-  const std::optional<LispList> elements = asList(value);
-  if (!elements || elements->empty()) return std::nullopt;
-  const RawValue& mark = elements->front().raw();
+  checkKind(value);
+  const RawValue& list = value.raw();
+  if (list.tag() != Tag::List || list.length() == 0) return std::nullopt;
+  const RawValue& mark = runOf(list).own(list.length()).raw();
   if (mark.tag() != Tag::Symbol || mark.record != kSelectionSetSymbol) return std::nullopt;
-  return elements;
+  return LispList(&runOf(list), list.length());
 }
 
 bool valuesEqual(const LispValue& a, const LispValue& b) {

@@ -208,9 +208,20 @@ class LispList {
 [[nodiscard]] LispValue list(std::initializer_list<LispValue> elements);
 [[nodiscard]] LispValue truth();  // The symbol T.
 
+[[noreturn]] void refuseKind();
+// Only the five kinds are values; anything else has escaped from the evaluator.
+inline void checkKind(const LispValue& value) {
+  if (value.raw().tag() > Tag::List) [[unlikely]]
+    refuseKind();
+}
+
 // Accessors: nothing for a value of another kind. Borrows last as long as `value`. A tag outside
 // the five kinds is a defect of ours and throws std::bad_variant_access.
-[[nodiscard]] std::optional<double> asNumber(const LispValue& value);
+[[nodiscard]] inline std::optional<double> asNumber(const LispValue& value) {
+  checkKind(value);
+  if (value.kind() != ValueKind::Number) return std::nullopt;
+  return value.raw().number;
+}
 [[nodiscard]] std::optional<std::string_view> asText(const LispValue& value);  // String or symbol.
 [[nodiscard]] std::optional<LispList> asList(const LispValue& value);          // Nil is not a list.
 
