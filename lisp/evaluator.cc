@@ -137,48 +137,36 @@ bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint3
   return true;
 }
 
-void Interpreter::dropArguments(std::size_t stack_size) {
-  while (stack_.size() > stack_size) stack_.pop_back();
-}
-
-// Most builtins have one argument or two, which need no place on the stack.
 Result Interpreter::callBuiltin(Symbol& name, const Run& items, std::uint32_t depth) {
-  if (items.full_length == 2) {
-    const Result argument = evaluateHere(items.slots()[1], depth);
-    return argument.failed() ? argument : callSingle(name, argument.raw, items, depth);
-  }
-  if (items.full_length == 3) {
-    RawValue a;
-    RawValue b;
-    if (!evaluatePair(items, depth, a, b)) return Result::failure();
-    return callPair(name, a, b, items, depth);
-  }
-  const std::size_t first_argument = stack_.size();
-  if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
-    return Result::failure();
-  }
-  const std::span<const LispValue> arguments = std::span(stack_).subspan(first_argument);
-  const Result result = callBuiltinWith(name, arguments, items, depth);
-  dropArguments(first_argument);
-  return result;
+  const std::size_t first_argument = arguments_.size();
+  if (!pushArguments(items, depth)) return Result::failure();
+  return callBuiltinWith(name, first_argument, items, depth);
 }
 
 Result Interpreter::callFormBuiltin(Symbol& name, const Run& items, std::uint32_t depth) {
-  return callBuiltinWith(name, {}, items, depth);
+  return callBuiltinWith(name, arguments_.size(), items, depth);
 }
 
 // The arguments are evaluated before the name is reported.
 Result Interpreter::callUnknown(Symbol& name, const Run& items, std::uint32_t depth) {
-  if (!evaluateArguments({items.slots(), items.full_length}, depth, stack_)) {
-    return Result::failure();
-  }
+  if (!pushArguments(items, depth)) return Result::failure();
   return fail("unsupported LISP function: ", name.bytes());
 }
 
-Result Interpreter::callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments,
+// Calls a builtin with the arguments from `first_argument` on, and drops these.
+Result Interpreter::callBuiltinWith(const Symbol& name, std::size_t first_argument,
                                     const Run& items, std::uint32_t depth) {
-  const BuiltinCall call{name.bytes(), arguments, {items.slots(), items.full_length}, depth};
-  return name.builtin->function(*this, call);
+  static_assert(sizeof(LispValue) == sizeof(RawValue));  // It has nothing but its raw value.
+  const auto* const arguments =
+      reinterpret_cast<const LispValue*>(arguments_.data() + first_argument);
+  const BuiltinCall call{name.bytes(),
+                         {arguments, arguments_.size() - first_argument},
+                         {items.slots(), items.full_length},
+                         depth};
+  const Result result = name.builtin->function(*this, call);
+  for (std::size_t i = first_argument; i < arguments_.size(); ++i) release(arguments_[i]);
+  arguments_.truncate(first_argument);
+  return result;
 }
 
 // Arithmetic and comparison. Two numbers that need no evaluation are most of all calls.
@@ -206,21 +194,10 @@ Result Interpreter::callNumericOfForms(Symbol& name, const Run& items, std::uint
   if (a.tag() == Tag::Number && b.tag() == Tag::Number && isApplicable<operation>(b.number)) {
     return applyNumeric<operation>(a.number, b.number);
   }
-  return callPair(name, a, b, items, depth);
-}
-
-// A builtin of one evaluated argument, whose hold it takes over.
-Result Interpreter::callSingle(const Symbol& name, RawValue argument, const Run& items,
-                               std::uint32_t depth) {
-  const LispValue arguments[] = {LispValue::adopt(argument)};
-  return callBuiltinWith(name, arguments, items, depth);
-}
-
-// Likewise of two.
-Result Interpreter::callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
-                             std::uint32_t depth) {
-  const LispValue arguments[] = {LispValue::adopt(a), LispValue::adopt(b)};
-  return callBuiltinWith(name, arguments, items, depth);
+  const std::size_t first_argument = arguments_.size();
+  arguments_.push(a);
+  arguments_.push(b);
+  return callBuiltinWith(name, first_argument, items, depth);
 }
 
 // 1+, 1-, CAR, CDR and LENGTH. One argument that needs no evaluation is most of all calls.
@@ -242,9 +219,13 @@ Result Interpreter::callUnaryOfForm(Symbol& name, const Run& items, std::uint32_
   if (items.full_length != 2) return callBuiltin(name, items, depth);
   const Result argument = evaluateHere(items.slots()[1], depth);
   if (argument.failed()) return argument;
-  if (!isApplicable<operation>(argument.raw)) return callSingle(name, argument.raw, items, depth);
-  const LispValue hold = LispValue::adopt(argument.raw);
-  return applyUnary<operation>(argument.raw);
+  if (!isApplicable<operation>(argument.raw)) {
+    arguments_.push(argument.raw);
+    return callBuiltinWith(name, arguments_.size() - 1, items, depth);
+  }
+  const Result result = applyUnary<operation>(argument.raw);
+  release(argument.raw);
+  return result;
 }
 
 Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth) {

@@ -9,9 +9,6 @@
 namespace lisp {
 namespace {
 
-// A reservation that spares ordinary runs the growth of the stacks.
-constexpr std::size_t kStackReserve = 64;
-
 bool is_running = false;  // Guards the rule of one interpreter at a time.
 
 }  // namespace
@@ -21,7 +18,6 @@ Interpreter::Interpreter(const Environment& environment, const geometry::CoordCo
     : environment_(&environment), context_(context), transcript_(transcript) {
   assert(!is_running);
   is_running = true;
-  stack_.reserve(kStackReserve);
 }
 
 Interpreter::~Interpreter() {

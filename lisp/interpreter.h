@@ -150,13 +150,8 @@ class Interpreter {
   Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
   Result callList(Symbol& name, const Run& items, std::uint32_t depth);
   bool evaluatePair(const Run& items, std::uint32_t depth, RawValue& a, RawValue& b);
-  [[gnu::noinline]] Result callSingle(const Symbol& name, RawValue argument, const Run& items,
-                                      std::uint32_t depth);
-  [[gnu::noinline]] Result callPair(const Symbol& name, RawValue a, RawValue b, const Run& items,
-                                    std::uint32_t depth);
-  Result callBuiltinWith(const Symbol& name, std::span<const LispValue> arguments, const Run& items,
+  Result callBuiltinWith(const Symbol& name, std::size_t first_argument, const Run& items,
                          std::uint32_t depth);
-  void dropArguments(std::size_t stack_size);
 
   // Special forms (special_forms.cc).
   Result evaluateQuote(Symbol& name, const Run& items, std::uint32_t depth);
@@ -210,8 +205,7 @@ class Interpreter {
   std::uint64_t pending_snapshot_ = 0;  // The innermost of this frame's calls whose arguments are
                                         // being evaluated, or 0.
 
-  std::vector<LispValue> stack_;    // Evaluated arguments of the builtins in progress.
-  PlainStack<RawValue> arguments_;  // The same of user functions and LIST; holds them.
+  PlainStack<RawValue> arguments_;  // Evaluated, of the calls in progress; holds them.
   PlainStack<Shadowed> trail_;
   PlainStack<Logged> log_;
   std::vector<LateFrame> late_frames_;  // Outermost first.
