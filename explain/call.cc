@@ -136,9 +136,7 @@ Result carCdr(std::string_view name, Arguments arguments) {
   const auto list = arguments.size() == 1 ? lisp::asList(arguments[0]) : std::nullopt;
   if (!list || list->empty()) return lisp::nil();
   if (name == "CAR") return list->front();
-  lisp::RawValue raw = arguments[0].raw();
-  lisp::retain(raw);
-  return LispValue::adopt(lisp::dropFirst(raw));
+  return LispValue::adopt(lisp::restOf(arguments[0].raw()));
 }
 
 Result cons(Arguments arguments, Refusal& refusal) {

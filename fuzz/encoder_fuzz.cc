@@ -101,7 +101,7 @@ void build(std::uint8_t operation, fuzz::Input& input, std::vector<Twin>& stack)
       } else if (!stack.back().literal.elements.empty()) {
         auto& elements = stack.back().literal.elements;
         elements.erase(elements.begin());
-        stack.back().value = LispValue::adopt(lisp::dropFirst(stack.back().value.release()));
+        stack.back().value = LispValue::adopt(lisp::restOf(stack.back().value.raw()));
       }
   }
 }

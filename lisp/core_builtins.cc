@@ -103,7 +103,7 @@ Result car(Interpreter& /*interpreter*/, const BuiltinCall& call) {
 Result cdr(Interpreter& /*interpreter*/, const BuiltinCall& call) {
   const LispValue* const value = nonEmptyList(call.arguments);
   if (value == nullptr) return nil();
-  return dropFirst(LispValue(*value).release());
+  return restOf(value->raw());
 }
 
 Result cons(Interpreter& interpreter, const BuiltinCall& call) {

@@ -23,7 +23,7 @@ struct EnvironmentNode;
 // What an Environment knows of one name. Borrowed from the version that was asked.
 struct Binding {
   RawValue value = RawValue::of(Tag::Unbound);  // Unbound when the name is only a function.
-  UserFunction* function = nullptr;     // Null when the name is only a variable.
+  UserFunction* function = nullptr;             // Null when the name is only a variable.
 };
 
 class Environment {

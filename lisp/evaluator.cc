@@ -68,7 +68,7 @@ bool isApplicable(const RawValue& argument) {
 
 // What a builtin of one argument yields.
 template <Operation operation>
-Result applyUnary(const RawValue& argument) {
+[[gnu::always_inline]] inline Result applyUnary(const RawValue& argument) {
   switch (operation) {
     case Operation::Increment:
       return RawValue::ofNumber(argument.number + 1.0);
@@ -76,11 +76,14 @@ Result applyUnary(const RawValue& argument) {
       return RawValue::ofNumber(argument.number - 1.0);
     case Operation::Length:
       return RawValue::ofNumber(static_cast<double>(argument.length()));
-    case Operation::Car:
-      return LispValue(runOf(argument).own(argument.length()));
+    case Operation::Car: {
+      const RawValue& first = runOf(argument).own(argument.length()).raw();
+      retain(first);
+      return first;
+    }
     default:
       static_assert(operation <= Operation::Length);
-      return dropFirst(LispValue::share(argument).release());
+      return restOf(argument);
   }
 }
 
@@ -240,7 +243,8 @@ Result Interpreter::callCons(Symbol& name, const Run& items, std::uint32_t depth
 Result Interpreter::callList(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
   const std::size_t first_argument = arguments_.size();
   if (!pushArguments(items, depth)) return Result::failure();
-  const RawValue list = makeList(arguments_.data() + first_argument, arguments_.size() - first_argument);
+  const RawValue list =
+      makeList(arguments_.data() + first_argument, arguments_.size() - first_argument);
   arguments_.truncate(first_argument);
   return list;
 }

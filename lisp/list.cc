@@ -17,7 +17,7 @@ namespace {
 // to this: long lists cost few allocations and short ones little room.
 constexpr std::uint32_t kLinkedCapacityMax = 16;
 
-std::uint32_t next_dead_slot = 0;     // Its first slot that still holds its element.
+std::uint32_t next_dead_slot = 0;  // Its first slot that still holds its element.
 std::size_t run_count = 0;
 
 // The empty list's run is shared by all and never retired: its own reference stays.
@@ -147,7 +147,8 @@ RawValue prepend(RawValue element, RawValue list) {
   // ever.
   const bool may_share = leadsToNoList(element);
   const bool has_room = may_share && run->tail_length != 0 &&
-                        linkOf(*run).front_length == list.length() && list.length() < run->full_length;
+                        linkOf(*run).front_length == list.length() &&
+                        list.length() < run->full_length;
   if (!has_room) {
     Run& tail = *run;
     const std::uint32_t capacity =
@@ -166,29 +167,21 @@ RawValue prepend(RawValue element, RawValue list) {
   return RawValue::ofList(*run, length);
 }
 
-RawValue dropFirst(RawValue list) {
+// The rest is in another run, or a list of one element or none.
+RawValue restElsewhere(const RawValue& list) {
   const std::uint32_t length = list.length() - 1;
+  if (length == 0) return emptyList();
   Run& run = runOf(list);
-  if (length == 0) {
-    release(list);
-    return emptyList();
-  }
-  if (length == run.tail_length) {
-    const RawValue rest = RawValue::ofList(*linkOf(run).tail, length);
-    retain(rest);
-    release(list);
-    return rest;
-  }
-  const RawValue& element = run.own(length).raw();
-  if (length == 1 && element.tag() == Tag::List && element.length() != 0) {
+  RawValue rest = RawValue::ofList(length == run.tail_length ? *linkOf(run).tail : run, length);
+  const RawValue& element = runOf(rest).own(length).raw();
+  if (length == 1 && &runOf(rest) == &run && element.tag() == Tag::List && element.length() != 0) {
     // The hash of this list would be made from its element's whenever it is asked for, and so, if
     // that is such a list too, from all that nest in it. In a run of its own it is kept.
     retain(element);
-    const RawValue rest = makeList(&element, 1);
-    release(list);
-    return rest;
+    return makeList(&element, 1);
   }
-  return RawValue::ofList(run, length);
+  retain(rest);
+  return rest;
 }
 
 void bury(Run& run) {

@@ -103,8 +103,15 @@ static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
 // `element` in front of the elements of `list`; takes over both holds. O(1).
 [[nodiscard]] RawValue prepend(RawValue element, RawValue list);
 
-// The elements after the first of `list`, which must not be empty; takes over the hold. O(1).
-[[nodiscard]] RawValue dropFirst(RawValue list);
+// The elements after the first of `list`, which must not be empty; a further hold. O(1).
+[[nodiscard]] RawValue restElsewhere(const RawValue& list);
+[[nodiscard]] inline RawValue restOf(const RawValue& list) {
+  Run& run = runOf(list);
+  const std::uint32_t length = list.length() - 1;
+  if (length <= 1 || length == run.tail_length) return restElsewhere(list);
+  ++run.references;
+  return RawValue::ofList(run, length);
+}
 
 // The graveyard, and what was taken from it and is partly taken apart.
 inline constinit Run* dead_runs = nullptr;

@@ -80,8 +80,7 @@ void digest(Run& run);
 [[nodiscard]] inline std::uint64_t extendHash(std::uint64_t rest_hash, const RawValue& element,
                                               const HashKey& key = hashKey()) {
   __extension__ using Wide = unsigned __int128;
-  const Wide product =
-      static_cast<Wide>(rest_hash ^ wordOf(element, key)) * key.factor + key.seed;
+  const Wide product = static_cast<Wide>(rest_hash ^ wordOf(element, key)) * key.factor + key.seed;
   return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 1;
 }
 
@@ -89,7 +88,7 @@ void digest(Run& run);
 [[nodiscard]] inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
   if (slot == 0) return frontHash(run);
   if (run.tail_length == 0 && slot + 1 == run.full_length) {
-    // Not a list with elements, or dropFirst would have made a run of it: nothing is asked further.
+    // Not a list with elements, or restOf would have made a run of it: nothing is asked further.
     return extendHash(emptyListHash(), run.slots()[slot].raw());
   }
   return run.hashes()[slot - 1];

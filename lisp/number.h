@@ -14,9 +14,9 @@ namespace lisp {
 // Linear in the length of the token.
 [[nodiscard]] std::optional<double> parseNumber(std::string_view token);
 
-// Where the number ends that begins at `at`, which must be before `end`, if it is as short and plain
-// as almost all are: digits with at most one point among them and a sign in front, 15 digits in
-// all. Null for anything else. The number, correctly rounded, is in `value` then.
+// Where the number ends that begins at `at`, which must be before `end`, if it is as short and
+// plain as almost all are: digits with at most one point among them and a sign in front, 15 digits
+// in all. Null for anything else. The number, correctly rounded, is in `value` then.
 [[nodiscard]] const char* readShortDecimal(const char* at, const char* end, double& value);
 
 }  // namespace lisp

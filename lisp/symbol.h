@@ -74,8 +74,9 @@ enum class Operation : std::uint8_t {
   Unresolved,   // Not looked up in this run yet.
 };
 
-// How it does that: counts the step of the list `items`, which begins with `name`, checks the limits
-// and evaluates it. Its parts are to be evaluated at `depth`, which is one more than its own.
+// How it does that: counts the step of the list `items`, which begins with `name`, checks the
+// limits and evaluates it. Its parts are to be evaluated at `depth`, which is one more than its
+// own.
 using Handler = Result (*)(Interpreter&, Symbol& name, const Run& items, std::uint32_t depth);
 
 [[nodiscard]] Handler handlerOf(Operation operation);
@@ -91,7 +92,7 @@ inline constexpr std::uint32_t kNoEnvironmentIndex = 0xFFFFFFFF;
 // rest (NotLoaded, Unresolved) between runs; see lisp/interpreter.h.
 struct Symbol : Interned<Symbol> {
   RawValue value = RawValue::of(Tag::NotLoaded);  // The binding in force; holds its record.
-  std::uint32_t owner = kGlobalOwner;     // The call that made the binding, 0 for the global one.
+  std::uint32_t owner = kGlobalOwner;  // The call that made the binding, 0 for the global one.
   Operation base_operation = Operation::Unknown;  // When no user function has the name.
   bool touched = false;  // In the interpreter's list of symbols to put at rest.
   bool changed = false;  // The run set the global or the function.

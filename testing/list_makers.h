@@ -21,7 +21,7 @@ namespace testing_support {
 
 // The elements of `list` after the first, which it must have, as CDR takes them.
 [[nodiscard]] inline lisp::LispValue rest(const lisp::LispValue& list) {
-  return lisp::LispValue::adopt(lisp::dropFirst(lisp::LispValue(list).release()));
+  return lisp::LispValue::adopt(lisp::restOf(list.raw()));
 }
 
 // `levels` lists of one element around `innermost`.
