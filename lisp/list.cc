@@ -141,6 +141,7 @@ RawValue prepend(RawValue element, RawValue list) {
   }
   countWork();
   Run* run = &runOf(list);
+  ensureDigest(element);
   const std::uint64_t hash = extendHash(listHash(list), element);
   const std::uint32_t length = list.length() + 1;
   // An element that leads back to this run must not stand in it: the run would hold itself for

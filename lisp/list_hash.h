@@ -38,45 +38,59 @@ struct HashKey {
 // Makes the digest of a run that has none, and of those that it leads to. Linear in their elements.
 void digest(Run& run);
 
-// The run of a list, with its digest.
-[[nodiscard]] inline Run& digestedRunOf(const RawValue& list) {
-  Run& run = runOf(list);
-  if (run.front == 0) [[unlikely]]
-    digest(run);
-  return run;
+// Whatever `value` is, it has a digest afterwards if it can have one.
+inline void ensureDigest(const RawValue& value) {
+  if (value.tag() == Tag::List && runOf(value).front == 0) digest(runOf(value));
+}
+
+// The hash of the list that begins at `slot`, which must be in use, of a run with a digest.
+[[nodiscard]] std::uint64_t hashAt(const Run& run, std::uint32_t slot);
+
+// The hash of a list with a digest.
+[[nodiscard]] inline std::uint64_t digestedHash(const RawValue& list) {
+  if (list.length() == 0) return emptyListHash();
+  const Run& run = runOf(list);
+  return hashAt(run, run.full_length - list.length());
+}
+
+// The hash of a list.
+[[nodiscard]] inline std::uint64_t listHash(const RawValue& list) {
+  ensureDigest(list);
+  return digestedHash(list);
 }
 
 // True when the list holds a NaN at any depth.
 [[nodiscard]] inline bool listHoldsNan(const RawValue& list) {
-  return digestedRunOf(list).nan_length <= list.length();
+  ensureDigest(list);
+  return runOf(list).nan_length <= list.length();
 }
 
-// True when the value is or holds a NaN.
-[[nodiscard]] inline bool holdsNan(const RawValue& raw) {
-  if (raw.tag() == Tag::Number) return std::isnan(raw.number);
-  return raw.tag() == Tag::List && listHoldsNan(raw);
+// True when the value, which has a digest if it can have one, is or holds a NaN.
+[[nodiscard]] inline bool holdsNan(const RawValue& value) {
+  if (value.tag() == Tag::Number) return std::isnan(value.number);
+  return value.tag() == Tag::List && runOf(value).nan_length <= value.length();
 }
-
-[[nodiscard]] std::uint64_t listHash(const RawValue& list);
 
 // Values that are equal have equal words. Only the words of numbers can be known outside: those of
-// all other kinds are secret, so nobody can choose a number that has the word of something else.
-[[nodiscard]] inline std::uint64_t wordOf(const RawValue& raw, const HashKey& key) {
-  switch (raw.tag()) {
+// all other kinds are secret, so nobody can choose a number that has the word of something else. A
+// list must have a digest.
+[[nodiscard]] inline std::uint64_t wordOf(const RawValue& value, const HashKey& key) {
+  switch (value.tag()) {
     case Tag::Number:
-      return std::bit_cast<std::uint64_t>(raw.number + 0.0);  // -0.0 equals 0.0.
+      return std::bit_cast<std::uint64_t>(value.number + 0.0);  // -0.0 equals 0.0.
     case Tag::String:
-      return ~textOf(raw).hash;
+      return ~textOf(value).hash;
     case Tag::Symbol:
-      return symbolOf(raw).hash;
+      return symbolOf(value).hash;
     case Tag::List:
-      return std::rotl(listHash(raw), 1) + raw.length();
+      return std::rotl(digestedHash(value), 1) + value.length();
     default:
       return key.nil_word;
   }
 }
 
-// The hash of `element` in front of a list whose hash is `rest_hash`.
+// The hash of `element`, which has a digest if it can have one, in front of a list whose hash is
+// `rest_hash`.
 [[nodiscard]] inline std::uint64_t extendHash(std::uint64_t rest_hash, const RawValue& element,
                                               const HashKey& key = hashKey()) {
   __extension__ using Wide = unsigned __int128;
@@ -84,21 +98,13 @@ void digest(Run& run);
   return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 1;
 }
 
-// The hash of the list that begins at `slot`, which must be in use, of a run with a digest.
-[[nodiscard]] inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
+inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
   if (slot == 0) return frontHash(run);
   if (run.tail_length == 0 && slot + 1 == run.full_length) {
     // Not a list with elements, or restOf would have made a run of it: nothing is asked further.
     return extendHash(emptyListHash(), run.slots()[slot].raw());
   }
   return run.hashes()[slot - 1];
-}
-
-// The hash of a list.
-inline std::uint64_t listHash(const RawValue& list) {
-  if (list.length() == 0) return emptyListHash();
-  const Run& run = digestedRunOf(list);
-  return hashAt(run, run.full_length - list.length());
 }
 
 }  // namespace lisp

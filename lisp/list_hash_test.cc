@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lisp/value.h"
+#include "testing/value_text.h"
 
 namespace lisp {
 namespace {
@@ -37,6 +38,38 @@ TEST(ListHash, IsThatOfEveryEqualList) {
   const LispValue joined =
       LispValue::adopt(prepend(number(1).release(), LispValue(tail).release()));
   EXPECT_EQ(listHash(joined.raw()), listHash(list({number(1), number(2), string("B")}).raw()));
+}
+
+TEST(Digest, OfALiteralIsThatOfTheSameListMadeOtherwise) {
+  const LispValue literal = testing_support::read("(1 (2 (3 ()) \"x\") (4 5) nil)");
+  EXPECT_EQ(runOf(literal.raw()).front, 0U);  // None yet.
+  const LispValue made =
+      list({number(1), list({number(2), list({number(3), list({})}), string("x")}),
+            list({number(4), number(5)}), nil()});
+  EXPECT_NE(runOf(made.raw()).front, 0U);
+  EXPECT_EQ(listHash(literal.raw()), listHash(made.raw()));
+  EXPECT_NE(runOf(literal.raw()).front, 0U);
+}
+
+TEST(Digest, FindsNanAtAnyDepthOfAListWithoutOne) {
+  const RawValue nan = RawValue::ofNumber(std::numeric_limits<double>::quiet_NaN());
+  const RawValue inner = makeLiteral(&nan, 1);
+  const std::vector<RawValue> elements = {RawValue(), inner, RawValue()};
+  const LispValue outer = LispValue::adopt(makeLiteral(elements.data(), elements.size()));
+  EXPECT_TRUE(listHoldsNan(outer.raw()));
+  EXPECT_TRUE(listHoldsNan(LispValue::adopt(restOf(outer.raw())).raw()));
+  const LispValue last = LispValue::adopt(restOf(LispValue::adopt(restOf(outer.raw())).raw()));
+  EXPECT_FALSE(listHoldsNan(last.raw()));
+}
+
+TEST(Digest, IsMadeOnceOfWhatManyListsShare) {
+  // Each level holds the one before twice: 2^40 ways lead to the innermost.
+  LispValue value = list({number(1)});
+  for (int level = 0; level < 40; ++level) {
+    const std::vector<RawValue> elements = {LispValue(value).release(), LispValue(value).release()};
+    value = LispValue::adopt(makeLiteral(elements.data(), elements.size()));
+  }
+  EXPECT_NE(listHash(value.raw()), listHash(list({number(1)}).raw()));
 }
 
 }  // namespace

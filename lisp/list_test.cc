@@ -27,7 +27,7 @@ using testing_support::textOf;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-bool holdsNan(const LispValue& value) { return lisp::holdsNan(value.raw()); }
+bool holdsNan(const LispValue& value) { return listHoldsNan(value.raw()); }
 
 TEST(MakeList, TakesTheElementsOver) {
   settle();

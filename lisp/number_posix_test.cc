@@ -33,6 +33,15 @@ std::optional<double> referenceNumber(const std::string& token) {
 void expectAgreement(const std::string& token) {
   const std::optional<double> expected = referenceNumber(token);
   const std::optional<double> actual = parseNumber(token);
+  if (!token.empty()) {
+    double value = 0.0;
+    const char* const end = token.data() + token.size();
+    if (readShortDecimal(token.data(), end, value) == end) {
+      ASSERT_TRUE(expected.has_value()) << token;
+      ASSERT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(*expected))
+          << token;
+    }
+  }
   ASSERT_EQ(actual.has_value(), expected.has_value()) << token;
   if (!expected) return;
   ASSERT_EQ(std::bit_cast<std::uint64_t>(*actual), std::bit_cast<std::uint64_t>(*expected))
@@ -60,6 +69,19 @@ TEST(ParseNumber, AgreesWithTheLibraryOnDecimals) {
     token += digits(random, "0123456789", 25);
     if (random.chance(2, 3)) token += "." + digits(random, "0123456789", 30);
     if (random.chance(2, 3)) token += "e" + std::to_string(random.between(-345, 325));
+    expectAgreement(token);
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST(ReadShortDecimal, AgreesWithTheLibrary) {
+  Random random(5);
+  for (int i = 0; i < 200'000; ++i) {
+    std::string token = random.chance(1, 3) ? random.chance(1, 2) ? "-" : "+" : "";
+    const std::string all = digits(random, "0123456789", 16);
+    const std::size_t point = random.below(all.size() + 2);
+    token += point <= all.size() ? all.substr(0, point) + "." + all.substr(point) : all;
+    if (token.empty()) continue;
     expectAgreement(token);
     if (HasFatalFailure()) return;
   }

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace lisp {
 namespace {
@@ -168,6 +169,35 @@ TEST(ParseNumber, ReadsAMillionDigits) {
   EXPECT_EQ(parseNumber("0x" + nines), std::nullopt);
   EXPECT_EQ(parseNumber("1e" + nines), std::nullopt);
   EXPECT_EQ(parseNumber(nines + "x"), std::nullopt);
+}
+
+// The bytes that the number at the beginning of `text` takes, 0 for none, and its value.
+std::pair<std::size_t, double> shortDecimal(const std::string& text) {
+  double value = -1.0;
+  const char* const end = readShortDecimal(text.data(), text.data() + text.size(), value);
+  return {end == nullptr ? 0 : static_cast<std::size_t>(end - text.data()), value};
+}
+
+TEST(ReadShortDecimal, TakesUpTo15Digits) {
+  using Taken = std::pair<std::size_t, double>;
+  EXPECT_EQ(shortDecimal("12345678901234"), Taken(14, 12345678901234));
+  EXPECT_EQ(shortDecimal("123456789012345"), Taken(15, 123456789012345));
+  EXPECT_EQ(shortDecimal("1234567890123456").first, 0U);
+  EXPECT_EQ(shortDecimal("-.123456789012345"), Taken(17, -0.123456789012345));
+  EXPECT_EQ(shortDecimal("0.123456789012345").first, 0U);
+}
+
+TEST(ReadShortDecimal, EndsBeforeWhatIsNoDigit) {
+  using Taken = std::pair<std::size_t, double>;
+  EXPECT_EQ(shortDecimal("12.5)"), Taken(4, 12.5));
+  EXPECT_EQ(shortDecimal("1.5.2"), Taken(3, 1.5));
+  EXPECT_EQ(shortDecimal("1e5"), Taken(1, 1));
+  EXPECT_EQ(shortDecimal("7."), Taken(2, 7));
+  EXPECT_EQ(shortDecimal("+.5"), Taken(3, 0.5));
+  EXPECT_TRUE(std::signbit(shortDecimal("-0").second));
+  for (const char* const none : {"+", "-", ".", "-.", "x", "-x", "..1"}) {
+    EXPECT_EQ(shortDecimal(none).first, 0U) << none;
+  }
 }
 
 }  // namespace

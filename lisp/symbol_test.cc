@@ -126,5 +126,23 @@ TEST(StandingSymbols, AreTheTruthAndTheMarkOfSelectionSets) {
   EXPECT_EQ(symbol("$KVSEL").raw().record, kSelectionSetSymbol);
 }
 
+TEST(InternSymbol, KnowsShortNamesWhicheverWereAskedForLast) {
+  settle();
+  const std::size_t symbols = symbolCount();
+  constexpr int kCount = 3000;  // Many times as many as are at hand.
+  const auto nameOf = [](int i) { return "Q" + std::to_string(i); };
+  for (int round = 0; round < 2; ++round) {
+    std::vector<LispValue> held;
+    for (int i = 0; i < kCount; ++i) held.push_back(symbol(nameOf(i)));
+    EXPECT_EQ(symbolCount(), symbols + kCount);
+    for (int i = 0; i < kCount; ++i) {
+      EXPECT_EQ(asText(held[i]), nameOf(i));
+      EXPECT_EQ(symbol(nameOf(i)).raw().record, held[i].raw().record) << i;
+    }
+    held.clear();
+    EXPECT_EQ(symbolCount(), symbols);
+  }
+}
+
 }  // namespace
 }  // namespace lisp
