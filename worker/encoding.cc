@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "lisp/work.h"
+#include "worker/number_text.h"
 
 namespace worker {
 namespace {
@@ -19,31 +18,6 @@ using lisp::LispList;
 using lisp::LispValue;
 using lisp::OutcomeKind;
 using lisp::ValueKind;
-
-constexpr int kSignificantDigits = 17;      // Enough for every double to come back exactly.
-constexpr std::size_t kNumberSizeMax = 32;  // Bytes; the longest is "-1.7976931348623157e+308".
-
-// Whole numbers of up to 15 digits, which need neither point nor exponent; not negative zero.
-bool isSmallWhole(double number) {
-  constexpr double kSmallMax = 1e15;
-  return std::fabs(number) < kSmallMax && std::trunc(number) == number &&
-         !(number == 0.0 && std::signbit(number));
-}
-
-void appendNumber(double number, std::string& text) {
-  if (std::isnan(number)) {
-    text.append(std::signbit(number) ? "-nan" : "nan");
-    return;
-  }
-  std::array<char, kNumberSizeMax> digits;
-  char* const begin = digits.data();
-  char* const limit = begin + digits.size();
-  const std::to_chars_result written =
-      isSmallWhole(number)
-          ? std::to_chars(begin, limit, static_cast<std::int64_t>(number))
-          : std::to_chars(begin, limit, number, std::chars_format::general, kSignificantDigits);
-  text.append(begin, written.ptr);
-}
 
 void appendAtom(const LispValue& value, std::string& text) {
   switch (value.kind()) {
