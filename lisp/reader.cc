@@ -93,13 +93,13 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
   // For each list that is open, the place of its first element among elements_.
   std::array<std::size_t, kNestingMax + 1> open_forms;
   std::size_t open_count = 0;
-  const auto inList = [&] { return open_count > 0 && open_forms[open_count - 1] != kQuoteMark; };
-  const auto isTooDeep = [&] { return depth + open_count > kNestingMax; };
+  const auto in_list = [&] { return open_count > 0 && open_forms[open_count - 1] != kQuoteMark; };
+  const auto is_too_deep = [&] { return depth + open_count > kNestingMax; };
   while (true) {
     // Between elements a list looks for its end first, at its own level.
     if (at_ == end_) {
-      if (inList()) return fail("unterminated list");
-      return fail(isTooDeep() ? kTooDeep : "unexpected end of input");
+      if (in_list()) return fail("unterminated list");
+      return fail(is_too_deep() ? kTooDeep : "unexpected end of input");
     }
     RawValue form;
     switch (classOf(*at_)) {
@@ -112,12 +112,12 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
         continue;
       case Class::Open:
       case Class::Quote:
-        if (isTooDeep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeep);
         open_forms[open_count++] = *at_ == '(' ? elements_.size() : kQuoteMark;
         ++at_;
         continue;
       case Class::Close: {
-        if (!inList()) return fail(isTooDeep() ? kTooDeep : "unexpected ')'");
+        if (!in_list()) return fail(is_too_deep() ? kTooDeep : "unexpected ')'");
         ++at_;
         const std::size_t first = open_forms[--open_count];
         form = makeLiteral(elements_.data() + first, elements_.size() - first);
@@ -125,16 +125,16 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
         break;
       }
       case Class::String:
-        if (isTooDeep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeep);
         form = readString();
         if (form.tag() == Tag::Failed) return fail("unterminated string");
         break;
       case Class::Number:
-        if (isTooDeep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeep);
         form = readNumberOrName();
         break;
       case Class::Name:
-        if (isTooDeep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeep);
         form = readName();
         break;
     }

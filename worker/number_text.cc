@@ -144,7 +144,8 @@ constexpr auto kPairs = makePairs();
 
 void writeEightDigits(std::uint32_t value, char* out) {
   for (int i = 6; i >= 0; i -= 2) {
-    std::copy_n(kPairs.begin() + value % 100 * 2, 2, out + i);
+    const std::size_t pair = value % 100;
+    std::copy_n(&kPairs[2 * pair], 2, out + i);
     value /= 100;
   }
 }
