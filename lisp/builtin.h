@@ -45,7 +45,7 @@ struct Builtin {
   BuiltinFunction function;
   Arguments arguments = Arguments::Evaluated;
   // Not Operation::Builtin for those that the evaluator knows by heart: it performs their common
-  // case itself and calls `function` for everything else, errors included.
+  // case itself and calls `function` for everything else, errors included. Of LIST nothing is left.
   Operation operation = Operation::Builtin;
 };
 

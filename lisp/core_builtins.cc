@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <functional>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -70,53 +69,26 @@ Result divide(Interpreter& interpreter, const BuiltinCall& call) {
   return number(rest);
 }
 
-Result increment(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.size() != 1 || !areNumbers(call.arguments)) {
-    return failWithName(interpreter, call, " expects one number");
-  }
-  return number(numberAt(call.arguments, 0) + 1.0);
+// Of some builtins the evaluator leaves only calls with arguments that they refuse.
+
+Result refuseOne(Interpreter& interpreter, const BuiltinCall& call) {
+  return failWithName(interpreter, call, " expects one number");
 }
 
-Result decrement(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.size() != 1 || !areNumbers(call.arguments)) {
-    return failWithName(interpreter, call, " expects one number");
-  }
-  return number(numberAt(call.arguments, 0) - 1.0);
+Result refuseTwo(Interpreter& interpreter, const BuiltinCall& call) {
+  return failWithName(interpreter, call, " expects two numbers");
 }
 
-Result makeListOfArguments(Interpreter& /*interpreter*/, const BuiltinCall& call) {
-  return list(call.arguments);
+Result refuseCons(Interpreter& interpreter, const BuiltinCall& /*call*/) {
+  return interpreter.fail("cons expects two arguments");
 }
 
-// The only list in a call of CAR or CDR that has a first element; null for every other call.
-const LispValue* nonEmptyList(ArgumentSpan arguments) {
-  if (arguments.size() != 1 || arguments[0].kind() != ValueKind::List) return nullptr;
-  return arguments[0].raw().length() == 0 ? nullptr : &arguments[0];
+Result refuseLength(Interpreter& interpreter, const BuiltinCall& /*call*/) {
+  return interpreter.fail("length expects list");
 }
 
-Result car(Interpreter& /*interpreter*/, const BuiltinCall& call) {
-  const LispValue* const value = nonEmptyList(call.arguments);
-  if (value == nullptr) return nil();
-  return LispValue(asList(*value)->front());
-}
-
-Result cdr(Interpreter& /*interpreter*/, const BuiltinCall& call) {
-  const LispValue* const value = nonEmptyList(call.arguments);
-  if (value == nullptr) return nil();
-  return restOf(value->raw());
-}
-
-Result cons(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.size() != 2) return interpreter.fail("cons expects two arguments");
-  return construct(LispValue(call.arguments[0]).release(), LispValue(call.arguments[1]).release());
-}
-
-Result length(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.size() != 1 || call.arguments[0].kind() != ValueKind::List) {
-    return interpreter.fail("length expects list");
-  }
-  return number(static_cast<double>(call.arguments[0].raw().length()));
-}
+// CAR and CDR of anything but one list with elements.
+Result noElement(Interpreter& /*interpreter*/, const BuiltinCall& /*call*/) { return nil(); }
 
 // EQ and EQUAL: both structural.
 Result equal(Interpreter& interpreter, const BuiltinCall& call) {
@@ -124,14 +96,6 @@ Result equal(Interpreter& interpreter, const BuiltinCall& call) {
     return failWithName(interpreter, call, " expects two arguments");
   }
   return truthOf(valuesEqual(call.arguments[0], call.arguments[1]));
-}
-
-template <typename Relation>
-Result compare(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.size() != 2 || !areNumbers(call.arguments)) {
-    return failWithName(interpreter, call, " expects two numbers");
-  }
-  return truthOf(Relation()(numberAt(call.arguments, 0), numberAt(call.arguments, 1)));
 }
 
 // PRINC and PRIN1: the worker has no output channel for programs.
@@ -145,21 +109,21 @@ constexpr std::array kCoreBuiltins = {
     Builtin{"-", subtract, Arguments::Evaluated, Operation::Subtract},
     Builtin{"*", multiply, Arguments::Evaluated, Operation::Multiply},
     Builtin{"/", divide, Arguments::Evaluated, Operation::Divide},
-    Builtin{"1+", increment, Arguments::Evaluated, Operation::Increment},
-    Builtin{"1-", decrement, Arguments::Evaluated, Operation::Decrement},
-    Builtin{"LIST", makeListOfArguments, Arguments::Evaluated, Operation::List},
-    Builtin{"CAR", car, Arguments::Evaluated, Operation::Car},
-    Builtin{"CDR", cdr, Arguments::Evaluated, Operation::Cdr},
-    Builtin{"CONS", cons, Arguments::Evaluated, Operation::Cons},
-    Builtin{"LENGTH", length, Arguments::Evaluated, Operation::Length},
+    Builtin{"1+", refuseOne, Arguments::Evaluated, Operation::Increment},
+    Builtin{"1-", refuseOne, Arguments::Evaluated, Operation::Decrement},
+    Builtin{"LIST", nullptr, Arguments::Evaluated, Operation::List},
+    Builtin{"CAR", noElement, Arguments::Evaluated, Operation::Car},
+    Builtin{"CDR", noElement, Arguments::Evaluated, Operation::Cdr},
+    Builtin{"CONS", refuseCons, Arguments::Evaluated, Operation::Cons},
+    Builtin{"LENGTH", refuseLength, Arguments::Evaluated, Operation::Length},
     Builtin{"EQ", equal},
     Builtin{"EQUAL", equal},
-    Builtin{"=", compare<std::equal_to<>>, Arguments::Evaluated, Operation::NumberEqual},
-    Builtin{"/=", compare<std::not_equal_to<>>, Arguments::Evaluated, Operation::NumberNotEqual},
-    Builtin{"<", compare<std::less<>>, Arguments::Evaluated, Operation::Less},
-    Builtin{">", compare<std::greater<>>, Arguments::Evaluated, Operation::Greater},
-    Builtin{"<=", compare<std::less_equal<>>, Arguments::Evaluated, Operation::LessOrEqual},
-    Builtin{">=", compare<std::greater_equal<>>, Arguments::Evaluated, Operation::GreaterOrEqual},
+    Builtin{"=", refuseTwo, Arguments::Evaluated, Operation::NumberEqual},
+    Builtin{"/=", refuseTwo, Arguments::Evaluated, Operation::NumberNotEqual},
+    Builtin{"<", refuseTwo, Arguments::Evaluated, Operation::Less},
+    Builtin{">", refuseTwo, Arguments::Evaluated, Operation::Greater},
+    Builtin{"<=", refuseTwo, Arguments::Evaluated, Operation::LessOrEqual},
+    Builtin{">=", refuseTwo, Arguments::Evaluated, Operation::GreaterOrEqual},
     Builtin{"PRINC", lastArgument},
     Builtin{"PRIN1", lastArgument},
 };
