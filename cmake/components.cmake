@@ -37,12 +37,25 @@ function(lisp_component name)
   endif()
 endfunction()
 
-# lisp_free_of_libraries(<program or shared library>)
+# lisp_free_of_libraries(<shared library>)
 #
 # Makes it need nothing but the C library of the system that it runs on.
 function(lisp_free_of_libraries name)
   if(NOT LISP_SANITIZE)
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+endfunction()
+
+# lisp_static_program(<program>)
+#
+# Makes a program need nothing at all when it is built for release: it runs on any Linux of its
+# processor, and starts a quarter sooner.
+function(lisp_static_program name)
+  if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT WIN32 AND NOT LISP_SANITIZE)
+    # CMake's own -pie would undo -static-pie.
+    set_property(TARGET ${name} PROPERTY POSITION_INDEPENDENT_CODE)
+    target_compile_options(${name} PRIVATE -fPIE)
+    target_link_options(${name} PRIVATE -static-pie)
   endif()
 endfunction()
 

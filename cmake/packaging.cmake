@@ -26,29 +26,7 @@ foreach(library IN ITEMS lisp_worker_client lisp_worker_c)
   target_include_directories(${library} INTERFACE $<INSTALL_INTERFACE:include/lisp_worker>)
 endforeach()
 
-# --- Programs that need nothing at all --------------------------------------------------------
-
-# For the release archive: they run on any Linux of this processor.
 set(programs lisp_worker lisp_session lisp_console)
-if(NOT WIN32 AND NOT LISP_SANITIZE)
-  set(static_programs lisp_worker lisp_session)
-  foreach(program IN LISTS static_programs)
-    get_target_property(sources ${program} SOURCES)
-    get_target_property(libraries ${program} LINK_LIBRARIES)
-    add_executable(${program}_static EXCLUDE_FROM_ALL ${sources})
-    target_link_libraries(${program}_static PRIVATE ${libraries})
-    # CMake's own -pie would undo -static-pie.
-    set_property(TARGET ${program}_static PROPERTY POSITION_INDEPENDENT_CODE)
-    target_compile_options(${program}_static PRIVATE -fPIE)
-    target_link_options(${program}_static PRIVATE -static-pie)
-    set_target_properties(
-      ${program}_static PROPERTIES OUTPUT_NAME ${program}
-                                   RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/static)
-  endforeach()
-  add_custom_target(static_programs)
-  list(TRANSFORM static_programs APPEND _static)
-  add_dependencies(static_programs ${static_programs})
-endif()
 
 # --- Files ------------------------------------------------------------------------------------
 
