@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -193,11 +194,19 @@ double switchTime(const std::string& worker, int variable_count) {
 
 // --- Memory -----------------------------------------------------------------------------------
 
-// A field of /proc/<worker>/status in KiB. The worker is the only child of this process.
+// The only child of this process, the worker: that of the thread that the client keeps for it.
+std::string childProcess() {
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream children(thread.path() / "children");
+    std::string process;
+    if (children >> process) return process;
+  }
+  fail("the worker's process is not to be seen");
+}
+
+// A field of /proc/<worker>/status in KiB.
 double statusOfChild(std::string_view field) {
-  std::ifstream children("/proc/thread-self/children");
-  std::string process;
-  if (!(children >> process)) fail("the worker's process is not to be seen");
+  const std::string process = childProcess();
   std::ifstream status("/proc/" + process + "/status");
   for (std::string line; std::getline(status, line);) {
     if (line.starts_with(field)) return std::strtod(line.c_str() + field.size(), nullptr);
