@@ -319,8 +319,13 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
   if (error == ERROR_SUCCESS) error = makeInheritable(to_worker.read_end);
   if (error == ERROR_SUCCESS) error = makeInheritable(from_worker.write_end);
   if (error == ERROR_SUCCESS) {
-    error = createProcess(path, job, to_worker.read_end, from_worker.write_end,
-                          inheritableStandardError(), process);
+    // Under Wine a process that is to begin in a job does not come up once in some thousand times;
+    // this is how it is reported, and the next one does.
+    int attempts_left = 3;
+    do {
+      error = createProcess(path, job, to_worker.read_end, from_worker.write_end,
+                            inheritableStandardError(), process);
+    } while (error == ERROR_INTERNAL_ERROR && --attempts_left > 0);
   }
   if (error != ERROR_SUCCESS) {
     if (error_out != nullptr) {
