@@ -168,7 +168,6 @@ RawValue prepend(RawValue element, RawValue list) {
   return RawValue::ofList(*run, length);
 }
 
-// The rest is in another run, or a list of one element or none.
 RawValue restElsewhere(const RawValue& list) {
   const std::uint32_t length = list.length() - 1;
   if (length == 0) return emptyList();

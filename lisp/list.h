@@ -90,7 +90,8 @@ static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
 // O(log runs): `remaining` must be from 1 to the list's length.
 [[nodiscard]] const Run& findRun(const Run& run, std::uint32_t remaining);
 
-// A list of `count` elements; takes over the hold on each.
+// A list of `count` elements; takes over the hold on each. It has a digest if there are lists among
+// them.
 [[nodiscard]] RawValue makeList(const RawValue* elements, std::size_t count);
 
 // The same without a digest, for the reader: its lists nest at most kNestingMax deep, which bounds
@@ -103,8 +104,10 @@ static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
 // `element` in front of the elements of `list`; takes over both holds. O(1).
 [[nodiscard]] RawValue prepend(RawValue element, RawValue list);
 
-// The elements after the first of `list`, which must not be empty; a further hold. O(1).
+// For restOf: the rest that is in another run, has one element or has none.
 [[nodiscard]] RawValue restElsewhere(const RawValue& list);
+
+// The elements after the first of `list`, which must not be empty; a further hold. O(1).
 [[nodiscard]] inline RawValue restOf(const RawValue& list) {
   Run& run = runOf(list);
   const std::uint32_t length = list.length() - 1;

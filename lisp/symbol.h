@@ -51,7 +51,7 @@ enum class Operation : std::uint8_t {
   Not,
   Null,
   UserFunction,
-  Add,  // From here to List: builtins that evaluateList knows by heart.
+  Add,  // From here to List: builtins that the evaluator knows by heart.
   Subtract,
   Multiply,
   Divide,
