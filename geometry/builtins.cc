@@ -12,6 +12,7 @@
 #include "geometry/transforms.h"
 #include "lisp/arithmetic.h"
 #include "lisp/interpreter.h"
+#include "lisp/list.h"
 #include "lisp/value.h"
 
 namespace geometry {
@@ -21,6 +22,7 @@ using lisp::Builtin;
 using lisp::BuiltinCall;
 using lisp::Interpreter;
 using lisp::LispValue;
+using lisp::RawValue;
 using lisp::Result;
 
 Result fail_with_name(Interpreter& interpreter, const BuiltinCall& call, std::string_view suffix) {
@@ -56,7 +58,9 @@ std::optional<std::size_t> read_system_code(const LispValue& value) {
 }
 
 Result make_point(const Point& point) {
-  return lisp::list({lisp::number(point.x), lisp::number(point.y), lisp::number(point.z)});
+  const std::array coordinates = {RawValue::ofNumber(point.x), RawValue::ofNumber(point.y),
+                                  RawValue::ofNumber(point.z)};
+  return lisp::makeList(coordinates.data(), coordinates.size());
 }
 
 // hypot(x2 - x1, y2 - y1): points that differ in z alone have distance 0.

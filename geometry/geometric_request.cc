@@ -1,34 +1,15 @@
 #include "geometry/geometric_request.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <span>
 
 #include "geometry/elementary_functions.h"
 
 namespace geometry {
 namespace {
-
-bool is_known(std::uint8_t operation) {
-  return operation >= static_cast<std::uint8_t>(GeometricOperation::Sum) &&
-         operation <= static_cast<std::uint8_t>(GeometricOperation::Polar);
-}
-
-bool takes_count(GeometricOperation operation, std::size_t count) {
-  switch (operation) {
-    case GeometricOperation::Sum:
-    case GeometricOperation::Difference:
-    case GeometricOperation::Product:
-      return count >= 1;
-    case GeometricOperation::Quotient:
-      return count >= 2;
-    case GeometricOperation::Distance:
-    case GeometricOperation::Angle:
-    case GeometricOperation::Polar:
-      return count == 4;
-  }
-  return false;
-}
 
 GeometricResult failure(GeometricOutcome outcome) { return {.outcome = outcome}; }
 
@@ -86,6 +67,25 @@ GeometricResult polar(std::span<const double> operands) {
   return computed(x + r * cosine(phi), y + r * sine(phi));
 }
 
+// How many operands an operation takes, and what it makes of them.
+struct Formula {
+  std::size_t count_min;
+  std::size_t count_max;
+  GeometricResult (*compute)(std::span<const double> operands);
+};
+
+// In the order of GeometricOperation, whose first is 1.
+constexpr std::array kFormulas = {
+    Formula{1, kOperandCountMax, sum},
+    Formula{1, kOperandCountMax, difference},
+    Formula{1, kOperandCountMax, product},
+    Formula{2, kOperandCountMax, quotient},
+    Formula{4, 4, distance},
+    Formula{4, 4, angle},
+    Formula{4, 4, polar},
+};
+static_assert(kFormulas.size() == static_cast<std::size_t>(GeometricOperation::Polar));
+
 }  // namespace
 
 GeometricResult compute_geometric_request(const GeometricRequest& request) {
@@ -94,27 +94,14 @@ GeometricResult compute_geometric_request(const GeometricRequest& request) {
   const std::span<const double> operands(request.operands.data(), request.count);
   const auto is_finite = [](double operand) { return std::isfinite(operand); };
   if (!std::ranges::all_of(operands, is_finite)) return failure(GeometricOutcome::BadOperands);
-  if (!is_known(request.operation)) return failure(GeometricOutcome::UnknownOperation);
-  const auto operation = static_cast<GeometricOperation>(request.operation);
-  if (!takes_count(operation, request.count)) return failure(GeometricOutcome::BadOperands);
-
-  switch (operation) {
-    case GeometricOperation::Sum:
-      return sum(operands);
-    case GeometricOperation::Difference:
-      return difference(operands);
-    case GeometricOperation::Product:
-      return product(operands);
-    case GeometricOperation::Quotient:
-      return quotient(operands);
-    case GeometricOperation::Distance:
-      return distance(operands);
-    case GeometricOperation::Angle:
-      return angle(operands);
-    case GeometricOperation::Polar:
-      return polar(operands);
+  if (request.operation == 0 || request.operation > kFormulas.size()) {
+    return failure(GeometricOutcome::UnknownOperation);
   }
-  return failure(GeometricOutcome::UnknownOperation);
+  const Formula& formula = kFormulas[request.operation - std::size_t{1}];
+  if (request.count < formula.count_min || request.count > formula.count_max) {
+    return failure(GeometricOutcome::BadOperands);
+  }
+  return formula.compute(operands);
 }
 
 }  // namespace geometry

@@ -35,9 +35,7 @@ struct TidyUp {
   }
 };
 
-bool isHostCall(const EvalOutcome& outcome) {
-  return outcome.kind == OutcomeKind::HostCallRequired && outcome.host_call.has_value();
-}
+bool isHostCall(const EvalOutcome& outcome) { return outcome.host_call.has_value(); }
 
 }  // namespace
 

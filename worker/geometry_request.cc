@@ -37,10 +37,9 @@ WorkerStatus statusOf(geometry::GeometricOutcome outcome) {
     case geometry::GeometricOutcome::UnknownOperation:
       return WorkerStatus::UnknownType;
     case geometry::GeometricOutcome::Degenerate:
-      return WorkerStatus::Degenerate;
+      break;
   }
-  assert(false);
-  return WorkerStatus::BadRequest;
+  return WorkerStatus::Degenerate;
 }
 
 }  // namespace
