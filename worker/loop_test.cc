@@ -188,6 +188,22 @@ TEST(Worker, IgnoresTheReservedBytesOfARequest) {
   }
 }
 
+TEST(Worker, AnswersAtEveryLengthAfterEveryOther) {
+  const MessageHeader header = requestHeader(MessageType::EvalStart);
+  std::string input;
+  std::vector<std::string> texts;
+  for (const std::size_t size : {5, 70'000, 0, 200'000, 3, 1'000'000, 1}) {
+    texts.push_back('"' + std::string(size, 'x') + '"');
+    input += frameBytes(header, texts.back());
+  }
+  const Life life = live(input);
+  const std::vector<WireResponse> responses = life.responses();
+  ASSERT_EQ(responses.size(), texts.size());
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    EXPECT_TRUE(responses[i].payload.substr(64) == texts[i]) << i;
+  }
+}
+
 TEST(Worker, StaysAlignedAfterAnIgnoredPayload) {
   // The ignored payload looks like a frame that would end the worker.
   const std::string trap = frameBytes(requestHeader(MessageType::Shutdown));

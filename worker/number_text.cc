@@ -107,7 +107,7 @@ std::optional<std::uint64_t> scaled(const Binary& number, int power) {
   const int shift = -(number.exponent + binaryExponent(power) - 127) - 64;
   const Wide half = Wide{1} << (shift - 1);
   const Wide fraction = product & (half | (half - 1));
-  if (fraction == half || fraction == half - 1) return std::nullopt;
+  if (fraction - (half - 1) < 2) return std::nullopt;  // It is half, or half - 1.
   return static_cast<std::uint64_t>(product >> shift) + (fraction > half ? 1 : 0);
 }
 
