@@ -176,7 +176,7 @@ class Comparison {
   // Compares the elements of a pair from the front to those known, run by run.
   bool walk(Pair pair) {
     std::uint32_t remaining = pair.length;
-    while (remaining > pair.known) {
+    while (true) {
       const std::uint32_t stop = std::max({pair.a->tail_length, pair.b->tail_length, pair.known});
       const LispValue* a = &pair.a->own(remaining);
       const LispValue* b = &pair.b->own(remaining);
@@ -188,7 +188,6 @@ class Comparison {
       if (remaining == pair.b->tail_length) pair.b = linkOf(*pair.b).tail;
       if (!tie(*pair.a, *pair.b, remaining, pair.known)) return true;
     }
-    return true;
   }
 
   // False when two elements differ; lists that are not known to be equal are left for later.

@@ -6,8 +6,10 @@
 #include <cstddef>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "lisp/list_hash.h"
 #include "testing/list_makers.h"
 #include "testing/small_stack.h"
 #include "testing/value_text.h"
@@ -164,6 +166,60 @@ TEST(ValuesEqual, ForgetsWhatAFailedComparisonAssumed) {
   EXPECT_FALSE(valuesEqual(b, c));
   EXPECT_FALSE(valuesEqual(list({a, a, c}), list({c, b, b})));
   EXPECT_TRUE(valuesEqual(list({a, b, c}), list({b, a, c})));
+}
+
+// Gives the list `b` the hash of `a`. No program can: the hash is keyed with a secret.
+void forgeHash(const LispValue& a, const LispValue& b) {
+  EXPECT_NE(listHash(a.raw()), listHash(b.raw()));
+  frontHash(runOf(b.raw())) = listHash(a.raw());
+}
+
+// Lists of `length`, which differ in the last element alone and have one hash.
+struct Forged {
+  LispValue a;
+  LispValue b;
+};
+Forged forged(std::size_t length, const LispValue& last_a, const LispValue& last_b) {
+  std::vector<LispValue> elements(length, number(0));
+  elements.back() = last_a;
+  const LispValue a = list(elements);
+  elements.back() = last_b;
+  const LispValue b = list(elements);
+  forgeHash(a, b);
+  return {a, b};
+}
+
+// Lists that are compared on the spot, and longer ones.
+TEST(ValuesEqual, IsDecidedByTheElementsAndNotByTheirHash) {
+  const std::vector<std::pair<const char*, const char*>> elements = {
+      {"1", "2"},   {"1", "nil"},   {"1", "\"1\""},   {"\"A\"", "\"B\""},    {"A", "B"},
+      {"A", "nil"}, {"nil", "()"},  {"(1)", "(1 2)"}, {"()", "(1)"},         {"(1)", "(2)"},
+      {"A", "(A)"}, {"\"A\"", "A"}, {"(nil)", "(A)"}, {"(1 (2))", "(1 (3))"}};
+  for (const auto& [last_a, last_b] : elements) {
+    for (const std::size_t length : {1, 8, 9, 30}) {
+      const auto [a, b] = forged(length, read(last_a), read(last_b));
+      EXPECT_FALSE(valuesEqual(a, b)) << length << ": " << last_a << ' ' << last_b;
+      EXPECT_FALSE(valuesEqual(b, a)) << length << ": " << last_a << ' ' << last_b;
+    }
+  }
+}
+
+// What was taken for equal on the way to a difference, each in a list of its own.
+TEST(ValuesEqual, TakesBackWhatItAssumedOnTheWayToADifference) {
+  const auto [a, b] = forged(20, number(1), number(2));
+  const LispValue same = numbers(20, 1);
+  const LispValue again = numbers(20, 1);
+  const LispValue outer_a = list({a, same, list({same, a})});
+  const LispValue outer_b = list({b, again, list({again, b})});
+  ASSERT_EQ(listHash(outer_a.raw()), listHash(outer_b.raw()));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_FALSE(valuesEqual(outer_a, outer_b));
+    EXPECT_FALSE(valuesEqual(outer_b, outer_a));
+    EXPECT_FALSE(valuesEqual(a, b));
+  }
+  EXPECT_TRUE(valuesEqual(same, again));
+  EXPECT_FALSE(valuesEqual(outer_a, outer_b));
+  EXPECT_TRUE(valuesEqual(outer_a, list({a, again, list({again, a})})));
 }
 
 TEST(ValuesEqual, KnowsNoMoreThanTheElementsCompared) {

@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "testing/evaluator.h"
+#include "testing/list_makers.h"
 #include "testing/outcome_matchers.h"
+#include "testing/value_text.h"
 
 namespace lisp {
 namespace {
@@ -20,7 +22,9 @@ using testing_support::Evaluator;
 using testing_support::isEvalError;
 using testing_support::isStepLimit;
 using testing_support::isValue;
+using testing_support::read;
 using testing_support::requiresHostCall;
+using testing_support::textOf;
 using testing_support::took;
 
 const std::string kDepthExceeded = "LISP evaluation depth exceeded";
@@ -158,6 +162,22 @@ TEST(StepLimit, LetsAsManyStepsRun) {
   }
 }
 
+TEST(StepLimit, HoldsWithinEveryForm) {
+  for (const char* const program :
+       {"()", "(LIST () 1)", "(1+ 1)", "(1- (1+ 2))", "(CAR '(1))", "(CAR (CDR '(1 2)))",
+        "(LENGTH (LIST 1 2))", "(+ 1 2)", "(+ (* 1 2) (/ 3 4))", "(< 1 (- 5))", "(CONS 1 '(2))",
+        "(CONS (+ 1 1) (LIST 2))", "(SETQ A 1)", "(SETQ A 1 B (1+ A))", "(IF (NOT nil) 1 2)",
+        "(PROGN 1 (AND 1 2) (OR nil 3))", "(DEFUN F (A) (LIST A)) (F (1+ 1))"}) {
+    const std::uint64_t steps = evaluate(program).steps;
+    for (std::uint64_t limit = 0; limit < steps; ++limit) {
+      EXPECT_THAT(evaluate(program, {limit, 128}), AllOf(isStepLimit(), took(limit + 1)))
+          << program;
+    }
+    EXPECT_EQ(evaluate(program, {steps, 128}).kind, OutcomeKind::Value) << program;
+  }
+  EXPECT_THAT(evaluate("(1 2)", {0, 128}), isStepLimit());
+}
+
 // A program of so many steps whose value is 1: a loop, and as many literals as are missing.
 std::string programOf(int steps) {
   const int passes = (steps - 7) / 6;
@@ -275,6 +295,26 @@ TEST(Runs, LeaveNothingBehindUnlessTheyEndWithAValue) {
               isEvalError("unsupported LISP function: FOO"));
   EXPECT_THAT(evaluator.run("A"), isValue("1"));
   EXPECT_THAT(evaluator.run("B"), isEvalError("unbound symbol: B"));
+}
+
+// Also when the forms that they stood in are gone.
+TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
+  testing_support::settle();
+  const std::size_t symbols = symbolCount();
+  {
+    const Environment environment;
+    Interpreter interpreter(environment, nullptr, nullptr);
+    interpreter.start({});
+    const auto valueOf = [&](const char* form) {
+      return textOf(LispValue::adopt(interpreter.evaluate(read(form), 0).raw));
+    };
+    EXPECT_EQ(valueOf("(SETQ TOUCHED-ONCE '(1 2))"), "(1 2)");
+    testing_support::settle();
+    EXPECT_EQ(symbolCount(), symbols + 1);
+    EXPECT_EQ(valueOf("TOUCHED-ONCE"), "(1 2)");
+  }
+  testing_support::settle();
+  EXPECT_EQ(symbolCount(), symbols);
 }
 
 TEST(Runs, HandTheirBindingsOn) {

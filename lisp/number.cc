@@ -60,12 +60,11 @@ std::optional<double> parseDecimal(std::string_view digits) {
   double value = 0.0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, value);
-  if (stop != end || error == std::errc::invalid_argument) return std::nullopt;
+  if (stop != end) return std::nullopt;  // Also where no number begins.
   if (error == std::errc::result_out_of_range) {
     if (isTooLarge(digits)) return std::nullopt;
     return 0.0;
   }
-  if (!std::isfinite(value)) return std::nullopt;
   return value;
 }
 

@@ -188,10 +188,12 @@ TEST(ParseProgram, BoundsNesting) {
             repeated("(", 513) + repeated(")", 513));
   EXPECT_EQ(parsed(repeated("(", 514) + repeated(")", 514)), "!parser nesting limit exceeded");
   // An atom stands one level below its list.
-  EXPECT_EQ(parsed(repeated("(", 512) + "A" + repeated(")", 512)),
-            repeated("(", 512) + "A" + repeated(")", 512));
-  EXPECT_EQ(parsed(repeated("(", 513) + "A" + repeated(")", 513)),
-            "!parser nesting limit exceeded");
+  for (const std::string atom : {"A", "1", "\"a\"", "1A"}) {
+    EXPECT_EQ(parsed(repeated("(", 512) + atom + repeated(")", 512)),
+              repeated("(", 512) + atom + repeated(")", 512));
+    EXPECT_EQ(parsed(repeated("(", 513) + atom + repeated(")", 513)),
+              "!parser nesting limit exceeded");
+  }
   EXPECT_EQ(parsed(repeated("'", 511) + "A").size(), 511 * 8 + 1u);
   EXPECT_EQ(parsed(repeated("'", 512) + "A").size(), 512 * 8 + 1u);
   EXPECT_EQ(parsed(repeated("'", 513) + "A"), "!parser nesting limit exceeded");

@@ -87,17 +87,17 @@ void* refill(std::size_t size_class) {
   return allocate(size_class * kGranule);
 }
 
-// A slab that has a block again comes second, so that the first is used up first. One slab stays
-// with its size when all is free, for a program that makes and drops the same thing over and over.
+// A slab that has a block again comes second, so that the first is used up first; there is a first,
+// for a list that has had a slab is never empty again. One slab stays with its size when all is
+// free, for a program that makes and drops the same thing over and over.
 void settle(Slab& slab) {
   Slab*& first = slabs[slab.size_class];
   if (!slab.is_listed) {
     slab.is_listed = true;
-    slab.previous = first == &no_slab ? nullptr : first;
-    Slab*& place = first == &no_slab ? first : first->next;
-    slab.next = place;
-    if (place != &no_slab) place->previous = &slab;
-    place = &slab;
+    slab.previous = first;
+    slab.next = first->next;
+    if (slab.next != &no_slab) slab.next->previous = &slab;
+    first->next = &slab;
   }
   if (slab.used == 0 && &slab != first) {
     unlist(slab);

@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "lisp/value.h"
 #include "testing/list_makers.h"
+#include "testing/random.h"
 
 namespace lisp {
 namespace {
@@ -35,6 +38,36 @@ TEST(InternSymbol, ComparesEveryByteOfNamesOfEachLength) {
       EXPECT_EQ(asText(different), other);
     }
   }
+}
+
+// The hash decides where a name is looked for, the bytes which name it is. No program can choose
+// names of one hash, which is keyed with a secret: here one gets the hash of another.
+TEST(InternSymbol, TellsNamesOfOneHashApart) {
+  // Among so many names, some are looked for in one place however large the table is here.
+  constexpr int kNames = 10000;
+  constexpr std::uint64_t kPlaceMask = 0xFFFFF;
+  testing_support::Random random(1);
+  std::map<std::uint64_t, LispValue> by_place;
+  LispValue forged = nil();
+  std::string other;
+  std::uint64_t hash = 0;
+  for (int i = 0; i < kNames && other.empty(); ++i) {
+    const std::string name = std::to_string(random.bits());
+    const LispValue candidate = symbol(name);
+    const auto [place, is_new] =
+        by_place.emplace(symbolOf(candidate.raw()).hash & kPlaceMask, candidate);
+    if (is_new) continue;
+    forged = place->second;
+    other = name;
+    hash = symbolOf(candidate.raw()).hash;
+  }
+  ASSERT_NE(other, "");
+  const std::uint64_t own_hash = std::exchange(symbolOf(forged.raw()).hash, hash);
+  const LispValue different = symbol(other);
+  EXPECT_NE(different.raw().record, forged.raw().record);
+  EXPECT_EQ(asText(different), other);
+  EXPECT_EQ(symbolOf(different.raw()).hash, hash);
+  symbolOf(forged.raw()).hash = own_hash;
 }
 
 TEST(InternText, KeepsTextsAndNamesApart) {

@@ -116,7 +116,7 @@ void Interpreter::enterLate(UserFunction& function, std::size_t trail_begin,
   for (std::size_t i = trail_begin; i < trail_.size(); ++i) {
     countWork();
     Symbol& symbol = *trail_[i].symbol;
-    if (symbol.owner == frame_ && locals.contains(symbol)) replace(symbol.value, RawValue());
+    if (locals.contains(symbol)) replace(symbol.value, RawValue());
   }
 }
 

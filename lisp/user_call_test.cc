@@ -179,6 +179,12 @@ TEST(UserCall, WithManyLocalsBindsThemAll) {
            "(PROGN (SETQ L2 N) (LIST L1 (G (1- N)) L1 L2)))) (G 1)",
        "((1 nil nil) (0 nil nil) (1 nil nil) 1)"},
       {"(DEFUN F (L1) L1) " + define + "(LIST (F 5) L1)) (G)", "(5 nil)"},
+      // Names whose bindings were made further out, by none and by one inside another such call.
+      {"(SETQ A 'GLOBAL) " + define + "(LIST A (SETQ A 2))) (DEFUN F () (G)) (LIST (F) A)",
+       "((GLOBAL 2) 2)"},
+      {define + "(LIST X (SETQ X 2))) (DEFUN F () (G)) (DEFUN M (X) (LIST (F) X)) "
+                "(DEFUN O (/ X A2 A3 A4 A5 A6 A7 A8 A9 A10 A11 A12 A13 A14 A15 A16 A17) (M 1)) (O)",
+       "((1 2) 1)"},
   });
 }
 

@@ -14,16 +14,9 @@ namespace lisp {
 void refuseKind() { throw std::bad_variant_access(); }
 
 void retire(RawValue raw) {
-  switch (raw.tag()) {
-    case Tag::String:
-      return retireText(&textOf(raw));
-    case Tag::Symbol:
-      return retireSymbol(&symbolOf(raw));
-    case Tag::List:
-      return bury(runOf(raw));
-    default:
-      return;
-  }
+  if (raw.tag() == Tag::List) return bury(runOf(raw));
+  if (raw.tag() == Tag::String) return retireText(&textOf(raw));
+  retireSymbol(&symbolOf(raw));
 }
 
 LispList::Iterator::Iterator(const Run* run, std::uint32_t left) : run_(run), left_(left) {
