@@ -31,8 +31,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(LISP_COVERAGE)
-  # Exceptions are nobody's branches: the worker has none of its own.
-  add_compile_options(--coverage -fprofile-abs-path -fno-inline)
+  # Nothing optimised, so that the branches are those of the source: even what is put in line
+  # everywhere is one function, not a copy for every call. The locks around the making of a static
+  # object are nobody's branches: the worker has a single thread.
+  add_compile_options(--coverage -O0 -fno-threadsafe-statics)
+  add_compile_definitions(always_inline=unused)
   add_link_options(--coverage)
 endif()
 

@@ -15,13 +15,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "client/process.h"
 #include "testing/child_process.h"
 #include "testing/executable_worker.h"
 #include "testing/reference_conversation.h"
-#include "testing/test_environment.h"
 #include "testing/worker_process.h"
 
 namespace testing_support {
@@ -107,18 +105,6 @@ TEST(Win32Worker, TakesAWriteOfNothingForTheEndOfItsInput) {
   EXPECT_EQ(child.end(), "exit code 0");
   ::CloseHandle(read_end);
   ::CloseHandle(write_end);
-}
-
-TEST(Win32Worker, EndsWithItsCodeWhenThereIsNoMoreMemory) {
-  for (const int allocation_count : {0, 1, 10, 50, 100, 200}) {
-    ChildProcess child({.environment = {"LISP_ALLOCATIONS_MAX=" + std::to_string(allocation_count)},
-                        .executable = environment("LISP_FAILING_WORKER_PATH")});
-    std::thread host([&] { child.send(referenceConversation().input()); });
-    EXPECT_TRUE(referenceConversation().output().starts_with(child.receiveAll()));
-    host.join();
-    EXPECT_EQ(child.end(), "exit code 8") << allocation_count;
-    EXPECT_EQ(child.errors(), "") << allocation_count;
-  }
 }
 
 // Files work as well as pipes, though no host needs them: a conversation may be kept and poured in.

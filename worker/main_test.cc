@@ -1,0 +1,47 @@
+// The worker as a process, in short. What its host and the system can do to it is in testing/.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "testing/child_process.h"
+#include "testing/reference_conversation.h"
+#include "testing/test_environment.h"
+
+namespace worker {
+namespace {
+
+using testing_support::ChildProcess;
+using testing_support::referenceConversation;
+
+// Sends the reference conversation and the end of it while the output is read.
+std::string converse(ChildProcess& child) {
+  std::thread host([&] {
+    child.send(referenceConversation().input());
+    child.endInput();
+  });
+  std::string output = child.receiveAll();
+  host.join();
+  return output;
+}
+
+TEST(Main, AnswersUntilItsInputEnds) {
+  ChildProcess child;
+  EXPECT_TRUE(converse(child) == referenceConversation().output());
+  EXPECT_EQ(child.end(), "exit code 0");
+  EXPECT_EQ(child.errors(), "");
+}
+
+TEST(Main, EndsWithItsCodeWhenThereIsNoMoreMemory) {
+  for (const int allocation_count : {0, 1, 10, 50, 100, 200}) {
+    ChildProcess child({.environment = {"LISP_ALLOCATIONS_MAX=" + std::to_string(allocation_count)},
+                        .executable = testing_support::environment("LISP_FAILING_WORKER_PATH")});
+    EXPECT_TRUE(referenceConversation().output().starts_with(converse(child)));
+    EXPECT_EQ(child.end(), "exit code 8") << allocation_count;
+    EXPECT_EQ(child.errors(), "") << allocation_count;
+  }
+}
+
+}  // namespace
+}  // namespace worker
