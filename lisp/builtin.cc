@@ -25,7 +25,7 @@ constexpr std::array<std::pair<std::string_view, Operation>, 10> kSpecialForms =
 bool installSpecialForms() {
   for (const auto& [name, operation] : kSpecialForms) {
     Symbol* const symbol = internSymbol(name);
-    symbol->handler = handlerOf(operation);
+    symbol->operation = operation;
     symbol->base_operation = operation;
   }
   return true;

@@ -4,23 +4,50 @@
 #ifndef LISP_EVALUATE_H_
 #define LISP_EVALUATE_H_
 
+#include <array>
+#include <cstdint>
+
+#include "lisp/form_shape.h"
 #include "lisp/interpreter.h"
+#include "lisp/list.h"
+#include "lisp/symbol.h"
 
 namespace lisp {
 
-// 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind. For a list that
-// begins with a name, its handler does all three.
+// What a condition yields.
+enum class Truth : std::uint8_t { No, Yes, Failed };
+
+// How lists of one shape are evaluated.
+struct FormEvaluator {
+  // Counts the step of the list, checks the limits and evaluates it. Its parts are to be evaluated
+  // at `depth`, which is one more than its own.
+  Result (*evaluate)(Interpreter&, Run& items, std::uint32_t depth);
+  // The same for who wants to know no more of the value than whether it is nil.
+  Truth (*test)(Interpreter&, Run& items, std::uint32_t depth);
+};
+
+// By shape.
+extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
+
+[[nodiscard]] inline Truth truthOf(Result result) {
+  if (result.raw.tag() == Tag::Nil) return Truth::No;
+  if (result.failed()) return Truth::Failed;
+  release(result.raw);
+  return Truth::Yes;
+}
+
+[[gnu::always_inline]] inline Result Interpreter::evaluateList(const LispValue& form,
+                                                               std::uint32_t depth) {
+  Run& items = runOf(form.raw());
+  return kFormEvaluators.data()[items.shape].evaluate(*this, items, depth + 1);
+}
+
+// 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind. For a list its
+// evaluator does all three, together with its operands if it can.
 [[gnu::always_inline]] inline Result Interpreter::evaluateHere(const LispValue& form,
                                                                std::uint32_t depth) {
   const RawValue& raw = form.raw();
-  if (raw.tag() == Tag::List) {
-    const Run& items = runOf(raw);
-    if (items.full_length == 0 || items.slots()[0].raw().tag() != Tag::Symbol) [[unlikely]]
-      return evaluateOddList(items, depth);
-    // The handler counts and checks, together with its operands if it can.
-    Symbol& name = symbolOf(items.slots()[0].raw());
-    return name.handler(*this, name, items, depth + 1);
-  }
+  if (raw.tag() == Tag::List) return evaluateList(form, depth);
   if (!countSteps(1, depth)) [[unlikely]]
     return failLimits();
   if (raw.tag() == Tag::Symbol) {
@@ -37,15 +64,30 @@ namespace lisp {
   return raw;
 }
 
-// The value of a form that is a literal or a bound variable, borrowed and without counting a step;
-// null for any other form. Whoever uses it counts the step.
+// The same where lists are most of what comes.
+[[gnu::always_inline]] inline Result Interpreter::evaluateItem(const LispValue& form,
+                                                               std::uint32_t depth) {
+  if (form.raw().tag() == Tag::List) [[likely]]
+    return evaluateList(form, depth);
+  return evaluate(form, depth);
+}
+
+// Evaluates a condition.
+[[gnu::always_inline]] inline Truth Interpreter::testHere(const LispValue& form,
+                                                          std::uint32_t depth) {
+  if (form.raw().tag() != Tag::List) [[unlikely]]
+    return testAtom(form, depth);
+  Run& items = runOf(form.raw());
+  return kFormEvaluators.data()[items.shape].test(*this, items, depth + 1);
+}
+
+// The value of an operand that needs no evaluation, borrowed and without counting a step; null for
+// any other. Whoever uses it counts the step. A variable may be unbound.
+template <Operand kind>
 [[gnu::always_inline]] inline const RawValue* Interpreter::peek(const LispValue& form) const {
   const RawValue& raw = form.raw();
-  if (raw.tag() <= Tag::String) return &raw;
-  if (raw.tag() != Tag::Symbol) return nullptr;
-  const Symbol& symbol = symbolOf(raw);
-  if (symbol.value.tag() > Tag::List || symbol.owner < late_frame_) return nullptr;
-  return &symbol.value;
+  if constexpr (kind == Operand::Number) return &raw;
+  return late_frame_ != 0 ? nullptr : &symbolOf(raw).value;
 }
 
 // Counts `steps` evaluations at `depth` that cannot fail but by the limits. False, and nothing is
@@ -59,7 +101,7 @@ namespace lisp {
 
 // Makes `value` the value of the binding in force; takes over the hold.
 [[gnu::always_inline]] inline void Interpreter::assign(Symbol& symbol, RawValue value) {
-  if (symbol.owner == frame_ && symbol.value.tag() <= Tag::List && pending_snapshot_ == 0) {
+  if (symbol.owner == frame_ && symbol.value.tag() <= Tag::List && pending_frame_ != frame_) {
     // A binding of this call, or at top level a global that has been loaded.
     if (frame_ == 0) symbol.changed = true;
     replace(symbol.value, value);

@@ -85,7 +85,7 @@ void Interpreter::assignSlowly(Symbol& symbol, RawValue value) {
     if (symbol.value.tag() == Tag::NotLoaded) load(symbol);
     symbol.changed = true;
     replace(symbol.value, value);
-  } else if (pending_snapshot_ != 0 && symbol.owner != kTruthOwner) {
+  } else if (pending_frame_ == frame_ && symbol.owner != kTruthOwner) {
     logAssignment(symbol, value);
   } else {
     bind(symbol, value);
@@ -111,11 +111,11 @@ void Interpreter::resolve(Symbol& symbol) {
   touch(symbol);
   UserFunction* const function = environment_->find(symbol).function;
   if (function == nullptr) {
-    symbol.handler = handlerOf(symbol.base_operation);
+    symbol.operation = symbol.base_operation;
   } else {
     retainFunction(function);
     symbol.function = function;
-    symbol.handler = handlerOf(Operation::UserFunction);
+    symbol.operation = Operation::UserFunction;
   }
 }
 
@@ -128,7 +128,7 @@ void Interpreter::define(Symbol& symbol, UserFunction* function) {
   }
   touch(symbol);
   releaseFunction(std::exchange(symbol.function, function));
-  symbol.handler = handlerOf(Operation::UserFunction);
+  symbol.operation = Operation::UserFunction;
   symbol.changed = true;
 }
 
@@ -150,7 +150,7 @@ void Interpreter::putAtRest(Symbol& symbol) {
     replace(symbol.value, RawValue::of(Tag::NotLoaded));
   }
   releaseFunction(std::exchange(symbol.function, nullptr));
-  if (symbol.base_operation > Operation::Null) symbol.handler = handlerOf(Operation::Unresolved);
+  if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
   symbol.touched = false;
   symbol.changed = false;
   if (--symbol.references == 0) retireSymbol(&symbol);

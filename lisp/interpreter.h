@@ -42,6 +42,9 @@ struct CoordContext;
 
 namespace lisp {
 
+enum class Operand : std::uint8_t;
+enum class Truth : std::uint8_t;
+
 // The bounds of one run.
 struct EvalLimits {
   std::uint64_t step_limit = 250000;  // Evaluations; the one after the last of them fails.
@@ -110,6 +113,8 @@ class Interpreter {
     std::uint32_t older;     // The place of the binding's entry before this one; 0 for none.
   };
 
+  static constexpr std::uint32_t kNoFrame = 0xFFFFFFFF;
+
   // A call that binds some names only when they are touched.
   struct LateFrame {
     std::uint32_t frame;
@@ -119,54 +124,79 @@ class Interpreter {
 
   // What every evaluation goes through, in line (evaluate.h).
   Result evaluateHere(const LispValue& form, std::uint32_t depth);
+  Result evaluateItem(const LispValue& form, std::uint32_t depth);
+  Result evaluateList(const LispValue& form, std::uint32_t depth);
+  Truth testHere(const LispValue& form, std::uint32_t depth);
+  template <Operand kind>
   [[nodiscard]] const RawValue* peek(const LispValue& form) const;
   [[nodiscard]] bool countSteps(std::uint64_t steps, std::uint32_t depth);
   [[nodiscard]] bool pushArguments(const Run& items, std::uint32_t depth);
   void assign(Symbol& symbol, RawValue value);
 
-  // The evaluator (evaluator.cc). What evaluates lists gets the name that they begin with, their
-  // items and the depth at which to evaluate these.
-  friend Handler handlerOf(Operation operation);
-  template <auto method>
-  static Result handle(Interpreter& interpreter, Symbol& name, const Run& items,
-                       std::uint32_t depth);
-  template <auto method>
-  static Result handleUncounted(Interpreter& interpreter, Symbol& name, const Run& items,
-                                std::uint32_t depth);
-  Result evaluateOddList(const Run& items, std::uint32_t depth);
+  // The evaluator (evaluator.cc). What evaluates lists gets their items and the depth at which to
+  // evaluate these.
+  friend struct EvaluatorTable;
   Result evaluateSymbolSlowly(Symbol& symbol);
-  Result resolveAndEvaluate(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callBuiltin(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callFormBuiltin(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callUnknown(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateEmptyList(Run& items, std::uint32_t depth);
+  Result evaluateNamed(Run& items, std::uint32_t depth);
+  Result evaluateFirst(Run& items, std::uint32_t depth);
+  Result evaluateSecond(Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result evaluateByName(Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Truth testByName(Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Truth testAtom(const LispValue& form, std::uint32_t depth);
+  static Truth testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth);
+  template <Operand kind>
+  Result evaluateOperand(const LispValue& form, std::uint32_t depth);
+  Result callBuiltin(Run& items, std::uint32_t depth);
+  Result callBuiltinAtHand(Run& items, std::uint32_t depth);
+  Result callFormBuiltin(Run& items, std::uint32_t depth);
+  Result callUnknown(Run& items, std::uint32_t depth);
+  template <typename Outcome>
+  Outcome startAgain(Run& items, std::uint32_t depth);
+  template <Operation operation, Operand first, Operand second, typename Outcome>
+  Outcome callNumeric(Run& items, std::uint32_t depth);
+  template <Operation operation, Operand first, typename Outcome>
+  Outcome callNumericWithForm(Run& items, std::uint32_t depth);
+  template <Operation operation, Operand second, typename Outcome>
+  Outcome callNumericOfForm(Run& items, std::uint32_t depth);
   template <Operation operation>
-  Result callNumeric(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callNumericOfAny(Run& items, std::uint32_t depth);
   template <Operation operation>
-  [[gnu::noinline]] Result callNumericOfForms(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callChain(Run& items, std::uint32_t depth);
   template <Operation operation>
-  Result callUnary(Symbol& name, const Run& items, std::uint32_t depth);
+  Result callUnary(Run& items, std::uint32_t depth);
   template <Operation operation>
-  [[gnu::noinline]] Result callUnaryOfForm(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callCons(Symbol& name, const Run& items, std::uint32_t depth);
-  Result callList(Symbol& name, const Run& items, std::uint32_t depth);
-  bool evaluatePair(const Run& items, std::uint32_t depth, RawValue& a, RawValue& b);
-  Result callBuiltinWith(const Symbol& name, std::size_t first_argument, const Run& items,
-                         std::uint32_t depth);
+  Result callUnaryOfAny(Run& items, std::uint32_t depth);
+  Result callCons(Run& items, std::uint32_t depth);
+  Result consAtHand(Run& items, std::uint32_t depth);
+  Result callList(Run& items, std::uint32_t depth);
+  [[gnu::noinline]] Result callBuiltinOfOne(const Run& items, std::uint32_t depth, Result argument);
+  [[gnu::noinline]] Result callBuiltinOfPair(const Run& items, std::uint32_t depth, RawValue a,
+                                             Result b);
+  Result callWith(std::size_t first_argument, const Run& items, std::uint32_t depth);
+  Result callBuiltinWith(std::size_t first_argument, const Run& items, std::uint32_t depth);
 
   // Special forms (special_forms.cc).
-  Result evaluateQuote(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateSetq(Symbol& name, const Run& items, std::uint32_t depth);
-  [[gnu::noinline]] Result setPairs(const Run& items, std::uint32_t depth);
-  Result evaluateIf(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateProgn(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateWhile(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateDefun(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateAnd(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateOr(Symbol& name, const Run& items, std::uint32_t depth);
-  Result evaluateNot(Symbol& name, const Run& items, std::uint32_t depth);
+  Result evaluateQuote(Run& items, std::uint32_t depth);
+  Result evaluateSetq(Run& items, std::uint32_t depth);
+  Result setSymbols(Run& items, std::uint32_t depth);
+  Result setSymbol(Run& items, std::uint32_t depth);
+  Result setLast(const LispValue& target, const LispValue& form, std::uint32_t depth);
+  Result evaluateIf(Run& items, std::uint32_t depth);
+  Result evaluateProgn(Run& items, std::uint32_t depth);
+  Result evaluateWhile(Run& items, std::uint32_t depth);
+  Result evaluateDefun(Run& items, std::uint32_t depth);
+  Result evaluateAnd(Run& items, std::uint32_t depth);
+  Result evaluateOr(Run& items, std::uint32_t depth);
+  Result evaluateNot(Run& items, std::uint32_t depth);
+  Truth testAnd(Run& items, std::uint32_t depth);
+  Truth testOr(Run& items, std::uint32_t depth);
+  Truth testNot(Run& items, std::uint32_t depth);
 
   // Calls of user functions (user_call.cc).
-  Result applyFunction(Symbol& name, const Run& items, std::uint32_t depth);
+  Result applyFunction(Run& items, std::uint32_t depth);
+  [[gnu::noinline]] static Result leaveUncalled(UserFunction& function);
+  Result callPlainly(Run& items, std::uint32_t depth);
   Result evaluateBody(const UserFunction& function, std::uint32_t depth);
   void bindCopies(std::size_t log_begin);
   void bindArguments(const UserFunction& function, std::size_t first_argument);
@@ -202,8 +232,9 @@ class Interpreter {
   std::uint32_t late_frame_ = 0;  // The innermost of late_frames_, or 0.
   // Every call has a number of its own, given when the copy that it works on is taken.
   std::uint64_t last_snapshot_ = 0;
-  std::uint64_t pending_snapshot_ = 0;  // The innermost of this frame's calls whose arguments are
-                                        // being evaluated, or 0.
+  // The innermost call whose arguments are being evaluated, and the frame that makes it.
+  std::uint64_t pending_snapshot_ = 0;
+  std::uint32_t pending_frame_ = kNoFrame;
 
   PlainStack<RawValue> arguments_;  // Evaluated, of the calls in progress; holds them.
   PlainStack<Shadowed> trail_;

@@ -20,9 +20,15 @@ constexpr std::uint32_t kLinkedCapacityMax = 16;
 std::uint32_t next_dead_slot = 0;  // Its first slot that still holds its element.
 std::size_t run_count = 0;
 
+constexpr Run makeEmptyRun() {
+  Run run;
+  run.shape = kEmptyListShape;  // Also more than its length: it holds no NaN.
+  return run;
+}
+
 // The empty list's run is shared by all and never retired: its own reference stays.
 Run& emptyRun() {
-  static constinit Run run;
+  static constinit Run run = makeEmptyRun();
   return run;
 }
 
@@ -119,6 +125,7 @@ RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   countWork(count);
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
   run->front = 0;
+  run->shape = kUnseenShape;
   for (std::size_t i = 0; i < count; ++i) {
     new (run->slots() + i) LispValue(LispValue::adopt(elements[i]));
   }

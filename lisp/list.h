@@ -29,6 +29,12 @@ namespace lisp {
 
 struct EqualityNode;
 
+// How a list is evaluated if it is a form (lisp/form_shape.h); what has never been evaluated, and
+// the empty list.
+using FormShape = std::uint32_t;
+inline constexpr FormShape kUnseenShape = 0;
+inline constexpr FormShape kEmptyListShape = 1;
+
 inline constexpr std::uint32_t kNoNan = std::numeric_limits<std::uint32_t>::max();
 
 // The head of a run; `capacity()` slots follow it, and then hashes: for every slot in use, that of
@@ -42,7 +48,11 @@ struct Run : Counted {
   std::uint32_t tail_length = 0;  // Elements of the list that follow in the tail; 0 when flat.
   // The smallest number of elements that remain from one that is, or holds at any depth, a NaN: the
   // list (run, k) holds a NaN when nan_length <= k. kNoNan when there is none.
-  std::uint32_t nan_length = kNoNan;
+  // Without a digest, and for the empty list, the shape instead.
+  union {
+    std::uint32_t nan_length = kNoNan;
+    FormShape shape;
+  };
   // The hash of slot 0, which is odd; or 0 without a digest; or the run's node (lisp/equality.h),
   // which the run holds and which has that hash; or, in the graveyard, the next run. The lowest bit
   // tells hash from node: the compilers that build this let one member be read as another.

@@ -24,6 +24,7 @@ void digestReady(Run& run) {
   const HashKey& key = hashKey();
   const std::uint32_t count = run.full_length;
   std::uint64_t hash = key.seed;
+  run.nan_length = kNoNan;
   for (std::uint32_t i = count; i-- > 0;) {
     const RawValue& element = run.slots()[i].raw();
     hash = extendHash(hash, element, key);

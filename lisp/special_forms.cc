@@ -11,31 +11,19 @@
 
 namespace lisp {
 
-Result Interpreter::evaluateQuote(Symbol& /*name*/, const Run& items, std::uint32_t /*depth*/) {
+Result Interpreter::evaluateQuote(Run& items, std::uint32_t /*depth*/) {
   if (items.full_length != 2) return fail("quote expects one argument");
   return LispValue(items.slots()[1]);
 }
 
-// One pair is most of all calls.
-Result Interpreter::evaluateSetq(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
-  if (items.full_length != 3) return setPairs(items, depth);
-  const RawValue& target = items.slots()[1].raw();
-  if (target.tag() != Tag::Symbol) return setPairs(items, depth);
-  const Result value = evaluateHere(items.slots()[2], depth);
-  if (value.failed()) return value;
-  retain(value.raw);
-  assign(symbolOf(target), value.raw);
-  return value;
-}
-
-Result Interpreter::setPairs(const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateSetq(Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
   const LispValue* target = items.slots() + 1;
   const LispValue* const last_target = items.slots() + count - 2;
   for (;; target += 2) {
     if (target->raw().tag() != Tag::Symbol) return fail("setq target must be a symbol");
-    const Result value = evaluateHere(target[1], depth);
+    const Result value = evaluateItem(target[1], depth);
     if (value.failed()) return value;
     if (target == last_target) retain(value.raw);
     assign(symbolOf(target->raw()), value.raw);
@@ -43,82 +31,147 @@ Result Interpreter::setPairs(const Run& items, std::uint32_t depth) {
   }
 }
 
-Result Interpreter::evaluateIf(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
+// Pairs whose targets are symbols, which is every SETQ that is evaluated again.
+Result Interpreter::setSymbols(Run& items, std::uint32_t depth) {
+  if (!countSteps(1, depth - 1)) [[unlikely]]
+    return failLimits();
+  const LispValue* target = items.slots() + 1;
+  for (const LispValue* const last = items.slots() + items.full_length - 2; target != last;
+       target += 2) {
+    const Result value = evaluateItem(target[1], depth);
+    if (value.failed()) [[unlikely]]
+      return value;
+    assign(symbolOf(target->raw()), value.raw);
+  }
+  return setLast(*target, target[1], depth);
+}
+
+// One pair.
+Result Interpreter::setSymbol(Run& items, std::uint32_t depth) {
+  if (!countSteps(1, depth - 1)) [[unlikely]]
+    return failLimits();
+  return setLast(items.slots()[1], items.slots()[2], depth);
+}
+
+// The pair whose value is that of the SETQ.
+[[gnu::always_inline]] inline Result Interpreter::setLast(const LispValue& target,
+                                                          const LispValue& form,
+                                                          std::uint32_t depth) {
+  const Result value = evaluateItem(form, depth);
+  if (value.failed()) [[unlikely]]
+    return value;
+  retain(value.raw);
+  assign(symbolOf(target.raw()), value.raw);
+  return value;
+}
+
+Result Interpreter::evaluateIf(Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count != 3 && count != 4) {
     return fail("if expects condition, true and optional false expression");
   }
-  const LispValue* const item = items.slots();
-  const Result condition = evaluateHere(item[1], depth);
-  if (condition.failed()) return condition;
-  if (condition.raw.tag() != Tag::Nil) {
-    release(condition.raw);
-    return evaluateHere(item[2], depth);
+  const LispValue* branch = items.slots() + 2;
+  const Truth condition = testHere(items.slots()[1], depth);
+  if (condition != Truth::Yes) {
+    if (condition == Truth::Failed) [[unlikely]]
+      return Result::failure();
+    if (count == 3) return RawValue();
+    ++branch;
   }
-  if (count == 3) return nil();
-  return evaluateHere(item[3], depth);
+  return evaluateItem(*branch, depth);
 }
 
-Result Interpreter::evaluateProgn(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateProgn(Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count == 1) return nil();
   const LispValue* const item = items.slots();
   for (std::uint32_t i = 1; i < count - 1; ++i) {
-    const Result result = evaluateHere(item[i], depth);
+    const Result result = evaluateItem(item[i], depth);
     if (result.failed()) return result;
     release(result.raw);
   }
-  return evaluateHere(item[count - 1], depth);
+  return evaluateItem(item[count - 1], depth);
 }
 
-Result Interpreter::evaluateWhile(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
-  const std::uint32_t count = items.full_length;
-  if (count < 2) return fail("while expects a condition");
-  const LispValue* const item = items.slots();
-  Result body_result = nil();
+Result Interpreter::evaluateWhile(Run& items, std::uint32_t depth) {
+  if (items.full_length < 2) return fail("while expects a condition");
+  const LispValue* const condition = items.slots() + 1;
+  const LispValue* const end = items.slots() + items.full_length;
+  Result last = nil();
   while (true) {
-    const Result condition = evaluateHere(item[1], depth);
-    if (condition.failed()) {
-      release(body_result.raw);
-      return condition;
+    const Truth truth = testHere(*condition, depth);
+    if (truth == Truth::No) return last;
+    if (truth == Truth::Failed) [[unlikely]] {
+      release(last.raw);
+      return Result::failure();
     }
-    if (condition.raw.tag() == Tag::Nil) return body_result;
-    release(condition.raw);
-    for (std::uint32_t i = 2; i < count; ++i) {
-      const Result result = evaluateHere(item[i], depth);
-      release(body_result.raw);
-      if (result.failed()) return result;
-      body_result = result;
+    for (const LispValue* form = condition + 1; form != end; ++form) {
+      release(last.raw);
+      last = evaluateItem(*form, depth);
+      if (last.failed()) [[unlikely]]
+        return last;
     }
   }
 }
 
-Result Interpreter::evaluateAnd(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateAnd(Run& items, std::uint32_t depth) {
   Result result = truth();
   for (std::uint32_t i = 1; i < items.full_length && result.raw.tag() != Tag::Nil; ++i) {
     release(result.raw);
-    result = evaluateHere(items.slots()[i], depth);
+    result = evaluateItem(items.slots()[i], depth);
     if (result.failed()) return result;
   }
   return result;
 }
 
-Result Interpreter::evaluateOr(Symbol& /*name*/, const Run& items, std::uint32_t depth) {
+Result Interpreter::evaluateOr(Run& items, std::uint32_t depth) {
   Result result = nil();
   for (std::uint32_t i = 1; i < items.full_length && result.raw.tag() == Tag::Nil; ++i) {
-    result = evaluateHere(items.slots()[i], depth);
+    result = evaluateItem(items.slots()[i], depth);
   }
   return result;
 }
 
 // NOT and NULL.
-Result Interpreter::evaluateNot(Symbol& name, const Run& items, std::uint32_t depth) {
-  if (items.full_length != 2) return fail(name.bytes(), " expects one argument");
-  const Result result = evaluateHere(items.slots()[1], depth);
-  if (result.failed()) return result;
-  if (result.raw.tag() == Tag::Nil) return truth();
-  release(result.raw);
-  return nil();
+Result Interpreter::evaluateNot(Run& items, std::uint32_t depth) {
+  switch (testNot(items, depth)) {
+    case Truth::Failed:
+      return Result::failure();
+    case Truth::Yes:
+      return truth();
+    default:
+      return nil();
+  }
+}
+
+// The same for conditions, whose truth is all that matters.
+
+Truth Interpreter::testAnd(Run& items, std::uint32_t depth) {
+  Truth result = Truth::Yes;
+  for (std::uint32_t i = 1; i < items.full_length && result == Truth::Yes; ++i) {
+    result = testHere(items.slots()[i], depth);
+  }
+  return result;
+}
+
+Truth Interpreter::testOr(Run& items, std::uint32_t depth) {
+  Truth result = Truth::No;
+  for (std::uint32_t i = 1; i < items.full_length && result == Truth::No; ++i) {
+    result = testHere(items.slots()[i], depth);
+  }
+  return result;
+}
+
+Truth Interpreter::testNot(Run& items, std::uint32_t depth) {
+  if (items.full_length != 2) return truthOf(fail(nameOf(items).bytes(), " expects one argument"));
+  switch (testHere(items.slots()[1], depth)) {
+    case Truth::Failed:
+      return Truth::Failed;
+    case Truth::Yes:
+      return Truth::No;
+    default:
+      return Truth::Yes;
+  }
 }
 
 namespace {
@@ -134,7 +187,7 @@ bool isListOfSymbols(const RawValue& list) {
 
 }  // namespace
 
-Result Interpreter::evaluateDefun(Symbol& /*name*/, const Run& items, std::uint32_t /*depth*/) {
+Result Interpreter::evaluateDefun(Run& items, std::uint32_t /*depth*/) {
   const LispValue* const item = items.slots();
   if (items.full_length < 4 || item[1].kind() != ValueKind::Symbol ||
       item[2].kind() != ValueKind::List) {
@@ -148,7 +201,7 @@ Result Interpreter::evaluateDefun(Symbol& /*name*/, const Run& items, std::uint3
   } else {
     countWork(item[2].raw().length());
     if (!isListOfSymbols(item[2].raw())) return fail("defun parameter must be symbol");
-    const RawValue form = RawValue::ofList(const_cast<Run&>(items), items.full_length);
+    const RawValue form = RawValue::ofList(items, items.full_length);
     function = new UserFunction(LispValue::share(form));
     if (item[2].raw().length() >= kKeptParametersMin) {
       definitions_.emplace(&items, function);

@@ -55,14 +55,14 @@ enum class Operation : std::uint8_t {
   Subtract,
   Multiply,
   Divide,
-  Increment,
-  Decrement,
   NumberEqual,
   NumberNotEqual,
   Less,
   Greater,
   LessOrEqual,
   GreaterOrEqual,
+  Increment,
+  Decrement,
   Car,
   Cdr,
   Length,
@@ -73,13 +73,6 @@ enum class Operation : std::uint8_t {
   Unknown,      // No function of that name.
   Unresolved,   // Not looked up in this run yet.
 };
-
-// How it does that: counts the step of the list `items`, which begins with `name`, checks the
-// limits and evaluates it. Its parts are to be evaluated at `depth`, which is one more than its
-// own.
-using Handler = Result (*)(Interpreter&, Symbol& name, const Run& items, std::uint32_t depth);
-
-[[nodiscard]] Handler handlerOf(Operation operation);
 
 // Never touched by a local binding: `Symbol::owner` of a global one.
 inline constexpr std::uint32_t kGlobalOwner = 0;
@@ -96,8 +89,8 @@ struct Symbol : Interned<Symbol> {
   Operation base_operation = Operation::Unknown;  // When no user function has the name.
   bool touched = false;  // In the interpreter's list of symbols to put at rest.
   bool changed = false;  // The run set the global or the function.
-  Handler handler = handlerOf(Operation::Unresolved);  // Of lists that begin with the name.
-  UserFunction* function = nullptr;                    // Loaded or defined in this run; holds it.
+  Operation operation = Operation::Unresolved;  // Of lists that begin with the name.
+  UserFunction* function = nullptr;             // Loaded or defined in this run; holds it.
   const Builtin* builtin = nullptr;
   std::uint32_t history = 0;  // Of the binding in force; see Interpreter::logAssignment.
   std::uint32_t environment_index = kNoEnvironmentIndex;  // Its place in every Environment.

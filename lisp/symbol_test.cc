@@ -130,7 +130,7 @@ TEST(InternSymbol, StartsARecordAtRest) {
   const Symbol& record = symbolOf(value.raw());
   EXPECT_EQ(record.value.tag(), Tag::NotLoaded);
   EXPECT_EQ(record.owner, kGlobalOwner);
-  EXPECT_EQ(record.handler, handlerOf(Operation::Unresolved));
+  EXPECT_EQ(record.operation, Operation::Unresolved);
   EXPECT_EQ(record.base_operation, Operation::Unknown);
   EXPECT_EQ(record.environment_index, kNoEnvironmentIndex);
 }

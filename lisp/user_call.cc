@@ -15,7 +15,8 @@ constexpr std::size_t kEagerCopiesMax = 8;
 
 }  // namespace
 
-Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t depth) {
+Result Interpreter::applyFunction(Run& items, std::uint32_t depth) {
+  const Symbol& name = nameOf(items);
   UserFunction& function = *name.function;
   // 1. Arity, before any argument is evaluated.
   if (items.full_length - 1 != function.params().size()) [[unlikely]] {
@@ -26,15 +27,15 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
   // 2. The callee's copy of the local bindings is taken now: from here on, changes are logged.
   const std::uint64_t snapshot = ++last_snapshot_;
   const std::uint64_t outer_snapshot = std::exchange(pending_snapshot_, snapshot);
+  const std::uint32_t outer_pending_frame = std::exchange(pending_frame_, frame_);
   const std::size_t log_begin = log_.size();
   const std::size_t first_argument = arguments_.size();
   // 3. Arguments, in the caller's bindings.
-  if (!pushArguments(items, depth)) [[unlikely]] {
-    releaseFunction(&function);
-    return Result::failure();
-  }
+  if (!pushArguments(items, depth)) [[unlikely]]
+    return leaveUncalled(function);
   // 4. and 5. The caller's bindings as they were, parameters, locals; body.
-  pending_snapshot_ = 0;
+  pending_snapshot_ = outer_snapshot;
+  pending_frame_ = outer_pending_frame;
   ++frame_;
   const std::size_t trail_begin = trail_.size();
   const std::size_t changes = log_.size() - log_begin;
@@ -52,8 +53,49 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
     if (late_frame_ == frame_) [[unlikely]]
       leaveLate();
     --frame_;
-    pending_snapshot_ = outer_snapshot;
-    if (outer_snapshot == 0 && changes > 0) truncateLog(log_begin);
+    if (changes > 0 && pending_frame_ != frame_) truncateLog(log_begin);
+  }
+  if (--function.references == 0) [[unlikely]]
+    retireFunction(&function);
+  return result;
+}
+
+// An argument has failed.
+Result Interpreter::leaveUncalled(UserFunction& function) {
+  releaseFunction(&function);
+  return Result::failure();
+}
+
+// A call whose arguments assign nothing: no more than steps 1, 3, 5 and 6. Other calls, and of
+// functions with many locals, are applyFunction's.
+Result Interpreter::callPlainly(Run& items, std::uint32_t depth) {
+  if (operationOf(items) != Operation::UserFunction) [[unlikely]]
+    return evaluateByName(items, depth);
+  UserFunction& function = *nameOf(items).function;
+  if (items.full_length - 1 != function.params().size() || function.bindsLocalsLate() ||
+      !countSteps(1, depth - 1)) [[unlikely]] {
+    return evaluateByName(items, depth);
+  }
+  ++function.references;
+  const std::size_t trail_begin = trail_.size();
+  if (items.full_length == 2) {
+    const Result argument = evaluateHere(items.slots()[1], depth);
+    if (argument.failed()) [[unlikely]]
+      return leaveUncalled(function);
+    ++frame_;
+    bind(symbolOf(function.params().front().raw()), argument.raw);
+  } else {
+    const std::size_t first_argument = arguments_.size();
+    if (!pushArguments(items, depth)) [[unlikely]]
+      return leaveUncalled(function);
+    ++frame_;
+    bindArguments(function, first_argument);
+  }
+  bindLocals(function);
+  const Result result = evaluateBody(function, depth);
+  if (!result.failed()) [[likely]] {
+    unwind(trail_begin);
+    --frame_;
   }
   if (--function.references == 0) [[unlikely]]
     retireFunction(&function);
@@ -64,11 +106,11 @@ Result Interpreter::applyFunction(Symbol& name, const Run& items, std::uint32_t 
                                                                std::uint32_t depth) {
   const LispValue* form = function.body().data();
   for (const LispValue* const last = form + function.body().size() - 1; form != last; ++form) {
-    const Result result = evaluateHere(*form, depth);
+    const Result result = evaluateItem(*form, depth);
     if (result.failed()) return result;
     release(result.raw);
   }
-  return evaluateHere(*form, depth);
+  return evaluateItem(*form, depth);
 }
 
 // Binds the caller's bindings as they were before arguments changed them. The oldest entry of a

@@ -1,0 +1,113 @@
+#include "lisp/form_shape.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "lisp/work.h"
+
+namespace lisp {
+namespace {
+
+std::optional<Operand> operandOf(const LispValue& form) {
+  switch (form.raw().tag()) {
+    case Tag::Number:
+      return Operand::Number;
+    case Tag::Symbol:
+      return Operand::Variable;
+    case Tag::List:
+      return Operand::Form;
+    default:
+      return std::nullopt;
+  }
+}
+
+// Whether `form` is a CDR, or one upon another, of a variable.
+bool isChain(const LispValue& form) {
+  constexpr int kLinksMax = 8;
+  const LispValue* operand = &form;
+  for (int links = 0; links < kLinksMax && operandOf(*operand) == Operand::Form; ++links) {
+    const Run& link = runOf(operand->raw());
+    if (link.full_length != 2 || link.slots()[0].raw().tag() != Tag::Symbol ||
+        operationOf(link) != Operation::Cdr) {
+      return false;
+    }
+    operand = &link.slots()[1];
+  }
+  return operandOf(*operand) == Operand::Variable;
+}
+
+// What 1+, 1-, CAR, CDR or LENGTH of one operand looks like.
+FormShape shapeOfUnary(Operation operation, const LispValue& operand) {
+  if (operandOf(operand) == Operand::Variable) return shapeOfVariable(operation);
+  if (operation == Operation::Car && isChain(operand)) return kCarChainShape;
+  if (operation == Operation::Cdr && isChain(operand)) return kCdrChainShape;
+  return shapeOfOperation(operation);
+}
+
+// Whether a SETQ has nothing but pairs, and symbols as targets.
+bool setsSymbols(const Run& items) {
+  const std::uint32_t count = items.full_length;
+  if (count % 2 == 0 || count < 3) return false;
+  for (std::uint32_t i = 1; i < count; i += 2) {
+    if (items.slots()[i].raw().tag() != Tag::Symbol) return false;
+  }
+  return true;
+}
+
+// Whether all arguments are variables and literals.
+bool hasAllAtHand(const Run& items) {
+  return std::none_of(items.slots() + 1, items.slots() + items.full_length,
+                      [](const LispValue& form) { return form.raw().tag() == Tag::List; });
+}
+
+// Whether evaluating `form` may assign to a variable, as far as `budget` forms tell; what the
+// functions that it calls assign is theirs.
+bool mayAssign(const LispValue& form, std::uint32_t& budget) {
+  if (form.raw().tag() != Tag::List || form.raw().length() == 0) return false;
+  const Run& items = runOf(form.raw());
+  const RawValue& first = items.slots()[0].raw();
+  if (first.tag() == Tag::Symbol) {
+    if (symbolOf(first).operation == Operation::Setq) return true;
+    if (symbolOf(first).operation == Operation::Quote) return false;
+  }
+  for (std::uint32_t i = 1; i < items.full_length; ++i) {
+    if (budget == 0) return true;
+    --budget;
+    if (mayAssign(items.slots()[i], budget)) return true;
+  }
+  return false;
+}
+
+// The same of the arguments of a call.
+bool mayAssign(const Run& items) {
+  constexpr std::uint32_t kFormsMax = 64;
+  std::uint32_t budget = kFormsMax;
+  const LispValue* const item = items.slots();
+  return std::any_of(item + 1, item + items.full_length,
+                     [&](const LispValue& argument) { return mayAssign(argument, budget); });
+}
+
+}  // namespace
+
+FormShape shapeOf(const Run& items) {
+  countWork(items.full_length);
+  const Operation operation = operationOf(items);
+  const LispValue* const item = items.slots();
+  if (isNumeric(operation) && items.full_length == 3) {
+    const std::optional<Operand> first = operandOf(item[1]);
+    const std::optional<Operand> second = operandOf(item[2]);
+    if (first && second) return shapeOfNumeric(operation, *first, *second);
+  }
+  if (isUnary(operation) && items.full_length == 2) return shapeOfUnary(operation, item[1]);
+  if (operation == Operation::Builtin && hasAllAtHand(items)) return kBuiltinAtHandShape;
+  if (operation == Operation::Cons && items.full_length == 3 && hasAllAtHand(items)) {
+    return kConsAtHandShape;
+  }
+  if (operation == Operation::UserFunction && !mayAssign(items)) return kPlainCallShape;
+  if (operation == Operation::Setq && setsSymbols(items)) {
+    return items.full_length == 3 ? kSetSymbolShape : kSetSymbolsShape;
+  }
+  return shapeOfOperation(operation);
+}
+
+}  // namespace lisp

@@ -1,0 +1,88 @@
+// What a list form looks like to the evaluator: found out when it is evaluated for the second time,
+// so that what the first time found is not asked again.
+//
+// A form has its shape in its run, where a digest would be: what is evaluated comes from program
+// text and is never compared, and nothing that can be compared is ever evaluated. A shape is an
+// index of kFormEvaluators (lisp/evaluate.h). What the form's name stands for is a part of it, and
+// is the one thing about a form that can change: so each evaluator begins with the question whether
+// its operation still holds.
+
+#ifndef LISP_FORM_SHAPE_H_
+#define LISP_FORM_SHAPE_H_
+
+#include <cstdint>
+
+#include "lisp/list.h"
+#include "lisp/symbol.h"
+
+namespace lisp {
+
+// Where the evaluator treats the kinds of operands apart.
+enum class Operand : std::uint8_t { Form, Variable, Number };
+
+inline constexpr std::uint32_t kOperandKinds = 3;
+
+[[nodiscard]] constexpr std::uint32_t indexOf(Operation operation) {
+  return static_cast<std::uint32_t>(operation);
+}
+[[nodiscard]] constexpr std::uint32_t indexOf(Operand operand) {
+  return static_cast<std::uint32_t>(operand);
+}
+
+// Arithmetic and comparison, of two operands mostly, and the operations of one.
+inline constexpr Operation kFirstNumeric = Operation::Add;
+inline constexpr Operation kLastNumeric = Operation::GreaterOrEqual;
+inline constexpr Operation kFirstUnary = Operation::Increment;
+inline constexpr Operation kLastUnary = Operation::Length;
+
+[[nodiscard]] constexpr bool isNumeric(Operation operation) {
+  return operation >= kFirstNumeric && operation <= kLastNumeric;
+}
+[[nodiscard]] constexpr bool isUnary(Operation operation) {
+  return operation >= kFirstUnary && operation <= kLastUnary;
+}
+
+// kUnseenShape and kEmptyListShape (lisp/list.h) come first.
+inline constexpr FormShape kSeenShape = 2;           // Evaluated once.
+inline constexpr FormShape kSetSymbolShape = 3;      // SETQ of one pair, whose target is a symbol;
+inline constexpr FormShape kSetSymbolsShape = 4;     // of several.
+inline constexpr FormShape kPlainCallShape = 5;      // A user function; no argument assigns.
+inline constexpr FormShape kBuiltinAtHandShape = 6;  // A builtin of variables and literals.
+inline constexpr FormShape kCarChainShape = 7;       // CAR of CDR upon CDR of a variable;
+inline constexpr FormShape kCdrChainShape = 8;       // CDR of the same.
+
+inline constexpr FormShape kConsAtHandShape = 9;  // CONS of two variables or literals.
+
+// Any form of an operation.
+inline constexpr FormShape kOperationShapes = 10;
+[[nodiscard]] constexpr FormShape shapeOfOperation(Operation operation) {
+  return kOperationShapes + indexOf(operation);
+}
+
+// Arithmetic and comparison of two operands, by what these are.
+inline constexpr FormShape kNumericShapes = shapeOfOperation(Operation::Unresolved);
+[[nodiscard]] constexpr FormShape shapeOfNumeric(Operation operation, Operand first,
+                                                 Operand second) {
+  const std::uint32_t row = indexOf(operation) - indexOf(kFirstNumeric);
+  return kNumericShapes + (row * kOperandKinds + indexOf(first)) * kOperandKinds + indexOf(second);
+}
+
+// The operations of one operand, of a variable.
+inline constexpr FormShape kUnaryShapes =
+    shapeOfNumeric(kLastNumeric, Operand::Number, Operand::Number) + 1;
+[[nodiscard]] constexpr FormShape shapeOfVariable(Operation operation) {
+  return kUnaryShapes + indexOf(operation) - indexOf(kFirstUnary);
+}
+
+inline constexpr FormShape kShapeCount = shapeOfVariable(kLastUnary) + 1;
+
+// The name that a list begins with, and what it stands for now.
+[[nodiscard]] inline Symbol& nameOf(const Run& items) { return symbolOf(items.slots()[0].raw()); }
+[[nodiscard]] inline Operation operationOf(const Run& items) { return nameOf(items).operation; }
+
+// The shape of a list that begins with a name whose operation is known.
+[[nodiscard]] FormShape shapeOf(const Run& items);
+
+}  // namespace lisp
+
+#endif  // LISP_FORM_SHAPE_H_
