@@ -178,17 +178,6 @@ bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint3
   return true;
 }
 
-// Evaluates an operand of a known kind.
-template <Operand kind>
-[[gnu::always_inline]] inline Result Interpreter::evaluateOperand(const LispValue& form,
-                                                                  std::uint32_t depth) {
-  if constexpr (kind == Operand::Form) {
-    return evaluateList(form, depth);
-  } else {
-    return evaluateHere(form, depth);
-  }
-}
-
 Result Interpreter::callBuiltin(Run& items, std::uint32_t depth) {
   const std::size_t first_argument = arguments_.size();
   if (!pushArguments(items, depth)) return Result::failure();
@@ -317,14 +306,32 @@ Outcome Interpreter::callNumericOfForm(Run& items, std::uint32_t depth) {
   if (operationOf(items) != operation || !countSteps(1, depth - 1)) [[unlikely]]
     return startAgain<Outcome>(items, depth);
   const Result a = evaluateList(items.slots()[1], depth);
+  if constexpr (second != Operand::Form) {
+    const RawValue* const b = peek<second>(items.slots()[2]);
+    if (a.raw.tag() == Tag::Number && b != nullptr && b->tag() == Tag::Number &&
+        isApplicable<operation>(b->number) && countSteps(1, depth)) [[likely]] {
+      return applyNumeric<operation, Outcome>(a.raw.number, b->number);
+    }
+  } else if (a.raw.tag() == Tag::Number) [[likely]] {
+    const Result b = evaluateList(items.slots()[2], depth);
+    if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
+      return applyNumeric<operation, Outcome>(a.raw.number, b.raw.number);
+    return outcome<Outcome>(callBuiltinOfPair(items, depth, a.raw, b));
+  }
+  return outcome<Outcome>(finishNumeric<operation>(items, depth, a));
+}
+
+// The first operand is evaluated, or has failed. The second is of any kind.
+template <Operation operation>
+Result Interpreter::finishNumeric(const Run& items, std::uint32_t depth, Result a) {
   if (a.failed()) [[unlikely]]
-    return outcome<Outcome>(a);
-  const Result b = evaluateOperand<second>(items.slots()[2], depth);
+    return a;
+  const Result b = evaluateItem(items.slots()[2], depth);
   if (a.raw.tag() == Tag::Number && b.raw.tag() == Tag::Number &&
       isApplicable<operation>(b.raw.number)) [[likely]] {
-    return applyNumeric<operation, Outcome>(a.raw.number, b.raw.number);
+    return applyNumeric<operation, Result>(a.raw.number, b.raw.number);
   }
-  return outcome<Outcome>(callBuiltinOfPair(items, depth, a.raw, b.raw));
+  return callBuiltinOfPair(items, depth, a.raw, b);
 }
 
 // Arithmetic and comparison of whatever there is.
@@ -334,14 +341,7 @@ Result Interpreter::callNumericOfAny(Run& items, std::uint32_t depth) {
     return evaluateByName(items, depth);
   if (!countSteps(1, depth - 1)) return failLimits();
   if (items.full_length != 3) return callBuiltin(items, depth);
-  const Result a = evaluateHere(items.slots()[1], depth);
-  if (a.failed()) return a;
-  const Result b = evaluateHere(items.slots()[2], depth);
-  if (a.raw.tag() == Tag::Number && b.raw.tag() == Tag::Number &&
-      isApplicable<operation>(b.raw.number)) {
-    return applyNumeric<operation, Result>(a.raw.number, b.raw.number);
-  }
-  return callBuiltinOfPair(items, depth, a.raw, b.raw);
+  return finishNumeric<operation>(items, depth, evaluateItem(items.slots()[1], depth));
 }
 
 // CAR or CDR of CDR upon CDR of a variable, as in (CAR (CDR (CDR P))): no list in between is made.

@@ -145,8 +145,6 @@ class Interpreter {
   [[gnu::noinline]] Truth testByName(Run& items, std::uint32_t depth);
   [[gnu::noinline]] Truth testAtom(const LispValue& form, std::uint32_t depth);
   static Truth testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth);
-  template <Operand kind>
-  Result evaluateOperand(const LispValue& form, std::uint32_t depth);
   Result callBuiltin(Run& items, std::uint32_t depth);
   Result callBuiltinAtHand(Run& items, std::uint32_t depth);
   Result callFormBuiltin(Run& items, std::uint32_t depth);
@@ -159,6 +157,8 @@ class Interpreter {
   Outcome callNumericWithForm(Run& items, std::uint32_t depth);
   template <Operation operation, Operand second, typename Outcome>
   Outcome callNumericOfForm(Run& items, std::uint32_t depth);
+  template <Operation operation>
+  [[gnu::noinline]] Result finishNumeric(const Run& items, std::uint32_t depth, Result a);
   template <Operation operation>
   Result callNumericOfAny(Run& items, std::uint32_t depth);
   template <Operation operation>
@@ -204,6 +204,7 @@ class Interpreter {
   void enterLate(UserFunction& function, std::size_t trail_begin, std::uint64_t snapshot);
   void leaveLate();
   void bind(Symbol& symbol, RawValue value);
+  void restoreLast();
   void unwind(std::size_t trail_size);
   void bindLate(Symbol& symbol);
   const RawValue* changedSince(Symbol& symbol, std::uint64_t snapshot);

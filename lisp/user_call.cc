@@ -72,8 +72,7 @@ Result Interpreter::callPlainly(Run& items, std::uint32_t depth) {
   if (operationOf(items) != Operation::UserFunction) [[unlikely]]
     return evaluateByName(items, depth);
   UserFunction& function = *nameOf(items).function;
-  if (items.full_length - 1 != function.params().size() || function.bindsLocalsLate() ||
-      !countSteps(1, depth - 1)) [[unlikely]] {
+  if (items.full_length - 1 != function.plainArity() || !countSteps(1, depth - 1)) [[unlikely]] {
     return evaluateByName(items, depth);
   }
   ++function.references;
@@ -94,7 +93,7 @@ Result Interpreter::callPlainly(Run& items, std::uint32_t depth) {
   bindLocals(function);
   const Result result = evaluateBody(function, depth);
   if (!result.failed()) [[likely]] {
-    unwind(trail_begin);
+    while (trail_.size() > trail_begin) restoreLast();
     --frame_;
   }
   if (--function.references == 0) [[unlikely]]
@@ -167,18 +166,21 @@ void Interpreter::leaveLate() {
   late_frame_ = late_frames_.empty() ? 0 : late_frames_.back().frame;
 }
 
+// Puts the binding back that was shadowed last.
+[[gnu::always_inline]] inline void Interpreter::restoreLast() {
+  countWork();
+  const Shadowed& shadowed = trail_.top();
+  trail_.truncate(trail_.size() - 1);
+  Symbol& symbol = *shadowed.symbol;
+  symbol.owner = shadowed.owner;
+  symbol.history = shadowed.history;
+  const RawValue value = symbol.value;
+  copyWords(symbol.value, shadowed.value);
+  release(value);
+}
+
 void Interpreter::unwind(std::size_t trail_size) {
-  while (trail_.size() > trail_size) {
-    countWork();
-    const Shadowed& shadowed = trail_.top();
-    trail_.truncate(trail_.size() - 1);
-    Symbol& symbol = *shadowed.symbol;
-    symbol.owner = shadowed.owner;
-    symbol.history = shadowed.history;
-    const RawValue value = symbol.value;
-    copyWords(symbol.value, shadowed.value);
-    release(value);
-  }
+  while (trail_.size() > trail_size) restoreLast();
 }
 
 // Binds `symbol` in the call in progress when a call that binds late, inside the one that owns the

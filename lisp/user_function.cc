@@ -1,6 +1,7 @@
 #include "lisp/user_function.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "lisp/list.h"
@@ -25,6 +26,8 @@ UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
   const auto separator = std::find_if(names.begin(), names.end(), isSeparator);
   params_ = {names.begin(), separator};
   if (separator != names.end()) locals_ = {separator + 1, names.end()};
+  plain_arity_ = bindsLocalsLate() ? std::numeric_limits<std::uint32_t>::max()
+                                   : static_cast<std::uint32_t>(params_.size());
   body_ = items.subspan(kBodyIndex);
 }
 

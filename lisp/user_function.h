@@ -4,6 +4,8 @@
 #define LISP_USER_FUNCTION_H_
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <span>
 
@@ -31,10 +33,13 @@ class UserFunction : public Counted {
   [[nodiscard]] std::span<const LispValue> locals() const { return locals_; }
   [[nodiscard]] std::span<const LispValue> body() const { return body_; }
   [[nodiscard]] bool bindsLocalsLate() const { return locals_.size() > kEagerLocalsMax; }
+  // Its parameters, if it binds its locals as a call begins; otherwise more than a call can have.
+  [[nodiscard]] std::uint32_t plainArity() const { return plain_arity_; }
   // Of a function that binds its locals late. Made at the first call.
   [[nodiscard]] const LocalTable& localTable();
 
  private:
+  std::uint32_t plain_arity_ = 0;
   LispValue form_;
   std::span<const LispValue> params_;
   std::span<const LispValue> locals_;

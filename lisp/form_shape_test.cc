@@ -13,20 +13,28 @@
 #include "testing/evaluator.h"
 #include "testing/literal_encoder.h"
 #include "testing/literal_interpreter.h"
-#include "worker/encoding.h"
+#include "testing/value_text.h"
 
-namespace testing_support {
+namespace lisp {
 namespace {
+
+using testing_support::evaluate;
+using testing_support::Evaluator;
+using testing_support::literalEncodeValue;
+using testing_support::LiteralInterpreter;
+using testing_support::LiteralOutcome;
+using testing_support::LiteralOutcomeKind;
+using testing_support::LiteralState;
+using testing_support::textOf;
 
 constexpr std::uint64_t kStepsMax = 3000;
 constexpr std::uint32_t kDepthMax = 128;
 
 std::string outcomeOf(const std::string& program, std::uint64_t steps_max,
                       std::uint32_t depth_max) {
-  const lisp::EvalOutcome outcome = evaluate(program, {steps_max, depth_max});
+  const EvalOutcome outcome = evaluate(program, {steps_max, depth_max});
   return std::to_string(static_cast<int>(outcome.kind)) + " after " +
-         std::to_string(outcome.steps) + ": " + outcome.message +
-         worker::encodeValue(outcome.value);
+         std::to_string(outcome.steps) + ": " + outcome.message + textOf(outcome.value);
 }
 
 std::string literalOutcomeOf(const std::string& program, std::uint64_t steps_max,
@@ -49,7 +57,8 @@ void expectSame(const std::string& program, std::uint64_t steps_max = kStepsMax,
 const std::string kSetup =
     "(SETQ A 3 B 4.5 L '(1 (2 3) 4) P '(7 8 9) E '() X \"text\" N NIL S '($KVSEL \"1F\" \"2A\"))"
     "(SETQ M (CONS 1 (CONS 2 (CONS 3 P))) G 0)"
-    "(DEFUN F (X) (+ X 1)) (DEFUN H (X Y / Z) (SETQ Z (- X Y) G Z) (LIST X Y Z)) (DEFUN K () A)";
+    "(DEFUN F (X) (+ X 1)) (DEFUN H (X Y / Z) (SETQ Z (- X Y) G Z) (LIST X Y Z)) (DEFUN K () A)"
+    "(DEFUN W (X) X)";
 
 // All kinds of operands of arithmetic and comparison, and every other shape.
 std::vector<std::string> forms() {
@@ -88,9 +97,23 @@ std::vector<std::string> forms() {
       "(SETQ)",
       "(SETQ \"A\" 1)",
       "(F A)",
+      "(+ \"s\" A)",
+      "(+ A \"s\")",
+      "(CAR L L)",
+      "(CDR 'L)",
+      "(CAR (CDR))",
+      "(CAR (\"CDR\" L))",
+      "(CAR (CDR (CDR (CDR (CDR (CDR (CDR (CDR (CDR (CDR L))))))))))",
+      "(PROGN (DEFUN V (X) (DEFUN V (Y) (* Y 2)) X) (V 1))",
+      "(PROGN (DEFUN V (X W) (DEFUN V (Y) (* Y 2)) X) (V 1 2))",
       "(F (F (F A)))",
       "(F)",
       "(F A B)",
+      "(W ())",
+      "(W 'A)",
+      "(W (IF N ((A)) 1))",
+      "(/ 2 (+ B 0))",
+      "(/ (K) (+ B 0))",
       "(F (SETQ A 9))",
       "(F (UNKNOWN))",
       "(F X)",
@@ -222,12 +245,15 @@ TEST(RepeatedForms, AreTheSameInRunsThatFollowOneAnother) {
     LiteralState state;
     for (const std::string& program :
          {kSetup + "(DEFUN AGAIN () " + form + ")", std::string("(AGAIN)"), std::string("(AGAIN)"),
-          std::string("(AGAIN)"), std::string("(DEFUN CAR (Q) 'MINE) (AGAIN)"),
-          std::string("(SETQ A \"three\") (AGAIN)"), std::string("(LIST (AGAIN) A B G)")}) {
-      const lisp::EvalOutcome outcome = evaluator.run(program);
+          std::string("(AGAIN)"),
+          std::string("(LIST (SSLENGTH '($KVSEL)) (SSNAME '($KVSEL 1) 0) (CONS 1 NIL)) (AGAIN)"),
+          std::string("(SETQ A 3 B 1) (CONS A NIL) (AGAIN)"),
+          std::string("(DEFUN CAR (Q) 'MINE) (AGAIN)"), std::string("(SETQ A \"three\") (AGAIN)"),
+          std::string("(LIST (AGAIN) A B G)")}) {
+      const EvalOutcome outcome = evaluator.run(program);
       LiteralInterpreter literal(state, {}, nullptr, nullptr);
       const LiteralOutcome expected = literal.runProgram(program);
-      ASSERT_EQ(worker::encodeValue(outcome.value), literalEncodeValue(expected.value)) << program;
+      ASSERT_EQ(textOf(outcome.value), literalEncodeValue(expected.value)) << program;
       ASSERT_EQ(outcome.message, expected.message) << form << " in " << program;
       ASSERT_EQ(outcome.steps, expected.steps) << form << " in " << program;
       if (expected.kind == LiteralOutcomeKind::Value) state = literal.state();
@@ -258,4 +284,4 @@ TEST(RepeatedForms, EndAtTheDepthThatIsOneTooMuch) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp
