@@ -4,7 +4,6 @@
 #include <array>
 #include <optional>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "lisp/work.h"
@@ -19,29 +18,64 @@ using lisp::LispValue;
 using lisp::OutcomeKind;
 using lisp::ValueKind;
 
-void appendAtom(const LispValue& value, std::string& text) {
+// Appends to a string by address: while the writer lives, the string is longer than what has been
+// written.
+class TextWriter {
+ public:
+  explicit TextWriter(std::string& text) : text_(text), size_(text.size()) {}
+  ~TextWriter() { text_.resize(size_); }
+  TextWriter(const TextWriter&) = delete;
+  TextWriter& operator=(const TextWriter&) = delete;
+
+  [[nodiscard]] std::size_t size() const { return size_; }
+
+  void push(char c) {
+    *room(1) = c;
+    ++size_;
+  }
+  void append(std::string_view bytes) { size_ += bytes.copy(room(bytes.size()), bytes.size()); }
+  void append(double number) {
+    char* const begin = room(kNumberRoom);
+    size_ += static_cast<std::size_t>(writeNumber(number, begin) - begin);
+  }
+
+ private:
+  // At most so much is prepared at a time, so that it is in the cache when it is written.
+  static constexpr std::size_t kPieceSize = 0x1000;
+  // Beyond this much, room for the longest response is taken at once: memory that is not used costs
+  // nothing, but to copy a long text as it grows does.
+  static constexpr std::size_t kShortSizeMax = 0x10000;
+
+  // Where the next `size` bytes are to be written.
+  char* room(std::size_t size) {
+    if (text_.size() - size_ < size) [[unlikely]]
+      grow(size_ + size + std::min(size_, kPieceSize));
+    return text_.data() + size_;
+  }
+
+  void grow(std::size_t size) {
+    if (size > kShortSizeMax) text_.reserve(kPayloadSizeMax + 2 * kPieceSize);
+    text_.resize(size);
+  }
+
+  std::string& text_;
+  std::size_t size_;  // What has been written.
+};
+
+void appendAtom(const LispValue& value, TextWriter& text) {
   switch (value.kind()) {
     case ValueKind::Number:
-      return appendNumber(*lisp::asNumber(value), text);
+      return text.append(*lisp::asNumber(value));
     case ValueKind::String:
-      text.push_back('"');
+      text.push('"');
       text.append(*lisp::asText(value));
-      text.push_back('"');
-      return;
+      return text.push('"');
     case ValueKind::Symbol:
-      text.append(*lisp::asText(value));
-      return;
+      return text.append(*lisp::asText(value));
     default:
-      text.append("nil");
-      return;
+      return text.append("nil");
   }
 }
-
-// A list that is being written: its next element, and whether that is its first.
-struct OpenList {
-  LispList::Iterator next;
-  bool is_first = true;
-};
 
 constexpr WorkerStatus statusOf(OutcomeKind kind) {
   switch (kind) {
@@ -92,26 +126,30 @@ void putCall(const lisp::HostCall& call, char* header) {
 
 bool appendValue(const LispValue& value, std::size_t size_max, std::string& text) {
   const LispList::Iterator end;
-  std::vector<OpenList> open_lists;
+  std::vector<LispList::Iterator> open_lists;  // For each list that is being written, what is next.
+  TextWriter writer(text);
   const LispValue* current = &value;
   while (true) {
     lisp::countWork();
-    if (const std::optional<LispList> list = lisp::asList(*current)) {
-      text.push_back('(');
-      open_lists.push_back({list->begin()});
+    const std::optional<LispList> list = lisp::asList(*current);
+    if (list) {
+      writer.push('(');
+      open_lists.push_back(list->begin());
     } else {
-      appendAtom(*current, text);
+      appendAtom(*current, writer);
     }
     // Every open list will cost its closing parenthesis at least, which bounds this stack too.
-    if (text.size() + open_lists.size() > size_max) return false;
-    while (!open_lists.empty() && open_lists.back().next == end) {
-      text.push_back(')');
-      open_lists.pop_back();
+    if (writer.size() + open_lists.size() > size_max) return false;
+    bool is_first = list.has_value();
+    for (; !open_lists.empty() && open_lists.back() == end; open_lists.pop_back()) {
+      writer.push(')');
+      is_first = false;
     }
     if (open_lists.empty()) return true;
-    OpenList& open_list = open_lists.back();
-    if (!std::exchange(open_list.is_first, false)) text.push_back(' ');
-    current = &*open_list.next++;
+    if (!is_first) writer.push(' ');
+    LispList::Iterator& next = open_lists.back();
+    current = &*next;
+    ++next;
   }
 }
 

@@ -5,7 +5,6 @@
 
 #include "worker/number_text.h"
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -13,16 +12,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <optional>
+#include <string_view>
+
+#include "worker/frame.h"
 
 namespace worker {
 namespace {
 
 __extension__ using Wide = unsigned __int128;
 
-constexpr int kSignificantDigits = 17;      // Enough for every double to come back exactly.
-constexpr std::size_t kNumberSizeMax = 32;  // Bytes; the longest is "-1.7976931348623157e+308".
+constexpr int kSignificantDigits = 17;  // Enough for every double to come back exactly.
 
 // The powers of ten that some double is multiplied by.
 constexpr int kPowerMin = kSignificantDigits - 1 - 308;
@@ -104,11 +106,16 @@ std::optional<std::uint64_t> scaled(const Binary& number, int power) {
   // together by less than 2.
   const Wide product = (ten >> 64) * number.mantissa +
                        (static_cast<std::uint64_t>(ten) * Wide{number.mantissa} >> 64);
-  const int shift = -(number.exponent + binaryExponent(power) - 127) - 64;
-  const Wide half = Wide{1} << (shift - 1);
-  const Wide fraction = product & (half | (half - 1));
-  if (fraction - (half - 1) < 2) return std::nullopt;  // It is half, or half - 1.
-  return static_cast<std::uint64_t>(product >> shift) + (fraction > half ? 1 : 0);
+  const auto high = static_cast<std::uint64_t>(product >> 64);
+  const auto low = static_cast<std::uint64_t>(product);
+  // The places behind the point in `high`; all of `low` follows them.
+  const int shift = -(number.exponent + binaryExponent(power) + 1);
+  const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+  const std::uint64_t fraction = high & (half | (half - 1));
+  if ((fraction == half && low == 0) || (fraction == half - 1 && low == ~std::uint64_t{0})) {
+    return std::nullopt;
+  }
+  return (high >> shift) + (fraction >= half ? 1 : 0);
 }
 
 // The digits, as an integer, and the power of ten of the first of them.
@@ -130,51 +137,73 @@ std::optional<Decimal> decimalOf(double number) {
   return Decimal{*digits, exponent};
 }
 
-// "00" to "99".
-constexpr auto makePairs() {
-  std::array<char, 200> pairs{};
-  for (std::size_t i = 0; i < pairs.size(); i += 2) {
-    pairs[i] = static_cast<char>('0' + i / 20);
-    pairs[i + 1] = static_cast<char>('0' + i / 2 % 10);
-  }
-  return pairs;
-}
-
-constexpr auto kPairs = makePairs();
-
-void writeEightDigits(std::uint32_t value, char* out) {
-  for (int i = 6; i >= 0; i -= 2) {
-    const std::size_t pair = value % 100;
-    std::copy_n(&kPairs[2 * pair], 2, out + i);
-    value /= 100;
+// The lowest byte first; in one access where the machine has them in that order.
+inline void putWord(char* out, std::uint64_t word) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(out, &word, sizeof(word));
+  } else {
+    putU64(out, word);
   }
 }
 
-// Writes the decimal as "%.17g" does, and returns where it ends.
-char* writeDecimal(const Decimal& decimal, char* out) {
+// The eight decimal digits of a number below 10^8, the first in the lowest byte: halves in halves
+// of the word, then pairs, then single digits, all those of one size at once.
+inline std::uint64_t eightDigits(std::uint32_t value) {
+  const std::uint64_t halves = value / 10000 | std::uint64_t{value % 10000} << 32;
+  // Quotients by multiplication with a reciprocal: exact for halves below 10^4, pairs below 100.
+  const std::uint64_t hundreds = (halves * 10486 >> 20) & 0x7F'0000'007F;
+  const std::uint64_t pairs = hundreds | (halves - 100 * hundreds) << 16;
+  const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F'000F'000F'000F;
+  return tens | (pairs - 10 * tens) << 8;
+}
+
+// The digits of a decimal as text, ready to be written in two pieces.
+struct DigitText {
+  char first;
+  Wide others;  // Sixteen, the first of them in the lowest byte.
+  int count;    // Without the zeros at the end, but for the first digit.
+};
+
+DigitText textOf(std::uint64_t digits) {
   constexpr std::uint32_t kEightDigits = 100'000'000;
-  std::array<char, kSignificantDigits> digits;
-  const std::uint64_t leading = decimal.digits / kEightDigits;
-  digits[0] = static_cast<char>('0' + leading / kEightDigits);
-  writeEightDigits(static_cast<std::uint32_t>(leading % kEightDigits), &digits[1]);
-  writeEightDigits(static_cast<std::uint32_t>(decimal.digits % kEightDigits), &digits[9]);
-  int count = kSignificantDigits;
-  while (digits[static_cast<std::size_t>(count) - 1] == '0') --count;
+  constexpr std::uint64_t kZeros = 0x3030'3030'3030'3030;
+  const std::uint64_t leading = digits / kEightDigits;
+  const std::uint64_t middle = eightDigits(static_cast<std::uint32_t>(leading % kEightDigits));
+  const std::uint64_t last = eightDigits(static_cast<std::uint32_t>(digits % kEightDigits));
+  const int zeros = last != 0 ? std::countl_zero(last) / 8 : 8 + std::countl_zero(middle) / 8;
+  return {static_cast<char>('0' + leading / kEightDigits),
+          Wide{last | kZeros} << 64 | (middle | kZeros), kSignificantDigits - zeros};
+}
 
+void putDigits(Wide digits, char* out) {
+  putWord(out, static_cast<std::uint64_t>(digits));
+  putWord(out + 8, static_cast<std::uint64_t>(digits >> 64));
+}
+
+// Writes the decimal as "%.17g" does, and returns where it ends. The digits are written all, from
+// the first place where they may stand; what follows is written over those that do not belong
+// there.
+char* writeDecimal(const Decimal& decimal, char* out) {
+  const DigitText text = textOf(decimal.digits);
   const int exponent = decimal.exponent;
   const bool is_scientific = exponent < -4 || exponent >= kSignificantDigits;
   // What stands before the point.
   const int whole = is_scientific ? 1 : exponent + 1;
   if (whole <= 0) {
-    out = std::fill_n(std::copy_n("0.", 2, out), -whole, '0');
-    return std::copy_n(digits.begin(), count, out);
+    putWord(out, 0x3030'3030'3030'2E30);  // "0.000000"
+    out += 2 - whole;
+    *out = text.first;
+    putDigits(text.others, out + 1);
+    return out + text.count;
   }
-  if (whole >= count) {
-    out = std::fill_n(std::copy_n(digits.begin(), count, out), whole - count, '0');
+  *out = text.first;
+  putDigits(text.others, out + 1);
+  if (whole < text.count) {
+    out[whole] = '.';
+    putDigits(text.others >> (8 * (whole - 1)), out + whole + 1);
+    out += text.count + 1;
   } else {
-    out = std::copy_n(digits.begin(), whole, out);
-    *out++ = '.';
-    out = std::copy_n(digits.begin() + whole, count - whole, out);
+    out += whole;
   }
   if (!is_scientific) return out;
   *out++ = 'e';
@@ -193,25 +222,23 @@ bool isSmallWhole(double number) {
 
 }  // namespace
 
-void appendNumber(double number, std::string& text) {
+char* writeNumber(double number, char* out) {
   if (std::isnan(number)) {
-    text.append(std::signbit(number) ? "-nan" : "nan");
-    return;
+    const std::string_view text = std::signbit(number) ? "-nan" : "nan";
+    return out + text.copy(out, text.size());
   }
-  std::array<char, kNumberSizeMax> buffer;
-  char* const begin = buffer.data();
-  char* const limit = begin + buffer.size();
-  char* end = begin;
-  std::optional<Decimal> decimal;
   if (isSmallWhole(number)) {
-    end = std::to_chars(begin, limit, static_cast<std::int64_t>(number)).ptr;
-  } else if (std::isfinite(number) && number != 0.0 && (decimal = decimalOf(std::fabs(number)))) {
-    if (number < 0.0) *end++ = '-';
-    end = writeDecimal(*decimal, end);
-  } else {
-    end = std::to_chars(begin, limit, number, std::chars_format::general, kSignificantDigits).ptr;
+    return std::to_chars(out, out + kNumberRoom, static_cast<std::int64_t>(number)).ptr;
   }
-  text.append(begin, end);
+  if (std::isfinite(number) && number != 0.0) {
+    if (const std::optional<Decimal> decimal = decimalOf(std::fabs(number))) {
+      *out = '-';
+      return writeDecimal(*decimal, out + (number < 0.0 ? 1 : 0));
+    }
+  }
+  return std::to_chars(out, out + kNumberRoom, number, std::chars_format::general,
+                       kSignificantDigits)
+      .ptr;
 }
 
 }  // namespace worker

@@ -3,13 +3,17 @@
 #ifndef WORKER_NUMBER_TEXT_H_
 #define WORKER_NUMBER_TEXT_H_
 
-#include <string>
+#include <cstddef>
 
 namespace worker {
 
-// Appends what printf's "%.17g" writes in the "C" locale; "nan" or "-nan", by its sign bit, for
-// every NaN.
-void appendNumber(double number, std::string& text);
+// The room that a number needs while it is written, in bytes. No text is longer than 24.
+inline constexpr std::size_t kNumberRoom = 48;
+
+// Writes what printf's "%.17g" does in the "C" locale; "nan" or "-nan", by its sign bit, for every
+// NaN. Returns the text's end. Of the kNumberRoom bytes from `out` on, those behind the text are
+// left with anything.
+[[nodiscard]] char* writeNumber(double number, char* out);
 
 }  // namespace worker
 
