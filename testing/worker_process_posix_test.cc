@@ -16,6 +16,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -203,6 +204,37 @@ TEST(WorkerProcess, IsSmallWhileItIsIdle) {
   ASSERT_EQ(child.receive(referenceConversation().output().size()).size(),
             referenceConversation().output().size());
   EXPECT_LT(residentSize(child), kIdleSizeMax);
+}
+
+// How often the system has given the process a page so far.
+long pageFaults(const ChildProcess& child) {
+  std::ifstream file("/proc/" + std::to_string(child.id()) + "/stat");
+  std::string text{std::istreambuf_iterator<char>(file), {}};
+  std::istringstream fields(text.substr(text.rfind(')') + 1));
+  std::string ignored;
+  for (int i = 3; i < 10; ++i) fields >> ignored;  // Those before the tenth, but for two.
+  long count = 0;
+  EXPECT_TRUE(fields >> count);
+  return count;
+}
+
+TEST(WorkerProcess, KeepsTheMemoryOfALargeRequestForTheNext) {
+  if (isSanitized()) GTEST_SKIP() << "the sanitizers have a heap of their own";
+  constexpr int kRoundCount = 10;
+  constexpr long kFaultsPerRoundMax = 32;  // The text alone has 190 pages.
+  std::string program;
+  for (int i = 0; i < 25000; ++i) program += "(SETQ A (QUOTE (1 2 3 4 5 6)))\n";
+  program += "1";
+  ChildProcess child;
+  long faults_before = 0;
+  for (int round = -kRoundCount; round < kRoundCount; ++round) {
+    if (round == 0) faults_before = pageFaults(child);
+    child.send(programFrame(program));
+    const std::string response = child.receive(64 + 65);
+    ASSERT_EQ(response.size(), 64U + 65);
+    ASSERT_EQ(response.back(), '1');
+  }
+  EXPECT_LT(pageFaults(child) - faults_before, kRoundCount * kFaultsPerRoundMax);
 }
 
 TEST(WorkerProcess, UsesNoTimeWhileItWaits) {

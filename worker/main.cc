@@ -5,6 +5,7 @@
 #include <new>
 
 #include "worker/exit_code.h"
+#include "worker/heap.h"
 #include "worker/loop.h"
 #include "worker/stdio.h"
 
@@ -25,6 +26,7 @@ namespace {
 
 int main() {
   worker::keepAliveOnBrokenPipe();
+  worker::keepFreedMemory();
   worker::StandardInput input;
   worker::StandardOutput output;
   return static_cast<int>(worker::runWorker(input, output));

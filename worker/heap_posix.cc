@@ -1,0 +1,16 @@
+#include <malloc.h>
+
+#include "worker/heap.h"
+
+namespace worker {
+
+void keepFreedMemory() {
+#ifdef M_TRIM_THRESHOLD                     // Of the GNU library; others have ways of their own.
+  constexpr int kKeptMax = 4 << 20;         // Bytes at the end of the heap.
+  constexpr int kLargeBlockSize = 2 << 20;  // Bytes; such blocks are the system's again when freed.
+  mallopt(M_TRIM_THRESHOLD, kKeptMax);
+  mallopt(M_MMAP_THRESHOLD, kLargeBlockSize);
+#endif
+}
+
+}  // namespace worker
