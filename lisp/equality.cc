@@ -50,7 +50,7 @@ std::uint64_t drawPriority() {
 }
 
 // The run's node, or null.
-EqualityNode* findNode(const Run& run) { return hasEqualityNode(run) ? run.node : nullptr; }
+EqualityNode* findNode(const Run& run) { return run.hasNode() ? run.node : nullptr; }
 
 // One pair in so many is tied though nothing else leads to it.
 constexpr std::uint64_t kLotSize = 64;
@@ -64,6 +64,7 @@ EqualityNode& nodeOf(const Run& run) {
   auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
   countAsDeferred();
   node->priority = drawPriority();
+  assert(run.hasDigest());
   node->front_hash = run.front;
   const_cast<Run&>(run).node = node;
   return *node;
@@ -83,7 +84,7 @@ std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
   const EqualityNode* a = findNode(run_a);
   const EqualityNode* b = findNode(run_b);
   if (a == nullptr || b == nullptr) return 0;
-  std::uint32_t level = std::min(run_a.full_length, run_b.full_length);
+  std::uint32_t level = std::min(run_a.fullLength(), run_b.fullLength());
   while (a != b) {
     countDeferred();
     if (a->priority > b->priority) std::swap(a, b);
@@ -177,15 +178,15 @@ class Comparison {
   bool walk(Pair pair) {
     std::uint32_t remaining = pair.length;
     while (true) {
-      const std::uint32_t stop = std::max({pair.a->tail_length, pair.b->tail_length, pair.known});
+      const std::uint32_t stop = std::max({pair.a->tailLength(), pair.b->tailLength(), pair.known});
       const LispValue* a = &pair.a->own(remaining);
       const LispValue* b = &pair.b->own(remaining);
       for (; remaining > stop; --remaining) {
         if (!elementsMayEqual((a++)->raw(), (b++)->raw())) return false;
       }
       if (remaining <= pair.known) return true;
-      if (remaining == pair.a->tail_length) pair.a = linkOf(*pair.a).tail;
-      if (remaining == pair.b->tail_length) pair.b = linkOf(*pair.b).tail;
+      if (remaining == pair.a->tailLength()) pair.a = linkOf(*pair.a).tail;
+      if (remaining == pair.b->tailLength()) pair.b = linkOf(*pair.b).tail;
       if (!tie(*pair.a, *pair.b, remaining, pair.known)) return true;
     }
   }
@@ -218,8 +219,8 @@ Verdict compareShort(const RawValue& a, const RawValue& b) {
   Verdict verdict = Verdict::Equal;
   for (std::uint32_t remaining = a.length(); remaining > 0; --remaining) {
     countWork();
-    if (remaining <= run_a->tail_length) run_a = linkOf(*run_a).tail;
-    if (remaining <= run_b->tail_length) run_b = linkOf(*run_b).tail;
+    if (remaining <= run_a->tailLength()) run_a = linkOf(*run_a).tail;
+    if (remaining <= run_b->tailLength()) run_b = linkOf(*run_b).tail;
     const RawValue& x = run_a->own(remaining).raw();
     const RawValue& y = run_b->own(remaining).raw();
     if (x.tag() != y.tag()) return Verdict::Different;
@@ -251,6 +252,6 @@ bool listsEqual(const RawValue& a, const RawValue& b) {
 
 std::uint64_t& hashOfNode(Run& run) { return run.node->front_hash; }
 
-void releaseEquality(const Run& run) { releaseNode(findNode(run)); }
+void releaseNodeOf(const Run& run) { releaseNode(run.node); }
 
 }  // namespace lisp

@@ -12,6 +12,9 @@
 #ifndef LISP_EQUALITY_H_
 #define LISP_EQUALITY_H_
 
+#include <cassert>
+#include <cstdint>
+
 #include "lisp/list.h"
 
 namespace lisp {
@@ -22,19 +25,20 @@ namespace lisp {
 // Compares two lists of equal length that hold no NaN.
 [[nodiscard]] bool listsEqual(const RawValue& a, const RawValue& b);
 
-// True when what the run has in front is its node.
-[[nodiscard]] inline bool hasEqualityNode(const Run& run) { return (run.front & 1) == 0; }
-
-// The hash of the run's slot 0, wherever it stands.
+// The hash of the run's slot 0, wherever it stands; the run must have a digest.
 [[nodiscard]] inline std::uint64_t& frontHash(Run& run) {
-  return hasEqualityNode(run) ? hashOfNode(run) : run.front;
+  assert(run.hasDigest());
+  return run.hasNode() ? hashOfNode(run) : run.front;
 }
 [[nodiscard]] inline std::uint64_t frontHash(const Run& run) {
   return frontHash(const_cast<Run&>(run));
 }
 
 // Gives up the run's node, if it has one; the run must be on its way to the graveyard.
-void releaseEquality(const Run& run);
+void releaseNodeOf(const Run& run);
+inline void releaseEquality(const Run& run) {
+  if (run.hasNode()) releaseNodeOf(run);
+}
 
 }  // namespace lisp
 

@@ -39,7 +39,7 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 [[gnu::always_inline]] inline Result Interpreter::evaluateList(const LispValue& form,
                                                                std::uint32_t depth) {
   Run& items = runOf(form.raw());
-  return kFormEvaluators.data()[items.shape].evaluate(*this, items, depth + 1);
+  return kFormEvaluators.data()[items.shape()].evaluate(*this, items, depth + 1);
 }
 
 // 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind. For a list its
@@ -78,7 +78,7 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
   if (form.raw().tag() != Tag::List) [[unlikely]]
     return testAtom(form, depth);
   Run& items = runOf(form.raw());
-  return kFormEvaluators.data()[items.shape].test(*this, items, depth + 1);
+  return kFormEvaluators.data()[items.shape()].test(*this, items, depth + 1);
 }
 
 // The value of an operand that needs no evaluation, borrowed and without counting a step; null for

@@ -145,7 +145,7 @@ Result Interpreter::evaluateByName(Run& items, std::uint32_t depth) {
 
 // A list that is evaluated for the first time, and perhaps the last.
 Result Interpreter::evaluateFirst(Run& items, std::uint32_t depth) {
-  items.shape = kSeenShape;
+  items.setShape(kSeenShape);
   return evaluateNamed(items, depth);
 }
 
@@ -154,7 +154,7 @@ Result Interpreter::evaluateSecond(Run& items, std::uint32_t depth) {
   const RawValue& first = items.slots()[0].raw();
   if (first.tag() == Tag::Symbol) {
     if (symbolOf(first).operation == Operation::Unresolved) resolve(symbolOf(first));
-    items.shape = shapeOf(items);
+    items.setShape(shapeOf(items));
   }
   return evaluateNamed(items, depth);
 }
@@ -165,7 +165,7 @@ Truth Interpreter::testAtom(const LispValue& form, std::uint32_t depth) {
 
 // A condition that has no way of its own to tell its truth.
 Truth Interpreter::testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth) {
-  return truthOf(kFormEvaluators[items.shape].evaluate(interpreter, items, depth));
+  return truthOf(kFormEvaluators[items.shape()].evaluate(interpreter, items, depth));
 }
 
 bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
@@ -361,7 +361,7 @@ Result Interpreter::callChain(Run& items, std::uint32_t depth) {
   }
   const std::uint32_t remaining = list.length() - links;
   Run* run = &runOf(list);
-  if (remaining <= run->tail_length) run = &const_cast<Run&>(findRun(*run, remaining));
+  if (remaining <= run->tailLength()) run = &const_cast<Run&>(findRun(*run, remaining));
   return applyUnary<operation>(RawValue::ofList(*run, remaining));
 }
 

@@ -17,12 +17,14 @@ namespace {
 // to this: long lists cost few allocations and short ones little room.
 constexpr std::uint32_t kLinkedCapacityMax = 16;
 
-std::uint32_t next_dead_slot = 0;  // Its first slot that still holds its element.
+// Elements of a dead run that are released before what was in them is taken apart.
+constexpr std::size_t kElementsAtOnce = 4;
+
 std::size_t run_count = 0;
 
 constexpr Run makeEmptyRun() {
   Run run;
-  run.shape = kEmptyListShape;  // Also more than its length: it holds no NaN.
+  run.setShape(kEmptyListShape);
   return run;
 }
 
@@ -42,8 +44,17 @@ constexpr std::size_t linkedSize(std::size_t capacity) {
   return sizeof(RunLink) + runSize(capacity, capacity - 1);
 }
 
+// Takes apart what an allocation of so many elements is to take.
+void decomposeFor(std::uint32_t capacity) {
+  if (dead_runs == nullptr) return;
+  const std::size_t units = std::size_t{capacity} + 1;
+  const std::size_t more = std::min(14 * units, haste_left);
+  haste_left -= more;
+  decomposeSome(2 * units + more);
+}
+
 Run* allocateFlat(std::uint32_t capacity) {
-  decompose(2 * std::size_t{capacity} + 2);
+  decomposeFor(capacity);
   auto* const run = new (storage::allocate(flatSize(capacity))) Run;
   run->full_length = capacity;
   ++run_count;
@@ -51,7 +62,7 @@ Run* allocateFlat(std::uint32_t capacity) {
 }
 
 Run* allocateLinked(std::uint32_t capacity) {
-  decompose(2 * std::size_t{capacity} + 2);
+  decomposeFor(capacity);
   auto* const link = new (storage::allocate(linkedSize(capacity))) RunLink;
   ++run_count;
   return new (link + 1) Run;
@@ -59,7 +70,7 @@ Run* allocateLinked(std::uint32_t capacity) {
 
 void deallocateRun(Run& run) {
   --run_count;
-  if (run.tail_length == 0) {
+  if (!run.isLinked()) {
     storage::deallocate(&run, flatSize(run.capacity()));
   } else {
     storage::deallocate(&linkOf(run), linkedSize(run.capacity()));
@@ -68,24 +79,27 @@ void deallocateRun(Run& run) {
 
 // The first slot in use.
 std::uint32_t firstSlot(const Run& run) {
-  return run.tail_length == 0 ? 0 : run.full_length - linkOf(run).front_length;
+  return run.isLinked() ? run.fullLength() - linkOf(run).front_length : 0;
 }
 
 // Lists up to this many elements are looked through for lists among them.
 constexpr std::uint32_t kLeafLengthMax = 16;
 
-// True when `element` leads to no run but perhaps a flat one of atoms, such as a point.
-bool leadsToNoList(const RawValue& element) {
-  if (element.tag() != Tag::List || element.length() == 0) return true;
-  const Run& run = runOf(element);
-  if (run.tail_length != 0 || run.full_length > kLeafLengthMax) return false;
+// True when the run is a flat one of atoms, such as a point.
+bool isLeaf(const Run& run) {
+  if (run.full_length > kLeafLengthMax) return false;  // So is a linked one.
   // The whole run: it holds the elements before those in view, too.
   return std::none_of(run.slots(), run.slots() + run.full_length, [](const LispValue& value) {
     return value.raw().tag() == Tag::List && value.raw().length() != 0;
   });
 }
 
-std::uint32_t depthOf(const Run& run) { return run.tail_length == 0 ? 0 : linkOf(run).depth; }
+// True when `element` leads to no run but perhaps a leaf.
+bool leadsToNoList(const RawValue& element) {
+  return element.tag() != Tag::List || element.length() == 0 || isLeaf(runOf(element));
+}
+
+std::uint32_t depthOf(const Run& run) { return run.isLinked() ? linkOf(run).depth : 0; }
 
 // Skew-binary jump pointers (Myers, "An applicative random-access stack"): the jump of a run leads
 // to where its tail's jump leads on when two equal jumps meet, and to its tail otherwise, so that a
@@ -95,21 +109,47 @@ void linkTo(Run& run, Run& tail) {
   link.tail = &tail;
   link.jump = &tail;
   link.depth = depthOf(tail) + 1;
-  if (tail.tail_length == 0) return;
+  if (!tail.isLinked()) return;
   const Run& middle = *linkOf(tail).jump;
-  if (middle.tail_length == 0) return;
+  if (!middle.isLinked()) return;
   Run& far = *linkOf(middle).jump;
   if (depthOf(tail) - depthOf(middle) == depthOf(middle) - depthOf(far)) link.jump = &far;
+}
+
+// Puts `element` in front of what the run shows, into the slot there; `hash` is that of the list
+// that begins there.
+inline RawValue claimSlot(Run& run, std::uint32_t slot, RawValue element, std::uint64_t hash) {
+  const std::uint32_t length = run.fullLength() - slot;
+  linkOf(run).front_length = length;
+  (slot == 0 ? frontHash(run) : run.hashes()[slot - 1]) = hash;
+  new (run.slots() + slot) LispValue(LispValue::adopt(element));
+  return RawValue::ofList(run, length);
+}
+
+// `element` in front of `list`, which is not empty, in a run of its own. An element that may lead
+// back to the run of the list must not stand in that run, which would hold itself for ever; after
+// such a one there are no free slots.
+RawValue prependRun(RawValue element, RawValue list, bool may_share) {
+  ensureDigest(element);
+  const std::uint64_t hash = extendHash(listHash(list), element);
+  Run& tail = runOf(list);
+  const std::uint32_t capacity =
+      may_share ? std::min(kLinkedCapacityMax, 2 * (list.length() - tail.tailLength())) : 1;
+  Run& run = *allocateLinked(capacity);
+  run.full_length = (list.length() + capacity) | Run::kLinked;
+  linkOf(run).tail_length = list.length();
+  linkTo(run, tail);
+  return claimSlot(run, capacity - 1, element, hash);
 }
 
 }  // namespace
 
 const Run& findRun(const Run& run, std::uint32_t remaining) {
   const Run* at = &run;
-  while (remaining <= at->tail_length) {
+  while (remaining <= at->tailLength()) {
     countWork();
     const RunLink& link = linkOf(*at);
-    at = remaining <= link.jump->tail_length ? link.jump : link.tail;
+    at = remaining <= link.jump->tailLength() ? link.jump : link.tail;
   }
   return *at;
 }
@@ -124,11 +164,9 @@ RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   if (count == 0) return emptyList();
   countWork(count);
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
-  run->front = 0;
-  run->shape = kUnseenShape;
-  for (std::size_t i = 0; i < count; ++i) {
-    new (run->slots() + i) LispValue(LispValue::adopt(elements[i]));
-  }
+  run->setShape(kUnseenShape);
+  auto* const slots = reinterpret_cast<RawValue*>(run->slots());
+  for (std::size_t i = 0; i < count; ++i) copyWords(slots[i], elements[i]);
   return RawValue::ofList(*run, run->full_length);
 }
 
@@ -147,39 +185,21 @@ RawValue prepend(RawValue element, RawValue list) {
     return makeList(&element, 1);
   }
   countWork();
-  Run* run = &runOf(list);
-  ensureDigest(element);
-  const std::uint64_t hash = extendHash(listHash(list), element);
-  const std::uint32_t length = list.length() + 1;
-  // An element that leads back to this run must not stand in it: the run would hold itself for
-  // ever.
+  Run& run = runOf(list);
+  const std::uint32_t slot = run.fullLength() - list.length();  // That of the list's first element.
   const bool may_share = leadsToNoList(element);
-  const bool has_room = may_share && run->tail_length != 0 &&
-                        linkOf(*run).front_length == list.length() &&
-                        list.length() < run->full_length;
-  if (!has_room) {
-    Run& tail = *run;
-    const std::uint32_t capacity =
-        may_share ? std::min(kLinkedCapacityMax, 2 * (list.length() - tail.tail_length)) : 1;
-    run = allocateLinked(capacity);
-    run->tail_length = list.length();
-    run->full_length = list.length() + capacity;
-    if (listHoldsNan(list)) run->nan_length = tail.nan_length;
-    linkTo(*run, tail);
+  if (!may_share || slot == 0 || !run.isLinked() || linkOf(run).front_length != list.length()) {
+    return prependRun(element, list, may_share);
   }
-  linkOf(*run).front_length = length;
-  if (run->nan_length == kNoNan && holdsNan(element)) run->nan_length = length;
-  const std::uint32_t slot = run->full_length - length;
-  (slot == 0 ? frontHash(*run) : run->hashes()[slot - 1]) = hash;
-  new (run->slots() + slot) LispValue(LispValue::adopt(element));
-  return RawValue::ofList(*run, length);
+  ensureDigest(element);
+  return claimSlot(run, slot - 1, element, extendHash(run.hashes()[slot - 1], element));
 }
 
 RawValue restElsewhere(const RawValue& list) {
   const std::uint32_t length = list.length() - 1;
   if (length == 0) return emptyList();
   Run& run = runOf(list);
-  RawValue rest = RawValue::ofList(length == run.tail_length ? *linkOf(run).tail : run, length);
+  RawValue rest = RawValue::ofList(length == run.tailLength() ? *linkOf(run).tail : run, length);
   const RawValue& element = runOf(rest).own(length).raw();
   if (length == 1 && &runOf(rest) == &run && element.tag() == Tag::List && element.length() != 0) {
     // The hash of this list would be made from its element's whenever it is asked for, and so, if
@@ -193,36 +213,37 @@ RawValue restElsewhere(const RawValue& list) {
 
 void bury(Run& run) {
   releaseEquality(run);
+  run.references = firstSlot(run);
   run.next_dead = dead_runs;
   dead_runs = &run;
 }
 
+// A few elements of a run at once, so that the memory of the lists among them is fetched together,
+// and then those of them that nobody holds, while they are in the cache.
 void decomposeSome(std::size_t units) {
-  while (units > 0) {
-    if (run_in_decomposition == nullptr) {
-      if (dead_runs == nullptr) return;
-      run_in_decomposition = dead_runs;
-      dead_runs = dead_runs->next_dead;
-      next_dead_slot = firstSlot(*run_in_decomposition);
+  while (units > 0 && dead_runs != nullptr) {
+    Run& run = *dead_runs;
+    const LispValue* const slot = run.slots() + run.references;
+    const std::size_t left = run.capacity() - run.references;
+    const std::size_t count = std::min({left, kElementsAtOnce, units});
+    countWork(count + 1);
+    units -= count;
+    const bool is_done = count == left && units > 0;
+    if (is_done) {
+      dead_runs = run.next_dead;
+      --units;
+    } else {
+      run.references += static_cast<std::uint32_t>(count);
     }
-    Run& run = *run_in_decomposition;
-    const std::uint32_t end = static_cast<std::uint32_t>(
-        std::min<std::size_t>(run.capacity(), next_dead_slot + (units - 1)));
-    units -= end - next_dead_slot;
-    countWork(end - next_dead_slot + 1);
-    for (; next_dead_slot < end; ++next_dead_slot) {
-      release(run.slots()[next_dead_slot].raw());
-    }
-    if (end < run.capacity()) return;
-    --units;
-    run_in_decomposition = nullptr;
-    if (run.tail_length != 0 && --linkOf(run).tail->references == 0) bury(*linkOf(run).tail);
+    for (std::size_t i = count; i-- > 0;) release(slot[i].raw());
+    if (!is_done) continue;
+    if (run.isLinked() && --linkOf(run).tail->references == 0) bury(*linkOf(run).tail);
     deallocateRun(run);
   }
 }
 
 void decomposeAll() {
-  while (dead_runs != nullptr || run_in_decomposition != nullptr) decompose(1 << 20);
+  while (dead_runs != nullptr) decompose(1 << 20);
 }
 
 std::size_t runCount() { return run_count; }

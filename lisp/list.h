@@ -5,23 +5,25 @@
 // last has 1. That number never changes as lists are put together in front, so it names the same
 // element for every list that shares it.
 //
-// A run holds the elements with full_length >= remaining > tail_length; the element with r
-// remaining stands at slot full_length - r. A flat run (from the reader or LIST) has no tail. A
-// linked run (from CONS) continues in its tail run at tail_length. So CDR only lowers k, moving on
-// to the tail where it begins, and CONS either claims the free slot in front of its argument's
+// A run holds the elements with full length >= remaining > tail length; the element with r
+// remaining stands at slot full length - r. A flat run (from the reader or LIST) has no tail. A
+// linked run (from CONS) continues in its tail run at the tail length. So CDR only lowers k, moving
+// on to the tail where it begins, and CONS either claims the free slot in front of its argument's
 // first element or makes a run of one element and a few free slots. Only atoms and lists of atoms
 // claim slots: any other element might lead back to the very run, which would then hold itself.
 //
 // A run that is no longer held is not destroyed at once: it waits in the graveyard, and every
-// allocation of n elements takes 2 n + 2 of what waits there apart. No list, however deep, is ever
-// destroyed by recursion or in one go.
+// allocation of n elements takes 2 n + 2 of what waits there apart, and in haste sixteen times its
+// own. Haste is bounded for each request: it gives back what one large program made long before as
+// much is made again, so that slabs are empty when they are used again, and lists that are made one
+// after another lie one after another. No list, however deep, is ever destroyed by recursion or in
+// one go.
 
 #ifndef LISP_LIST_H_
 #define LISP_LIST_H_
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 #include "lisp/value.h"
 
@@ -35,34 +37,43 @@ using FormShape = std::uint32_t;
 inline constexpr FormShape kUnseenShape = 0;
 inline constexpr FormShape kEmptyListShape = 1;
 
-inline constexpr std::uint32_t kNoNan = std::numeric_limits<std::uint32_t>::max();
-
 // The head of a run; `capacity()` slots follow it, and then hashes: for every slot in use, that of
 // the list that begins there (lisp/list_hash.h), but for slot 0, which has its hash in the head,
 // and for the last slot of a flat run, whose hash is soon made. Slots in use are initialised.
 //
-// Hashes and NaNs are the run's digest. A list of atoms and what the reader makes have none until
-// it is asked for: of most of these it never is. What a run leads to has a digest if it has one.
+// Hashes are the run's digest. A list of atoms and what the reader makes have none until it is
+// asked for: of most of these it never is. What a run leads to has a digest if it has one.
+//
+// In the graveyard a run has no references, and the number of them is that of the slots that no
+// longer hold their element.
 struct Run : Counted {
-  std::uint32_t full_length = 0;  // What remains from slot 0 on.
-  std::uint32_t tail_length = 0;  // Elements of the list that follow in the tail; 0 when flat.
-  // The smallest number of elements that remain from one that is, or holds at any depth, a NaN: the
-  // list (run, k) holds a NaN when nan_length <= k. kNoNan when there is none.
-  // Without a digest, and for the empty list, the shape instead.
-  union {
-    std::uint32_t nan_length = kNoNan;
-    FormShape shape;
-  };
-  // The hash of slot 0, which is odd; or 0 without a digest; or the run's node (lisp/equality.h),
-  // which the run holds and which has that hash; or, in the graveyard, the next run. The lowest bit
-  // tells hash from node: the compilers that build this let one member be read as another.
+  static constexpr std::uint32_t kLinked = 0x80000000;
+
+  // What remains from slot 0 on, of a flat run: lists of 2^31 elements would take 32 GiB. A linked
+  // run has kLinked besides.
+  std::uint32_t full_length = 0;
+  // The hash of slot 0, which is odd; or the run's node (lisp/equality.h), which the run holds and
+  // which has that hash; or, without a digest and for the empty list, the shape in the upper half,
+  // and in the lower a bit that no node's address has; or, in the graveyard, the next run. The
+  // compilers that build this let one member be read as another.
   union {
     std::uint64_t front = 1;
     EqualityNode* node;
     Run* next_dead;
   };
 
-  [[nodiscard]] std::uint32_t capacity() const { return full_length - tail_length; }
+  [[nodiscard]] bool hasDigest() const { return (front & 3) != 2; }
+  [[nodiscard]] bool hasNode() const { return (front & 3) == 0; }
+  // How a run without a digest is evaluated.
+  [[nodiscard]] FormShape shape() const { return static_cast<FormShape>(front >> 32); }
+  constexpr void setShape(FormShape shape) { front = std::uint64_t{shape} << 32 | 2; }
+
+  [[nodiscard]] bool isLinked() const { return (full_length & kLinked) != 0; }
+  // What remains from slot 0 on.
+  [[nodiscard]] std::uint32_t fullLength() const { return full_length & ~kLinked; }
+  // Elements of the list that follow in the tail; 0 when flat.
+  [[nodiscard]] std::uint32_t tailLength() const;
+  [[nodiscard]] std::uint32_t capacity() const { return fullLength() - tailLength(); }
   [[nodiscard]] LispValue* slots() { return reinterpret_cast<LispValue*>(this + 1); }
   [[nodiscard]] const LispValue* slots() const {
     return reinterpret_cast<const LispValue*>(this + 1);
@@ -76,7 +87,7 @@ struct Run : Counted {
   }
   // The element from which `remaining` elements remain; it must be one of this run's own.
   [[nodiscard]] const LispValue& own(std::uint32_t remaining) const {
-    return slots()[full_length - remaining];
+    return slots()[fullLength() - remaining];
   }
 };
 
@@ -86,15 +97,18 @@ struct RunLink {
   Run* jump;                   // A run further down the chain of tails; borrowed from the chain.
   std::uint32_t depth;         // Number of tails below this run.
   std::uint32_t front_length;  // What remains from the run's first element in use.
+  std::uint32_t tail_length;   // Elements of the list that follow in the tail.
 };
 
-static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
+static_assert(sizeof(Run) == 16 && sizeof(RunLink) == 32);
 
 [[nodiscard]] inline Run& runOf(const RawValue& raw) { return *static_cast<Run*>(raw.record); }
 [[nodiscard]] inline RunLink& linkOf(Run& run) { return reinterpret_cast<RunLink*>(&run)[-1]; }
 [[nodiscard]] inline const RunLink& linkOf(const Run& run) {
   return reinterpret_cast<const RunLink*>(&run)[-1];
 }
+
+inline std::uint32_t Run::tailLength() const { return isLinked() ? linkOf(*this).tail_length : 0; }
 
 // The run that holds the element with `remaining` of a list that begins in `run`, found in
 // O(log runs): `remaining` must be from 1 to the list's length.
@@ -121,14 +135,13 @@ static_assert(sizeof(Run) == 24 && sizeof(RunLink) == 24);
 [[nodiscard]] inline RawValue restOf(const RawValue& list) {
   Run& run = runOf(list);
   const std::uint32_t length = list.length() - 1;
-  if (length <= 1 || length == run.tail_length) return restElsewhere(list);
+  if (length <= 1 || length == run.tailLength()) return restElsewhere(list);
   ++run.references;
   return RawValue::ofList(run, length);
 }
 
-// The graveyard, and what was taken from it and is partly taken apart.
+// The graveyard: the run that is next taken apart, or further taken apart.
 inline constinit Run* dead_runs = nullptr;
-inline constinit Run* run_in_decomposition = nullptr;
 
 // Puts a run that nobody holds into the graveyard.
 void bury(Run& run);
@@ -136,8 +149,12 @@ void bury(Run& run);
 // Takes at most `units` elements and heads of dead runs apart.
 void decomposeSome(std::size_t units);
 inline void decompose(std::size_t units) {
-  if (dead_runs != nullptr || run_in_decomposition != nullptr) decomposeSome(units);
+  if (dead_runs != nullptr) decomposeSome(units);
 }
+
+// The elements that allocations may yet take apart in haste; set again for each request.
+inline constexpr std::size_t kHasteMax = 1'000'000;
+inline constinit std::size_t haste_left = kHasteMax;
 
 // Takes apart everything that waits; for tests and orderly ends.
 void decomposeAll();

@@ -13,7 +13,7 @@ bool isReady(const Run& run, PlainStack<Run*>& waiting) {
   const std::size_t waiting_count = waiting.size();
   for (std::uint32_t i = 0; i < run.full_length; ++i) {
     const RawValue& element = run.slots()[i].raw();
-    if (element.tag() == Tag::List && runOf(element).front == 0) waiting.push(&runOf(element));
+    if (lacksDigest(element)) waiting.push(&runOf(element));
   }
   countDeferred(run.full_length);
   return waiting.size() == waiting_count;
@@ -24,12 +24,10 @@ void digestReady(Run& run) {
   const HashKey& key = hashKey();
   const std::uint32_t count = run.full_length;
   std::uint64_t hash = key.seed;
-  run.nan_length = kNoNan;
   for (std::uint32_t i = count; i-- > 0;) {
     const RawValue& element = run.slots()[i].raw();
     hash = extendHash(hash, element, key);
     if (i > 0 && i + 1 < count) run.hashes()[i - 1] = hash;
-    if (run.nan_length == kNoNan && holdsNan(element)) run.nan_length = count - i;
   }
   run.front = hash;
   countDeferred(count);
@@ -44,7 +42,7 @@ void digest(Run& run) {
   while (!isReady(run, waiting)) {
     while (waiting.size() > 0) {
       Run& next = *waiting.top();
-      if (next.front == 0) {
+      if (!next.hasDigest()) {
         if (!isReady(next, waiting)) continue;
         digestReady(next);
       }

@@ -33,14 +33,22 @@ struct HashKey {
   return key;
 }
 
+// The hash of every list that holds a NaN at any depth: it equals nothing. No other list has it.
+inline constexpr std::uint64_t kNanHash = 1;
+
 [[nodiscard]] inline std::uint64_t emptyListHash() { return hashKey().seed; }
 
 // Makes the digest of a run that has none, and of those that it leads to. Linear in their elements.
 void digest(Run& run);
 
+// True for a list that has no digest yet. The empty list needs none.
+[[nodiscard]] inline bool lacksDigest(const RawValue& value) {
+  return value.tag() == Tag::List && value.length() != 0 && !runOf(value).hasDigest();
+}
+
 // Whatever `value` is, it has a digest afterwards if it can have one.
 inline void ensureDigest(const RawValue& value) {
-  if (value.tag() == Tag::List && runOf(value).front == 0) digest(runOf(value));
+  if (lacksDigest(value)) digest(runOf(value));
 }
 
 // The hash of the list that begins at `slot`, which must be in use, of a run with a digest.
@@ -50,7 +58,7 @@ inline void ensureDigest(const RawValue& value) {
 [[nodiscard]] inline std::uint64_t digestedHash(const RawValue& list) {
   if (list.length() == 0) return emptyListHash();
   const Run& run = runOf(list);
-  return hashAt(run, run.full_length - list.length());
+  return hashAt(run, run.fullLength() - list.length());
 }
 
 // The hash of a list.
@@ -60,47 +68,37 @@ inline void ensureDigest(const RawValue& value) {
 }
 
 // True when the list holds a NaN at any depth.
-[[nodiscard]] inline bool listHoldsNan(const RawValue& list) {
-  ensureDigest(list);
-  return runOf(list).nan_length <= list.length();
-}
-
-// True when the value, which has a digest if it can have one, is or holds a NaN.
-[[nodiscard]] inline bool holdsNan(const RawValue& value) {
-  if (value.tag() == Tag::Number) return std::isnan(value.number);
-  return value.tag() == Tag::List && runOf(value).nan_length <= value.length();
-}
-
-// Values that are equal have equal words. Only the words of numbers can be known outside: those of
-// all other kinds are secret, so nobody can choose a number that has the word of something else. A
-// list must have a digest.
-[[nodiscard]] inline std::uint64_t wordOf(const RawValue& value, const HashKey& key) {
-  switch (value.tag()) {
-    case Tag::Number:
-      return std::bit_cast<std::uint64_t>(value.number + 0.0);  // -0.0 equals 0.0.
-    case Tag::String:
-      return ~textOf(value).hash;
-    case Tag::Symbol:
-      return symbolOf(value).hash;
-    case Tag::List:
-      return std::rotl(digestedHash(value), 1) + value.length();
-    default:
-      return key.nil_word;
-  }
-}
+[[nodiscard]] inline bool listHoldsNan(const RawValue& list) { return listHash(list) == kNanHash; }
 
 // The hash of `element`, which has a digest if it can have one, in front of a list whose hash is
-// `rest_hash`.
-[[nodiscard]] inline std::uint64_t extendHash(std::uint64_t rest_hash, const RawValue& element,
-                                              const HashKey& key = hashKey()) {
+// `rest_hash`. Elements that are equal have equal words. Only the words of numbers can be known
+// outside: those of all other kinds are secret, so nobody can choose a number that has the word of
+// something else.
+[[nodiscard, gnu::always_inline]] inline std::uint64_t extendHash(std::uint64_t rest_hash,
+                                                                  const RawValue& element,
+                                                                  const HashKey& key = hashKey()) {
+  std::uint64_t word = key.nil_word;
+  if (element.tag() == Tag::Number) {
+    if (std::isnan(element.number)) return kNanHash;
+    word = std::bit_cast<std::uint64_t>(element.number + 0.0);  // -0.0 equals 0.0.
+  } else if (element.tag() == Tag::String) {
+    word = ~textOf(element).hash;
+  } else if (element.tag() == Tag::Symbol) {
+    word = symbolOf(element).hash;
+  } else if (element.tag() == Tag::List) {
+    const std::uint64_t hash = digestedHash(element);
+    if (hash == kNanHash) return kNanHash;
+    word = std::rotl(hash, 1) + element.length();
+  }
+  if (rest_hash == kNanHash) return kNanHash;
   __extension__ using Wide = unsigned __int128;
-  const Wide product = static_cast<Wide>(rest_hash ^ wordOf(element, key)) * key.factor + key.seed;
-  return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 1;
+  const Wide product = static_cast<Wide>(rest_hash ^ word) * key.factor + key.seed;
+  return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 3;
 }
 
 inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
   if (slot == 0) return frontHash(run);
-  if (run.tail_length == 0 && slot + 1 == run.full_length) {
+  if (slot + 1 == run.full_length) {  // Of a flat run.
     // Not a list with elements, or restOf would have made a run of it: nothing is asked further.
     return extendHash(emptyListHash(), run.slots()[slot].raw());
   }

@@ -42,13 +42,13 @@ TEST(ListHash, IsThatOfEveryEqualList) {
 
 TEST(Digest, OfALiteralIsThatOfTheSameListMadeOtherwise) {
   const LispValue literal = testing_support::read("(1 (2 (3 ()) \"x\") (4 5) nil)");
-  EXPECT_EQ(runOf(literal.raw()).front, 0U);  // None yet.
+  EXPECT_FALSE(runOf(literal.raw()).hasDigest());  // None yet.
   const LispValue made =
       list({number(1), list({number(2), list({number(3), list({})}), string("x")}),
             list({number(4), number(5)}), nil()});
-  EXPECT_NE(runOf(made.raw()).front, 0U);
+  EXPECT_TRUE(runOf(made.raw()).hasDigest());
   EXPECT_EQ(listHash(literal.raw()), listHash(made.raw()));
-  EXPECT_NE(runOf(literal.raw()).front, 0U);
+  EXPECT_TRUE(runOf(literal.raw()).hasDigest());
 }
 
 TEST(Digest, FindsNanAtAnyDepthOfAListWithoutOne) {

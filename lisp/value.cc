@@ -26,7 +26,7 @@ LispList::Iterator::Iterator(const Run* run, std::uint32_t left) : run_(run), le
 LispList::Iterator& LispList::Iterator::operator++() {
   --left_;
   ++element_;
-  if (left_ > 0 && left_ == run_->tail_length) {
+  if (left_ > 0 && left_ == run_->tailLength()) {
     run_ = linkOf(*run_).tail;
     element_ = &run_->own(left_);
   }

@@ -32,6 +32,7 @@ struct TidyUp {
   ~TidyUp() {
     lisp::decomposeEnvironments(kNodesDecomposedPerRequest);
     lisp::decompose(kElementsDecomposedPerRequest);
+    lisp::haste_left = lisp::kHasteMax;
   }
 };
 
