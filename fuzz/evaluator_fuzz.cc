@@ -73,7 +73,7 @@ class Pair {
  public:
   // Runs `text`, with the answers so far. False when the literal evaluator gives up.
   bool run(const std::string& text) {
-    host::Program program{text, {}, false};
+    host::Program program{text, {}};
     lisp::Interpreter interpreter(environment_, nullptr, answered_ ? &transcript_ : nullptr);
     const lisp::EvalOutcome outcome = host::run_program(interpreter, program, kLimits);
     testing_support::LiteralInterpreter literal(literal_state_, kLiteralLimits, nullptr,

@@ -31,22 +31,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text = fuzz::Input(data, size).rest();
   std::string error;
   std::string literal_error;
-  const std::optional<std::vector<LispValue>> forms = lisp::readForms(text, error);
+  const std::optional<LispValue> program = lisp::readForms(text, error);
   const std::optional<std::vector<LiteralValue>> literal_forms =
       testing_support::literalParseAll(text, &literal_error);
   fuzz::requireEqual(error, literal_error, "both readers find the same fault");
-  fuzz::require(forms.has_value() == literal_forms.has_value(), "both readers read or both fail");
-  if (forms) {
-    fuzz::require(forms->size() == literal_forms->size(), "both readers find as many forms");
-    for (std::size_t i = 0; i < forms->size(); ++i) {
-      const std::string printed = worker::encodeValue((*forms)[i]);
+  fuzz::require(program.has_value() == literal_forms.has_value(), "both readers read or both fail");
+  if (program) {
+    const lisp::LispList forms = *lisp::asList(*program);
+    fuzz::require(forms.size() == literal_forms->size(), "both readers find as many forms");
+    for (std::uint32_t i = 0; i < forms.size(); ++i) {
+      const std::string printed = worker::encodeValue(forms[i]);
       fuzz::requireEqual(printed, testing_support::literalEncodeValue((*literal_forms)[i]),
                          "both readers read the same form");
       if (holdsString((*literal_forms)[i])) continue;
       const std::optional<LispValue> again = lisp::parseProgram(printed, &error);
       fuzz::require(again.has_value(), "what is printed can be read", printed);
       fuzz::requireEqual(worker::encodeValue(*again), printed, "what is read prints the same");
-      fuzz::require(lisp::valuesEqual(*again, (*forms)[i]), "what is read is equal", printed);
+      fuzz::require(lisp::valuesEqual(*again, forms[i]), "what is read is equal", printed);
     }
   }
   const std::optional<LispValue> single = lisp::parseProgram(text, &error);

@@ -15,16 +15,6 @@ using lisp::LispValue;
 using lisp::OutcomeKind;
 using lisp::Result;
 
-// Reads the program if that has not been done. Returns false and sets `error` when it cannot be.
-bool read_once(Program& program, std::string& error) {
-  if (program.is_read) return true;
-  std::optional<std::vector<LispValue>> forms = lisp::readForms(program.text, error);
-  if (!forms) return false;
-  program.forms = std::move(*forms);
-  program.is_read = true;
-  return true;
-}
-
 bool has_unused_answers(const Interpreter& interpreter) {
   const lisp::HostTranscript* const transcript = interpreter.transcript();
   return transcript != nullptr && interpreter.replayCursor() != transcript->size();
@@ -44,12 +34,17 @@ EvalOutcome make_error_outcome(const Interpreter& interpreter, OutcomeKind kind,
 EvalOutcome run_program(Interpreter& interpreter, Program& program,
                         const lisp::EvalLimits& limits) {
   interpreter.start(limits);
-  std::string error;
-  if (!read_once(program, error)) {
-    return make_error_outcome(interpreter, OutcomeKind::ReadError, std::move(error));
+  if (!program.forms) {
+    std::string error;
+    program.forms = lisp::readForms(program.text, error);
+    if (!program.forms) {
+      return make_error_outcome(interpreter, OutcomeKind::ReadError, std::move(error));
+    }
+    program.text = {};
   }
   LispValue last;
-  for (const LispValue& form : program.forms) {
+  const lisp::LispList forms = *lisp::asList(*program.forms);
+  for (const LispValue& form : forms) {
     const Result result = interpreter.evaluate(form, 0);
     if (result.failed()) return interpreter.takeFailure();
     last = LispValue::adopt(result.raw);

@@ -3,8 +3,9 @@
 #ifndef HOST_RUN_H_
 #define HOST_RUN_H_
 
+#include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "lisp/interpreter.h"
 #include "lisp/outcome.h"
@@ -12,12 +13,10 @@
 
 namespace host {
 
-// A program's text, and its forms once they have been read: a program that waits for its host is
-// run many times and read once.
+// A program that waits for its host is run many times and read once.
 struct Program {
-  std::string text;
-  std::vector<lisp::LispValue> forms;
-  bool is_read = false;  // `forms` are those of `text`.
+  std::string_view text;                 // Borrowed until the first run has read it; then empty.
+  std::optional<lisp::LispValue> forms;  // A list of all forms, once they have been read.
 };
 
 // The outcome of a failure of `kind` (not Value) with the message, at the interpreter's step count.

@@ -81,23 +81,23 @@ TEST(RunProgram, EvaluatesTopLevelFormsAtDepthZero) {
 TEST(RunProgram, ResetsCountsEachTime) {
   lisp::installBuiltins(lisp::coreBuiltins());
   const lisp::Environment environment;
-  Program program{"(+ 1 2)", {}, false};
+  Program program{"(+ 1 2)", {}};
   for (int i = 0; i < 3; ++i) {
     Interpreter interpreter(environment, nullptr, nullptr);
     EXPECT_THAT(run_program(interpreter, program, {3, 128}), AllOf(isValue("3"), took(3)));
   }
-  EXPECT_TRUE(program.is_read);
-  EXPECT_EQ(program.forms.size(), 1u);
+  EXPECT_TRUE(program.text.empty());
+  EXPECT_EQ(lisp::asList(program.forms.value())->size(), 1u);
 }
 
 TEST(RunProgram, ThatCannotBeReadStaysUnread) {
   const lisp::Environment environment;
-  Program program{"1 (", {}, false};
+  Program program{"1 (", {}};
   for (int i = 0; i < 2; ++i) {
     Interpreter interpreter(environment, nullptr, nullptr);
     EXPECT_THAT(run_program(interpreter, program, {}), isReadError("unterminated list"));
-    EXPECT_FALSE(program.is_read);
-    EXPECT_TRUE(program.forms.empty());
+    EXPECT_EQ(program.text, "1 (");
+    EXPECT_FALSE(program.forms.has_value());
   }
 }
 

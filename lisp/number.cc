@@ -13,16 +13,7 @@
 namespace lisp {
 namespace {
 
-// So many digits make a whole number that a double holds exactly, and so many zeros a power of ten
-// that it does: the quotient of the two is rounded once, as the number's own value would be
-// (Clinger, "How to read floating point numbers accurately").
-constexpr std::size_t kExactDigitsMax = 15;
-constexpr std::array<double, kExactDigitsMax + 1> kPowersOfTen = {
-    1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-
 constexpr std::int64_t kExponentMax = std::int64_t{1} << 40;  // Beyond any token's length.
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 int hexDigit(char c) {
   if (isDigit(c)) return c - '0';
@@ -127,29 +118,6 @@ std::optional<double> parseHexadecimal(std::string_view text) {
 }
 
 }  // namespace
-
-const char* readShortDecimal(const char* at, const char* end, double& value) {
-  const bool negative = *at == '-';
-  if (negative || *at == '+') ++at;
-  const char* const first = at;
-  const char* point = nullptr;
-  std::uint64_t digits = 0;
-  for (; at != end; ++at) {
-    if (isDigit(*at)) {
-      digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
-    } else if (*at == '.' && point == nullptr) {
-      point = at;
-    } else {
-      break;
-    }
-  }
-  const auto digit_count = static_cast<std::size_t>(at - first) - (point == nullptr ? 0 : 1);
-  if (digit_count == 0 || digit_count > kExactDigitsMax) return nullptr;
-  value = static_cast<double>(digits);
-  if (point != nullptr) value /= kPowersOfTen[static_cast<std::size_t>(at - point - 1)];
-  if (negative) value = -value;
-  return at;
-}
 
 std::optional<double> parseNumber(std::string_view token) {
   const bool negative = token.starts_with('-');

@@ -5,7 +5,9 @@
 #define LISP_PLAIN_STACK_H_
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <type_traits>
 
@@ -22,7 +24,12 @@ class PlainStack {
   // The records from the bottom up; null while there has never been one.
   [[nodiscard]] Record* data() { return records_.get(); }
 
-  void push(const Record& record) { extend() = record; }
+  // `record` must be none of the stack's own, which growing moves. Taking it by value instead costs
+  // the reader a fiftieth of its time.
+  void push(const Record& record) {
+    assert(std::less<>()(&record, data()) || !std::less<>()(&record, data() + size_));
+    extend() = record;
+  }
 
   // A new top, whose contents are to be written member by member. Putting a record of several words
   // together elsewhere first would make the copy wait for its parts.

@@ -37,12 +37,30 @@ constexpr std::array<Class, 256> makeClasses() {
 
 constexpr std::array<Class, 256> kClasses = makeClasses();
 
-Class classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
+constexpr Class classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
 
 // The mark of the end of a file is part of an atom that it follows.
-bool endsAtom(char c) { return classOf(c) >= Class::Blank && c != kEndOfFileMark; }
+constexpr bool endsAtom(char c) { return classOf(c) >= Class::Blank && c != kEndOfFileMark; }
 
 constexpr char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
+
+// What each byte stands for in a name; 0 for those that end it, and for the byte 0 itself.
+constexpr std::array<char, 256> makeNameBytes() {
+  std::array<char, 256> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const char c = static_cast<char>(i);
+    if (!endsAtom(c)) bytes[i] = upperCase(c);
+  }
+  return bytes;
+}
+
+constexpr std::array<char, 256> kNameBytes = makeNameBytes();
+
+constexpr std::uint64_t wordOf(std::string_view text) {
+  PackedText packed;
+  for (const char c : text) packed.append(c);
+  return packed.word();
+}
 
 // The byte that a backslash and `c` stand for in a string.
 constexpr char unescaped(char c) {
@@ -90,12 +108,112 @@ void Reader::skipBlanks() {
 }
 
 std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
+  const RawValue form = read(depth);
+  if (form.tag() == Tag::Failed) return std::nullopt;
+  return LispValue::adopt(form);
+}
+
+std::optional<LispValue> Reader::readForms() {
+  for (skipBlanks(); !atEnd(); skipBlanks()) {
+    const RawValue form = read(0);
+    if (form.tag() == Tag::Failed) return std::nullopt;
+    elements_.push(form);
+  }
+  const RawValue forms = makeLiteral(elements_.data(), elements_.size());
+  elements_.truncate(0);
+  return LispValue::adopt(forms);
+}
+
+// A string that is long or has a backslash, if it is one.
+RawValue Reader::readLongString() {
+  const char* at = at_ + 1;
+  const char* piece = at;  // What is not in scratch_ yet.
+  scratch_.clear();
+  for (; at != end_; ++at) {
+    if (*at == '"') {
+      countWork(static_cast<std::uint64_t>(at - at_));
+      at_ = at + 1;
+      const std::string_view text(piece, at);
+      return RawValue::of(Tag::String, internText(scratch_.empty() ? text : scratch_.append(text)));
+    }
+    if (*at != '\\') continue;
+    scratch_.append(piece, at);
+    if (++at == end_) break;
+    scratch_.push_back(unescaped(*at));
+    piece = at + 1;
+  }
+  return fail("unterminated string");
+}
+
+// The usual way of each kind of atom stands in line in read(), which is where reading's time goes.
+
+[[gnu::always_inline]] inline RawValue Reader::readString() {
+  PackedText text;
+  for (const char* at = at_ + 1; at != end_ && *at != '\\'; ++at) {
+    if (*at == '"') {
+      countWork(static_cast<std::uint64_t>(at - at_));
+      at_ = at + 1;
+      return RawValue::of(Tag::String, internShortText(text.word()));
+    }
+    if (text.isFull()) break;
+    text.append(*at);
+  }
+  return readLongString();
+}
+
+// A name that is long or holds the byte 0.
+RawValue Reader::readLongName() {
+  const char* const end = std::find_if(at_, end_, endsAtom);
+  scratch_.resize(static_cast<std::size_t>(end - at_));
+  std::transform(at_, end, scratch_.begin(), upperCase);
+  countWork(scratch_.size());
+  at_ = end;
+  return RawValue::of(Tag::Symbol, internSymbol(scratch_));
+}
+
+[[gnu::always_inline]] inline RawValue Reader::readName() {
+  constexpr std::uint64_t kNil = wordOf("NIL");
+  PackedText name;
+  const char* at = at_;
+  for (; at != end_; ++at) {
+    const char c = kNameBytes[static_cast<unsigned char>(*at)];
+    if (c == '\0') {
+      if (endsAtom(*at)) break;
+      return readLongName();
+    }
+    if (name.isFull()) return readLongName();
+    name.append(c);
+  }
+  countWork(static_cast<std::uint64_t>(at - at_));
+  at_ = at;
+  if (name.word() == kNil) return RawValue();
+  return RawValue::of(Tag::Symbol, internShortSymbol(name.word()));
+}
+
+[[gnu::always_inline]] inline RawValue Reader::readNumberOrName() {
+  double short_value = 0.0;
+  const char* const short_end = readShortDecimal(at_, end_, short_value);
+  if (short_end != nullptr && (short_end == end_ || endsAtom(*short_end))) {
+    countWork(static_cast<std::uint64_t>(short_end - at_));
+    at_ = short_end;
+    return RawValue::ofNumber(short_value);
+  }
+  const char* const end = std::find_if(at_, end_, endsAtom);
+  countWork(static_cast<std::uint64_t>(end - at_));
+  const std::optional<double> value = parseNumber({at_, end});
+  if (!value) return readName();
+  at_ = end;
+  return RawValue::ofNumber(*value);
+}
+
+RawValue Reader::read(std::uint32_t depth) {
   // For each list that is open, the place of its first element among elements_.
   std::array<std::size_t, kNestingMax + 1> open_forms;
   std::size_t open_count = 0;
   const auto in_list = [&] { return open_count > 0 && open_forms[open_count - 1] != kQuoteMark; };
   const auto is_too_deep = [&] { return depth + open_count > kNestingMax; };
   while (true) {
+    for (; at_ != end_ && *at_ == ' '; ++at_) countWork();
     // Between elements a list looks for its end first, at its own level.
     if (at_ == end_) {
       if (in_list()) return fail("unterminated list");
@@ -127,7 +245,7 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
       case Class::String:
         if (is_too_deep()) return fail(kTooDeep);
         form = readString();
-        if (form.tag() == Tag::Failed) return fail("unterminated string");
+        if (form.tag() == Tag::Failed) return form;
         break;
       case Class::Number:
         if (is_too_deep()) return fail(kTooDeep);
@@ -141,7 +259,7 @@ std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
     for (; open_count > 0 && open_forms[open_count - 1] == kQuoteMark; --open_count) {
       form = quoted(form);
     }
-    if (open_count == 0) return LispValue::adopt(form);
+    if (open_count == 0) return form;
     elements_.push(form);
   }
 }
@@ -152,89 +270,24 @@ void Reader::skipComment() {
   at_ = line_feed;
 }
 
-RawValue Reader::readString() {
-  const char* at = at_ + 1;
-  const char* piece = at;  // What is not in scratch_ yet.
-  scratch_.clear();
-  for (; at != end_; ++at) {
-    if (*at == '"') {
-      countWork(static_cast<std::uint64_t>(at - at_));
-      at_ = at + 1;
-      const std::string_view text(piece, at);
-      return RawValue::of(Tag::String, internText(scratch_.empty() ? text : scratch_.append(text)));
-    }
-    if (*at != '\\') continue;
-    scratch_.append(piece, at);
-    if (++at == end_) break;
-    scratch_.push_back(unescaped(*at));
-    piece = at + 1;
-  }
-  return RawValue::of(Tag::Failed);
-}
-
-RawValue Reader::readNumberOrName() {
-  double short_value = 0.0;
-  const char* const short_end = readShortDecimal(at_, end_, short_value);
-  if (short_end != nullptr && (short_end == end_ || endsAtom(*short_end))) {
-    countWork(static_cast<std::uint64_t>(short_end - at_));
-    at_ = short_end;
-    return RawValue::ofNumber(short_value);
-  }
-  const char* const end = std::find_if(at_, end_, endsAtom);
-  countWork(static_cast<std::uint64_t>(end - at_));
-  const std::optional<double> value = parseNumber({at_, end});
-  if (!value) return readName();
-  at_ = end;
-  return RawValue::ofNumber(*value);
-}
-
-RawValue Reader::readName() {
-  constexpr std::size_t kPieceSize = 32;
-  std::array<char, kPieceSize> piece;  // What is not in scratch_ yet; almost always all of it.
-  std::size_t size = 0;
-  const char* at = at_;
-  scratch_.clear();
-  for (; at != end_ && !endsAtom(*at); ++at) {
-    if (size == kPieceSize) {
-      scratch_.append(piece.data(), size);
-      size = 0;
-    }
-    piece[size++] = upperCase(*at);
-  }
-  at_ = at;
-  std::string_view name(piece.data(), size);
-  if (!scratch_.empty()) name = scratch_.append(name);
-  countWork(name.size());
-  if (name == "NIL") return RawValue();
-  return RawValue::of(Tag::Symbol, internSymbol(name));
-}
-
-std::optional<LispValue> Reader::fail(std::string_view message) {
+RawValue Reader::fail(std::string_view message) {
   error_ = message;
-  return std::nullopt;
+  return RawValue::of(Tag::Failed);
 }
 
 std::optional<LispValue> parseProgram(std::string_view text, std::string* error_out) {
   std::string error;
-  std::optional<std::vector<LispValue>> forms = readForms(text, error);
-  if (forms && forms->size() != 1) error = "expected exactly one form";
+  const std::optional<LispValue> forms = readForms(text, error);
+  if (forms && asList(*forms)->size() != 1) error = "expected exactly one form";
   if (error_out != nullptr) *error_out = error;
   if (!error.empty()) return std::nullopt;
-  return std::move(forms->front());
+  return asList(*forms)->front();
 }
 
-std::optional<std::vector<LispValue>> readForms(std::string_view text, std::string& error_out) {
+std::optional<LispValue> readForms(std::string_view text, std::string& error_out) {
   Reader reader(text);
-  std::vector<LispValue> forms;
-  for (reader.skipBlanks(); !reader.atEnd(); reader.skipBlanks()) {
-    std::optional<LispValue> form = reader.readForm();
-    if (!form) {
-      error_out = reader.error();
-      return std::nullopt;
-    }
-    forms.push_back(std::move(*form));
-  }
-  error_out.clear();
+  std::optional<LispValue> forms = reader.readForms();
+  error_out = reader.error();
   return forms;
 }
 

@@ -11,7 +11,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "lisp/plain_stack.h"
 #include "lisp/value.h"
@@ -36,15 +35,21 @@ class Reader {
   // Reads one form at `depth` and advances past it. On failure returns nothing, and error() says
   // why; the first failure ends the read.
   [[nodiscard]] std::optional<LispValue> readForm(std::uint32_t depth = 0);
+  // Reads all forms from here to the end, as one list.
+  [[nodiscard]] std::optional<LispValue> readForms();
   [[nodiscard]] const std::string& error() const { return error_; }
 
  private:
-  std::optional<LispValue> fail(std::string_view message);
-  void skipComment();
-  // Read what begins at at_ and advance past it.
-  RawValue readString();  // Tag::Failed when it does not end.
+  // Read what begins at at_ and advance past it. Tag::Failed on failure, with error_ set.
+  RawValue read(std::uint32_t depth);
+  RawValue readString();
+  RawValue readLongString();
   RawValue readNumberOrName();
   RawValue readName();
+  RawValue readLongName();
+
+  RawValue fail(std::string_view message);
+  void skipComment();
 
   const char* at_;
   const char* const end_;
@@ -57,9 +62,9 @@ class Reader {
 // sets `error_out`, when given, to the message; on success clears it.
 [[nodiscard]] std::optional<LispValue> parseProgram(std::string_view text, std::string* error_out);
 
-// Reads all forms of a program, none included. On failure returns nothing and sets `error_out`.
-[[nodiscard]] std::optional<std::vector<LispValue>> readForms(std::string_view text,
-                                                              std::string& error_out);
+// Reads all forms of a program, none included, as one list. On failure returns nothing and sets
+// `error_out`.
+[[nodiscard]] std::optional<LispValue> readForms(std::string_view text, std::string& error_out);
 
 }  // namespace lisp
 

@@ -227,14 +227,35 @@ TEST(ParseProgram, NeedsNoPlaceForItsMessage) {
   EXPECT_TRUE(parseProgram("()", nullptr).has_value());
 }
 
+// Short ones have a way of their own, up to a byte 0.
+TEST(ParseProgram, ReadsNamesAndStringsOfEveryLength) {
+  for (std::size_t size = 1; size <= 20; ++size) {
+    for (std::size_t zero = 0; zero <= size; ++zero) {
+      std::string name = repeated("z", size);
+      std::string folded = repeated("Z", size);
+      if (zero < size) name[zero] = folded[zero] = '\0';
+      for (const std::string& end : {""s, " "s, ";"s}) {
+        const LispValue read = parseProgram(name + end, nullptr).value();
+        EXPECT_TRUE(valuesEqual(read, symbol(folded))) << size << " " << zero;
+        EXPECT_EQ(asText(read), folded);
+      }
+      const LispValue read = parseProgram("\"" + name + "\"", nullptr).value();
+      EXPECT_TRUE(valuesEqual(read, string(name))) << size << " " << zero;
+      EXPECT_EQ(asText(read), name);
+      EXPECT_EQ(parsed("\"" + name), "!unterminated string");
+    }
+  }
+  EXPECT_EQ(asText(*parseProgram("\"\"", nullptr)), "");
+}
+
 TEST(ReadForms, ReadsAnyNumberOfForms) {
   std::string error = "not cleared";
   for (const char* const text : {"", "  ", "\x1A", "; comment", "\n;a\n;b"}) {
-    EXPECT_EQ(readForms(text, error)->size(), 0u) << text;
+    EXPECT_EQ(textOf(readForms(text, error).value()), "()") << text;
     EXPECT_EQ(error, "");
   }
-  const std::vector<LispValue> forms = readForms("1(2)\"3\"'4 five\x1A six", error).value();
-  EXPECT_EQ(textOf(list(forms)), "(1 (2) \"3\" (QUOTE 4) FIVE\x1A SIX)");
+  const LispValue forms = readForms("1(2)\"3\"'4 five\x1A six", error).value();
+  EXPECT_EQ(textOf(forms), "(1 (2) \"3\" (QUOTE 4) FIVE\x1A SIX)");
 }
 
 TEST(ReadForms, ReportsTheFirstFailureAndNoForms) {

@@ -12,45 +12,43 @@
 namespace lisp {
 namespace {
 
-// The bytes of a short text in one word; which of them are there, its length must tell.
-std::uint64_t packedBytes(std::string_view bytes) {
-  const auto load = [&](std::size_t position, auto word) -> std::uint64_t {
-    std::memcpy(&word, bytes.data() + position, sizeof(word));
-    return word;
-  };
-  const std::size_t size = bytes.size();
-  if (size >= 4) return load(0, std::uint32_t{}) << 32 | load(size - 4, std::uint32_t{});
-  if (size >= 2) return load(0, std::uint16_t{}) << 16 | load(size - 2, std::uint16_t{});
-  return size == 0 ? 0 : load(0, std::uint8_t{});
+// The word of a text that is short enough; 0 for any other.
+std::uint64_t wordOfShort(std::string_view bytes) {
+  if (bytes.size() > PackedText::kSizeMax) return 0;
+  PackedText packed;
+  for (const char c : bytes) packed.append(c);
+  return packed.word();
 }
 
 // A hash table of records, chained, with a power of two of buckets and at most one record a bucket
 // on average. It refers to its records without holding them: a record leaves as it is retired.
-//
-// In front of it stand the records of short texts asked for last, each in the one place that its
-// bytes give it. Who makes texts that share a place loses only the short cut.
 template <typename Record>
 class InternTable {
  public:
-  InternTable() : buckets_(kBucketsMin) {}
+  explicit InternTable(RecentRecords<Record>& recent) : recent_(recent), buckets_(kBucketsMin) {}
 
   Record* intern(std::string_view bytes) {
-    if (bytes.size() > kShortMax) return internAnywhere(bytes);
-    Recent& recent = recentOf(bytes);
-    if (recent.record == nullptr || recent.record->length != bytes.size() ||
-        recent.packed != packedBytes(bytes)) {
-      recent = {packedBytes(bytes), internAnywhere(bytes)};
+    const std::uint64_t word = wordOfShort(bytes);
+    if (word == 0) return find(bytes);
+    auto& place = recent_.placeOf(word);
+    if (place.word != word) {
+      place = {word, find(bytes)};
     } else {
-      ++recent.record->references;
+      ++place.record->references;
     }
-    return recent.record;
+    return place.record;
+  }
+
+  Record* internShort(std::uint64_t word) {
+    std::array<char, PackedText::kSizeMax> bytes;
+    const std::size_t size = (word >> (8 * PackedText::kSizeMax)) - 1;
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(word >> (8 * i));
+    return intern({bytes.data(), size});
   }
 
   void retire(Record* record) {
-    if (record->length <= kShortMax) {
-      Recent& recent = recentOf(record->bytes());
-      if (recent.record == record) recent.record = nullptr;
-    }
+    auto& place = recent_.placeOf(wordOfShort(record->bytes()));
+    if (place.record == record) place = {};
     Record** link = &buckets_[indexOf(record->hash)];
     while (*link != record) link = &(*link)->next;
     *link = record->next;
@@ -63,21 +61,9 @@ class InternTable {
   [[nodiscard]] std::size_t size() const { return size_; }
 
  private:
-  struct Recent {
-    std::uint64_t packed = 0;
-    Record* record = nullptr;
-  };
-
   static constexpr std::size_t kBucketsMin = 256;
-  static constexpr std::size_t kShortMax = sizeof(std::uint64_t);
-  static constexpr int kRecentBits = 8;
 
-  // Multiplicative hashing by the golden ratio (Knuth, "Sorting and Searching", 6.4).
-  Recent& recentOf(std::string_view bytes) {
-    return recent_[(packedBytes(bytes) + bytes.size()) * 0x9e3779b97f4a7c15 >> (64 - kRecentBits)];
-  }
-
-  Record* internAnywhere(std::string_view bytes) {
+  Record* find(std::string_view bytes) {
     const std::uint64_t hash = keyedHash(bytes, point_);
     countWork(bytes.size());
     for (Record* record = buckets_[indexOf(hash)]; record != nullptr; record = record->next) {
@@ -121,19 +107,19 @@ class InternTable {
   }
 
   const std::uint64_t point_ = drawHashPoint();
+  RecentRecords<Record>& recent_;
   std::vector<Record*> buckets_;
   std::size_t size_ = 0;
-  std::array<Recent, 1 << kRecentBits> recent_;
 };
 
 // The tables are never destroyed: values of other static objects may outlive any order of ends.
 InternTable<Symbol>& symbolTable() {
-  static auto& table = *new InternTable<Symbol>;
+  static auto& table = *new InternTable<Symbol>(recent_symbols);
   return table;
 }
 
 InternTable<Text>& textTable() {
-  static auto& table = *new InternTable<Text>;
+  static auto& table = *new InternTable<Text>(recent_texts);
   return table;
 }
 
@@ -161,6 +147,10 @@ Symbol* const kSlashSymbol = internSymbol("/");
 Symbol* internSymbol(std::string_view name) { return symbolTable().intern(name); }
 
 Text* internText(std::string_view text) { return textTable().intern(text); }
+
+Symbol* internRareSymbol(std::uint64_t word) { return symbolTable().internShort(word); }
+
+Text* internRareText(std::uint64_t word) { return textTable().internShort(word); }
 
 void retireSymbol(Symbol* symbol) {
   if (symbol->environment_index != kNoEnvironmentIndex) {

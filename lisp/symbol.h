@@ -9,6 +9,7 @@
 #ifndef LISP_SYMBOL_H_
 #define LISP_SYMBOL_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -104,6 +105,67 @@ struct Symbol : Interned<Symbol> {
 // Returns the record of `name`, made if need be, with one more reference for the caller.
 [[nodiscard]] Symbol* internSymbol(std::string_view name);
 [[nodiscard]] Text* internText(std::string_view text);
+
+// A short text in one word: its bytes, the first in the lowest, and above them one more than their
+// number. Never 0.
+class PackedText {
+ public:
+  static constexpr std::uint32_t kSizeMax = 7;
+
+  [[nodiscard]] constexpr bool isFull() const { return size_ == kSizeMax; }
+  // There must be room.
+  constexpr void append(char c) {
+    bytes_ |= std::uint64_t{static_cast<unsigned char>(c)} << (8 * size_++);
+  }
+  [[nodiscard]] constexpr std::uint64_t word() const {
+    return bytes_ | std::uint64_t{size_ + 1} << (8 * kSizeMax);
+  }
+
+ private:
+  std::uint64_t bytes_ = 0;
+  std::uint32_t size_ = 0;
+};
+
+// The records of short texts asked for last, each in the one place that its bytes give it. Who
+// makes texts that share a place loses only the short cut.
+template <typename Record>
+class RecentRecords {
+ public:
+  struct Place {
+    std::uint64_t word = 0;
+    Record* record = nullptr;  // Borrowed: a record that is retired leaves.
+  };
+
+  // Multiplicative hashing (Knuth, "Sorting and Searching", 6.4) with a factor of SplitMix64.
+  [[nodiscard]] Place& placeOf(std::uint64_t word) {
+    return places_[word * 0x94d049bb133111eb >> (64 - kBits)];
+  }
+
+ private:
+  static constexpr int kBits = 10;
+  std::array<Place, 1 << kBits> places_{};
+};
+
+inline constinit RecentRecords<Symbol> recent_symbols;
+inline constinit RecentRecords<Text> recent_texts;
+
+// The same for a short text that is not among the recent ones.
+[[nodiscard]] Symbol* internRareSymbol(std::uint64_t word);
+[[nodiscard]] Text* internRareText(std::uint64_t word);
+
+// The same for short texts, in line for the reader.
+[[nodiscard]] inline Symbol* internShortSymbol(std::uint64_t word) {
+  const RecentRecords<Symbol>::Place& place = recent_symbols.placeOf(word);
+  if (place.word != word) return internRareSymbol(word);
+  ++place.record->references;
+  return place.record;
+}
+[[nodiscard]] inline Text* internShortText(std::uint64_t word) {
+  const RecentRecords<Text>::Place& place = recent_texts.placeOf(word);
+  if (place.word != word) return internRareText(word);
+  ++place.record->references;
+  return place.record;
+}
 
 // Give back a record whose last reference has gone.
 void retireSymbol(Symbol* symbol);

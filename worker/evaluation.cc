@@ -56,7 +56,7 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
     if (context == nullptr) return WorkerStatus::ContextNotFound;
   }
   // 2. and 3. The run, on the persistent environment.
-  host::Program program{std::string(payload), {}, false};
+  host::Program program{payload, {}};
   EvalOutcome outcome;
   {
     Interpreter interpreter(environment_, context, nullptr);

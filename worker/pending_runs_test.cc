@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::uint64_t kLast = std::numeric_limits<std::uint64_t>::max();
 
-PendingRun runOf(std::uint64_t run_id, const std::string& program) {
+PendingRun runOf(std::uint64_t run_id, const std::string& call) {
   PendingRun run;
   run.run_id = run_id;
-  run.program.text = program;
+  run.pending_call.name = call;
   return run;
 }
 
@@ -63,9 +63,9 @@ TEST(PendingRunTable, FindsWhatIsStoredUntilItIsErased) {
   EXPECT_EQ(table.size(), 2u);
   ASSERT_NE(table.findRun(1), nullptr);
   ASSERT_NE(table.findRun(kLast), nullptr);
-  EXPECT_EQ(table.findRun(1)->program.text, "A");
+  EXPECT_EQ(table.findRun(1)->pending_call.name, "A");
   EXPECT_EQ(table.findRun(1)->run_id, 1u);
-  EXPECT_EQ(table.findRun(kLast)->program.text, "B");
+  EXPECT_EQ(table.findRun(kLast)->pending_call.name, "B");
   EXPECT_EQ(table.findRun(0), nullptr);
   EXPECT_EQ(table.findRun(2), nullptr);
   table.eraseRun(1);
@@ -84,7 +84,7 @@ TEST(PendingRunTable, HasNoBound) {
   }
   EXPECT_EQ(table.size(), 20'000u);
   for (std::uint64_t run_id = 1; run_id <= 20'000; run_id += 777) {
-    EXPECT_EQ(table.findRun(run_id)->program.text, std::to_string(run_id));
+    EXPECT_EQ(table.findRun(run_id)->pending_call.name, std::to_string(run_id));
   }
 }
 
