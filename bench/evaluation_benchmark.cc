@@ -33,7 +33,7 @@ void runProgram(benchmark::State& state, const bench::BenchProgram& program) {
   const geometry::ContextTable contexts;
   const worker::Evaluation evaluation(contexts);  // Makes the builtins known.
   const lisp::Environment environment;
-  host::Program read{program.text, {}, false};
+  host::Program read{program.text, {}};
   std::uint64_t steps = 0;
   for (auto _ : state) {
     lisp::Interpreter interpreter(environment, nullptr, nullptr);

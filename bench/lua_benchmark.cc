@@ -20,7 +20,7 @@ void runLisp(benchmark::State& state, const bench::BenchProgram& program) {
   const geometry::ContextTable contexts;
   const worker::Evaluation evaluation(contexts);  // Makes the builtins known.
   const lisp::Environment environment;
-  host::Program read{program.text, {}, false};
+  host::Program read{program.text, {}};
   for (auto _ : state) {
     lisp::Interpreter interpreter(environment, nullptr, nullptr);
     const lisp::EvalOutcome outcome = host::run_program(interpreter, read, {});
