@@ -1,7 +1,6 @@
 #include "host/builtins.h"
 
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <optional>
 
@@ -36,8 +35,9 @@ Result selection_set_member(Interpreter& interpreter, const BuiltinCall& call) {
   if (!set) return interpreter.fail("ssname expects a selection set");
   const double x = *lisp::asNumber(call.arguments[1]);
   const auto member_count = static_cast<double>(set->size() - 1);
-  if (!(x >= 0.0 && x < member_count) || std::floor(x) != x) return lisp::nil();
+  if (!(x >= 0.0 && x < member_count)) return lisp::nil();
   const auto i = static_cast<std::uint32_t>(x);
+  if (static_cast<double>(i) != x) return lisp::nil();
   return lisp::LispValue((*set)[i + 1]);
 }
 

@@ -35,7 +35,8 @@ LispList::Iterator& LispList::Iterator::operator++() {
 
 const LispValue& LispList::operator[](std::uint32_t index) const {
   const std::uint32_t remaining = length_ - index;
-  return findRun(*run_, remaining).own(remaining);
+  const Run& run = remaining > run_->tailLength() ? *run_ : findRun(*run_, remaining);
+  return run.own(remaining);
 }
 
 LispValue number(double value) { return LispValue::adopt(RawValue::ofNumber(value)); }
