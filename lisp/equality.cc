@@ -112,7 +112,9 @@ class Comparison {
   bool run(const RawValue& a, const RawValue& b) {
     if (!meet(runOf(a), runOf(b), a.length())) return true;
     while (!pairs_.empty()) {
-      const Pair pair = pairs_.back();
+      // Word by word: a wide copy would wait for the words that have just been written.
+      const Pair& last = pairs_.back();
+      const Pair pair{last.a, last.b, last.length, last.known};
       pairs_.pop_back();
       if (!walk(pair)) {
         takeBackEdges();
