@@ -203,7 +203,7 @@ Result Interpreter::callBuiltinOfPair(const Run& items, std::uint32_t depth, Raw
 }
 
 // The arguments are variables and literals: while the builtin has them, nothing can change them, so
-// they are lent to it.
+// they are lent to it. A builtin does not throw.
 Result Interpreter::callBuiltinAtHand(Run& items, std::uint32_t depth) {
   if (operationOf(items) != Operation::Builtin || late_frame_ != 0) [[unlikely]]
     return evaluateByName(items, depth);
@@ -407,7 +407,7 @@ Result Interpreter::callCons(Run& items, std::uint32_t depth) {
   return construct(first.raw, rest.raw);
 }
 
-// Both operands are variables or numbers.
+// Both operands are variables or literals.
 Result Interpreter::consAtHand(Run& items, std::uint32_t depth) {
   if (operationOf(items) == Operation::Cons && late_frame_ == 0) [[likely]] {
     const RawValue& first = valueAtHand(items.slots()[1]);

@@ -50,8 +50,7 @@ inline constexpr FormShape kPlainCallShape = 5;      // A user function; no argu
 inline constexpr FormShape kBuiltinAtHandShape = 6;  // A builtin of variables and literals.
 inline constexpr FormShape kCarChainShape = 7;       // CAR of CDR upon CDR of a variable;
 inline constexpr FormShape kCdrChainShape = 8;       // CDR of the same.
-
-inline constexpr FormShape kConsAtHandShape = 9;  // CONS of two variables or literals.
+inline constexpr FormShape kConsAtHandShape = 9;     // CONS of two variables or literals.
 
 // Any form of an operation.
 inline constexpr FormShape kOperationShapes = 10;

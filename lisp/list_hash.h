@@ -1,10 +1,11 @@
 // Hashes of lists, which tell almost all unequal lists apart without a look at their elements.
 //
 // A list's hash is made element by element from its end to its front, with a secret drawn at start.
-// Every element of a run has beside it the hash of the list that begins there, so the hash of any
-// list is at hand, and that of a new list takes one step for each of its elements, however deep
-// they are. Hashes are odd. Equal lists have equal hashes; two lists that somebody chose to be
-// different have equal ones about once in 2^60 times, and then a comparison walks them in vain.
+// In a run with a digest every element has beside it the hash of the list that begins there, so the
+// hash of any such list is at hand, and that of a new list takes one step for each of its elements,
+// however deep they are. The hashes of lists with elements are odd. Equal lists have equal hashes;
+// two lists that somebody chose to be different have equal ones about once in 2^60 times, and then
+// a comparison walks them in vain.
 
 #ifndef LISP_LIST_HASH_H_
 #define LISP_LIST_HASH_H_

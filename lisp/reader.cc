@@ -56,12 +56,6 @@ constexpr std::array<char, 256> makeNameBytes() {
 
 constexpr std::array<char, 256> kNameBytes = makeNameBytes();
 
-constexpr std::uint64_t wordOf(std::string_view text) {
-  PackedText packed;
-  for (const char c : text) packed.append(c);
-  return packed.word();
-}
-
 // The byte that a backslash and `c` stand for in a string.
 constexpr char unescaped(char c) {
   switch (c) {
@@ -172,7 +166,7 @@ RawValue Reader::readLongName() {
 }
 
 [[gnu::always_inline]] inline RawValue Reader::readName() {
-  constexpr std::uint64_t kNil = wordOf("NIL");
+  constexpr std::uint64_t kNil = packedWord("NIL");
   PackedText name;
   const char* at = at_;
   for (; at != end_; ++at) {

@@ -16,22 +16,32 @@ Result Interpreter::evaluateQuote(Run& items, std::uint32_t /*depth*/) {
   return LispValue(items.slots()[1]);
 }
 
+// The pair whose value is that of the SETQ.
+[[gnu::always_inline]] inline Result Interpreter::setLast(const LispValue& target,
+                                                          const LispValue& form,
+                                                          std::uint32_t depth) {
+  const Result value = evaluateItem(form, depth);
+  if (value.failed()) [[unlikely]]
+    return value;
+  retain(value.raw);
+  assign(symbolOf(target.raw()), value.raw);
+  return value;
+}
+
 Result Interpreter::evaluateSetq(Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
   const LispValue* target = items.slots() + 1;
-  const LispValue* const last_target = items.slots() + count - 2;
-  for (;; target += 2) {
+  for (const LispValue* const last = items.slots() + count - 2;; target += 2) {
     if (target->raw().tag() != Tag::Symbol) return fail("setq target must be a symbol");
+    if (target == last) return setLast(*target, target[1], depth);
     const Result value = evaluateItem(target[1], depth);
     if (value.failed()) return value;
-    if (target == last_target) retain(value.raw);
     assign(symbolOf(target->raw()), value.raw);
-    if (target == last_target) return value;
   }
 }
 
-// Pairs whose targets are symbols, which is every SETQ that is evaluated again.
+// Several pairs, all of whose targets are symbols.
 Result Interpreter::setSymbols(Run& items, std::uint32_t depth) {
   if (!countSteps(1, depth - 1)) [[unlikely]]
     return failLimits();
@@ -46,23 +56,11 @@ Result Interpreter::setSymbols(Run& items, std::uint32_t depth) {
   return setLast(*target, target[1], depth);
 }
 
-// One pair.
+// One such pair.
 Result Interpreter::setSymbol(Run& items, std::uint32_t depth) {
   if (!countSteps(1, depth - 1)) [[unlikely]]
     return failLimits();
   return setLast(items.slots()[1], items.slots()[2], depth);
-}
-
-// The pair whose value is that of the SETQ.
-[[gnu::always_inline]] inline Result Interpreter::setLast(const LispValue& target,
-                                                          const LispValue& form,
-                                                          std::uint32_t depth) {
-  const Result value = evaluateItem(form, depth);
-  if (value.failed()) [[unlikely]]
-    return value;
-  retain(value.raw);
-  assign(symbolOf(target.raw()), value.raw);
-  return value;
 }
 
 Result Interpreter::evaluateIf(Run& items, std::uint32_t depth) {

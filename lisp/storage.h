@@ -43,7 +43,8 @@ struct Slab {
 // The first slab of each list, by size class (block size / kGranule); never null.
 extern constinit std::array<Slab*, kSizeClasses> slabs;
 
-// Finds a block where the first slab of the list has none at hand. Throws std::bad_alloc.
+// Finds a block where the first slab of the list has none at hand. Throws std::bad_alloc, and is
+// not to be used after that: the worker ends then.
 [[nodiscard]] void* refill(std::size_t size_class);
 
 // Puts a slab where it belongs that has a free block again, or nothing but free blocks.

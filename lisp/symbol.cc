@@ -12,14 +12,6 @@
 namespace lisp {
 namespace {
 
-// The word of a text that is short enough; 0 for any other.
-std::uint64_t wordOfShort(std::string_view bytes) {
-  if (bytes.size() > PackedText::kSizeMax) return 0;
-  PackedText packed;
-  for (const char c : bytes) packed.append(c);
-  return packed.word();
-}
-
 // A hash table of records, chained, with a power of two of buckets and at most one record a bucket
 // on average. It refers to its records without holding them: a record leaves as it is retired.
 template <typename Record>
@@ -28,7 +20,7 @@ class InternTable {
   explicit InternTable(RecentRecords<Record>& recent) : recent_(recent), buckets_(kBucketsMin) {}
 
   Record* intern(std::string_view bytes) {
-    const std::uint64_t word = wordOfShort(bytes);
+    const std::uint64_t word = packedWord(bytes);
     if (word == 0) return find(bytes);
     auto& place = recent_.placeOf(word);
     if (place.word != word) {
@@ -39,15 +31,18 @@ class InternTable {
     return place.record;
   }
 
+  // For a text that is not among the recent ones.
   Record* internShort(std::uint64_t word) {
     std::array<char, PackedText::kSizeMax> bytes;
     const std::size_t size = (word >> (8 * PackedText::kSizeMax)) - 1;
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(word >> (8 * i));
-    return intern({bytes.data(), size});
+    auto& place = recent_.placeOf(word);
+    place = {word, find({bytes.data(), size})};
+    return place.record;
   }
 
   void retire(Record* record) {
-    auto& place = recent_.placeOf(wordOfShort(record->bytes()));
+    auto& place = recent_.placeOf(packedWord(record->bytes()));
     if (place.record == record) place = {};
     Record** link = &buckets_[indexOf(record->hash)];
     while (*link != record) link = &(*link)->next;

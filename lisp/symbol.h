@@ -126,6 +126,14 @@ class PackedText {
   std::uint32_t size_ = 0;
 };
 
+// The word of a text that is short enough; 0 for any other.
+[[nodiscard]] constexpr std::uint64_t packedWord(std::string_view text) {
+  if (text.size() > PackedText::kSizeMax) return 0;
+  PackedText packed;
+  for (const char c : text) packed.append(c);
+  return packed.word();
+}
+
 // The records of short texts asked for last, each in the one place that its bytes give it. Who
 // makes texts that share a place loses only the short cut.
 template <typename Record>

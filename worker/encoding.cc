@@ -40,8 +40,10 @@ class TextWriter {
   }
 
  private:
-  // At most so much is prepared at a time, so that it is in the cache when it is written.
-  static constexpr std::size_t kPieceSize = 0x1000;
+  // At most so much is prepared at a time: it is in the cache when it is written, and a call of
+  // many arguments, each of which has a writer of its own, does not prepare much more than it
+  // writes.
+  static constexpr std::size_t kPieceSize = 0x100;
   // Beyond this much, room for the longest response is taken at once: memory that is not used costs
   // nothing, but to copy a long text as it grows does.
   static constexpr std::size_t kShortSizeMax = 0x10000;
