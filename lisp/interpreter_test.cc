@@ -312,6 +312,7 @@ TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
     testing_support::settle();
     EXPECT_EQ(symbolCount(), symbols + 1);
     EXPECT_EQ(valueOf("TOUCHED-ONCE"), "(1 2)");
+    testing_support::settle();
   }
   testing_support::settle();
   EXPECT_EQ(symbolCount(), symbols);

@@ -112,9 +112,8 @@ std::optional<std::uint64_t> scaled(const Binary& number, int power) {
   const int shift = -(number.exponent + binaryExponent(power) + 1);
   const std::uint64_t half = std::uint64_t{1} << (shift - 1);
   const std::uint64_t fraction = high & (half | (half - 1));
-  if ((fraction == half && low == 0) || (fraction == half - 1 && low == ~std::uint64_t{0})) {
-    return std::nullopt;
-  }
+  const Wide from_middle = (Wide{fraction} << 64 | low) - (Wide{half} << 64);
+  if (from_middle + 1 < 2) return std::nullopt;  // It is in the middle, or next below.
   return (high >> shift) + (fraction >= half ? 1 : 0);
 }
 
