@@ -202,24 +202,30 @@ Result Interpreter::callBuiltinOfPair(const Run& items, std::uint32_t depth, Raw
   return callBuiltinWith(arguments_.size() - 2, items, depth);
 }
 
-// The arguments are variables and literals: while the builtin has them, nothing can change them, so
-// they are lent to it. A builtin does not throw.
+// Lends the items after the first, variables and literals, to arguments_. False at the first
+// variable that has no value at hand.
+[[gnu::always_inline]] inline bool Interpreter::lendArguments(const Run& items) {
+  for (std::uint32_t i = 1; i < items.full_length; ++i) {
+    const RawValue& value = valueAtHand(items.slots()[i]);
+    if (value.tag() > Tag::List) [[unlikely]]
+      return false;
+    copyWords(arguments_.extend(), value);
+  }
+  return true;
+}
+
+// While the builtin has the arguments, nothing can change them. A builtin does not throw.
 Result Interpreter::callBuiltinAtHand(Run& items, std::uint32_t depth) {
   if (operationOf(items) != Operation::Builtin || late_frame_ != 0) [[unlikely]]
     return evaluateByName(items, depth);
   const std::size_t first_argument = arguments_.size();
-  for (std::uint32_t i = 1; i < items.full_length; ++i) {
-    const RawValue& value = valueAtHand(items.slots()[i]);
-    if (value.tag() > Tag::List) [[unlikely]] {
-      arguments_.truncate(first_argument);
-      return evaluateByName(items, depth);
-    }
-    copyWords(arguments_.extend(), value);
+  if (!lendArguments(items) || !countSteps(items.full_length, depth)) [[unlikely]] {
+    arguments_.truncate(first_argument);
+    return evaluateByName(items, depth);
   }
-  const bool may_call = countSteps(items.full_length, depth);
-  const Result result = may_call ? callWith(first_argument, items, depth) : Result::failure();
+  const Result result = callWith(first_argument, items, depth);
   arguments_.truncate(first_argument);
-  return may_call ? result : evaluateByName(items, depth);
+  return result;
 }
 
 Result Interpreter::callFormBuiltin(Run& items, std::uint32_t depth) {
@@ -337,9 +343,6 @@ Result Interpreter::finishNumeric(const Run& items, std::uint32_t depth, Result 
 // Arithmetic and comparison of whatever there is.
 template <Operation operation>
 Result Interpreter::callNumericOfAny(Run& items, std::uint32_t depth) {
-  if (operationOf(items) != operation) [[unlikely]]
-    return evaluateByName(items, depth);
-  if (!countSteps(1, depth - 1)) return failLimits();
   if (items.full_length != 3) return callBuiltin(items, depth);
   return finishNumeric<operation>(items, depth, evaluateItem(items.slots()[1], depth));
 }
@@ -381,10 +384,6 @@ Result Interpreter::callUnary(Run& items, std::uint32_t depth) {
 // The same of any operand.
 template <Operation operation>
 Result Interpreter::callUnaryOfAny(Run& items, std::uint32_t depth) {
-  if (operationOf(items) != operation) [[unlikely]]
-    return evaluateByName(items, depth);
-  if (!countSteps(1, depth - 1)) [[unlikely]]
-    return failLimits();
   if (items.full_length != 2) [[unlikely]]
     return callBuiltin(items, depth);
   const Result argument = evaluateItem(items.slots()[1], depth);
@@ -512,9 +511,9 @@ struct EvaluatorTable {
         return function<operation, &I::callUnknown>();
       default:
         if constexpr (isNumeric(operation)) {
-          return {call<&I::callNumericOfAny<operation>>, I::testByValue};
+          return function<operation, &I::callNumericOfAny<operation>>();
         } else if constexpr (isUnary(operation)) {
-          return {call<&I::callUnaryOfAny<operation>>, I::testByValue};
+          return function<operation, &I::callUnaryOfAny<operation>>();
         }
     }
   }

@@ -30,19 +30,24 @@ using testing_support::textOf;
 constexpr std::uint64_t kStepsMax = 3000;
 constexpr std::uint32_t kDepthMax = 128;
 
+// An outcome of either implementation, in words.
+template <typename Outcome>
+std::string wordsOf(const Outcome& outcome, const std::string& value) {
+  return std::to_string(static_cast<int>(outcome.kind)) + " after " +
+         std::to_string(outcome.steps) + ": " + outcome.message + value;
+}
+
 std::string outcomeOf(const std::string& program, std::uint64_t steps_max,
                       std::uint32_t depth_max) {
   const EvalOutcome outcome = evaluate(program, {steps_max, depth_max});
-  return std::to_string(static_cast<int>(outcome.kind)) + " after " +
-         std::to_string(outcome.steps) + ": " + outcome.message + textOf(outcome.value);
+  return wordsOf(outcome, textOf(outcome.value));
 }
 
 std::string literalOutcomeOf(const std::string& program, std::uint64_t steps_max,
                              std::uint32_t depth_max) {
   LiteralInterpreter interpreter({}, {steps_max, depth_max}, nullptr, nullptr);
   const LiteralOutcome outcome = interpreter.runProgram(program);
-  return std::to_string(static_cast<int>(outcome.kind)) + " after " +
-         std::to_string(outcome.steps) + ": " + outcome.message + literalEncodeValue(outcome.value);
+  return wordsOf(outcome, literalEncodeValue(outcome.value));
 }
 
 std::uint64_t stepsOf(const std::string& program) { return evaluate(program).steps; }

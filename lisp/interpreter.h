@@ -146,6 +146,7 @@ class Interpreter {
   [[gnu::noinline]] Truth testAtom(const LispValue& form, std::uint32_t depth);
   static Truth testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth);
   Result callBuiltin(Run& items, std::uint32_t depth);
+  bool lendArguments(const Run& items);
   Result callBuiltinAtHand(Run& items, std::uint32_t depth);
   Result callFormBuiltin(Run& items, std::uint32_t depth);
   Result callUnknown(Run& items, std::uint32_t depth);
