@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -10,9 +11,11 @@
 #include <vector>
 
 #include "testing/attack.h"
+#include "testing/child_process.h"
 #include "testing/frame_makers.h"
 #include "testing/greedy_programs.h"
 #include "testing/random.h"
+#include "testing/scenario.h"
 #include "testing/watched_worker.h"
 #include "worker/frame.h"
 
@@ -81,6 +84,27 @@ TEST_F(AttackByRuns, TinyProgramsOnFiftyThousandGlobals) {
   EXPECT_EQ(waiting.size(), 0U);
   // What a million bytes of such programs cost must not depend on the globals either.
   EXPECT_LE(worker_.longestTime().count(), 150000 * (isSanitized() ? 20 : 1));
+}
+
+// However many runs wait when the input ends, the worker does not take them apart.
+TEST(LeavingWorker, LeavesAtOnceWithAHundredThousandRunsPending) {
+  constexpr std::uint64_t kRunsPerBatch = 1000;
+  const std::uint64_t count = isSanitized() ? 2000 : 100000;
+  ChildProcess process;
+  for (std::uint64_t run_id = 1; run_id <= count; run_id += kRunsPerBatch) {
+    Scenario batch("Batch");
+    for (std::uint64_t i = 0; i < kRunsPerBatch; ++i) {
+      batch.start("(GETPOINT)").call(run_id + i, "GETPOINT", 0, "()", 1);
+    }
+    const std::string expected = batch.output();
+    process.send(batch.input());
+    ASSERT_TRUE(process.receive(expected.size()) == expected) << run_id;
+  }
+  const std::chrono::microseconds used = process.processorTime();
+  process.endInput();
+  EXPECT_EQ(process.end(), "exit code 0");
+  const std::chrono::milliseconds limit(isSanitized() ? 5000 : 10);
+  EXPECT_LT(process.processorTime() - used, limit);
 }
 
 TEST_F(AttackByRuns, ThreeThousandHostCallsInOneRun) {

@@ -8,7 +8,6 @@
 #include <string>
 #include <string_view>
 
-#include "worker/dispatch.h"
 #include "worker/frame.h"
 
 namespace worker {
@@ -53,6 +52,10 @@ ExitCode exitCodeOf(WorkerStatus header_status) {
 
 ExitCode runWorker(ByteReader& input, ByteWriter& output) {
   Dispatcher dispatcher;
+  return serve(dispatcher, input, output);
+}
+
+ExitCode serve(Dispatcher& dispatcher, ByteReader& input, ByteWriter& output) {
   std::string response;
   while (true) {
     const std::optional<MessageHeader> request = readHeader(input);

@@ -4,6 +4,7 @@
 #define WORKER_LOOP_H_
 
 #include "worker/byte_stream.h"
+#include "worker/dispatch.h"
 #include "worker/exit_code.h"
 
 namespace worker {
@@ -14,6 +15,10 @@ namespace worker {
 //
 // Strictly in turn: each request is answered in full before the next byte is read.
 [[nodiscard]] ExitCode runWorker(ByteReader& input, ByteWriter& output);
+
+// The same with the state in `dispatcher`, which must be new. It keeps what the requests left
+// there, for a process that ends at once and need not take it apart.
+[[nodiscard]] ExitCode serve(Dispatcher& dispatcher, ByteReader& input, ByteWriter& output);
 
 }  // namespace worker
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "worker/dispatch.h"
 #include "worker/exit_code.h"
 #include "worker/heap.h"
 #include "worker/loop.h"
@@ -29,5 +30,8 @@ int main() {
   worker::keepFreedMemory();
   worker::StandardInput input;
   worker::StandardOutput output;
-  return static_cast<int>(worker::runWorker(input, output));
+  // Never destroyed: taking millions of values apart would take time, and the system takes their
+  // memory back anyway.
+  static auto& dispatcher = *new worker::Dispatcher;
+  return static_cast<int>(worker::serve(dispatcher, input, output));
 }

@@ -3,7 +3,7 @@
 // Every call asks the system for the stream anew, so a stream that is missing, or was closed in
 // the meantime, is a failure of that call and of nothing else. Bytes pass unchanged and unbuffered:
 // a read takes no byte beyond those asked for, and what a write reports as written has left the
-// process. Calls block; none has a time-out.
+// process. Calls block, even on a pipe that is set not to; none has a time-out.
 
 #ifndef WORKER_STDIO_H_
 #define WORKER_STDIO_H_

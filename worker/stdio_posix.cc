@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -13,15 +14,25 @@
 namespace worker {
 namespace {
 
-// Repeats a call that a signal interrupted before it moved anything. Returns the bytes moved; the
-// end of the input and every failure count as 0.
+// Waits until `stream` is ready for `events` or has an end or a failure to report, which the next
+// call on it then finds. A host may hand over a pipe that does not block: the mode belongs to the
+// pipe's end, which the host may share, so it is left as it is. False when the system cannot wait.
+bool waitFor(int stream, short events) {
+  pollfd waiting = {.fd = stream, .events = events, .revents = 0};
+  return ::poll(&waiting, 1, -1) >= 0 || errno == EINTR;
+}
+
+// Repeats a call on `stream` that a signal interrupted, or that would have had to wait for
+// `events`, before it moved anything. Returns the bytes moved; the end of the input and every
+// failure count as 0.
 template <typename Call>
-std::size_t bytesMoved(Call call) {
-  ssize_t moved = 0;
-  do {
-    moved = call();
-  } while (moved < 0 && errno == EINTR);
-  return moved < 0 ? 0 : static_cast<std::size_t>(moved);
+std::size_t bytesMoved(int stream, short events, Call call) {
+  while (true) {
+    const ssize_t moved = call();
+    if (moved >= 0) return static_cast<std::size_t>(moved);
+    if (errno == EINTR) continue;
+    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !waitFor(stream, events)) return 0;
+  }
 }
 
 // writev only reads from its buffers, but shares their type with readv.
@@ -37,23 +48,26 @@ std::size_t writeGathered(std::string_view header, std::string_view payload, std
   const std::string_view payload_rest =
       payload.substr(offset - header_offset, size_max - header_rest.size());
   const std::array<iovec, 2> pieces = {gatherFrom(header_rest), gatherFrom(payload_rest)};
-  return bytesMoved(
-      [&] { return ::writev(STDOUT_FILENO, pieces.data(), static_cast<int>(pieces.size())); });
+  return bytesMoved(STDOUT_FILENO, POLLOUT, [&] {
+    return ::writev(STDOUT_FILENO, pieces.data(), static_cast<int>(pieces.size()));
+  });
 }
 
 }  // namespace
 
 bool StandardInput::readExact(std::span<char> destination) {
   const auto read_chunk = [destination](std::size_t offset, std::size_t chunk_size) {
-    return bytesMoved(
-        [&] { return ::read(STDIN_FILENO, destination.data() + offset, chunk_size); });
+    return bytesMoved(STDIN_FILENO, POLLIN, [&] {
+      return ::read(STDIN_FILENO, destination.data() + offset, chunk_size);
+    });
   };
   return transferExactly(destination.size(), read_chunk) == destination.size();
 }
 
 bool StandardOutput::writeExact(std::string_view bytes) {
   const auto write_chunk = [bytes](std::size_t offset, std::size_t chunk_size) {
-    return bytesMoved([&] { return ::write(STDOUT_FILENO, bytes.data() + offset, chunk_size); });
+    return bytesMoved(STDOUT_FILENO, POLLOUT,
+                      [&] { return ::write(STDOUT_FILENO, bytes.data() + offset, chunk_size); });
   };
   return transferExactly(bytes.size(), write_chunk) == bytes.size();
 }

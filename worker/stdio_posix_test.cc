@@ -174,6 +174,21 @@ TEST_F(StandardInputTest, FailsWhenTheInputEndsMidway) {
   EXPECT_EQ(read(4), "failed");
 }
 
+TEST_F(StandardInputTest, WaitsForAPipeThatDoesNotBlock) {
+  ::fcntl(pipe_.readEnd(), F_SETFL, O_NONBLOCK);
+  std::thread host([this] {
+    for (const char byte : std::string_view("later")) {
+      std::this_thread::sleep_for(milliseconds(2));
+      pipe_.put({&byte, 1});
+    }
+    std::this_thread::sleep_for(milliseconds(2));
+    pipe_.closeWriteEnd();
+  });
+  EXPECT_EQ(read(5), "later");
+  EXPECT_EQ(read(1), "failed");
+  host.join();
+}
+
 TEST_F(StandardInputTest, ReadsNothingWithoutTouchingTheInput) {
   pipe_.closeWriteEnd();
   EXPECT_EQ(read(0), "");
@@ -311,6 +326,43 @@ TEST_F(StandardOutputTest, WritesMoreThanThePipeHolds) {
   EXPECT_TRUE(written);
   EXPECT_EQ(frame, FrameWrite::Complete);
   EXPECT_TRUE(received == payload + kHeader + payload);
+}
+
+TEST_F(StandardOutputTest, WaitsForAPipeThatDoesNotBlock) {
+  const std::string payload = largeBytes();
+  ::fcntl(pipe_.writeEnd(), F_SETFL, O_NONBLOCK);
+  std::string received;
+  std::thread host([&] {
+    std::this_thread::sleep_for(milliseconds(5));
+    received = pipe_.take(2 * payload.size() + kHeader.size());
+  });
+  bool written = false;
+  FrameWrite frame{};
+  {
+    const Redirection redirection(STDOUT_FILENO, pipe_.writeEnd());
+    written = output_.writeExact(payload);
+    frame = output_.writeFrame(kHeader, payload);
+  }
+  host.join();
+  EXPECT_TRUE(written);
+  EXPECT_EQ(frame, FrameWrite::Complete);
+  EXPECT_TRUE(received == payload + kHeader + payload);
+}
+
+// The reader goes away while the writer waits for it.
+TEST_F(StandardOutputTest, FailsWhenNobodyReadsAPipeThatDoesNotBlock) {
+  ::fcntl(pipe_.writeEnd(), F_SETFL, O_NONBLOCK);
+  std::thread host([&] {
+    std::this_thread::sleep_for(milliseconds(5));
+    pipe_.closeReadEnd();
+  });
+  bool written = true;
+  {
+    const Redirection redirection(STDOUT_FILENO, pipe_.writeEnd());
+    written = output_.writeExact(largeBytes());
+  }
+  host.join();
+  EXPECT_FALSE(written);
 }
 
 TEST_F(StandardOutputTest, FailsWithoutAReaderAndLives) {
