@@ -62,7 +62,18 @@ class FrameSizes : public FrameObserver {
   std::vector<std::size_t> responses;
 };
 
-// A context, a conversion, a program with two host calls, and a word at the end.
+// Keeps what it is told, in order.
+class TransactionLog : public HostTransaction {
+ public:
+  void begin() override { text += "begin "; }
+  void commit() override { text += "commit "; }
+  void rollBack() noexcept override { text += "rollBack "; }
+
+  std::string text;
+};
+
+// A context, a conversion, a program with two host calls, and a word at the end. The program's
+// transaction ends as the program does, wherever the worker fails.
 void converse(Worker& worker) {
   CoordContext context;
   context.id = 5;
@@ -71,7 +82,11 @@ void converse(Worker& worker) {
   const auto answer = [](const HostCall& call) {
     return std::optional(call.name == "GETDIST" ? number(12.5) : point(1, 2, 3));
   };
-  if (!worker.run("(LIST (GETDIST \"Radius: \") (GETPOINT))", answer, {.context_id = 5})) return;
+  TransactionLog log;
+  const auto report = worker.run("(LIST (GETDIST \"Radius: \") (GETPOINT))", answer,
+                                 {.context_id = 5, .transaction = &log});
+  EXPECT_EQ(log.text, report && report->hasValue() ? "begin commit " : "begin rollBack ");
+  if (!report) return;
   static_cast<void>(worker.ping());
 }
 

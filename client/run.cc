@@ -29,6 +29,28 @@ class WaitingRun {
   std::uint64_t run_id_;
 };
 
+// Rolls the host's transaction back unless it is committed, also when a callback throws.
+class OpenTransaction {
+ public:
+  explicit OpenTransaction(HostTransaction* transaction) {
+    if (transaction != nullptr) transaction->begin();
+    open_ = transaction;
+  }
+  OpenTransaction(const OpenTransaction&) = delete;
+  OpenTransaction& operator=(const OpenTransaction&) = delete;
+  ~OpenTransaction() {
+    if (open_ != nullptr) open_->rollBack();
+  }
+
+  void commit() {
+    HostTransaction* const transaction = std::exchange(open_, nullptr);
+    if (transaction != nullptr) transaction->commit();
+  }
+
+ private:
+  HostTransaction* open_ = nullptr;
+};
+
 HostCall describeCall(const EvalResult& result) {
   std::string reason;
   std::optional<HostCall> call = readHostCall(result, &reason);
@@ -124,6 +146,7 @@ std::string_view explainRunEnd(RunEnd end) { return rowOf(end).explanation; }
 
 std::optional<RunReport> runProgram(WorkerClient& client, std::string_view program,
                                     const Answerer& answer, const RunSettings& settings) {
+  OpenTransaction transaction(settings.transaction);
   RunReport report;
   std::optional<Reply<EvalResult>> reply = client.evalStart(program, settings.context_id);
   while (reply) {
@@ -136,9 +159,12 @@ std::optional<RunReport> runProgram(WorkerClient& client, std::string_view progr
     }
     if (!waits) {
       conclude(*reply, report);
+      if (report.hasValue()) transaction.commit();
       return report;
     }
-    reply = answerCall(client, EvalResult(*reply->value), answer, settings, report);
+    // Moved out, because the reply is replaced by the next one.
+    const EvalResult result = std::move(*reply->value);
+    reply = answerCall(client, result, answer, settings, report);
     // The run has been cancelled.
     if (!reply && report.end != RunEnd::Value && !client.fault()) return report;
   }

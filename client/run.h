@@ -13,6 +13,7 @@
 
 #include "client/datum.h"
 #include "client/eval_result.h"
+#include "client/host_transaction.h"
 #include "client/limits.h"
 #include "client/worker_client.h"
 
@@ -29,6 +30,9 @@ struct RunSettings {
   // A program that makes more host calls is cancelled. Each call evaluates all of the program
   // again, so a program that never stops asking would keep the host busy for good.
   std::size_t host_call_count_max = 10000;
+
+  // Told when the program begins and how it ends; null: nobody is. Must outlive the run.
+  HostTransaction* transaction = nullptr;
 };
 
 // How a program carried through its host calls has ended.

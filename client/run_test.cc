@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <limits>
 #include <set>
 #include <stdexcept>
@@ -180,6 +181,120 @@ TEST_F(RunProgram, CollectsTheWarningsOfAllItsEvaluations) {
   EXPECT_EQ(report.warnings[0].limit, Limit::Steps);
   EXPECT_EQ(report.warnings[1].used, report.steps);
   EXPECT_GE(report.steps, 225000u);
+}
+
+// A host's document, with what it was told about transactions.
+class Document : public HostTransaction {
+ public:
+  void begin() override {
+    log += "begin ";
+    if (fails_to_begin) throw std::runtime_error("read-only");
+  }
+  void commit() override {
+    log += "commit ";
+    if (fails_to_commit) throw std::runtime_error("disk full");
+  }
+  void rollBack() noexcept override { log += "rollBack "; }
+
+  std::string log;
+  bool fails_to_begin = false;
+  bool fails_to_commit = false;
+};
+
+TEST_F(RunProgram, EndsTheTransactionAsTheProgramEnds) {
+  struct Row {
+    const char* program;
+    const char* log;
+  };
+  const Row rows[] = {
+      {"(+ 1 2)", "begin commit "},
+      {"(GETDIST)", "begin call commit "},
+      {"(GETDIST)(GETDIST)", "begin call call commit "},
+      {"(", "begin rollBack "},
+      {"(/ 1 0)", "begin rollBack "},
+      {"(GETDIST)(/ 1 0)", "begin call rollBack "},
+      {"(GETDIST)(WHILE T 1)", "begin call rollBack "},
+      {"(SETQ X (GETDIST) N 0)(WHILE (< N 30) (SETQ X (LIST X X) N (1+ N)))X",
+       "begin call rollBack "},
+      {"(OSNAP 1)", "begin call rollBack "},
+      {"(GETDIST)(OSNAP 1)", "begin call call rollBack "},
+      {"(GETCORNER)", "begin call rollBack "},
+      {"(GETDIST)(GETDIST)(GETDIST)(GETDIST)", "begin call call call rollBack "},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.program);
+    Document document;
+    const auto answer = [&document](const HostCall& call) -> std::optional<Datum> {
+      document.log += "call ";
+      if (call.name == "OSNAP") return std::nullopt;
+      if (call.name == "GETCORNER") return number(std::numeric_limits<double>::infinity());
+      return number(1);
+    };
+    const RunReport report =
+        run(row.program, answer, {.host_call_count_max = 3, .transaction = &document});
+    EXPECT_EQ(document.log, row.log);
+    EXPECT_EQ(report.hasValue(), document.log.ends_with("commit "));
+  }
+  Document document;
+  run("1", refuse, {.context_id = 77, .transaction = &document});
+  EXPECT_EQ(document.log, "begin rollBack ");
+}
+
+TEST_F(RunProgram, RollsBackAfterTheProgramIsCancelledWhenTheHostThrows) {
+  Document document;
+  EXPECT_THROW(static_cast<void>(worker_.run(
+                   "(GETPOINT)",
+                   [](const HostCall&) -> std::optional<Datum> { throw std::runtime_error("no"); },
+                   {.transaction = &document})),
+               std::runtime_error);
+  EXPECT_EQ(document.log, "begin rollBack ");
+  EXPECT_FALSE(isWaiting(1));
+}
+
+TEST_F(RunProgram, EndsNothingThatHasNotBegunOrHasFailedToCommit) {
+  Document unready;
+  unready.fails_to_begin = true;
+  EXPECT_THROW(static_cast<void>(worker_.run("(SETQ A 1)", {}, {.transaction = &unready})),
+               std::runtime_error);
+  EXPECT_EQ(unready.log, "begin ");
+  EXPECT_EQ(run("A", refuse).end, RunEnd::EvalError);  // The program was not sent.
+  Document full;
+  full.fails_to_commit = true;
+  EXPECT_THROW(static_cast<void>(worker_.run("(SETQ A 1)", {}, {.transaction = &full})),
+               std::runtime_error);
+  EXPECT_EQ(full.log, "begin commit ");
+  EXPECT_EQ(run("A", refuse).text, "1");
+}
+
+TEST_F(RunProgram, RollsBackWhenTheWorkerIsGone) {
+  Document document;
+  WorkerProcess* process = nullptr;
+  Worker worker([&process](std::string* error) {
+    auto started = startWorker(testing_support::workerExecutable(), error);
+    process = started.get();
+    return started;
+  });
+  const auto report =
+      worker.run("(GETPOINT)",
+                 [&](const HostCall&) {
+                   static_cast<void>(process->finishWithin(std::chrono::milliseconds(0)));
+                   return std::optional(nil());
+                 },
+                 {.transaction = &document});
+  EXPECT_FALSE(report.has_value());
+  EXPECT_EQ(document.log, "begin rollBack ");
+}
+
+TEST_F(RunProgram, NestsTransactions) {
+  Document document;
+  const RunReport report = run("(GETDIST)",
+                               [&](const HostCall&) {
+                                 run("(/ 1 0)", refuse, {.transaction = &document});
+                                 return std::optional(number(1));
+                               },
+                               {.transaction = &document});
+  EXPECT_TRUE(report.hasValue());
+  EXPECT_EQ(document.log, "begin begin rollBack commit ");
 }
 
 TEST(RunEndName, AndExplanationDifferForEveryEnd) {
