@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <set>
 #include <utility>
 
@@ -137,11 +138,14 @@ std::optional<std::string> CommandInput::takeText(std::string_view what) {
 }
 
 std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawing& drawing) {
-  std::set<std::string, std::less<>> chosen;
+  std::set<std::uint64_t> chosen;  // Places, so that it is in the drawing's order.
+  const auto choose = [&](std::string_view handle) {
+    if (const auto place = drawing.placeOf(handle)) chosen.insert(*place);
+  };
   while (!takeEnter()) {
     if (atPoint()) break;
     if (const DatumList* const set = client::asList(*peek())) {
-      for (const Datum& member : *set) chosen.emplace(client::asString(member).value_or(""));
+      for (const Datum& member : *set) choose(client::asString(member).value_or(""));
       ++next_;
     } else if (takeWord("W") || takeWord("C")) {
       const bool is_window = upperCase(*client::asString(arguments_[next_ - 1])) == "W";
@@ -149,19 +153,22 @@ std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawin
       const auto opposite = corner ? takePoint("the opposite corner") : std::nullopt;
       if (!opposite) return std::nullopt;
       const Box box = boxBetween(*corner, *opposite);
-      for (const std::string& handle : entitiesIn(drawing, box, is_window)) chosen.insert(handle);
+      for (const std::string& handle : entitiesIn(drawing, box, is_window)) choose(handle);
     } else if (takeWord("ALL")) {
-      for (const Entity& entity : drawing.entities()) chosen.insert(entity.handle);
+      const EntityList all = drawing.entities();
+      for (auto entity = all.begin(); entity != all.end(); ++entity) {
+        chosen.insert(chosen.end(), entity.place());
+      }
     } else if (takeWord("L")) {
-      if (!drawing.entities().empty()) chosen.insert(drawing.entities().back().handle);
+      if (!drawing.entities().empty()) choose(drawing.entities().back().handle);
     } else if (takeWord("P")) {
-      chosen.insert(drawing.previousSelection().begin(), drawing.previousSelection().end());
+      for (const std::string& handle : drawing.previousSelection()) choose(handle);
     } else if (const auto handle = client::asString(*peek())) {
       if (drawing.find(*handle) == nullptr) {
         fail("there is no entity " + std::string(*handle));
         return std::nullopt;
       }
-      chosen.emplace(*handle);
+      choose(*handle);
       ++next_;
     } else if (peek()->kind() == client::DatumKind::Nil) {
       ++next_;  // What SSGET answers when it has found nothing.
@@ -171,10 +178,9 @@ std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawin
     }
   }
   std::vector<std::string> handles;
-  for (const Entity& entity : drawing.entities()) {
-    if (chosen.contains(entity.handle) && drawing.isVisible(entity)) {
-      handles.push_back(entity.handle);
-    }
+  for (const std::uint64_t place : chosen) {
+    const Entity& entity = drawing.at(place);
+    if (drawing.isVisible(entity)) handles.push_back(entity.handle);
   }
   if (handles.empty()) {
     fail("nothing is selected");

@@ -67,9 +67,14 @@ class CommandRun {
   CommandInput& input_;
 };
 
+// "moved E1 E2", with a count in the place of handles that are too many to read.
 std::string listed(const char* done, const std::vector<std::string>& handles) {
+  constexpr std::size_t kListedMax = 20;
   std::string text = done;
-  for (const std::string& handle : handles) text += " " + handle;
+  for (std::size_t n = 0; n < handles.size() && n < kListedMax; ++n) text += " " + handles[n];
+  if (handles.size() > kListedMax) {
+    text += " and " + std::to_string(handles.size() - kListedMax) + " more";
+  }
   return text;
 }
 
@@ -362,7 +367,11 @@ std::string CommandRun::setLayerOption(bool& is_option) {
     const auto names = input_.takeText("names of layers");
     if (!names) return "";
     const auto layers = names->empty() ? std::vector{drawing_.currentLayer()} : splitNames(*names);
-    for (const std::string& name : layers) drawing_.layer(name).colour = *colour_text;
+    for (const std::string& name : layers) {
+      Layer layer = drawing_.layer(name);
+      layer.colour = *colour_text;
+      drawing_.setLayer(std::move(layer));
+    }
     return "colour " + std::to_string(*colour_text) + " for " +
            (names->empty() ? drawing_.currentLayer() : *names);
   }
@@ -370,7 +379,11 @@ std::string CommandRun::setLayerOption(bool& is_option) {
   if (turns_on || input_.takeWord("OFF")) {
     const auto names = input_.takeText("names of layers");
     if (!names) return "";
-    for (const std::string& name : splitNames(*names)) drawing_.layer(name).is_visible = turns_on;
+    for (const std::string& name : splitNames(*names)) {
+      Layer layer = drawing_.layer(name);
+      layer.is_visible = turns_on;
+      drawing_.setLayer(std::move(layer));
+    }
     return *names + (turns_on ? " on" : " off");
   }
   if (!input_.takeWord("M")) input_.takeWord("S");

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <map>
+#include <functional>
+#include <iterator>
 #include <utility>
 
 namespace console {
@@ -13,15 +14,12 @@ using client::DatumList;
 
 namespace {
 
-auto hasHandle(std::string_view handle) {
-  return [handle](const Entity& entity) { return entity.handle == handle; };
-}
-
 // The groups that the drawing keeps of a list that makes an entity.
 DatumList withoutHandle(const DatumList& groups) {
   DatumList kept;
+  kept.reserve(groups.size() + 1);  // There may be a layer to add.
   for (const Datum& group : groups) {
-    if (findGroup({group}, kHandleGroup) == nullptr) kept.push_back(group);
+    if (!isGroupOf(group, kHandleGroup)) kept.push_back(group);
   }
   return kept;
 }
@@ -43,8 +41,12 @@ std::optional<std::uint64_t> handleNumber(std::string_view handle) {
 
 }  // namespace
 
+Drawing::Drawing() : previous_(std::make_shared<const std::vector<std::string>>()) {
+  setLayer({"0", kDefaultColour, true});
+}
+
 std::optional<std::string> Drawing::add(const Datum& groups, std::string& refusal) {
-  const std::string handle = "E" + std::to_string(next_handle_);
+  std::string handle = "E" + std::to_string(next_handle_);
   if (!addNamed(handle, groups, refusal)) return std::nullopt;
   return handle;
 }
@@ -57,7 +59,7 @@ bool Drawing::addNamed(std::string_view handle, const Datum& groups, std::string
     refusal = "no handle: " + std::string(handle) + "; a handle is E and a number, as E7";
     return false;
   }
-  if (*number < next_handle_ && find(handle) != nullptr) {
+  if (places_.find(*number) != nullptr) {
     refusal = "the handle " + std::string(handle) + " is taken";
     return false;
   }
@@ -67,7 +69,8 @@ bool Drawing::addNamed(std::string_view handle, const Datum& groups, std::string
     entity.groups.push_back(makeGroup(kLayerGroup, client::string(current_layer_)));
   }
   layer(findStringGroup(entity.groups, kLayerGroup));
-  entities_.push_back(std::move(entity));
+  places_.set(*number, next_place_);
+  entities_.set(next_place_++, std::make_shared<const Entity>(std::move(entity)));
   return true;
 }
 
@@ -76,12 +79,12 @@ bool Drawing::modify(const Datum& groups, std::string& refusal) {
   if (!refusal.empty()) return false;
   const DatumList& given = *client::asList(groups);
   const std::string_view handle = findStringGroup(given, kHandleGroup);
-  const auto entity = std::find_if(entities_.begin(), entities_.end(), hasHandle(handle));
-  if (entity == entities_.end()) {
+  const auto place = placeOf(handle);
+  if (!place) {
     refusal = handle.empty() ? "no handle: (-1 HANDLE)" : "no entity " + std::string(handle);
     return false;
   }
-  if (findStringGroup(given, kTypeGroup) != findStringGroup(entity->groups, kTypeGroup)) {
+  if (findStringGroup(given, kTypeGroup) != findStringGroup(at(*place).groups, kTypeGroup)) {
     refusal = "the type of an entity cannot change";
     return false;
   }
@@ -89,45 +92,87 @@ bool Drawing::modify(const Datum& groups, std::string& refusal) {
     refusal = "no layer: (8 LAYER)";
     return false;
   }
-  entity->groups = withoutHandle(given);
-  layer(findStringGroup(entity->groups, kLayerGroup));
+  replace(*place, withoutHandle(given));
+  layer(findStringGroup(at(*place).groups, kLayerGroup));
   return true;
 }
 
+void Drawing::replace(std::uint64_t place, DatumList groups) {
+  entities_.set(place, std::make_shared<const Entity>(Entity{at(place).handle, std::move(groups)}));
+}
+
 bool Drawing::transform(std::string_view handle, const Similarity& mapping) {
-  const auto entity = std::find_if(entities_.begin(), entities_.end(), hasHandle(handle));
-  if (entity == entities_.end()) return false;
-  entity->groups = transformed(entity->groups, mapping);
+  const auto place = placeOf(handle);
+  if (!place) return false;
+  replace(*place, transformed(at(*place).groups, mapping));
   return true;
 }
 
 bool Drawing::erase(std::string_view handle) {
-  return std::erase_if(entities_, hasHandle(handle)) != 0;
+  const auto place = placeOf(handle);
+  if (!place) return false;
+  entities_.erase(*place);
+  places_.erase(*handleNumber(handle));
+  return true;
+}
+
+std::optional<std::uint64_t> Drawing::placeOf(std::string_view handle) const {
+  const auto number = handleNumber(handle);
+  const std::uint64_t* const place = number ? places_.find(*number) : nullptr;
+  if (place == nullptr) return std::nullopt;
+  return *place;
 }
 
 const Entity* Drawing::find(std::string_view handle) const {
-  const auto entity = std::find_if(entities_.begin(), entities_.end(), hasHandle(handle));
-  return entity == entities_.end() ? nullptr : &*entity;
+  const auto place = placeOf(handle);
+  return place ? &at(*place) : nullptr;
 }
 
-Layer& Drawing::layer(std::string_view name) {
-  const auto known = std::find_if(layers_.begin(), layers_.end(),
-                                  [name](const Layer& layer) { return layer.name == name; });
-  if (known != layers_.end()) return *known;
-  constexpr std::array kColoursInTurn = {5, 1, 3, 6, 4, 2};
-  const int colour = kColoursInTurn[(layers_.size() - 1) % kColoursInTurn.size()];
-  return layers_.emplace_back(Layer{std::string(name), colour, true});
+// A key of layer_at_ for the name: the first behind its hash that no other layer has.
+std::uint64_t Drawing::layerKey(std::string_view name) const {
+  constexpr std::uint64_t kMask = VersionedMap<std::uint64_t>::kKeyEnd - 1;
+  std::uint64_t key = std::hash<std::string_view>()(name) & kMask;
+  for (;;) {
+    const std::uint64_t* const layer = layer_at_.find(key);
+    if (layer == nullptr || layers_.find(*layer)->name == name) return key;
+    key = (key + 1) & kMask;
+  }
+}
+
+std::vector<Layer> Drawing::layers() const {
+  std::vector<Layer> all;
+  for (std::size_t n = 0; n < layers_.size(); ++n) all.push_back(*layers_.find(n));
+  return all;
 }
 
 const Layer* Drawing::findLayer(std::string_view name) const {
-  const auto known = std::find_if(layers_.begin(), layers_.end(),
-                                  [name](const Layer& layer) { return layer.name == name; });
-  return known == layers_.end() ? nullptr : &*known;
+  const std::uint64_t* const layer = layer_at_.find(layerKey(name));
+  return layer == nullptr ? nullptr : layers_.find(*layer);
+}
+
+const Layer& Drawing::layer(std::string_view name) {
+  if (const Layer* const known = findLayer(name)) return *known;
+  constexpr std::array kColoursInTurn = {5, 1, 3, 6, 4, 2};
+  const int colour = kColoursInTurn[(layers_.size() - 1) % kColoursInTurn.size()];
+  setLayer({std::string(name), colour, true});
+  return *findLayer(name);
+}
+
+void Drawing::setLayer(Layer layer) {
+  const std::uint64_t key = layerKey(layer.name);
+  const std::uint64_t* const known = layer_at_.find(key);
+  const std::uint64_t number = known == nullptr ? layers_.size() : *known;
+  layer_at_.set(key, number);
+  layers_.set(number, std::move(layer));
 }
 
 void Drawing::setCurrentLayer(std::string_view name) {
   layer(name);
   current_layer_ = name;
+}
+
+void Drawing::setPreviousSelection(std::vector<std::string> handles) {
+  previous_ = std::make_shared<const std::vector<std::string>>(std::move(handles));
 }
 
 bool Drawing::isVisible(const Entity& entity) const {
@@ -149,24 +194,41 @@ Datum entityData(const Entity& entity) {
 }
 
 std::vector<EntityChange> compareDrawings(const Drawing& before, const Drawing& after) {
-  std::map<std::string_view, const Entity*> earlier_ones;
-  for (const Entity& entity : before.entities()) earlier_ones[entity.handle] = &entity;
   std::vector<EntityChange> changes;
-  for (const Entity& entity : after.entities()) {
-    const auto earlier = earlier_ones.find(entity.handle);
-    if (earlier == earlier_ones.end()) {
-      changes.push_back({EntityChange::Kind::Added, entity});
-      continue;
+  std::vector<EntityChange> erased;
+  const auto visit = [&](std::uint64_t /*place*/, const std::shared_ptr<const Entity>* earlier,
+                         const std::shared_ptr<const Entity>* later) {
+    if (earlier != nullptr && later != nullptr && **earlier == **later) return;
+    if (earlier == nullptr) {
+      changes.push_back({EntityChange::Kind::Added, **later});
+    } else if (later == nullptr) {
+      erased.push_back({EntityChange::Kind::Erased, **earlier});
+    } else {
+      changes.push_back({EntityChange::Kind::Changed, **later});
     }
-    if (*earlier->second != entity) changes.push_back({EntityChange::Kind::Changed, entity});
-    earlier_ones.erase(earlier);
-  }
-  for (const Entity& entity : before.entities()) {
-    if (earlier_ones.contains(entity.handle)) {
-      changes.push_back({EntityChange::Kind::Erased, entity});
-    }
-  }
+  };
+  EntityList::Map::compare(before.entities_, after.entities_, visit);
+  changes.insert(changes.end(), std::make_move_iterator(erased.begin()),
+                 std::make_move_iterator(erased.end()));
   return changes;
+}
+
+bool operator==(const Drawing& a, const Drawing& b) {
+  bool is_same = a.current_layer_ == b.current_layer_ && a.view_ == b.view_ &&
+                 a.next_handle_ == b.next_handle_ && *a.previous_ == *b.previous_ &&
+                 a.entities_.size() == b.entities_.size() && a.layers_.size() == b.layers_.size();
+  if (!is_same) return false;
+  VersionedMap<Layer>::compare(
+      a.layers_, b.layers_, [&is_same](std::uint64_t, const Layer* one, const Layer* other) {
+        is_same = is_same && one != nullptr && other != nullptr && *one == *other;
+      });
+  EntityList::Map::compare(a.entities_, b.entities_,
+                           [&is_same](std::uint64_t, const std::shared_ptr<const Entity>* one,
+                                      const std::shared_ptr<const Entity>* other) {
+                             is_same =
+                                 is_same && one != nullptr && other != nullptr && **one == **other;
+                           });
+  return is_same;
 }
 
 }  // namespace console

@@ -1,9 +1,16 @@
 // A drawing in memory: entities with handles, and layers.
+//
+// A copy costs nothing, and comparing or going back to it costs what has changed since. So whoever
+// may have to take something back keeps a copy.
 
 #ifndef CONSOLE_DRAWING_H_
 #define CONSOLE_DRAWING_H_
 
+#include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +20,7 @@
 #include "client/datum.h"
 #include "console/entity.h"
 #include "console/shape.h"
+#include "console/versioned_map.h"
 
 namespace console {
 
@@ -28,8 +36,64 @@ struct Layer {
   friend bool operator==(const Layer&, const Layer&) = default;
 };
 
+// The entities of a drawing in the order in which they were added. A view; it holds until the
+// drawing changes.
+class EntityList {
+ public:
+  using Map = VersionedMap<std::shared_ptr<const Entity>>;
+
+  class Iterator {
+   public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = Entity;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Entity*;
+    using reference = const Entity&;
+
+    Iterator() = default;
+    Iterator(const Map& map, Map::Entry entry) : map_(&map), entry_(entry) {}
+
+    reference operator*() const { return **entry_.value; }
+    pointer operator->() const { return entry_.value->get(); }
+    Iterator& operator++() {
+      entry_ = map_->firstFrom(entry_.key + 1);
+      return *this;
+    }
+    Iterator operator++(int) {
+      Iterator earlier = *this;
+      ++*this;
+      return earlier;
+    }
+    // Its place in the order, as Drawing::placeOf.
+    [[nodiscard]] std::uint64_t place() const { return entry_.key; }
+    friend bool operator==(const Iterator& a, const Iterator& b) {
+      return a.entry_.key == b.entry_.key;
+    }
+
+   private:
+    const Map* map_ = nullptr;
+    Map::Entry entry_;
+  };
+  using iterator = Iterator;
+  using const_iterator = Iterator;
+  using value_type = Entity;
+
+  explicit EntityList(const Map& map) : map_(&map) {}
+
+  [[nodiscard]] Iterator begin() const { return {*map_, map_->firstFrom(0)}; }
+  [[nodiscard]] Iterator end() const { return {*map_, {}}; }
+  [[nodiscard]] std::size_t size() const { return map_->size(); }
+  [[nodiscard]] bool empty() const { return map_->size() == 0; }
+  [[nodiscard]] const Entity& back() const { return **map_->last().value; }
+
+ private:
+  const Map* map_;
+};
+
 class Drawing {
  public:
+  Drawing();
+
   // Adds an entity with these groups and returns its new handle: E1, E2 and so on, never used
   // again. An entity without a layer gets the current one; a layer that there is not yet is made.
   // Empty when the groups make no entity, with the reason in `refusal`.
@@ -53,13 +117,21 @@ class Drawing {
   [[nodiscard]] const Entity* find(std::string_view handle) const;
 
   // In the order in which they were added.
-  [[nodiscard]] const std::vector<Entity>& entities() const { return entities_; }
+  [[nodiscard]] EntityList entities() const { return EntityList(entities_); }
+
+  // Where the entity is in that order: earlier ones have lower places. Empty when there is no such
+  // entity. `at` needs a place that there is.
+  [[nodiscard]] std::optional<std::uint64_t> placeOf(std::string_view handle) const;
+  [[nodiscard]] const Entity& at(std::uint64_t place) const { return **entities_.find(place); }
 
   // In the order in which they were made. Layer "0" is always there.
-  [[nodiscard]] const std::vector<Layer>& layers() const { return layers_; }
-  // The layer of that name, made if there is none yet. The reference holds until the next is made.
-  Layer& layer(std::string_view name);
+  [[nodiscard]] std::vector<Layer> layers() const;
+  // The layer of that name, made if there is none yet. The reference holds until a layer changes.
+  const Layer& layer(std::string_view name);
+  // Null when there is no such layer. The pointer holds until a layer changes.
   [[nodiscard]] const Layer* findLayer(std::string_view name) const;
+  // Gives the layer of that name, which is made if there is none yet, what `layer` says.
+  void setLayer(Layer layer);
 
   // Where entities without a layer go; "0" at first. Setting it makes the layer.
   [[nodiscard]] const std::string& currentLayer() const { return current_layer_; }
@@ -71,8 +143,8 @@ class Drawing {
   [[nodiscard]] int colourOf(const Entity& entity) const;
 
   // The handles that were selected last; some may be gone.
-  [[nodiscard]] const std::vector<std::string>& previousSelection() const { return previous_; }
-  void setPreviousSelection(std::vector<std::string> handles) { previous_ = std::move(handles); }
+  [[nodiscard]] const std::vector<std::string>& previousSelection() const { return *previous_; }
+  void setPreviousSelection(std::vector<std::string> handles);
 
   // What a picture shows: a part of the drawing, or all of it when empty.
   [[nodiscard]] const std::optional<Box>& view() const { return view_; }
@@ -81,13 +153,26 @@ class Drawing {
   // The handle that the next entity gets is E and this number.
   [[nodiscard]] std::uint64_t nextHandle() const { return next_handle_; }
 
+  // Whether nothing tells the two apart, the next handle and what was selected last included.
+  // Costs what differs between two versions of one drawing.
+  friend bool operator==(const Drawing& a, const Drawing& b);
+
  private:
-  std::vector<Entity> entities_;
-  std::vector<Layer> layers_ = {{"0", kDefaultColour, true}};
+  friend std::vector<struct EntityChange> compareDrawings(const Drawing& before,
+                                                          const Drawing& after);
+
+  [[nodiscard]] std::uint64_t layerKey(std::string_view name) const;
+  void replace(std::uint64_t place, client::DatumList groups);
+
+  EntityList::Map entities_;              // By place.
+  VersionedMap<std::uint64_t> places_;    // Of entities, by the numbers in their handles.
+  VersionedMap<Layer> layers_;            // By the order in which they were made.
+  VersionedMap<std::uint64_t> layer_at_;  // Where in layers_, by layerKey.
   std::string current_layer_ = "0";
-  std::vector<std::string> previous_;
+  std::shared_ptr<const std::vector<std::string>> previous_;
   std::optional<Box> view_;
   std::uint64_t next_handle_ = 1;
+  std::uint64_t next_place_ = 0;
 };
 
 // What ENTGET answers: the groups with the handle's in front.
@@ -103,7 +188,7 @@ struct EntityChange {
 };
 
 // What makes `after` differ from `before`, an earlier state of the same drawing: changed and added
-// entities in their order, then erased ones.
+// entities in their order, then erased ones. Costs what has changed.
 [[nodiscard]] std::vector<EntityChange> compareDrawings(const Drawing& before,
                                                         const Drawing& after);
 

@@ -220,7 +220,7 @@ std::string readLayer(const Json& json, Drawing& drawing) {
       json["name"].get<std::string>().empty()) {
     return R"(needs a "name")";
   }
-  Layer& layer = drawing.layer(json["name"].get<std::string>());
+  Layer layer = drawing.layer(json["name"].get<std::string>());
   if (json.contains("colour")) {
     const double colour = json["colour"].is_number() ? json["colour"].get<double>() : 0;
     if (!(colour >= 1 && colour <= 255) || colour != std::floor(colour)) {
@@ -232,6 +232,7 @@ std::string readLayer(const Json& json, Drawing& drawing) {
     if (!json["visible"].is_boolean()) return R"("visible" must be true or false)";
     layer.is_visible = json["visible"].get<bool>();
   }
+  drawing.setLayer(std::move(layer));
   return "";
 }
 

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "console/files.h"
 #include "console/program.h"
@@ -31,18 +32,22 @@ constexpr const char* kWhole = R"json({
   "cells": {"size": 25, "origin": [1, 2]}
 })json";
 
+const Entity& entityAt(const Drawing& drawing, std::size_t index) {
+  return *std::next(drawing.entities().begin(), static_cast<std::ptrdiff_t>(index));
+}
+
 TEST(DrawingFile, HoldsEverythingOfADrawing) {
   std::string error;
   const auto sheet = readSheet(kWhole, error);
   ASSERT_TRUE(sheet.has_value()) << error;
   const Drawing& drawing = sheet->drawing;
   ASSERT_EQ(drawing.entities().size(), 6u);
-  EXPECT_EQ(describeEntity(drawing.entities()[0]), "E1 LINE on layer B: from (0 0), to (50 0.5 1)");
-  EXPECT_EQ(describeEntity(drawing.entities()[1]), "E7 CIRCLE on layer A: centre (5 5), radius 2");
-  EXPECT_EQ(drawing.entities()[2].handle, "E8");
-  EXPECT_EQ(describeEntity(drawing.entities()[3]),
+  EXPECT_EQ(describeEntity(entityAt(drawing, 0)), "E1 LINE on layer B: from (0 0), to (50 0.5 1)");
+  EXPECT_EQ(describeEntity(entityAt(drawing, 1)), "E7 CIRCLE on layer A: centre (5 5), radius 2");
+  EXPECT_EQ(entityAt(drawing, 2).handle, "E8");
+  EXPECT_EQ(describeEntity(entityAt(drawing, 3)),
             "E9 POLYLINE on layer A: closed, through (0 0) (9 0) (9 9)");
-  EXPECT_EQ(findStringGroup(drawing.entities()[4].groups, kTextGroup), "a \"b\"");
+  EXPECT_EQ(findStringGroup(entityAt(drawing, 4).groups, kTextGroup), "a \"b\"");
   EXPECT_FALSE(drawing.findLayer("A")->is_visible);
   EXPECT_EQ(drawing.view()->top, 50);
   EXPECT_EQ(sheet->context.systems[1].z_scale, 2);
@@ -62,8 +67,8 @@ TEST(DrawingFile, IsReadBackAsItWasWritten) {
   EXPECT_EQ(again->drawing.layers(), sheet->drawing.layers());
   ASSERT_EQ(again->drawing.entities().size(), sheet->drawing.entities().size());
   for (std::size_t n = 0; n < 6; ++n) {
-    EXPECT_EQ(describeEntity(again->drawing.entities()[n]),
-              describeEntity(sheet->drawing.entities()[n]));
+    EXPECT_EQ(describeEntity(entityAt(again->drawing, n)),
+              describeEntity(entityAt(sheet->drawing, n)));
   }
   EXPECT_EQ(writeSheet(*readSheet(writeSheet(emptySheet()), error)), writeSheet(emptySheet()));
 }

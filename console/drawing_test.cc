@@ -166,7 +166,7 @@ TEST_F(SelectionTest, TakesTheLastAndThePrevious) {
 }
 
 TEST_F(SelectionTest, LeavesHiddenLayersOutUnlessAskedForAll) {
-  drawing.layer("B").is_visible = false;
+  drawing.setLayer({"B", 1, false});
   EXPECT_THAT(select("()"), ElementsAre("E1"));
   EXPECT_THAT(select(R"(("X"))"), ElementsAre("E1", "E2", "E3"));
   EXPECT_THAT(select(R"(("C" (-1 -1) (2 2)))"), ElementsAre("E1"));

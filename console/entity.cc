@@ -111,6 +111,8 @@ Datum makeGroup(int code, Datum value) {
   return client::list({client::number(code), std::move(value)});
 }
 
+bool isGroupOf(const Datum& datum, int code) { return groupCode(datum) == code; }
+
 const Datum* findGroup(const DatumList& groups, int code) {
   for (const Datum& group : groups) {
     if (groupCode(group) == code) return &asList(group)->back();

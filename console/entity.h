@@ -55,6 +55,9 @@ struct Entity {
 
 [[nodiscard]] client::Datum makeGroup(int code, client::Datum value);
 
+// Whether `datum` is a group with that code.
+[[nodiscard]] bool isGroupOf(const client::Datum& datum, int code);
+
 // The value of the first group with `code`; null when there is none. A pointer into `groups`.
 [[nodiscard]] const client::Datum* findGroup(const client::DatumList& groups, int code);
 

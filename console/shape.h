@@ -33,6 +33,8 @@ struct Box {
   }
   void include(const client::Point& point);
   void include(const Box& box);
+
+  friend bool operator==(const Box&, const Box&) = default;
 };
 
 // The box with these two opposite corners, in whatever order.
