@@ -24,7 +24,7 @@ using bench::makeFrame;
 
 std::filesystem::path workerPath() {
   const char* const path = std::getenv("LISP_WORKER_PATH");
-  return path != nullptr ? path : "build/bench/lisp_worker";
+  return path != nullptr ? path : "build/release/lisp_worker";
 }
 
 // The benchmarks' own programs stand beside each other, below the worker.

@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 fs::path workerPath() {
   const char* const path = std::getenv("LISP_WORKER_PATH");
-  return fs::absolute(path != nullptr ? path : "build/bench/lisp_worker");
+  return fs::absolute(path != nullptr ? path : "build/release/lisp_worker");
 }
 
 // A directory of this run's own, removed at its end.

@@ -32,11 +32,11 @@ using worker::WorkerStatus;
 
 const milliseconds kTimeLimit{setting("LISP_FAULT_TIME_LIMIT", 600)};
 
-// Every byte, or only each so many.
-const std::size_t kStride = setting("LISP_FAULT_STRIDE", 1);
+// Only each so many bytes, besides the first and the last of every frame; 1 is every byte.
+const std::size_t kStride = setting("LISP_FAULT_STRIDE", 7);
 
 // A stalled worker costs its time limit and no work, so many can stall at the same time.
-const std::size_t kThreadCount = setting("LISP_FAULT_THREADS", 64);
+const std::size_t kThreadCount = setting("LISP_FAULT_THREADS", 160);
 
 WorkerStarter faultyStarter(FaultOrders orders) {
   return [orders](std::string* error_out) -> std::unique_ptr<WorkerProcess> {
@@ -131,10 +131,13 @@ class FaultInjection : public testing::Test {
     ASSERT_GT(cases.size(), 12u);
     std::atomic<std::size_t> next = 0;
     std::mutex judging;
-    // A fault that is seen at once keeps the machine busy instead, and needs patience with it.
+    // A fault that is seen at once keeps the machine busy instead, and needs patience with it. Few
+    // of the flipped bytes stall, those of a size.
     const bool stalls = kind == FaultKind::Stall || kind == FaultKind::CloseOutput ||
                         kind == FaultKind::InputStall || kind == FaultKind::CloseInput;
-    const std::size_t thread_count = stalls ? kThreadCount : std::min<std::size_t>(kThreadCount, 8);
+    const std::size_t busy_thread_count = kind == FaultKind::FlipByte ? 24 : 8;
+    const std::size_t thread_count =
+        stalls ? kThreadCount : std::min(kThreadCount, busy_thread_count);
     const milliseconds time_limit = stalls ? kTimeLimit : 5 * kTimeLimit;
     std::vector<std::thread> threads;
     for (std::size_t n = 0; n < thread_count; ++n) {

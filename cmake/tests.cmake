@@ -1,6 +1,6 @@
-# Tests: one GoogleTest program per directory, and one ctest entry per program.
+# Tests: one GoogleTest program per directory, and a few ctest entries per program.
 #
-# One entry per program, not per test: a program of a thousand tests starts once instead of a
+# Entries per program, not per test: a program of a thousand tests starts once instead of a
 # thousand times, which under the sanitizers is the difference between seconds and minutes, and
 # tests that share a process also show whether one leaves something behind for the next. A failing
 # test is named by GoogleTest in the output, which ctest prints for every failing entry.
@@ -82,9 +82,12 @@ if(LISP_PYTHON AND NOT LISP_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
                    -P ${PROJECT_SOURCE_DIR}/cmake/run_python_sample.cmake)
 endif()
 
-# lisp_tests(<name> DIRECTORY <directory> LINKS <component>...)
+# lisp_tests(<name> DIRECTORY <directory> LINKS <component>... [SHARDS <count>])
+#
+# Defines the test program <name> and a ctest entry <name>_<shard> for each share of its tests: more
+# shares than processors, where one long program would keep one processor waiting for the other.
 function(lisp_tests name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY" "LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY;SHARDS" "LINKS")
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*_test.cc)
   lisp_keep_platform_files(sources ${sources})
   if(NOT sources)
@@ -99,22 +102,22 @@ function(lisp_tests name)
       add_dependencies(${name} ${program})
     endif()
   endforeach()
-  set(environment ${lisp_test_environment})
-  if(CMAKE_BUILD_TYPE STREQUAL "Release")
-    # What the worker answers, to be compared between systems (tools/compare_responses).
-    list(APPEND environment LISP_RESPONSE_RECORD=${PROJECT_BINARY_DIR}/${name}.responses)
+  if(NOT arg_SHARDS)
+    set(arg_SHARDS 1)
   endif()
-  if(LISP_SANITIZE)
-    # The one long program would keep one processor waiting for the other.
-    foreach(shard 0 1)
-      add_test(NAME ${name}_${shard} COMMAND ${name})
-      set_tests_properties(
-        ${name}_${shard}
-        PROPERTIES ENVIRONMENT "${environment};GTEST_TOTAL_SHARDS=2;GTEST_SHARD_INDEX=${shard}"
-                   TIMEOUT 900)
-    endforeach()
-  else()
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 900)
+  if(LISP_SANITIZE AND arg_SHARDS LESS 2)
+    set(arg_SHARDS 2)
   endif()
+  math(EXPR last_shard "${arg_SHARDS} - 1")
+  foreach(shard RANGE ${last_shard})
+    set(environment ${lisp_test_environment} GTEST_TOTAL_SHARDS=${arg_SHARDS}
+                    GTEST_SHARD_INDEX=${shard})
+    if(CMAKE_BUILD_TYPE STREQUAL "Release")
+      # What the worker answers, to be compared between systems (tools/compare_responses).
+      list(APPEND environment
+           LISP_RESPONSE_RECORD=${PROJECT_BINARY_DIR}/${name}.${shard}.responses)
+    endif()
+    add_test(NAME ${name}_${shard} COMMAND ${name})
+    set_tests_properties(${name}_${shard} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 900)
+  endforeach()
 endfunction()

@@ -10,6 +10,7 @@
 #include "testing/attack.h"
 #include "testing/frame_makers.h"
 #include "testing/greedy_programs.h"
+#include "testing/test_environment.h"
 #include "testing/watched_worker.h"
 #include "worker/frame.h"
 
@@ -110,15 +111,16 @@ TEST_F(AttackByTexts, NamesThatCollideElsewhere) {
 }
 
 TEST_F(AttackByTexts, DistinctSymbolsProgramAfterProgram) {
-  const std::size_t last_round = isSanitized() ? 125 : 400;
+  constexpr std::size_t kFirstRound = 100;  // Numbers of three digits: names of one size.
+  const std::size_t round_count = isSanitized() ? 25 : setting("LISP_NAME_ROUNDS", 60);
   long size_after_warm_up = 0;
-  for (std::size_t round = 100; round < last_round; ++round) {
+  for (std::size_t round = kFirstRound; round < kFirstRound + round_count; ++round) {
     std::string names;
     for (std::size_t i = 0; names.size() < 0xFFF00; ++i) {
       names += " " + shortName(i) + "." + std::to_string(round);
     }
     worker_.expectValue("'(" + names + ") 1", "1");
-    if (round == 120) size_after_warm_up = worker_.residentSize();
+    if (round == kFirstRound + 20) size_after_warm_up = worker_.residentSize();
   }
   worker_.expectResidentAtMost(size_after_warm_up + 1024);
 }

@@ -19,7 +19,7 @@
 namespace testing_support {
 namespace {
 
-constexpr std::uint64_t kConversationCount = 3000;
+constexpr std::uint64_t kConversationCount = 600;
 constexpr std::uint64_t kFirstSeed = 1;
 constexpr int kShrinkAttemptsMax = 3000;
 

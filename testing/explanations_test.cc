@@ -112,7 +112,7 @@ TEST_F(FaultyRuns, AreExplainedAtTheRightPlaceInTenThousandPrograms) {
 
 // Whatever programs do: the same kind, message, steps and value, and the same left for the next.
 TEST(Explanations, ComeToWhatTheWorkerComesTo) {
-  const auto conversation_count = static_cast<int>(setting("LISP_DIFFERENTIAL_COUNT", 4500) / 3);
+  const auto conversation_count = static_cast<int>(setting("LISP_DIFFERENTIAL_COUNT", 1500) / 3);
   int given_up_count = 0;
   int compared_count = 0;
   for (int seed = 0; seed < conversation_count; ++seed) {
