@@ -1,6 +1,7 @@
 #include "client/answer_text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 #include <utility>
 
@@ -152,11 +153,11 @@ class DatumReader {
 };
 
 // Why no text stands for `datum` at `depth`; null when one does.
-const char* whyUnwritable(const Datum& datum, std::uint32_t depth) {
+const char* whyUnwritableAt(const Datum& datum, std::uint32_t depth) {
   if (depth > kTextNestingMax) return "more than 512 lists inside each other";
   if (const auto value = asNumber(datum)) {
     // printNumber writes any number but an infinity or a NaN so that it reads back.
-    return readNumber(printNumber(*value)) ? nullptr : "no text stands for an infinity or a NaN";
+    return std::isfinite(*value) ? nullptr : "no text stands for an infinity or a NaN";
   }
   if (const auto name = asSymbol(datum)) {
     if (name->empty()) return "a symbol needs a name";
@@ -171,7 +172,7 @@ const char* whyUnwritable(const Datum& datum, std::uint32_t depth) {
   }
   if (const DatumList* elements = asList(datum)) {
     for (const Datum& element : *elements) {
-      if (const char* reason = whyUnwritable(element, depth + 1)) return reason;
+      if (const char* reason = whyUnwritableAt(element, depth + 1)) return reason;
     }
   }
   return nullptr;
@@ -189,8 +190,10 @@ std::ostream& operator<<(std::ostream& stream, const Datum& datum) {
   return stream << printDatum(datum);
 }
 
+const char* whyUnwritable(const Datum& datum) { return whyUnwritableAt(datum, 0); }
+
 std::optional<std::string> answerText(const Datum& answer, std::string* error_out) {
-  if (const char* reason = whyUnwritable(answer, 0)) {
+  if (const char* reason = whyUnwritable(answer)) {
     if (error_out != nullptr) *error_out = reason;
     return std::nullopt;
   }

@@ -57,6 +57,11 @@ std::optional<std::string_view> asSymbol(const Datum& datum) {
 
 const DatumList* asList(const Datum& datum) { return std::get_if<DatumList>(&datum.content_); }
 
+DatumList takeElements(Datum&& datum) {
+  DatumList* const elements = std::get_if<DatumList>(&datum.content_);
+  return elements == nullptr ? DatumList() : std::move(*elements);
+}
+
 bool operator==(const Datum& a, const Datum& b) { return a.content_ == b.content_; }
 
 }  // namespace client

@@ -45,6 +45,7 @@ class Datum {
   friend std::optional<std::string_view> asString(const Datum& datum);
   friend std::optional<std::string_view> asSymbol(const Datum& datum);
   friend const DatumList* asList(const Datum& datum);
+  friend DatumList takeElements(Datum&& datum);
   friend bool operator==(const Datum& a, const Datum& b);
 };
 
@@ -62,6 +63,9 @@ class Datum {
 [[nodiscard]] std::optional<std::string_view> asString(const Datum& datum);
 [[nodiscard]] std::optional<std::string_view> asSymbol(const Datum& datum);
 [[nodiscard]] const DatumList* asList(const Datum& datum);
+
+// The elements of a list, moved out of it; none for another kind.
+[[nodiscard]] DatumList takeElements(Datum&& datum);
 
 // Equality by kind and content, as the worker compares values: nil is not (), -0.0 equals 0.0,
 // NaN equals nothing.

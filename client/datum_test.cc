@@ -50,6 +50,11 @@ TEST(Datum, CopiesAreDeep) {
   EXPECT_EQ(original, list({string("A")}));
 }
 
+TEST(Datum, GivesItsElementsAway) {
+  EXPECT_EQ(list(takeElements(list({number(1), string("a")}))), list({number(1), string("a")}));
+  EXPECT_TRUE(takeElements(number(1)).empty());
+}
+
 TEST(Datum, PointsAndSelectionSetsAreLists) {
   EXPECT_EQ(printDatum(point(1, 2.5, -3)), "(1 2.5 -3)");
   EXPECT_EQ(printDatum(selectionSet({string("E1"), string("E2")})), R"(($KVSEL "E1" "E2"))");

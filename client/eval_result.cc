@@ -106,7 +106,9 @@ std::optional<HostCall> readHostCall(const EvalResult& result, std::string* erro
     }
     return std::nullopt;
   }
-  return HostCall{.name = result.call_name, .arguments = *elements, .text = result.text};
+  return HostCall{.name = result.call_name,
+                  .arguments = takeElements(std::move(*arguments)),
+                  .text = result.text};
 }
 
 }  // namespace client

@@ -83,6 +83,14 @@ std::string printNumber(double value) {
   if (std::isnan(value)) return std::signbit(value) ? "-nan" : "nan";
   if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
   std::array<char, 32> buffer{};
+  // A whole number of up to 15 digits is written as one, -0 excepted.
+  constexpr double kWholeEnd = 1e15;
+  if (std::fabs(value) < kWholeEnd && value == std::trunc(value) &&
+      (value != 0 || !std::signbit(value))) {
+    const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(),
+                                            static_cast<std::int64_t>(value));
+    return std::string(buffer.data(), end);
+  }
   std::string_view text;
   for (int digits = kDigitsMin; digits <= kDigitsMax; ++digits) {
     const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,

@@ -183,9 +183,8 @@ std::string whyNoEntity(const Datum& datum) {
     return "POLYLINE needs two groups 10, through";
   }
   // ENTGET must be able to hand everything back.
-  std::string unwritable;
-  if (!client::answerText(datum, &unwritable)) return unwritable;
-  return "";
+  const char* const unwritable = client::whyUnwritable(datum);
+  return unwritable == nullptr ? "" : unwritable;
 }
 
 std::string describeEntity(const Entity& entity) {

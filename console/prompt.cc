@@ -9,6 +9,7 @@
 #include "console/command_input.h"
 #include "console/commands.h"
 #include "console/completion.h"
+#include "console/display.h"
 #include "console/entity.h"
 #include "console/files.h"
 #include "console/picture.h"
@@ -283,8 +284,9 @@ void Prompt::showCalls() const {
   const std::vector<CallRecord>& calls = session_->calls();
   if (calls.empty()) std::cout << "the last program has made no host calls\n";
   for (std::size_t n = 0; n < calls.size(); ++n) {
-    std::cout << "  " << n + 1 << "  (" << calls[n].call << ")  =>  " << calls[n].answer << "   ["
-              << calls[n].note << "]\n";
+    std::cout << "  " << n + 1 << "  (" << calls[n].name << " "
+              << displayWorkerText(calls[n].arguments) << ")  =>  " << displayText(calls[n].answer)
+              << "   [" << displayText(calls[n].note) << "]\n";
   }
 }
 

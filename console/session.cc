@@ -60,6 +60,10 @@ std::string describeArguments(const EvalResult& waiting) {
   return "with " + displayText(text);
 }
 
+std::string kept(const std::string& text) {
+  return text.size() > kKeptTextSizeMax ? displayText(text) : text;
+}
+
 // What a status without a result says of a program of that size.
 std::string whyRefused(WorkerStatus status, std::size_t program_size) {
   if (status != WorkerStatus::BadRequest) return std::string(client::explainStatus(status));
@@ -225,8 +229,8 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     }
     const HostAnswer answer = host.answer(*reply->value);
     if (!answer.failure.empty()) return cancel(*reply->value, answer.failure);
-    calls_.push_back({reply->value->call_name + " " + displayWorkerText(reply->value->text),
-                      displayText(answer.text), answer.note});
+    calls_.push_back(
+        {reply->value->call_name, kept(reply->value->text), kept(answer.text), answer.note});
     if (is_shown) {
       tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     }

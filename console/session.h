@@ -51,12 +51,15 @@ struct Progress {
   std::uint64_t steps = 0;     // Of the last evaluation.
 };
 
-// A host call that was answered, as a person reads it.
+// A host call that was answered. Longer texts than kKeptTextSizeMax are there as displayText cuts
+// them, so that ten thousand of them fit into memory.
 struct CallRecord {
-  std::string call;  // Name and arguments.
-  std::string answer;
+  std::string name;
+  std::string arguments;  // As the worker wrote them, as one list.
+  std::string answer;     // As it was sent.
   std::string note;
 };
+inline constexpr std::size_t kKeptTextSizeMax = 4096;
 
 class Session {
  public:
