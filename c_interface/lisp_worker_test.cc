@@ -13,7 +13,7 @@
 
 #include "client/geometry.h"
 #include "client/run.h"
-#include "testing/executable_worker.h"
+#include "testing/workers/executable_worker.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 
 #include "client/names.h"
 #include "client/worker.h"
-#include "testing/faulty/orders.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/workers/faulty/orders.h"
 
 namespace client {
 namespace {

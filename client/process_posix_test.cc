@@ -22,9 +22,9 @@
 #include "client/process.h"
 #include "client/worker.h"
 #include "client/worker_client.h"
-#include "testing/child_process_posix.h"
-#include "testing/executable_worker.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/workers/child_process_posix.h"
+#include "testing/workers/executable_worker.h"
 
 namespace client {
 namespace {

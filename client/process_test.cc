@@ -11,7 +11,7 @@
 
 #include "client/answer_text.h"
 #include "client/worker_client.h"
-#include "testing/executable_worker.h"
+#include "testing/workers/executable_worker.h"
 
 namespace client {
 namespace {

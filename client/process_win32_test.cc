@@ -20,8 +20,8 @@
 #include "client/process.h"
 #include "client/worker.h"
 #include "client/worker_client.h"
-#include "testing/executable_worker.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/workers/executable_worker.h"
 
 namespace client {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "client/answer_text.h"
-#include "testing/memory_channel.h"
+#include "testing/wire/memory_channel.h"
 
 namespace client {
 namespace {

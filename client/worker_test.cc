@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "client/answer_text.h"
-#include "testing/executable_worker.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/workers/executable_worker.h"
 
 namespace client {
 namespace {

@@ -14,13 +14,13 @@ endfunction()
 # lisp_component(<name> DIRECTORY <directory> [EXCEPT <file>...] [LINKS <component>...])
 # lisp_component(<name> FILES <file>... [LINKS <component>...])
 #
-# Defines the static library <name>. Whoever links it links LINKS as well. A component without a
+# Defines the static library <name> of the files in the directory and in its folders. Whoever links it links LINKS as well. A component without a
 # source file on the target system is an interface of headers, and links nothing.
 function(lisp_component name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY" "FILES;EXCEPT;LINKS")
   if(arg_DIRECTORY)
     file(GLOB sources CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
-         ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*.cc)
+         ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*.cc ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*/*.cc)
     list(FILTER sources EXCLUDE REGEX "(_test|/main)\\.cc$")
     if(arg_EXCEPT)
       list(REMOVE_ITEM sources ${arg_EXCEPT})

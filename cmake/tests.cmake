@@ -88,7 +88,8 @@ endif()
 # shares than processors, where one long program would keep one processor waiting for the other.
 function(lisp_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY;SHARDS" "LINKS")
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*_test.cc)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*_test.cc
+       ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*/*_test.cc)
   lisp_keep_platform_files(sources ${sources})
   if(NOT sources)
     return()

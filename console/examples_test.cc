@@ -22,8 +22,8 @@
 #include "console/script.h"
 #include "console/session.h"
 #include "explain/check.h"
-#include "testing/document_examples.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/formats/document_examples.h"
 
 namespace console {
 namespace {

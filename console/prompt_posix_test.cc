@@ -18,8 +18,8 @@
 #include <thread>
 
 #include "console/completion.h"
-#include "testing/command_output.h"
-#include "testing/test_environment.h"
+#include "testing/base/command_output.h"
+#include "testing/base/test_environment.h"
 
 namespace console {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "client/coordinates.h"
 #include "console/contexts.h"
-#include "testing/memory_channel.h"
+#include "testing/wire/memory_channel.h"
 
 namespace console {
 namespace {

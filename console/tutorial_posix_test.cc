@@ -14,9 +14,9 @@
 #include <string>
 
 #include "console/files.h"
-#include "testing/command_output.h"
-#include "testing/document_examples.h"
-#include "testing/test_environment.h"
+#include "testing/base/command_output.h"
+#include "testing/base/test_environment.h"
+#include "testing/formats/document_examples.h"
 
 namespace console {
 namespace {

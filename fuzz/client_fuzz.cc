@@ -15,7 +15,7 @@
 #include "client/worker_client.h"
 #include "client/worker_text.h"
 #include "fuzz/law.h"
-#include "testing/memory_channel.h"
+#include "testing/wire/memory_channel.h"
 #include "worker/frame.h"
 
 namespace {

@@ -14,9 +14,9 @@
 #include "lisp/list.h"
 #include "lisp/outcome.h"
 #include "lisp/value.h"
-#include "testing/frame_port.h"
-#include "testing/literal_encoder.h"
-#include "testing/literal_value.h"
+#include "testing/reference/literal_encoder.h"
+#include "testing/reference/literal_value.h"
+#include "testing/wire/frame_port.h"
 #include "worker/encoding.h"
 
 namespace {

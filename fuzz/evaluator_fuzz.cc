@@ -15,12 +15,12 @@
 #include "host/run.h"
 #include "lisp/interpreter.h"
 #include "lisp/reader.h"
-#include "testing/evaluator.h"
-#include "testing/literal_encoder.h"
-#include "testing/literal_interpreter.h"
-#include "testing/literal_reader.h"
-#include "testing/program_generator.h"
-#include "testing/random.h"
+#include "testing/base/random.h"
+#include "testing/generators/program_generator.h"
+#include "testing/reference/literal_encoder.h"
+#include "testing/reference/literal_interpreter.h"
+#include "testing/reference/literal_reader.h"
+#include "testing/workers/evaluator.h"
 #include "worker/encoding.h"
 
 namespace {

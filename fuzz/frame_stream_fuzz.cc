@@ -6,9 +6,9 @@
 // same in single bytes, and be the beginning of it when the output fails.
 
 #include "fuzz/law.h"
-#include "testing/scenario.h"
-#include "testing/wire_frames.h"
-#include "testing/wire_laws.h"
+#include "testing/formats/scenario.h"
+#include "testing/wire/wire_frames.h"
+#include "testing/wire/wire_laws.h"
 #include "worker/exit_code.h"
 #include "worker/frame.h"
 

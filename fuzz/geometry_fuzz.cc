@@ -16,7 +16,7 @@
 #include "geometry/coord_context.h"
 #include "geometry/geometric_request.h"
 #include "geometry/transforms.h"
-#include "testing/literal_context.h"
+#include "testing/reference/literal_context.h"
 #include "worker/frame.h"
 
 namespace {

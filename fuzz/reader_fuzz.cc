@@ -8,8 +8,8 @@
 
 #include "fuzz/law.h"
 #include "lisp/reader.h"
-#include "testing/literal_encoder.h"
-#include "testing/literal_reader.h"
+#include "testing/reference/literal_encoder.h"
+#include "testing/reference/literal_reader.h"
 #include "worker/encoding.h"
 
 namespace {

@@ -12,9 +12,9 @@
 #include "host/run.h"
 #include "lisp/interpreter.h"
 #include "lisp/reader.h"
-#include "testing/evaluator.h"
-#include "testing/frame_makers.h"
-#include "testing/real_worker.h"
+#include "testing/wire/frame_makers.h"
+#include "testing/workers/evaluator.h"
+#include "testing/workers/real_worker.h"
 #include "worker/encoding.h"
 
 namespace {

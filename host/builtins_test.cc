@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "testing/evaluator.h"
-#include "testing/outcome_matchers.h"
+#include "testing/base/outcome_matchers.h"
+#include "testing/workers/evaluator.h"
 
 namespace host {
 namespace {

@@ -7,8 +7,8 @@
 
 #include "lisp/builtin.h"
 #include "lisp/list.h"
-#include "testing/evaluator.h"
-#include "testing/outcome_matchers.h"
+#include "testing/base/outcome_matchers.h"
+#include "testing/workers/evaluator.h"
 
 namespace host {
 namespace {

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "lisp/list.h"
-#include "testing/list_makers.h"
-#include "testing/random.h"
-#include "testing/value_text.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/random.h"
+#include "testing/base/value_text.h"
 
 namespace lisp {
 namespace {

@@ -9,9 +9,9 @@
 
 #include "lisp/list.h"
 #include "lisp/symbol.h"
-#include "testing/evaluator.h"
-#include "testing/list_makers.h"
-#include "testing/outcome_matchers.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/outcome_matchers.h"
+#include "testing/workers/evaluator.h"
 
 namespace lisp {
 namespace {

@@ -10,10 +10,10 @@
 
 #include "lisp/interpreter.h"
 #include "lisp/outcome.h"
-#include "testing/evaluator.h"
-#include "testing/literal_encoder.h"
-#include "testing/literal_interpreter.h"
-#include "testing/value_text.h"
+#include "testing/base/value_text.h"
+#include "testing/reference/literal_encoder.h"
+#include "testing/reference/literal_interpreter.h"
+#include "testing/workers/evaluator.h"
 
 namespace lisp {
 namespace {

@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "testing/evaluator.h"
-#include "testing/list_makers.h"
-#include "testing/outcome_matchers.h"
-#include "testing/value_text.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/outcome_matchers.h"
+#include "testing/base/value_text.h"
+#include "testing/workers/evaluator.h"
 
 namespace lisp {
 namespace {

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "testing/random.h"
+#include "testing/base/random.h"
 
 namespace lisp {
 namespace {

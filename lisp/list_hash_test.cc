@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "lisp/value.h"
-#include "testing/value_text.h"
+#include "testing/base/value_text.h"
 
 namespace lisp {
 namespace {

@@ -9,10 +9,10 @@
 
 #include "lisp/list_hash.h"
 #include "lisp/symbol.h"
-#include "testing/list_makers.h"
-#include "testing/random.h"
-#include "testing/small_stack.h"
-#include "testing/value_text.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/random.h"
+#include "testing/base/small_stack.h"
+#include "testing/base/value_text.h"
 
 namespace lisp {
 namespace {

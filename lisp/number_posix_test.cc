@@ -13,7 +13,7 @@
 #include <string_view>
 
 #include "lisp/number.h"
-#include "testing/random.h"
+#include "testing/base/random.h"
 
 namespace lisp {
 namespace {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "testing/small_stack.h"
-#include "testing/value_text.h"
+#include "testing/base/small_stack.h"
+#include "testing/base/value_text.h"
 
 namespace lisp {
 namespace {

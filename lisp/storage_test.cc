@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "testing/random.h"
+#include "testing/base/random.h"
 
 namespace lisp::storage {
 namespace {

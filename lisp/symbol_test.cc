@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "lisp/value.h"
-#include "testing/list_makers.h"
-#include "testing/random.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/random.h"
 
 namespace lisp {
 namespace {

@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "testing/list_makers.h"
-#include "testing/value_text.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/value_text.h"
 
 namespace lisp {
 namespace {

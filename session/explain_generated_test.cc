@@ -12,8 +12,8 @@
 
 #include "session/explain.h"
 #include "session/replay.h"
-#include "testing/random.h"
-#include "testing/session_maker.h"
+#include "testing/base/random.h"
+#include "testing/workers/session_maker.h"
 
 namespace session {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "testing/wire_frames.h"
+#include "testing/wire/wire_frames.h"
 
 namespace session {
 namespace {

@@ -18,11 +18,11 @@
 #include "client/worker.h"
 #include "session/replay.h"
 #include "session/session.h"
-#include "testing/child_process_posix.h"
-#include "testing/command_output.h"
-#include "testing/executable_worker.h"
-#include "testing/test_environment.h"
-#include "testing/wire_frames.h"
+#include "testing/base/command_output.h"
+#include "testing/base/test_environment.h"
+#include "testing/wire/wire_frames.h"
+#include "testing/workers/child_process_posix.h"
+#include "testing/workers/executable_worker.h"
 
 namespace session {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "client/worker.h"
-#include "testing/executable_worker.h"
+#include "testing/workers/executable_worker.h"
 
 namespace session {
 namespace {

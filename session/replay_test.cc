@@ -11,11 +11,11 @@
 #include "client/process.h"
 #include "session/explain.h"
 #include "session/show.h"
-#include "testing/document_examples.h"
-#include "testing/executable_worker.h"
-#include "testing/in_process_worker.h"
-#include "testing/session_maker.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/formats/document_examples.h"
+#include "testing/workers/executable_worker.h"
+#include "testing/workers/in_process_worker.h"
+#include "testing/workers/session_maker.h"
 
 namespace session {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "session/crc32.h"
-#include "testing/session_maker.h"
+#include "testing/workers/session_maker.h"
 
 namespace session {
 namespace {

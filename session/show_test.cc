@@ -6,7 +6,7 @@
 #include <string>
 
 #include "session/plain_text.h"
-#include "testing/session_maker.h"
+#include "testing/workers/session_maker.h"
 
 namespace session {
 namespace {

@@ -10,8 +10,8 @@
 
 #include "geometry/context_table.h"
 #include "geometry/transforms.h"
-#include "testing/frame_makers.h"
-#include "testing/wire_frames.h"
+#include "testing/wire/frame_makers.h"
+#include "testing/wire/wire_frames.h"
 
 namespace worker {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "testing/frame_makers.h"
-#include "testing/wire_frames.h"
+#include "testing/wire/frame_makers.h"
+#include "testing/wire/wire_frames.h"
 
 namespace worker {
 namespace {

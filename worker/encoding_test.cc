@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "testing/list_makers.h"
-#include "testing/small_stack.h"
-#include "testing/value_text.h"
+#include "testing/base/list_makers.h"
+#include "testing/base/small_stack.h"
+#include "testing/base/value_text.h"
 
 namespace worker {
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <string>
 
-#include "testing/wire_frames.h"
+#include "testing/wire/wire_frames.h"
 
 namespace worker {
 namespace {

@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "testing/frame_makers.h"
-#include "testing/memory_stream.h"
-#include "testing/wire_frames.h"
+#include "testing/wire/frame_makers.h"
+#include "testing/wire/memory_stream.h"
+#include "testing/wire/wire_frames.h"
 #include "worker/frame.h"
 
 namespace worker {

@@ -5,9 +5,9 @@
 #include <string>
 #include <thread>
 
-#include "testing/child_process.h"
-#include "testing/reference_conversation.h"
-#include "testing/test_environment.h"
+#include "testing/base/test_environment.h"
+#include "testing/formats/reference_conversation.h"
+#include "testing/workers/child_process.h"
 
 namespace worker {
 namespace {

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "testing/random.h"
+#include "testing/base/random.h"
 
 namespace worker {
 namespace {

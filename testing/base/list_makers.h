@@ -1,0 +1,49 @@
+// What programs do to lists, on values: CONS, CDR and nesting. And how to forget them.
+
+#ifndef TESTING_BASE_LIST_MAKERS_H_
+#define TESTING_BASE_LIST_MAKERS_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "lisp/environment.h"
+#include "lisp/list.h"
+#include "lisp/value.h"
+
+namespace testing_support {
+
+// `element` in front of the elements of `list`, as CONS puts it.
+[[nodiscard]] inline lisp::LispValue cons(const lisp::LispValue& element,
+                                          const lisp::LispValue& list) {
+  return lisp::LispValue::adopt(
+      lisp::prepend(lisp::LispValue(element).release(), lisp::LispValue(list).release()));
+}
+
+// The elements of `list` after the first, which it must have, as CDR takes them.
+[[nodiscard]] inline lisp::LispValue rest(const lisp::LispValue& list) {
+  return lisp::LispValue::adopt(lisp::restOf(list.raw()));
+}
+
+// `levels` lists of one element around `innermost`.
+[[nodiscard]] inline lisp::LispValue nest(lisp::LispValue innermost, std::size_t levels) {
+  for (std::size_t i = 0; i < levels; ++i) innermost = lisp::list({innermost});
+  return innermost;
+}
+
+// A list of two elements that are both the list before, and so on: 2^rounds leaves in storage for
+// `rounds` lists.
+[[nodiscard]] inline lisp::LispValue doubled(lisp::LispValue leaf, std::size_t rounds) {
+  for (std::size_t i = 0; i < rounds; ++i) leaf = lisp::list({leaf, leaf});
+  return leaf;
+}
+
+// Takes apart all that earlier tests have dropped, so that what is left can be counted.
+inline void settle() {
+  constexpr std::size_t kAll = std::size_t{1} << 40;
+  lisp::decomposeEnvironments(kAll);
+  lisp::decomposeAll();
+}
+
+}  // namespace testing_support
+
+#endif  // TESTING_BASE_LIST_MAKERS_H_

@@ -1,0 +1,20 @@
+// What ctest tells the tests by environment variables (cmake/tests.cmake).
+
+#ifndef TESTING_BASE_TEST_ENVIRONMENT_H_
+#define TESTING_BASE_TEST_ENVIRONMENT_H_
+
+#include <cstddef>
+#include <string>
+
+namespace testing_support {
+
+// The variable's value. Empty, and a failure of the running test, when it is not set.
+[[nodiscard]] std::string environment(const char* variable);
+
+// The size of a test that can be larger or smaller, a decimal number. `otherwise` when it is not
+// set: programs start far slower under a sanitizer or in an emulation of another system.
+[[nodiscard]] std::size_t setting(const char* variable, std::size_t otherwise);
+
+}  // namespace testing_support
+
+#endif  // TESTING_BASE_TEST_ENVIRONMENT_H_

@@ -1,0 +1,178 @@
+// What the documents mention, held against the tree: a conversation, files, links, names, commands.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "client/process.h"
+#include "client/worker_client.h"
+#include "console/script.h"
+#include "console/session.h"
+#include "testing/formats/document_examples.h"
+#include "testing/workers/executable_worker.h"
+
+namespace testing_support {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AnyOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr std::string_view kDocuments[] = {
+    "README.md",        "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
+    "docs/PROTOCOL.md", "docs/SESSIONS.md",   "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
+    "docs/TUTORIAL.md", "docs/PERFORMANCE.md"};
+
+// --- The conversation in the README -----------------------------------------------------------
+
+// The text of the only block of this kind.
+std::string blockOf(std::string_view document, std::string_view info) {
+  std::string text;
+  for (const DocumentBlock& block : fencedBlocks(readSource(document))) {
+    if (block.info != info) continue;
+    EXPECT_THAT(text, IsEmpty()) << "a second block at line " << block.line;
+    text = block.text;
+  }
+  return text;
+}
+
+TEST(ReadmeDocument, ShowsWhatTheConsolePrints) {
+  const std::string program = blockOf("README.md", "lsp");
+  const std::string shown = blockOf("README.md", "console");
+  ASSERT_THAT(shown, HasSubstr("EvalResume"));
+  std::string error;
+  const std::optional<console::Script> script = console::readScript(program, error);
+  ASSERT_TRUE(script.has_value()) << error;
+
+  const std::unique_ptr<client::WorkerProcess> process =
+      client::startWorker(workerExecutable(), &error);
+  ASSERT_NE(process, nullptr) << error;
+  client::WorkerClient worker(*process);
+  std::ostringstream printed;
+  console::Session session(worker, printed);
+  EXPECT_EQ(session.run("points.lsp", program, *script), console::ProgramEnd::AsExpected);
+  EXPECT_EQ(printed.str(), shown + "\n");
+}
+
+// --- What documents point at ------------------------------------------------------------------
+
+// A document without its fenced blocks.
+std::string proseOf(std::string_view document) {
+  std::istringstream lines(readSource(document));
+  std::string prose;
+  std::string line;
+  for (bool in_block = false; std::getline(lines, line);) {
+    const bool is_fence = line.starts_with("```");
+    if (!is_fence && !in_block) prose += line + "\n";
+    in_block = in_block != is_fence;
+  }
+  return prose;
+}
+
+TEST(Documents, NameFilesThatExist) {
+  static const std::regex kPath("[a-z]+/[\\w/]+\\.(?:h|cc|md|cmake|txt)|[a-z]+/|\\w+\\.md");
+  for (const std::string_view document : kDocuments) {
+    SCOPED_TRACE(document);
+    const std::string prose = proseOf(document);
+    EXPECT_FALSE(prose.empty());
+    for (const std::string& span : codeSpans(prose)) {
+      if (!std::regex_match(span, kPath) || span == "build/") continue;
+      const fs::path beside = fs::path(document).parent_path() / span;
+      EXPECT_TRUE(fs::exists(sourceDirectory() / span) || fs::exists(sourceDirectory() / beside))
+          << span;
+    }
+  }
+}
+
+// All C++ sources but the tests, one after the other.
+std::string allSources() {
+  std::string sources;
+  for (const char* directory : {"lisp", "host", "geometry", "worker", "client", "session",
+                                "c_interface", "explain", "console", "testing"}) {
+    for (const fs::directory_entry& file :
+         fs::recursive_directory_iterator(sourceDirectory() / directory)) {
+      const std::string name = file.path().filename().string();
+      const bool is_source = name.ends_with(".h") || name.ends_with(".cc");
+      if (is_source && !name.ends_with("_test.cc"))
+        sources += readSource(fs::relative(file.path(), sourceDirectory()));
+    }
+  }
+  return sources;
+}
+
+bool isWordOf(std::string_view text, std::string_view word) {
+  const auto is_letter = [text](std::size_t at) {
+    return at < text.size() &&
+           (std::isalnum(static_cast<unsigned char>(text[at])) != 0 || text[at] == '_');
+  };
+  for (std::size_t at = text.find(word); at != text.npos; at = text.find(word, at + 1)) {
+    if (!is_letter(at - 1) && !is_letter(at + word.size())) return true;
+  }
+  return false;
+}
+
+TEST(ArchitectureDocument, NamesCodeThatExists) {
+  static const std::regex kName("(?:\\w+::)*([A-Za-z_]\\w+)");
+  const std::string sources = allSources();
+  std::size_t count = 0;
+  for (const std::string& span : codeSpans(proseOf("docs/ARCHITECTURE.md"))) {
+    std::smatch name;
+    if (!std::regex_match(span, name, kName)) continue;
+    EXPECT_TRUE(isWordOf(sources, name[1].str())) << span;
+    ++count;
+  }
+  EXPECT_GT(count, 50u);
+}
+
+TEST(Documents, LinkToFilesAndHeadingsThatExist) {
+  static const std::regex kLink("\\]\\(([^)#]*)(?:#([^)]*))?\\)");
+  for (const std::string_view document : kDocuments) {
+    SCOPED_TRACE(document);
+    const std::string prose = proseOf(document);
+    for (std::sregex_iterator link(prose.begin(), prose.end(), kLink), end; link != end; ++link) {
+      const std::string target = (*link)[1];
+      const std::string anchor = (*link)[2];
+      const fs::path path =
+          target.empty() ? fs::path(document) : fs::path(document).parent_path() / target;
+      ASSERT_TRUE(fs::exists(sourceDirectory() / path)) << target;
+      if (anchor.empty()) continue;
+      // The anchor of a heading is its words in lower case with hyphens between them.
+      std::string heading = anchor;
+      std::replace(heading.begin(), heading.end(), '-', ' ');
+      const std::regex kHeading("\n#+ " + heading + "\r?\n", std::regex::icase);
+      EXPECT_TRUE(std::regex_search(readSource(path), kHeading)) << anchor;
+    }
+  }
+}
+
+TEST(Documents, NameCommandsThatExist) {
+  static const std::regex kCommand("\\./dev ([a-z]+)");
+  const std::string script = readSource("dev");
+  std::size_t count = 0;
+  for (const std::string_view document : kDocuments) {
+    const std::string text = readSource(document);
+    for (std::sregex_iterator command(text.begin(), text.end(), kCommand), end; command != end;
+         ++command, ++count) {
+      const std::string name = (*command)[1];
+      EXPECT_THAT(script,
+                  AnyOf(HasSubstr("\ncommand_" + name + "()"), HasSubstr("\n" + name + "()")))
+          << document;
+    }
+  }
+  EXPECT_GT(count, 5u);
+}
+
+}  // namespace
+}  // namespace testing_support

@@ -1,0 +1,108 @@
+// A long life: 200,000 requests of every kind, or as many as LISP_SOAK_REQUESTS says, after which
+// the worker is as it was.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "testing/base/random.h"
+#include "testing/base/test_environment.h"
+#include "testing/formats/scenario.h"
+#include "testing/wire/frame_makers.h"
+#include "testing/wire/wire_frames.h"
+#include "testing/workers/child_process.h"
+#include "testing/workers/watched_worker.h"
+#include "worker/frame.h"
+
+namespace testing_support {
+namespace {
+
+using worker::MessageType;
+using worker::WorkerStatus;
+
+constexpr std::uint64_t kContextId = 7;
+
+// Some sixty requests of every type but Shutdown, with their answers. `round` makes names, values
+// and ids differ from one batch to the next; `run_id` is the next that the worker gives out, and
+// moves on.
+Scenario batch(std::uint64_t round, std::uint64_t& run_id) {
+  Random random(round);
+  const std::string n = std::to_string(round % 100000);
+  const std::string name = "NAME-" + n;
+  Scenario scenario("Batch");
+  scenario.registerContext(kContextId, identityContextRecord(kContextId)).ok();
+  scenario.start("(SETQ KEPT 0)").value("0", 2);
+  for (int i = 0; i < 4; ++i) {
+    scenario.ping(std::string(random.below(300), 'p')).ok();
+    scenario.query(MessageType::Convert, kContextId, pointPayload(i, 2, 3, 0, 1))
+        .ok(pointResult(i, 2, 3));
+    scenario.query(MessageType::CellPlaneToSystem, kContextId, pointPayload(1, i, 3, 0, 1))
+        .ok(pointResult(1, i, 3));
+    scenario.query(MessageType::LocateCell, kContextId + 1, pointPayload(0, 0, 0, 0, 0))
+        .answer(WorkerStatus::ContextNotFound);
+    scenario.geometry(geometryPayload(1, 2, {1.0 * i, 2})).ok(geometryResult(i + 2, 0));
+    scenario.start("(SETQ " + name + " '(" + n + " \"" + name + "\"))")
+        .value("(" + n + " \"" + name + "\")", 2);
+    scenario.start("(DEFUN F-" + n + " (A / B) (SETQ B A) (LIST B))").value("F-" + n, 1);
+    scenario.start("(SETQ KEPT (F-" + n + " 1) KEPT 0)").value("0", 8);
+    scenario.start("(" + name + ")").evalError("unsupported LISP function: " + name, 1);
+    scenario.start("(LIST '(" + name).readError("unterminated list");
+    scenario.start("(1+ (GETDIST " + n + "))").call(run_id, "GETDIST", 1, "(" + n + ")", 3);
+    scenario.start("(ENTGET)").call(run_id + 1, "ENTGET", 0, "()", 1);
+    scenario.resume(run_id, "41").value("42", 3);
+    scenario.resume(run_id, "1").answer(WorkerStatus::BadRequest);
+    scenario.cancel(run_id + 1).ok();
+    run_id += 2;
+  }
+  scenario.start("(SETQ " + name + " nil)").value("nil", 2);
+  const worker::MessageHeader unknown = requestHeader(std::uint16_t{77});
+  return scenario.request(unknown).answer(WorkerStatus::UnknownType);
+}
+
+TEST(Soak, ItsBatchesAreRight) {
+  std::uint64_t run_id = 1;
+  EXPECT_EQ(holdInProcess(batch(12, run_id)), "");
+  EXPECT_EQ(run_id, 9U);
+  EXPECT_GT(batch(12, run_id).turns().size(), 60U);
+}
+
+TEST(Soak, ManyRequestsLeaveTheWorkerAsItWas) {
+  const std::size_t request_count = isSanitized() ? 20000 : setting("LISP_SOAK_REQUESTS", 200000);
+  WatchedWorker watched;
+  ChildProcess& worker = watched.process();
+  std::uint64_t run_id = 1;
+  std::uint64_t round = 0;
+  std::size_t sent = 0;
+  long size_after_warm_up = 0;
+  while (sent < request_count) {
+    // The names come again every thousand batches: what programs define stays, as it must.
+    const Scenario scenario = batch(round++ % 1000, run_id);
+    const std::string expected = scenario.output();
+    worker.send(scenario.input());
+    ASSERT_TRUE(worker.receive(expected.size()) == expected) << "round " << round;
+    sent += scenario.turns().size();
+    if (round == 2000) size_after_warm_up = watched.residentSize();
+  }
+  if (size_after_warm_up != 0) watched.expectResidentAtMost(size_after_warm_up + 1024);
+  RecordProperty("requests", std::to_string(sent));
+
+  const auto used = worker.processorTime();
+  const auto begin = std::chrono::steady_clock::now();
+  worker.endInput();
+  EXPECT_EQ(worker.end(), "exit code 0");
+  const auto elapsed = std::chrono::steady_clock::now() - begin;
+  const std::chrono::milliseconds limit(isSanitized() ? 5000 : 10);
+  EXPECT_LT(worker.processorTime() - used, limit);
+  // The machine may be busy with other things.
+  EXPECT_LT(elapsed, limit * 10);
+  RecordProperty(
+      "left_after_us",
+      std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count()));
+}
+
+}  // namespace
+}  // namespace testing_support

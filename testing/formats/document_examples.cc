@@ -1,0 +1,282 @@
+#include "testing/formats/document_examples.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+#include "testing/wire/frame_makers.h"
+#include "worker/frame.h"
+
+namespace testing_support {
+namespace {
+
+using Kind = ScriptStep::Kind;
+
+constexpr std::string_view kFence = "```";
+constexpr std::uint64_t kContextId = 1;
+
+// Takes the first line off `text`, without its line feed.
+std::string_view takeLine(std::string_view& text) {
+  const std::size_t size = std::min(text.find('\n'), text.size());
+  std::string_view line = text.substr(0, size);
+  text.remove_prefix(std::min(size + 1, text.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+// Takes `prefix` off `text` if it begins so.
+bool takePrefix(std::string_view& text, std::string_view prefix) {
+  if (!text.starts_with(prefix)) return false;
+  text.remove_prefix(prefix.size());
+  return true;
+}
+
+std::string_view trim(std::string_view text) {
+  const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+  return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+}
+
+// The text of a heading's line; empty for any other line.
+std::string_view headingOf(std::string_view line) {
+  const std::size_t level = std::min(line.find_first_not_of('#'), line.size());
+  if (level == 0 || level == line.size() || line[level] != ' ') return {};
+  return trim(line.substr(level));
+}
+
+// Takes a number off `text`, with the blanks before it.
+template <typename Number>
+std::optional<Number> takeNumber(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc()) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return number;
+}
+
+class ExampleParser {
+ public:
+  explicit ExampleParser(const DocumentBlock& block)
+      : text_(block.text), line_(block.line), context_record_(identityContextRecord(kContextId)) {}
+
+  ProgramFile parse() {
+    for (; !text_.empty(); ++line_) readLine(takeLine(text_));
+    sendProgram();
+    if (awaits_expectation_) fail("a request without an expected answer");
+    return std::move(file_);
+  }
+
+ private:
+  void readLine(std::string_view line) {
+    if (takePrefix(line, "; ")) {
+      sendProgram();
+      readDirective(line);
+    } else if (!program_.empty()) {
+      program_.append(line).push_back('\n');
+    } else if (!trim(line).empty() && !line.starts_with(";;")) {
+      program_.assign(line).push_back('\n');
+      program_line_ = line_;
+    }
+  }
+
+  void readDirective(std::string_view rest) {
+    static constexpr std::pair<std::string_view, Kind> kTexts[] = {
+        {"=> ", Kind::Value},
+        {"error: ", Kind::EvalError},
+        {"read error: ", Kind::ReadError},
+        {"step limit: ", Kind::StepLimit}};
+    for (const auto& [prefix, kind] : kTexts) {
+      if (takePrefix(rest, prefix)) return expect({.kind = kind, .text = std::string(rest)});
+    }
+    if (takePrefix(rest, "host call: ")) {
+      const std::size_t name_size = std::min(rest.find(' '), rest.size());
+      return expect({.kind = Kind::Call,
+                     .name = std::string(rest.substr(0, name_size)),
+                     .text = std::string(trim(rest.substr(name_size)))});
+    }
+    if (takePrefix(rest, "answer: ")) {
+      return request({.kind = Kind::Answer, .frame = resumeFrame(0, std::string(rest))});
+    }
+    if (takePrefix(rest, "system ")) return readSystem(rest);
+    if (takePrefix(rest, "status:")) return readNumber(rest, Kind::Status);
+    if (takePrefix(rest, "steps:")) return readNumber(rest, Kind::Steps);
+    fail("not a directive");
+  }
+
+  void readNumber(std::string_view rest, Kind kind) {
+    const auto number = takeNumber<std::uint64_t>(rest);
+    if (!number || !rest.empty()) return fail("not a number");
+    if (kind == Kind::Status) return expect({.kind = kind, .number = *number});
+    if (awaits_expectation_ || file_.steps.empty()) return fail("a detail before the answer");
+    push({.kind = kind, .number = *number});
+  }
+
+  void readSystem(std::string_view rest) {
+    const auto index = takeNumber<std::size_t>(rest);
+    PlanarSystem system = kIdentitySystem;
+    bool understood = index && *index < worker::kSystemCount && takePrefix(rest, ":");
+    for (double& field : system) {
+      const auto number = takeNumber<double>(rest);
+      understood = understood && number;
+      field = number.value_or(0);
+    }
+    if (!understood || !rest.empty()) return fail("not a system and its eight numbers");
+    if (awaits_expectation_) return fail("a request without an expected answer");
+    setSystem(context_record_, *index, system);
+    context_id_ = kContextId;
+    push({.kind = Kind::Register, .frame = registerFrame(kContextId, context_record_)});
+  }
+
+  void sendProgram() {
+    if (program_.empty()) return;
+    request({.kind = Kind::Start, .frame = startFrame(std::exchange(program_, {}), context_id_)});
+    file_.steps.back().line = program_line_;
+  }
+
+  void request(ScriptStep step) {
+    if (awaits_expectation_) fail("a request without an expected answer");
+    awaits_expectation_ = true;
+    push(std::move(step));
+  }
+
+  void expect(ScriptStep step) {
+    if (!awaits_expectation_) return fail("an answer that no request asks for");
+    awaits_expectation_ = false;
+    push(std::move(step));
+  }
+
+  void push(ScriptStep step) {
+    step.line = line_;
+    file_.steps.push_back(std::move(step));
+  }
+
+  void fail(const std::string& what) {
+    file_.errors.push_back(std::to_string(line_) + ": " + what);
+  }
+
+  std::string_view text_;
+  int line_;
+  std::string context_record_;
+  std::uint64_t context_id_ = 0;  // Of the programs to come.
+  std::string program_;           // Whole lines; empty between programs.
+  int program_line_ = 0;
+  bool awaits_expectation_ = false;
+  ProgramFile file_;
+};
+
+bool isTokenEnd(char c) { return c == ' ' || c == '\n' || c == '(' || c == ')' || c == '\''; }
+
+}  // namespace
+
+std::filesystem::path sourceDirectory() {
+  const char* const source = std::getenv("LISP_SOURCE_DIR");
+  return source != nullptr ? source : ".";
+}
+
+std::string readSource(const std::filesystem::path& path) {
+  std::ifstream stream(sourceDirectory() / path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(stream), {});
+}
+
+std::vector<DocumentBlock> fencedBlocks(std::string_view document) {
+  std::vector<DocumentBlock> blocks;
+  std::string_view heading;
+  bool in_block = false;
+  for (int line_number = 1; !document.empty(); ++line_number) {
+    std::string_view line = takeLine(document);
+    if (takePrefix(line, kFence)) {
+      in_block = !in_block;
+      if (in_block) {
+        blocks.push_back({line_number + 1, std::string(heading), std::string(line), {}});
+      }
+    } else if (in_block) {
+      blocks.back().text.append(line).push_back('\n');
+    } else if (!headingOf(line).empty()) {
+      heading = headingOf(line);
+    }
+  }
+  return blocks;
+}
+
+ProgramFile parseExamples(const DocumentBlock& block) { return ExampleParser(block).parse(); }
+
+bool calls(const ProgramFile& examples, std::string_view name) {
+  const std::string head = "(" + std::string(name);
+  return std::any_of(examples.steps.begin(), examples.steps.end(), [&](const ScriptStep& step) {
+    if (step.kind != Kind::Start) return false;
+    const std::string& program = step.frame.payload;
+    for (std::size_t at = program.find(head); at != program.npos; at = program.find(head, at + 1)) {
+      const std::size_t end = at + head.size();
+      if (end < program.size() && isTokenEnd(program[end])) return true;
+    }
+    return false;
+  });
+}
+
+std::optional<std::string> bytesOfHex(std::string_view text) {
+  std::string bytes;
+  while (!text.empty()) {
+    const std::string_view line = takeLine(text);
+    std::string_view digits = line.substr(0, line.find("  "));
+    if (digits.empty()) return std::nullopt;
+    while (!digits.empty()) {
+      unsigned byte = 0;
+      const char* const end = digits.data() + std::min<std::size_t>(digits.size(), 2);
+      const auto [stop, error] = std::from_chars(digits.data(), end, byte, 16);
+      if (error != std::errc() || stop != digits.data() + 2) return std::nullopt;
+      bytes.push_back(static_cast<char>(byte));
+      digits.remove_prefix(2);
+      if (!digits.empty() && !takePrefix(digits, " ")) return std::nullopt;
+    }
+  }
+  return bytes;
+}
+
+std::vector<std::string> codeSpans(std::string_view text) {
+  std::vector<std::string> spans;
+  for (std::size_t begin = text.find('`'); begin != text.npos;) {
+    const std::size_t end = text.find('`', begin + 1);
+    if (end == text.npos) break;
+    spans.emplace_back(text.substr(begin + 1, end - begin - 1));
+    begin = text.find('`', end + 1);
+  }
+  return spans;
+}
+
+std::vector<std::vector<std::string>> tableRows(std::string_view document,
+                                                std::string_view heading) {
+  std::vector<std::vector<std::string>> rows;
+  bool under_heading = false;
+  while (!document.empty()) {
+    std::string_view line = takeLine(document);
+    if (!headingOf(line).empty()) under_heading = headingOf(line) == heading;
+    if (!under_heading || !takePrefix(line, "|")) continue;
+    std::vector<std::string>& cells = rows.emplace_back();
+    while (!line.empty()) {
+      const std::size_t size = std::min(line.find('|'), line.size());
+      cells.emplace_back(trim(line.substr(0, size)));
+      line.remove_prefix(std::min(size + 1, line.size()));
+    }
+  }
+  return rows;
+}
+
+bool fitsPattern(std::string_view text, std::string_view pattern) {
+  const std::size_t bracket = pattern.find('<');
+  const std::size_t close = bracket == pattern.npos ? pattern.npos : pattern.find('>', bracket);
+  if (close == pattern.npos) return text == pattern;
+  if (!takePrefix(text, pattern.substr(0, bracket))) return false;
+  const std::string_view rest = pattern.substr(close + 1);
+  for (std::size_t skipped = 1; skipped <= text.size(); ++skipped) {
+    if (fitsPattern(text.substr(skipped), rest)) return true;
+  }
+  return false;
+}
+
+}  // namespace testing_support

@@ -1,0 +1,57 @@
+// Programs that carry their answers: the files in testing/programs/. programs/README.md describes
+// what stands in them.
+
+#ifndef TESTING_FORMATS_PROGRAM_FILE_H_
+#define TESTING_FORMATS_PROGRAM_FILE_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "testing/wire/frame_port.h"
+
+namespace testing_support {
+
+// One step of a script: a request to send, or what must hold for the response to the last one.
+struct ScriptStep {
+  enum class Kind {
+    Register,   // A context; `frame` is complete.
+    Start,      // A program; `frame` is complete.
+    Answer,     // `frame` but for the run id, which is that of the last call.
+    Resume,     // `frame` is complete.
+    Cancel,     // `frame` is complete.
+    Value,      // Expect `text` as the value.
+    ReadError,  // Expect the message `text`; likewise the next two.
+    EvalError,
+    StepLimit,
+    Call,       // Expect a call of `name` with the arguments `text`.
+    Status,     // Expect status `number` and no payload.
+    Steps,      // Expect `number` evaluation steps.
+    Run,        // Expect the run id `number`.
+    Arguments,  // Expect an argument count of `number`.
+  };
+
+  Kind kind = Kind::Start;
+  int line = 0;  // Of the file, from 1.
+  Frame frame{};
+  std::string name{};
+  std::string text{};
+  std::uint64_t number = 0;
+};
+
+struct ProgramFile {
+  std::vector<ScriptStep> steps;
+  // What is wrong with the file itself, each with its line; empty for a good file.
+  std::vector<std::string> errors;
+};
+
+[[nodiscard]] ProgramFile parseProgramFile(std::string_view text);
+
+// Sends the requests to `port` and compares its responses. Returns a line for everything that does
+// not hold, beginning with the number of the line that says so; none when all is well.
+[[nodiscard]] std::vector<std::string> runProgramFile(const ProgramFile& file, FramePort& port);
+
+}  // namespace testing_support
+
+#endif  // TESTING_FORMATS_PROGRAM_FILE_H_

@@ -1,0 +1,19 @@
+// What holds for the output of a worker whatever its input is: which requests are answered, how
+// the worker ends, and what a response to each type of request may look like. Only the values in
+// the answers are left open, so this judges conversations that nobody has foreseen.
+
+#ifndef TESTING_WIRE_WIRE_LAWS_H_
+#define TESTING_WIRE_WIRE_LAWS_H_
+
+#include <string>
+#include <string_view>
+
+namespace testing_support {
+
+// The first law that the output of a worker breaks, in words; empty when it keeps them all. The
+// worker was sent `input` and then the end of the input, wrote `output` and ended with `exit_code`.
+[[nodiscard]] std::string brokenLaw(std::string_view input, std::string_view output, int exit_code);
+
+}  // namespace testing_support
+
+#endif  // TESTING_WIRE_WIRE_LAWS_H_

@@ -1,0 +1,21 @@
+// The worker's own handling of requests, behind the face that tests compare.
+
+#ifndef TESTING_WORKERS_REAL_WORKER_H_
+#define TESTING_WORKERS_REAL_WORKER_H_
+
+#include "testing/wire/frame_port.h"
+#include "worker/dispatch.h"
+
+namespace testing_support {
+
+class RealWorker : public FramePort {
+ public:
+  FrameResponse handle(const Frame& frame) override;
+
+ private:
+  worker::Dispatcher dispatcher_;
+};
+
+}  // namespace testing_support
+
+#endif  // TESTING_WORKERS_REAL_WORKER_H_
