@@ -125,7 +125,8 @@ bool isWordOf(std::string_view text, std::string_view word) {
 
 TEST(ArchitectureDocument, NamesCodeThatExists) {
   static const std::regex kName("(?:\\w+::)*([A-Za-z_]\\w+)");
-  const std::string sources = allSources();
+  // The steps of `./dev check` are names, too.
+  const std::string sources = allSources() + readSource("cmake/checks/CMakeLists.txt");
   std::size_t count = 0;
   for (const std::string& span : codeSpans(proseOf("docs/ARCHITECTURE.md"))) {
     std::smatch name;
