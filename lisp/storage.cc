@@ -3,43 +3,78 @@
 #include <algorithm>
 #include <array>
 
+#include "lisp/pages.h"
+
 namespace lisp::storage {
 namespace {
 
 // Slabs come in regions, so that little is lost to their alignment. What is not used yet of a
 // region takes no memory of the machine's.
-constexpr std::size_t kSlabsPerRegion = 32;
+constexpr std::size_t kSlabsPerRegion = 128;
 
 // So much is cut at a time: a size that is used once touches little of its slab.
-constexpr std::size_t kBytesCut = 2048;
+constexpr std::size_t kBytesCut = 4096;
 
 // Ends every list: a slab that never has a free block.
 constinit Slab no_slab;
 
+}  // namespace
+
+// Regions live as long as the process. A slab whose memory has gone back to the system is listed
+// here by its number, because nothing can be kept in that memory.
+struct Region {
+  std::byte* begin = nullptr;
+  Region* next = nullptr;  // Among the regions that have such slabs.
+  std::uint32_t without_memory_count = 0;
+  std::array<std::uint8_t, kSlabsPerRegion> without_memory = {};
+};
+
+namespace {
+
 constinit Slab* empty_slabs = nullptr;
-constinit std::byte* region_position = nullptr;
-constinit std::size_t region_slabs_left = 0;
-constinit std::size_t region_bytes = 0;
+constinit std::size_t empty_count = 0;
+constinit std::size_t in_use_count = 0;
+constinit Region* regions_without_memory = nullptr;
+constinit Region* last_region = nullptr;
+constinit std::size_t last_region_used = kSlabsPerRegion;  // Slabs.
 
 std::byte* endOf(Slab& slab) { return reinterpret_cast<std::byte*>(&slab) + kSlabSize; }
 
+Slab* slabOf(Region& region, std::size_t number) {
+  return new (region.begin + number * kSlabSize) Slab{.region = &region};
+}
+
+// A slab in its first state, but for its region.
 Slab* takeSlab() {
+  ++in_use_count;
   if (empty_slabs != nullptr) {
     Slab* const slab = empty_slabs;
     empty_slabs = slab->next;
-    return slab;
+    --empty_count;
+    Region* const region = slab->region;
+    return new (slab) Slab{.region = region};
   }
-  if (region_slabs_left == 0) {
-    constexpr std::size_t kSize = (kSlabsPerRegion + 1) * kSlabSize;
-    auto* const region = static_cast<std::byte*>(::operator new(kSize));
-    region_bytes += kSize;
-    region_position = region + (kSlabSize - reinterpret_cast<std::uintptr_t>(region) % kSlabSize);
-    region_slabs_left = kSlabsPerRegion;
+  if (regions_without_memory != nullptr) {
+    Region& region = *regions_without_memory;
+    const std::size_t number = region.without_memory[--region.without_memory_count];
+    if (region.without_memory_count == 0) regions_without_memory = region.next;
+    return slabOf(region, number);
   }
-  void* const slab = region_position;
-  region_position += kSlabSize;
-  --region_slabs_left;
-  return static_cast<Slab*>(slab);
+  if (last_region_used == kSlabsPerRegion) {
+    auto* const memory = static_cast<std::byte*>(::operator new((kSlabsPerRegion + 1) * kSlabSize));
+    last_region = new Region;
+    last_region->begin =
+        memory + (kSlabSize - reinterpret_cast<std::uintptr_t>(memory) % kSlabSize);
+    last_region_used = 0;
+  }
+  return slabOf(*last_region, last_region_used++);
+}
+
+void putAside(Slab& slab) {
+  --in_use_count;
+  ++empty_count;
+  slab.next = empty_slabs;
+  empty_slabs = &slab;
 }
 
 void unlist(Slab& slab) {
@@ -76,7 +111,7 @@ void* refill(std::size_t size_class) {
     unlist(slab);
   }
   if (slabs[size_class] == &no_slab) {
-    Slab* const slab = new (takeSlab()) Slab;
+    Slab* const slab = takeSlab();
     slab->is_listed = true;
     slab->size_class = static_cast<std::uint8_t>(size_class);
     slab->fresh = reinterpret_cast<std::byte*>(slab + 1);
@@ -101,11 +136,29 @@ void settle(Slab& slab) {
   }
   if (slab.used == 0 && &slab != first) {
     unlist(slab);
-    slab.next = empty_slabs;
-    empty_slabs = &slab;
+    putAside(slab);
   }
 }
 
-std::size_t slabBytes() { return region_bytes; }
+void giveBack(std::size_t count) {
+  for (; count > 0 && empty_count > kSlabsKept; --count) {
+    Slab* const slab = empty_slabs;
+    empty_slabs = slab->next;
+    --empty_count;
+    Region& region = *slab->region;
+    const auto offset = static_cast<std::size_t>(reinterpret_cast<std::byte*>(slab) - region.begin);
+    returnPages(slab, kSlabSize);
+    if (region.without_memory_count == 0) {
+      region.next = regions_without_memory;
+      regions_without_memory = &region;
+    }
+    region.without_memory[region.without_memory_count++] =
+        static_cast<std::uint8_t>(offset / kSlabSize);
+  }
+}
+
+std::size_t slabsInUse() { return in_use_count; }
+
+std::size_t slabsAtHand() { return empty_count; }
 
 }  // namespace lisp::storage

@@ -2,9 +2,10 @@
 //
 // Programs make and drop millions of small records, so blocks up to kSmallBlockMax bytes come from
 // slabs; larger blocks come from the general allocator. A slab is cut into blocks of one size and
-// knows which of them are free. When all are, it serves whatever size is needed next; memory of
-// slabs is reused so but never returned. With LISP_PLAIN_ALLOCATION every block comes from the
-// general allocator, so that the sanitizers see each one.
+// knows which of them are free. When all are, it serves whatever size is needed next, or its memory
+// goes back to the system, a few slabs after each request. A slab with a single block in use stays,
+// so slabs are small. With LISP_PLAIN_ALLOCATION every block comes from the general allocator, so
+// that the sanitizers see each one.
 //
 // Single-threaded, like everything that holds values.
 
@@ -22,12 +23,14 @@ namespace lisp::storage {
 
 inline constexpr std::size_t kGranule = 8;          // Bytes; blocks are aligned to it.
 inline constexpr std::size_t kSmallBlockMax = 512;  // Bytes.
-inline constexpr std::size_t kSlabSize = 0x8000;    // Bytes; slabs are aligned to it.
+inline constexpr std::size_t kSlabSize = 0x2000;    // Bytes; slabs are aligned to it.
 inline constexpr std::size_t kSizeClasses = kSmallBlockMax / kGranule + 1;
 
 struct FreeBlock {
   FreeBlock* next;
 };
+
+struct Region;
 
 // The head of a slab; its blocks follow.
 struct Slab {
@@ -38,6 +41,7 @@ struct Slab {
   std::byte* fresh = nullptr;  // The rest that has never been cut into blocks.
   Slab* next = nullptr;        // In that list, or among the empty slabs.
   Slab* previous = nullptr;
+  Region* region = nullptr;  // Where its memory is from.
 };
 
 // The first slab of each list, by size class (block size / kGranule); never null.
@@ -50,8 +54,16 @@ extern constinit std::array<Slab*, kSizeClasses> slabs;
 // Puts a slab where it belongs that has a free block again, or nothing but free blocks.
 void settle(Slab& slab);
 
-// Bytes taken from the system for slabs so far.
-[[nodiscard]] std::size_t slabBytes();
+// Slabs that have blocks in use or are kept for their size; tests watch it for growth.
+[[nodiscard]] std::size_t slabsInUse();
+// Empty slabs whose memory has not gone back to the system.
+[[nodiscard]] std::size_t slabsAtHand();
+
+// So many empty slabs are kept at hand.
+inline constexpr std::size_t kSlabsKept = 256;
+
+// Gives the memory of up to `count` empty slabs back to the system, beyond those kept.
+void giveBack(std::size_t count);
 
 #ifdef LISP_PLAIN_ALLOCATION
 

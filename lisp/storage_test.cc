@@ -68,32 +68,62 @@ TEST(Storage, KeepsBlocksIntactWhileOthersComeAndGo) {
 
 // What one size has used and given back serves every other size.
 TEST(Storage, ReusesItsMemoryForEverySize) {
-  constexpr std::size_t kBytes = 4 << 20;
-  std::size_t bytes_before = 0;
+  constexpr std::size_t kBytes = 1 << 20;
+  const std::size_t slabs_before = slabsInUse();
+  std::size_t slabs_at_hand = 0;
   for (std::size_t size = 8; size <= kSmallBlockMax; size += 8) {
     std::vector<void*> blocks;
     for (std::size_t used = 0; used < kBytes; used += size) blocks.push_back(allocate(size));
+    // The memory is that of the size before.
+    if (size > 8) {
+      EXPECT_LE(slabsAtHand() + kBytes / kSlabSize / 2, slabs_at_hand) << size;
+    }
     // Neither in the order of their birth nor in the opposite one.
     for (std::size_t i = 0; i < blocks.size(); i += 2) deallocate(blocks[i], size);
     for (std::size_t i = 1; i < blocks.size(); i += 2) deallocate(blocks[i], size);
-    // The first round may need more than was there; then one slab stays with each size.
-    if (bytes_before == 0) bytes_before = slabBytes();
-    ASSERT_LE(slabBytes(), bytes_before + (kBytes / 4)) << size;
+    // One slab stays with each size.
+    ASSERT_LE(slabsInUse(), slabs_before + size / 8) << size;
+    slabs_at_hand = slabsAtHand();
   }
 }
 
-// A slab that has been full serves again as soon as one of its blocks is back.
+// A slab that has been full serves again as soon as one of its blocks is back: no other is needed.
 TEST(Storage, ReusesSingleBlocksOfFullSlabs) {
   constexpr std::size_t kSize = 400;
   std::vector<void*> blocks;
   for (int i = 0; i < 5000; ++i) blocks.push_back(allocate(kSize));
-  const std::size_t bytes_before = slabBytes();
+  const std::size_t slabs_before = slabsInUse();
   for (int round = 0; round < 50; ++round) {
     for (std::size_t i = round % 7; i < blocks.size(); i += 7) deallocate(blocks[i], kSize);
     for (std::size_t i = round % 7; i < blocks.size(); i += 7) blocks[i] = allocate(kSize);
+    ASSERT_EQ(slabsInUse(), slabs_before) << round;
   }
-  EXPECT_EQ(slabBytes(), bytes_before);
   for (void* const block : blocks) deallocate(block, kSize);
+}
+
+// Memory that went back to the system is as good as new, and only so much goes back at once.
+TEST(Storage, GivesBackWhatItDoesNotKeep) {
+  constexpr std::size_t kSize = 256;
+  constexpr std::size_t kCount = 3 * kSlabsKept * kSlabSize / kSize;
+  for (int round = 0; round < 3; ++round) {
+    std::vector<Block> blocks;
+    for (std::size_t i = 0; i < kCount; ++i) {
+      const auto fill = static_cast<unsigned char>(i + round);
+      blocks.push_back({allocate(kSize), kSize, fill});
+      std::memset(blocks.back().address, fill, kSize);
+    }
+    for (const Block& block : blocks) {
+      ASSERT_TRUE(isIntact(block));
+      deallocate(block.address, kSize);
+    }
+    const std::size_t at_hand = slabsAtHand();
+    EXPECT_GE(at_hand, 2 * kSlabsKept);
+    giveBack(10);
+    EXPECT_EQ(slabsAtHand(), at_hand - 10);
+    while (slabsAtHand() > kSlabsKept) giveBack(100);
+    giveBack(100);
+    EXPECT_EQ(slabsAtHand(), kSlabsKept);
+  }
 }
 
 #endif

@@ -5,6 +5,7 @@
 #include <new>
 #include <vector>
 
+#include "lisp/growing_table.h"
 #include "lisp/keyed_hash.h"
 #include "lisp/storage.h"
 #include "lisp/work.h"
@@ -12,12 +13,12 @@
 namespace lisp {
 namespace {
 
-// A hash table of records, chained, with a power of two of buckets and at most one record a bucket
-// on average. It refers to its records without holding them: a record leaves as it is retired.
+// The records of one kind by their bytes. It refers to them without holding them: a record leaves
+// as it is retired.
 template <typename Record>
 class InternTable {
  public:
-  explicit InternTable(RecentRecords<Record>& recent) : recent_(recent), buckets_(kBucketsMin) {}
+  explicit InternTable(RecentRecords<Record>& recent) : recent_(recent) {}
 
   Record* intern(std::string_view bytes) {
     const std::uint64_t word = packedWord(bytes);
@@ -44,67 +45,36 @@ class InternTable {
   void retire(Record* record) {
     auto& place = recent_.placeOf(packedWord(record->bytes()));
     if (place.record == record) place = {};
-    Record** link = &buckets_[indexOf(record->hash)];
-    while (*link != record) link = &(*link)->next;
-    *link = record->next;
-    --size_;
+    records_.remove(record);
     const std::size_t block_size = sizeof(Record) + record->length;
     record->~Record();
     storage::deallocate(record, block_size);
   }
 
-  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] std::size_t size() const { return records_.size(); }
 
  private:
-  static constexpr std::size_t kBucketsMin = 256;
-
   Record* find(std::string_view bytes) {
     const std::uint64_t hash = keyedHash(bytes, point_);
     countWork(bytes.size());
-    for (Record* record = buckets_[indexOf(hash)]; record != nullptr; record = record->next) {
+    for (Record* record = records_.firstOf(hash); record != nullptr; record = record->next) {
       countWork();
       if (record->hash == hash && record->bytes() == bytes) {
         ++record->references;
         return record;
       }
     }
-    if (size_ == buckets_.size()) grow();
     auto* const record = new (storage::allocate(sizeof(Record) + bytes.size())) Record;
     record->length = static_cast<std::uint32_t>(bytes.size());
     record->hash = hash;
     if (!bytes.empty()) std::memcpy(static_cast<void*>(record + 1), bytes.data(), bytes.size());
-    insert(record);
-    ++size_;
+    records_.insert(record);
     return record;
-  }
-
-  [[nodiscard]] std::size_t indexOf(std::uint64_t hash) const {
-    return hash & (buckets_.size() - 1);
-  }
-
-  void insert(Record* record) {
-    Record*& head = buckets_[indexOf(record->hash)];
-    record->next = head;
-    head = record;
-  }
-
-  void grow() {
-    std::vector<Record*> old(buckets_.size() * 2);
-    countWork(old.size());
-    old.swap(buckets_);
-    for (Record* record : old) {
-      while (record != nullptr) {
-        Record* const next = record->next;
-        insert(record);
-        record = next;
-      }
-    }
   }
 
   const std::uint64_t point_ = drawHashPoint();
   RecentRecords<Record>& recent_;
-  std::vector<Record*> buckets_;
-  std::size_t size_ = 0;
+  GrowingTable<Record> records_;
 };
 
 // The tables are never destroyed: values of other static objects may outlive any order of ends.

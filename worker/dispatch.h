@@ -13,6 +13,11 @@
 
 namespace worker {
 
+// Takes a bounded part of what programs have dropped apart, and gives memory back to the system.
+// What is no longer needed is taken apart as memory is needed; this comes after each request of any
+// type besides, so that a worker at rest does not hold on to what its last programs dropped.
+void tidyUp();
+
 // Owns what outlives a request, for the life of the worker: the registered coordinate contexts,
 // the persistent environment and the pending runs.
 class Dispatcher {

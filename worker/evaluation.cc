@@ -8,7 +8,6 @@
 #include "host/run.h"
 #include "lisp/builtin.h"
 #include "lisp/interpreter.h"
-#include "lisp/list.h"
 #include "lisp/reader.h"
 #include "worker/encoding.h"
 
@@ -23,19 +22,6 @@ using lisp::OutcomeKind;
 
 constexpr lisp::EvalLimits kLimits;  // The same for every run, replayed or not.
 
-// What is no longer needed is taken apart as memory is needed; this much more after each request,
-// so that a worker at rest does not hold on to what its last programs dropped.
-constexpr std::size_t kElementsDecomposedPerRequest = 4096;
-constexpr std::size_t kNodesDecomposedPerRequest = 64;
-
-struct TidyUp {
-  ~TidyUp() {
-    lisp::decomposeEnvironments(kNodesDecomposedPerRequest);
-    lisp::decompose(kElementsDecomposedPerRequest);
-    lisp::haste_left = lisp::kHasteMax;
-  }
-};
-
 bool isHostCall(const EvalOutcome& outcome) { return outcome.host_call.has_value(); }
 
 }  // namespace
@@ -48,7 +34,6 @@ Evaluation::Evaluation(const geometry::ContextTable& contexts) : contexts_(conte
 
 WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::string_view payload,
                                          std::string& response) {
-  const TidyUp tidy_up;
   // 1. The context.
   const CoordContext* context = nullptr;
   if (request.context_id != 0) {
@@ -75,7 +60,6 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
 
 WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::string_view payload,
                                           std::string& response) {
-  const TidyUp tidy_up;
   // 1. The run.
   PendingRun* const run = pending_runs_.findRun(request.run_id);
   if (run == nullptr) return WorkerStatus::BadRequest;
@@ -127,7 +111,6 @@ WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& 
 }
 
 WorkerStatus Evaluation::handleEvalCancel(const MessageHeader& request) {
-  const TidyUp tidy_up;
   pending_runs_.eraseRun(request.run_id);  // Nothing is ever stored under 0.
   return WorkerStatus::Ok;
 }

@@ -4,7 +4,7 @@
 
 namespace worker {
 
-std::size_t RunIdHash::operator()(std::uint64_t run_id) const {
+std::uint64_t hashRunId(std::uint64_t run_id) {
   std::uint64_t hash = 0xcbf29ce484222325;  // The FNV-1a offset basis.
   for (int byte = 0; byte < 8; ++byte) {
     hash ^= (run_id >> (8 * byte)) & 0xFF;
@@ -18,16 +18,35 @@ std::uint64_t PendingRunTable::allocateRunId() {
   return run_id != 0 ? run_id : next_run_id_++;
 }
 
+PendingRunTable::~PendingRunTable() {
+  runs_.forEach([](Entry* entry) { delete entry; });
+}
+
+PendingRunTable::Entry* PendingRunTable::findEntry(std::uint64_t run_id, std::uint64_t hash) const {
+  Entry* entry = runs_.firstOf(hash);
+  while (entry != nullptr && entry->run.run_id != run_id) entry = entry->next;
+  return entry;
+}
+
 void PendingRunTable::storeRun(PendingRun run) {
-  const std::uint64_t run_id = run.run_id;
-  runs_.insert_or_assign(run_id, std::move(run));
+  const std::uint64_t hash = hashRunId(run.run_id);
+  if (Entry* const entry = findEntry(run.run_id, hash)) {
+    entry->run = std::move(run);
+  } else {
+    runs_.insert(new Entry{hash, nullptr, std::move(run)});
+  }
 }
 
 PendingRun* PendingRunTable::findRun(std::uint64_t run_id) {
-  const auto found = runs_.find(run_id);
-  return found == runs_.end() ? nullptr : &found->second;
+  Entry* const entry = findEntry(run_id, hashRunId(run_id));
+  return entry == nullptr ? nullptr : &entry->run;
 }
 
-void PendingRunTable::eraseRun(std::uint64_t run_id) { runs_.erase(run_id); }
+void PendingRunTable::eraseRun(std::uint64_t run_id) {
+  Entry* const entry = findEntry(run_id, hashRunId(run_id));
+  if (entry == nullptr) return;
+  runs_.remove(entry);
+  delete entry;
+}
 
 }  // namespace worker

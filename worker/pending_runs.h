@@ -5,10 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 
 #include "host/run.h"
 #include "lisp/environment.h"
+#include "lisp/growing_table.h"
 #include "lisp/outcome.h"
 
 namespace worker {
@@ -25,14 +25,16 @@ struct PendingRun {
 };
 
 // 64-bit FNV-1a over the eight bytes of a run id, least significant byte first.
-struct RunIdHash {
-  [[nodiscard]] std::size_t operator()(std::uint64_t run_id) const;
-};
+[[nodiscard]] std::uint64_t hashRunId(std::uint64_t run_id);
 
-// The pending runs of a worker, without bound: a run lives until it ends or is cancelled.
+// The pending runs of a worker, without bound: a run lives until it ends or is cancelled. Storing
+// one costs the same however many there are.
 class PendingRunTable {
  public:
   explicit PendingRunTable(std::uint64_t first_run_id = 1) : next_run_id_(first_run_id) {}
+  ~PendingRunTable();
+  PendingRunTable(const PendingRunTable&) = delete;
+  PendingRunTable& operator=(const PendingRunTable&) = delete;
 
   // A run id that was never handed out before: 1, 2, 3 and so on, never 0.
   [[nodiscard]] std::uint64_t allocateRunId();
@@ -47,7 +49,16 @@ class PendingRunTable {
   [[nodiscard]] std::size_t size() const { return runs_.size(); }
 
  private:
-  std::unordered_map<std::uint64_t, PendingRun, RunIdHash> runs_;
+  struct Entry {
+    std::uint64_t hash;
+    Entry* next;
+    PendingRun run;
+  };
+
+  // The entry of the run with this id and its hash, or null.
+  [[nodiscard]] Entry* findEntry(std::uint64_t run_id, std::uint64_t hash) const;
+
+  lisp::GrowingTable<Entry> runs_;  // Owns its entries.
   std::uint64_t next_run_id_;
 };
 

@@ -21,15 +21,15 @@ PendingRun runOf(std::uint64_t run_id, const std::string& call) {
 
 // FNV-1a over the bytes of the id, as its authors publish it: these are the hashes of the byte
 // strings "\0\0\0\0\0\0\0\0" and "a\0\0\0\0\0\0\0" and of eight bytes that are all different.
-TEST(RunIdHash, IsFnv1aOverTheBytesOfTheId) {
+TEST(HashRunId, IsFnv1aOverTheBytesOfTheId) {
   for (const std::uint64_t run_id : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{'a'},
                                      std::uint64_t{0x0102030405060708}, kLast}) {
     std::uint64_t expected = 14695981039346656037U;
     std::uint64_t rest = run_id;
     for (int i = 0; i < 8; ++i, rest /= 256) expected = (expected ^ rest % 256) * 1099511628211U;
-    EXPECT_EQ(RunIdHash()(run_id), static_cast<std::size_t>(expected)) << run_id;
+    EXPECT_EQ(hashRunId(run_id), expected) << run_id;
   }
-  EXPECT_EQ(RunIdHash()(0), 0xa8c7f832281a39c5U);
+  EXPECT_EQ(hashRunId(0), 0xa8c7f832281a39c5U);
 }
 
 TEST(AllocateRunId, CountsFromOne) {
@@ -52,6 +52,22 @@ TEST(AllocateRunId, GivesNoIdTwiceWhateverIsErased) {
   table.storeRun(runOf(table.allocateRunId(), "A"));
   table.eraseRun(1);
   EXPECT_EQ(table.allocateRunId(), 2u);
+}
+
+TEST(PendingRunTable, HoldsManyRunsWhileItGrowsAndShrinks) {
+  constexpr std::uint64_t kCount = 5000;
+  PendingRunTable table;
+  for (std::uint64_t run_id = 1; run_id <= kCount; ++run_id) table.storeRun(runOf(run_id, "A"));
+  table.storeRun(runOf(7, "B"));
+  EXPECT_EQ(table.size(), kCount);
+  for (std::uint64_t run_id = kCount; run_id > 7; --run_id) {
+    ASSERT_NE(table.findRun(run_id), nullptr) << run_id;
+    EXPECT_EQ(table.findRun(run_id)->run_id, run_id);
+    table.eraseRun(run_id);
+    ASSERT_EQ(table.findRun(run_id), nullptr) << run_id;
+  }
+  EXPECT_EQ(table.size(), 7U);
+  EXPECT_EQ(table.findRun(7)->pending_call.name, "B");
 }
 
 TEST(PendingRunTable, FindsWhatIsStoredUntilItIsErased) {
