@@ -16,7 +16,7 @@
 #include "console/contexts.h"
 #include "console/host.h"
 #include "console/session.h"
-#include "testing/memory_channel.h"
+#include "testing/wire/memory_channel.h"
 
 namespace console {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "testing/random.h"
+#include "testing/base/random.h"
 
 namespace lisp {
 namespace {

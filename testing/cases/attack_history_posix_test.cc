@@ -11,12 +11,12 @@
 #include <vector>
 
 #include "lisp/storage.h"
-#include "testing/attack.h"
-#include "testing/child_process.h"
-#include "testing/frame_makers.h"
-#include "testing/greedy_programs.h"
-#include "testing/scenario.h"
-#include "testing/watched_worker.h"
+#include "testing/cases/attack.h"
+#include "testing/formats/scenario.h"
+#include "testing/generators/greedy_programs.h"
+#include "testing/wire/frame_makers.h"
+#include "testing/workers/child_process.h"
+#include "testing/workers/watched_worker.h"
 #include "worker/frame.h"
 
 namespace testing_support {
