@@ -10,9 +10,11 @@
 #include <memory>
 #include <optional>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "client/process.h"
@@ -29,6 +31,7 @@ namespace fs = std::filesystem;
 using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::UnorderedElementsAreArray;
 
 constexpr std::string_view kDocuments[] = {
     "README.md",        "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
@@ -96,18 +99,28 @@ TEST(Documents, NameFilesThatExist) {
   }
 }
 
-// All C++ sources but the tests, one after the other.
-std::string allSources() {
-  std::string sources;
+// All C++ sources and tests, from the top.
+std::vector<fs::path> allFiles() {
+  std::vector<fs::path> files;
   for (const char* directory : {"lisp", "host", "geometry", "worker", "client", "session",
                                 "c_interface", "explain", "console", "testing"}) {
     for (const fs::directory_entry& file :
          fs::recursive_directory_iterator(sourceDirectory() / directory)) {
-      const std::string name = file.path().filename().string();
-      const bool is_source = name.ends_with(".h") || name.ends_with(".cc");
-      if (is_source && !name.ends_with("_test.cc"))
-        sources += readSource(fs::relative(file.path(), sourceDirectory()));
+      const std::string extension = file.path().extension().string();
+      if (extension != ".h" && extension != ".cc") continue;
+      files.push_back(fs::relative(file.path(), sourceDirectory()));
     }
+  }
+  return files;
+}
+
+bool isTest(const fs::path& file) { return file.filename().string().ends_with("_test.cc"); }
+
+// All C++ sources but the tests, one after the other.
+std::string allSources() {
+  std::string sources;
+  for (const fs::path& file : allFiles()) {
+    if (!isTest(file)) sources += readSource(file);
   }
   return sources;
 }
@@ -135,6 +148,46 @@ TEST(ArchitectureDocument, NamesCodeThatExists) {
     ++count;
   }
   EXPECT_GT(count, 50u);
+}
+
+// What the first column of a table in testing/README.md names.
+std::vector<std::string> namesUnder(std::string_view heading) {
+  std::vector<std::string> names;
+  for (const auto& row : tableRows(readSource("testing/README.md"), heading)) {
+    for (std::string& name : codeSpans(row.front())) names.push_back(std::move(name));
+  }
+  return names;
+}
+
+TEST(TestingDocument, ListsEveryVariableAndWhoReadsIt) {
+  static const std::regex kRead("(?:getenv|environment|setting)\\(\\s*\"(LISP_\\w+)\"");
+  std::set<std::string> read;
+  for (const fs::path& file : allFiles()) {
+    const std::string source = readSource(file);
+    for (std::sregex_iterator name(source.begin(), source.end(), kRead), end; name != end; ++name) {
+      read.insert((*name)[1]);
+    }
+  }
+  EXPECT_GT(read.size(), 10u);
+  EXPECT_THAT(namesUnder("Environment variables"), UnorderedElementsAreArray(read));
+  for (const auto& row : tableRows(readSource("testing/README.md"), "Environment variables")) {
+    const std::vector<std::string> spans = codeSpans(row[0] + row[1]);
+    if (spans.size() != 2) continue;  // The head and its rule.
+    EXPECT_THAT(readSource(spans[1]), HasSubstr('"' + spans[0] + '"')) << spans[1];
+  }
+}
+
+TEST(TestingDocument, ListsEveryRandomTest) {
+  std::vector<std::string> random_tests;
+  for (const fs::path& file : allFiles()) {
+    const std::string source = readSource(file);
+    if (isTest(file) && (source.find("testing/base/random.h\"") != source.npos ||
+                         source.find("testing/generators/conversation.h\"") != source.npos)) {
+      random_tests.push_back(file.generic_string());
+    }
+  }
+  EXPECT_GT(random_tests.size(), 10u);
+  EXPECT_THAT(namesUnder("Seeds"), UnorderedElementsAreArray(random_tests));
 }
 
 TEST(Documents, LinkToFilesAndHeadingsThatExist) {
