@@ -26,6 +26,7 @@ A program can say in comments how it wants to be run. Each takes a line of its o
   ;@ system S (NUMBERS)             before the program, make S (0 to 4) the coordinate system with
                                     these origin_x origin_y a b c d z_scale z_offset
   ;@ system S at-call N (NUMBERS)   the same while the program's call N waits for its answer
+  ;@ keep                           what it has drawn stays in the drawing, also when it fails
   ;@ picture axes cells             what its picture shows besides the drawing
   ;@ expect value DATUM             the program ends with this value,
   ;@ expect error MESSAGE           or with this message,
@@ -38,6 +39,10 @@ its base point, GETDIST 10. COMMAND knows
 )";
 
 constexpr const char* kSystemsAndCodes = R"(
+A program is one change of the drawing. When it ends without a value, because of an error, a limit, a
+refused call under --strict, Ctrl-C or a dead worker, the drawing is what it was; --keep and ";@ keep"
+keep what was drawn. What lines such as ";@ entity" put into the drawing first stays.
+
 Programs run under coordinate context 1, with the systems of the drawing file, or else
   0  the world, in millimetres
   1  a plan: turned left by 90 degrees, its origin at (100 50 0)
@@ -47,8 +52,8 @@ Programs run under coordinate context 1, with the systems of the drawing file, o
 
 Exit codes: 0 every program ended as it expects, or with a value if it expects nothing; 1 some
 program did not, or check has found an error; 2 the command line or a file could not be used; 3 the
-worker could not be started or broke off. The prompt ends with 0 at a terminal, and replaces a worker
-that breaks off.
+worker could not be started or broke off; 4 as 0, but a host call was refused in a program that does
+not say what it expects. The prompt ends with 0 at a terminal, and replaces a worker that breaks off.
 )";
 
 std::string notes() {
@@ -84,6 +89,13 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("--brief", line.is_brief, "Only results, errors and changes, no conversation");
   app.add_flag("--all-calls", line.shows_all_calls,
                "Show every host call and every change, however many");
+  app.add_flag("--keep", line.keeps, "Keep what a program has drawn before it failed");
+  app.add_flag("--strict", line.is_strict, "End a program at the first host call that is refused");
+  app.add_flag("--dry-run", line.is_dry, "Show what would change, and do not write --save's file");
+  app.add_option("--max-calls", line.host_call_count_max,
+                 "Host calls that a program may make; else 10000")
+      ->type_name("N")
+      ->check(CLI::Range(1, 250000));
 }
 
 bool isPicturePath(const std::string& path) {
@@ -93,7 +105,8 @@ bool isPicturePath(const std::string& path) {
 // What is wrong with options that can each be read; otherwise empty.
 std::string whyUnusable(const CommandLine& line) {
   if (line.check && line.program_paths.empty()) return "check needs a program";
-  const bool runs_otherwise = line.asks || line.is_brief || line.shows_all_calls ||
+  const bool runs_otherwise = line.asks || line.is_brief || line.shows_all_calls || line.keeps ||
+                              line.is_strict || line.is_dry || line.host_call_count_max != 0 ||
                               line.shows_axes || line.shows_cells || !line.picture_paths.empty() ||
                               !(line.drawing_path + line.save_path + line.answers_path).empty();
   if (line.check && runs_otherwise)

@@ -3,6 +3,7 @@
 #ifndef CONSOLE_COMMAND_LINE_H_
 #define CONSOLE_COMMAND_LINE_H_
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,6 +25,10 @@ struct CommandLine {
   bool asks = false;
   bool is_brief = false;
   bool shows_all_calls = false;
+  bool keeps = false;
+  bool is_strict = false;
+  bool is_dry = false;
+  std::size_t host_call_count_max = 0;  // 0 where none was given.
   bool shows_axes = false;
   bool shows_cells = false;
 };

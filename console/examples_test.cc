@@ -280,7 +280,7 @@ TEST_F(Examples, EndInEveryKindOfError) {
   }
 }
 
-// A failed program leaves the point that it has drawn, and nothing in the worker.
+// A failed program leaves nothing, neither in the drawing nor in the worker.
 TEST_F(Examples, LeaveNoVariablesBehindWhenTheyFail) {
   ASSERT_EQ(runNamed("07_evaluation_error.lsp"), ProgramEnd::AsExpected) << out.str();
   EXPECT_THAT(drawingLines(), ElementsAre("E1 POINT on layer POINTS: at (1 2 0)"));

@@ -83,10 +83,26 @@ std::string Explainer::explainUnreadableAnswer(const client::EvalResult& result)
   return text;
 }
 
-std::string Explainer::cancel() {
+// Leaves the definitions as they are, since the worker forgets the program.
+explain::Outcome Explainer::evaluateWithoutTrace() {
   explain::Definitions kept = definitions_;
-  outcome_ = evaluateAgain();
+  explain::Outcome outcome = evaluateAgain();
   definitions_ = std::move(kept);
+  return outcome;
+}
+
+void Explainer::stop() { outcome_ = evaluateWithoutTrace(); }
+
+std::string Explainer::placeOfWaitingCall() {
+  const explain::Outcome outcome = evaluateWithoutTrace();
+  if (outcome.kind != explain::OutcomeKind::HostCallRequired || outcome.fault.program == nullptr) {
+    return "";
+  }
+  return explain::nameOfPlace(*outcome.fault.program, outcome.fault.begin);
+}
+
+std::string Explainer::cancel() {
+  outcome_ = evaluateWithoutTrace();
   const bool waits = outcome_.kind == explain::OutcomeKind::HostCallRequired;
   return waits ? explain::explanationOf(outcome_) : "";
 }
@@ -99,7 +115,9 @@ std::string Explainer::explainRefusals() const {
     if (!call.refusal.empty() && ++count <= kShownMax) text += explain::explanationOf(call);
   }
   if (count > kShownMax) {
-    text += "... and " + std::to_string(count - kShownMax) + " more calls were refused\n";
+    const std::size_t more = count - kShownMax;
+    text += "... and " + std::to_string(more) + " more " +
+            (more == 1 ? "call was refused\n" : "calls were refused\n");
   }
   return text;
 }

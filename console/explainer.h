@@ -38,6 +38,13 @@ class Explainer {
   // The program has been cancelled while a call waited. Where that call stands.
   [[nodiscard]] std::string cancel();
 
+  // The program has been cancelled because a call was refused: finds the places of refused calls.
+  void stop();
+
+  // Where the call that waits stands, as "a.lsp:4:3"; empty when that cannot be told. Evaluates
+  // the program once more.
+  [[nodiscard]] std::string placeOfWaitingCall();
+
   // The calls that the host has refused, each with its place, and only a count of those that are
   // too many. Once the program has come to an end.
   [[nodiscard]] std::string explainRefusals() const;
@@ -56,6 +63,7 @@ class Explainer {
   };
 
   explain::Outcome evaluateAgain();
+  explain::Outcome evaluateWithoutTrace();
   std::string explainUnreadableAnswer(const client::EvalResult& result);
 
   explain::Definitions definitions_;

@@ -82,6 +82,12 @@ std::optional<HostAnswer> Keyboard::answer(const client::HostCall& call, Drawing
                        call.name == "GETDIST" || (call.name == "SSGET" && call.arguments.empty());
   if (!is_pick) return std::nullopt;
   if (before_asking_) before_asking_();
+  HostAnswer answer = ask(call, drawing);
+  if (after_asking_) after_asking_();
+  return answer;
+}
+
+HostAnswer Keyboard::ask(const client::HostCall& call, Drawing& drawing) {
   for (;;) {
     std::string line;
     switch (editor_.read(promptOf(call), line)) {

@@ -24,19 +24,22 @@ class Keyboard : public Answerer {
   // `editor` must outlive it.
   explicit Keyboard(LineEditor& editor) : editor_(editor) {}
 
-  // Called before each question. May be empty.
-  void setBeforeAsking(std::function<void()> before_asking) {
-    before_asking_ = std::move(before_asking);
+  // Called before each question, and when it has been answered or given up. May be empty.
+  void setAround(std::function<void()> before, std::function<void()> after) {
+    before_asking_ = std::move(before);
+    after_asking_ = std::move(after);
   }
 
   std::optional<HostAnswer> answer(const client::HostCall& call, Drawing& drawing) override;
 
  private:
+  HostAnswer ask(const client::HostCall& call, Drawing& drawing);
   std::optional<client::Datum> readPick(const client::HostCall& call, Drawing& drawing,
                                         const std::string& line);
 
   LineEditor& editor_;
   std::function<void()> before_asking_;
+  std::function<void()> after_asking_;
   client::Point last_;  // What @ counts from.
 };
 

@@ -49,6 +49,9 @@ void ignoreInterrupts();
 void catchInterrupts();
 [[nodiscard]] bool takeInterrupt();
 
+// From here on Ctrl-C ends the program again.
+void endInterrupts();
+
 }  // namespace console
 
 #endif  // CONSOLE_LINE_EDITOR_H_

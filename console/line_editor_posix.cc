@@ -155,6 +155,12 @@ void catchInterrupts() {
   ::sigaction(SIGINT, &action, nullptr);
 }
 
+void endInterrupts() {
+  struct sigaction action = {};
+  action.sa_handler = SIG_DFL;
+  ::sigaction(SIGINT, &action, nullptr);
+}
+
 bool takeInterrupt() {
   const bool is_interrupted = interrupt_count != 0;
   interrupt_count = 0;

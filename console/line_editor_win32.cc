@@ -46,6 +46,8 @@ void catchInterrupts() {
   SetConsoleCtrlHandler(noteInterrupt, TRUE);
 }
 
+void endInterrupts() { SetConsoleCtrlHandler(noteInterrupt, FALSE); }
+
 bool takeInterrupt() { return is_interrupted.exchange(false); }
 
 }  // namespace console

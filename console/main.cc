@@ -25,6 +25,7 @@
 #include "console/own_path.h"
 #include "console/picture.h"
 #include "console/program.h"
+#include "console/progress.h"
 #include "console/prompt.h"
 #include "console/session.h"
 #include "explain/check.h"
@@ -39,6 +40,7 @@ enum class ExitCode : std::uint8_t {
   SomeUnexpected = 1,
   UnusableInput = 2,
   WorkerBroken = 3,
+  SomeRefused = 4,
 };
 
 ExitCode complain(ExitCode code, const std::string& what) {
@@ -87,7 +89,11 @@ std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
 bool writeOutputs(const CommandLine& line, const Session& session, const std::string& title,
                   const PictureWishes& wishes, std::string& error) {
   const Sheet sheet = session.sheet();
-  if (!line.save_path.empty() && !writeFile(line.save_path, writeSheet(sheet), error)) return false;
+  if (!line.save_path.empty() && line.is_dry) {
+    std::cout << "not written: " << line.save_path << "   [--dry-run]\n";
+  } else if (!line.save_path.empty() && !writeFile(line.save_path, writeSheet(sheet), error)) {
+    return false;
+  }
   if (line.picture_paths.empty()) return true;
   const std::string svg = drawPicture(session.drawingBefore(), sheet.drawing, sheet.context,
                                       {.title = title,
@@ -108,34 +114,53 @@ void tellUnusedAnswers(const CommandLine& line, const AnswerList& answers) {
   }
 }
 
+// What the prompt and programs in files have in common.
+void setUp(Session& session, const CommandLine& line) {
+  session.setKeep(line.keeps);
+  session.setStrict(line.is_strict);
+  if (line.host_call_count_max != 0) session.setHostCallCountMax(line.host_call_count_max);
+  if (line.shows_all_calls) {
+    session.setShownCallsMax(std::max(kHostCallCountMax, line.host_call_count_max));
+  }
+}
+
 ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
                      client::WorkerProcess& process) {
-  client::WorkerClient worker(process);
+  client::WorkerClient worker(process, {.time_limit = kTimeLimit});
   Session session(worker, std::cout);
   Explainer explainer;
   session.setExplainer(&explainer);
   session.setBrief(line.is_brief);
-  if (line.shows_all_calls) session.setShownCallsMax(kHostCallCountMax);
+  setUp(session, line);
+  ProgressLine progress;
+  bool is_interrupted = false;
+  session.setProgress([&](const Progress& now) {
+    is_interrupted = !progress.report(now);
+    return !is_interrupted;
+  });
   std::unique_ptr<LineEditor> editor;
   std::unique_ptr<Keyboard> keyboard;
   if (line.asks) {
     editor = openLineEditor("", [](std::string_view) { return std::vector<std::string>(); });
     keyboard = std::make_unique<Keyboard>(*editor);
+    keyboard->setAround([&progress] { progress.pause(); }, [&progress] { progress.resume(); });
   }
   AnswerList answers(line.answers_path, inputs.answers, keyboard.get());
   session.setAnswerer(line.answers_path.empty() ? static_cast<Answerer*>(keyboard.get())
                                                 : &answers);
   if (inputs.sheet) session.setSheet(*inputs.sheet);
   ExitCode exit_code = ExitCode::AllAsExpected;
-  const auto note = [&exit_code](ProgramEnd end) {
+  const auto note = [&](ProgramEnd end) {
+    progress.clear();
     if (end == ProgramEnd::Unexpected) exit_code = ExitCode::SomeUnexpected;
-    return end != ProgramEnd::Broken;
+    return end != ProgramEnd::Broken && !is_interrupted;
   };
   PictureWishes wishes;
   std::string title;
   bool goes_on = true;
   for (const Program& library : inputs.libraries) goes_on = goes_on && note(session.load(library));
   for (const Program& program : inputs.programs) {
+    progress.start();
     goes_on = goes_on && note(session.run(program));
     wishes.axes = wishes.axes || program.script.picture.axes;
     wishes.cells = wishes.cells || program.script.picture.cells;
@@ -143,13 +168,17 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   }
   if (!worker.fault() && !line.is_brief) session.printDrawing();
   tellUnusedAnswers(line, answers);
-  std::string error = endWorker(worker, process);
-  if (!error.empty()) return complain(ExitCode::WorkerBroken, error);
+  const std::string broken = endWorker(worker, process);
   if (inputs.programs.size() > 1) title = std::to_string(inputs.programs.size()) + " programs";
-  if (!writeOutputs(line, session, title, wishes, error)) {
-    return complain(ExitCode::UnusableInput, error);
-  }
-  return exit_code;
+  // The drawing is here, not in the worker.
+  endInterrupts();
+  std::string error;
+  const bool is_written = writeOutputs(line, session, title, wishes, error);
+  if (!is_written) complain(ExitCode::UnusableInput, error);
+  if (!broken.empty()) return complain(ExitCode::WorkerBroken, broken);
+  if (!is_written) return ExitCode::UnusableInput;
+  const bool some_refused = exit_code == ExitCode::AllAsExpected && session.refusedCount() != 0;
+  return some_refused ? ExitCode::SomeRefused : exit_code;
 }
 
 // A program and the libraries that it loads, in the order in which they run.
@@ -183,10 +212,8 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
   std::string error;
   if (!prompt.open(error)) return complain(ExitCode::WorkerBroken, error);
   Session& session = prompt.session();
-  if (line.shows_all_calls) {
-    session.setBrief(line.is_brief);
-    session.setShownCallsMax(kHostCallCountMax);
-  }
+  if (line.shows_all_calls) session.setBrief(line.is_brief);
+  setUp(session, line);
   AnswerList answers(line.answers_path, inputs.answers, &prompt.keyboard());
   session.setAnswerer(&answers);
   prompt.setPictureWishes({.axes = line.shows_axes, .cells = line.shows_cells});
@@ -216,7 +243,9 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);
   if (line->program_paths.empty()) return runPrompt(*inputs, *line);
+  ignoreInterrupts();
   const auto process = client::startWorker(line->worker_path, &error);
+  catchInterrupts();
   if (process == nullptr) {
     return complain(ExitCode::WorkerBroken, line->worker_path + ": " + error);
   }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <sstream>
 #include <string>
 
 #include "console/command_line.h"
@@ -19,6 +20,7 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 using testing_support::environment;
 using testing_support::runCommand;
@@ -35,6 +37,12 @@ class ConsoleProgram : public testing::Test {
     const std::filesystem::path path = directory_ / name;
     std::ofstream(path, std::ios::binary) << text;
     return path.string();
+  }
+
+  [[nodiscard]] static std::string written(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
   }
 
   // Runs the console with `arguments`, which the shell splits.
@@ -91,7 +99,7 @@ TEST_F(ConsoleProgram, IsDescribedByItsManualPage) {
     ++count;
   }
   EXPECT_GT(count, 30);
-  for (const char* const code : {"0", "1", "2", "3"}) {
+  for (const char* const code : {"0", "1", "2", "3", "4"}) {
     EXPECT_THAT(page, HasSubstr(std::string(".TP\n.B ") + code + "\n"));
   }
 }
@@ -110,12 +118,102 @@ TEST_F(ConsoleProgram, ShowsWhatTheDrawingHasRefused) {
                             "      | ^^^^^^^^^^^^^^^^^^^^^^^^^^^^\n";
   for (const char* const option : {"", "--brief "}) {
     runPrograms(option + quoted(path));
-    EXPECT_EQ(exit_code, 0);
+    EXPECT_EQ(exit_code, 4);
     EXPECT_THAT(output, HasSubstr(shown));
     EXPECT_THAT(output, HasSubstr(path + ":5:3: ENTMAKE refused: not made: "));
     EXPECT_THAT(output, HasSubstr("  values    (LIST '(0 \"POINT\") (LIST 8 N)) is ((0 \"POINT\") "
                                   "(8 4))\n... and 2 more calls were refused\n"));
   }
+}
+
+TEST_F(ConsoleProgram, SaysByItsExitCodeThatACallWasRefused) {
+  const std::string refused = "(COMMAND \"CIRCLE\" '(0 0) -5)\n";
+  runPrograms(quoted(file("a.lsp", refused)));
+  EXPECT_EQ(exit_code, 4);
+  runPrograms(quoted(file("a.lsp", refused)) + " " + quoted(file("b.lsp", "(/ 1 0)")));
+  EXPECT_EQ(exit_code, 1);
+  // A program that says how it ends has thought of it.
+  runPrograms(quoted(file("a.lsp", ";@ expect value nil\n" + refused)));
+  EXPECT_EQ(exit_code, 0);
+  runPrograms(quoted(file("a.lsp", "(SETQ N 0)(WHILE (< N 6) (SETQ N (1+ N)) " + refused + ")")));
+  EXPECT_THAT(output, HasSubstr("... and 1 more call was refused\n"));
+  runPrograms("--brief --strict " +
+              quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")\n" + refused)));
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, StartsWith("run     cancelled         COMMAND was refused: nothing done: "
+                                 "CIRCLE: group 40 needs a number above 0\n"));
+  EXPECT_THAT(output, HasSubstr("a.lsp:2:1: COMMAND refused: "));
+  EXPECT_THAT(output, HasSubstr("is taken back: 1 entity "));
+}
+
+TEST_F(ConsoleProgram, TakesBackWhatAFailedProgramHasDrawn) {
+  const std::string good = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));
+  const std::string bad = quoted(
+      file("b.lsp", "(COMMAND \"LAYER\" \"M\" \"B\" \"\")(COMMAND \"POINT\" '(2 2) \"\")(/ 1 0)"));
+  const std::string saved = file("saved.json", "");
+  runPrograms("--save " + quoted(saved) + " " + good);
+  const std::string expected = written(saved);
+  runPrograms("--save " + quoted(saved) + " " + good + " " + bad);
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_EQ(written(saved), expected);
+  EXPECT_THAT(output, HasSubstr("drawing untouched         what the program had changed is taken "
+                                "back: 1 entity   [--keep keeps it]\n"));
+  runPrograms("--keep --save " + quoted(saved) + " " + good + " " + bad);
+  EXPECT_THAT(written(saved), HasSubstr("E2"));
+  EXPECT_THAT(output, HasSubstr("drawing added             E2 POINT on layer B"));
+}
+
+TEST_F(ConsoleProgram, ShowsWhatWouldChangeWithoutWritingIt) {
+  const std::string good = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));
+  const std::string saved = file("saved.json", "as it was");
+  runPrograms("--brief --dry-run --save " + quoted(saved) + " " + good);
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_EQ(output,
+            "result: nil   [4 steps]\n"
+            "drawing added             E1 POINT on layer 0: at (1 1 0)\n"
+            "not written: " +
+                saved + "   [--dry-run]\n");
+  EXPECT_EQ(written(saved), "as it was");
+}
+
+TEST_F(ConsoleProgram, LetsAProgramMakeMoreHostCallsOrFewer) {
+  const std::string path = quoted(file("a.lsp", "(GETDIST)(GETDIST)(GETDIST)"));
+  runPrograms("--brief --max-calls 3 " + path);
+  EXPECT_EQ(exit_code, 0);
+  runPrograms("--brief --max-calls 2 " + path);
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, StartsWith("run     cancelled         this program makes more than 2 host "
+                                 "calls (--max-calls allows more)\n"));
+}
+
+// Ctrl-C ends the program where it is. What was asked for is written all the same.
+TEST_F(ConsoleProgram, EndsAProgramAtCtrlC) {
+  const std::string good = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));
+  const std::string endless =
+      file("b.lsp", "(ENTMAKE '((0 \"POINT\") (10 (2 2))))\n(WHILE T\n  (GETDIST))\n");
+  const std::string after = quoted(file("c.lsp", "\"was run\""));
+  const std::string saved = file("saved.json", "");
+  const std::string picture = file("picture.svg", "");
+  const auto result = runCommand(
+      "timeout --preserve-status -s INT 0.3 " + quoted(environment("LISP_CONSOLE_PATH")) +
+      " --worker " + quoted(environment("LISP_WORKER_PATH")) +
+      " --brief --max-calls 250000 --save " + quoted(saved) + " --picture " + quoted(picture) +
+      " " + good + " " + quoted(endless) + " " + after + " </dev/null 2>&1");
+  EXPECT_EQ(result.exit_code, 1) << result.text;
+  EXPECT_THAT(result.text, HasSubstr("run     cancelled         cancelled after "));
+  EXPECT_THAT(result.text, HasSubstr(endless + ":3:3: CAD host call required: GETDIST"));
+  EXPECT_THAT(result.text, HasSubstr("is taken back: 1 entity "));
+  EXPECT_THAT(result.text, Not(HasSubstr("was run")));
+  EXPECT_THAT(written(saved), HasSubstr("E1"));
+  EXPECT_THAT(written(saved), Not(HasSubstr("E2")));
+  EXPECT_THAT(written(picture), HasSubstr("</svg>"));
+}
+
+TEST_F(ConsoleProgram, WritesTheDrawingThoughTheWorkerIsGone) {
+  const std::string saved = file("saved.json", "");
+  run("--worker /bin/false --save " + quoted(saved) + " " + quoted(file("a.lsp", "1")));
+  EXPECT_EQ(exit_code, 3);
+  EXPECT_THAT(written(saved), HasSubstr("\"current_layer\": \"0\""));
 }
 
 TEST_F(ConsoleProgram, ExplainsItself) {
@@ -139,7 +237,7 @@ TEST_F(ConsoleProgram, RefusesWhatItCannotUseBeforeItStartsAWorker) {
   EXPECT_EQ(exit_code, 2);
   EXPECT_EQ(output, "lisp_console: " + path +
                         ": line 2: unknown: anwser; known "
-                        "are answer, drawing, entity, expect, load, picture and system\n");
+                        "are answer, drawing, entity, expect, keep, load, picture and system\n");
 }
 
 TEST_F(ConsoleProgram, FindsItsWorkerHoweverItIsFoundItself) {

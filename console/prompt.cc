@@ -20,7 +20,6 @@ namespace console {
 namespace {
 
 constexpr std::size_t kUndoMax = 100;
-constexpr std::chrono::milliseconds kProgressAfter{400};
 
 struct Command {
   std::string_view name;
@@ -35,6 +34,7 @@ constexpr std::array kCommands = {
     Command{":drawing", "what the drawing holds"},
     Command{":picture [FILE]", "draw it, before and after, as .svg or .png (drawing.svg)"},
     Command{":undo", "take back the last program: drawing, variables and functions"},
+    Command{":redo", "do again what :undo has taken back"},
     Command{":load FILE", "run a program, or begin with the drawing of a .json file"},
     Command{":save FILE", "write the drawing as .json, or the definitions as .lsp"},
     Command{":quit", "leave, as Ctrl-D does"},
@@ -54,6 +54,23 @@ std::string continuationPrompt(std::string_view text, std::size_t open_at) {
   return "  " + std::string(open.substr(0, kShownMax)) + (is_cut ? "..." : "") + "> ";
 }
 
+void tellNames(const char* what, const std::vector<std::string>& of,
+               const std::vector<std::string>& without) {
+  std::string names;
+  for (const std::string& name : of) {
+    if (!std::binary_search(without.begin(), without.end(), name)) names += " " + name;
+  }
+  if (!names.empty()) std::cout << what << displayText(names) << "\n";
+}
+
+// The names that one has and the other has not.
+void tellDefinitions(const explain::Definitions& before, const explain::Definitions& after) {
+  tellNames("functions gone:", before.functionNames(), after.functionNames());
+  tellNames("functions back:", after.functionNames(), before.functionNames());
+  tellNames("variables gone:", before.variableNames(), after.variableNames());
+  tellNames("variables back:", after.variableNames(), before.variableNames());
+}
+
 }  // namespace
 
 Prompt::Prompt(std::string worker_path, const std::string& history_path)
@@ -61,7 +78,7 @@ Prompt::Prompt(std::string worker_path, const std::string& history_path)
       editor_(openLineEditor(history_path,
                              [this](std::string_view word) { return completionsFor(word); })),
       keyboard_(std::make_unique<Keyboard>(*editor_)) {
-  keyboard_->setBeforeAsking([this] { clearProgress(); });
+  keyboard_->setAround([this] { progress_.pause(); }, [this] { progress_.resume(); });
 }
 
 bool Prompt::open(std::string& error) {
@@ -70,7 +87,7 @@ bool Prompt::open(std::string& error) {
   session_->setBrief(true);
   session_->setExplainer(&explainer_);
   session_->setAnswerer(keyboard_.get());
-  session_->setProgress([this](const Progress& progress) { return reportProgress(progress); });
+  session_->setProgress([this](const Progress& progress) { return progress_.report(progress); });
   return true;
 }
 
@@ -82,7 +99,8 @@ bool Prompt::startWorker(std::string& error) {
     error = worker_path_ + ": " + error;
     return false;
   }
-  worker_ = std::make_unique<client::WorkerClient>(*process_);
+  worker_ = std::make_unique<client::WorkerClient>(
+      *process_, client::ClientSettings{.time_limit = kTimeLimit});
   return true;
 }
 
@@ -113,8 +131,13 @@ bool Prompt::restoreDefinitions(std::string& error) {
   return true;
 }
 
-void Prompt::remember() {
-  undo_.push_back({session_->state(), explainer_.definitions()});
+Prompt::State Prompt::state(std::string program) const {
+  return {std::move(program), session_->state(), explainer_.definitions()};
+}
+
+void Prompt::remember(State state) {
+  redo_.clear();
+  undo_.push_back(std::move(state));
   if (undo_.size() > kUndoMax) undo_.erase(undo_.begin());
 }
 
@@ -176,42 +199,22 @@ void Prompt::runInput(const std::string& text) {
 }
 
 void Prompt::runProgram(const Program& program) {
-  remember();
-  run_start_ = std::chrono::steady_clock::now();
-  static_cast<void>(takeInterrupt());
+  State before = state(program.name);
+  progress_.start();
   const ProgramEnd end = session_->run(program);
-  clearProgress();
-  if (end == ProgramEnd::Unexpected) {
-    ++failure_count_;
-    // What has changed nothing need not be taken back.
-    if (compareDrawings(undo_.back().session.sheet.drawing, session_->drawing()).empty())
-      undo_.pop_back();
-  }
+  progress_.clear();
+  if (end != ProgramEnd::AsExpected) ++failure_count_;
+  // What has changed nothing need not be taken back.
+  const bool changed_nothing =
+      end != ProgramEnd::AsExpected && before.session.sheet.drawing == session_->drawing();
+  if (!changed_nothing) remember(std::move(before));
   if (end != ProgramEnd::Broken) return;
-  ++failure_count_;
   std::cout << "the worker is gone: " << client::describeExit(process_->finish()) << "\n";
   if (!restartWorker(fatal_error_)) {
     is_over_ = true;
     return;
   }
   std::cout << "a new one has the variables and functions from before\n";
-}
-
-void Prompt::clearProgress() {
-  if (std::exchange(shows_progress_, false)) std::cerr << "\r\033[K" << std::flush;
-}
-
-bool Prompt::reportProgress(const Progress& progress) {
-  if (takeInterrupt()) {
-    clearProgress();
-    return false;
-  }
-  if (isTerminalAttached() && std::chrono::steady_clock::now() - run_start_ > kProgressAfter) {
-    shows_progress_ = true;
-    std::cerr << "\r\033[K" << progress.call_count << " host calls answered, " << progress.steps
-              << " steps; Ctrl-C cancels" << std::flush;
-  }
-  return true;
 }
 
 void Prompt::runCommand(std::string_view line) {
@@ -232,7 +235,9 @@ void Prompt::runCommand(std::string_view line) {
   } else if (name == ":picture") {
     drawFile(argument.empty() ? "drawing.svg" : argument);
   } else if (name == ":undo") {
-    undo();
+    step(undo_, redo_, "taken back");
+  } else if (name == ":redo") {
+    step(redo_, undo_, "done again");
   } else if (name == ":load") {
     loadFile(argument);
   } else if (name == ":save") {
@@ -290,21 +295,27 @@ void Prompt::showCalls() const {
   }
 }
 
-void Prompt::undo() {
-  if (undo_.empty()) {
-    std::cout << "there is nothing to take back\n";
+// Goes to the state at the end of `from`, and leaves the way back in `to`.
+void Prompt::step(std::vector<State>& from, std::vector<State>& to, const char* done) {
+  if (from.empty()) {
+    std::cout << "there is nothing to " << (&from == &undo_ ? "take back\n" : "do again\n");
     return;
   }
-  State state = std::move(undo_.back());
-  undo_.pop_back();
-  session_->restore(std::move(state.session));
-  explainer_.setDefinitions(std::move(state.definitions));
+  State wanted = std::move(from.back());
+  from.pop_back();
+  to.push_back(state(wanted.program));
+  const State& left = to.back();
+  session_->restore(std::move(wanted.session));
+  explainer_.setDefinitions(std::move(wanted.definitions));
   if (!restartWorker(fatal_error_)) {
     is_over_ = true;
     return;
   }
-  std::cout << "taken back; the drawing has " << session_->drawing().entities().size()
-            << " entities\n";
+  const std::size_t count = session_->drawing().entities().size();
+  std::cout << done << ": " << displayText(wanted.program) << "; the drawing has " << count
+            << (count == 1 ? " entity\n" : " entities\n");
+  session_->printChanges(left.session.sheet.drawing);
+  tellDefinitions(left.definitions, explainer_.definitions());
 }
 
 void Prompt::loadFile(const std::string& path) {
@@ -314,7 +325,7 @@ void Prompt::loadFile(const std::string& path) {
   } else if (path.ends_with(".json")) {
     auto sheet = readSheetFile(path, error);
     if (sheet) {
-      remember();
+      remember(state(path));
       session_->setSheet(std::move(*sheet));
       std::cout << "the drawing has " << session_->drawing().entities().size() << " entities\n";
     } else {

@@ -3,7 +3,7 @@
 #ifndef CONSOLE_PROMPT_H_
 #define CONSOLE_PROMPT_H_
 
-#include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,6 +17,7 @@
 #include "console/keyboard.h"
 #include "console/line_editor.h"
 #include "console/program.h"
+#include "console/progress.h"
 #include "console/session.h"
 
 namespace console {
@@ -44,8 +45,9 @@ class Prompt {
   std::size_t converse(std::string& error);
 
  private:
-  // What :undo goes back to.
+  // What :undo goes back to, and :redo forward.
   struct State {
+    std::string program;  // The name of the one that lies between it and the next.
     Session::State session;
     explain::Definitions definitions;
   };
@@ -54,7 +56,8 @@ class Prompt {
   // Replaces a worker that has ended, or that has definitions that were taken back.
   bool restartWorker(std::string& error);
   bool restoreDefinitions(std::string& error);
-  void remember();
+  [[nodiscard]] State state(std::string program) const;
+  void remember(State state);
 
   // Reads until the parentheses close. Empty at the end of the input.
   std::optional<std::string> readInput();
@@ -65,14 +68,12 @@ class Prompt {
   void showHelp() const;
   void showEntry(std::string_view name) const;
   void showCalls() const;
-  void undo();
+  void step(std::vector<State>& from, std::vector<State>& to, const char* done);
   void loadFile(const std::string& path);
   void saveFile(const std::string& path);
   void drawFile(const std::string& path);
 
   [[nodiscard]] std::vector<std::string> completionsFor(std::string_view word) const;
-  bool reportProgress(const Progress& progress);
-  void clearProgress();
 
   std::string worker_path_;
   std::unique_ptr<LineEditor> editor_;
@@ -82,13 +83,13 @@ class Prompt {
   std::unique_ptr<Session> session_;
   Explainer explainer_;
   PictureWishes picture_wishes_;
-  std::vector<State> undo_;
+  std::vector<State> undo_;  // The last program's is at the end.
+  std::vector<State> redo_;  // The next one's is at the end.
   std::size_t input_count_ = 0;
   std::size_t failure_count_ = 0;
   bool is_over_ = false;
   std::string fatal_error_;
-  std::chrono::steady_clock::time_point run_start_;
-  bool shows_progress_ = false;
+  ProgressLine progress_;
 };
 
 }  // namespace console

@@ -93,6 +93,37 @@ TEST_F(PipedPrompt, TakesBackDrawingAndDefinitions) {
   EXPECT_THAT(said, HasSubstr("there is nothing to take back"));
 }
 
+TEST_F(PipedPrompt, TellsWhatComesBack) {
+  const std::string said =
+      say("(COMMAND \"POINT\" \"1,1\" \"\")\n(DEFUN F () 5)\n(COMMAND \"ERASE\" \"E1\" \"\")\n"
+          ":undo\n:undo\n:redo\n:redo\n:redo\n:undo\n(F)\n:redo\n");
+  EXPECT_THAT(said, HasSubstr("taken back: input 3; the drawing has 1 entity\n"
+                              "drawing added             E1 POINT on layer 0: at (1 1 0)\n"));
+  EXPECT_THAT(said, HasSubstr("taken back: input 2; the drawing has 1 entity\n"
+                              "functions gone: F\n"));
+  EXPECT_THAT(said, HasSubstr("done again: input 2; the drawing has 1 entity\n"
+                              "functions back: F\n"));
+  EXPECT_THAT(said, HasSubstr("done again: input 3; the drawing has 0 entities\n"
+                              "drawing erased            E1 POINT on layer 0: at (1 1 0)\n"
+                              "lisp> there is nothing to do again\n"
+                              "lisp> taken back: input 3; "));
+  // Behind another program there is nothing to do again.
+  EXPECT_THAT(said, HasSubstr("result: 5   [2 steps]\nlisp> there is nothing to do again\n"));
+}
+
+TEST_F(PipedPrompt, LeavesNothingOfAFailedProgram) {
+  const std::string said =
+      say("(COMMAND \"POINT\" \"1,1\" \"\")\n(PROGN (COMMAND \"POINT\" \"2,2\" \"\") (/ 1 0))\n"
+          ":drawing\n(COMMAND \"POINT\" \"3,3\" \"\")\n:undo\n:undo\n:undo\n");
+  EXPECT_THAT(said, HasSubstr("drawing untouched         what the program had changed is taken "
+                              "back: 1 entity   [--keep keeps it]\n"));
+  EXPECT_THAT(said, HasSubstr("== the drawing: 1 entity\n"));
+  EXPECT_THAT(said, HasSubstr("E2 POINT on layer 0: at (3 3 0)"));
+  EXPECT_THAT(said, HasSubstr("taken back: input 3; the drawing has 1 entity\n"));
+  EXPECT_THAT(said, HasSubstr("taken back: input 1; the drawing has 0 entities\n"));
+  EXPECT_THAT(said, HasSubstr("there is nothing to take back\n"));
+}
+
 TEST_F(PipedPrompt, AsksForPicksUntilItUnderstands) {
   const std::string said = say(
       "(GETPOINT \"Where? \")\nnowhere\n10,20\n(GETDIST '(0 0))\n3,4\n(GETPOINT)\n@5<90\n(SSGET)\n"

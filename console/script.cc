@@ -138,8 +138,12 @@ std::string readLine(std::string_view text, std::size_t line, Script& script) {
   if (keyword == "entity") return readEntity(text, script);
   if (keyword == "system") return readSystem(text, script);
   if (keyword == "expect") return readExpectation(text, script);
+  if (keyword == "keep") {
+    script.keeps = true;
+    return text.empty() ? "" : "keep takes nothing";
+  }
   return "unknown: " + std::string(keyword) +
-         "; known are answer, drawing, entity, expect, load, picture and system";
+         "; known are answer, drawing, entity, expect, keep, load, picture and system";
 }
 
 // Hands every line of `text`, without the blanks around it, and its number to `read`, which returns

@@ -107,9 +107,11 @@ TEST(Script, NamesTheLineThatCannotBeUnderstood) {
   };
   const Row rows[] = {
       {";@",
-       "line 1: unknown: ; known are answer, drawing, entity, expect, load, picture and system"},
+       "line 1: unknown: ; known are answer, drawing, entity, expect, keep, load, picture and "
+       "system"},
       {"(+ 1 2)\n;@ anwser GETPOINT nil",
-       "line 2: unknown: anwser; known are answer, drawing, entity, expect, load, picture and "
+       "line 2: unknown: anwser; known are answer, drawing, entity, expect, keep, load, picture "
+       "and "
        "system"},
       {";@ answer GETPOINTS nil", "line 1: no host call: GETPOINTS"},
       {";@ answer", "line 1: no host call: "},

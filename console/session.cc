@@ -23,8 +23,12 @@ namespace {
 constexpr std::size_t kSpeakerWidth = 8;
 constexpr std::size_t kWhatWidth = 18;
 
+std::string counted(std::size_t count, const std::string& thing, const std::string& things) {
+  return std::to_string(count) + " " + (count == 1 ? thing : things);
+}
+
 std::string counted(std::size_t count, const std::string& thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+  return counted(count, thing, thing + "s");
 }
 
 std::string_view nameOf(EntityChange::Kind kind) {
@@ -149,15 +153,32 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   const bool ready = addScriptedEntities(script) && registerContext(script, 0);
   if (!ready) return worker_->fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
   if (std::exchange(is_fresh_, false)) before_ = drawing_;
-  const Drawing before = drawing_;
+  const Drawing found = drawing_;
   if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
-  if (end != ProgramEnd::Broken) {
-    if (explainer_ != nullptr) out_ << explainer_->explainRefusals();
-    printChanges(before);
-  }
+  if (end != ProgramEnd::Broken && explainer_ != nullptr) out_ << explainer_->explainRefusals();
+  settle(found, script.keeps);
   if (!is_brief_) out_ << "\n";
   return end;
+}
+
+// A program is one change of the drawing: all of it stays, or none.
+void Session::settle(const Drawing& found, bool keeps) {
+  if (has_value_ || keeps_ || keeps) {
+    printChanges(found);
+    return;
+  }
+  // A selection is nothing that a person could miss.
+  Drawing compared = found;
+  compared.setPreviousSelection(drawing_.previousSelection());
+  const bool has_changed = !(compared == drawing_);
+  const std::size_t count = has_changed ? compareDrawings(found, drawing_).size() : 0;
+  drawing_ = found;
+  if (!has_changed) return;
+  printLine("drawing", "untouched",
+            "what the program had changed is taken back" +
+                (count == 0 ? "" : ": " + counted(count, "entity", "entities")) +
+                "   [--keep keeps it]");
 }
 
 void Session::printDrawing(std::string_view heading) {
@@ -209,6 +230,7 @@ bool Session::registerContext(const Script& script, std::size_t at_call) {
 ProgramEnd Session::converse(std::string_view program, const Script& script) {
   Host host(drawing_, script.answers, answerer_);
   calls_.clear();
+  has_value_ = false;
   tell("host", "EvalStart",
        "the program, " + counted(program.size(), "byte") + ", under context " +
            std::to_string(context_.id));
@@ -217,11 +239,13 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
   while (reply && reply->status == WorkerStatus::HostCallPending) {
     const bool is_shown = ++call_count <= shown_calls_max_;
     if (is_shown) printResponse(*reply, call_count);
-    if (call_count > kHostCallCountMax) {
-      return cancel(*reply->value,
-                    "this program makes more than " + counted(kHostCallCountMax, "host call"));
+    if (call_count > host_call_count_max_) {
+      return cancel(*reply->value, "this program makes more than " +
+                                       counted(host_call_count_max_, "host call") +
+                                       " (--max-calls allows more)");
     }
-    if (progress_ && !progress_({call_count - 1, reply->value->steps})) {
+    if (progress_ && !progress_({call_count - 1, reply->value->steps, drawing_.entities().size(),
+                                 [this] { return placeOfWaitingCall(); }})) {
       return cancel(*reply->value, "cancelled after " + counted(call_count - 1, "host call"));
     }
     if (!registerContext(script, call_count)) {
@@ -238,9 +262,14 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
       explainer_->answer(reply->value->call_name, answer.text,
                          answer.is_refused ? answer.note : "");
     }
+    if (answer.is_refused) {
+      if (is_strict_) return cancelRefused(*reply->value, answer.note);
+      if (!script.expectation) ++refused_count_;
+    }
     reply = worker_->evalResume(reply->value->run_id, answer.text);
   }
   if (!reply) return ProgramEnd::Broken;
+  has_value_ = reply->status == WorkerStatus::Ok;
   if (call_count > shown_calls_max_) {
     tell("", "...",
          "and " + counted(call_count - shown_calls_max_, "more host call") +
@@ -265,6 +294,18 @@ ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason)
   if (explainer_ != nullptr) out_ << explainer_->cancel();
   const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
+}
+
+// The refused call is explained with the others of its kind.
+ProgramEnd Session::cancelRefused(const EvalResult& waiting, const std::string& reason) {
+  printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel",
+            waiting.call_name + " was refused: " + displayText(reason));
+  if (explainer_ != nullptr) explainer_->stop();
+  return worker_->evalCancel(waiting.run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
+}
+
+std::string Session::placeOfWaitingCall() {
+  return explainer_ == nullptr ? "" : explainer_->placeOfWaitingCall();
 }
 
 ProgramEnd Session::judge(const Reply<EvalResult>& reply, const Script& script) {

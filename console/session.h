@@ -3,6 +3,7 @@
 #ifndef CONSOLE_SESSION_H_
 #define CONSOLE_SESSION_H_
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -21,6 +22,7 @@
 #include "console/explainer.h"
 #include "console/host.h"
 #include "console/program.h"
+#include "console/progress.h"
 #include "console/script.h"
 
 namespace console {
@@ -32,8 +34,11 @@ enum class ProgramEnd : std::uint8_t {
   Broken,  // The conversation is over; client::WorkerClient::fault says why.
 };
 
-// A program that makes more host calls is cancelled: each one evaluates it again from the start.
+// A program that makes more host calls is cancelled, unless the caller allows more.
 inline constexpr std::size_t kHostCallCountMax = 10000;
+
+// For the worker's answer to one request: it takes milliseconds, at the very worst some seconds.
+inline constexpr std::chrono::milliseconds kTimeLimit{60000};
 
 // Of the host calls of a program, and of the changes that it makes to the drawing, only this many
 // are shown unless the caller wants more.
@@ -44,12 +49,6 @@ inline constexpr std::size_t kListedEntitiesMax = 60;
 
 // Of a longer program only this many lines are printed, comments not counted.
 inline constexpr std::size_t kProgramLineCountMax = 40;
-
-// Told how a run is going, between two host calls.
-struct Progress {
-  std::size_t call_count = 0;  // Host calls answered.
-  std::uint64_t steps = 0;     // Of the last evaluation.
-};
 
 // A host call that was answered. Longer texts than kKeptTextSizeMax are there as displayText cuts
 // them, so that ten thousand of them fit into memory.
@@ -97,6 +96,18 @@ class Session {
   // worker runs, from its first.
   void setExplainer(Explainer* explainer) { explainer_ = explainer; }
 
+  // A program that ends without a value leaves the drawing as it found it: what its script put
+  // there first stays. Unless the session keeps what was drawn.
+  void setKeep(bool keeps) { keeps_ = keeps; }
+
+  // Programs are cancelled at the first call that the host refuses.
+  void setStrict(bool is_strict) { is_strict_ = is_strict; }
+
+  void setHostCallCountMax(std::size_t count) { host_call_count_max_ = count; }
+
+  // The host calls that were refused in programs that do not say themselves how they end.
+  [[nodiscard]] std::size_t refusedCount() const { return refused_count_; }
+
   // Without the conversation, only what a program comes to and what becomes of the drawing.
   void setBrief(bool is_brief) { is_brief_ = is_brief; }
   // Of the host calls of a program only this many are shown, and the last.
@@ -115,6 +126,9 @@ class Session {
   // Prints what all programs have left in the drawing.
   void printDrawing(std::string_view heading = "the drawing at the end");
 
+  // Prints what makes the drawing differ from `before`, an earlier state of it.
+  void printChanges(const Drawing& before);
+
   [[nodiscard]] const Drawing& drawing() const { return drawing_; }
   // The drawing as the first program on it has found it.
   [[nodiscard]] const Drawing& drawingBefore() const { return before_; }
@@ -124,6 +138,9 @@ class Session {
   bool registerContext(const Script& script, std::size_t at_call);
   ProgramEnd converse(std::string_view program, const Script& script);
   ProgramEnd cancel(const client::EvalResult& waiting, const std::string& reason);
+  ProgramEnd cancelRefused(const client::EvalResult& waiting, const std::string& reason);
+  void settle(const Drawing& found, bool keeps);
+  std::string placeOfWaitingCall();
   ProgramEnd judge(const client::Reply<client::EvalResult>& reply, const Script& script);
 
   // Prints unless the session is brief, or the call is one of too many.
@@ -132,7 +149,6 @@ class Session {
   void printProgram(std::string_view program);
   void printResponse(const client::Reply<client::EvalResult>& reply, std::size_t call_count);
   void printLine(std::string_view speaker, std::string_view what, const std::string& text);
-  void printChanges(const Drawing& before);
 
   client::WorkerClient* worker_;
   std::ostream& out_;
@@ -145,7 +161,12 @@ class Session {
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;
   std::vector<CallRecord> calls_;
+  bool has_value_ = false;  // The last program has ended with a value.
+  bool keeps_ = false;
+  bool is_strict_ = false;
   bool is_brief_ = false;
+  std::size_t host_call_count_max_ = kHostCallCountMax;
+  std::size_t refused_count_ = 0;
   std::size_t shown_calls_max_ = kShownCallsMax;
 };
 

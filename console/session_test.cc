@@ -110,11 +110,11 @@ TEST_F(SessionTest, ShowsWhatBecameOfTheDrawing) {
             "   [5 steps]\n"
             "host    EvalResume        ((0 \"POINT\") (8 \"A\") (10 (1 2)))   [added E2]\n"
             "worker  EvalFailed        error: division by zero   [8 steps]\n"
-            "drawing added             E2 POINT on layer A: at (1 2)\n"
+            "drawing untouched         what the program had changed is taken back: 1 entity"
+            "   [--keep keeps it]\n"
             "\n"
-            "== the drawing at the end: 2 entities\n"
-            "E1 POINT on layer B: at (3 4)\n"
-            "E2 POINT on layer A: at (1 2)\n");
+            "== the drawing at the end: 1 entity\n"
+            "E1 POINT on layer B: at (3 4)\n");
 }
 
 TEST_F(SessionTest, ReplacesTheContextWhileACallWaits) {
@@ -230,7 +230,8 @@ TEST_F(SessionTest, CancelsAProgramThatNeverStopsAsking) {
   EXPECT_FALSE(worker.fault().has_value());
   EXPECT_EQ(channel.unreadSize(), 0u);
   EXPECT_TRUE(out.str().ends_with(
-      "host    EvalCancel        this program makes more than 10000 host calls\n\n"));
+      "host    EvalCancel        this program makes more than 10000 host calls (--max-calls "
+      "allows more)\n\n"));
   const std::string cancel = channel.writes().back();
   EXPECT_EQ(worker::getU64(cancel.data() + worker::HeaderOffset::kRunId), 9u);
 }

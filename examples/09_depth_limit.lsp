@@ -3,6 +3,7 @@
 ; IF, the PROGN in it. The rings that were drawn before stay in the drawing.
 ;
 ;@ answer GETPOINT (20 -30 0)
+;@ keep
 ;@ expect error LISP evaluation depth exceeded
 
 (DEFUN RINGS (CENTRE RADIUS)

@@ -6,6 +6,7 @@
 ; another entity than the one that was made, and the recorded answer does not fit.
 ;
 ;@ system 1 at-call 2 (500 500 0 1 -1 0 1 0)
+;@ keep
 ;@ expect error LISP host replay divergence at call 1: ENTMAKE
 
 (ENTMAKE (LIST '(0 "POINT") '(8 "PLAN") (LIST 10 (TRANS '(10 0 0) 1 0))))

@@ -4,6 +4,7 @@
 ;
 ;@ answer GETPOINT (10 20 0)
 ;@ answer GETPOINT (40 20 0
+;@ keep
 ;@ expect error host response parse error: unterminated list
 
 (SETQ FROM (GETPOINT "From point: "))

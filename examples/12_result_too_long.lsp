@@ -2,6 +2,7 @@
 ; worker, but as text it would be millions of bytes long. The worker refuses to send it; the
 ; variables are kept all the same, so a later program can look at the list in pieces.
 ;
+;@ keep
 ;@ expect refusal BadRequest
 
 (SETQ PAIRS '(1 2))

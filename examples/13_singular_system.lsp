@@ -2,6 +2,7 @@
 ; x axis: every point has one, but no shadow leads back to a single point.
 ;
 ;@ answer GETPOINT (30 40 0)
+;@ keep
 ;@ expect error trans transform is singular
 
 (SETQ POINT (GETPOINT "Where: "))

@@ -1,0 +1,53 @@
+#include "console/progress.h"
+
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+#include "console/line_editor.h"
+
+namespace console {
+namespace {
+
+constexpr std::chrono::seconds kFirstAfter{1};
+constexpr std::chrono::milliseconds kInterval{500};
+
+// Finding the place evaluates the program once more, so it gets a tenth of the time at most.
+constexpr int kCostFactor = 10;
+
+}  // namespace
+
+void ProgressLine::start() {
+  static_cast<void>(takeInterrupt());
+  due_ = Clock::now() + kFirstAfter;
+}
+
+bool ProgressLine::report(const Progress& progress) {
+  if (takeInterrupt()) {
+    clear();
+    return false;
+  }
+  const Clock::time_point begin = Clock::now();
+  if (begin < due_ || !isTerminalAttached()) return true;
+  is_shown_ = true;
+  const std::string place = progress.place ? progress.place() : "";
+  std::cerr << "\r\033[K" << progress.call_count << " host calls answered, "
+            << progress.entity_count << " entities, " << progress.steps << " steps"
+            << (place.empty() ? "" : ", at " + place) << "; Ctrl-C ends the program" << std::flush;
+  const Clock::time_point end = Clock::now();
+  due_ = end + std::max<Clock::duration>(kInterval, kCostFactor * (end - begin));
+  return true;
+}
+
+void ProgressLine::clear() {
+  if (std::exchange(is_shown_, false)) std::cerr << "\r\033[K" << std::flush;
+}
+
+void ProgressLine::pause() {
+  clear();
+  paused_at_ = Clock::now();
+}
+
+void ProgressLine::resume() { due_ += Clock::now() - paused_at_; }
+
+}  // namespace console

@@ -1,0 +1,48 @@
+// How a long program is going: a line on a person's terminal, and Ctrl-C.
+
+#ifndef CONSOLE_PROGRESS_H_
+#define CONSOLE_PROGRESS_H_
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace console {
+
+// What is known between two host calls.
+struct Progress {
+  std::size_t call_count = 0;          // Host calls answered.
+  std::uint64_t steps = 0;             // Of the last evaluation.
+  std::size_t entity_count = 0;        // In the drawing.
+  std::function<std::string()> place;  // Of the call that waits, as "a.lsp:4:3"; costly.
+};
+
+class ProgressLine {
+ public:
+  // A program begins. An earlier Ctrl-C counts no more.
+  void start();
+
+  // Shows the line once a program has run for a second, if there is a terminal. False when Ctrl-C
+  // has been pressed.
+  [[nodiscard]] bool report(const Progress& progress);
+
+  // Takes the line away: something else will be printed.
+  void clear();
+
+  // What a person has taken to answer does not count. Between a question and its answer.
+  void pause();
+  void resume();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  Clock::time_point due_;  // When the line is shown next.
+  Clock::time_point paused_at_;
+  bool is_shown_ = false;
+};
+
+}  // namespace console
+
+#endif  // CONSOLE_PROGRESS_H_
