@@ -19,9 +19,9 @@
 #include "console/drawing_file.h"
 #include "console/host.h"
 #include "console/session.h"
-#include "testing/in_process_worker.h"
-#include "testing/random.h"
-#include "testing/test_environment.h"
+#include "testing/base/random.h"
+#include "testing/base/test_environment.h"
+#include "testing/workers/in_process_worker.h"
 
 namespace console {
 namespace {
