@@ -179,7 +179,7 @@ TEST_F(Examples, PassTheChecker) {
   }
 }
 
-// Every error of the examples is explained: the second evaluation comes to the same.
+// Every error of the examples is explained: the observed evaluation comes to the same.
 TEST_F(Examples, AreFollowedByTheExplainer) {
   for (const auto& path : examplePaths()) {
     startAfresh();

@@ -131,9 +131,6 @@ std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
   outcome_ = evaluateAgain();
   if (!reply.value) return "";
   const client::EvalResult& result = *reply.value;
-  if (outcome_.kind == explain::OutcomeKind::GivenUp) {
-    return "no explanation: following this program takes too much work\n";
-  }
   const bool is_same = static_cast<int>(outcome_.kind) == static_cast<int>(result.eval_status) &&
                        outcome_.steps == result.steps &&
                        (result.eval_status == EvalStatus::Value || outcome_.message == result.text);

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "explain/call.h"
 #include "explain/explanation.h"
+#include "explain/value_text.h"
 
 namespace explain {
 namespace {
@@ -41,10 +41,6 @@ std::optional<LispValue> constantOf(const Form& form) {
   }
   if (form.isSymbol()) return form.name() == "T" ? std::optional(lisp::truth()) : std::nullopt;
   return form.value;
-}
-
-std::string counted(std::size_t count, const char* thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
 class Checker {
@@ -275,33 +271,19 @@ class Checker {
     lookAtConstants(form);
   }
 
-  // Constants are tried in the builtin itself, with something that fits for what is not known.
+  // A constant of a wrong kind is tried in the builtin itself, which knows what it says then.
   void lookAtConstants(const Form& form) {
-    if (form.entry->name == "TRANS") return;  // Its context is not known.
-    for (std::size_t n = 1; n < form.items.size(); ++n) {
-      const auto constant = constantOf(form.items[n]);
-      if (!constant) continue;
-      std::vector<LispValue> arguments = fittingArguments(form);
-      arguments[n - 1] = *constant;
-      Refusal refusal;
-      if (callBuiltin(form.entry->name, arguments, nullptr, refusal)) continue;
-      if (refusal.argument && *refusal.argument != n - 1) continue;
-      error(form.items[n], refusal.message, "it takes " + refusal.expected);
+    const Entry& entry = *form.entry;
+    for (std::size_t n = 0; n + 1 < form.items.size(); ++n) {
+      const auto constant = constantOf(form.items[n + 1]);
+      if (!constant || fits(entry.kindAt(n), *constant)) continue;
+      std::vector<LispValue> arguments;
+      for (std::size_t i = 0; i + 1 < form.items.size(); ++i) {
+        arguments.push_back(i == n ? *constant : valueOf(entry.kindAt(i)));
+      }
+      error(form.items[n + 1], refusalOf(entry.name, arguments),
+            "it takes " + expectationOf(entry.kindAt(n), *constant));
     }
-  }
-
-  static std::vector<LispValue> fittingArguments(const Form& form) {
-    const std::string_view name = form.entry->name;
-    std::vector<LispValue> arguments(form.items.size() - 1, lisp::number(1));
-    const LispValue point = lisp::list({lisp::number(1), lisp::number(2)});
-    if (arguments.empty()) return arguments;
-    if (name == "DISTANCE" || name == "ANGLE") arguments = {point, point};
-    if (name == "POLAR") arguments[0] = point;
-    if (name == "LENGTH") arguments[0] = point;
-    if (name == "SSLENGTH" || name == "SSNAME") {
-      arguments[0] = lisp::list({lisp::symbol("$KVSEL")});
-    }
-    return arguments;
   }
 
   // --- Special forms ----------------------------------------------------------------------------

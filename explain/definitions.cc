@@ -8,15 +8,7 @@
 namespace explain {
 namespace {
 
-std::string nameOf(const lisp::LispValue& symbol) { return std::string(*lisp::asText(symbol)); }
-
-template <typename Map>
-std::vector<std::string> sortedNames(const Map& map) {
-  std::vector<std::string> names;
-  for (const auto& [record, entry] : map) names.push_back(nameOf(entry.symbol));
-  std::sort(names.begin(), names.end());
-  return names;
-}
+std::string_view nameOf(const Function& function) { return function.definition->items[1].name(); }
 
 // How many letters must be changed, left out, put in or exchanged with the next.
 std::size_t editDistance(std::string_view a, std::string_view b) {
@@ -39,43 +31,52 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-const lisp::LispValue* Definitions::findVariable(const lisp::LispValue& symbol) const {
-  const auto variable = variables_.find(symbol.raw().record);
-  return variable == variables_.end() ? nullptr : &variable->second.value;
+lisp::Binding Definitions::bindingOf(std::string_view name) const {
+  const lisp::LispValue symbol = lisp::symbol(name);
+  return environment_.find(lisp::symbolOf(symbol.raw()));
 }
 
-void Definitions::setVariable(const lisp::LispValue& symbol, const lisp::LispValue& value) {
-  variables_[symbol.raw().record] = {symbol, value};
+const Function* Definitions::findFunction(const lisp::UserFunction* record) const {
+  const auto function = functions_.find(record);
+  return function == functions_.end() ? nullptr : &function->second;
 }
 
-FunctionPointer Definitions::findFunction(const lisp::LispValue& symbol) const {
-  const auto function = functions_.find(symbol.raw().record);
-  return function == functions_.end() ? nullptr : function->second.function;
+const Function* Definitions::findFunctionNamed(std::string_view name) const {
+  return findFunction(bindingOf(name).function);
 }
 
-void Definitions::setFunction(const lisp::LispValue& symbol, FunctionPointer function) {
-  functions_[symbol.raw().record] = {symbol, std::move(function)};
+std::vector<std::string> Definitions::variableNames() const {
+  return {variables_.begin(), variables_.end()};
 }
 
-std::vector<std::string> Definitions::variableNames() const { return sortedNames(variables_); }
+std::vector<std::string> Definitions::functionNames() const {
+  std::vector<std::string> names;
+  for (const auto& [record, function] : functions_) names.emplace_back(nameOf(function));
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
-std::vector<std::string> Definitions::functionNames() const { return sortedNames(functions_); }
-
-FunctionPointer Definitions::findFunctionNamed(std::string_view name) const {
-  return findFunction(lisp::symbol(name));
+void Definitions::keep(lisp::Interpreter& finished, const std::set<std::string>& variables,
+                       const FunctionTable& functions) {
+  finished.commit(environment_);
+  variables_.insert(variables.begin(), variables.end());
+  for (const auto& [record, function] : functions) functions_[record] = function;
+  std::erase_if(functions_, [this](const auto& entry) {
+    return bindingOf(nameOf(entry.second)).function != entry.first;
+  });
 }
 
 std::string Definitions::asProgram(std::vector<std::string>& lost) const {
   constexpr std::size_t kValueSizeMax = 200000;
   std::string text;
   for (const std::string& name : functionNames()) {
-    const FunctionPointer function = findFunctionNamed(name);
+    const Function* const function = findFunctionNamed(name);
     const Form& form = *function->definition;
     text += function->program->source.text().substr(form.begin, form.end - form.begin);
     text += "\n";
   }
-  for (const std::string& name : variableNames()) {
-    const auto value = write(*findVariable(lisp::symbol(name)), kValueSizeMax);
+  for (const std::string& name : variables_) {
+    const auto value = write(lisp::LispValue::share(bindingOf(name).value), kValueSizeMax);
     if (value) {
       text += "(SETQ " + name + " '" + *value + ")\n";
     } else {

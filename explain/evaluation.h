@@ -1,9 +1,10 @@
-// A second evaluation of a program that knows where everything stands.
+// A program evaluated once more, so that what it comes to can be explained.
 //
-// The worker's errors carry no position, because its values carry none. So a person's console
-// evaluates a program once more, here, from its forms and the answers that the host has given, and
-// takes what it finds for an explanation only when message and steps are the worker's own. Nothing
-// here is fast, but everything is bounded: a run that would take too much work is given up.
+// The worker's errors carry no position, because its values carry none. So a person's console runs
+// a program once more, here, in the worker's own evaluator, from its text and the answers that the
+// host has given, and observes it (lisp/observer.h). The observer knows where every form stands,
+// what the arguments of the calls in progress have come to, and which calls lead to the form that
+// fails. A run is bounded as the worker's is.
 
 #ifndef EXPLAIN_EVALUATION_H_
 #define EXPLAIN_EVALUATION_H_
@@ -12,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -21,6 +23,10 @@
 #include "explain/form.h"
 #include "explain/source.h"
 #include "geometry/coord_context.h"
+#include "lisp/environment.h"
+#include "lisp/interpreter.h"
+#include "lisp/outcome.h"
+#include "lisp/user_function.h"
 #include "lisp/value.h"
 
 namespace explain {
@@ -29,48 +35,46 @@ namespace explain {
 struct Program {
   Source source;
   Reading reading;
+  lisp::LispValue observed = {};                  // The forms as they are run.
+  std::vector<const Form*> forms_by_number = {};  // Those of `reading` and all inside them.
 };
 using ProgramPointer = std::shared_ptr<const Program>;
 
 [[nodiscard]] ProgramPointer readProgram(std::string name, std::string text);
 
+// A function that a DEFUN has made.
 struct Function {
-  std::string name;
-  std::vector<lisp::LispValue> parameters;  // Symbols.
-  std::vector<lisp::LispValue> locals;
   ProgramPointer program;
   const Form* definition = nullptr;  // The DEFUN; of `program`.
 };
-using FunctionPointer = std::shared_ptr<const Function>;
+// By the evaluator's records.
+using FunctionTable = std::unordered_map<const lisp::UserFunction*, Function>;
 
-// What finished programs have left: the mirror of the worker's variables and functions.
+// The variables and functions that finished programs have left; a mirror of the worker's.
 class Definitions {
  public:
-  struct Variable {
-    lisp::LispValue symbol;
-    lisp::LispValue value;
-  };
-  struct Defined {
-    lisp::LispValue symbol;
-    FunctionPointer function;
-  };
-
-  [[nodiscard]] const lisp::LispValue* findVariable(const lisp::LispValue& symbol) const;
-  void setVariable(const lisp::LispValue& symbol, const lisp::LispValue& value);
-  [[nodiscard]] FunctionPointer findFunction(const lisp::LispValue& symbol) const;
-  void setFunction(const lisp::LispValue& symbol, FunctionPointer function);
-
+  [[nodiscard]] const lisp::Environment& environment() const { return environment_; }
   [[nodiscard]] std::vector<std::string> variableNames() const;  // Sorted.
   [[nodiscard]] std::vector<std::string> functionNames() const;  // Sorted.
-  [[nodiscard]] FunctionPointer findFunctionNamed(std::string_view name) const;
+  // Null when there is no such function.
+  [[nodiscard]] const Function* findFunctionNamed(std::string_view name) const;
+  [[nodiscard]] const Function* findFunction(const lisp::UserFunction* record) const;
+
+  // Takes over what a run on environment() has left that has ended with a value: the names of the
+  // global variables that it has set, and all functions that it has defined.
+  void keep(lisp::Interpreter& finished, const std::set<std::string>& variables,
+            const FunctionTable& functions);
 
   // A program that makes the same definitions in a fresh worker. Names of variables that no text
   // stands for are appended to `lost`.
   [[nodiscard]] std::string asProgram(std::vector<std::string>& lost) const;
 
  private:
-  std::unordered_map<const lisp::Counted*, Variable> variables_;
-  std::unordered_map<const lisp::Counted*, Defined> functions_;
+  [[nodiscard]] lisp::Binding bindingOf(std::string_view name) const;
+
+  lisp::Environment environment_;
+  std::set<std::string> variables_;
+  FunctionTable functions_;  // Those in force.
 };
 
 // A call of a function on the way to where an evaluation has stopped.
@@ -115,14 +119,7 @@ struct StepCount {
   std::uint64_t count = 0;
 };
 
-enum class OutcomeKind : std::uint8_t {
-  Value = 0,
-  ReadError = 1,
-  EvalError = 2,
-  StepLimit = 3,
-  HostCallRequired = 4,
-  GivenUp = 5,  // It would have taken too much work.
-};
+using lisp::OutcomeKind;
 
 struct Outcome {
   OutcomeKind kind = OutcomeKind::Value;
@@ -133,19 +130,20 @@ struct Outcome {
   std::vector<StepCount> step_counts;  // The most first.
 };
 
-struct Limits {
-  std::uint64_t steps_max = 250000;
-  std::uint32_t depth_max = 128;
-};
-
 // Runs `program` on `definitions`, which change only when it ends with a value. `context` may be
 // null. Calls without an answer end in HostCallRequired.
 [[nodiscard]] Outcome evaluate(const ProgramPointer& program, Definitions& definitions,
                                std::span<AnsweredCall> answers,
-                               const geometry::CoordContext* context, const Limits& limits = {});
+                               const geometry::CoordContext* context,
+                               const lisp::EvalLimits& limits = {});
 
 // The fault of a host's answer that cannot be read; message is the worker's own, with its prefix.
 [[nodiscard]] std::optional<Outcome> explainAnswer(const std::string& answer);
+
+// The worker's message when a builtin is called with these arguments and no context; empty when it
+// comes to a value.
+[[nodiscard]] std::string refusalOf(std::string_view name,
+                                    std::span<const lisp::LispValue> arguments);
 
 // The names nearest to `name`, at most three, none when all are far; for advice.
 [[nodiscard]] std::vector<std::string> similarNames(std::string_view name,

@@ -3,12 +3,15 @@
 #ifndef EXPLAIN_REFERENCE_H_
 #define EXPLAIN_REFERENCE_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "explain/kind.h"
 
 namespace explain {
 
@@ -25,6 +28,12 @@ struct Entry {
   std::string_view meaning;  // One or two sentences.
   std::string_view example;  // A program, and what it comes to as the worker writes it; a host call
   std::string_view result;   // that waits gives "waits for NAME ARGUMENTS".
+  // A letter for each argument of a builtin, the last for all that follow; nothing for any value.
+  std::string_view kinds = {};
+
+  [[nodiscard]] Kind kindAt(std::size_t argument) const {
+    return kinds.empty() ? Kind::Any : Kind{kinds[std::min(argument, kinds.size() - 1)]};
+  }
 };
 
 // All of them: special forms, builtins, host calls.

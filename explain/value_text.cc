@@ -109,6 +109,10 @@ std::optional<std::string> write(const lisp::LispValue& value, std::size_t size_
   return writer.takeText();
 }
 
+std::string counted(std::size_t count, const char* thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 std::string kindOf(const lisp::LispValue& value) {
   switch (value.kind()) {
     case lisp::ValueKind::Nil:

@@ -18,6 +18,9 @@ namespace explain {
 // read as something else, lists deeper than the reader allows, or more than `size_max` bytes.
 [[nodiscard]] std::optional<std::string> write(const lisp::LispValue& value, std::size_t size_max);
 
+// "1 argument", "2 arguments"
+[[nodiscard]] std::string counted(std::size_t count, const char* thing);
+
 // "a number", "a text", ...
 [[nodiscard]] std::string kindOf(const lisp::LispValue& value);
 

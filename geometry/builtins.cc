@@ -37,26 +37,6 @@ Result fail_point(Interpreter& interpreter, const BuiltinCall& call) {
   return fail_with_name(interpreter, call, " expects point list");
 }
 
-std::optional<Point> read_point(const LispValue& value) {
-  const std::optional<lisp::LispList> elements = lisp::asList(value);
-  if (!elements.has_value() || elements->size() < 2) return std::nullopt;
-  auto element = elements->begin();
-  const std::optional<double> x = lisp::asNumber(*element);
-  const std::optional<double> y = lisp::asNumber(*++element);
-  if (!x.has_value() || !y.has_value()) return std::nullopt;
-  const bool has_third = elements->size() > 2;
-  const std::optional<double> z = has_third ? lisp::asNumber(*++element) : std::nullopt;
-  return Point{.x = *x, .y = *y, .z = z.value_or(0)};
-}
-
-// A system code counts by its integer part, taken toward zero: -0.5 is 0 and 4.9 is 4.
-std::optional<std::size_t> read_system_code(const LispValue& value) {
-  const std::optional<double> code = lisp::asNumber(value);
-  const bool names_system = code.has_value() && *code > -1 && *code < double{kSystemCount};
-  if (!names_system) return std::nullopt;
-  return static_cast<std::size_t>(std::trunc(*code));
-}
-
 Result make_point(const Point& point) {
   const std::array coordinates = {RawValue::ofNumber(point.x), RawValue::ofNumber(point.y),
                                   RawValue::ofNumber(point.z)};
@@ -130,6 +110,25 @@ constexpr std::array kGeometryBuiltins = {
 };
 
 }  // namespace
+
+std::optional<Point> read_point(const LispValue& value) {
+  const std::optional<lisp::LispList> elements = lisp::asList(value);
+  if (!elements.has_value() || elements->size() < 2) return std::nullopt;
+  auto element = elements->begin();
+  const std::optional<double> x = lisp::asNumber(*element);
+  const std::optional<double> y = lisp::asNumber(*++element);
+  if (!x.has_value() || !y.has_value()) return std::nullopt;
+  const bool has_third = elements->size() > 2;
+  const std::optional<double> z = has_third ? lisp::asNumber(*++element) : std::nullopt;
+  return Point{.x = *x, .y = *y, .z = z.value_or(0)};
+}
+
+std::optional<std::size_t> read_system_code(const LispValue& value) {
+  const std::optional<double> code = lisp::asNumber(value);
+  const bool names_system = code.has_value() && *code > -1 && *code < double{kSystemCount};
+  if (!names_system) return std::nullopt;
+  return static_cast<std::size_t>(std::trunc(*code));
+}
 
 std::span<const Builtin> geometry_builtins() { return kGeometryBuiltins; }
 

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/observer.h"
 #include "lisp/outcome.h"
 #include "lisp/value.h"
 
@@ -29,6 +30,8 @@ lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::Buil
   if (!interpreter.evaluateArguments(call.items, call.depth, arguments)) {
     return lisp::Result::failure();
   }
+  lisp::Observer* const observer = interpreter.observer();
+  if (observer != nullptr) observer->hostCalled(call.name, arguments);
   const HostTranscript* const transcript = interpreter.transcript();
   const std::size_t cursor = interpreter.replayCursor();
   if (transcript == nullptr || cursor == transcript->size()) {
@@ -40,6 +43,7 @@ lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::Buil
         "LISP host replay divergence at call " + std::to_string(cursor + 1) + ": ", call.name);
   }
   interpreter.advanceReplayCursor();
+  if (observer != nullptr) observer->hostAnswered(entry);
   return LispValue(entry.answer);
 }
 

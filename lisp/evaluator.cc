@@ -481,7 +481,7 @@ struct EvaluatorTable {
       case Operation::Quote:
         return specialForm<&I::evaluateQuote>();
       case Operation::Setq:
-        return specialForm<&I::evaluateSetq>();
+        return specialForm<&I::evaluateSetq<false>>();
       case Operation::If:
         return specialForm<&I::evaluateIf>();
       case Operation::Progn:
@@ -498,7 +498,7 @@ struct EvaluatorTable {
       case Operation::Null:
         return condition<&I::evaluateNot, &I::testNot>();
       case Operation::UserFunction:
-        return function<operation, &I::applyFunction>();
+        return function<operation, &I::applyFunction<false>>();
       case Operation::Cons:
         return function<operation, &I::callCons>();
       case Operation::List:
@@ -571,6 +571,10 @@ struct EvaluatorTable {
       return {call<&I::setSymbols>, I::testByValue};
     } else if constexpr (index == kSetSymbolShape) {
       return {call<&I::setSymbol>, I::testByValue};
+    } else if constexpr (index == kObservedShape) {
+      return {call<&I::evaluateObserved>, I::testByValue};
+    } else if constexpr (index == kObservedAtomShape) {
+      return {call<&I::evaluateObservedAtom>, I::testByValue};
     } else if constexpr (index < kNumericShapes) {
       return ofOperation<index - kOperationShapes>();
     } else if constexpr (index < kUnaryShapes) {

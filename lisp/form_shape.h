@@ -51,9 +51,12 @@ inline constexpr FormShape kBuiltinAtHandShape = 6;  // A builtin of variables a
 inline constexpr FormShape kCarChainShape = 7;       // CAR of CDR upon CDR of a variable;
 inline constexpr FormShape kCdrChainShape = 8;       // CDR of the same.
 inline constexpr FormShape kConsAtHandShape = 9;     // CONS of two variables or literals.
+// Of observed programs (lisp/observer.h). These forms keep their shape for good.
+inline constexpr FormShape kObservedShape = 10;      // A list that is evaluated;
+inline constexpr FormShape kObservedAtomShape = 11;  // an atom that is, wrapped in a list of one.
 
 // Any form of an operation.
-inline constexpr FormShape kOperationShapes = 10;
+inline constexpr FormShape kOperationShapes = 12;
 [[nodiscard]] constexpr FormShape shapeOfOperation(Operation operation) {
   return kOperationShapes + indexOf(operation);
 }

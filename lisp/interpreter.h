@@ -30,6 +30,7 @@
 #include "lisp/builtin.h"
 #include "lisp/environment.h"
 #include "lisp/list.h"
+#include "lisp/observer.h"
 #include "lisp/outcome.h"
 #include "lisp/plain_stack.h"
 #include "lisp/symbol.h"
@@ -61,6 +62,10 @@ class Interpreter {
   ~Interpreter();
   Interpreter(const Interpreter&) = delete;
   Interpreter& operator=(const Interpreter&) = delete;
+
+  // Tells `observer` of the runs of observed programs from here on. Borrowed; null for nobody.
+  void observe(Observer* observer) { observer_ = observer; }
+  [[nodiscard]] Observer* observer() const { return observer_; }
 
   // Begins the counts of a run.
   void start(const EvalLimits& limits);
@@ -179,6 +184,7 @@ class Interpreter {
 
   // Special forms (special_forms.cc).
   Result evaluateQuote(Run& items, std::uint32_t depth);
+  template <bool is_observed>
   Result evaluateSetq(Run& items, std::uint32_t depth);
   Result setSymbols(Run& items, std::uint32_t depth);
   Result setSymbol(Run& items, std::uint32_t depth);
@@ -195,6 +201,7 @@ class Interpreter {
   Truth testNot(Run& items, std::uint32_t depth);
 
   // Calls of user functions (user_call.cc).
+  template <bool is_observed>
   Result applyFunction(Run& items, std::uint32_t depth);
   [[gnu::noinline]] static Result leaveUncalled(UserFunction& function);
   Result callPlainly(Run& items, std::uint32_t depth);
@@ -211,6 +218,14 @@ class Interpreter {
   const RawValue* changedSince(Symbol& symbol, std::uint64_t snapshot);
   void logAssignment(Symbol& symbol, RawValue value);
   void truncateLog(std::size_t size);
+
+  // Observed forms (observer.cc).
+  template <typename Evaluate>
+  Result tell(FormNumber number, const Evaluate& evaluate);
+  Result evaluateObserved(Run& items, std::uint32_t depth);
+  Result evaluateObservedAtom(Run& items, std::uint32_t depth);
+  Result evaluateByObservedName(Run& items, std::uint32_t depth);
+  void assignObserved(Symbol& symbol, RawValue value);
 
   // Bindings (interpreter.cc).
   void assignSlowly(Symbol& symbol, RawValue value);
@@ -250,6 +265,8 @@ class Interpreter {
   std::vector<Symbol*> touched_;  // Holds them.
   // What DEFUN forms with long parameter lists made, by form, so that a loop of DEFUN is cheap.
   std::unordered_map<const Run*, UserFunction*> definitions_;  // Holds the functions.
+
+  Observer* observer_ = nullptr;
 
   // The failure that is on its way out.
   OutcomeKind failure_kind_ = OutcomeKind::Value;

@@ -54,8 +54,9 @@ struct Run : Counted {
   std::uint32_t full_length = 0;
   // The hash of slot 0, which is odd; or the run's node (lisp/equality.h), which the run holds and
   // which has that hash; or, without a digest and for the empty list, the shape in the upper half,
-  // and in the lower a bit that no node's address has; or, in the graveyard, the next run. The
-  // compilers that build this let one member be read as another.
+  // and in the lower a bit that no node's address has, and above it the number of an observed form;
+  // or, in the graveyard, the next run. The compilers that build this let one member be read as
+  // another.
   union {
     std::uint64_t front = 1;
     EqualityNode* node;
@@ -66,7 +67,12 @@ struct Run : Counted {
   [[nodiscard]] bool hasNode() const { return (front & 3) == 0; }
   // How a run without a digest is evaluated.
   [[nodiscard]] FormShape shape() const { return static_cast<FormShape>(front >> 32); }
-  constexpr void setShape(FormShape shape) { front = std::uint64_t{shape} << 32 | 2; }
+  // `form_number` has 30 bits.
+  constexpr void setShape(FormShape shape, std::uint32_t form_number = 0) {
+    front = std::uint64_t{shape} << 32 | std::uint64_t{form_number} << 2 | 2;
+  }
+  // The number of an observed form (lisp/observer.h).
+  [[nodiscard]] std::uint32_t formNumber() const { return static_cast<std::uint32_t>(front) >> 2; }
 
   [[nodiscard]] bool isLinked() const { return (full_length & kLinked) != 0; }
   // What remains from slot 0 on.

@@ -28,18 +28,29 @@ Result Interpreter::evaluateQuote(Run& items, std::uint32_t /*depth*/) {
   return value;
 }
 
+template <bool is_observed>
 Result Interpreter::evaluateSetq(Run& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return fail("setq expects symbol/value pairs");
   const LispValue* target = items.slots() + 1;
   for (const LispValue* const last = items.slots() + count - 2;; target += 2) {
     if (target->raw().tag() != Tag::Symbol) return fail("setq target must be a symbol");
-    if (target == last) return setLast(*target, target[1], depth);
+    if (!is_observed && target == last) return setLast(*target, target[1], depth);
     const Result value = evaluateItem(target[1], depth);
     if (value.failed()) return value;
-    assign(symbolOf(target->raw()), value.raw);
+    if constexpr (is_observed) {
+      retain(value.raw);
+      assignObserved(symbolOf(target->raw()), value.raw);
+      if (target == last) return value;
+      release(value.raw);
+    } else {
+      assign(symbolOf(target->raw()), value.raw);
+    }
   }
 }
+
+template Result Interpreter::evaluateSetq<false>(Run& items, std::uint32_t depth);
+template Result Interpreter::evaluateSetq<true>(Run& items, std::uint32_t depth);
 
 // Several pairs, all of whose targets are symbols.
 Result Interpreter::setSymbols(Run& items, std::uint32_t depth) {

@@ -15,6 +15,7 @@ constexpr std::size_t kEagerCopiesMax = 8;
 
 }  // namespace
 
+template <bool is_observed>
 Result Interpreter::applyFunction(Run& items, std::uint32_t depth) {
   const Symbol& name = nameOf(items);
   UserFunction& function = *name.function;
@@ -46,8 +47,10 @@ Result Interpreter::applyFunction(Run& items, std::uint32_t depth) {
   } else {
     bindLocals(function);
   }
+  if constexpr (is_observed) observer_->called(function);
   const Result result = evaluateBody(function, depth);
   if (!result.failed()) [[likely]] {
+    if constexpr (is_observed) observer_->returned();
     // 6. The call's bindings go.
     unwind(trail_begin);
     if (late_frame_ == frame_) [[unlikely]]
@@ -59,6 +62,9 @@ Result Interpreter::applyFunction(Run& items, std::uint32_t depth) {
     retireFunction(&function);
   return result;
 }
+
+template Result Interpreter::applyFunction<false>(Run& items, std::uint32_t depth);
+template Result Interpreter::applyFunction<true>(Run& items, std::uint32_t depth);
 
 // An argument has failed.
 Result Interpreter::leaveUncalled(UserFunction& function) {

@@ -113,8 +113,6 @@ TEST_F(FaultyRuns, AreExplainedAtTheRightPlaceInTenThousandPrograms) {
 // Whatever programs do: the same kind, message, steps and value, and the same left for the next.
 TEST(Explanations, ComeToWhatTheWorkerComesTo) {
   const auto conversation_count = static_cast<int>(setting("LISP_DIFFERENTIAL_COUNT", 1500) / 3);
-  int given_up_count = 0;
-  int compared_count = 0;
   for (int seed = 0; seed < conversation_count; ++seed) {
     Random random(static_cast<std::uint64_t>(seed));
     ProgramGenerator generator(random);
@@ -125,11 +123,6 @@ TEST(Explanations, ComeToWhatTheWorkerComesTo) {
       const lisp::EvalOutcome expected = worker.run(text);
       const explain::Outcome outcome =
           explain::evaluate(explain::readProgram("p", text), definitions, {}, nullptr);
-      if (outcome.kind == explain::OutcomeKind::GivenUp) {
-        ++given_up_count;
-        break;  // What it would have left behind is not known.
-      }
-      ++compared_count;
       ASSERT_EQ(static_cast<int>(outcome.kind), static_cast<int>(expected.kind)) << text;
       ASSERT_EQ(outcome.message, expected.message) << text;
       ASSERT_EQ(outcome.steps, expected.steps) << text;
@@ -140,7 +133,6 @@ TEST(Explanations, ComeToWhatTheWorkerComesTo) {
       ASSERT_EQ(value_text, expected_text) << text;
     }
   }
-  EXPECT_LT(given_up_count * 100, compared_count + 1);
 }
 
 }  // namespace
