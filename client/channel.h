@@ -14,6 +14,16 @@ namespace client {
 // A moment after which nobody waits any more. Empty: never.
 using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
+// The moment that comes `limit` after now, or the last one that the clock knows when that is later.
+[[nodiscard]] inline std::chrono::steady_clock::time_point momentAfter(
+    std::chrono::milliseconds limit) {
+  using std::chrono::steady_clock;
+  const steady_clock::time_point now = steady_clock::now();
+  const auto left =
+      std::chrono::floor<std::chrono::milliseconds>(steady_clock::time_point::max() - now);
+  return limit < left ? now + limit : steady_clock::time_point::max();
+}
+
 class Channel {
  public:
   virtual ~Channel() = default;

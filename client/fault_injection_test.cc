@@ -359,6 +359,16 @@ TEST(FaultDeadline, IsThatOfStopping) {
   EXPECT_EQ(worker.fault()->kind, Fault::Kind::DeadlinePassed);
 }
 
+TEST(FaultDeadline, OfStoppingHoldsWithoutAnyOther) {
+  constexpr milliseconds kLimit{300};
+  Worker worker(faultyStarter({FaultKind::Stall, 0}),
+                {.time_limit = milliseconds(0), .stop_time_limit = kLimit});
+  ASSERT_TRUE(worker.start());
+  const auto begin = steady_clock::now();
+  EXPECT_EQ(worker.stop().kind, WorkerExit::Kind::Killed);
+  EXPECT_LT(steady_clock::now() - begin, 2 * kLimit);
+}
+
 // A deadline is for one request, not for what the host does between two.
 TEST(FaultDeadline, DoesNotCountTheHostsOwnTime) {
   constexpr milliseconds kLimit{600};  // Of a busy machine, too.

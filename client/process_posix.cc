@@ -18,11 +18,11 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 
 #include "client/process.h"
+#include "client/system_text.h"
 
 namespace client {
 namespace {
@@ -99,6 +99,9 @@ struct Command {
   // Whatever the worker does, it ends with the host. A host that has ended before cannot tell.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != host) ::_exit(0);
+  // The keys ^C and ^Z send signals to the group of the program in front; a worker that got them
+  // would be lost with all that it keeps, or stand still.
+  ::setpgid(0, 0);
   ::dup2(command.input, STDIN_FILENO);
   ::dup2(command.output, STDOUT_FILENO);
   // The host may hold descriptors that it never marked to stay behind.
@@ -224,31 +227,40 @@ class PosixWorkerProcess final : public WorkerProcess {
     return filled;
   }
 
+  // Mostly a response's header and payload are there together, and are fetched by one call.
   std::size_t readSome(char* buffer, std::size_t size) override {
-    for (;;) {
-      if (deadline_ && !waitFor(from_worker_, POLLIN)) return 0;
-      const ssize_t count = ::read(from_worker_.get(), buffer, size);
-      if (count >= 0) return static_cast<std::size_t>(count);
-      if (errno != EINTR) return 0;
+    if (fetched_begin_ == fetched_end_) {
+      if (size >= fetched_.size()) return fetch(buffer, size);
+      fetched_begin_ = 0;
+      fetched_end_ = fetch(fetched_.data(), fetched_.size());
     }
+    const std::size_t count = std::min(size, fetched_end_ - fetched_begin_);
+    std::copy_n(fetched_.data() + fetched_begin_, count, buffer);
+    fetched_begin_ += count;
+    return count;
   }
 
   void setDeadline(Deadline deadline) override { deadline_ = deadline; }
   [[nodiscard]] bool hasTimedOut() const override { return has_timed_out_; }
 
   void endInput() override { to_worker_.close(); }
-  void endOutput() override { from_worker_.close(); }
+  void endOutput() override {
+    from_worker_.close();
+    fetched_begin_ = fetched_end_ = 0;
+  }
 
   WorkerExit finishWithin(std::chrono::milliseconds grace) override {
+    // Without a grace the worker is not to begin its own end, which we would meet at any stage.
+    if (grace.count() <= 0 && !waitForEnd(grace)) kill();
     to_worker_.close();
     // A worker in the middle of a response that nobody will read must not wait for us.
-    from_worker_.close();
+    PosixWorkerProcess::endOutput();
     if (!waitForEnd(grace)) kill();
     return *exit_;
   }
 
   std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) override {
-    const auto deadline = std::chrono::steady_clock::now() + grace;
+    const auto deadline = momentAfter(grace);
     std::chrono::microseconds pause{50};
     while (!exit_) {
       int status = 0;
@@ -268,6 +280,16 @@ class PosixWorkerProcess final : public WorkerProcess {
   }
 
  private:
+  // What one read from the pipe brings; 0 at its end and at the deadline.
+  std::size_t fetch(char* buffer, std::size_t size) {
+    for (;;) {
+      if (deadline_ && !waitFor(from_worker_, POLLIN)) return 0;
+      const ssize_t count = ::read(from_worker_.get(), buffer, size);
+      if (count >= 0) return static_cast<std::size_t>(count);
+      if (errno != EINTR) return 0;
+    }
+  }
+
   // Whether the pipe is ready, or broken, before the deadline.
   bool waitFor(const Descriptor& descriptor, short events) {
     if (descriptor.get() < 0) return false;  // It would wait for nothing until the deadline.
@@ -312,6 +334,9 @@ class PosixWorkerProcess final : public WorkerProcess {
   pid_t process_;
   Descriptor to_worker_;
   Descriptor from_worker_;
+  std::array<char, 8192> fetched_{};  // Read and not yet asked for, from begin to end.
+  std::size_t fetched_begin_ = 0;
+  std::size_t fetched_end_ = 0;
   Deadline deadline_;
   bool has_timed_out_ = false;
   std::optional<WorkerExit> exit_;
@@ -355,7 +380,7 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
     error = keeper->error();
   }
   if (error != 0) {
-    if (error_out != nullptr) *error_out = std::generic_category().message(error);
+    if (error_out != nullptr) *error_out = systemMessage(error);
     return nullptr;
   }
   return std::make_unique<PosixWorkerProcess>(std::move(keeper), std::move(to_worker.write_end),

@@ -266,6 +266,27 @@ TEST_F(PosixWorkerProcess, OutlivesTheThreadThatStartedIt) {
   EXPECT_EQ(echo->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
 }
 
+// The host is sent what a terminal sends to all processes in front.
+TEST_F(PosixWorkerProcess, IsOutOfReachOfTheKeysThatEndOrStopItsHost) {
+  const pid_t host = ::fork();
+  ASSERT_GE(host, 0);
+  if (host == 0) {
+    // A signal that the host ignores would be ignored by its worker, too.
+    for (const int signal : {SIGINT, SIGQUIT, SIGTSTP}) ::signal(signal, [](int) {});
+    ::setpgid(0, 0);
+    auto echo = startWorker("/bin/cat", nullptr);
+    WorkerClient client(*echo, {.time_limit = std::chrono::seconds(5)});
+    for (const int signal : {SIGINT, SIGQUIT, SIGTSTP}) {
+      ::kill(0, signal);
+      if (client.ping() != WorkerStatus::Ok) ::_exit(signal);
+    }
+    ::_exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(host, &status, 0), host);
+  EXPECT_EQ(status, 0);
+}
+
 // Whoever forks has copies of all objects, and may destroy them.
 TEST_F(PosixWorkerProcess, IsLeftAloneByAForkedCopyOfItsHost) {
   auto echo = startWorker("/bin/cat", nullptr);

@@ -39,6 +39,15 @@ TEST(WorkerProcess, AnswersUntilItIsShutDown) {
   EXPECT_EQ(process->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
 }
 
+TEST(WorkerProcess, MayBeGivenAllTheTimeThereIs) {
+  const auto process = startRealWorker();
+  ASSERT_NE(process, nullptr);
+  WorkerClient worker(*process);
+  EXPECT_EQ(worker.shutdown(), WorkerStatus::Ok);
+  EXPECT_EQ(process->waitForEnd(std::chrono::milliseconds::max()),
+            (WorkerExit{WorkerExit::Kind::Exited, 0}));
+}
+
 TEST(WorkerProcess, EndsWhenItsInputEnds) {
   const auto process = startRealWorker();
   ASSERT_NE(process, nullptr);

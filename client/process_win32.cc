@@ -13,11 +13,11 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "client/process.h"
+#include "client/system_text.h"
 
 namespace client {
 namespace {
@@ -154,27 +154,32 @@ class Win32WorkerProcess final : public WorkerProcess {
 
   WorkerExit finishWithin(std::chrono::milliseconds grace) override {
     watchdog_->arm(std::nullopt);
+    // Without a grace the worker is not to begin its own end, which we would meet at any stage.
+    if (grace.count() <= 0 && !waitForEnd(grace)) kill();
     to_worker_.close();
     // A worker in the middle of a response that nobody will read must not wait for us.
     from_worker_.close();
-    if (!waitForEnd(grace)) {
-      const bool killed = ::TerminateProcess(process_.get(), kKilledExitCode) != 0;
-      ::WaitForSingleObject(process_.get(), INFINITE);
-      exit_ = killed ? WorkerExit{WorkerExit::Kind::Killed, 0} : exitOfEnded();
-    }
+    if (!waitForEnd(grace)) kill();
     process_.close();
     return *exit_;
   }
 
   std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) override {
-    if (!exit_ &&
-        ::WaitForSingleObject(process_.get(), static_cast<DWORD>(grace.count())) == WAIT_OBJECT_0) {
+    const auto longest = std::chrono::milliseconds{INFINITE};  // Waits for ever.
+    const auto wait = static_cast<DWORD>(std::clamp(grace, {}, longest).count());
+    if (!exit_ && ::WaitForSingleObject(process_.get(), wait) == WAIT_OBJECT_0) {
       exit_ = exitOfEnded();
     }
     return exit_;
   }
 
  private:
+  void kill() {
+    const bool killed = ::TerminateProcess(process_.get(), kKilledExitCode) != 0;
+    ::WaitForSingleObject(process_.get(), INFINITE);
+    exit_ = killed ? WorkerExit{WorkerExit::Kind::Killed, 0} : exitOfEnded();
+  }
+
   [[nodiscard]] WorkerExit exitOfEnded() const {
     if (watchdog_->hasExpired()) return {WorkerExit::Kind::Killed, 0};
     DWORD code = 0;
@@ -328,9 +333,7 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
     } while (error == ERROR_INTERNAL_ERROR && --attempts_left > 0);
   }
   if (error != ERROR_SUCCESS) {
-    if (error_out != nullptr) {
-      *error_out = std::system_category().message(static_cast<int>(error));
-    }
+    if (error_out != nullptr) *error_out = systemMessage(static_cast<int>(error));
     return nullptr;
   }
   return std::make_unique<Win32WorkerProcess>(std::move(job), std::move(process),

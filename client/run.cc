@@ -9,19 +9,27 @@
 namespace client {
 namespace {
 
-// A waiting run that is cancelled unless it is resumed, also when the host's callback throws.
+// A waiting run that is cancelled unless it goes on, also when the host's callback throws.
 class WaitingRun {
  public:
   WaitingRun(WorkerClient& client, std::uint64_t run_id) : client_(client), run_id_(run_id) {}
   WaitingRun(const WaitingRun&) = delete;
   WaitingRun& operator=(const WaitingRun&) = delete;
   ~WaitingRun() {
-    // Without an answer the conversation is over; the client keeps why.
-    if (run_id_ != 0) static_cast<void>(client_.evalCancel(run_id_));
+    if (run_id_ == 0) return;
+    try {
+      // Without an answer the conversation is over; the client keeps why.
+      static_cast<void>(client_.evalCancel(run_id_));
+    } catch (...) {
+      // An observer's, after the cancellation. It may have thrown before, which is why we are here.
+    }
   }
 
   std::optional<Reply<EvalResult>> resume(std::string_view answer) {
-    return client_.evalResume(std::exchange(run_id_, 0), answer);
+    std::optional<Reply<EvalResult>> reply = client_.evalResume(run_id_, answer);
+    // After a refusal the run may wait on: its answer or its next call was too long to send.
+    if (reply && reply->value) run_id_ = 0;
+    return reply;
   }
 
  private:

@@ -163,6 +163,48 @@ TEST_F(RunProgram, CancelsWhenTheHostThrows) {
   EXPECT_EQ(run("(+ 1 2)", refuse).text, "3");
 }
 
+TEST_F(RunProgram, CancelsWhenTheAnswerIsTooLongToSend) {
+  const RunReport report = run("(GETPOINT)", [](const HostCall&) {
+    return std::optional(string(std::string(2 * worker::kPayloadSizeMax, 'x')));
+  });
+  EXPECT_EQ(report.end, RunEnd::Refused);
+  EXPECT_FALSE(isWaiting(1));
+}
+
+// Of a call with these arguments the worker tells nothing, not even the run's id.
+constexpr const char* kLongCall = "(GETPOINT (LIST S S S S S S S S S S S))";
+
+TEST_F(RunProgram, CancelsAFirstCallThatIsTooLongToSend) {
+  const std::string definition = "(SETQ S \"" + std::string(100000, 'x') + "\")";
+  const auto expect_refused = [&](const std::string& program) {
+    const RunReport report = run(definition + program, refuse);
+    EXPECT_EQ(report.end, RunEnd::Refused);
+    EXPECT_EQ(report.status, WorkerStatus::BadRequest);
+  };
+  expect_refused(kLongCall);
+  EXPECT_FALSE(isWaiting(1));
+  // A value that is too long uses no id up.
+  expect_refused("(LIST S S S S S S S S S S S)");
+  expect_refused(kLongCall);
+  EXPECT_FALSE(isWaiting(2));
+  // The host's own runs are left alone.
+  const auto started = worker_.evalStart("(GETPOINT)", 0);
+  ASSERT_TRUE(started && started->value);
+  EXPECT_EQ(started->value->run_id, 3u);
+  expect_refused(kLongCall);
+  EXPECT_FALSE(isWaiting(4));
+  EXPECT_TRUE(isWaiting(3));
+}
+
+TEST_F(RunProgram, CancelsALaterCallThatIsTooLongToSend) {
+  const RunReport report = run("(SETQ S (GETPOINT))" + std::string(kLongCall), [](const HostCall&) {
+    return std::optional(string(std::string(100000, 'x')));
+  });
+  EXPECT_EQ(report.end, RunEnd::Refused);
+  EXPECT_EQ(report.host_call_count, 1u);
+  EXPECT_FALSE(isWaiting(1));
+}
+
 TEST_F(RunProgram, LetsTheHostUseTheWorkerWhileItAnswers) {
   const RunReport report = run("(+ 1 (GETDIST))", [this](const HostCall&) {
     const RunReport inner = run("(* 6 7)", refuse);

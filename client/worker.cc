@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "client/names.h"
+#include "client/system_text.h"
 
 namespace client {
 
@@ -31,7 +32,7 @@ Worker::Worker(std::filesystem::path path, ClientSettings settings)
           [path = std::move(path)](std::string* error_out) {
             auto process = startWorker(path, error_out);
             if (process == nullptr && error_out != nullptr) {
-              *error_out = path.string() + ": " + *error_out;
+              *error_out = pathText(path) + ": " + *error_out;
             }
             return process;
           },
@@ -40,7 +41,13 @@ Worker::Worker(std::filesystem::path path, ClientSettings settings)
 Worker::Worker(WorkerStarter starter, ClientSettings settings)
     : starter_(std::move(starter)), settings_(settings) {}
 
-Worker::~Worker() { endProcess(exitGrace()); }
+Worker::~Worker() {
+  try {
+    endProcess(exitGrace());
+  } catch (...) {
+    // An observer's. The process has been reaped before.
+  }
+}
 
 bool Worker::start() {
   if (fault_) return false;
@@ -64,9 +71,8 @@ WorkerExit Worker::stop() {
       return *exit_;
     }
   }
-  const WorkerExit exit = endProcess(exitGrace());
   if (!fault_) fault_ = Fault{Fault::Kind::ShutDown, "the worker has been asked to end"};
-  return exit;
+  return endProcess(client_ != nullptr ? remainingGrace() : exitGrace());
 }
 
 std::optional<RunReport> Worker::run(std::string_view program, const Answerer& answer,
@@ -137,16 +143,17 @@ std::optional<WorkerStatus> Worker::evalCancel(std::uint64_t run_id) {
 template <typename Operation>
 auto Worker::perform(Operation operation) -> decltype(operation(std::declval<WorkerClient&>())) {
   if (!start()) return std::nullopt;
-  auto reply = [&] {
-    const Level level(depth_);
-    return operation(*client_);
-  }();
-  if (client_->fault()) {
-    fault_ = client_->fault();
-    // The operations around this one still use the client.
-    if (depth_ == 0) concludeFault();
+  try {
+    auto reply = [&] {
+      const Level level(depth_);
+      return operation(*client_);
+    }();
+    takeFault();
+    return reply;
+  } catch (...) {
+    takeFault();
+    throw;
   }
-  return reply;
 }
 
 bool Worker::startAnew() {
@@ -157,9 +164,15 @@ bool Worker::startAnew() {
     fault_ = Fault{Fault::Kind::NotStarted, "the worker cannot be started: " + error};
     return false;
   }
-  if (settings_.observer != nullptr) settings_.observer->onStart();
   client_ = std::make_unique<WorkerClient>(*process_, settings_);
-  return registerAll();
+  try {
+    if (settings_.observer != nullptr) settings_.observer->onStart();
+    return registerAll();
+  } catch (...) {
+    // A worker without all contexts would not be the one that the host expects.
+    endProcess(std::chrono::milliseconds::zero());
+    throw;
+  }
 }
 
 bool Worker::registerAll() {
@@ -172,37 +185,55 @@ bool Worker::registerAll() {
   return true;
 }
 
+// Keeps the fault that the client has met, if any.
+void Worker::takeFault() {
+  if (client_ == nullptr || !client_->fault()) return;
+  fault_ = client_->fault();
+  // The operations around this one still use the client.
+  if (depth_ == 0) concludeFault();
+}
+
 // Ends the worker that has caused the client's fault. One whose output has ended is most likely
 // about to exit with a code that tells why, so it gets what is left of the time for that.
 void Worker::concludeFault() {
-  using std::chrono::milliseconds;
   fault_ = client_->fault();
-  milliseconds grace = milliseconds::zero();
-  if (fault_->kind == Fault::Kind::ResponseCut || fault_->kind == Fault::Kind::RequestNotTaken) {
-    grace = kExitGrace;
-    if (const Deadline deadline = client_->deadline()) {
-      const auto left = *deadline - std::chrono::steady_clock::now();
-      grace = std::clamp(std::chrono::duration_cast<milliseconds>(left), milliseconds::zero(),
-                         kExitGrace);
-    }
-  }
-  const WorkerExit exit = endProcess(grace);
+  const bool may_exit =
+      fault_->kind == Fault::Kind::ResponseCut || fault_->kind == Fault::Kind::RequestNotTaken;
+  reap(may_exit ? remainingGrace() : std::chrono::milliseconds::zero());
   fault_->message +=
-      "; " + (exit.kind == WorkerExit::Kind::Killed ? std::string("it has been killed")
-                                                    : describeExit(exit));
+      "; " + (exit_->kind == WorkerExit::Kind::Killed ? std::string("it has been killed")
+                                                      : describeExit(*exit_));
+  tellEnd();
 }
 
-// For a worker that is let go without a fault.
+// For a worker that is let go without a request.
 std::chrono::milliseconds Worker::exitGrace() const {
   return settings_.time_limit.count() > 0 ? std::min(kExitGrace, settings_.time_limit) : kExitGrace;
 }
 
-WorkerExit Worker::endProcess(std::chrono::milliseconds grace) {
-  if (process_ == nullptr) return exit_.value_or(WorkerExit{});
+// For a worker that ends after a request: until that one's deadline.
+std::chrono::milliseconds Worker::remainingGrace() const {
+  const Deadline deadline = client_->deadline();
+  if (!deadline) return kExitGrace;
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+      *deadline - std::chrono::steady_clock::now());
+  return std::clamp(left, std::chrono::milliseconds::zero(), kExitGrace);
+}
+
+void Worker::reap(std::chrono::milliseconds grace) {
   client_.reset();
   exit_ = process_->finishWithin(grace);
   process_.reset();
+}
+
+void Worker::tellEnd() {
   if (settings_.observer != nullptr) settings_.observer->onEnd(*exit_);
+}
+
+WorkerExit Worker::endProcess(std::chrono::milliseconds grace) {
+  if (process_ == nullptr) return exit_.value_or(WorkerExit{});
+  reap(grace);
+  tellEnd();
   return *exit_;
 }
 

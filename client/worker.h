@@ -38,6 +38,7 @@
 namespace client {
 
 // Makes a worker's process, as startWorker does.
+// What it throws leaves the request or the restart() that needs a process; the next one asks again.
 using WorkerStarter = std::function<std::unique_ptr<WorkerProcess>(std::string* error_out)>;
 
 class Worker {
@@ -61,8 +62,9 @@ class Worker {
   // its worker where it is: false then, and nothing happens.
   bool restart();
 
-  // Lets the worker go by a Shutdown and returns how it has ended. The next request would meet the
-  // fault ShutDown; restart() starts another. Not for an Answerer either.
+  // Lets the worker go by a Shutdown and returns how it has ended; one that does not answer within
+  // ClientSettings::stop_time_limit is killed. The next request would meet the fault ShutDown;
+  // restart() starts another. Not for an Answerer either.
   WorkerExit stop();
 
   // Carries a program through all its host calls. Without `answer`, or for a call that it does not
@@ -103,8 +105,12 @@ class Worker {
   auto perform(Operation operation) -> decltype(operation(std::declval<WorkerClient&>()));
   bool startAnew();
   bool registerAll();
+  void takeFault();
   void concludeFault();
   [[nodiscard]] std::chrono::milliseconds exitGrace() const;
+  [[nodiscard]] std::chrono::milliseconds remainingGrace() const;
+  void reap(std::chrono::milliseconds grace);
+  void tellEnd();
   WorkerExit endProcess(std::chrono::milliseconds grace);
 
   WorkerStarter starter_;

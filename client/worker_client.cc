@@ -86,7 +86,37 @@ std::optional<Reply<GeometryResult>> WorkerClient::computeGeometry(
 
 std::optional<Reply<EvalResult>> WorkerClient::evalStart(std::string_view program,
                                                          std::uint64_t context_id) {
-  return evaluate({.type = MessageType::EvalStart, .context_id = context_id, .payload = program});
+  std::optional<Reply<EvalResult>> reply;
+  try {
+    reply =
+        evaluate({.type = MessageType::EvalStart, .context_id = context_id, .payload = program});
+  } catch (...) {
+    // Nobody learns whether a run waits now.
+    endUntoldRunQuietly();
+    throw;
+  }
+  if (!reply) return reply;
+  if (reply->value && reply->value->run_id != 0) next_run_id_ = reply->value->run_id + 1;
+  const bool is_refused_by_worker =
+      reply->status == WorkerStatus::BadRequest && program.size() <= worker::kPayloadSizeMax;
+  if (is_refused_by_worker && !endUntoldRun()) return std::nullopt;
+  return reply;
+}
+
+// Ends the run that waits under the next run id, if there is one. An answer that cannot be read
+// does that, and unlike a cancellation tells whether the id has been used up.
+bool WorkerClient::endUntoldRun() {
+  const auto reply = evalResume(next_run_id_, ")");
+  if (reply && reply->value) ++next_run_id_;
+  return reply.has_value();
+}
+
+void WorkerClient::endUntoldRunQuietly() {
+  try {
+    endUntoldRun();
+  } catch (...) {
+    // The observer's, once more; the first one is what its host learns of.
+  }
 }
 
 std::optional<Reply<EvalResult>> WorkerClient::evalResume(std::uint64_t run_id,
@@ -165,6 +195,13 @@ std::optional<Reply<EvalResult>> WorkerClient::evaluate(const Request& request) 
   return Reply<EvalResult>{.status = response->status, .value = std::move(result)};
 }
 
+std::chrono::milliseconds WorkerClient::timeLimitOf(MessageType type) const {
+  const std::chrono::milliseconds limit = settings_.time_limit;
+  const std::chrono::milliseconds stop_limit = settings_.stop_time_limit;
+  if (type != MessageType::Shutdown || stop_limit.count() <= 0) return limit;
+  return limit.count() > 0 ? std::min(limit, stop_limit) : stop_limit;
+}
+
 std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& request) {
   if (fault_) return std::nullopt;
   MessageHeader header;
@@ -176,8 +213,10 @@ std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& requ
   header.context_id = request.context_id;
   header.run_id = request.run_id;
 
-  if (settings_.time_limit.count() > 0) {
-    deadline_ = std::chrono::steady_clock::now() + settings_.time_limit;
+  time_limit_ = timeLimitOf(request.type);
+  deadline_.reset();
+  if (time_limit_.count() > 0) {
+    deadline_ = momentAfter(time_limit_);
     channel_.setDeadline(deadline_);
   }
   std::optional<Response> response;
@@ -185,13 +224,26 @@ std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& requ
     response = receive(header);
   } else if (channel_.hasTimedOut()) {
     fail(Fault::Kind::DeadlinePassed, "the worker has not taken the request within " +
-                                          std::to_string(settings_.time_limit.count()) +
+                                          std::to_string(time_limit_.count()) +
                                           " ms: " + describeWork());
   } else {
     fail(Fault::Kind::RequestNotTaken, "the worker no longer takes requests");
   }
   if (deadline_) channel_.setDeadline(std::nullopt);
+  if (observer_failure_) std::rethrow_exception(std::exchange(observer_failure_, nullptr));
   return response;
+}
+
+// Keeps an observer's exception until the request in hand is over: a response that was not read
+// would be taken for that of the next request.
+template <typename Notice>
+void WorkerClient::notify(Notice notice) {
+  if (settings_.observer == nullptr) return;
+  try {
+    notice(*settings_.observer);
+  } catch (...) {
+    if (!observer_failure_) observer_failure_ = std::current_exception();
+  }
 }
 
 // One write for both parts: one system call, and never a write of nothing.
@@ -200,22 +252,24 @@ bool WorkerClient::send(const MessageHeader& header, std::string_view payload) {
   worker::encodeHeader(header, std::span(frame_).first<worker::kHeaderSize>());
   frame_ += payload;
   const bool taken = channel_.write(frame_);
-  if (settings_.observer != nullptr) settings_.observer->onRequest(frame_);
+  notify([this](FrameObserver& observer) { observer.onRequest(frame_); });
   return taken;
 }
 
 std::optional<WorkerClient::Response> WorkerClient::receive(const MessageHeader& request) {
-  FrameObserver* const observer = settings_.observer;
+  const auto tell_broken = [this](std::string_view came) {
+    notify([came](FrameObserver& observer) { observer.onBrokenResponse(came); });
+  };
   std::array<char, worker::kHeaderSize> bytes{};
   const std::size_t header_size = channel_.read(bytes.data(), bytes.size());
   const std::string_view header_bytes(bytes.data(), header_size);
   if (header_size < bytes.size()) {
-    if (observer != nullptr) observer->onBrokenResponse(header_bytes);
+    tell_broken(header_bytes);
     return failCut("header", header_size, bytes.size());
   }
   const MessageHeader header = worker::decodeHeader(bytes);
   if (!checkHeader(request, header)) {
-    if (observer != nullptr) observer->onBrokenResponse(header_bytes);
+    tell_broken(header_bytes);
     return std::nullopt;
   }
   Response response{.status = static_cast<WorkerStatus>(header.status),
@@ -223,13 +277,11 @@ std::optional<WorkerClient::Response> WorkerClient::receive(const MessageHeader&
   if (!response.payload.empty()) {
     const std::size_t size = channel_.read(response.payload.data(), response.payload.size());
     if (size < response.payload.size()) {
-      if (observer != nullptr) {
-        observer->onBrokenResponse(std::string(header_bytes) + response.payload.substr(0, size));
-      }
+      tell_broken(std::string(header_bytes) + response.payload.substr(0, size));
       return failCut("payload", size, response.payload.size());
     }
   }
-  if (observer != nullptr) observer->onResponse(header_bytes, response.payload);
+  notify([&](FrameObserver& observer) { observer.onResponse(header_bytes, response.payload); });
   return response;
 }
 
@@ -237,10 +289,9 @@ std::nullopt_t WorkerClient::failCut(std::string_view part, std::size_t size, st
   const std::string count =
       std::to_string(size) + " of " + std::to_string(whole) + " " + std::string(part) + " bytes";
   if (channel_.hasTimedOut()) {
-    return fail(Fault::Kind::DeadlinePassed, "the worker has not answered within " +
-                                                 std::to_string(settings_.time_limit.count()) +
-                                                 " ms: " + describeWork() + "; " + count +
-                                                 " have come");
+    return fail(Fault::Kind::DeadlinePassed,
+                "the worker has not answered within " + std::to_string(time_limit_.count()) +
+                    " ms: " + describeWork() + "; " + count + " have come");
   }
   return fail(Fault::Kind::ResponseCut, "the worker's output ended after " + count);
 }

@@ -21,6 +21,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <optional>
 #include <span>
 #include <string>
@@ -63,7 +64,11 @@ struct ClientSettings {
   // How long one request may take, from its first byte to the last of its response. Zero: forever.
   // The worker itself bounds every evaluation by its step limit, so what passes a limit of seconds
   // is a worker that is stuck, or none at all.
-  std::chrono::milliseconds time_limit{0};
+  std::chrono::milliseconds time_limit{30000};
+
+  // The same for the request to end, which an idle worker answers at once. Zero: only time_limit
+  // counts. Otherwise the shorter of the two does.
+  std::chrono::milliseconds stop_time_limit{5000};
 
   // Sees every frame; null: nobody does. Must outlive the client.
   FrameObserver* observer = nullptr;
@@ -102,21 +107,23 @@ class WorkerClient {
       GeometryOperation operation, std::span<const double> operands);
 
   // Evaluates a program under a registered context, or under none when `context_id` is 0. A value
-  // unless the status is ContextNotFound, or BadRequest because the result is too long to send; a
-  // host call too long to send then waits under a run id that nobody learns.
+  // unless the status is ContextNotFound, or BadRequest because the result is too long to send. A
+  // run whose host call is too long to send would wait under an id that the worker has not told;
+  // the client ends it by one more request.
   [[nodiscard]] std::optional<Reply<EvalResult>> evalStart(std::string_view program,
                                                            std::uint64_t context_id);
 
   // Answers the host call that run `run_id` waits for. answer_text.h makes `answer`. A value
-  // unless the status is BadRequest (no such run waits, or the result is too long to send) or
-  // ContextNotFound.
+  // unless the status is BadRequest (no such run waits, or the answer or the result is too long to
+  // send) or ContextNotFound. A run whose answer or next call is too long to send waits on.
   [[nodiscard]] std::optional<Reply<EvalResult>> evalResume(std::uint64_t run_id,
                                                             std::string_view answer);
 
   // Drops a waiting run. Ok whether or not there was one.
   [[nodiscard]] std::optional<worker::WorkerStatus> evalCancel(std::uint64_t run_id);
 
-  // Asks the worker to end. Afterwards the conversation is over, with the fault ShutDown.
+  // Asks the worker to end, within ClientSettings::stop_time_limit. Afterwards the conversation is
+  // over, with the fault ShutDown.
   [[nodiscard]] std::optional<worker::WorkerStatus> shutdown();
 
   // When the last request had to be answered; empty without a time limit.
@@ -138,7 +145,10 @@ class WorkerClient {
     std::string payload;
   };
 
+  [[nodiscard]] std::chrono::milliseconds timeLimitOf(worker::MessageType type) const;
   std::optional<Response> exchange(const Request& request);
+  template <typename Notice>
+  void notify(Notice notice);
   bool send(const worker::MessageHeader& header, std::string_view payload);
   std::optional<Response> receive(const worker::MessageHeader& request);
   std::nullopt_t failCut(std::string_view part, std::size_t size, std::size_t whole);
@@ -150,15 +160,20 @@ class WorkerClient {
                                      const Point& point, std::uint8_t source_system,
                                      std::uint8_t target_system);
   std::optional<Reply<EvalResult>> evaluate(const Request& request);
+  bool endUntoldRun();
+  void endUntoldRunQuietly();
 
   std::nullopt_t fail(Fault::Kind kind, std::string message);
 
   Channel& channel_;
   ClientSettings settings_;
   std::uint64_t next_request_id_ = 1;
-  std::string frame_;  // The request in hand, as bytes.
+  std::uint64_t next_run_id_ = 1;  // The id that the worker gives to the next run that waits.
+  std::string frame_;              // The request in hand, as bytes.
+  std::chrono::milliseconds time_limit_{0};  // Of the request in hand.
   Deadline deadline_;
   std::optional<Fault> fault_;
+  std::exception_ptr observer_failure_;  // Thrown during the request in hand.
 };
 
 }  // namespace client

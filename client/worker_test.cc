@@ -6,6 +6,8 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -133,9 +135,11 @@ class Log : public FrameObserver {
   }
   void onEnd(const WorkerExit& exit) override {
     entries.push_back("end " + std::to_string(exit.code));
+    ends.push_back(exit.kind);
   }
 
   std::vector<std::string> entries;
+  std::vector<WorkerExit::Kind> ends;
 
  private:
   void add(const std::string& what, std::string_view frame) {
@@ -156,10 +160,93 @@ TEST(Worker, ShowsItsObserverEverything) {
   const std::vector<std::string> expected = {
       "start", "request 7 71",  "response 7 129", "request 2 480",  "response 2 64",   "end 0",
       "start", "request 2 480", "response 2 64",  "request 255 64", "response 255 64", "end 0"};
-  // The first worker is not waited for, so how it has ended is open.
-  ASSERT_EQ(log.entries.size(), expected.size());
-  log.entries[5] = "end 0";
   EXPECT_EQ(log.entries, expected);
+  using Kind = WorkerExit::Kind;
+  EXPECT_EQ(log.ends, (std::vector<Kind>{Kind::Killed, Kind::Exited}));
+}
+
+// A healthy worker that is not waited for has always been killed, however far it has come.
+TEST(Worker, TellsARestartInOneWay) {
+  Log log;
+  Worker worker(workerExecutable(), {.observer = &log});
+  for (int n = 0; n < 50; ++n) {
+    ASSERT_EQ(worker.ping(), WorkerStatus::Ok);
+    ASSERT_TRUE(worker.restart());
+    EXPECT_EQ(log.ends.back(), WorkerExit::Kind::Killed);
+  }
+}
+
+// Throws at one of the calls that it gets.
+class ThrowingObserver : public FrameObserver {
+ public:
+  explicit ThrowingObserver(int calls_before) : calls_left_(calls_before) {}
+
+  void onStart() override { count(); }
+  void onRequest(std::string_view /*frame*/) override { count(); }
+  void onResponse(std::string_view /*header*/, std::string_view /*payload*/) override { count(); }
+  void onBrokenResponse(std::string_view /*bytes*/) override { count(); }
+  void onEnd(const WorkerExit& /*exit*/) override { count(); }
+
+ private:
+  void count() {
+    if (calls_left_-- == 0) throw std::runtime_error("no memory for notes");
+  }
+
+  int calls_left_;
+};
+
+TEST(Worker, CanBeUsedAfterItsObserverHasThrownAnywhere) {
+  // Two starts, an end, and what goes both ways for two registrations and three evaluations.
+  constexpr int kCallCount = 3 + 2 * (2 + 3);
+  for (int calls_before = 0; calls_before < kCallCount; ++calls_before) {
+    SCOPED_TRACE(calls_before);
+    ThrowingObserver observer(calls_before);
+    Worker worker(workerExecutable(), {.observer = &observer});
+    bool has_thrown = false;
+    try {
+      static_cast<void>(worker.registerContext(contextWithOrigin(5, 100)));
+      static_cast<void>(
+          worker.run("(GETPOINT)(GETPOINT)", [](const HostCall&) { return std::optional(nil()); }));
+      worker.restart();
+    } catch (const std::runtime_error&) {
+      has_thrown = true;
+    }
+    EXPECT_TRUE(has_thrown);
+    EXPECT_EQ(worker.evalResume(1, ")")->status, WorkerStatus::BadRequest);
+    const auto run = worker.run("(+ 1 2)");
+    ASSERT_TRUE(run.has_value());
+    EXPECT_EQ(run->text, "3");
+  }
+  // In the destructor.
+  ThrowingObserver observer(3);
+  Worker worker(workerExecutable(), {.observer = &observer});
+  EXPECT_EQ(worker.ping(), WorkerStatus::Ok);
+}
+
+TEST(Worker, CanBeUsedAfterItsStarterHasThrown) {
+  int start_count = 0;
+  Worker worker([&](std::string* error) {
+    if (start_count++ == 0) throw std::runtime_error("no path set");
+    return startWorker(workerExecutable(), error);
+  });
+  EXPECT_THROW(static_cast<void>(worker.ping()), std::runtime_error);
+  EXPECT_EQ(worker.ping(), WorkerStatus::Ok);
+  start_count = 0;
+  EXPECT_THROW(worker.restart(), std::runtime_error);
+  EXPECT_EQ(worker.ping(), WorkerStatus::Ok);
+}
+
+TEST(ClientSettings, BoundEveryWaitByDefault) {
+  EXPECT_EQ(ClientSettings{}.time_limit, std::chrono::seconds(30));
+  EXPECT_EQ(ClientSettings{}.stop_time_limit, std::chrono::seconds(5));
+}
+
+TEST(ClientSettings, TakeLimitsThatNoClockReaches) {
+  for (const milliseconds limit : {milliseconds::max(), milliseconds::max() / 1000000}) {
+    Worker worker(workerExecutable(), {.time_limit = limit, .stop_time_limit = limit});
+    EXPECT_EQ(worker.ping(), WorkerStatus::Ok);
+    EXPECT_EQ(worker.stop(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
+  }
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include "client/names.h"
 #include "client/worker.h"
 
-int main(int, char** arguments) {
-  client::Worker worker(arguments[1]);
+int main(int count, char** arguments) {
+  client::Worker worker(count > 1 ? arguments[1] : "/usr/bin/lisp_worker");
 
   // System 1 is turned left by 90 degrees, with its origin at (100, 50). The other four are the
   // world itself.

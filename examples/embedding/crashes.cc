@@ -4,7 +4,8 @@
 
 #include "client/worker.h"
 
-int main(int, char** arguments) {
+int main(int count, char** arguments) {
+  if (count < 4) return 2;
   // A worker that is no worker the first time, and a good one from then on. The third argument is a
   // program that ends at once.
   int start_count = 0;

@@ -4,7 +4,8 @@
 #include "client/names.h"
 #include "client/worker.h"
 
-int main(int, char** arguments) {
+int main(int count, char** arguments) {
+  if (count < 3) return 2;
   // The second argument is a program that takes requests and never answers.
   client::Worker worker(arguments[2], {.time_limit = std::chrono::milliseconds(200)});
   const auto run = worker.run("(+ 1 2)");

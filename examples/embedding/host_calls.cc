@@ -18,8 +18,8 @@ std::optional<Datum> perform(const HostCall& call) {
   return std::nullopt;
 }
 
-int main(int, char** arguments) {
-  client::Worker worker(arguments[1]);
+int main(int count, char** arguments) {
+  client::Worker worker(count > 1 ? arguments[1] : "/usr/bin/lisp_worker");
   for (const char* const program :
        {"(SETQ C (GETPOINT \"Centre: \"))(POLAR C 0 (GETDIST C \"Radius: \"))",
         "(SSLENGTH (SSGET \"X\" '((8 \"HOLES\"))))", "(OSNAP C \"cen\")", "(/ 1 0)"}) {

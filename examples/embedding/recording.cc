@@ -6,7 +6,7 @@
 #include "session/recorder.h"
 #include "session/session.h"
 
-int main(int, char** arguments) {
+int main(int count, char** arguments) {
   const auto path = std::filesystem::temp_directory_path() / "embedding_example.session";
   std::filesystem::remove(path);
   std::string error;
@@ -16,7 +16,8 @@ int main(int, char** arguments) {
     return 1;
   }
   {
-    client::Worker worker(arguments[1], {.observer = recorder.get()});
+    client::Worker worker(count > 1 ? arguments[1] : "/usr/bin/lisp_worker",
+                          {.observer = recorder.get()});
     if (!worker.run("(+ 1 2)")) return 1;
     worker.stop();
   }

@@ -40,8 +40,8 @@ class ProgramStep : public client::HostTransaction {
   std::size_t mark_ = 0;
 };
 
-int main(int, char** arguments) {
-  client::Worker worker(arguments[1]);
+int main(int count, char** arguments) {
+  client::Worker worker(count > 1 ? arguments[1] : "/usr/bin/lisp_worker");
   Document document;
   ProgramStep step(document);
   const auto perform = [&document](const HostCall& call) -> std::optional<Datum> {
