@@ -15,8 +15,10 @@ class AppendFile {
  public:
   virtual ~AppendFile() = default;
 
-  // False when the file does not take all of `bytes`, as when the disk is full.
-  [[nodiscard]] virtual bool append(std::string_view bytes) = 0;
+  // False when the file does not take all of `bytes`, as when the disk is full, with the system's
+  // reason in `error_out`. In a process that was forked from the one that has made the file nothing
+  // is written, and that is the reason.
+  [[nodiscard]] virtual bool append(std::string_view bytes, std::string* error_out) = 0;
 };
 
 // Makes the file. One that exists already is left alone: null, with the system's reason in

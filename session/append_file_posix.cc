@@ -2,14 +2,15 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
+#include <utility>
 
+#include "client/system_text.h"
 #include "session/append_file.h"
 
 namespace session {
 namespace {
 
-constexpr mode_t kReadableByAll = 0644;
+constexpr mode_t kOfItsUserOnly = 0600;
 
 class PosixAppendFile final : public AppendFile {
  public:
@@ -18,18 +19,25 @@ class PosixAppendFile final : public AppendFile {
   PosixAppendFile& operator=(const PosixAppendFile&) = delete;
   ~PosixAppendFile() override { ::close(descriptor_); }
 
-  bool append(std::string_view bytes) override {
+  bool append(std::string_view bytes, std::string* error_out) override {
+    if (::getpid() != maker_) return fail("this process is a copy of its maker", error_out);
     while (!bytes.empty()) {
       const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
       if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) return false;
+      if (count <= 0) return fail(client::systemMessage(errno), error_out);
       bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
   }
 
  private:
+  static bool fail(std::string reason, std::string* error_out) {
+    if (error_out != nullptr) *error_out = std::move(reason);
+    return false;
+  }
+
   int descriptor_;
+  pid_t maker_ = ::getpid();
 };
 
 }  // namespace
@@ -37,9 +45,9 @@ class PosixAppendFile final : public AppendFile {
 std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
                                              std::string* error_out) {
   const int descriptor =
-      ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, kReadableByAll);
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, kOfItsUserOnly);
   if (descriptor < 0) {
-    if (error_out != nullptr) *error_out = std::generic_category().message(errno);
+    if (error_out != nullptr) *error_out = client::systemMessage(errno);
     return nullptr;
   }
   return std::make_unique<PosixAppendFile>(descriptor);

@@ -2,8 +2,7 @@
 #define NOMINMAX
 #include <windows.h>
 
-#include <system_error>
-
+#include "client/system_text.h"
 #include "session/append_file.h"
 
 namespace session {
@@ -16,11 +15,14 @@ class Win32AppendFile final : public AppendFile {
   Win32AppendFile& operator=(const Win32AppendFile&) = delete;
   ~Win32AppendFile() override { ::CloseHandle(file_); }
 
-  bool append(std::string_view bytes) override {
+  bool append(std::string_view bytes, std::string* error_out) override {
     while (!bytes.empty()) {
       DWORD count = 0;
       if (!::WriteFile(file_, bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr) ||
           count == 0) {
+        if (error_out != nullptr) {
+          *error_out = client::systemMessage(static_cast<int>(::GetLastError()));
+        }
         return false;
       }
       bytes.remove_prefix(count);
@@ -40,7 +42,7 @@ std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
                                     nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) {
     if (error_out != nullptr) {
-      *error_out = std::system_category().message(static_cast<int>(::GetLastError()));
+      *error_out = client::systemMessage(static_cast<int>(::GetLastError()));
     }
     return nullptr;
   }

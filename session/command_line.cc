@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <set>
 #include <system_error>
 #include <utility>
+
+#include "session/plain_text.h"
 
 namespace session {
 namespace {
@@ -20,6 +23,18 @@ constexpr CommandRow kCommands[] = {
     {"show", Command::Show, 1, 1},   {"replay", Command::Replay, 1, 1},
     {"diff", Command::Diff, 2, 2},   {"explain", Command::Explain, 1, 2},
     {"proxy", Command::Proxy, 0, 0},
+};
+
+struct Option {
+  std::string_view name;
+  Command commands[2];  // That take it; twice the same when there is one.
+};
+
+constexpr Option kOptions[] = {
+    {"--worker", {Command::Replay, Command::Explain}},
+    {"--time-limit", {Command::Replay, Command::Explain}},
+    {"--record", {Command::Show, Command::Proxy}},
+    {"--", {Command::Proxy, Command::Proxy}},
 };
 
 template <typename Number>
@@ -49,12 +64,16 @@ class Parser {
                      [name](const CommandRow& each) { return each.name == name; });
     if (row == std::end(kCommands)) return fail("no command named " + std::string(name));
     line_.command = row->command;
+    name_ = name;
     while (next_ < arguments_.size()) {
       if (!readOne()) return false;
     }
-    if (line_.files.size() < row->files_min || line_.files.size() > row->files_max) {
-      return fail(std::string(name) + " does not take " + std::to_string(line_.files.size()) +
-                  " files");
+    if (line_.files.size() < row->files_min) {
+      return fail(std::string(name) + " needs " + counted(row->files_min, "file"));
+    }
+    if (line_.files.size() > row->files_max) {
+      if (row->files_max == 0) return fail(std::string(name) + " does not take " + line_.files[0]);
+      return fail(std::string(name) + " takes no more than " + counted(row->files_max, "file"));
     }
     if (line_.command == Command::Replay && line_.worker.empty()) return fail("no --worker given");
     if (line_.command == Command::Proxy && line_.worker.empty()) return fail("no -- PATH given");
@@ -73,30 +92,36 @@ class Parser {
       line_.files.emplace_back(argument);
       return true;
     }
+    const Option* const option =
+        std::find_if(std::begin(kOptions), std::end(kOptions),
+                     [argument](const Option& each) { return each.name == argument; });
+    if (option == std::end(kOptions)) return fail("unknown option " + std::string(argument));
+    const Command command = line_.command;
+    const bool is_taken = std::find(std::begin(option->commands), std::end(option->commands),
+                                    command) != std::end(option->commands);
+    if (!is_taken) return fail(name_ + " has no option " + std::string(argument));
     if (next_ == arguments_.size()) return fail(std::string(argument) + " needs a value");
     const std::string_view value = arguments_[next_++];
-    const Command command = line_.command;
-    const bool takes_worker = command == Command::Replay || command == Command::Explain;
-    if ((argument == "--worker" && takes_worker) ||
-        (argument == "--" && command == Command::Proxy)) {
+    if (value.empty()) return fail(std::string(argument) + " needs a value that is not empty");
+    if (!given_.insert(argument).second) return fail(std::string(argument) + " is given twice");
+    if (argument == "--worker" || argument == "--") {
       line_.worker = value;
-      return true;
-    }
-    if (argument == "--record" && command == Command::Proxy) {
+    } else if (argument == "--record" && command == Command::Proxy) {
       line_.recording = value;
-      return true;
-    }
-    if (argument == "--record" && command == Command::Show) {
+    } else if (argument == "--record") {
       line_.number = 0;
-      return readNumber(value, *line_.number) || fail("not a number: " + std::string(value));
-    }
-    if (argument == "--time-limit" && takes_worker) {
+      if (!readNumber(value, *line_.number)) {
+        return fail("--record needs a record's number, not " + std::string(value));
+      }
+    } else {
       std::uint32_t limit = 0;
-      if (!readNumber(value, limit)) return fail("not a number: " + std::string(value));
+      if (!readNumber(value, limit)) {
+        return fail("--time-limit needs milliseconds from 0 to 4294967295, not " +
+                    std::string(value));
+      }
       line_.time_limit = std::chrono::milliseconds(limit);
-      return true;
     }
-    return fail("unknown option " + std::string(argument));
+    return true;
   }
 
   bool fail(std::string reason) {
@@ -107,6 +132,8 @@ class Parser {
   const std::vector<std::string_view>& arguments_;
   std::size_t next_ = 0;
   CommandLine line_;
+  std::string name_;                  // Of the command.
+  std::set<std::string_view> given_;  // Options.
   std::string error_;
 };
 

@@ -33,7 +33,8 @@ inline constexpr std::string_view kUsage =
   --time-limit MS  how long one response may take in milliseconds; 10000 by default
 
 Exit codes: 0 the same, or done; 1 different; 2 unusable command line or file; 3 no worker there.
-proxy ends as its worker ends.
+proxy ends as its worker ends, except for three codes of its own: 120 unusable command line;
+121 no worker there; 122 the worker has ended with 0, but not all has been recorded.
 )";
 
 enum class Command { Help, Show, Replay, Diff, Explain, Proxy };

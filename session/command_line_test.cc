@@ -41,16 +41,23 @@ TEST(CommandLine, TakesEveryCommand) {
 TEST(CommandLine, SaysWhatIsWrong) {
   EXPECT_EQ(errorOf({}), "no command given");
   EXPECT_EQ(errorOf({"play"}), "no command named play");
-  EXPECT_EQ(errorOf({"show"}), "show does not take 0 files");
-  EXPECT_EQ(errorOf({"diff", "a", "b", "c"}), "diff does not take 3 files");
+  EXPECT_EQ(errorOf({"show"}), "show needs 1 file");
+  EXPECT_EQ(errorOf({"diff", "a", "b", "c"}), "diff takes no more than 2 files");
   EXPECT_EQ(errorOf({"replay", "a"}), "no --worker given");
   EXPECT_EQ(errorOf({"replay", "a", "--worker"}), "--worker needs a value");
   EXPECT_EQ(errorOf({"proxy", "--record", "f"}), "no -- PATH given");
   EXPECT_EQ(errorOf({"proxy", "--", "w"}), "no --record FILE given");
-  EXPECT_EQ(errorOf({"show", "a", "--record", "x"}), "not a number: x");
-  EXPECT_EQ(errorOf({"show", "a", "--record", "-1"}), "not a number: -1");
-  EXPECT_EQ(errorOf({"replay", "a", "--worker", "w", "--time-limit", "1s"}), "not a number: 1s");
-  EXPECT_EQ(errorOf({"show", "a", "--worker", "w"}), "unknown option --worker");
+  EXPECT_EQ(errorOf({"show", "a", "--record", "x"}), "--record needs a record's number, not x");
+  EXPECT_EQ(errorOf({"show", "a", "--record", "-1"}), "--record needs a record's number, not -1");
+  EXPECT_EQ(errorOf({"replay", "a", "--worker", "w", "--time-limit", "1s"}),
+            "--time-limit needs milliseconds from 0 to 4294967295, not 1s");
+  EXPECT_EQ(errorOf({"show", "a", "--worker", "w"}), "show has no option --worker");
+  EXPECT_EQ(errorOf({"show", "a", "--colour"}), "unknown option --colour");
+  EXPECT_EQ(errorOf({"show", "a", "--worker"}), "show has no option --worker");
+  EXPECT_EQ(errorOf({"replay", "a", "--", "w"}), "replay has no option --");
+  EXPECT_EQ(errorOf({"replay", "a", "--worker", ""}), "--worker needs a value that is not empty");
+  EXPECT_EQ(errorOf({"replay", "a", "--worker", "w", "--worker", "v"}), "--worker is given twice");
+  EXPECT_EQ(errorOf({"proxy", "--record", "f", "--", "w", "x"}), "proxy does not take x");
   EXPECT_EQ(errorOf({"explain", "a", "b", "--worker", "w"}),
             "explain takes a second file or a worker");
 }

@@ -1,8 +1,10 @@
 // lisp_session: looks at recorded sessions, holds them again, and records them.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +25,15 @@ namespace session {
 namespace {
 
 // command_line.h tells the user what they mean.
-enum class ExitCode : std::uint8_t { Done = 0, Different = 1, UnusableInput = 2, NoWorker = 3 };
+enum class ExitCode : std::uint8_t {
+  Done = 0,
+  Different = 1,
+  UnusableInput = 2,
+  NoWorker = 3,
+  // A proxy ends like its worker, so these are none of a worker's.
+  UnusableProxyLine = 120,
+  NoProxiedWorker = 121,
+};
 
 // All that comes from a session goes this way: it may hold any bytes, and a terminal obeys some.
 void print(const std::string& text) { std::cout << printable(text); }
@@ -35,16 +45,39 @@ ExitCode complain(ExitCode code, const std::string& what) {
 }
 
 // A damaged file is refused; one that was cut is used as far as it goes, and said to be.
+bool mayUse(const std::string& path, FileEnd end, const std::string& end_text) {
+  if (end != FileEnd::Whole) complain(ExitCode::UnusableInput, path + ": " + end_text);
+  return end != FileEnd::Damaged;
+}
+
+std::unique_ptr<SessionReader> open(const std::string& path) {
+  std::string error;
+  auto reader = SessionReader::open(path, &error);
+  if (reader == nullptr) complain(ExitCode::UnusableInput, error);
+  return reader;
+}
+
+// The file from its beginning, once it has been read to its end and may be used.
+std::unique_ptr<SessionReader> openChecked(const std::string& path) {
+  const auto reader = open(path);
+  if (reader == nullptr) return nullptr;
+  Record record;
+  while (reader->next(record)) {
+  }
+  return mayUse(path, reader->end(), reader->endText()) ? open(path) : nullptr;
+}
+
 std::optional<Session> load(const std::string& path) {
   std::string error;
   std::optional<Session> session = readSession(path, &error);
-  if (!session) {
-    complain(ExitCode::UnusableInput, error);
-  } else if (session->end != FileEnd::Whole) {
-    complain(ExitCode::UnusableInput, path + ": " + session->end_text);
-    if (session->end == FileEnd::Damaged) return std::nullopt;
-  }
+  if (!session) complain(ExitCode::UnusableInput, error);
+  if (session && !mayUse(path, session->end, session->end_text)) return std::nullopt;
   return session;
+}
+
+void complainOfRecording(const std::string& path, const std::string& reason) {
+  std::cerr << "lisp_session: " << path << ": nothing is recorded from here on: " << reason
+            << std::endl;
 }
 
 client::WorkerStarter starterOf(const std::string& path) {
@@ -55,34 +88,38 @@ client::WorkerStarter starterOf(const std::string& path) {
   };
 }
 
+// What comes before a damage can still be looked at.
 ExitCode show(const CommandLine& line) {
-  std::string error;
-  // What stands before the damage can still be looked at.
-  const std::optional<Session> session = readSession(line.files[0], &error);
-  if (!session) return complain(ExitCode::UnusableInput, error);
-  if (!line.number) {
-    print(showSession(*session));
-    return session->end == FileEnd::Damaged ? ExitCode::UnusableInput : ExitCode::Done;
+  const auto reader = open(line.files[0]);
+  if (reader == nullptr) return ExitCode::UnusableInput;
+  Record record;
+  while (reader->next(record)) {
+    const std::size_t number = reader->recordCount() - 1;
+    if (!line.number) {
+      print(describeRecord(record, number) + "\n");
+    } else if (*line.number == number) {
+      print(showRecord(record, number));
+      return ExitCode::Done;
+    }
   }
-  if (*line.number >= session->records.size()) {
+  if (line.number) {
     return complain(ExitCode::UnusableInput,
-                    "there are " + counted(session->records.size(), "record"));
+                    "there are " + counted(reader->recordCount(), "record"));
   }
-  print(showRecord(session->records[*line.number], *line.number));
-  return ExitCode::Done;
+  if (reader->end() != FileEnd::Whole) print(reader->endText() + "\n");
+  return reader->end() == FileEnd::Damaged ? ExitCode::UnusableInput : ExitCode::Done;
 }
 
 // Prints both sides of the first difference, if there is one.
-ExitCode tellDifference(const Session& recorded, const Session& made) {
-  const std::optional<std::size_t> number = firstDifference(recorded, made);
-  if (!number) {
-    std::cout << "the same, " << counted(recorded.records.size(), "record") << "\n";
+ExitCode tellDifference(const std::optional<RecordDifference>& difference, std::size_t count) {
+  if (!difference) {
+    std::cout << "the same, " << counted(count, "record") << "\n";
     return ExitCode::Done;
   }
-  std::cout << "different from record " << *number << " on\n";
-  for (const Session* session : {&recorded, &made}) {
-    if (*number < session->records.size()) {
-      print(describeRecord(session->records[*number], *number) + "\n");
+  std::cout << "different from record " << difference->number << " on\n";
+  for (const std::optional<Record>& record : {difference->a, difference->b}) {
+    if (record) {
+      print(describeRecord(*record, difference->number) + "\n");
     } else {
       std::cout << "  (the session has ended)\n";
     }
@@ -90,19 +127,26 @@ ExitCode tellDifference(const Session& recorded, const Session& made) {
   return ExitCode::Different;
 }
 
+// One reader says what to send, the other what came of it before.
 ExitCode replay(const CommandLine& line) {
-  const std::optional<Session> recorded = load(line.files[0]);
-  if (!recorded) return ExitCode::UnusableInput;
-  const ReplayReport report = replaySession(*recorded, starterOf(line.worker), line.time_limit);
-  if (!report.error.empty()) return complain(ExitCode::NoWorker, report.error);
-  return tellDifference(*recorded, report.made);
+  const auto orders = openChecked(line.files[0]);
+  const auto recorded = orders == nullptr ? nullptr : open(line.files[0]);
+  if (recorded == nullptr) return ExitCode::UnusableInput;
+  const client::WorkerStarter starter = starterOf(line.worker);
+  ReplayStream made(*orders, starter, line.time_limit);
+  std::size_t count = 0;
+  const auto difference = firstDifference(*recorded, made, &count);
+  if (!made.error().empty()) return complain(ExitCode::NoWorker, made.error());
+  return tellDifference(difference, count);
 }
 
 ExitCode diff(const CommandLine& line) {
-  const std::optional<Session> recorded = load(line.files[0]);
-  const std::optional<Session> made = load(line.files[1]);
-  if (!recorded || !made) return ExitCode::UnusableInput;
-  return tellDifference(*recorded, *made);
+  const auto recorded = openChecked(line.files[0]);
+  const auto made = openChecked(line.files[1]);
+  if (recorded == nullptr || made == nullptr) return ExitCode::UnusableInput;
+  std::size_t count = 0;
+  const auto difference = firstDifference(*recorded, *made, &count);
+  return tellDifference(difference, count);
 }
 
 ExitCode explain(const CommandLine& line) {
@@ -130,22 +174,26 @@ ExitCode explain(const CommandLine& line) {
   return ExitCode::Different;
 }
 
+// Records only if it can: the conversation is what the host is here for.
 ExitCode proxy(const CommandLine& line) {
   std::string error;
   // First the worker: a recording of nothing helps nobody.
   const auto worker = starterOf(line.worker)(&error);
-  if (worker == nullptr) return complain(ExitCode::NoWorker, error);
+  if (worker == nullptr) return complain(ExitCode::NoProxiedWorker, error);
   const auto recorder = Recorder::create(line.recording, &error);
-  if (recorder == nullptr) {
-    return complain(ExitCode::UnusableInput, line.recording + ": " + error);
-  }
-  runProxy(*worker, *recorder);
+  if (recorder == nullptr) complainOfRecording(line.recording, error);
+  runProxy(*worker, recorder.get(),
+           [&line](const std::string& reason) { complainOfRecording(line.recording, reason); });
 }
 
 ExitCode run(const std::vector<std::string_view>& arguments) {
   std::string error;
   const std::optional<CommandLine> line = parseCommandLine(arguments, error);
-  if (!line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
+  if (!line) {
+    const bool is_proxy = !arguments.empty() && arguments[0] == "proxy";
+    return complain(is_proxy ? ExitCode::UnusableProxyLine : ExitCode::UnusableInput,
+                    error + " (--help tells more)");
+  }
   switch (line->command) {
     case Command::Help:
       std::cout << kUsage;

@@ -4,18 +4,21 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "client/process.h"
 #include "client/worker.h"
+#include "session/recorder.h"
 #include "session/replay.h"
 #include "session/session.h"
 #include "testing/base/command_output.h"
@@ -67,6 +70,11 @@ class SessionProgram : public testing::Test {
     return script("recorded_worker", "exec " + environment("LISP_SESSION_PATH") +
                                          " proxy --record " + recording().string() + " -- " +
                                          worker.string());
+  }
+
+  static std::string fileText(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
 
   [[nodiscard]] fs::path recording() const { return directory_ / "recorded.session"; }
@@ -123,7 +131,7 @@ TEST_F(SessionProgram, ReadsNoMoreOfAForeignFileThanItsHeader) {
   const Output endless =
       runCommand("timeout 20 " + environment("LISP_SESSION_PATH") + " show /dev/zero 2>&1");
   EXPECT_EQ(endless.text, "lisp_session: /dev/zero: not a recorded session\n");
-  EXPECT_EQ(run("show /").text, "lisp_session: /: cannot be read\n");
+  EXPECT_EQ(run("show /").text, "lisp_session: /: is a directory\n");
 }
 
 // The recorded run is held again to see what the worker does not tell, and this one says nothing.
@@ -322,10 +330,109 @@ TEST_F(SessionProgram, TakesAStuckWorkerAlongWhenItIsKilled) {
 
 TEST_F(SessionProgram, NeverRecordsOverAFile) {
   std::ofstream(recording()) << "precious";
-  client::Worker worker(proxyFor(workerExecutable()));
-  EXPECT_EQ(worker.ping(), std::nullopt);
-  EXPECT_THAT(worker.fault()->message, HasSubstr("exit code 2"));
+  const fs::path errors = directory_ / "errors";
+  client::Worker worker(script("outer_worker", "exec 2>" + errors.string() + "\nexec " +
+                                                   proxyFor(workerExecutable()).string()));
+  EXPECT_EQ(worker.run("(+ 1 2)")->text, "3");
+  // The host's work comes first, and is told afterwards.
+  EXPECT_EQ(worker.stop(), (WorkerExit{WorkerExit::Kind::Exited, 122}));
+  EXPECT_EQ(fileText(recording()), "precious");
+  EXPECT_EQ(fileText(errors), "lisp_session: " + recording().string() +
+                                  ": nothing is recorded from here on: File exists\n");
 }
+
+TEST_F(SessionProgram, TellsThatARecordingHasStopped) {
+  const fs::path errors = directory_ / "errors";
+  // A file of at most one block.
+  client::Worker worker(script("outer_worker", "exec 2>" + errors.string() +
+                                                   "\ntrap '' XFSZ\nulimit -f 1\nexec " +
+                                                   proxyFor(workerExecutable()).string()));
+  for (int n = 0; n < 20; ++n) EXPECT_EQ(worker.run("(+ 1 2)")->text, "3");
+  EXPECT_EQ(worker.stop(), (WorkerExit{WorkerExit::Kind::Exited, 122}));
+  EXPECT_EQ(fileText(errors),
+            "lisp_session: " + recording().string() +
+                ": nothing is recorded from here on: the file takes no more: File too large\n");
+  EXPECT_EQ(recorded().end, FileEnd::Cut);
+
+  // Another end of the worker is told instead.
+  fs::remove(recording());
+  const fs::path dying = script("dying_worker", "exit 5");
+  std::ofstream(recording()) << "precious";
+  const auto proxied = client::startWorker(proxyFor(dying), nullptr);
+  EXPECT_EQ(proxied->waitForEnd(std::chrono::seconds(20)),
+            (WorkerExit{WorkerExit::Kind::Exited, 5}));
+}
+
+// A worker's codes are 0 and 2 to 8.
+TEST_F(SessionProgram, HasCodesOfItsOwnForAProxyThatCannotBegin) {
+  EXPECT_EQ(run("proxy --record " + recording().string()).exit_code, 120);
+  EXPECT_EQ(run("proxy --record " + recording().string() + " -- no/such/worker").exit_code, 121);
+  EXPECT_FALSE(fs::exists(recording()));
+}
+
+// Somebody else ends the worker, which the host notices by its next request.
+TEST_F(SessionProgram, ReplaysASessionWhoseWorkerWasKilledWhileIdle) {
+  const fs::path number = directory_ / "number";
+  const fs::path path =
+      script("told_worker", "echo $$ > " + number.string() + "\nexec " + workerExecutable());
+  {
+    const auto recorder = Recorder::create(recording(), nullptr);
+    ASSERT_NE(recorder, nullptr);
+    client::Worker worker(path, {.observer = recorder.get()});
+    ASSERT_TRUE(worker.run("(SETQ A 1)").has_value());
+    ::kill(std::stoi(fileText(number)), SIGKILL);
+    EXPECT_FALSE(worker.run("(SETQ A 2)").has_value());
+    ASSERT_TRUE(worker.restart());
+    ASSERT_TRUE(worker.run("(SETQ A 3)").has_value());
+    worker.stop();
+    ASSERT_TRUE(recorder->isComplete());
+  }
+  const Output replayed = run("replay " + recording().string() + " --worker " + workerExecutable());
+  EXPECT_THAT(replayed.text, StartsWith("the same, "));
+  EXPECT_EQ(replayed.exit_code, 0);
+}
+
+TEST_F(SessionProgram, DoesNotWaitForTheOtherEndOfAPipe) {
+  const fs::path pipe = directory_ / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  for (const std::string command : {"show ", "explain ", "diff /dev/null "}) {
+    const Output refused = runCommand("timeout 20 " + environment("LISP_SESSION_PATH") + " " +
+                                      command + pipe.string() + " 2>&1");
+    EXPECT_EQ(refused.exit_code, 2);
+    EXPECT_THAT(refused.text,
+                HasSubstr("lisp_session: " + pipe.string() + ": is a pipe, and not a file\n"));
+  }
+  EXPECT_EQ(run("show no/such/file").text,
+            "lisp_session: no/such/file: cannot be read: No such file or directory\n");
+}
+
+#ifndef LISP_SANITIZE  // A sanitized program needs terabytes of addresses.
+// A file of 100 MiB, looked at within 64 MiB of addresses.
+TEST_F(SessionProgram, NeedsNoMoreMemoryForALargeFile) {
+  constexpr std::size_t kRecordCount = 100;
+  {
+    const std::string program(worker::kPayloadSizeMax, ' ');
+    const std::string frame = testing_support::frameBytes(
+        testing_support::requestHeader(MessageType::EvalStart), program);
+    std::ofstream file(recording(), std::ios::binary);
+    file << encodeFileHeader(0);
+    for (std::uint32_t number = 0; number < kRecordCount; ++number) {
+      file << encodeRecord(RecordKind::Request, number, 0, frame);
+    }
+  }
+  const std::string limited = "ulimit -S -v 65536; " + environment("LISP_SESSION_PATH") + " ";
+  const std::string file = recording().string();
+  const Output shown = runCommand(limited + "show " + file + " 2>&1 | tail -n 1");
+  EXPECT_THAT(shown.text, HasSubstr("   99  0.000000  host    EvalStart"));
+  const Output same = runCommand(limited + "diff " + file + " " + file + " 2>&1");
+  EXPECT_EQ(same.text, "the same, 100 records\n");
+  // It answers nothing, and the recording has no answers.
+  const fs::path deaf = script("deaf_worker", "ulimit -S -v unlimited\nexec cat >/dev/null");
+  const Output replayed =
+      runCommand(limited + "replay " + file + " --worker " + deaf.string() + " 2>&1");
+  EXPECT_EQ(replayed.text, "the same, 100 records\n");
+}
+#endif
 
 }  // namespace
 }  // namespace session

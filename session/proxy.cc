@@ -1,6 +1,7 @@
 #include "session/proxy.h"
 
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,10 +20,12 @@ constexpr std::size_t kBufferSize = 65536;
 
 class Proxy {
  public:
-  Proxy(client::WorkerProcess& worker, Recorder& recorder) : worker_(worker), recorder_(recorder) {}
+  Proxy(client::WorkerProcess& worker, Recorder* recorder,
+        const std::function<void(const std::string&)>& complain)
+      : worker_(worker), recorder_(recorder), complain_(complain) {}
 
   [[noreturn]] void run() {
-    recorder_.onStart();
+    record([](Recorder& recorder) { recorder.onStart(); });
     // Reading the host's requests may block for ever; endLike does not wait for it.
     std::thread([this] { carryRequests(); }).detach();
     carryResponses();
@@ -38,20 +41,14 @@ class Proxy {
     FrameSplitter splitter;
     while (const std::size_t size = readStandardInput(buffer.data(), buffer.size())) {
       const std::string_view bytes(buffer.data(), size);
-      splitter.feed(bytes, [this](std::string_view frame) {
-        const std::lock_guard lock(mutex_);
-        recorder_.onRequest(frame);
-      });
+      splitter.feed(bytes, [this](std::string_view frame) { recordRequest(frame); });
       if (!worker_.write(bytes)) {
         // The host is to notice as it would have without us.
         closeStandardInput();
         break;
       }
     }
-    if (!splitter.rest().empty() && !splitter.isOver()) {
-      const std::lock_guard lock(mutex_);
-      recorder_.onRequest(splitter.rest());
-    }
+    if (!splitter.rest().empty() && !splitter.isOver()) recordRequest(splitter.rest());
     worker_.endInput();
   }
 
@@ -67,41 +64,59 @@ class Proxy {
         break;
       }
     }
-    if (!splitter.rest().empty()) {
-      const std::lock_guard lock(mutex_);
-      recorder_.onBrokenResponse(splitter.rest());
-    }
+    if (!splitter.rest().empty()) recordBroken(splitter.rest());
     closeStandardOutput();
   }
 
+  void recordRequest(std::string_view frame) {
+    record([frame](Recorder& recorder) { recorder.onRequest(frame); });
+  }
+
   void recordResponse(std::string_view frame) {
-    const std::lock_guard lock(mutex_);
     const bool is_frame = worker::getU32(frame.data()) == worker::kMagic &&
                           frame.size() - worker::kHeaderSize ==
                               worker::getU32(frame.data() + worker::HeaderOffset::kPayloadLength);
-    if (is_frame) {
-      recorder_.onResponse(frame.substr(0, worker::kHeaderSize), frame.substr(worker::kHeaderSize));
-    } else {
-      recorder_.onBrokenResponse(frame);
-    }
+    if (!is_frame) return recordBroken(frame);
+    record([frame](Recorder& recorder) {
+      recorder.onResponse(frame.substr(0, worker::kHeaderSize), frame.substr(worker::kHeaderSize));
+    });
+  }
+
+  void recordBroken(std::string_view bytes) {
+    record([bytes](Recorder& recorder) { recorder.onBrokenResponse(bytes); });
+  }
+
+  // Has `note` record something, unless the recording has failed, and tells if it fails now.
+  template <typename Note>
+  void record(Note note) {
+    const std::lock_guard lock(mutex_);
+    if (recorder_ == nullptr) return;
+    note(*recorder_);
+    if (recorder_->isComplete()) return;
+    complain_(recorder_->failure());
+    recorder_ = nullptr;
   }
 
   [[noreturn]] void finish(const client::WorkerExit& exit) {
-    const std::lock_guard lock(mutex_);
-    recorder_.onEnd(exit);
-    endLike(exit);
+    record([&exit](Recorder& recorder) { recorder.onEnd(exit); });
+    const std::lock_guard lock(mutex_);  // Nothing is recorded any more.
+    using Kind = client::WorkerExit::Kind;
+    const bool hides_failure = recorder_ == nullptr && exit == client::WorkerExit{Kind::Exited, 0};
+    endLike(hides_failure ? client::WorkerExit{Kind::Exited, kIncompleteRecordingCode} : exit);
   }
 
   client::WorkerProcess& worker_;
-  Recorder& recorder_;
-  std::mutex mutex_;  // Of recorder_.
+  std::mutex mutex_;    // Of all that follows.
+  Recorder* recorder_;  // Null when nothing is recorded, or nothing any more.
+  const std::function<void(const std::string&)>& complain_;
 };
 
 }  // namespace
 
-void runProxy(client::WorkerProcess& worker, Recorder& recorder) {
+void runProxy(client::WorkerProcess& worker, Recorder* recorder,
+              const std::function<void(const std::string& reason)>& complain) {
   keepAliveOnBrokenPipe();
-  Proxy(worker, recorder).run();
+  Proxy(worker, recorder, complain).run();
 }
 
 }  // namespace session

@@ -13,17 +13,24 @@ std::unique_ptr<Recorder> Recorder::create(const std::filesystem::path& path,
   if (file == nullptr) return nullptr;
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   const auto start_time = static_cast<std::uint64_t>(duration_cast<microseconds>(now).count());
-  if (!file->append(encodeFileHeader(start_time))) {
-    if (error_out != nullptr) *error_out = "the file takes nothing";
-    return nullptr;
-  }
+  if (!file->append(encodeFileHeader(start_time), error_out)) return nullptr;
   return std::unique_ptr<Recorder>(new Recorder(std::move(file)));
 }
 
 Recorder::Recorder(std::unique_ptr<AppendFile> file)
     : file_(std::move(file)), begin_(std::chrono::steady_clock::now()) {}
 
-void Recorder::onStart() { record(RecordKind::Start, {}); }
+std::string Recorder::failure() const {
+  const std::lock_guard lock(mutex_);
+  return failure_;
+}
+
+void Recorder::onStart() {
+  const std::lock_guard lock(mutex_);
+  if (has_worker_ && failure_.empty()) failure_ = "two workers at a time share the recorder";
+  has_worker_ = true;
+  recordLocked(RecordKind::Start, {});
+}
 
 void Recorder::onRequest(std::string_view frame) { record(RecordKind::Request, frame); }
 
@@ -33,13 +40,24 @@ void Recorder::onResponse(std::string_view header, std::string_view payload) {
 
 void Recorder::onBrokenResponse(std::string_view bytes) { record(RecordKind::Broken, bytes); }
 
-void Recorder::onEnd(const client::WorkerExit& exit) { record(RecordKind::End, encodeEnd(exit)); }
+void Recorder::onEnd(const client::WorkerExit& exit) {
+  const std::lock_guard lock(mutex_);
+  has_worker_ = false;
+  recordLocked(RecordKind::End, encodeEnd(exit));
+}
 
 void Recorder::record(RecordKind kind, std::string_view body) {
-  if (!is_complete_) return;
+  const std::lock_guard lock(mutex_);
+  recordLocked(kind, body);
+}
+
+void Recorder::recordLocked(RecordKind kind, std::string_view body) {
+  if (!failure_.empty()) return;
   const auto time = duration_cast<microseconds>(std::chrono::steady_clock::now() - begin_);
-  is_complete_ = file_->append(
-      encodeRecord(kind, next_number_++, static_cast<std::uint64_t>(time.count()), body));
+  const std::string bytes =
+      encodeRecord(kind, next_number_++, static_cast<std::uint64_t>(time.count()), body);
+  std::string reason;
+  if (!file_->append(bytes, &reason)) failure_ = "the file takes no more: " + reason;
 }
 
 }  // namespace session

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,11 @@ namespace session {
 
 // Give one to client::ClientSettings::observer. Each record is in the file before the call that it
 // belongs to returns. A recording that fails ends there and never disturbs the conversation.
+//
+// A file holds one worker after the other, and one recorder is for one client::Worker. When a
+// worker is started before the last one has ended, the recording ends there: nobody could tell
+// afterwards which of the two has said what. Nothing is recorded either by a copy of the recorder
+// in a forked process. May be called from any thread.
 class Recorder final : public client::FrameObserver {
  public:
   // Begins a new file; one that exists already is left alone. Null when that cannot be, with the
@@ -31,17 +37,23 @@ class Recorder final : public client::FrameObserver {
   void onBrokenResponse(std::string_view bytes) override;
   void onEnd(const client::WorkerExit& exit) override;
 
-  // Whether everything so far is in the file. False once the system has refused a write.
-  [[nodiscard]] bool isComplete() const { return is_complete_; }
+  // Whether everything so far is in the file.
+  [[nodiscard]] bool isComplete() const { return failure().empty(); }
+
+  // Why the recording has ended, in a line for a person; empty while it is complete.
+  [[nodiscard]] std::string failure() const;
 
  private:
   explicit Recorder(std::unique_ptr<AppendFile> file);
   void record(RecordKind kind, std::string_view body);
+  void recordLocked(RecordKind kind, std::string_view body);
 
+  mutable std::mutex mutex_;  // Of all that follows.
   std::unique_ptr<AppendFile> file_;
   std::chrono::steady_clock::time_point begin_;
   std::uint32_t next_number_ = 0;
-  bool is_complete_ = true;
+  bool has_worker_ = false;  // Between a start and its end.
+  std::string failure_;
 };
 
 }  // namespace session

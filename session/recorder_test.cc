@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "client/worker.h"
 #include "testing/workers/executable_worker.h"
@@ -54,6 +56,45 @@ TEST_F(RecorderTest, KeepsAConversationWithARealWorker) {
   for (std::size_t number = 1; number < session->records.size(); ++number) {
     EXPECT_GE(session->records[number].time, session->records[number - 1].time);
   }
+}
+
+// Two conversations in one file could not be told apart, and the file says nothing of two workers.
+TEST_F(RecorderTest, EndsWhereASecondWorkerWouldShareIt) {
+  const auto recorder = Recorder::create(path_, nullptr);
+  ASSERT_NE(recorder, nullptr);
+  const std::string path = testing_support::workerExecutable();
+  client::Worker first(path, {.observer = recorder.get()});
+  EXPECT_TRUE(first.run("1").has_value());
+  EXPECT_TRUE(first.restart());
+  EXPECT_TRUE(recorder->isComplete());
+  client::Worker second(path, {.observer = recorder.get()});
+  EXPECT_TRUE(second.run("2").has_value());
+  EXPECT_TRUE(first.run("3").has_value());
+  EXPECT_FALSE(recorder->isComplete());
+  EXPECT_EQ(recorder->failure(), "two workers at a time share the recorder");
+  const auto session = readSession(path_, nullptr);
+  ASSERT_TRUE(session.has_value());
+  EXPECT_EQ(session->end, FileEnd::Whole);
+  EXPECT_EQ(kindsOf(*session),
+            (std::vector{RecordKind::Start, RecordKind::Request, RecordKind::Response,
+                         RecordKind::End, RecordKind::Start}));
+}
+
+TEST_F(RecorderTest, MayBeToldFromSeveralThreads) {
+  constexpr int kFrameCount = 500;
+  const auto recorder = Recorder::create(path_, nullptr);
+  ASSERT_NE(recorder, nullptr);
+  const auto send = [&] {
+    for (int n = 0; n < kFrameCount; ++n) recorder->onRequest("a frame");
+  };
+  std::thread other(send);
+  send();
+  other.join();
+  EXPECT_TRUE(recorder->isComplete());
+  const auto session = readSession(path_, nullptr);
+  ASSERT_TRUE(session.has_value());
+  EXPECT_EQ(session->end, FileEnd::Whole) << session->end_text;
+  EXPECT_EQ(session->records.size(), 2u * kFrameCount);
 }
 
 TEST_F(RecorderTest, LeavesAFileThatExistsAlone) {

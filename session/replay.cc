@@ -1,47 +1,51 @@
 #include "session/replay.h"
 
 #include <algorithm>
-#include <memory>
+#include <array>
+#include <cstdint>
+#include <string_view>
 #include <utility>
 
+#include "worker/exit_code.h"
+
 namespace session {
-namespace {
 
 using client::WorkerExit;
-using std::chrono::steady_clock;
 
-class Replayer {
+// Does what records say, one after the other.
+class ReplayStream::Replayer {
  public:
   Replayer(const client::WorkerStarter& starter, std::chrono::milliseconds time_limit)
-      : starter_(starter), time_limit_(time_limit), begin_(steady_clock::now()) {}
+      : starter_(starter), time_limit_(time_limit), begin_(std::chrono::steady_clock::now()) {}
 
-  // Does what the record says. False when that cannot be done.
-  bool repeat(const Record& record) {
+  // Does what `record` says, and sets `made` to what came of it. False when there was nothing.
+  bool repeat(const Record& record, Record& made) {
+    if (!error_.empty()) return false;
     switch (record.kind) {
       case RecordKind::Start:
-        note(RecordKind::Start, {});
-        return start();
+        start();
+        return note(made, RecordKind::Start, {});
       case RecordKind::Request:
         if (process_ == nullptr && !start()) return false;
         send(record.body);
-        return true;
+        return note(made, RecordKind::Request, record.body);
       case RecordKind::Response:
       case RecordKind::Broken:
-        receive();
-        return true;
+        return receive(made);
       case RecordKind::End:
-        end();
-        return true;
+        return note(made, RecordKind::End, encodeEnd(end()));
     }
-    return true;
+    return false;
   }
 
-  ReplayReport finish() && { return std::move(report_); }
+  [[nodiscard]] const std::string& error() const { return error_; }
 
  private:
   bool start() {
     process_.reset();
-    process_ = starter_(&report_.error);
+    unanswered_count_ = 0;
+    process_ = starter_(&error_);
+    if (process_ == nullptr && error_.empty()) error_ = "the worker cannot be started";
     return process_ != nullptr;
   }
 
@@ -49,24 +53,25 @@ class Replayer {
     // Of a worker that takes nothing any more, the response will tell.
     setDeadline();
     static_cast<void>(process_->write(frame));
-    note(RecordKind::Request, frame);
+    ++unanswered_count_;
   }
 
-  void receive() {
+  bool receive(Record& made) {
     std::string bytes;
+    if (unanswered_count_ > 0) --unanswered_count_;
     if (process_ != nullptr) {
       setDeadline();
       bytes.resize(worker::kHeaderSize);
       bytes.resize(process_->read(bytes.data(), bytes.size()));
       if (bytes.size() == worker::kHeaderSize && receivePayload(bytes)) {
-        return note(RecordKind::Response, std::move(bytes));
+        return note(made, RecordKind::Response, std::move(bytes));
       }
     }
-    note(RecordKind::Broken, std::move(bytes));
     // One that has not answered in time answers nothing any more: no later response is waited for.
     if (process_ != nullptr && process_->hasTimedOut()) {
       static_cast<void>(process_->finishWithin(std::chrono::milliseconds::zero()));
     }
+    return note(made, RecordKind::Broken, std::move(bytes));
   }
 
   // Appends what the header announces. False when that is too much or does not come.
@@ -82,64 +87,189 @@ class Replayer {
     return count == size;
   }
 
-  void end() {
+  WorkerExit end() {
     WorkerExit exit;
-    if (process_ != nullptr) {
-      exit = process_->finishWithin(process_->hasTimedOut() ? std::chrono::milliseconds::zero()
-                                                            : client::kExitGrace);
-      process_.reset();
+    if (process_ == nullptr) return exit;
+    if (unanswered_count_ > 0 && !process_->hasTimedOut()) drain();
+    exit = process_->finishWithin(process_->hasTimedOut() ? std::chrono::milliseconds::zero()
+                                                          : client::kExitGrace);
+    process_.reset();
+    return exit;
+  }
+
+  // Takes responses that the recording does not have. A worker whose output were closed before
+  // would end because of that, and not as it ends by itself.
+  void drain() {
+    setDeadline();
+    process_->endInput();
+    std::array<char, 4096> rest{};
+    while (process_->readSome(rest.data(), rest.size()) > 0) {
     }
-    note(RecordKind::End, encodeEnd(exit));
   }
 
   void setDeadline() {
-    if (time_limit_.count() > 0) process_->setDeadline(steady_clock::now() + time_limit_);
+    if (time_limit_.count() > 0) process_->setDeadline(client::momentAfter(time_limit_));
   }
 
-  void note(RecordKind kind, std::string body) {
-    const auto time =
-        std::chrono::duration_cast<std::chrono::microseconds>(steady_clock::now() - begin_);
-    report_.made.records.push_back(
-        {kind, static_cast<std::uint64_t>(time.count()), std::move(body)});
+  bool note(Record& made, RecordKind kind, std::string body) const {
+    const auto time = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - begin_);
+    made = {kind, static_cast<std::uint64_t>(time.count()), std::move(body)};
+    return true;
   }
 
   const client::WorkerStarter& starter_;
   std::chrono::milliseconds time_limit_;
-  steady_clock::time_point begin_;
+  std::chrono::steady_clock::time_point begin_;
   std::unique_ptr<client::WorkerProcess> process_;
-  ReplayReport report_;
+  std::size_t unanswered_count_ = 0;  // Requests whose responses have not been taken.
+  std::string error_;
 };
 
-// Whether the host had waited for this end, so that it tells about the worker.
-bool tellsOfTheWorker(const Record& end) {
-  const WorkerExit::Kind kind = decodeEnd(end.body).kind;
-  return kind == WorkerExit::Kind::Exited || kind == WorkerExit::Kind::Signaled;
+ReplayStream::ReplayStream(RecordStream& recorded, const client::WorkerStarter& starter,
+                           std::chrono::milliseconds time_limit)
+    : recorded_(recorded), replayer_(std::make_unique<Replayer>(starter, time_limit)) {}
+
+ReplayStream::~ReplayStream() = default;
+
+bool ReplayStream::next(Record& record) {
+  Record recorded;
+  return recorded_.next(recorded) && replayer_->repeat(recorded, record);
 }
 
-bool isSame(const Record& a, const Record& b) {
-  if (a.kind != b.kind) return false;
-  if (a.kind == RecordKind::End && !(tellsOfTheWorker(a) && tellsOfTheWorker(b))) return true;
-  return a.body == b.body;
+const std::string& ReplayStream::error() const { return replayer_->error(); }
+
+namespace {
+
+// The records of a session in memory, which must outlive this.
+class SessionStream final : public RecordStream {
+ public:
+  explicit SessionStream(const Session& session) : session_(session) {}
+
+  bool next(Record& record) override {
+    if (next_ == session_.records.size()) return false;
+    record = session_.records[next_++];
+    return true;
+  }
+
+ private:
+  const Session& session_;
+  std::size_t next_ = 0;
+};
+
+// A stream of which the next record but one can be seen.
+class Window {
+ public:
+  explicit Window(RecordStream& stream) : stream_(stream) {
+    fetch(current_);
+    fetch(following_);
+  }
+
+  [[nodiscard]] const std::optional<Record>& current() const { return current_; }
+  [[nodiscard]] const std::optional<Record>& following() const { return following_; }
+
+  void advance() {
+    current_ = std::move(following_);
+    if (current_) fetch(following_);
+  }
+
+ private:
+  void fetch(std::optional<Record>& record) {
+    if (!stream_.next(record.emplace())) record.reset();
+  }
+
+  RecordStream& stream_;
+  std::optional<Record> current_;
+  std::optional<Record> following_;
+};
+
+// The signals by which a program that does wrong ends itself, in the numbers of Linux: SIGILL,
+// SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV and SIGSYS. All others come from outside.
+constexpr std::array<std::uint32_t, 7> kCrashSignals = {4, 5, 6, 7, 8, 11, 31};
+
+bool isCrash(std::uint32_t signal) {
+  return std::find(kCrashSignals.begin(), kCrashSignals.end(), signal) != kCrashSignals.end();
+}
+
+// The exit code of a program on Windows that was ended by the keys ^C.
+constexpr std::uint32_t kInterruptedCode = 0xC000013A;
+
+// Whether a worker has been ended by somebody who was not its host.
+bool isFromOutside(const WorkerExit& exit) {
+  return (exit.kind == WorkerExit::Kind::Signaled && !isCrash(exit.code)) ||
+         (exit.kind == WorkerExit::Kind::Exited && exit.code == kInterruptedCode);
+}
+
+// Whether this end tells about the worker. One that could not write a response tells about its
+// host.
+bool isByItself(const Record& end) {
+  const WorkerExit exit = decodeEnd(end.body);
+  const auto is_code = [&exit](worker::ExitCode code) {
+    return exit.code == static_cast<std::uint32_t>(code);
+  };
+  if (exit.kind == WorkerExit::Kind::Signaled) return !isFromOutside(exit);
+  return exit.kind == WorkerExit::Kind::Exited && !isFromOutside(exit) &&
+         !is_code(worker::ExitCode::HeaderUnwritten) &&
+         !is_code(worker::ExitCode::PayloadUnwritten);
+}
+
+// Whether a response has been cut by an end from outside.
+bool isCutFromOutside(const Window& window) {
+  const std::optional<Record>& end = window.following();
+  return window.current()->kind == RecordKind::Broken && end && end->kind == RecordKind::End &&
+         isFromOutside(decodeEnd(end->body));
+}
+
+bool isResponse(const Record& record) {
+  return record.kind == RecordKind::Response || record.kind == RecordKind::Broken;
+}
+
+bool isSame(const Window& a, const Window& b) {
+  if (!a.current() || !b.current()) return false;
+  const Record& one = *a.current();
+  const Record& other = *b.current();
+  if (isResponse(one) && isResponse(other)) {
+    if (isCutFromOutside(a) && std::string_view(other.body).starts_with(one.body)) return true;
+    if (isCutFromOutside(b) && std::string_view(one.body).starts_with(other.body)) return true;
+  }
+  if (one.kind != other.kind) return false;
+  if (one.kind == RecordKind::End && !(isByItself(one) && isByItself(other))) return true;
+  return one.body == other.body;
 }
 
 }  // namespace
 
 ReplayReport replaySession(const Session& recorded, const client::WorkerStarter& starter,
                            std::chrono::milliseconds time_limit) {
-  Replayer replayer(starter, time_limit);
-  for (const Record& record : recorded.records) {
-    if (!replayer.repeat(record)) break;
+  SessionStream source(recorded);
+  ReplayStream stream(source, starter, time_limit);
+  ReplayReport report;
+  Record record;
+  while (stream.next(record)) report.made.records.push_back(std::move(record));
+  report.error = stream.error();
+  return report;
+}
+
+std::optional<RecordDifference> firstDifference(RecordStream& a, RecordStream& b,
+                                                std::size_t* count_out) {
+  Window one(a);
+  Window other(b);
+  std::size_t number = 0;
+  while (isSame(one, other)) {
+    one.advance();
+    other.advance();
+    ++number;
   }
-  return std::move(replayer).finish();
+  if (count_out != nullptr) *count_out = number;
+  if (!one.current() && !other.current()) return std::nullopt;
+  return RecordDifference{number, one.current(), other.current()};
 }
 
 std::optional<std::size_t> firstDifference(const Session& a, const Session& b) {
-  const std::size_t common = std::min(a.records.size(), b.records.size());
-  for (std::size_t number = 0; number < common; ++number) {
-    if (!isSame(a.records[number], b.records[number])) return number;
-  }
-  if (a.records.size() != b.records.size()) return common;
-  return std::nullopt;
+  SessionStream one(a);
+  SessionStream other(b);
+  const std::optional<RecordDifference> found = firstDifference(one, other, nullptr);
+  return found ? std::optional(found->number) : std::nullopt;
 }
 
 }  // namespace session

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,23 +14,55 @@
 
 namespace session {
 
-struct ReplayReport {
-  // The session as it went this time: a record for each one of the recording, of the same kind
-  // unless the worker did otherwise. It ends early when a worker cannot be started.
-  Session made;
+// A session as it goes this time: a record for each one of the recording, of the same kind unless
+// the worker does otherwise. It ends early when a worker cannot be started.
+class ReplayStream final : public RecordStream {
+ public:
+  // Sends every recorded request again, byte for byte, to workers made by `starter`, and takes what
+  // comes for each recorded response. A response that has not come within `time_limit` is cut
+  // there, and its worker killed; zero waits for ever. What is passed must outlive the stream.
+  ReplayStream(RecordStream& recorded, const client::WorkerStarter& starter,
+               std::chrono::milliseconds time_limit);
+  ~ReplayStream() override;
 
+  [[nodiscard]] bool next(Record& record) override;
+
+  // Why the replay could not be held; empty when it could.
+  [[nodiscard]] const std::string& error() const;
+
+ private:
+  class Replayer;
+
+  RecordStream& recorded_;
+  std::unique_ptr<Replayer> replayer_;
+};
+
+struct ReplayReport {
+  Session made;
   std::string error;  // Why the replay could not be held; empty when it could.
 };
 
-// Sends every recorded request again, byte for byte, to workers made by `starter`, and takes what
-// comes for each recorded response. A response that has not come within `time_limit` is cut there,
-// and its worker killed; zero waits for ever.
+// The same for a whole session.
 [[nodiscard]] ReplayReport replaySession(const Session& recorded,
                                          const client::WorkerStarter& starter,
                                          std::chrono::milliseconds time_limit);
 
-// The number of the first record in which two sessions differ, times left aside. A worker's end
-// that the host has not waited for is like any other end. Empty when they are the same.
+// The first records in which two sessions differ.
+struct RecordDifference {
+  std::size_t number = 0;
+  std::optional<Record> a;  // Empty when this session has ended before.
+  std::optional<Record> b;
+};
+
+// Compares two sessions up to their first difference, times left aside. Empty when they are the
+// same. A worker's end is compared only if both ended by themselves: by an exit code that tells
+// about them, or by a crash. An end that came from outside says nothing, nor does the response that
+// it has cut: as much of that as came is compared. `count_out` is the number of records that are
+// the same, unless it is null.
+[[nodiscard]] std::optional<RecordDifference> firstDifference(RecordStream& a, RecordStream& b,
+                                                              std::size_t* count_out);
+
+// The number of those records in whole sessions.
 [[nodiscard]] std::optional<std::size_t> firstDifference(const Session& a, const Session& b);
 
 }  // namespace session

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -136,6 +137,61 @@ TEST(Replay, GivesUpAWorkerThatDoesNotAnswer) {
   EXPECT_EQ(explainDifference(recorded, report.made)->cause, Cause::WorkerEnded);
 }
 
+// A session in which `end` came instead of the first response, after `came`, if anything came; and
+// another worker after that.
+Session endedInstead(client::WorkerExit end, const std::optional<std::string>& came) {
+  const Session whole = someSession();
+  Session session = whole;
+  session.records.resize(2);
+  if (came) session.records.push_back({RecordKind::Broken, 0, *came});
+  session.records.push_back({RecordKind::End, 0, encodeEnd(end)});
+  session.records.insert(session.records.end(), whole.records.begin(), whole.records.end());
+  return session;
+}
+
+using Kind = client::WorkerExit::Kind;
+constexpr client::WorkerExit kKilledByOthers{Kind::Signaled, 9};
+
+TEST(Replay, GoesOnAfterAnEndFromOutside) {
+  const std::string response = someSession().records[2].body;
+  for (const auto& came :
+       {std::optional<std::string>(), std::optional<std::string>(""),
+        std::optional<std::string>(response.substr(0, 70)), std::optional(response)}) {
+    Session recorded = endedInstead(kKilledByOthers, came);
+    const ReplayReport report = replaySession(recorded, realWorker(), kPatience);
+    EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
+    EXPECT_EQ(firstDifference(report.made, recorded), std::nullopt);
+    // And finds what differs behind it.
+    recorded.records.back().body.back() ^= 1;
+    EXPECT_EQ(firstDifference(recorded, report.made), recorded.records.size() - 1);
+  }
+  const Session other = endedInstead(kKilledByOthers, "rubbish");
+  EXPECT_EQ(firstDifference(other, replaySession(other, realWorker(), kPatience).made), 2u);
+}
+
+// What ends there is the recording, and not the worker.
+TEST(Replay, InventsNoEndForAWorkerWithARequestInHand) {
+  const Session recorded = endedInstead({Kind::Exited, 0}, std::nullopt);
+  for (int n = 0; n < 20; ++n) {
+    const ReplayReport report = replaySession(recorded, realWorker(), kPatience);
+    ASSERT_EQ(report.made.records[2].kind, RecordKind::End);
+    EXPECT_EQ(decodeEnd(report.made.records[2].body), (client::WorkerExit{Kind::Exited, 0}));
+    EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
+  }
+}
+
+TEST(Replay, ComparesAnEndThatAWorkerHasMadeItself) {
+  for (const client::WorkerExit end :
+       {client::WorkerExit{Kind::Signaled, 11}, client::WorkerExit{Kind::Exited, 8},
+        client::WorkerExit{Kind::Exited, 0xC0000005}}) {
+    const Session recorded = endedInstead(end, "");
+    EXPECT_EQ(firstDifference(recorded, replaySession(recorded, realWorker(), kPatience).made), 2u);
+  }
+  // Its host has given it up, because nothing came: that is about the worker, too.
+  const Session stuck = endedInstead({Kind::Killed, 0}, "");
+  EXPECT_EQ(firstDifference(stuck, replaySession(stuck, realWorker(), kPatience).made), 2u);
+}
+
 TEST(FirstDifference, LeavesTimesAside) {
   const Session a = someSession();
   Session b = a;
@@ -158,13 +214,19 @@ TEST(FirstDifference, CountsHowAWorkerEndedOnlyIfItEndedByItself) {
     session.records.push_back({RecordKind::End, 0, encodeEnd(exit)});
     return session;
   };
-  using Kind = client::WorkerExit::Kind;
   const Session fine = ending({Kind::Exited, 0});
   const std::size_t last = fine.records.size() - 1;
-  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 6})), last);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 5})), last);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 0xC0000005})), last);
   EXPECT_EQ(firstDifference(fine, ending({Kind::Signaled, 11})), last);
   EXPECT_EQ(firstDifference(fine, ending({Kind::Killed, 0})), std::nullopt);
   EXPECT_EQ(firstDifference(ending({}), fine), std::nullopt);
+  EXPECT_EQ(firstDifference(fine, ending(kKilledByOthers)), std::nullopt);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Signaled, 2})), std::nullopt);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 0xC000013A})), std::nullopt);
+  // Its host read no more.
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 6})), std::nullopt);
+  EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 7})), std::nullopt);
 }
 
 }  // namespace

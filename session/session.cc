@@ -1,9 +1,13 @@
 #include "session/session.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <fstream>
+#include <system_error>
 #include <utility>
 
+#include "client/system_text.h"
 #include "session/crc32.h"
 
 namespace session {
@@ -41,55 +45,6 @@ const char* whyMalformed(RecordKind kind, std::string_view body) {
   return "an unknown kind";
 }
 
-// Takes the records of a file apart, one after the other.
-class RecordReader {
- public:
-  explicit RecordReader(std::string_view bytes) : bytes_(bytes), position_(kFileHeaderSize) {}
-
-  void readAll(Session& session) {
-    while (session.end == FileEnd::Whole && position_ < bytes_.size()) readOne(session);
-  }
-
- private:
-  void readOne(Session& session) {
-    const std::string_view rest = bytes_.substr(position_);
-    if (rest.size() < kRecordHeaderSize) return stop(session, FileEnd::Cut, "its header");
-    const char* const header = rest.data();
-    if (worker::getU32(header + RecordOffset::kHeaderChecksum) !=
-        crc32(rest.substr(0, RecordOffset::kHeaderChecksum))) {
-      return stop(session, FileEnd::Damaged, "the checksum of its header is wrong");
-    }
-    const std::size_t size = worker::getU32(header + RecordOffset::kBodySize);
-    const std::uint8_t kind = worker::getU8(header + RecordOffset::kKind);
-    if (size > kBodySizeMax || !isKnown(kind) ||
-        worker::getU32(header + RecordOffset::kNumber) != session.records.size()) {
-      return stop(session, FileEnd::Damaged, "it does not belong here");
-    }
-    if (rest.size() < kRecordHeaderSize + size) return stop(session, FileEnd::Cut, "its body");
-    const std::string_view body = rest.substr(kRecordHeaderSize, size);
-    if (worker::getU32(header + RecordOffset::kBodyChecksum) != crc32(body)) {
-      return stop(session, FileEnd::Damaged, "the checksum of its body is wrong");
-    }
-    if (const char* reason = whyMalformed(static_cast<RecordKind>(kind), body)) {
-      return stop(session, FileEnd::Damaged, reason);
-    }
-    session.records.push_back({static_cast<RecordKind>(kind),
-                               worker::getU64(header + RecordOffset::kTime), std::string(body)});
-    position_ += kRecordHeaderSize + size;
-  }
-
-  void stop(Session& session, FileEnd end, const std::string& what) const {
-    const std::string record = "record " + std::to_string(session.records.size());
-    session.end = end;
-    session.end_text = end == FileEnd::Cut ? "the file ends inside " + record + ", in " + what
-                                           : record + ", at byte " + std::to_string(position_) +
-                                                 ", is damaged: " + what;
-  }
-
-  std::string_view bytes_;
-  std::size_t position_;
-};
-
 // Why this is no session file of ours; null when it is one.
 const char* whyForeign(std::string_view bytes) {
   if (!bytes.starts_with(kFileMagic)) return "not a recorded session";
@@ -103,6 +58,41 @@ const char* whyForeign(std::string_view bytes) {
     return "a recorded session of another version";
   }
   return nullptr;
+}
+
+// The bytes of a file; empty, with the reason, when it is none.
+std::optional<SessionReader::Source> openSource(const std::filesystem::path& path,
+                                                std::string& reason_out) {
+  // Asked before it is opened: to open a pipe is to wait for its other end.
+  std::error_code error;
+  const std::filesystem::file_type type = std::filesystem::status(path, error).type();
+  if (type == std::filesystem::file_type::directory) reason_out = "is a directory";
+  if (type == std::filesystem::file_type::fifo || type == std::filesystem::file_type::socket) {
+    reason_out = "is a pipe, and not a file";
+  }
+  if (!reason_out.empty()) return std::nullopt;
+  errno = 0;
+  const auto file = std::make_shared<std::ifstream>(path, std::ios::binary);
+  if (!file->is_open()) {
+    reason_out = "cannot be read: " + std::generic_category().message(errno);
+    return std::nullopt;
+  }
+  return [file](char* buffer, std::size_t size) {
+    file->read(buffer, static_cast<std::streamsize>(size));
+    return static_cast<std::size_t>(file->gcount());
+  };
+}
+
+// Everything that `reader`, which may be null, has to give.
+std::optional<Session> readAll(const std::unique_ptr<SessionReader>& reader) {
+  if (reader == nullptr) return std::nullopt;
+  Session session;
+  session.start_time = reader->startTime();
+  Record record;
+  while (reader->next(record)) session.records.push_back(std::move(record));
+  session.end = reader->end();
+  session.end_text = reader->endText();
+  return session;
 }
 
 }  // namespace
@@ -143,35 +133,85 @@ std::string encodeSession(const Session& session) {
   return bytes;
 }
 
-std::optional<Session> decodeSession(std::string_view bytes, std::string* error_out) {
-  if (const char* reason = whyForeign(bytes)) {
+std::unique_ptr<SessionReader> SessionReader::begin(Source source, std::string* error_out) {
+  std::string header(kFileHeaderSize, '\0');
+  header.resize(source(header.data(), header.size()));
+  if (const char* reason = whyForeign(header)) {
     if (error_out != nullptr) *error_out = reason;
-    return std::nullopt;
+    return nullptr;
   }
-  Session session;
-  session.start_time = worker::getU64(bytes.data() + FileOffset::kStartTime);
-  RecordReader(bytes).readAll(session);
-  return session;
+  const std::uint64_t start_time = worker::getU64(header.data() + FileOffset::kStartTime);
+  return std::unique_ptr<SessionReader>(new SessionReader(std::move(source), start_time));
+}
+
+std::unique_ptr<SessionReader> SessionReader::open(const std::filesystem::path& path,
+                                                   std::string* error_out) {
+  std::string reason;
+  std::unique_ptr<SessionReader> reader;
+  if (std::optional<Source> source = openSource(path, reason)) {
+    reader = begin(*std::move(source), &reason);
+  }
+  if (reader == nullptr && error_out != nullptr)
+    *error_out = client::pathText(path) + ": " + reason;
+  return reader;
+}
+
+bool SessionReader::next(Record& record) {
+  if (is_over_) return false;
+  std::array<char, kRecordHeaderSize> header{};
+  const std::size_t header_size = source_(header.data(), header.size());
+  if (header_size == 0) return stop(FileEnd::Whole, "");
+  if (header_size < header.size()) return stop(FileEnd::Cut, "its header");
+  if (worker::getU32(header.data() + RecordOffset::kHeaderChecksum) !=
+      crc32({header.data(), RecordOffset::kHeaderChecksum})) {
+    return stop(FileEnd::Damaged, "the checksum of its header is wrong");
+  }
+  const std::size_t size = worker::getU32(header.data() + RecordOffset::kBodySize);
+  const std::uint8_t kind = worker::getU8(header.data() + RecordOffset::kKind);
+  if (size > kBodySizeMax || !isKnown(kind) ||
+      worker::getU32(header.data() + RecordOffset::kNumber) != count_) {
+    return stop(FileEnd::Damaged, "it does not belong here");
+  }
+  record.kind = static_cast<RecordKind>(kind);
+  record.time = worker::getU64(header.data() + RecordOffset::kTime);
+  record.body.resize(size);
+  if (size > 0 && source_(record.body.data(), size) < size) return stop(FileEnd::Cut, "its body");
+  if (worker::getU32(header.data() + RecordOffset::kBodyChecksum) != crc32(record.body)) {
+    return stop(FileEnd::Damaged, "the checksum of its body is wrong");
+  }
+  if (const char* reason = whyMalformed(record.kind, record.body)) {
+    return stop(FileEnd::Damaged, reason);
+  }
+  position_ += kRecordHeaderSize + size;
+  ++count_;
+  return true;
+}
+
+// There is nothing to be had any more. False.
+bool SessionReader::stop(FileEnd end, const std::string& what) {
+  is_over_ = true;
+  end_ = end;
+  const std::string record = "record " + std::to_string(count_);
+  if (end == FileEnd::Cut) end_text_ = "the file ends inside " + record + ", in " + what;
+  if (end == FileEnd::Damaged) {
+    end_text_ = record + ", at byte " + std::to_string(position_) + ", is damaged: " + what;
+  }
+  return false;
+}
+
+std::optional<Session> decodeSession(std::string_view bytes, std::string* error_out) {
+  return readAll(SessionReader::begin(
+      [bytes](char* buffer, std::size_t size) mutable {
+        size = std::min(size, bytes.size());
+        bytes.copy(buffer, size);
+        bytes.remove_prefix(size);
+        return size;
+      },
+      error_out));
 }
 
 std::optional<Session> readSession(const std::filesystem::path& path, std::string* error_out) {
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes;
-  std::array<char, 65536> buffer{};
-  const auto read_some = [&](std::size_t size) {
-    file.read(buffer.data(), static_cast<std::streamsize>(size));
-    bytes.append(buffer.data(), static_cast<std::size_t>(file.gcount()));
-    return file.gcount() > 0;
-  };
-  // A file that is no session may be as long as it likes.
-  const bool is_ours = read_some(kFileHeaderSize) && whyForeign(bytes) == nullptr;
-  while (is_ours && read_some(buffer.size())) {
-  }
-  std::string reason = "cannot be read";
-  std::optional<Session> session;
-  if (file.is_open() && !file.bad()) session = decodeSession(bytes, &reason);
-  if (!session && error_out != nullptr) *error_out = path.string() + ": " + reason;
-  return session;
+  return readAll(SessionReader::open(path, error_out));
 }
 
 std::string encodeEnd(const client::WorkerExit& exit) {

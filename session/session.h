@@ -10,9 +10,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "client/process.h"
@@ -87,6 +90,51 @@ struct Session {
 [[nodiscard]] std::string encodeRecord(RecordKind kind, std::uint32_t number, std::uint64_t time,
                                        std::string_view body);
 [[nodiscard]] std::string encodeSession(const Session& session);
+
+// Records one after the other, from a file or from elsewhere.
+class RecordStream {
+ public:
+  virtual ~RecordStream() = default;
+
+  // Sets `record` to the next one, if there is one.
+  [[nodiscard]] virtual bool next(Record& record) = 0;
+};
+
+// The records of a file, of which only one is in memory at a time.
+class SessionReader final : public RecordStream {
+ public:
+  // Puts up to `size` further bytes into `buffer` and returns how many; fewer only at the end.
+  using Source = std::function<std::size_t(char* buffer, std::size_t size)>;
+
+  // Null when there are no bytes of a session file of this version, with the reason in `error_out`
+  // unless that is null. Of what is no session only the first bytes are read.
+  [[nodiscard]] static std::unique_ptr<SessionReader> begin(Source source, std::string* error_out);
+
+  // The same for a file by its path. A pipe is none: its other end may never come.
+  [[nodiscard]] static std::unique_ptr<SessionReader> open(const std::filesystem::path& path,
+                                                           std::string* error_out);
+
+  // False after the last record that can be trusted; end() and endText() then tell more.
+  [[nodiscard]] bool next(Record& record) override;
+
+  [[nodiscard]] std::uint64_t startTime() const { return start_time_; }
+  [[nodiscard]] std::size_t recordCount() const { return count_; }  // Those so far.
+  [[nodiscard]] FileEnd end() const { return end_; }
+  [[nodiscard]] const std::string& endText() const { return end_text_; }
+
+ private:
+  SessionReader(Source source, std::uint64_t start_time)
+      : source_(std::move(source)), start_time_(start_time) {}
+  bool stop(FileEnd end, const std::string& what);
+
+  Source source_;
+  std::uint64_t start_time_;
+  std::size_t position_ = kFileHeaderSize;
+  std::size_t count_ = 0;
+  bool is_over_ = false;
+  FileEnd end_ = FileEnd::Whole;
+  std::string end_text_;
+};
 
 // Reads as much of a file as can be trusted. Empty when it is no session file of this version at
 // all, with the reason in `error_out`.

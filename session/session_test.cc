@@ -157,7 +157,7 @@ TEST(SessionFile, RefusesRecordsThatDoNotBelong) {
 TEST(SessionFile, TellsThatItCannotBeRead) {
   std::string error;
   EXPECT_FALSE(readSession("no/such.session", &error).has_value());
-  EXPECT_EQ(error, "no/such.session: cannot be read");
+  EXPECT_EQ(error, "no/such.session: cannot be read: No such file or directory");
   EXPECT_FALSE(readSession("no/such.session", nullptr).has_value());
 }
 
