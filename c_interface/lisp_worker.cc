@@ -3,15 +3,23 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
+
+#ifdef __GLIBCXX__
+#include <cxxabi.h>
+#endif
 
 #include "client/answer_text.h"
 #include "client/names.h"
+#include "client/system_text.h"
 #include "client/worker.h"
 #include "session/recorder.h"
 
@@ -21,33 +29,86 @@ using worker::WorkerStatus;
 
 // NOLINTBEGIN(readability-identifier-naming): the names are C's.
 
+// What is asked of a worker as text is copied, because requests replace what the text describes.
 struct lisp_worker {
   std::string path;
   std::chrono::milliseconds time_limit{0};
   std::unique_ptr<session::Recorder> recorder;
   std::unique_ptr<client::Worker> worker;  // Made by its first use, which ends the settings.
-  std::string exit_text;
+  mutable std::string fault_text;
+  mutable std::string exit_text;
 };
 
 struct lisp_value {
   Datum datum;
-  std::string text;  // What was asked for last.
+  std::string error;  // Of lisp_answer_error, which is_error tells.
+  bool is_error = false;
+  mutable std::optional<std::string> printed;  // Once it has been asked for.
 };
 
 struct lisp_run {
   client::RunReport report;
-  std::string warning_text;
+  std::vector<std::string> warnings;
+  bool is_host_error = false;
 };
 
 namespace {
 
+// What leaves runProgram when the host's callback has failed.
+struct HostError {
+  std::string message;
+};
+
+std::string_view viewOf(const char* text) {
+  return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+std::string_view viewOf(const char* bytes, std::size_t size) {
+  return bytes == nullptr ? std::string_view() : std::string_view(bytes, size);
+}
+
 client::Worker& workerOf(lisp_worker* handle) {
   if (handle->worker == nullptr) {
-    handle->worker = std::make_unique<client::Worker>(
-        handle->path, client::ClientSettings{.time_limit = handle->time_limit,
-                                             .observer = handle->recorder.get()});
+    client::ClientSettings settings;
+    settings.time_limit = handle->time_limit;
+    settings.observer = handle->recorder.get();
+    const auto start =
+        [path = handle->path](std::string* error_out) -> std::unique_ptr<client::WorkerProcess> {
+      const std::optional<std::filesystem::path> file = client::pathFromText(path);
+      auto process = file ? client::startWorker(*file, error_out) : nullptr;
+      if (process == nullptr) {
+        *error_out = path + ": " + (file ? *error_out : "the path is not UTF-8");
+      }
+      return process;
+    };
+    handle->worker = std::make_unique<client::Worker>(start, settings);
   }
   return *handle->worker;
+}
+
+// Null before the first use.
+const client::Worker* workerOf(const lisp_worker* handle) {
+  return handle == nullptr ? nullptr : handle->worker.get();
+}
+
+const Datum& datumOf(const lisp_value* value) {
+  static const Datum kNil;
+  return value == nullptr ? kNil : value->datum;
+}
+
+const client::RunReport& reportOf(const lisp_run* run) {
+  static const client::RunReport kRefused = [] {
+    client::RunReport report;
+    report.end = client::RunEnd::Refused;
+    return report;
+  }();
+  return run == nullptr ? kRefused : run->report;
+}
+
+// Keeps `text` where it can be borrowed from. An equal one that was lent before stays.
+const char* lend(std::string& place, std::string_view text) {
+  if (place != text) place = text;
+  return place.c_str();
 }
 
 int toCode(WorkerStatus status) { return static_cast<int>(status); }
@@ -62,7 +123,24 @@ client::Fault::Kind toFaultKind(int kind) {
   return static_cast<client::Fault::Kind>(is_possible ? kind : 0xFF);
 }
 
-lisp_value* toHandle(Datum datum) { return new lisp_value{std::move(datum), {}}; }
+// No code of a process is that long; such a number becomes one that has no name.
+std::uint32_t toExitCode(std::int64_t code) {
+  constexpr std::uint32_t kNoCode = 0xFFFFFFFF;
+  return code >= 0 && code <= kNoCode ? static_cast<std::uint32_t>(code) : kNoCode;
+}
+
+lisp_value* toHandle(Datum datum) {
+  return new lisp_value{.datum = std::move(datum), .error = {}, .printed = {}};
+}
+
+lisp_run* toHandle(client::RunReport report) {
+  auto run = std::make_unique<lisp_run>();
+  for (const client::LimitWarning& warning : report.warnings) {
+    run->warnings.push_back(client::describeWarning(warning));
+  }
+  run->report = std::move(report);
+  return run.release();
+}
 
 const char* giveText(std::string_view text, size_t* size_out) {
   if (size_out != nullptr) *size_out = text.size();
@@ -90,13 +168,31 @@ client::PlanarSystem toSystem(const double* numbers) {
 
 constexpr std::size_t kNumbersPerSystem = 8;
 
+// The callback's return. What it throws is no business of the program that it answers; only the
+// ending of its thread must go on.
+lisp_value* callHost(const client::HostCall& call, const lisp_value& arguments, lisp_answer answer,
+                     void* user) {
+  try {
+    return answer(user, call.name.c_str(), call.unreadable.empty() ? &arguments : nullptr,
+                  call.text.c_str());
+#ifdef __GLIBCXX__
+  } catch (abi::__forced_unwind&) {
+    throw;
+#endif
+  } catch (const std::exception& exception) {
+    throw HostError{exception.what()};
+  } catch (...) {
+    throw HostError{"it has thrown what is not a std::exception"};
+  }
+}
+
 // Has the host's callback perform the call.
 std::optional<Datum> performCall(const client::HostCall& call, lisp_answer answer, void* user) {
   if (answer == nullptr) return std::nullopt;
-  const lisp_value arguments{client::list(call.arguments), {}};
-  const std::unique_ptr<lisp_value> given(answer(
-      user, call.name.c_str(), call.unreadable.empty() ? &arguments : nullptr, call.text.c_str()));
+  const lisp_value arguments{.datum = client::list(call.arguments), .error = {}, .printed = {}};
+  const std::unique_ptr<lisp_value> given(callHost(call, arguments, answer, user));
   if (given == nullptr) return std::nullopt;
+  if (given->is_error) throw HostError{std::move(given->error)};
   return std::move(given->datum);
 }
 
@@ -105,41 +201,54 @@ std::optional<Datum> performCall(const client::HostCall& call, lisp_answer answe
 unsigned lisp_worker_interface_version() { return LISP_WORKER_INTERFACE_VERSION; }
 
 lisp_worker* lisp_worker_new(const char* path, uint32_t time_limit_ms) {
-  return new lisp_worker{.path = path,
+  return new lisp_worker{.path = std::string(viewOf(path)),
                          .time_limit = std::chrono::milliseconds(time_limit_ms),
                          .recorder = nullptr,
                          .worker = nullptr,
+                         .fault_text = {},
                          .exit_text = {}};
 }
 
 void lisp_worker_free(lisp_worker* worker) { delete worker; }
 
 int lisp_worker_record(lisp_worker* worker, const char* path) {
-  if (worker->worker != nullptr || worker->recorder != nullptr) return LISP_FAULT;
-  worker->recorder = session::Recorder::create(path, nullptr);
+  if (worker == nullptr || worker->worker != nullptr || worker->recorder != nullptr) {
+    return LISP_FAULT;
+  }
+  const std::optional<std::filesystem::path> file = client::pathFromText(viewOf(path));
+  if (file) worker->recorder = session::Recorder::create(*file, nullptr);
   return worker->recorder == nullptr ? LISP_FAULT : 0;
 }
 
-int lisp_worker_start(lisp_worker* worker) { return workerOf(worker).start() ? 0 : LISP_FAULT; }
-
-int lisp_worker_restart(lisp_worker* worker) { return workerOf(worker).restart() ? 0 : LISP_FAULT; }
-
-void lisp_worker_stop(lisp_worker* worker) { workerOf(worker).stop(); }
-
-const char* lisp_worker_fault(const lisp_worker* worker) {
-  if (worker->worker == nullptr || !worker->worker->fault()) return "";
-  return worker->worker->fault()->message.c_str();
+int lisp_worker_start(lisp_worker* worker) {
+  return worker != nullptr && workerOf(worker).start() ? 0 : LISP_FAULT;
 }
 
-const char* lisp_worker_exit(lisp_worker* worker) {
-  if (worker->worker == nullptr || !worker->worker->exit()) return "";
-  worker->exit_text = client::describeExit(*worker->worker->exit());
-  return worker->exit_text.c_str();
+int lisp_worker_restart(lisp_worker* worker) {
+  return worker != nullptr && workerOf(worker).restart() ? 0 : LISP_FAULT;
+}
+
+void lisp_worker_stop(lisp_worker* worker) {
+  if (worker != nullptr) workerOf(worker).stop();
+}
+
+const char* lisp_worker_fault(const lisp_worker* worker) {
+  if (worker == nullptr) return "there is no worker";
+  const client::Worker* const made = workerOf(worker);
+  if (made == nullptr || !made->fault()) return "";
+  return lend(worker->fault_text, made->fault()->message);
+}
+
+const char* lisp_worker_exit(const lisp_worker* worker) {
+  const client::Worker* const made = workerOf(worker);
+  if (made == nullptr || !made->exit()) return "";
+  return lend(worker->exit_text, client::describeExit(*made->exit()));
 }
 
 int lisp_worker_fault_kind(const lisp_worker* worker) {
-  if (worker->worker == nullptr || !worker->worker->fault()) return -1;
-  return static_cast<int>(worker->worker->fault()->kind);
+  if (worker == nullptr) return LISP_FAULT_NOT_STARTED;
+  const client::Worker* const made = workerOf(worker);
+  return made == nullptr || !made->fault() ? -1 : static_cast<int>(made->fault()->kind);
 }
 
 const char* lisp_fault_name(int kind) { return client::faultName(toFaultKind(kind)).data(); }
@@ -149,20 +258,23 @@ const char* lisp_fault_explanation(int kind) {
 }
 
 int64_t lisp_worker_exit_code(const lisp_worker* worker) {
-  if (worker->worker == nullptr || !worker->worker->exit()) return -1;
-  const client::WorkerExit& exit = *worker->worker->exit();
+  const client::Worker* const made = workerOf(worker);
+  if (made == nullptr || !made->exit()) return -1;
+  const client::WorkerExit& exit = *made->exit();
   return exit.kind == client::WorkerExit::Kind::Exited ? int64_t{exit.code} : -1;
 }
 
 const char* lisp_exit_code_name(int64_t code) {
-  return client::exitCodeName(static_cast<std::uint32_t>(code)).data();
+  return client::exitCodeName(toExitCode(code)).data();
 }
 
 const char* lisp_exit_code_explanation(int64_t code) {
-  return client::explainExitCode(static_cast<std::uint32_t>(code)).data();
+  return client::explainExitCode(toExitCode(code)).data();
 }
 
-int lisp_worker_ping(lisp_worker* worker) { return toCode(workerOf(worker).ping()); }
+int lisp_worker_ping(lisp_worker* worker) {
+  return worker == nullptr ? LISP_FAULT : toCode(workerOf(worker).ping());
+}
 
 const char* lisp_status_name(int status) {
   return client::statusName(static_cast<WorkerStatus>(status)).data();
@@ -177,15 +289,18 @@ lisp_value* lisp_value_nil() { return toHandle(client::nil()); }
 lisp_value* lisp_value_number(double number) { return toHandle(client::number(number)); }
 
 lisp_value* lisp_value_string(const char* bytes, size_t size) {
-  return toHandle(client::string(std::string(bytes, size)));
+  return toHandle(client::string(std::string(viewOf(bytes, size))));
 }
 
-lisp_value* lisp_value_symbol(const char* name) { return toHandle(client::symbol(name)); }
+lisp_value* lisp_value_symbol(const char* name) {
+  return toHandle(client::symbol(std::string(viewOf(name))));
+}
 
 lisp_value* lisp_value_list(const lisp_value* const* elements, size_t count) {
   client::DatumList data;
+  if (elements == nullptr) count = 0;
   for (const lisp_value* const element : std::span(elements, count)) {
-    data.push_back(element->datum);
+    data.push_back(datumOf(element));
   }
   return toHandle(client::list(std::move(data)));
 }
@@ -195,85 +310,116 @@ lisp_value* lisp_value_point(double x, double y, double z) {
 }
 
 lisp_value* lisp_value_read(const char* text, size_t size) {
-  std::optional<Datum> datum = client::readDatum({text, size}, nullptr);
+  std::optional<Datum> datum = client::readDatum(viewOf(text, size), nullptr);
   return datum ? toHandle(*std::move(datum)) : nullptr;
 }
 
 void lisp_value_free(lisp_value* value) { delete value; }
 
-int lisp_value_kind(const lisp_value* value) { return static_cast<int>(value->datum.kind()); }
+int lisp_value_kind(const lisp_value* value) { return static_cast<int>(datumOf(value).kind()); }
 
 double lisp_value_as_number(const lisp_value* value) {
-  return client::asNumber(value->datum).value_or(0);
+  return client::asNumber(datumOf(value)).value_or(0);
 }
 
-const char* lisp_value_text(lisp_value* value, size_t* size_out) {
-  const auto string = client::asString(value->datum);
-  value->text = string ? *string : client::asSymbol(value->datum).value_or("");
-  return giveText(value->text, size_out);
+const char* lisp_value_text(const lisp_value* value, size_t* size_out) {
+  // Both kinds of text are views of whole strings, so a zero follows them.
+  const auto string = client::asString(datumOf(value));
+  return giveText(string ? *string : client::asSymbol(datumOf(value)).value_or(""), size_out);
 }
 
 size_t lisp_value_count(const lisp_value* value) {
-  const client::DatumList* const elements = client::asList(value->datum);
+  const client::DatumList* const elements = client::asList(datumOf(value));
   return elements == nullptr ? 0 : elements->size();
 }
 
 lisp_value* lisp_value_element(const lisp_value* value, size_t index) {
-  const client::DatumList* const elements = client::asList(value->datum);
+  const client::DatumList* const elements = client::asList(datumOf(value));
   if (elements == nullptr || index >= elements->size()) return nullptr;
   return toHandle((*elements)[index]);
 }
 
-const char* lisp_value_print(lisp_value* value, size_t* size_out) {
-  value->text = client::printDatum(value->datum);
-  return giveText(value->text, size_out);
+const char* lisp_value_print(const lisp_value* value, size_t* size_out) {
+  if (value == nullptr) return giveText("nil", size_out);
+  if (!value->printed) value->printed = client::printDatum(value->datum);
+  return giveText(*value->printed, size_out);
+}
+
+lisp_value* lisp_answer_error(const char* message) {
+  return new lisp_value{
+      .datum = {}, .error = std::string(viewOf(message)), .is_error = true, .printed = {}};
 }
 
 lisp_run* lisp_worker_run(lisp_worker* worker, const char* program, size_t size,
                           uint64_t context_id, lisp_answer answer, void* user) {
-  const auto perform = [answer, user](const client::HostCall& call) {
+  if (worker == nullptr) return nullptr;
+  std::string call_name;
+  std::size_t call_count = 0;
+  const auto perform = [&](const client::HostCall& call) {
+    call_name = call.name;
+    ++call_count;
     return performCall(call, answer, user);
   };
-  std::optional<client::RunReport> report =
-      workerOf(worker).run({program, size}, perform, {.context_id = context_id});
-  return report ? new lisp_run{*std::move(report), {}} : nullptr;
+  try {
+    std::optional<client::RunReport> report =
+        workerOf(worker).run(viewOf(program, size), perform, {.context_id = context_id});
+    return report ? toHandle(*std::move(report)) : nullptr;
+  } catch (const HostError& error) {
+    client::RunReport report;
+    report.end = client::RunEnd::Unanswered;
+    report.status = WorkerStatus::HostCallPending;
+    report.text = "the host has failed to perform " + call_name + ": " + error.message;
+    report.host_call_count = call_count;
+    lisp_run* const run = toHandle(std::move(report));
+    run->is_host_error = true;
+    return run;
+  }
 }
 
 void lisp_run_free(lisp_run* run) { delete run; }
 
-int lisp_run_end(const lisp_run* run) { return static_cast<int>(run->report.end); }
+int lisp_run_end(const lisp_run* run) {
+  if (run != nullptr && run->is_host_error) return LISP_END_HOST_ERROR;
+  return static_cast<int>(reportOf(run).end);
+}
 
 const char* lisp_run_end_name(const lisp_run* run) {
-  return client::runEndName(run->report.end).data();
+  if (run != nullptr && run->is_host_error) return "HostError";
+  return client::runEndName(reportOf(run).end).data();
 }
 
 const char* lisp_run_end_explanation(const lisp_run* run) {
-  return client::explainRunEnd(run->report.end).data();
+  if (run != nullptr && run->is_host_error) {
+    return "cancelled, because the host has failed to perform a call";
+  }
+  return client::explainRunEnd(reportOf(run).end).data();
 }
 
 const char* lisp_run_text(const lisp_run* run, size_t* size_out) {
-  return giveText(run->report.text, size_out);
+  return giveText(reportOf(run).text, size_out);
 }
 
 lisp_value* lisp_run_value(const lisp_run* run) {
-  return run->report.value ? toHandle(*run->report.value) : nullptr;
+  return reportOf(run).value ? toHandle(*reportOf(run).value) : nullptr;
 }
 
-size_t lisp_run_host_call_count(const lisp_run* run) { return run->report.host_call_count; }
+size_t lisp_run_host_call_count(const lisp_run* run) { return reportOf(run).host_call_count; }
 
-uint64_t lisp_run_steps(const lisp_run* run) { return run->report.steps; }
+uint64_t lisp_run_steps(const lisp_run* run) { return reportOf(run).steps; }
 
-size_t lisp_run_warning_count(const lisp_run* run) { return run->report.warnings.size(); }
+size_t lisp_run_warning_count(const lisp_run* run) {
+  return run == nullptr ? 0 : run->warnings.size();
+}
 
-const char* lisp_run_warning(lisp_run* run, size_t index) {
-  if (index >= run->report.warnings.size()) return nullptr;
-  run->warning_text = client::describeWarning(run->report.warnings[index]);
-  return run->warning_text.c_str();
+const char* lisp_run_warning(const lisp_run* run, size_t index) {
+  return index < lisp_run_warning_count(run) ? run->warnings[index].c_str() : nullptr;
 }
 
 int lisp_worker_register_context(lisp_worker* worker, uint64_t id, const double systems[40],
                                  const double cell_plane[8], double cell_size,
                                  uint64_t cell_key_seed, uint32_t tag) {
+  if (worker == nullptr) return LISP_FAULT;
+  if (systems == nullptr || cell_plane == nullptr) return LISP_STATUS_BAD_REQUEST;
   CoordContext context;
   context.id = id;
   context.cell_key_seed = cell_key_seed;
@@ -288,6 +434,8 @@ int lisp_worker_register_context(lisp_worker* worker, uint64_t id, const double 
 
 int lisp_worker_convert(lisp_worker* worker, uint64_t context_id, double point[3],
                         uint8_t source_system, uint8_t target_system) {
+  if (worker == nullptr) return LISP_FAULT;
+  if (point == nullptr) return LISP_STATUS_BAD_REQUEST;
   const auto reply =
       workerOf(worker).convert(context_id, toPoint(point), source_system, target_system);
   if (!reply) return LISP_FAULT;
@@ -297,6 +445,8 @@ int lisp_worker_convert(lisp_worker* worker, uint64_t context_id, double point[3
 
 int lisp_worker_cell_plane_to_system(lisp_worker* worker, uint64_t context_id, double point[3],
                                      uint8_t target_system) {
+  if (worker == nullptr) return LISP_FAULT;
+  if (point == nullptr) return LISP_STATUS_BAD_REQUEST;
   const auto reply = workerOf(worker).cellPlaneToSystem(context_id, toPoint(point), target_system);
   if (!reply) return LISP_FAULT;
   if (reply->value) writePoint(*reply->value, point);
@@ -305,26 +455,32 @@ int lisp_worker_cell_plane_to_system(lisp_worker* worker, uint64_t context_id, d
 
 int lisp_worker_locate_cell(lisp_worker* worker, uint64_t context_id, double point[3],
                             uint8_t source_system, int64_t index[2], uint64_t* key, uint32_t* tag) {
+  if (worker == nullptr) return LISP_FAULT;
+  if (point == nullptr) return LISP_STATUS_BAD_REQUEST;
   const auto reply = workerOf(worker).locateCell(context_id, toPoint(point), source_system);
   if (!reply) return LISP_FAULT;
   if (reply->value) {
     writePoint(reply->value->in_cell_plane, point);
-    index[0] = reply->value->i;
-    index[1] = reply->value->j;
-    *key = reply->value->key;
-    *tag = reply->value->tag;
+    if (index != nullptr) {
+      index[0] = reply->value->i;
+      index[1] = reply->value->j;
+    }
+    if (key != nullptr) *key = reply->value->key;
+    if (tag != nullptr) *tag = reply->value->tag;
   }
   return toCode(reply->status);
 }
 
 int lisp_worker_compute(lisp_worker* worker, uint8_t operation, const double* operands,
                         size_t count, double result[2]) {
+  if (worker == nullptr) return LISP_FAULT;
   // More operands than a request can hold are what the worker calls a bad request.
-  if (count > worker::kGeometryOperandCountMax) return toCode(WorkerStatus::BadRequest);
+  const bool is_lacking = operands == nullptr && count > 0;
+  if (is_lacking || count > worker::kGeometryOperandCountMax) return LISP_STATUS_BAD_REQUEST;
   const auto reply = workerOf(worker).computeGeometry(
       static_cast<client::GeometryOperation>(operation), {operands, count});
   if (!reply) return LISP_FAULT;
-  if (reply->value) {
+  if (reply->value && result != nullptr) {
     result[0] = reply->value->x;
     result[1] = reply->value->y;
   }

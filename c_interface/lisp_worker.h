@@ -3,9 +3,18 @@
  * A host makes a worker, runs programs in it, and answers the calls that they need. Values are
  * opaque and copied: what a function returns as `lisp_value*` or `lisp_run*` belongs to the caller
  * and is given back with the function of that name that ends in _free; what it takes as `const` it
- * does not keep. Texts are bytes with a size and, for convenience, a zero after them; they belong
- * to the object that they were asked of and live as long as it does, or until the same is asked
- * again.
+ * does not keep.
+ *
+ * Texts are bytes with a size and, for convenience, a zero after them. A text of a value or of a
+ * run lives as long as that does. A text of a worker lives as long as that does or until the same
+ * function finds another text there. Names and explanations of numbers live for ever. Texts of
+ * programs and values are bytes in any encoding; paths are taken in UTF-8, and messages are given
+ * in it, on Windows too.
+ *
+ * Null is allowed for every pointer. A null worker is one that cannot be started, a null value is
+ * nil, a null run is one that the worker has refused, and a null text is empty. A function that
+ * needs an array and gets null returns LISP_STATUS_BAD_REQUEST; one that would write to null leaves
+ * that out.
  *
  * One thread at a time may use a worker. Nothing is printed. Running out of memory ends the
  * process.
@@ -46,11 +55,11 @@ LISP_WORKER_API unsigned lisp_worker_interface_version(void);
 #define LISP_FAULT (-1)
 
 /* A worker whose program is the file `path`. The process is started by the first request. A request
- * that takes longer than `time_limit_ms` milliseconds ends the worker; 0 for no limit. Never null.
- */
+ * that takes longer than `time_limit_ms` milliseconds ends the worker; 0 for no limit, which leaves
+ * the host waiting for a worker that is stuck. 30000 is a good one. Never null. */
 LISP_WORKER_API lisp_worker* lisp_worker_new(const char* path, uint32_t time_limit_ms);
 
-/* Ends the worker, if it runs, and gives the object back. Null is allowed. */
+/* Ends the worker, if it runs, and gives the object back. */
 LISP_WORKER_API void lisp_worker_free(lisp_worker* worker);
 
 /* Records all that is said from now on into a new file, which `lisp_session` reads. Before the
@@ -64,7 +73,8 @@ LISP_WORKER_API int lisp_worker_start(lisp_worker* worker);
  * Not inside a lisp_answer. */
 LISP_WORKER_API int lisp_worker_restart(lisp_worker* worker);
 
-/* Lets the worker go. Not inside a lisp_answer. */
+/* Lets the worker go; one that does not agree within 5 seconds, or within the worker's time limit,
+ * is killed. Not inside a lisp_answer. */
 LISP_WORKER_API void lisp_worker_stop(lisp_worker* worker);
 
 /* Why there is no worker to talk to, in one sentence; empty while all is well. */
@@ -88,7 +98,7 @@ LISP_WORKER_API const char* lisp_fault_name(int kind);
 LISP_WORKER_API const char* lisp_fault_explanation(int kind);
 
 /* How the last worker has ended, in one sentence; empty while one runs and before the first. */
-LISP_WORKER_API const char* lisp_worker_exit(lisp_worker* worker);
+LISP_WORKER_API const char* lisp_worker_exit(const lisp_worker* worker);
 
 /* The exit codes of the worker's program. */
 #define LISP_EXIT_FINISHED 0
@@ -152,7 +162,6 @@ LISP_WORKER_API lisp_value* lisp_value_point(double x, double y, double z);
  * not exactly one value. */
 LISP_WORKER_API lisp_value* lisp_value_read(const char* text, size_t size);
 
-/* Null is allowed. */
 LISP_WORKER_API void lisp_value_free(lisp_value* value);
 
 /* LISP_NIL to LISP_LIST. */
@@ -163,7 +172,7 @@ LISP_WORKER_API double lisp_value_as_number(const lisp_value* value);
 
 /* A string's bytes or a symbol's name, and its size unless `size_out` is null; empty for other
  * kinds. */
-LISP_WORKER_API const char* lisp_value_text(lisp_value* value, size_t* size_out);
+LISP_WORKER_API const char* lisp_value_text(const lisp_value* value, size_t* size_out);
 
 /* The number of a list's elements; 0 for other kinds. */
 LISP_WORKER_API size_t lisp_value_count(const lisp_value* value);
@@ -172,16 +181,25 @@ LISP_WORKER_API size_t lisp_value_count(const lisp_value* value);
 LISP_WORKER_API lisp_value* lisp_value_element(const lisp_value* value, size_t index);
 
 /* The value in the dialect's syntax. */
-LISP_WORKER_API const char* lisp_value_print(lisp_value* value, size_t* size_out);
+LISP_WORKER_API const char* lisp_value_print(const lisp_value* value, size_t* size_out);
 
 /* --- Programs -------------------------------------------------------------------------------- */
 
 /* Performs a host call for `user`: returns the answer, a value that is taken over, or null to
  * cancel the program. `arguments` is the list of the arguments; null when their text does not tell
  * them, because a string in it holds a double quote. `text` is that text. Both live as long as the
- * call. May talk to the worker. */
+ * call. May talk to the worker.
+ *
+ * One that cannot perform the call returns lisp_answer_error. It must return: neither longjmp nor
+ * what is built on it, such as the error() of a scripting language in C, may leave it, because that
+ * would pass by the library's own clean-up. Catch such errors inside. A C++ exception that leaves
+ * it is taken for a lisp_answer_error with its text; the ending of the thread passes through. */
 typedef lisp_value* (*lisp_answer)(void* user, const char* name, const lisp_value* arguments,
                                    const char* text);
+
+/* What a lisp_answer returns when it has failed: the program is cancelled and ends with
+ * LISP_END_HOST_ERROR, and `message` is in its text. Anywhere else it is nil. */
+LISP_WORKER_API lisp_value* lisp_answer_error(const char* message);
 
 /* How a program has ended. */
 #define LISP_END_VALUE 0
@@ -192,6 +210,7 @@ typedef lisp_value* (*lisp_answer)(void* user, const char* name, const lisp_valu
 #define LISP_END_UNANSWERED 5
 #define LISP_END_UNWRITABLE 6
 #define LISP_END_TOO_MANY_CALLS 7
+#define LISP_END_HOST_ERROR 8
 
 /* Evaluates a program of `size` bytes under a registered context, or none for 0, and has `answer`
  * perform every call that it needs. Without `answer` a program that needs one is cancelled. Null
@@ -199,10 +218,9 @@ typedef lisp_value* (*lisp_answer)(void* user, const char* name, const lisp_valu
 LISP_WORKER_API lisp_run* lisp_worker_run(lisp_worker* worker, const char* program, size_t size,
                                           uint64_t context_id, lisp_answer answer, void* user);
 
-/* Null is allowed. */
 LISP_WORKER_API void lisp_run_free(lisp_run* run);
 
-/* LISP_END_VALUE to LISP_END_TOO_MANY_CALLS, its name, and one line that explains it. */
+/* LISP_END_VALUE to LISP_END_HOST_ERROR, its name, and one line that explains it. */
 LISP_WORKER_API int lisp_run_end(const lisp_run* run);
 LISP_WORKER_API const char* lisp_run_end_name(const lisp_run* run);
 LISP_WORKER_API const char* lisp_run_end_explanation(const lisp_run* run);
@@ -219,7 +237,7 @@ LISP_WORKER_API uint64_t lisp_run_steps(const lisp_run* run);
 /* How often the program has come within a tenth of a limit of the worker, and each time in one
  * sentence; null when there is no warning of this index. */
 LISP_WORKER_API size_t lisp_run_warning_count(const lisp_run* run);
-LISP_WORKER_API const char* lisp_run_warning(lisp_run* run, size_t index);
+LISP_WORKER_API const char* lisp_run_warning(const lisp_run* run, size_t index);
 
 /* --- Coordinates and calculations ------------------------------------------------------------ */
 

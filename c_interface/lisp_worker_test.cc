@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -140,6 +141,179 @@ TEST(CInterface, MakesAndReadsValues) {
   EXPECT_STREQ(lisp_value_print(nothing.get(), nullptr), "()");
 }
 
+// Each text of a value and of a run lives as long as that, whatever else is asked.
+TEST(CInterface, LendsTextsAsLongAsTheirObjectsLive) {
+  const ValueHandle value(lisp_value_string("a\"b", 3));
+  const char* const text = lisp_value_text(value.get(), nullptr);
+  const char* const printed = lisp_value_print(value.get(), nullptr);
+  lisp_value_print(value.get(), nullptr);
+  lisp_value_text(value.get(), nullptr);
+  EXPECT_STREQ(text, "a\"b");
+  EXPECT_STREQ(printed, "\"a\\\"b\"");
+
+  const WorkerHandle worker = newWorker();
+  const RunHandle report =
+      run(worker.get(), "(SETQ N 0)(WHILE (< N 39500) (SETQ N (1+ N)))(GETPOINT)",
+          [](void*, const char*, const lisp_value*, const char*) { return lisp_value_nil(); });
+  ASSERT_EQ(lisp_run_warning_count(report.get()), 2u);
+  const std::string first = lisp_run_warning(report.get(), 0);
+  const char* const lent = lisp_run_warning(report.get(), 0);
+  EXPECT_NE(lisp_run_warning(report.get(), 1), lent);
+  EXPECT_EQ(lent, first);
+}
+
+TEST(CInterface, LendsAFaultUntilThereIsAnother) {
+  const WorkerHandle worker(lisp_worker_new("no/such/worker", 0));
+  EXPECT_EQ(lisp_worker_start(worker.get()), LISP_FAULT);
+  const char* const fault = lisp_worker_fault(worker.get());
+  const std::string copy = fault;
+  EXPECT_EQ(lisp_worker_fault(worker.get()), fault);
+  EXPECT_EQ(lisp_worker_restart(worker.get()), LISP_FAULT);
+  EXPECT_EQ(fault, copy);
+
+  const WorkerHandle other = newWorker();
+  EXPECT_EQ(lisp_worker_start(other.get()), 0);
+  lisp_worker_stop(other.get());
+  const char* const shut_down = lisp_worker_fault(other.get());
+  const char* const exit = lisp_worker_exit(other.get());
+  EXPECT_EQ(lisp_worker_restart(other.get()), 0);
+  EXPECT_STREQ(lisp_worker_fault(other.get()), "");
+  EXPECT_STREQ(lisp_worker_exit(other.get()), "");
+  EXPECT_STREQ(shut_down, "the worker has been asked to end");
+  EXPECT_THAT(exit, StartsWith("the worker ended with exit code 0"));
+}
+
+lisp_value* failToAnswer(void* user, const char* /*name*/, const lisp_value* /*arguments*/,
+                         const char* /*text*/) {
+  switch (*static_cast<int*>(user)) {
+    case 0:
+      return lisp_answer_error("the drawing is locked");
+    case 1:
+      throw std::runtime_error("no mouse");
+    default:
+      throw 7;
+  }
+}
+
+TEST(CInterface, TellsThatTheHostHasFailedToAnswer) {
+  const WorkerHandle worker = newWorker();
+  const char* const texts[] = {"the host has failed to perform GETDIST: the drawing is locked",
+                               "the host has failed to perform GETDIST: no mouse",
+                               "the host has failed to perform GETDIST: it has thrown what is not "
+                               "a std::exception"};
+  for (int way = 0; way < 3; ++way) {
+    const RunHandle report = run(worker.get(), "(GETDIST)", failToAnswer, &way);
+    ASSERT_NE(report, nullptr);
+    EXPECT_EQ(lisp_run_end(report.get()), LISP_END_HOST_ERROR);
+    EXPECT_STREQ(lisp_run_end_name(report.get()), "HostError");
+    EXPECT_STREQ(lisp_run_end_explanation(report.get()),
+                 "cancelled, because the host has failed to perform a call");
+    EXPECT_EQ(textOf(report), texts[way]);
+    EXPECT_EQ(lisp_run_host_call_count(report.get()), 1u);
+    EXPECT_EQ(lisp_run_value(report.get()), nullptr);
+  }
+  EXPECT_EQ(textOf(run(worker.get(), "(+ 1 2)")), "3");
+  const ValueHandle error(lisp_answer_error(nullptr));
+  EXPECT_EQ(lisp_value_kind(error.get()), LISP_NIL);
+}
+
+TEST(CInterface, TakesNullForAnything) {
+  lisp_worker_free(nullptr);
+  lisp_value_free(nullptr);
+  lisp_run_free(nullptr);
+  EXPECT_EQ(lisp_worker_record(nullptr, nullptr), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_start(nullptr), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_restart(nullptr), LISP_FAULT);
+  lisp_worker_stop(nullptr);
+  EXPECT_STREQ(lisp_worker_fault(nullptr), "there is no worker");
+  EXPECT_EQ(lisp_worker_fault_kind(nullptr), LISP_FAULT_NOT_STARTED);
+  EXPECT_STREQ(lisp_worker_exit(nullptr), "");
+  EXPECT_EQ(lisp_worker_exit_code(nullptr), -1);
+  EXPECT_EQ(lisp_worker_ping(nullptr), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_run(nullptr, nullptr, 0, 0, nullptr, nullptr), nullptr);
+  EXPECT_EQ(lisp_worker_register_context(nullptr, 1, nullptr, nullptr, 1, 1, 1), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_convert(nullptr, 1, nullptr, 0, 0), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_cell_plane_to_system(nullptr, 1, nullptr, 0), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_locate_cell(nullptr, 1, nullptr, 0, nullptr, nullptr, nullptr), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_compute(nullptr, 1, nullptr, 0, nullptr), LISP_FAULT);
+
+  EXPECT_EQ(lisp_value_kind(nullptr), LISP_NIL);
+  EXPECT_EQ(lisp_value_as_number(nullptr), 0.0);
+  EXPECT_STREQ(lisp_value_text(nullptr, nullptr), "");
+  EXPECT_STREQ(lisp_value_print(nullptr, nullptr), "nil");
+  EXPECT_EQ(lisp_value_count(nullptr), 0u);
+  EXPECT_EQ(lisp_value_element(nullptr, 0), nullptr);
+  EXPECT_EQ(lisp_value_read(nullptr, 1), nullptr);
+  const ValueHandle string(lisp_value_string(nullptr, 1));
+  EXPECT_STREQ(lisp_value_print(string.get(), nullptr), "\"\"");
+  const ValueHandle symbol(lisp_value_symbol(nullptr));
+  EXPECT_STREQ(lisp_value_text(symbol.get(), nullptr), "");
+  const ValueHandle nothing(lisp_value_list(nullptr, 3));
+  EXPECT_EQ(lisp_value_count(nothing.get()), 0u);
+  const lisp_value* const elements[] = {nullptr, string.get()};
+  const ValueHandle list(lisp_value_list(elements, 2));
+  EXPECT_STREQ(lisp_value_print(list.get(), nullptr), "(nil \"\")");
+
+  EXPECT_EQ(lisp_run_end(nullptr), LISP_END_REFUSED);
+  EXPECT_STREQ(lisp_run_end_name(nullptr), "Refused");
+  EXPECT_STRNE(lisp_run_end_explanation(nullptr), "");
+  EXPECT_STREQ(lisp_run_text(nullptr, nullptr), "");
+  EXPECT_EQ(lisp_run_value(nullptr), nullptr);
+  EXPECT_EQ(lisp_run_host_call_count(nullptr), 0u);
+  EXPECT_EQ(lisp_run_steps(nullptr), 0u);
+  EXPECT_EQ(lisp_run_warning_count(nullptr), 0u);
+  EXPECT_EQ(lisp_run_warning(nullptr, 0), nullptr);
+
+  const WorkerHandle nowhere(lisp_worker_new(nullptr, 0));
+  EXPECT_EQ(lisp_worker_record(nowhere.get(), nullptr), LISP_FAULT);
+  EXPECT_EQ(lisp_worker_start(nowhere.get()), LISP_FAULT);
+  const WorkerHandle worker = newWorker();
+  EXPECT_EQ(lisp_worker_register_context(worker.get(), 1, nullptr, nullptr, 1, 1, 1),
+            LISP_STATUS_BAD_REQUEST);
+  EXPECT_EQ(lisp_worker_convert(worker.get(), 1, nullptr, 0, 0), LISP_STATUS_BAD_REQUEST);
+  EXPECT_EQ(lisp_worker_cell_plane_to_system(worker.get(), 1, nullptr, 0), LISP_STATUS_BAD_REQUEST);
+  EXPECT_EQ(lisp_worker_locate_cell(worker.get(), 1, nullptr, 0, nullptr, nullptr, nullptr),
+            LISP_STATUS_BAD_REQUEST);
+  std::array<double, 40> systems{};
+  for (std::size_t system = 0; system < 5; ++system) {
+    systems[8 * system + 2] = systems[8 * system + 5] = systems[8 * system + 6] = 1;
+  }
+  const double plane[8] = {0, 0, 1, 0, 0, 1, 1, 0};
+  EXPECT_EQ(lisp_worker_register_context(worker.get(), 1, systems.data(), plane, 1, 1, 1), 0);
+  double point[3] = {0, 0, 0};
+  EXPECT_EQ(lisp_worker_locate_cell(worker.get(), 1, point, 0, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(lisp_worker_compute(worker.get(), LISP_COMPUTE_SUM, nullptr, 2, nullptr),
+            LISP_STATUS_BAD_REQUEST);
+  const double operands[2] = {1, 2};
+  EXPECT_EQ(lisp_worker_compute(worker.get(), LISP_COMPUTE_SUM, operands, 2, nullptr), 0);
+  const RunHandle empty(lisp_worker_run(worker.get(), nullptr, 5, 0, nullptr, nullptr));
+  EXPECT_EQ(lisp_run_end(empty.get()), lisp_run_end(run(worker.get(), "").get()));
+}
+
+// A directory whose name is not in any one code page of Windows.
+TEST(CInterface, TakesPathsInUtf8) {
+  namespace fs = std::filesystem;
+  const fs::path directory =
+      fs::temp_directory_path() / u8"lisp worker c interface \u00E4\u03BB\u0416";
+  fs::remove_all(directory);
+  fs::create_directory(directory);
+  fs::copy_file(testing_support::workerExecutable(), directory / "a worker.exe");
+  const auto utf8 = [&](const char* name) {
+    const std::u8string text = (directory / name).u8string();
+    return std::string(text.begin(), text.end());
+  };
+  {
+    const WorkerHandle worker(lisp_worker_new(utf8("a worker.exe").c_str(), 60000));
+    EXPECT_EQ(lisp_worker_record(worker.get(), utf8("a record").c_str()), 0);
+    EXPECT_EQ(textOf(run(worker.get(), "(+ 1 2)")), "3");
+  }
+  EXPECT_TRUE(fs::exists(directory / "a record"));
+  const WorkerHandle missing(lisp_worker_new(utf8("nothing").c_str(), 60000));
+  EXPECT_EQ(lisp_worker_start(missing.get()), LISP_FAULT);
+  EXPECT_THAT(lisp_worker_fault(missing.get()), HasSubstr(utf8("nothing")));
+  fs::remove_all(directory);
+}
+
 TEST(CInterface, KnowsCoordinates) {
   const WorkerHandle worker = newWorker();
   std::array<double, 40> systems{};
@@ -243,6 +417,10 @@ TEST(CInterface, HasTheNumbersOfTheOther) {
   EXPECT_STREQ(end_name(LISP_END_UNANSWERED), "Unanswered");
   EXPECT_STREQ(end_name(LISP_END_UNWRITABLE), "Unwritable");
   EXPECT_STREQ(end_name(LISP_END_TOO_MANY_CALLS), "TooManyCalls");
+  EXPECT_STREQ(lisp_exit_code_name(std::int64_t{1} << 32), "unknown exit code");
+  EXPECT_STREQ(lisp_exit_code_name((std::int64_t{1} << 32) + 2), "unknown exit code");
+  EXPECT_STREQ(lisp_exit_code_explanation(-(std::int64_t{1} << 32)),
+               lisp_exit_code_explanation(-1));
   EXPECT_STREQ(lisp_fault_explanation(LISP_FAULT_SHUT_DOWN), "the worker has been asked to end");
   EXPECT_STREQ(lisp_exit_code_explanation(LISP_EXIT_OUT_OF_MEMORY), "it ran out of memory");
 }
