@@ -85,7 +85,8 @@ function(lisp_shared_library name file)
     target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
   endif()
   lisp_free_of_libraries(${name})
-  set_target_properties(${name} PROPERTIES VERSION 1.0.0 SOVERSION 1
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}
+                                           SOVERSION ${PROJECT_VERSION_MAJOR}
                                            LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()
 

@@ -54,11 +54,13 @@ endforeach()
 install(FILES worker/exit_code.h worker/frame.h DESTINATION include/lisp_worker/worker)
 install(FILES c_interface/lisp_worker.h DESTINATION include/lisp_worker/c_interface)
 install(DIRECTORY client session DESTINATION include/lisp_worker FILES_MATCHING PATTERN "*.h")
-install(FILES README.md docs/EMBEDDING.md docs/LANGUAGE.md docs/PROTOCOL.md docs/SESSIONS.md
+install(FILES README.md CHANGELOG.md NOTICES.md docs/EMBEDDING.md docs/LANGUAGE.md
+              docs/PROTOCOL.md docs/SESSIONS.md
         DESTINATION share/doc/lisp_worker)
 install(DIRECTORY examples DESTINATION share/doc/lisp_worker USE_SOURCE_PERMISSIONS)
 foreach(program IN LISTS programs)
-  install(FILES man/${program}.1 DESTINATION share/man/man1)
+  configure_file(man/${program}.1 ${PROJECT_BINARY_DIR}/package/${program}.1 @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/package/${program}.1 DESTINATION share/man/man1)
 endforeach()
 
 # --- The Debian package -----------------------------------------------------------------------

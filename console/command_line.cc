@@ -67,6 +67,7 @@ std::string notes() {
 // The parser, with every option tied to a field of `line`.
 void defineOptions(CLI::App& app, CommandLine& line) {
   app.set_help_flag("-h,--help", "This text");
+  app.add_flag("--version", line.version, "The version of this program");
   app.name("\nWhat it takes:");
   app.add_option("PROGRAM", line.program_paths, "Files in the dialect");
   app.add_option("--worker", line.worker_path, "The worker; else lisp_worker beside this program")
@@ -152,10 +153,12 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.check = !arguments.empty() && arguments.front() == "check";
   std::vector<std::string> reversed(arguments.begin() + (line.check ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
-  line.help = std::any_of(reversed.begin(), options_end, [](const std::string& argument) {
-    return argument == "--help" || argument == "-h";
-  });
-  if (line.help) return line;
+  const auto asks_for = [&](const char* option) {
+    return std::find(reversed.begin(), options_end, option) != options_end;
+  };
+  line.help = asks_for("--help") || asks_for("-h");
+  line.version = asks_for("--version");
+  if (line.help || line.version) return line;
   std::reverse(reversed.begin(), reversed.end());  // As the parser takes them.
   CLI::App app;
   defineOptions(app, line);

@@ -13,8 +13,9 @@
 namespace console {
 
 struct CommandLine {
-  bool help = false;   // Nothing else counts then.
-  bool check = false;  // Look at the programs without running them.
+  bool help = false;     // Nothing else counts then.
+  bool version = false;  // Nothing else counts then, except help.
+  bool check = false;    // Look at the programs without running them.
   std::string worker_path;
   std::vector<std::string> program_paths;  // In the order given; none for the prompt.
   std::vector<std::string> library_paths;

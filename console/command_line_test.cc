@@ -43,6 +43,13 @@ TEST(CommandLine, GivesHelpBeforeItComplains) {
   }
 }
 
+TEST(CommandLine, GivesItsVersionBeforeItComplains) {
+  std::string error;
+  const auto command_line = parseCommandLine(Arguments{"--nonsense", "--version"}, "beside", error);
+  ASSERT_TRUE(command_line.has_value());
+  EXPECT_TRUE(command_line->version);
+}
+
 TEST(CommandLine, TakesTheWorkerBesideTheProgramUnlessItIsTold) {
   std::string error;
   EXPECT_EQ(parseCommandLine(Arguments{"a.lsp"}, "bin/lisp_worker", error)->worker_path,

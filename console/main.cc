@@ -239,6 +239,10 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
     std::cout << usage();
     return ExitCode::AllAsExpected;
   }
+  if (line->version) {
+    std::cout << "lisp_console " LISP_VERSION "\n";
+    return ExitCode::AllAsExpected;
+  }
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);

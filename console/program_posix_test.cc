@@ -85,6 +85,12 @@ TEST_F(ConsoleProgram, SaysByItsExitCodeThatAProgramFailed) {
   EXPECT_THAT(output, HasSubstr("script  NOT AS EXPECTED   2\n"));
 }
 
+TEST_F(ConsoleProgram, TellsItsVersion) {
+  run("--version");
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_EQ(output, "lisp_console " + testing_support::projectVersion() + "\n");
+}
+
 // Everything that --help and :help name stands in the manual page.
 TEST_F(ConsoleProgram, IsDescribedByItsManualPage) {
   std::string page = testing_support::readSource("man/lisp_console.1");

@@ -59,6 +59,10 @@ class Parser {
     if (arguments_.empty()) return fail("no command given");
     const std::string_view name = arguments_[next_++];
     if (name == "--help" || name == "-h" || name == "help") return true;
+    if (name == "--version") {
+      line_.command = Command::Version;
+      return true;
+    }
     const auto* const row =
         std::find_if(std::begin(kCommands), std::end(kCommands),
                      [name](const CommandRow& each) { return each.name == name; });

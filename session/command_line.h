@@ -19,6 +19,7 @@ inline constexpr std::string_view kUsage =
        lisp_session explain FILE [--worker PATH] [--time-limit MS]
        lisp_session explain FILE FILE
        lisp_session proxy --record FILE -- PATH
+       lisp_session --version
 
   show      prints a line for each record of a session, or all of one record
   replay    sends the recorded requests to a worker again and compares every byte
@@ -37,7 +38,7 @@ proxy ends as its worker ends, except for three codes of its own: 120 unusable c
 121 no worker there; 122 the worker has ended with 0, but not all has been recorded.
 )";
 
-enum class Command { Help, Show, Replay, Diff, Explain, Proxy };
+enum class Command { Help, Version, Show, Replay, Diff, Explain, Proxy };
 
 struct CommandLine {
   Command command = Command::Help;

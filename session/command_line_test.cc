@@ -23,6 +23,7 @@ CommandLine parsed(const std::vector<std::string_view>& arguments) {
 TEST(CommandLine, TakesEveryCommand) {
   EXPECT_EQ(parsed({"--help"}).command, Command::Help);
   EXPECT_EQ(parsed({"help"}).command, Command::Help);
+  EXPECT_EQ(parsed({"--version"}).command, Command::Version);
   EXPECT_EQ(parsed({"show", "a"}).files, std::vector<std::string>{"a"});
   EXPECT_EQ(parsed({"show", "a", "--record", "12"}).number, 12u);
   const CommandLine replay = parsed({"replay", "a", "--worker", "w", "--time-limit", "50"});

@@ -198,6 +198,9 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
     case Command::Help:
       std::cout << kUsage;
       return ExitCode::Done;
+    case Command::Version:
+      std::cout << "lisp_session " LISP_VERSION "\n";
+      return ExitCode::Done;
     case Command::Show:
       return show(*line);
     case Command::Replay:

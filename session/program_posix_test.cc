@@ -23,6 +23,7 @@
 #include "session/session.h"
 #include "testing/base/command_output.h"
 #include "testing/base/test_environment.h"
+#include "testing/formats/document_examples.h"
 #include "testing/wire/wire_frames.h"
 #include "testing/workers/child_process_posix.h"
 #include "testing/workers/executable_worker.h"
@@ -97,6 +98,12 @@ TEST_F(SessionProgram, TellsHowItIsUsed) {
   const Output nothing = run("");
   EXPECT_EQ(nothing.exit_code, 2);
   EXPECT_EQ(nothing.text, "lisp_session: no command given (--help tells more)\n");
+}
+
+TEST_F(SessionProgram, TellsItsVersion) {
+  const Output version = run("--version");
+  EXPECT_EQ(version.exit_code, 0);
+  EXPECT_EQ(version.text, "lisp_session " + testing_support::projectVersion() + "\n");
 }
 
 TEST_F(SessionProgram, ShowsASession) {

@@ -31,12 +31,14 @@ namespace fs = std::filesystem;
 using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::UnorderedElementsAreArray;
 
 constexpr std::string_view kDocuments[] = {
-    "README.md",        "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
-    "docs/PROTOCOL.md", "docs/SESSIONS.md",   "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
-    "docs/TUTORIAL.md", "docs/PERFORMANCE.md"};
+    "README.md",          "CHANGELOG.md",         "NOTICES.md",         "SECURITY.md",
+    "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",   "docs/PROTOCOL.md",
+    "docs/SESSIONS.md",   "docs/EMBEDDING.md",    "docs/GUARANTEES.md", "docs/TUTORIAL.md",
+    "docs/PERFORMANCE.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
@@ -209,6 +211,12 @@ TEST(Documents, LinkToFilesAndHeadingsThatExist) {
       EXPECT_TRUE(std::regex_search(readSource(path), kHeading)) << anchor;
     }
   }
+}
+
+TEST(ChangesDocument, BeginsWithThisVersion) {
+  const std::string changes = readSource("CHANGELOG.md");
+  EXPECT_THAT(projectVersion(), Not(IsEmpty()));
+  EXPECT_EQ(changes.find("\n## "), changes.find("\n## " + projectVersion() + "\n"));
 }
 
 TEST(Documents, NameCommandsThatExist) {

@@ -184,6 +184,15 @@ std::string readSource(const std::filesystem::path& path) {
   return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 
+std::string projectVersion() {
+  static constexpr std::string_view kBefore = "project(lisp_worker VERSION ";
+  const std::string build = readSource("CMakeLists.txt");
+  const std::size_t at = build.find(kBefore);
+  if (at == build.npos) return "";
+  const std::size_t begin = at + kBefore.size();
+  return build.substr(begin, build.find(' ', begin) - begin);
+}
+
 std::vector<DocumentBlock> fencedBlocks(std::string_view document) {
   std::vector<DocumentBlock> blocks;
   std::string_view heading;

@@ -37,6 +37,9 @@ namespace testing_support {
 // What the file at this path from the top holds; empty when there is none.
 [[nodiscard]] std::string readSource(const std::filesystem::path& path);
 
+// The version of the project: CMakeLists.txt is the one place that has it.
+[[nodiscard]] std::string projectVersion();
+
 // The text between a line that begins with ``` and the next such line.
 struct DocumentBlock {
   int line = 0;         // Of the first line of `text` in the document, from 1.
