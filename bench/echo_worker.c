@@ -52,7 +52,7 @@ int main(void) {
     putU32(header + kPayloadLengthOffset, response_size);
     const struct iovec pieces[] = {{header, kHeaderSize}, {response, response_size}};
     // Responses of benchmarks fit into a pipe, so a write that is not whole is a failure.
-    if (writev(STDOUT_FILENO, pieces, 2) != (ssize_t)(kHeaderSize + response_size)) {
+    if (writev(STDOUT_FILENO, pieces, 2) != kHeaderSize + (ssize_t)response_size) {
       return EXIT_FAILURE;
     }
   }

@@ -136,7 +136,7 @@ void encodeText(benchmark::State& state, const char* unit) {
 BENCHMARK_CAPTURE(encodeText, entities, kEntityList);
 BENCHMARK_CAPTURE(encodeText, numbers, "0.10000000000000001 -273.14999999999998 6.02e23 ");
 
-const bool registered = [] {
+const bool kRegistered = [] {
   for (const bench::BenchProgram& program : bench::kPrograms) {
     benchmark::RegisterBenchmark((std::string("run/") + program.name).c_str(), runProgram, program);
   }

@@ -39,7 +39,7 @@ class Directory {
 
   // A program that a host can start as its worker.
   [[nodiscard]] fs::path proxy() const {
-    const fs::path script = path_ / "recorded_worker";
+    fs::path script = path_ / "recorded_worker";
     std::ofstream(script) << "#!/bin/sh\nexec "
                           << (workerPath().parent_path() / "lisp_session").string()
                           << " proxy --record " << (path_ / "proxy.session").string() << " -- "

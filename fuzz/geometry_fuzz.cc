@@ -32,17 +32,17 @@ double tame(fuzz::Input& input) {
 
 CoordContext makeContext(fuzz::Input& input, bool is_tame) {
   const auto draw = [&] { return is_tame ? tame(input) : input.number(); };
-  const auto drawPlane = [&](geometry::PlanarMapping& plane) {
+  const auto draw_plane = [&](geometry::PlanarMapping& plane) {
     plane = {
         .origin_x = draw(), .origin_y = draw(), .a = draw(), .b = draw(), .c = draw(), .d = draw()};
   };
   CoordContext context;
   for (geometry::PlanarSystem& system : context.systems) {
-    drawPlane(system.plane);
+    draw_plane(system.plane);
     system.z_scale = draw();
     system.z_offset = draw();
   }
-  drawPlane(context.cell_plane);
+  draw_plane(context.cell_plane);
   context.cell_z_scale = draw();
   context.cell_z_offset = draw();
   context.cell_size = draw();

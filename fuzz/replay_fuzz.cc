@@ -58,12 +58,12 @@ void holdWithTwoWorkers(const std::string& program, const std::vector<std::strin
   std::vector<testing_support::FrameResponse> responses;
   std::uint64_t run_id = 0;
   std::size_t next = 0;
-  const auto frameAt = [&] {
+  const auto frame_at = [&] {
     return responses.empty() ? testing_support::startFrame(program)
                              : testing_support::resumeFrame(run_id, answers[next++]);
   };
   do {
-    responses.push_back(first.handle(frameAt()));
+    responses.push_back(first.handle(frame_at()));
     run_id = testing_support::decodeEvalResult(responses.back().payload).run_id;
   } while (run_id != 0 && next < answers.size() && responses.size() < kCallsMax);
   testing_support::RealWorker second;
