@@ -34,6 +34,7 @@ if(LISP_SANITIZE)
        LISP_FAULT_TIME_LIMIT=3000
        LISP_FAULT_THREADS=8
        LISP_START_COUNT=40
+       LISP_ROLLBACK_PROGRAMS=300
        ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
        LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/leaks_of_libraries.txt:print_suppressions=0
        UBSAN_OPTIONS=print_stacktrace=1)
@@ -44,7 +45,8 @@ elseif(CMAKE_CROSSCOMPILING)
        LISP_FAULT_STRIDE=211
        LISP_FAULT_TIME_LIMIT=3000
        LISP_FAULT_THREADS=4
-       LISP_START_COUNT=40)
+       LISP_START_COUNT=40
+       LISP_ROLLBACK_PROGRAMS=1000)
 endif()
 
 # lisp_quicken_build(<test program>)

@@ -165,7 +165,7 @@ std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawin
       for (const std::string& handle : drawing.previousSelection()) choose(handle);
     } else if (const auto handle = client::asString(*peek())) {
       if (drawing.find(*handle) == nullptr) {
-        fail("there is no entity " + std::string(*handle));
+        failAt(next_, "there is no entity " + std::string(*handle));
         return std::nullopt;
       }
       choose(*handle);
@@ -189,10 +189,21 @@ std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawin
   return handles;
 }
 
-void CommandInput::fail(std::string reason) { error_ = command_ + ": " + std::move(reason); }
+void CommandInput::fail(std::string reason) {
+  failAt(next_ == 0 ? std::nullopt : std::optional(next_ - 1), std::move(reason));
+}
+
+void CommandInput::failAtNext(std::string reason) {
+  failAt(atEnd() ? std::nullopt : std::optional(next_), std::move(reason));
+}
 
 void CommandInput::failFor(std::string_view what) {
-  fail("needs " + std::string(what) + (atEnd() ? "" : ", not " + next()));
+  failAtNext("needs " + std::string(what) + (atEnd() ? "" : ", not " + next()));
+}
+
+void CommandInput::failAt(std::optional<std::size_t> argument, std::string reason) {
+  error_ = command_ + ": " + std::move(reason);
+  failed_argument_ = argument;
 }
 
 }  // namespace console

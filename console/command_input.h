@@ -62,19 +62,28 @@ class CommandInput {
   // entities that there are, on visible layers, each once, in the order of the drawing.
   std::optional<std::vector<std::string>> takeSelection(const Drawing& drawing);
 
+  // The command fails because of the input that was taken last.
   void fail(std::string reason);
+
+  // The command fails because of the input that comes next, or because none does.
+  void failAtNext(std::string reason);
+
+  // Which argument is to blame, counted from 0, once there is an error; empty when none is.
+  [[nodiscard]] std::optional<std::size_t> failedArgument() const { return failed_argument_; }
 
  private:
   [[nodiscard]] const client::Datum* peek() const;
   [[nodiscard]] std::optional<client::Point> peekPoint() const;
   [[nodiscard]] std::optional<double> peekNumber() const;
   void failFor(std::string_view what);
+  void failAt(std::optional<std::size_t> argument, std::string reason);
 
   const client::DatumList& arguments_;
   std::size_t next_ = 0;
   client::Point last_;
   std::string command_;
   std::string error_;
+  std::optional<std::size_t> failed_argument_;
 };
 
 }  // namespace console

@@ -84,7 +84,7 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("--axes", line.shows_axes, "Show the coordinate systems in the picture");
   app.add_flag("--cells", line.shows_cells, "Show the cells in the picture");
   app.add_option("--answers", line.answers_path,
-                 "Answer host calls from lines such as GETPOINT (10 20 0), before you are asked")
+                 "Answer host calls from lines such as GETPOINT 10,20, before you are asked")
       ->type_name("FILE");
   app.add_flag("--ask", line.asks, "Ask you for points, distances and selections");
   app.add_flag("--brief", line.is_brief, "Only results, errors and changes, no conversation");

@@ -225,7 +225,8 @@ std::string CommandRun::text() {
     } else if (input_.takeWord("R")) {
       alignment = 2;
     } else if (!input_.takeWord("L")) {
-      input_.fail("needs L, C or R after J" + (input_.atEnd() ? "" : ", not " + input_.next()));
+      input_.failAtNext("needs L, C or R after J" +
+                        (input_.atEnd() ? "" : ", not " + input_.next()));
       return "";
     }
   }
@@ -233,6 +234,10 @@ std::string CommandRun::text() {
   if (!at) return "";
   const auto height = input_.takeDistance("a height", *at);
   if (!height) return "";
+  if (!(*height > 0)) {
+    input_.fail("needs a height above 0");
+    return "";
+  }
   const auto angle = input_.takeAngle("an angle");
   if (!angle) return "";
   const auto words = input_.takeText("a text");
@@ -359,8 +364,8 @@ std::string CommandRun::setLayerOption(bool& is_option) {
   if (input_.takeWord("C")) {
     const auto colour_text = input_.atEnd() ? std::nullopt : readColour(input_.next());
     if (!colour_text) {
-      input_.fail("needs a colour, 1 to 255 or a name such as red" +
-                  (input_.atEnd() ? "" : ", not " + input_.next()));
+      input_.failAtNext("needs a colour, 1 to 255 or a name such as red" +
+                        (input_.atEnd() ? "" : ", not " + input_.next()));
       return "";
     }
     input_.takeAny();
@@ -426,7 +431,7 @@ std::string CommandRun::zoom() {
     box = boxBetween({centre->x - half, centre->y - half, 0},
                      {centre->x + half, centre->y + half, 0});
   } else {
-    input_.fail("needs E, A, W or C" + (input_.atEnd() ? "" : ", not " + input_.next()));
+    input_.failAtNext("needs E, A, W or C" + (input_.atEnd() ? "" : ", not " + input_.next()));
     return "";
   }
   if (!(box.width() > 0 && box.height() > 0)) {
@@ -499,7 +504,8 @@ CommandResult runCommand(Drawing& drawing, const DatumList& arguments) {
     if (input.atEnd()) break;
     const std::string step = runNext(drawing, input);
     if (!input.error().empty()) {
-      return {(done.empty() ? "nothing done: " : done + "; then nothing: ") + input.error(), false};
+      return {(done.empty() ? "nothing done: " : done + "; then nothing: ") + input.error(), false,
+              input.failedArgument()};
     }
     done += (done.empty() ? "" : "; ") + step;
   } while (!input.atEnd());

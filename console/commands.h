@@ -3,6 +3,8 @@
 #ifndef CONSOLE_COMMANDS_H_
 #define CONSOLE_COMMANDS_H_
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +20,8 @@ namespace console {
 struct CommandResult {
   std::string text;       // What was done, or why something was not, for a person.
   bool is_whole = false;  // Everything was.
+  // The argument because of which something was not, counted from 0; empty when it is none of them.
+  std::optional<std::size_t> failed_argument = {};
 };
 
 // Runs the commands that `arguments` hold, one after the other; command_input.h tells how inputs

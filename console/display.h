@@ -14,14 +14,25 @@ namespace console {
 // Longer texts are cut to this many bytes, with a word on how many there were.
 inline constexpr std::size_t kDisplaySizeMax = 200;
 
+// `text` with everything escaped that a terminal might obey: control characters except line feeds
+// and tabs, those from U+0080 to U+009F, marks that turn the direction of writing, and bytes that
+// are no UTF-8. As \x1B, or \u202E where a letter has more bytes.
+[[nodiscard]] std::string safeText(std::string_view text);
+
+// How many bytes at the end of `text` begin a letter of UTF-8 that is not whole.
+[[nodiscard]] std::size_t unfinishedSize(std::string_view text);
+
 // `text` with control characters as \n, \r, \t or \xNN, cut where it is too long.
-[[nodiscard]] std::string displayText(std::string_view text);
+[[nodiscard]] std::string displayText(std::string_view text,
+                                      std::size_t size_max = kDisplaySizeMax);
 
 // What the worker wrote, with numbers in the fewest digits that mean the same; as it stands when
 // it cannot be read.
-[[nodiscard]] std::string displayWorkerText(std::string_view text);
+[[nodiscard]] std::string displayWorkerText(std::string_view text,
+                                            std::size_t size_max = kDisplaySizeMax);
 
-[[nodiscard]] std::string displayDatum(const client::Datum& datum);
+[[nodiscard]] std::string displayDatum(const client::Datum& datum,
+                                       std::size_t size_max = kDisplaySizeMax);
 
 }  // namespace console
 

@@ -24,6 +24,33 @@ DatumList withoutHandle(const DatumList& groups) {
   return kept;
 }
 
+// The groups of an entity with those of a change in the place of the ones with their codes, all of
+// a code where its first one was; new codes come last. The handle's group is left out.
+DatumList replaced(const DatumList& own, const DatumList& change) {
+  const auto has = [](const DatumList& groups, double code) {
+    return std::any_of(groups.begin(), groups.end(),
+                       [code](const Datum& group) { return groupCode(group) == code; });
+  };
+  DatumList groups;
+  const auto append = [&groups](const DatumList& from, double code) {
+    std::copy_if(from.begin(), from.end(), std::back_inserter(groups),
+                 [code](const Datum& group) { return groupCode(group) == code; });
+  };
+  for (const Datum& group : own) {
+    const double code = *groupCode(group);
+    if (!has(change, code)) {
+      groups.push_back(group);
+    } else if (!has(groups, code)) {
+      append(change, code);
+    }
+  }
+  for (const Datum& group : change) {
+    const double code = *groupCode(group);
+    if (code != kHandleGroup && !has(groups, code)) append(change, code);
+  }
+  return groups;
+}
+
 // The number of a handle such as E7; empty for other texts.
 std::optional<std::uint64_t> handleNumber(std::string_view handle) {
   constexpr std::size_t kDigitsMax = 15;
@@ -75,25 +102,28 @@ bool Drawing::addNamed(std::string_view handle, const Datum& groups, std::string
 }
 
 bool Drawing::modify(const Datum& groups, std::string& refusal) {
-  refusal = whyNoEntity(groups);
-  if (!refusal.empty()) return false;
-  const DatumList& given = *client::asList(groups);
-  const std::string_view handle = findStringGroup(given, kHandleGroup);
+  const DatumList* const given = client::asList(groups);
+  if (given == nullptr || !std::all_of(given->begin(), given->end(), isGroup)) {
+    refusal = whyNoEntity(groups);
+    return false;
+  }
+  const std::string_view handle = findStringGroup(*given, kHandleGroup);
   const auto place = placeOf(handle);
   if (!place) {
     refusal = handle.empty() ? "no handle: (-1 HANDLE)" : "no entity " + std::string(handle);
     return false;
   }
-  if (findStringGroup(given, kTypeGroup) != findStringGroup(at(*place).groups, kTypeGroup)) {
+  const DatumList& own = at(*place).groups;
+  if (findGroup(*given, kTypeGroup) != nullptr &&
+      findStringGroup(*given, kTypeGroup) != findStringGroup(own, kTypeGroup)) {
     refusal = "the type of an entity cannot change";
     return false;
   }
-  if (findGroup(given, kLayerGroup) == nullptr) {
-    refusal = "no layer: (8 LAYER)";
-    return false;
-  }
-  replace(*place, withoutHandle(given));
-  layer(findStringGroup(at(*place).groups, kLayerGroup));
+  DatumList changed = replaced(own, *given);
+  refusal = whyNoEntity(client::list(changed));
+  if (!refusal.empty()) return false;
+  layer(findStringGroup(changed, kLayerGroup));
+  replace(*place, std::move(changed));
   return true;
 }
 

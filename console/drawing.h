@@ -99,8 +99,9 @@ class Drawing {
   // Empty when the groups make no entity, with the reason in `refusal`.
   std::optional<std::string> add(const client::Datum& groups, std::string& refusal);
 
-  // Gives the entity that group -1 names the other groups. Its type stays. False when that is
-  // not possible, with the reason in `refusal`.
+  // Gives the entity that group -1 names the other groups, in the place of those that it has with
+  // their codes; what is not named stays, and so does the type. False when that is not possible,
+  // with the reason in `refusal`.
   bool modify(const client::Datum& groups, std::string& refusal);
 
   // The same with a handle that the entity has brought with it, such as one of a file: E and a

@@ -137,7 +137,10 @@ TEST(Files, AreReplacedAsAWholeOrNotAtAll) {
   std::filesystem::create_directories(directory + "/taken/inside");
   EXPECT_FALSE(writeFile(directory + "/taken", "x", error));
   EXPECT_EQ(error, directory + "/taken: cannot be written: it is no regular file");
-  EXPECT_FALSE(std::filesystem::exists(directory + "/taken.part"));
+  EXPECT_FALSE(canWriteFile(directory + "/taken", error));
+  EXPECT_TRUE(canWriteFile(directory + "/b.json", error));
+  // Nothing is left beside them.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 2);
   std::filesystem::remove_all(directory);
 }
 

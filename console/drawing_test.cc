@@ -75,6 +75,18 @@ TEST_F(DrawingTest, ModifiesTheEntityThatTheHandleNames) {
   EXPECT_EQ(dataOf("E2"), R"(((-1 "E2") (0 "POINT") (8 "B") (10 (5 6))))");
 }
 
+TEST_F(DrawingTest, ModifiesOnlyWhatIsNamed) {
+  add(R"(((0 "POLYLINE") (10 (1 2)) (10 (3 4)) (70 1) (999 "kept")))");
+  EXPECT_TRUE(modify(R"(((-1 "E1") (8 "B")))")) << refusal;
+  EXPECT_EQ(dataOf("E1"),
+            R"(((-1 "E1") (0 "POLYLINE") (10 (1 2)) (10 (3 4)) (70 1) (999 "kept") (8 "B")))");
+  EXPECT_TRUE(modify(R"(((-1 "E1") (62 3) (10 (5 5)) (10 (6 6)) (10 (7 7))))")) << refusal;
+  EXPECT_EQ(dataOf("E1"), R"(((-1 "E1") (0 "POLYLINE") (10 (5 5)) (10 (6 6)) (10 (7 7)) (70 1) )"
+                          R"((999 "kept") (8 "B") (62 3)))");
+  EXPECT_TRUE(modify(R"(((-1 "E1")))")) << refusal;
+  EXPECT_NE(drawing.findLayer("B"), nullptr);
+}
+
 TEST_F(DrawingTest, RefusesToModifyWhatItCannot) {
   add(R"(((0 "POINT") (8 "A") (10 (1 2))))");
   struct Row {
@@ -86,8 +98,9 @@ TEST_F(DrawingTest, RefusesToModifyWhatItCannot) {
       {R"(((-1 "E2") (0 "POINT") (8 "A") (10 (5 6))))", "no entity E2"},
       {R"(((-1 "E1") (0 "CIRCLE") (8 "A") (10 (5 6)) (40 1)))",
        "the type of an entity cannot change"},
-      {R"(((-1 "E1") (0 "POINT") (10 (5 6))))", "no layer: (8 LAYER)"},
-      {R"(((-1 "E1") (0 "POINT") (8 "A")))", "POINT needs a group 10, at"},
+      {R"(((-1 "E1") (10 "5,6")))", "group 10 needs a point"},
+      {R"(((-1 "E1") 5))", "a group is a list of a code and a value"},
+      {"5", "an entity is a list of groups"},
   };
   for (const Row& row : rows) {
     EXPECT_FALSE(modify(row.groups)) << row.groups;

@@ -49,13 +49,6 @@ const TypeRule* findTypeRule(std::string_view type) {
   return rule == kTypeRules.end() ? nullptr : &*rule;
 }
 
-// The code of a group; empty when `datum` is no group.
-std::optional<double> groupCode(const Datum& datum) {
-  const DatumList* const parts = asList(datum);
-  if (parts == nullptr || parts->size() != 2) return std::nullopt;
-  return asNumber(parts->front());
-}
-
 bool isWholeFrom(int lowest, int highest, const Datum& value) {
   const double x = asNumber(value).value_or(lowest - 1);
   return x >= lowest && x <= highest && x == std::floor(x);
@@ -110,6 +103,14 @@ std::string displayValue(const Datum& value) {
 Datum makeGroup(int code, Datum value) {
   return client::list({client::number(code), std::move(value)});
 }
+
+std::optional<double> groupCode(const Datum& datum) {
+  const DatumList* const parts = asList(datum);
+  if (parts == nullptr || parts->size() != 2) return std::nullopt;
+  return asNumber(parts->front());
+}
+
+bool isGroup(const Datum& datum) { return groupCode(datum).has_value(); }
 
 bool isGroupOf(const Datum& datum, int code) { return groupCode(datum) == code; }
 

@@ -55,6 +55,10 @@ struct Entity {
 
 [[nodiscard]] client::Datum makeGroup(int code, client::Datum value);
 
+// The code of a group; empty when `datum` is none.
+[[nodiscard]] std::optional<double> groupCode(const client::Datum& datum);
+[[nodiscard]] bool isGroup(const client::Datum& datum);
+
 // Whether `datum` is a group with that code.
 [[nodiscard]] bool isGroupOf(const client::Datum& datum, int code);
 

@@ -1,9 +1,13 @@
 #include "console/explainer.h"
 
+#include <algorithm>
 #include <span>
+#include <utility>
 
+#include "client/answer_text.h"
 #include "explain/explanation.h"
 #include "explain/form.h"
+#include "explain/value_text.h"
 
 namespace console {
 
@@ -25,6 +29,29 @@ geometry::CoordContext contextOf(const client::CoordContext& context) {
   return own;
 }
 
+// The form that stands at exactly this place; null when there is none.
+const explain::Form* findForm(const std::vector<explain::Form>& forms, std::size_t begin,
+                              std::size_t end) {
+  const std::vector<explain::Form>* level = &forms;
+  for (;;) {
+    const auto form = std::find_if(level->begin(), level->end(), [&](const explain::Form& each) {
+      return each.begin <= begin && end <= each.end;
+    });
+    if (form == level->end()) return nullptr;
+    if (form->begin == begin && form->end == end) return &*form;
+    level = &form->items;
+  }
+}
+
+// From a call to one of its arguments.
+void narrow(explain::Fault& fault, std::size_t argument) {
+  if (fault.program == nullptr) return;
+  const explain::Form* const call = findForm(fault.program->reading.forms, fault.begin, fault.end);
+  if (call == nullptr || argument + 1 >= call->items.size()) return;
+  fault.begin = call->items[argument + 1].begin;
+  fault.end = call->items[argument + 1].end;
+}
+
 std::string counted(std::uint64_t count) {
   return std::to_string(count) + (count == 1 ? " step" : " steps");
 }
@@ -38,11 +65,12 @@ void Explainer::start(std::string_view name, std::string_view text,
   if (has_context_) context_ = contextOf(*context);
   earlier_contexts_.clear();
   answers_.clear();
+  refused_arguments_.clear();
   outcome_ = {};
 }
 
 void Explainer::answer(std::string_view call_name, std::string_view answer_text,
-                       std::string_view refusal) {
+                       std::string_view refusal, std::optional<std::size_t> refused_argument) {
   last_answer_ = answer_text;
   const auto program = explain::readProgram("answer", last_answer_);
   const std::vector<explain::Form>& forms = program->reading.forms;
@@ -50,6 +78,25 @@ void Explainer::answer(std::string_view call_name, std::string_view answer_text,
   answers_.push_back({.name = std::string(call_name),
                       .answer = forms.front().value,
                       .refusal = std::string(refusal)});
+  if (refused_argument) refused_arguments_[answers_.size() - 1] = *refused_argument;
+}
+
+std::optional<client::DatumList> Explainer::argumentsOf(const client::EvalResult& waiting) {
+  constexpr std::size_t kTextSizeMax = 1 << 20;
+  // An evaluation that goes on behind the call tells the arguments; the answer does not matter.
+  answers_.push_back({.name = waiting.call_name, .answer = {}});
+  static_cast<void>(evaluateWithoutTrace());
+  const auto values = std::move(answers_.back().arguments);
+  answers_.pop_back();
+  if (!values || values->size() != waiting.arg_count) return std::nullopt;
+  client::DatumList arguments;
+  for (const auto& value : *values) {
+    const auto text = explain::write(value, kTextSizeMax);
+    auto datum = text ? client::readDatum(*text, nullptr) : std::nullopt;
+    if (!datum) return std::nullopt;
+    arguments.push_back(std::move(*datum));
+  }
+  return arguments;
 }
 
 void Explainer::replaceContext(const client::CoordContext& context) {
@@ -111,8 +158,12 @@ std::string Explainer::explainRefusals() const {
   constexpr std::size_t kShownMax = 5;
   std::string text;
   std::size_t count = 0;
-  for (const explain::AnsweredCall& call : answers_) {
-    if (!call.refusal.empty() && ++count <= kShownMax) text += explain::explanationOf(call);
+  for (std::size_t n = 0; n < answers_.size(); ++n) {
+    if (answers_[n].refusal.empty() || ++count > kShownMax) continue;
+    explain::AnsweredCall call = answers_[n];
+    const auto argument = refused_arguments_.find(n);
+    if (call.fault && argument != refused_arguments_.end()) narrow(*call.fault, argument->second);
+    text += explain::explanationOf(call);
   }
   if (count > kShownMax) {
     const std::size_t more = count - kShownMax;

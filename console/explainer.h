@@ -4,12 +4,15 @@
 #define CONSOLE_EXPLAINER_H_
 
 #include <cstddef>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "client/coordinates.h"
+#include "client/datum.h"
 #include "client/eval_result.h"
 #include "client/worker_client.h"
 #include "explain/evaluation.h"
@@ -24,8 +27,13 @@ class Explainer {
   void start(std::string_view name, std::string_view text, const client::CoordContext* context);
 
   // The host answers the call that the program waits for, and has refused it unless `refusal` is
-  // empty.
-  void answer(std::string_view call_name, std::string_view answer_text, std::string_view refusal);
+  // empty; because of `refused_argument`, counted from 0, if it is one of them.
+  void answer(std::string_view call_name, std::string_view answer_text, std::string_view refusal,
+              std::optional<std::size_t> refused_argument = std::nullopt);
+
+  // The arguments of the call that waits, as its program has made them; empty when this evaluation
+  // does not come to them, or no text stands for them. Evaluates the program once more.
+  [[nodiscard]] std::optional<client::DatumList> argumentsOf(const client::EvalResult& waiting);
 
   // The context has been replaced, while a call waits.
   void replaceContext(const client::CoordContext& context);
@@ -72,6 +80,7 @@ class Explainer {
   geometry::CoordContext context_;
   std::vector<ContextVersion> earlier_contexts_;
   std::vector<explain::AnsweredCall> answers_;
+  std::map<std::size_t, std::size_t> refused_arguments_;  // By index in answers_.
   std::string last_answer_;
   explain::Outcome outcome_;
 };

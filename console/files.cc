@@ -10,6 +10,27 @@
 #include <system_error>
 
 namespace console {
+namespace {
+
+bool fail(const std::string& path, const std::string& reason, std::string& error) {
+  error = path + ": cannot be written: " + reason;
+  return false;
+}
+
+// The file that is to be replaced: a link stays one, and what it leads to is replaced. A device or
+// a directory is none; empty then, with the reason in `error`.
+std::optional<std::string> targetOf(const std::string& path, std::string& error) {
+  std::error_code failure;
+  const std::filesystem::file_status status = std::filesystem::status(path, failure);
+  if (!std::filesystem::exists(status)) return path;
+  if (!std::filesystem::is_regular_file(status)) {
+    fail(path, "it is no regular file", error);
+    return std::nullopt;
+  }
+  return std::filesystem::canonical(path, failure).string();
+}
+
+}  // namespace
 
 std::optional<std::string> readFile(const std::string& path, std::string& error) {
   errno = 0;
@@ -25,33 +46,35 @@ std::optional<std::string> readFile(const std::string& path, std::string& error)
 }
 
 bool writeFile(const std::string& path, std::string_view bytes, std::string& error) {
-  // A link stays one, and the file that it leads to is replaced. A device is none.
-  std::error_code failure;
-  const std::filesystem::file_status status = std::filesystem::status(path, failure);
-  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-    error = path + ": cannot be written: it is no regular file";
-    return false;
-  }
-  const std::string target =
-      std::filesystem::exists(status) ? std::filesystem::canonical(path, failure).string() : path;
-  const std::string part = target + ".part";
+  const auto target = targetOf(path, error);
+  if (!target) return false;
+  std::string part;
+  std::FILE* const file = createBeside(*target, part);
+  if (file == nullptr) return fail(path, std::strerror(errno), error);
   errno = 0;
-  {
-    std::ofstream file(part, std::ios::binary | std::ios::trunc);
-    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file) {
-      error = path + ": cannot be written" +
-              (errno == 0 ? "" : std::string(": ") + std::strerror(errno));
-      std::remove(part.c_str());
-      return false;
-    }
+  const bool is_whole = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+  const bool is_closed = std::fclose(file) == 0;
+  if (!is_whole || !is_closed) {
+    const std::string reason = std::strerror(errno);
+    std::remove(part.c_str());
+    return fail(path, reason, error);
   }
-  std::filesystem::rename(part, target, failure);
+  std::error_code failure;
+  std::filesystem::rename(part, *target, failure);
   if (!failure) return true;
-  error = path + ": cannot be written: " + failure.message();
   std::remove(part.c_str());
-  return false;
+  return fail(path, failure.message(), error);
+}
+
+bool canWriteFile(const std::string& path, std::string& error) {
+  const auto target = targetOf(path, error);
+  if (!target) return false;
+  std::string part;
+  std::FILE* const file = createBeside(*target, part);
+  if (file == nullptr) return fail(path, std::strerror(errno), error);
+  std::fclose(file);
+  std::remove(part.c_str());
+  return true;
 }
 
 }  // namespace console

@@ -7,6 +7,7 @@
 
 #include "client/answer_text.h"
 #include "console/commands.h"
+#include "console/display.h"
 #include "console/selection.h"
 #include "console/snap.h"
 
@@ -22,14 +23,21 @@ constexpr double kPickStepX = 100;
 constexpr double kPickStepY = 50;
 constexpr double kPickedDistance = 10;
 
-const char* const kByRule = "picked by rule";
-
 Datum makePoint(const Point& point) { return client::point(point.x, point.y, point.z); }
 
-Datum refuse(HostAnswer& answer, std::string why) {
+Datum refuse(HostAnswer& answer, std::string why, std::optional<std::size_t> argument = 0) {
   answer.note = std::move(why);
   answer.is_refused = true;
+  answer.refused_argument = argument;
   return client::nil();
+}
+
+// The call with its arguments; `error` says why there is none.
+std::optional<client::HostCall> callOf(const client::EvalResult& waiting,
+                                       const std::optional<DatumList>& known, std::string& error) {
+  if (!known) return client::readHostCall(waiting, &error);
+  return client::HostCall{
+      .name = waiting.call_name, .arguments = *known, .text = waiting.text, .unreadable = {}};
 }
 
 }  // namespace
@@ -64,7 +72,7 @@ std::optional<HostAnswer> AnswerList::answer(const client::HostCall& call, Drawi
 Host::Host(Drawing& drawing, std::vector<ScriptedAnswer> script, Answerer* answerer)
     : drawing_(drawing), script_(std::move(script)), answerer_(answerer) {}
 
-HostAnswer Host::answer(const client::EvalResult& waiting) {
+HostAnswer Host::answer(const client::EvalResult& waiting, const std::optional<DatumList>& known) {
   const auto scripted = std::find_if(
       script_.begin(), script_.end(),
       [&waiting](const ScriptedAnswer& answer) { return answer.call == waiting.call_name; });
@@ -74,14 +82,21 @@ HostAnswer Host::answer(const client::EvalResult& waiting) {
     return answer;
   }
   std::string error;
-  const auto call = client::readHostCall(waiting, &error);
-  if (!call) return {"nil", "the arguments cannot be read: " + error, "", true};
+  const auto call = callOf(waiting, known, error);
+  if (!call) {
+    return {
+        "nil",
+        "the arguments cannot be read: a text among them holds a double quote, and it could end "
+        "there; write two apostrophes for inches, 3/4'', in " +
+            displayText(waiting.text),
+        "", true};
+  }
   if (answerer_ != nullptr) {
     if (auto answer = answerer_->answer(*call, drawing_)) return *answer;
   }
   const auto* const entry =
       std::find_if(std::begin(kCalls), std::end(kCalls),
-                   [&call](const CallEntry& known) { return known.name == call->name; });
+                   [&call](const CallEntry& each) { return each.name == call->name; });
   if (entry == std::end(kCalls)) return {"nil", "this host knows no such call", "", true};
   HostAnswer answer;
   const Datum datum = (this->*entry->operation)(call->arguments, answer);
@@ -164,13 +179,19 @@ Datum Host::command(const DatumList& arguments, HostAnswer& answer) {
   CommandResult result = runCommand(drawing_, arguments);
   answer.note = std::move(result.text);
   answer.is_refused = !result.is_whole;
+  answer.refused_argument = result.failed_argument;
   return client::nil();
 }
 
 Datum Host::snap(const DatumList& arguments, HostAnswer& answer) {
   const auto near = arguments.empty() ? std::nullopt : readPoint(arguments.front());
   const auto modes = arguments.size() < 2 ? std::nullopt : client::asString(arguments[1]);
-  if (!near || !modes) return refuse(answer, "needs a point and modes, such as \"end\"");
+  if (!near || !modes) {
+    return refuse(answer, "needs a point and modes, such as \"end\"", near ? 1 : 0);
+  }
+  if (const std::string unknown = whyUnknownModes(*modes); !unknown.empty()) {
+    return refuse(answer, unknown, 1);
+  }
   const auto found = snapPoint(drawing_, *near, *modes);
   if (!found) {
     answer.note = "nothing to snap to";

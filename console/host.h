@@ -4,6 +4,7 @@
 #ifndef CONSOLE_HOST_H_
 #define CONSOLE_HOST_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,11 +19,16 @@
 
 namespace console {
 
+// The note of an answer that nobody has given.
+inline constexpr const char* kByRule = "picked by rule";
+
 struct HostAnswer {
   std::string text;         // To be sent as it stands.
   std::string note;         // Where it comes from and what it did, for a person.
   std::string failure;      // Why the program cannot go on, when it cannot; otherwise empty.
   bool is_refused = false;  // The host could not do what the call asks for; the note says why.
+  // The argument that is to blame for that, counted from 0; empty when it is none of them.
+  std::optional<std::size_t> refused_argument = {};
 };
 
 // Who answers before the drawing and the rules do: a file of answers, a person.
@@ -61,7 +67,9 @@ class Host {
   // Performs the call that `waiting`, of eval_status HostCallRequired, asks for. The first
   // scripted answer to a call of that name that is left stands for the whole call; the drawing is
   // not touched then. A call that cannot be read or carried out is answered with nil.
-  HostAnswer answer(const client::EvalResult& waiting);
+  // `known` are the arguments when the caller knows them better than from their text.
+  HostAnswer answer(const client::EvalResult& waiting,
+                    const std::optional<client::DatumList>& known = std::nullopt);
 
   // The scripted answers that no call has asked for yet.
   [[nodiscard]] const std::vector<ScriptedAnswer>& unusedAnswers() const { return script_; }

@@ -91,6 +91,7 @@ TEST_F(HostTest, RefusesWhatItCannotDoButNotWhatFindsNothing) {
       {"ENTMAKE", "(nil)", true},
       {"ENTMAKEX", R"((((0 "POINT") (10 (1 2)))))", false},
       {"ENTMOD", R"((((-1 "E9"))))", true},
+      {"ENTMOD", R"((((-1 "E1") (8 "B"))))", false},
       {"ENTGET", R"(("E9"))", false},
       {"ENTGET", "(9)", true},
       {"SSGET", R"(("X" ((8 "NONE"))))", false},
@@ -146,6 +147,9 @@ TEST_F(HostTest, Snaps) {
   EXPECT_EQ(answer("OSNAP", R"(((47 24 0) "cen"))"), "(50 25 0)");
   EXPECT_EQ(answer("OSNAP", R"(((47 24 0) "end"))"), "nil");
   EXPECT_EQ(note, "nothing to snap to");
+  EXPECT_EQ(answer("OSNAP", R"(((55 25 0) "_qua,mid"))"), "(55 25 0)");
+  EXPECT_EQ(answer("OSNAP", R"(((47 24 0) "per"))"), "nil");
+  EXPECT_TRUE(is_refused);
   EXPECT_EQ(answer("OSNAP", "((47 24 0))"), "nil");
   EXPECT_EQ(answer("OSNAP", "()"), "nil");
 }
@@ -159,7 +163,9 @@ TEST_F(HostTest, RunsCommandsAndAnswersNil) {
 
 TEST_F(HostTest, AnswersNilToWhatItCannotRead) {
   EXPECT_EQ(answer("GETPOINT", R"(("a" b"))"), "nil");
-  EXPECT_EQ(note, "the arguments cannot be read: no space after the value at byte 5");
+  EXPECT_EQ(note,
+            "the arguments cannot be read: a text among them holds a double quote, and it could "
+            "end there; write two apostrophes for inches, 3/4'', in (\"a\" b\")");
   EXPECT_EQ(answer("GETINT", "()"), "nil");
   EXPECT_EQ(note, "this host knows no such call");
 }

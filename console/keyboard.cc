@@ -8,6 +8,7 @@
 #include "client/answer_text.h"
 #include "client/number_text.h"
 #include "console/command_input.h"
+#include "console/selection.h"
 #include "console/snap.h"
 
 namespace console {
@@ -38,6 +39,10 @@ const char* helpFor(const std::string& call) {
   return "a point is 10,20 or @5,0 (from the last), @10<45, or cen 10,20 to snap; Enter for none";
 }
 
+bool asksForSelection(const client::HostCall& call) {
+  return call.arguments.empty() || (call.arguments.size() == 1 && isFilter(call.arguments[0]));
+}
+
 std::optional<client::Point> readSnapped(const std::string& line, const client::Point& last,
                                          const Drawing& drawing) {
   const std::size_t blank = line.find(' ');
@@ -60,8 +65,13 @@ std::optional<Datum> Keyboard::readPick(const client::HostCall& call, Drawing& d
     if (!handles) return std::nullopt;
     drawing.setPreviousSelection(*handles);
     DatumList members;
-    for (const std::string& handle : *handles) members.push_back(client::string(handle));
-    return client::selectionSet(std::move(members));
+    for (const std::string& handle : *handles) {
+      const bool is_wanted =
+          call.arguments.empty() ||
+          fitsFilter(*drawing.find(handle), *client::asList(call.arguments.front()));
+      if (is_wanted) members.push_back(client::string(handle));
+    }
+    return members.empty() ? client::nil() : client::selectionSet(std::move(members));
   }
   const client::Point base = baseOf(call).value_or(last_);
   if (call.name == "GETDIST") {
@@ -79,7 +89,7 @@ std::optional<Datum> Keyboard::readPick(const client::HostCall& call, Drawing& d
 
 std::optional<HostAnswer> Keyboard::answer(const client::HostCall& call, Drawing& drawing) {
   const bool is_pick = call.name == "GETPOINT" || call.name == "GETCORNER" ||
-                       call.name == "GETDIST" || (call.name == "SSGET" && call.arguments.empty());
+                       call.name == "GETDIST" || (call.name == "SSGET" && asksForSelection(call));
   if (!is_pick) return std::nullopt;
   if (before_asking_) before_asking_();
   HostAnswer answer = ask(call, drawing);
@@ -98,6 +108,8 @@ HostAnswer Keyboard::ask(const client::HostCall& call, Drawing& drawing) {
       case LineEditor::Result::Line:
         break;
     }
+    // What comes from a file or a pipe is not on the screen yet, nor the end of its line.
+    if (!editor_.isTerminal()) std::cout << line << "\n";
     const std::size_t begin = line.find_first_not_of(" \t");
     line = begin == std::string::npos
                ? ""

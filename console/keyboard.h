@@ -14,7 +14,8 @@
 
 namespace console {
 
-// Answers GETPOINT, GETCORNER, GETDIST, and SSGET without arguments, with the prompt that the
+// Answers GETPOINT, GETCORNER, GETDIST, and SSGET without a way of selecting (a filter there may
+// be), with the prompt that the
 // program gives. A point is typed as 10,20 or @5,0 or @10<45, or picked up from the drawing as
 // "end 10,20"; a distance is a number or a second point; a selection is words as COMMAND takes
 // them: all, l, p, w 0,0 10,10, E1 E2. Enter alone is nil. What cannot be understood is asked

@@ -27,6 +27,9 @@ class LineEditor {
 
   // Shows `prompt` and reads a line, without its end, into `line`.
   virtual Result read(const std::string& prompt, std::string& line) = 0;
+
+  // Whether a person sees what is typed.
+  [[nodiscard]] virtual bool isTerminal() const = 0;
 };
 
 // At a terminal with editing, history and completion by the Tab key; the history is kept in

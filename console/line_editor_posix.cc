@@ -1,16 +1,25 @@
 #include <histedit.h>
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <climits>
 #include <clocale>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cwchar>
 #include <iostream>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "console/completion.h"
+#include "console/display.h"
 #include "console/line_editor.h"
 
 namespace console {
@@ -20,6 +29,19 @@ volatile std::sig_atomic_t interrupt_count = 0;
 
 extern "C" void noteInterrupt(int /*signal*/) { interrupt_count = 1; }
 
+// What a terminal puts around a paste, once it has been asked to.
+constexpr const char* kPasteOn = "\033[?2004h";
+constexpr const char* kPasteOff = "\033[?2004l";
+constexpr const char* kPasteBegin = "\033[200~";
+constexpr std::string_view kPasteEnd = "\033[201~";
+
+// Written around the filter of std::cout.
+void control(const char* sequence) {
+  std::cout.flush();
+  std::fputs(sequence, stdout);
+  std::fflush(stdout);
+}
+
 class PlainEditor : public LineEditor {
  public:
   Result read(const std::string& prompt, std::string& line) override {
@@ -28,6 +50,8 @@ class PlainEditor : public LineEditor {
     std::cout << "\n";
     return takeInterrupt() ? Result::Interrupted : Result::End;
   }
+
+  [[nodiscard]] bool isTerminal() const override { return false; }
 };
 
 class TerminalEditor : public LineEditor {
@@ -50,6 +74,9 @@ class TerminalEditor : public LineEditor {
     el_set(editor_, EL_ADDFN, "lisp-interrupt", "Drop the line", &TerminalEditor::interrupt);
     el_set(editor_, EL_BIND, "^C", "lisp-interrupt", nullptr);
     el_set(editor_, EL_SETTY, "-d", "-isig", nullptr);
+    // What is pasted is text and no keys: a tab in it completes nothing.
+    el_set(editor_, EL_ADDFN, "lisp-paste", "Take what is pasted", &TerminalEditor::paste);
+    el_set(editor_, EL_BIND, kPasteBegin, "lisp-paste", nullptr);
   }
 
   ~TerminalEditor() override {
@@ -61,11 +88,15 @@ class TerminalEditor : public LineEditor {
   TerminalEditor& operator=(const TerminalEditor&) = delete;
 
   Result read(const std::string& prompt, std::string& line) override {
-    prompt_ = prompt;
+    prompt_ = safeText(prompt);
     is_interrupted_ = false;
+    if (takePasted(line)) return Result::Line;
+    control(kPasteOn);
     int size = 0;
     const char* const text = el_gets(editor_, &size);
+    control(kPasteOff);
     if (is_interrupted_) {
+      pasted_.clear();
       std::cout << "^C\n";
       return Result::Interrupted;
     }
@@ -78,6 +109,8 @@ class TerminalEditor : public LineEditor {
     remember(line);
     return Result::Line;
   }
+
+  [[nodiscard]] bool isTerminal() const override { return true; }
 
  private:
   static TerminalEditor& of(EditLine* editor) {
@@ -93,7 +126,64 @@ class TerminalEditor : public LineEditor {
     return CC_NEWLINE;
   }
 
+  // Reads to the mark at the end of the paste. The first line joins the one that is edited; the
+  // others are read before the keyboard is.
+  static unsigned char paste(EditLine* editor, int /*key*/) {
+    std::string text;
+    wchar_t letter = 0;
+    while (!text.ends_with(kPasteEnd) && el_wgetc(editor, &letter) == 1) {
+      std::array<char, MB_LEN_MAX> bytes{};
+      std::mbstate_t state{};
+      const std::size_t size = std::wcrtomb(bytes.data(), letter, &state);
+      if (size != static_cast<std::size_t>(-1)) text.append(bytes.data(), size);
+    }
+    if (text.ends_with(kPasteEnd)) text.resize(text.size() - kPasteEnd.size());
+    text = withoutKeys(text);
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    if (end > 0) el_insertstr(editor, text.substr(0, end).c_str());
+    if (end == text.size()) return CC_REFRESH;
+    of(editor).pasted_ = text.substr(end + 1);
+    return CC_NEWLINE;
+  }
+
+  // Line feeds at the ends of lines, blanks for tabs, and no other control characters.
+  static std::string withoutKeys(std::string_view text) {
+    std::string clean;
+    for (std::size_t n = 0; n < text.size(); ++n) {
+      const char c = text[n];
+      if (c == '\r') {
+        if (n + 1 == text.size() || text[n + 1] != '\n') clean += '\n';
+      } else if (c == '\t') {
+        clean += ' ';
+      } else if (c == '\n' || static_cast<unsigned char>(c) >= 0x20) {
+        clean += c;
+      }
+    }
+    return clean;
+  }
+
+  // The next whole line of a paste. What is behind its last line end is typed in by itself.
+  bool takePasted(std::string& line) {
+    const std::size_t end = pasted_.find('\n');
+    if (end == std::string::npos) {
+      if (!pasted_.empty()) el_push(editor_, std::exchange(pasted_, "").c_str());
+      return false;
+    }
+    line = pasted_.substr(0, end);
+    pasted_.erase(0, end + 1);
+    std::cout << prompt_ << line << "\n" << std::flush;
+    remember(line);
+    return true;
+  }
+
+  // More comes at once than a person types: a paste into a terminal that does not mark it.
+  static bool isMoreWaiting() {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    return ::poll(&input, 1, 0) == 1;
+  }
+
   static unsigned char complete(EditLine* editor, int /*key*/) {
+    if (isMoreWaiting()) return el_insertstr(editor, " ") == 0 ? CC_REFRESH : CC_ERROR;
     const LineInfo* const info = el_line(editor);
     const std::string_view before(info->buffer,
                                   static_cast<std::size_t>(info->cursor - info->buffer));
@@ -123,6 +213,7 @@ class TerminalEditor : public LineEditor {
   EditLine* editor_;
   History* history_;
   std::string prompt_;
+  std::string pasted_;  // Not read yet.
   bool is_interrupted_ = false;
 };
 
@@ -131,7 +222,9 @@ class TerminalEditor : public LineEditor {
 std::unique_ptr<LineEditor> openLineEditor(const std::string& history_path,
                                            LineEditor::Completer completer) {
   if (::isatty(STDIN_FILENO) == 0) return std::make_unique<PlainEditor>();
-  std::setlocale(LC_CTYPE, "");  // The library counts letters by it.
+  // The library counts letters by it, and drops those that it does not have.
+  std::setlocale(LC_CTYPE, "");
+  if (MB_CUR_MAX == 1) std::setlocale(LC_CTYPE, "C.UTF-8");
   return std::make_unique<TerminalEditor>(history_path, std::move(completer));
 }
 

@@ -26,6 +26,10 @@ class PlainEditor : public LineEditor {
     std::cout << "\n";
     return takeInterrupt() ? Result::Interrupted : Result::End;
   }
+
+  [[nodiscard]] bool isTerminal() const override {
+    return GetFileType(GetStdHandle(STD_INPUT_HANDLE)) == FILE_TYPE_CHAR;
+  }
 };
 
 }  // namespace

@@ -27,6 +27,7 @@
 #include "console/program.h"
 #include "console/progress.h"
 #include "console/prompt.h"
+#include "console/safe_output.h"
 #include "console/session.h"
 #include "explain/check.h"
 #include "explain/evaluation.h"
@@ -85,6 +86,15 @@ std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
   return inputs;
 }
 
+// Whether the files that the command line asks for can be written, before anything runs. False with
+// the reason in `error`.
+bool canWriteOutputs(const CommandLine& line, std::string& error) {
+  std::vector<std::string> paths = line.picture_paths;
+  if (!line.save_path.empty() && !line.is_dry) paths.push_back(line.save_path);
+  return std::all_of(paths.begin(), paths.end(),
+                     [&error](const std::string& path) { return canWriteFile(path, error); });
+}
+
 // Writes the files that the command line asks for. False with the reason in `error`.
 bool writeOutputs(const CommandLine& line, const Session& session, const std::string& title,
                   const PictureWishes& wishes, std::string& error) {
@@ -121,6 +131,7 @@ void setUp(Session& session, const CommandLine& line) {
   if (line.host_call_count_max != 0) session.setHostCallCountMax(line.host_call_count_max);
   if (line.shows_all_calls) {
     session.setShownCallsMax(std::max(kHostCallCountMax, line.host_call_count_max));
+    session.setWholeResults(true);
   }
 }
 
@@ -131,6 +142,7 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   Explainer explainer;
   session.setExplainer(&explainer);
   session.setBrief(line.is_brief);
+  session.setNames(inputs.programs.size() > 1);
   setUp(session, line);
   ProgressLine progress;
   bool is_interrupted = false;
@@ -246,6 +258,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);
+  if (!canWriteOutputs(*line, error)) return complain(ExitCode::UnusableInput, error);
   if (line->program_paths.empty()) return runPrompt(*inputs, *line);
   ignoreInterrupts();
   const auto process = client::startWorker(line->worker_path, &error);
@@ -260,6 +273,11 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
 }  // namespace console
 
 int main(int argc, char** argv) {
+  const console::SafeOutput output;
   const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
-  return static_cast<int>(console::run(arguments));
+  const console::ExitCode code = console::run(arguments);
+  std::cout.flush();
+  if (std::cout) return static_cast<int>(code);
+  return static_cast<int>(
+      console::complain(console::ExitCode::UnusableInput, "standard output cannot be written"));
 }

@@ -10,14 +10,12 @@
 namespace console {
 namespace {
 
-// Some editors put a mark in front of a text, which no one sees and the language takes for a name.
+// Some editors put a byte order mark in front of a text, which no one sees and the language takes
+// for a name. Here it is left out.
 std::optional<std::string> readText(const std::string& path, std::string& error) {
   auto text = readFile(path, error);
-  if (!text || !text->starts_with("\xEF\xBB\xBF")) return text;
-  error = path +
-          ": begins with a byte order mark, which the language takes for a name; save the file as "
-          "UTF-8 without it";
-  return std::nullopt;
+  if (text && text->starts_with("\xEF\xBB\xBF")) text->erase(0, 3);
+  return text;
 }
 
 // `open` are the files on the way to this one: one that loads itself would go on for ever.

@@ -118,15 +118,15 @@ TEST_F(ConsoleProgram, ShowsWhatTheDrawingHasRefused) {
                                 "  (SETQ N (1+ N))\n"
                                 "  (ENTMAKE (LIST '(0 \"POINT\") (LIST 8 N))))\n");
   const std::string shown = path +
-                            ":1:1: COMMAND refused: nothing done: CIRCLE: group 40 needs a "
+                            ":1:26: COMMAND refused: nothing done: CIRCLE: group 40 needs a "
                             "number above 0\n"
                             "    1 | (COMMAND \"CIRCLE\" '(0 0) -5)\n"
-                            "      | ^^^^^^^^^^^^^^^^^^^^^^^^^^^^\n";
+                            "      |                          ^^\n";
   for (const char* const option : {"", "--brief "}) {
     runPrograms(option + quoted(path));
     EXPECT_EQ(exit_code, 4);
     EXPECT_THAT(output, HasSubstr(shown));
-    EXPECT_THAT(output, HasSubstr(path + ":5:3: ENTMAKE refused: not made: "));
+    EXPECT_THAT(output, HasSubstr(path + ":5:12: ENTMAKE refused: not made: "));
     EXPECT_THAT(output, HasSubstr("  values    (LIST '(0 \"POINT\") (LIST 8 N)) is ((0 \"POINT\") "
                                   "(8 4))\n... and 2 more calls were refused\n"));
   }
@@ -148,7 +148,7 @@ TEST_F(ConsoleProgram, SaysByItsExitCodeThatACallWasRefused) {
   EXPECT_EQ(exit_code, 1);
   EXPECT_THAT(output, StartsWith("run     cancelled         COMMAND was refused: nothing done: "
                                  "CIRCLE: group 40 needs a number above 0\n"));
-  EXPECT_THAT(output, HasSubstr("a.lsp:2:1: COMMAND refused: "));
+  EXPECT_THAT(output, HasSubstr("a.lsp:2:26: COMMAND refused: "));
   EXPECT_THAT(output, HasSubstr("is taken back: 1 entity "));
 }
 
@@ -268,10 +268,151 @@ TEST_F(ConsoleProgram, NamesTheLineThatNamesAFile) {
                         "/none.json: cannot be read: No such file or directory\n");
 }
 
-TEST_F(ConsoleProgram, RefusesAByteOrderMark) {
-  runPrograms(quoted(file("a.lsp", "\xEF\xBB\xBF(+ 1 2)\n")));
+TEST_F(ConsoleProgram, TakesAByteOrderMark) {
+  runPrograms("--brief " + quoted(file("a.lsp", "\xEF\xBB\xBF(+ 1 2)\n")));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_EQ(output, "result: 3   [3 steps]\n");
+}
+
+TEST_F(ConsoleProgram, TakesPointsInAFileOfAnswersAsTheyAreTyped) {
+  const std::string program = quoted(file("a.lsp", "(LIST (GETPOINT) (GETCORNER) (GETDIST))"));
+  const std::string answers = file("picks.txt", "GETPOINT 1,2\nGETCORNER 3,4,5\nGETDIST 6\n");
+  runPrograms("--brief --answers " + quoted(answers) + " " + program);
+  EXPECT_EQ(output, "result: ((1 2 0) (3 4 5) 6)   [4 steps]\n");
+  const std::string bad = file("bad.txt", "GETDIST 1,5\n");
+  runPrograms("--brief --answers " + quoted(bad) + " " + program);
   EXPECT_EQ(exit_code, 2);
-  EXPECT_THAT(output, HasSubstr("a.lsp: begins with a byte order mark"));
+  EXPECT_EQ(output, "lisp_console: " + bad +
+                        ": line 1: answer to GETDIST: a distance is a number, not 1,5\n");
+}
+
+TEST_F(ConsoleProgram, SaysWhenItHasPickedItself) {
+  runPrograms("--brief " + quoted(file("a.lsp", "(GETPOINT)(GETDIST)")));
+  EXPECT_EQ(output,
+            "result: 10   [2 steps]\n"
+            "picks   picked by rule    GETPOINT (0 0 0), GETDIST 10   [--ask asks you, "
+            "--answers reads a file]\n");
+}
+
+TEST_F(ConsoleProgram, NamesTheProgramsOfSeveral) {
+  const std::string a = file("a.lsp", "1");
+  const std::string b = file("b.lsp", "2");
+  runPrograms("--brief " + quoted(a) + " " + quoted(b));
+  EXPECT_EQ(output, "== " + a + "\nresult: 1   [1 step]\n== " + b + "\nresult: 2   [1 step]\n");
+}
+
+TEST_F(ConsoleProgram, ShowsLongResults) {
+  const std::string program =
+      quoted(file("a.lsp", "(SETQ L nil N 0)(WHILE (< N 2000) (SETQ L (CONS N L) N (1+ N)))L"));
+  runPrograms("--brief " + program);
+  EXPECT_THAT(output, HasSubstr(" 1300 "));
+  EXPECT_THAT(output, HasSubstr("bytes in all)"));
+  runPrograms("--brief --all-calls " + program);
+  EXPECT_THAT(output, HasSubstr(" 2 1 0)   ["));
+}
+
+// A text that holds a double quote is told from two by asking the program.
+TEST_F(ConsoleProgram, TakesTextsWithDoubleQuotes) {
+  runPrograms("--brief " +
+              quoted(file("a.lsp",
+                          "(COMMAND \"TEXT\" \"0,0\" 5 0 \"3/4\\\" BOLT\")\n"
+                          "(ENTMAKE '((0 \"TEXT\") (1 \"6\\\" x 2\\\"\") (10 (1 1)) (40 2)))\n"
+                          "(DEFUN NOTE (S) (COMMAND \"TEXT\" \"0,9\" 5 0 S))\n"
+                          "(NOTE \"a\\\" \\\"b\")\n")));
+  EXPECT_EQ(exit_code, 0) << output;
+  EXPECT_THAT(output, HasSubstr("text \"3/4\\\" BOLT\"\n"));
+  EXPECT_THAT(output, HasSubstr("text \"6\\\" x 2\\\"\"\n"));
+  EXPECT_THAT(output, HasSubstr("text \"a\\\" \\\"b\"\n"));
+}
+
+TEST_F(ConsoleProgram, PutsTheCaretUnderTheRefusedArgument) {
+  const std::string path = file("a.lsp",
+                                "(COMMAND \"CIRCLE\" '(0 0) -5)\n"
+                                "(COMMAND \"TEXT\" '(0 0) 0 0 \"X\")\n"
+                                "(COMMAND \"MOVE\" \"E7\" \"\" '(0 0) '(1 1))\n"
+                                "(OSNAP '(0 0) \"perp\")\n"
+                                "(COMMAND \"LINE\" '(0 0))\n");
+  runPrograms("--brief " + quoted(path));
+  EXPECT_EQ(exit_code, 4);
+  EXPECT_THAT(output, HasSubstr("1 | (COMMAND \"CIRCLE\" '(0 0) -5)\n"
+                                "      |                          ^^\n"));
+  EXPECT_THAT(output, HasSubstr("TEXT: needs a height above 0\n"
+                                "    2 | (COMMAND \"TEXT\" '(0 0) 0 0 \"X\")\n"
+                                "      |                        ^\n"));
+  EXPECT_THAT(output, HasSubstr("3 | (COMMAND \"MOVE\" \"E7\" \"\" '(0 0) '(1 1))\n"
+                                "      |                 ^^^^\n"));
+  EXPECT_THAT(output, HasSubstr("this host cannot snap to PERP; it knows end, mid, cen, qua, nod "
+                                "and ins\n    4 | (OSNAP '(0 0) \"perp\")\n"
+                                "      |               ^^^^^^\n"));
+  EXPECT_THAT(output, HasSubstr("LINE: needs another point\n    5 | (COMMAND \"LINE\" '(0 0))\n"
+                                "      | ^^^"));
+}
+
+// Control sequences, C1 bytes and marks of direction come from everywhere and reach no terminal.
+TEST_F(ConsoleProgram, EscapesWhatATerminalWouldObey) {
+  const std::string evil = "\x1B]0;x\x07\xC2\x9B\xE2\x80\xAE\x9B";
+  const std::string bad = file("a" + evil + ".lsp", "(FOO \"" + evil + "\")\n");
+  const std::string drawing =
+      file("d.json", "{\"" + std::string("\xC2\x9B\xE2\x80\xAE") + "\": 1}");
+  const std::string script = file("s.lsp", ";@ " + evil + "\n");
+  const std::string good =
+      file("b.lsp", "(DEFUN F (X) (/ X 0))\n;" + evil + "\n(COMMAND \"" + evil + "\")\n(PRINC \"" +
+                        evil + "\")\n(ENTMAKE '((0 \"TEXT\") (1 \"" + evil + "\") (8 \"" + evil +
+                        "\") (10 (1 1)) (40 2)))\n");
+  const std::string prompts =
+      file("lines.txt", "(GETPOINT \"" + evil + "\")\n1,1\n:calls\n:steps\n" + ":doc " + evil +
+                            "\n:" + evil + "\n:drawing\n" + evil + "\n(QUOTE " + evil +
+                            ")\n:load " + evil + "\n");
+  for (const std::string& arguments :
+       {quoted(bad), "check " + quoted(bad), "--drawing " + quoted(drawing) + " " + quoted(good),
+        quoted(script), quoted(good), "--brief " + quoted(good), quoted("--" + evil),
+        "--picture " + quoted(evil) + " " + quoted(good), "<" + quoted(prompts)}) {
+    const bool checks = arguments.starts_with("check");
+    if (checks) {
+      run(arguments);
+    } else {
+      runPrograms(arguments);
+    }
+    for (const char* const part : {"\x1B", "\x07", "\xC2\x9B", "\xE2\x80\xAE", "\x9B"}) {
+      EXPECT_THAT(output, Not(HasSubstr(part))) << arguments << "\n" << output;
+    }
+    EXPECT_THAT(output, HasSubstr("\\u202E")) << arguments;
+  }
+}
+
+TEST_F(ConsoleProgram, LeavesTheUsersOtherFilesAlone) {
+  const std::string program = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));
+  const std::string saved = file("d.json", "{}");
+  const std::string own = file("d.json.part", "mine");
+  const std::string victim = file("victim", "precious");
+  const std::string linked = file("e.json", "{}");
+  std::filesystem::create_symlink(victim, linked + ".part");
+  std::filesystem::permissions(saved, std::filesystem::perms(0600));
+  runPrograms("--save " + quoted(saved) + " " + program);
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_THAT(written(saved), HasSubstr("E1"));
+  EXPECT_EQ(std::filesystem::status(saved).permissions(), std::filesystem::perms(0600));
+  EXPECT_EQ(written(own), "mine");
+  runPrograms("--save " + quoted(linked) + " " + program);
+  EXPECT_EQ(written(victim), "precious");
+}
+
+TEST_F(ConsoleProgram, RefusesWhatItCouldNotWriteBeforeAnythingRuns) {
+  const std::string program = quoted(file("a.lsp", "\"was run\""));
+  for (const char* const option : {"--save ", "--picture "}) {
+    const std::string path = file("a.svg", "") + "/none/a.svg";
+    runPrograms(option + quoted(path) + " " + program);
+    EXPECT_EQ(exit_code, 2);
+    EXPECT_EQ(output, "lisp_console: " + path + ": cannot be written: Not a directory\n");
+  }
+}
+
+TEST_F(ConsoleProgram, FailsWhenTheDiskIsFull) {
+  const auto result = runCommand(quoted(environment("LISP_CONSOLE_PATH")) + " --worker " +
+                                 quoted(environment("LISP_WORKER_PATH")) + " " +
+                                 quoted(file("a.lsp", "1")) + " 2>&1 >/dev/full </dev/null");
+  EXPECT_EQ(result.exit_code, 2);
+  EXPECT_EQ(result.text, "lisp_console: standard output cannot be written\n");
 }
 
 TEST_F(ConsoleProgram, ChecksAFileOfAnswersBeforeItStarts) {

@@ -1,6 +1,7 @@
 #include "console/progress.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <utility>
 
@@ -14,6 +15,13 @@ constexpr std::chrono::milliseconds kInterval{500};
 
 // Finding the place evaluates the program once more, so it gets a tenth of the time at most.
 constexpr int kCostFactor = 10;
+
+// Empties the line. Written around the filter of std::cerr.
+void wipe() {
+  std::cerr.flush();
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+}
 
 }  // namespace
 
@@ -31,16 +39,17 @@ bool ProgressLine::report(const Progress& progress) {
   if (begin < due_ || !isTerminalAttached()) return true;
   is_shown_ = true;
   const std::string place = progress.place ? progress.place() : "";
-  std::cerr << "\r\033[K" << progress.call_count << " host calls answered, "
-            << progress.entity_count << " entities, " << progress.steps << " steps"
-            << (place.empty() ? "" : ", at " + place) << "; Ctrl-C ends the program" << std::flush;
+  wipe();
+  std::cerr << progress.call_count << " host calls answered, " << progress.entity_count
+            << " entities, " << progress.steps << " steps" << (place.empty() ? "" : ", at " + place)
+            << "; Ctrl-C ends the program" << std::flush;
   const Clock::time_point end = Clock::now();
   due_ = end + std::max<Clock::duration>(kInterval, kCostFactor * (end - begin));
   return true;
 }
 
 void ProgressLine::clear() {
-  if (std::exchange(is_shown_, false)) std::cerr << "\r\033[K" << std::flush;
+  if (std::exchange(is_shown_, false)) wipe();
 }
 
 void ProgressLine::pause() {

@@ -278,6 +278,10 @@ void Prompt::showEntry(std::string_view name) const {
       return;
     }
   }
+  if (const explain::ForeignName* const foreign = explain::findForeignName(wanted)) {
+    std::cout << wanted << " is not of this language: " << foreign->advice << "\n";
+    return;
+  }
   std::vector<std::string> names = completionsFor("");
   std::cout << (wanted.empty() ? "which name? :doc CAR" : "nothing is known of " + wanted);
   for (const std::string& near : explain::similarNames(wanted, names))

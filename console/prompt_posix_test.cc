@@ -127,12 +127,14 @@ TEST_F(PipedPrompt, LeavesNothingOfAFailedProgram) {
 TEST_F(PipedPrompt, AsksForPicksUntilItUnderstands) {
   const std::string said = say(
       "(GETPOINT \"Where? \")\nnowhere\n10,20\n(GETDIST '(0 0))\n3,4\n(GETPOINT)\n@5<90\n(SSGET)\n"
-      "\n(COMMAND \"CIRCLE\" '(50 50) 5)\n(SSGET)\nall\n(GETPOINT)\ncen 48,52\n(GETDIST)\n");
+      "\n(COMMAND \"CIRCLE\" '(50 50) 5)\n(SSGET '((0 \"LINE\")))\nall\n(SSGET '((0 "
+      "\"CIRCLE\")))\nall\n(GETPOINT)\ncen 48,52\n(GETDIST)\n");
   EXPECT_THAT(said, HasSubstr("a point is 10,20"));
   EXPECT_THAT(said, HasSubstr("result: (10 20 0)"));
   EXPECT_THAT(said, HasSubstr("result: 5 "));
   EXPECT_THAT(said, HasSubstr("result: (10 25 0)"));
   EXPECT_THAT(said, HasSubstr("result: nil"));
+  EXPECT_THAT(said, HasSubstr("all\nresult: nil   [2 steps]\nlisp> Select"));
   EXPECT_THAT(said, HasSubstr("result: ($KVSEL \"E1\")"));
   EXPECT_THAT(said, HasSubstr("result: (50 50 0)"));
   EXPECT_THAT(said, HasSubstr("cancelled   "));
@@ -159,15 +161,16 @@ TEST_F(PipedPrompt, KnowsItsCommands) {
 }
 
 TEST_F(PipedPrompt, ShowsWhatTheDrawingHasRefused) {
-  EXPECT_THAT(say("(COMMAND \"ERASE\" \"E7\" \"\")\n"),
-              HasSubstr("input 1:1:1: COMMAND refused: nothing done: ERASE: there is no entity E7\n"
-                        "    1 | (COMMAND \"ERASE\" \"E7\" \"\")\n"));
+  EXPECT_THAT(
+      say("(COMMAND \"ERASE\" \"E7\" \"\")\n"),
+      HasSubstr("input 1:1:18: COMMAND refused: nothing done: ERASE: there is no entity E7\n"
+                "    1 | (COMMAND \"ERASE\" \"E7\" \"\")\n"));
 }
 
 TEST_F(PipedPrompt, ShowsWhatACancelledProgramHasDone) {
   const std::string said =
       say("(WHILE T\n(COMMAND \"ERASE\" \"E7\" \"\")\n(GETPOINT))\n1,1\n2,2\n");
-  EXPECT_THAT(said, HasSubstr("input 1:2:1: COMMAND refused: "));
+  EXPECT_THAT(said, HasSubstr("input 1:2:18: COMMAND refused: "));
 }
 
 TEST_F(PipedPrompt, LoadsLibrariesAndDrawingsFirst) {
@@ -184,7 +187,7 @@ TEST_F(PipedPrompt, TakesAnswersFromAFileBeforeItAsks) {
       say("(GETPOINT \"First? \")\n(GETPOINT \"Second? \")\n1,2\n", "--answers picks.txt --ask");
   EXPECT_THAT(said, HasSubstr("result: (7 8 0)"));
   EXPECT_THAT(said, Not(HasSubstr("First? ")));
-  EXPECT_THAT(said, HasSubstr("Second? result: (1 2 0)"));
+  EXPECT_THAT(said, HasSubstr("Second? 1,2\nresult: (1 2 0)"));
 }
 
 TEST_F(PipedPrompt, ShowsCallsOnlyWhenItIsTold) {
@@ -340,6 +343,31 @@ class TerminalPrompt : public testing::Test {
  private:
   std::string server_ = "lisp_prompt_test_" + std::to_string(::getpid());
 };
+
+// Pasted text is text: its tabs complete nothing, and each of its lines is a line.
+TEST_F(TerminalPrompt, TakesWhatIsPasted) {
+  start();
+  const auto paste = [this](const std::string& text, const char* option) {
+    const auto path = directory.path / "pasted";
+    std::ofstream(path) << text;
+    tmux("load-buffer '" + path.string() + "'");
+    tmux(std::string("paste-buffer ") + option);
+  };
+  // Marked by the terminal, and not.
+  for (const char* const option : {"-p", ""}) {
+    paste("(LIST\t1\t2)\n", option);
+    EXPECT_TRUE(shows("result: (1 2) ")) << option << screen();
+    paste("(LIST\n  3\n\t\"\xC3\xA9\")\n(+ 20 1)\n(* 100", option);
+    EXPECT_TRUE(shows("result: (3 \"\xC3\xA9\") ")) << option << screen();
+    EXPECT_TRUE(shows("result: 21 ")) << option << screen();
+    EXPECT_TRUE(shows("lisp> (* 100")) << option << screen();
+    enter(" 7)");
+    EXPECT_TRUE(shows("result: 700 ")) << option << screen();
+    tmux("send-keys -R");
+    tmux("clear-history");
+    press("C-l");
+  }
+}
 
 TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
   start();

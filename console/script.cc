@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "client/answer_text.h"
+#include "console/command_input.h"
 
 namespace console {
 
@@ -162,6 +163,24 @@ bool readLines(std::string_view text, std::string& error, Read read) {
   return true;
 }
 
+// In a file of answers a point may stand as a person types it: 10,20. What is wrong with the
+// answer, or an empty string.
+std::string readTypedAnswer(ScriptedAnswer& answer) {
+  const bool is_point = answer.call == "GETPOINT" || answer.call == "GETCORNER";
+  if (is_point) {
+    if (const auto point = readTypedPoint(answer.text, {}); point && answer.text[0] != '@') {
+      answer.text = client::printDatum(client::point(point->x, point->y, point->z));
+    }
+  }
+  std::string error;
+  const auto datum = client::readDatum(answer.text, &error);
+  if (!datum) return error;
+  const bool is_symbol = datum->kind() == client::DatumKind::Symbol;
+  if (is_point && is_symbol) return "a point is 10,20 or (10 20 0), not " + answer.text;
+  if (answer.call == "GETDIST" && is_symbol) return "a distance is a number, not " + answer.text;
+  return "";
+}
+
 }  // namespace
 
 bool isHostCall(std::string_view name) {
@@ -188,9 +207,9 @@ std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text
         if (line.empty() || line.starts_with(';')) return std::string();
         std::string reason = readAnswer(line, number, script);
         if (reason.empty()) {
-          const ScriptedAnswer& answer = script.answers.back();
-          if (!client::readDatum(answer.text, &reason))
-            reason = "answer to " + answer.call + ": " + reason;
+          ScriptedAnswer& answer = script.answers.back();
+          reason = readTypedAnswer(answer);
+          if (!reason.empty()) reason = "answer to " + answer.call + ": " + reason;
         }
         return reason;
       });

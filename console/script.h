@@ -65,9 +65,9 @@ struct Script {
 // with its number and what is wrong in `error`.
 [[nodiscard]] std::optional<Script> readScript(std::string_view program, std::string& error);
 
-// Reads a text of lines such as GETPOINT (10 20 0), empty lines and lines that begin with a
-// semicolon. Empty when one of them cannot be understood, or holds an answer that the worker could
-// not read, with its number and the reason in `error`.
+// Reads a text of lines such as GETPOINT (10 20 0) or GETPOINT 10,20, empty lines and lines that
+// begin with a semicolon. Empty when one of them cannot be understood, or holds an answer that the
+// worker could not read, with its number and the reason in `error`.
 [[nodiscard]] std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text,
                                                                          std::string& error);
 

@@ -58,18 +58,6 @@ bool fitsGroup(const Datum& group, const Datum& wanted) {
   return text && (*text == *patterns || fitsAnyPattern(*text, *patterns));
 }
 
-bool hasEveryGroup(const Entity& entity, const DatumList& filter) {
-  return std::all_of(filter.begin(), filter.end(), [&entity](const Datum& wanted) {
-    return std::any_of(entity.groups.begin(), entity.groups.end(),
-                       [&wanted](const Datum& group) { return fitsGroup(group, wanted); });
-  });
-}
-
-bool isGroup(const Datum& datum) {
-  const DatumList* const parts = client::asList(datum);
-  return parts != nullptr && parts->size() == 2 && client::asNumber(parts->front());
-}
-
 // The entities that the way of selecting in front of `arguments` finds; `next` is moved behind it.
 std::optional<std::vector<std::string>> selectByMode(const Drawing& drawing,
                                                      const DatumList& arguments, std::size_t& next,
@@ -106,6 +94,18 @@ std::optional<std::vector<std::string>> selectByMode(const Drawing& drawing,
 
 }  // namespace
 
+bool isFilter(const Datum& datum) {
+  const DatumList* const groups = client::asList(datum);
+  return groups != nullptr && std::all_of(groups->begin(), groups->end(), isGroup);
+}
+
+bool fitsFilter(const Entity& entity, const DatumList& filter) {
+  return std::all_of(filter.begin(), filter.end(), [&entity](const Datum& wanted) {
+    return std::any_of(entity.groups.begin(), entity.groups.end(),
+                       [&wanted](const Datum& group) { return fitsGroup(group, wanted); });
+  });
+}
+
 std::vector<std::string> entitiesIn(const Drawing& drawing, const Box& box, bool inside_only) {
   std::vector<std::string> handles;
   for (const Entity& entity : drawing.entities()) {
@@ -123,12 +123,11 @@ std::optional<std::vector<std::string>> selectEntities(const Drawing& drawing,
   if (!handles) return std::nullopt;
   DatumList filter;
   if (next < arguments.size()) {
-    const DatumList* const groups = client::asList(arguments[next]);
-    if (groups == nullptr || !std::all_of(groups->begin(), groups->end(), isGroup)) {
+    if (!isFilter(arguments[next])) {
       refusal = "a filter is a list of groups";
       return std::nullopt;
     }
-    filter = *groups;
+    filter = *client::asList(arguments[next]);
     ++next;
   }
   if (next < arguments.size()) {
@@ -136,7 +135,7 @@ std::optional<std::vector<std::string>> selectEntities(const Drawing& drawing,
     return std::nullopt;
   }
   std::erase_if(*handles, [&](const std::string& handle) {
-    return !hasEveryGroup(*drawing.find(handle), filter);
+    return !fitsFilter(*drawing.find(handle), filter);
   });
   return handles;
 }

@@ -27,6 +27,10 @@ namespace console {
 [[nodiscard]] std::optional<std::vector<std::string>> selectEntities(
     const Drawing& drawing, const client::DatumList& arguments, std::string& refusal);
 
+// Whether `datum` is a filter as above, and whether an entity has every group of one.
+[[nodiscard]] bool isFilter(const client::Datum& datum);
+[[nodiscard]] bool fitsFilter(const Entity& entity, const client::DatumList& filter);
+
 // The handles of visible entities inside the box, or of those that touch it as well.
 [[nodiscard]] std::vector<std::string> entitiesIn(const Drawing& drawing, const Box& box,
                                                   bool inside_only);

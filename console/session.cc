@@ -125,6 +125,7 @@ ProgramEnd Session::load(const Program& library) {
     const ProgramEnd end = load(needed);
     if (end != ProgramEnd::AsExpected) return end;
   }
+  noteQuotes(library.text);
   if (explainer_ != nullptr) explainer_->start(library.name, library.text, nullptr);
   const auto reply = worker_->evalStart(library.text, 0);
   if (!reply) return ProgramEnd::Broken;
@@ -145,15 +146,14 @@ ProgramEnd Session::load(const Program& library) {
 }
 
 ProgramEnd Session::run(std::string_view name, std::string_view program, const Script& script) {
-  if (!is_brief_) {
-    out_ << "== " << name << "\n";
-    printProgram(program);
-  }
+  if (!is_brief_ || shows_names_) out_ << "== " << name << "\n";
+  if (!is_brief_) printProgram(program);
   context_ = sheet_context_;
   const bool ready = addScriptedEntities(script) && registerContext(script, 0);
   if (!ready) return worker_->fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
   if (std::exchange(is_fresh_, false)) before_ = drawing_;
   const Drawing found = drawing_;
+  noteQuotes(program);
   if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
   if (end != ProgramEnd::Broken && explainer_ != nullptr) out_ << explainer_->explainRefusals();
@@ -236,6 +236,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
            std::to_string(context_.id));
   auto reply = worker_->evalStart(program, context_.id);
   std::size_t call_count = 0;
+  std::vector<std::string> picks;
   while (reply && reply->status == WorkerStatus::HostCallPending) {
     const bool is_shown = ++call_count <= shown_calls_max_;
     if (is_shown) printResponse(*reply, call_count);
@@ -251,7 +252,9 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     if (!registerContext(script, call_count)) {
       return cancel(*reply->value, "the context could not be registered");
     }
-    const HostAnswer answer = host.answer(*reply->value);
+    const HostAnswer answer = host.answer(*reply->value, knownArguments(*reply->value));
+    noteQuotes(answer.text);
+    if (answer.note == kByRule) picks.push_back(reply->value->call_name + " " + answer.text);
     if (!answer.failure.empty()) return cancel(*reply->value, answer.failure);
     calls_.push_back(
         {reply->value->call_name, kept(reply->value->text), kept(answer.text), answer.note});
@@ -259,8 +262,8 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
       tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     }
     if (explainer_ != nullptr) {
-      explainer_->answer(reply->value->call_name, answer.text,
-                         answer.is_refused ? answer.note : "");
+      explainer_->answer(reply->value->call_name, answer.text, answer.is_refused ? answer.note : "",
+                         answer.refused_argument);
     }
     if (answer.is_refused) {
       if (is_strict_) return cancelRefused(*reply->value, answer.note);
@@ -282,6 +285,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
               whyRefused(reply->status, program.size()));
   }
   printExplanation(*reply);
+  printPicks(picks);
   for (const ScriptedAnswer& unused : host.unusedAnswers()) {
     printLine("script", "not asked for", unused.call + " " + displayText(unused.text));
   }
@@ -302,6 +306,32 @@ ProgramEnd Session::cancelRefused(const EvalResult& waiting, const std::string& 
             waiting.call_name + " was refused: " + displayText(reason));
   if (explainer_ != nullptr) explainer_->stop();
   return worker_->evalCancel(waiting.run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
+}
+
+// Nobody has picked these. In a conversation each says so itself.
+void Session::printPicks(const std::vector<std::string>& picks) {
+  if (!is_brief_ || picks.empty()) return;
+  constexpr std::size_t kPicksShownMax = 4;
+  std::string text;
+  for (std::size_t n = 0; n < picks.size() && n < kPicksShownMax; ++n) {
+    text += (n == 0 ? "" : ", ") + picks[n];
+  }
+  if (picks.size() > kPicksShownMax) {
+    text += " and " + counted(picks.size() - kPicksShownMax, "more", "more");
+  }
+  printLine("picks", kByRule, text + "   [--ask asks you, --answers reads a file]");
+}
+
+// The worker writes texts as they are, so that one that holds a double quote can be read as two.
+// Only when a quote may have come into a text at all is the program asked.
+void Session::noteQuotes(std::string_view sent) {
+  may_hold_quotes_ = may_hold_quotes_ || sent.find("\\\"") != std::string_view::npos;
+}
+
+std::optional<client::DatumList> Session::knownArguments(const EvalResult& waiting) {
+  const auto quote_count = std::count(waiting.text.begin(), waiting.text.end(), '"');
+  if (!may_hold_quotes_ || quote_count < 3 || explainer_ == nullptr) return std::nullopt;
+  return explainer_->argumentsOf(waiting);
 }
 
 std::string Session::placeOfWaitingCall() {
@@ -346,7 +376,8 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
   const EvalResult& result = *reply.value;
   switch (result.eval_status) {
     case EvalStatus::Value:
-      text = "result: " + displayWorkerText(result.text);
+      text = "result: " + displayWorkerText(result.text, results_are_whole_ ? result.text.size() * 2
+                                                                            : kResultSizeMax);
       break;
     case EvalStatus::HostCallRequired:
       if (is_brief_) return;

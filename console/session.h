@@ -8,12 +8,14 @@
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "client/coordinates.h"
+#include "client/datum.h"
 #include "client/eval_result.h"
 #include "client/process.h"
 #include "client/worker_client.h"
@@ -46,6 +48,9 @@ inline constexpr std::size_t kShownCallsMax = 24;
 
 // Of the drawing at the end only so many entities.
 inline constexpr std::size_t kListedEntitiesMax = 60;
+
+// Of a longer result only this many bytes, unless every host call is shown.
+inline constexpr std::size_t kResultSizeMax = 4000;
 
 // Of a longer program only this many lines are printed, comments not counted.
 inline constexpr std::size_t kProgramLineCountMax = 40;
@@ -110,6 +115,10 @@ class Session {
 
   // Without the conversation, only what a program comes to and what becomes of the drawing.
   void setBrief(bool is_brief) { is_brief_ = is_brief; }
+  // Each program's name is printed before what it comes to, also when the session is brief.
+  void setNames(bool shows_names) { shows_names_ = shows_names; }
+  // Results are printed whole, however long.
+  void setWholeResults(bool are_whole) { results_are_whole_ = are_whole; }
   // Of the host calls of a program only this many are shown, and the last.
   void setShownCallsMax(std::size_t count) { shown_calls_max_ = count; }
 
@@ -141,6 +150,9 @@ class Session {
   ProgramEnd cancelRefused(const client::EvalResult& waiting, const std::string& reason);
   void settle(const Drawing& found, bool keeps);
   std::string placeOfWaitingCall();
+  void printPicks(const std::vector<std::string>& picks);
+  void noteQuotes(std::string_view sent);
+  std::optional<client::DatumList> knownArguments(const client::EvalResult& waiting);
   ProgramEnd judge(const client::Reply<client::EvalResult>& reply, const Script& script);
 
   // Prints unless the session is brief, or the call is one of too many.
@@ -161,10 +173,13 @@ class Session {
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;
   std::vector<CallRecord> calls_;
-  bool has_value_ = false;  // The last program has ended with a value.
+  bool may_hold_quotes_ = false;  // Some text that the worker has may hold a double quote.
+  bool has_value_ = false;        // The last program has ended with a value.
   bool keeps_ = false;
   bool is_strict_ = false;
   bool is_brief_ = false;
+  bool shows_names_ = false;
+  bool results_are_whole_ = false;
   std::size_t host_call_count_max_ = kHostCallCountMax;
   std::size_t refused_count_ = 0;
   std::size_t shown_calls_max_ = kShownCallsMax;

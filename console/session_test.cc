@@ -28,6 +28,10 @@ class SessionTest : public testing::Test {
     channel.respond(++request_count, type, status, payload.bytes(), context);
   }
 
+  void respond(MessageType type, WorkerStatus status) {
+    channel.respond(++request_count, type, status);
+  }
+
   void respondToRegistration() {
     channel.respond(++request_count, MessageType::RegisterContext, WorkerStatus::Ok, "", kContext);
   }
@@ -191,8 +195,8 @@ TEST_F(SessionTest, HoldsTheEndAgainstTheExpectation) {
 TEST_F(SessionTest, TellsARefusal) {
   respondToRegistration();
   channel.respond(++request_count, MessageType::EvalStart, WorkerStatus::BadRequest, "", kContext);
-  // The client asks for the end of a run that may wait all the same.
-  channel.respond(++request_count, MessageType::EvalResume, WorkerStatus::BadRequest);
+  // The client looks whether a call waits that was too long to send: none does.
+  respond(MessageType::EvalResume, WorkerStatus::BadRequest);
   EXPECT_EQ(run(";@ expect refusal BadRequest"), ProgramEnd::AsExpected);
   EXPECT_NE(out.str().find(
                 "worker  BadRequest        an answer, or what the program came to, is too long to "

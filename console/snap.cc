@@ -1,11 +1,14 @@
 #include "console/snap.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "console/shape.h"
 
 namespace console {
 
@@ -23,7 +26,7 @@ std::set<std::string> splitModes(std::string_view modes) {
     if (c == ',') {
       names.insert(name);
       name.clear();
-    } else if (c != ' ') {
+    } else if (c != ' ' && c != '_') {
       name += c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
     }
   }
@@ -31,27 +34,77 @@ std::set<std::string> splitModes(std::string_view modes) {
   return names;
 }
 
+Point middleOf(const Point& a, const Point& b) {
+  return {(a.x + b.x) / 2, (a.y + b.y) / 2, (a.z + b.z) / 2};
+}
+
+Point onCircle(const Point& centre, double radius, double angle) {
+  return {centre.x + radius * std::cos(angle), centre.y + radius * std::sin(angle), centre.z};
+}
+
+// Of a chain of straight lines.
+void appendChain(const std::vector<Point>& chain, const std::set<std::string>& modes,
+                 std::vector<Point>& points) {
+  if (modes.contains("END")) points.insert(points.end(), chain.begin(), chain.end());
+  if (!modes.contains("MID")) return;
+  for (std::size_t n = 1; n < chain.size(); ++n) points.push_back(middleOf(chain[n - 1], chain[n]));
+}
+
+void appendArc(const DatumList& groups, const Point& centre, const std::set<std::string>& modes,
+               std::vector<Point>& points) {
+  const double radius = findNumberGroup(groups, kSizeGroup, 0);
+  const double start = findNumberGroup(groups, kStartAngleGroup, 0);
+  double sweep = std::fmod(findNumberGroup(groups, kEndAngleGroup, 0) - start, 2 * kPi);
+  if (sweep <= 0) sweep += 2 * kPi;
+  if (modes.contains("END")) {
+    points.push_back(onCircle(centre, radius, start));
+    points.push_back(onCircle(centre, radius, start + sweep));
+  }
+  if (modes.contains("MID")) points.push_back(onCircle(centre, radius, start + sweep / 2));
+}
+
+void appendQuadrants(const Point& centre, double radius, std::vector<Point>& points) {
+  points.push_back({centre.x + radius, centre.y, centre.z});
+  points.push_back({centre.x, centre.y + radius, centre.z});
+  points.push_back({centre.x - radius, centre.y, centre.z});
+  points.push_back({centre.x, centre.y - radius, centre.z});
+}
+
 std::vector<Point> snapPointsOf(const Entity& entity, const std::set<std::string>& modes) {
   const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
   const Point first = *readPoint(*findGroup(entity.groups, kPointGroup));
+  std::vector<Point> points;
   if (type == "LINE") {
-    const Point second = *readPoint(*findGroup(entity.groups, kEndPointGroup));
-    std::vector<Point> points;
-    if (modes.contains("END")) points = {first, second};
-    if (modes.contains("MID")) {
-      points.push_back(
-          {(first.x + second.x) / 2, (first.y + second.y) / 2, (first.z + second.z) / 2});
-    }
-    return points;
+    appendChain({first, *readPoint(*findGroup(entity.groups, kEndPointGroup))}, modes, points);
+  } else if (type == "POLYLINE") {
+    std::vector<Point> chain = findPoints(entity.groups, kPointGroup);
+    if (findNumberGroup(entity.groups, kClosedGroup, 0) == 1) chain.push_back(chain.front());
+    appendChain(chain, modes, points);
+  } else if (type == "ARC") {
+    appendArc(entity.groups, first, modes, points);
+  } else if (type == "CIRCLE" && modes.contains("QUA")) {
+    appendQuadrants(first, findNumberGroup(entity.groups, kSizeGroup, 0), points);
   }
-  const bool round = type == "CIRCLE" || type == "ARC";
-  if ((round && modes.contains("CEN")) || (type == "POINT" && modes.contains("NOD"))) {
-    return {first};
+  const bool is_round = type == "CIRCLE" || type == "ARC";
+  if ((is_round && modes.contains("CEN")) || (type == "POINT" && modes.contains("NOD")) ||
+      (type == "TEXT" && modes.contains("INS"))) {
+    points.push_back(first);
   }
-  return {};
+  return points;
 }
 
+constexpr std::array<std::string_view, 6> kModes = {"END", "MID", "CEN", "QUA", "NOD", "INS"};
+
 }  // namespace
+
+std::string whyUnknownModes(std::string_view modes) {
+  std::string unknown;
+  for (const std::string& mode : splitModes(modes)) {
+    if (std::find(kModes.begin(), kModes.end(), mode) == kModes.end()) unknown += " " + mode;
+  }
+  if (unknown.empty()) return "";
+  return "this host cannot snap to" + unknown + "; it knows end, mid, cen, qua, nod and ins";
+}
 
 std::optional<Point> snapPoint(const Drawing& drawing, const Point& near, std::string_view modes) {
   const std::set<std::string> wanted = splitModes(modes);

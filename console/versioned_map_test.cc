@@ -3,10 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <random>
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include "testing/base/random.h"
 
 namespace console {
 namespace {
@@ -63,13 +64,13 @@ TEST(VersionedMap, FindsKeysFarApart) {
 
 // Changes and copies at random, beside a map of the standard library for every copy.
 TEST(VersionedMap, KeepsEveryVersionApart) {
-  std::mt19937 random(7);
+  testing_support::Random random(7);
   for (const std::uint64_t key_end : {40u, 2000u, 3'000'000u}) {
     std::vector<std::pair<Map, Model>> versions(1);
     for (int n = 1; n <= 4000; ++n) {
-      auto& [map, model] = versions[random() % versions.size()];
-      const std::uint64_t key = random() % key_end;
-      if (random() % 3 == 0) {
+      auto& [map, model] = versions[random.below(versions.size())];
+      const std::uint64_t key = random.below(key_end);
+      if (random.chance(1, 3)) {
         map.erase(key);
         model.erase(key);
       } else {
