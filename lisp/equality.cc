@@ -62,7 +62,6 @@ bool isDrawn() { return drawPriority() % kLotSize == 0; }
 EqualityNode& nodeOf(const Run& run) {
   if (EqualityNode* const node = findNode(run)) return *node;
   auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
-  countAsDeferred();
   node->priority = drawPriority();
   assert(run.hasDigest());
   node->front_hash = run.front;
@@ -86,7 +85,7 @@ std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
   if (a == nullptr || b == nullptr) return 0;
   std::uint32_t level = std::min(run_a.fullLength(), run_b.fullLength());
   while (a != b) {
-    countDeferred();
+    countWork();
     if (a->priority > b->priority) std::swap(a, b);
     if (a->peer == nullptr) return 0;
     level = std::min(level, a->level);
@@ -96,17 +95,21 @@ std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
 }
 
 const EqualityNode* climb(const EqualityNode* node, std::uint32_t level) {
-  for (; node->peer != nullptr && node->level >= level; node = node->peer) countDeferred();
+  for (; node->peer != nullptr && node->level >= level; node = node->peer) countWork();
   return node;
 }
 
+// Elements that a comparison may visit whatever others have visited before.
+constexpr std::size_t kElementsOfItsOwn = 32;
+
 // One comparison: the pairs still to be walked and the edges drawn on the way. Edges are drawn
 // before their pairs have been walked, so that a pair met again is not walked again; when the
-// comparison fails, every edge is taken back.
+// comparison fails or is given up, every edge is taken back.
 class Comparison {
  public:
   ~Comparison() {
     for (const FormerEdge& edge : former_edges_) releaseNode(edge.peer);
+    comparisons_left = std::min(comparisons_left, elements_left_);
   }
 
   bool run(const RawValue& a, const RawValue& b) {
@@ -116,9 +119,10 @@ class Comparison {
       const Pair& last = pairs_.back();
       const Pair pair{last.a, last.b, last.length, last.known};
       pairs_.pop_back();
-      if (!walk(pair)) {
+      const bool may_be_equal = walk(pair);
+      if (!may_be_equal || is_given_up_) {
         takeBackEdges();
-        return false;
+        return may_be_equal;
       }
     }
     return true;
@@ -176,11 +180,16 @@ class Comparison {
     }
   }
 
-  // Compares the elements of a pair from the front to those known, run by run.
+  // Compares the elements of a pair from the front to those known, run by run, or gives up.
   bool walk(Pair pair) {
     std::uint32_t remaining = pair.length;
     while (true) {
       const std::uint32_t stop = std::max({pair.a->tailLength(), pair.b->tailLength(), pair.known});
+      if (elements_left_ <= remaining - stop) {
+        is_given_up_ = true;
+        return true;
+      }
+      elements_left_ -= remaining - stop + 1;
       const LispValue* a = &pair.a->own(remaining);
       const LispValue* b = &pair.b->own(remaining);
       for (; remaining > stop; --remaining) {
@@ -195,7 +204,7 @@ class Comparison {
 
   // False when two elements differ; lists that are not known to be equal are left for later.
   bool elementsMayEqual(const RawValue& a, const RawValue& b) {
-    countDeferred();
+    countWork();
     if (a.tag() != b.tag()) return false;
     if (a.tag() == Tag::Nil) return true;
     if (a.tag() == Tag::Number) return a.number == b.number;
@@ -205,6 +214,8 @@ class Comparison {
     return true;
   }
 
+  std::size_t elements_left_ = comparisons_left + kElementsOfItsOwn;
+  bool is_given_up_ = false;
   std::vector<Pair> pairs_;
   std::vector<FormerEdge> former_edges_;
 };

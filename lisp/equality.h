@@ -8,16 +8,25 @@
 // The edges form a forest in which every node has at most one edge to a peer of higher priority.
 // Two runs are known equal up to the lowest level on the path between them. Priorities are random,
 // so paths are short, as in a treap.
+//
+// Walking is a second look: lists of equal hashes are equal, but for one pair in 2^60 that nobody
+// can choose (lisp/list_hash.h). It is bounded, because a request may compare what many former ones
+// have built. Beyond the bound the hashes alone decide.
 
 #ifndef LISP_EQUALITY_H_
 #define LISP_EQUALITY_H_
 
 #include <cassert>
+#include <cstddef>
 #include <cstdint>
 
 #include "lisp/list.h"
 
 namespace lisp {
+
+// The elements that comparisons may yet visit; set again for each request.
+inline constexpr std::size_t kComparisonsMax = 16384;
+inline constinit std::size_t comparisons_left = kComparisonsMax;
 
 // The hash of slot 0 of a run that has a node.
 [[nodiscard]] std::uint64_t& hashOfNode(Run& run);

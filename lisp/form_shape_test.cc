@@ -267,6 +267,22 @@ TEST(RepeatedForms, AreTheSameInRunsThatFollowOneAnother) {
   }
 }
 
+// A pair short, or with a target that is no symbol: the error is the same each time.
+TEST(RepeatedForms, FailTheSameWayEveryTimeWhenMalformed) {
+  for (const char* const form :
+       {"(SETQ)", "(SETQ A)", "(SETQ A 1 B)", "(SETQ A 1 B 2 C)", "(SETQ A 1 2 B)", "(SETQ 1 2)"}) {
+    Evaluator evaluator;
+    evaluator.run(std::string("(DEFUN AGAIN () ") + form + ")");
+    const std::string first = evaluator.run("(AGAIN)").message;
+    EXPECT_NE(first, "") << form;
+    for (int i = 0; i < 4; ++i) {
+      const EvalOutcome outcome = evaluator.run("(AGAIN)");
+      EXPECT_EQ(outcome.message, first) << form;
+      EXPECT_EQ(outcome.kind, OutcomeKind::EvalError) << form;
+    }
+  }
+}
+
 // All arithmetic and comparison counts alike.
 TEST(RepeatedForms, EndAtTheStepThatIsOneTooMany) {
   for (const std::string& form : forms({"/", "<"})) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lisp/evaluate.h"
+#include "lisp/list_hash.h"
 #include "lisp/work.h"
 
 namespace lisp {
@@ -138,8 +139,14 @@ void Interpreter::commit(Environment& target) {
     countWork();
     if (!symbol->changed) continue;
     Binding binding = target.find(*symbol);
-    if (symbol->value.tag() != Tag::NotLoaded) binding.value = symbol->value;
-    if (symbol->function != nullptr) binding.function = symbol->function;
+    if (symbol->value.tag() != Tag::NotLoaded) {
+      ensureDigest(symbol->value);  // Whoever compares it later is not charged for making it.
+      binding.value = symbol->value;
+    }
+    if (symbol->function != nullptr) {
+      digestQuoted(runOf(symbol->function->form().raw()));
+      binding.function = symbol->function;
+    }
     target.set(*symbol, binding);
   }
 }

@@ -30,6 +30,7 @@
 #include "lisp/builtin.h"
 #include "lisp/environment.h"
 #include "lisp/list.h"
+#include "lisp/local_table.h"
 #include "lisp/observer.h"
 #include "lisp/outcome.h"
 #include "lisp/plain_stack.h"
@@ -125,6 +126,8 @@ class Interpreter {
     std::uint32_t frame;
     const LocalTable* locals;  // Null when its locals are bound.
     std::uint64_t snapshot;    // When its copy of its caller's bindings was taken.
+    std::uint32_t entry;       // Its number among the calls that bind late, in the order of entry.
+    std::uint32_t outer;       // What active_tables_ had of its table before.
   };
 
   // What every evaluation goes through, in line (evaluate.h).
@@ -215,6 +218,8 @@ class Interpreter {
   void restoreLast();
   void unwind(std::size_t trail_size);
   void bindLate(Symbol& symbol);
+  [[nodiscard]] bool isDeclaredSince(const Symbol& symbol, std::size_t first) const;
+  [[nodiscard]] std::uint64_t lateStateOf(const Symbol& symbol) const;
   const RawValue* changedSince(Symbol& symbol, std::uint64_t snapshot);
   void logAssignment(Symbol& symbol, RawValue value);
   void truncateLog(std::size_t size);
@@ -257,6 +262,9 @@ class Interpreter {
   PlainStack<Shadowed> trail_;
   PlainStack<Logged> log_;
   std::vector<LateFrame> late_frames_;  // Outermost first.
+  ActiveTables active_tables_;          // Of late_frames_, by their places there.
+  std::uint32_t late_entries_ = 0;      // Calls so far that bind late.
+  std::uint64_t late_run_ = 0;          // A number of this run's own, once there was such a call.
 
   const Environment* environment_;
   const geometry::CoordContext* context_;

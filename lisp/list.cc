@@ -13,9 +13,13 @@
 namespace lisp {
 namespace {
 
-// A run that CONS makes has room for twice as many elements as the run that it continues shows, up
-// to this: long lists cost few allocations and short ones little room.
+// A run that CONS makes has room for twice as many elements as the run that it continues, up to the
+// first of these: long lists cost few allocations and short ones little room. That holds for the
+// first run that continues another. Further ones, and those that begin in the middle of another run
+// or continue a flat one, begin small: a program could make thousands of them and use none.
 constexpr std::uint32_t kLinkedCapacityMax = 16;
+constexpr std::uint32_t kFirstCapacityMax = 4;
+constexpr std::uint32_t kBranchCapacity = 2;
 
 // Elements of a dead run that are released before what was in them is taken apart.
 constexpr std::size_t kElementsAtOnce = 4;
@@ -126,6 +130,15 @@ inline RawValue claimSlot(Run& run, std::uint32_t slot, RawValue element, std::u
   return RawValue::ofList(run, length);
 }
 
+// The room of a run that continues in `tail` with a list of `length` elements.
+std::uint32_t capacityOnto(Run& tail, std::uint32_t length) {
+  if (!tail.isLinked()) return std::min(kFirstCapacityMax, 2 * length);
+  RunLink& link = linkOf(tail);
+  if (length != tail.fullLength() || link.is_continued) return kBranchCapacity;
+  link.is_continued = true;
+  return std::min(kLinkedCapacityMax, 2 * (length - link.tail_length));
+}
+
 // `element` in front of `list`, which is not empty, in a run of its own. An element that may lead
 // back to the run of the list must not stand in that run, which would hold itself for ever; after
 // such a one there are no free slots.
@@ -133,11 +146,11 @@ RawValue prependRun(RawValue element, RawValue list, bool may_share) {
   ensureDigest(element);
   const std::uint64_t hash = extendHash(listHash(list), element);
   Run& tail = runOf(list);
-  const std::uint32_t capacity =
-      may_share ? std::min(kLinkedCapacityMax, 2 * (list.length() - tail.tailLength())) : 1;
+  const std::uint32_t capacity = may_share ? capacityOnto(tail, list.length()) : 1;
   Run& run = *allocateLinked(capacity);
   run.full_length = (list.length() + capacity) | Run::kLinked;
   linkOf(run).tail_length = list.length();
+  linkOf(run).is_continued = false;
   linkTo(run, tail);
   return claimSlot(run, capacity - 1, element, hash);
 }

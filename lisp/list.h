@@ -42,21 +42,23 @@ inline constexpr FormShape kEmptyListShape = 1;
 // and for the last slot of a flat run, whose hash is soon made. Slots in use are initialised.
 //
 // Hashes are the run's digest. A list of atoms and what the reader makes have none until it is
-// asked for: of most of these it never is. What a run leads to has a digest if it has one.
+// asked for, or until the run that made them has ended and they stay: of most of these neither
+// comes. What a run leads to has a digest if it has one.
 //
 // In the graveyard a run has no references, and the number of them is that of the slots that no
 // longer hold their element.
 struct Run : Counted {
   static constexpr std::uint32_t kLinked = 0x80000000;
+  static constexpr std::uint64_t kSearched = 0x80000000;
 
   // What remains from slot 0 on, of a flat run: lists of 2^31 elements would take 32 GiB. A linked
   // run has kLinked besides.
   std::uint32_t full_length = 0;
   // The hash of slot 0, which is odd; or the run's node (lisp/equality.h), which the run holds and
   // which has that hash; or, without a digest and for the empty list, the shape in the upper half,
-  // and in the lower a bit that no node's address has, and above it the number of an observed form;
-  // or, in the graveyard, the next run. The compilers that build this let one member be read as
-  // another.
+  // and in the lower a bit that no node's address has, and above it the number of an observed form
+  // and kSearched; or, in the graveyard, the next run. The compilers that build this let one member
+  // be read as another.
   union {
     std::uint64_t front = 1;
     EqualityNode* node;
@@ -67,12 +69,17 @@ struct Run : Counted {
   [[nodiscard]] bool hasNode() const { return (front & 3) == 0; }
   // How a run without a digest is evaluated.
   [[nodiscard]] FormShape shape() const { return static_cast<FormShape>(front >> 32); }
-  // `form_number` has 30 bits.
+  // `form_number` has 29 bits.
   constexpr void setShape(FormShape shape, std::uint32_t form_number = 0) {
-    front = std::uint64_t{shape} << 32 | std::uint64_t{form_number} << 2 | 2;
+    front = std::uint64_t{shape} << 32 | (front & kSearched) | std::uint64_t{form_number} << 2 | 2;
   }
   // The number of an observed form (lisp/observer.h).
-  [[nodiscard]] std::uint32_t formNumber() const { return static_cast<std::uint32_t>(front) >> 2; }
+  [[nodiscard]] std::uint32_t formNumber() const {
+    return static_cast<std::uint32_t>(front & ~kSearched) >> 2;
+  }
+  // Whether digestQuoted (lisp/list_hash.h) has been here, of a run without a digest.
+  [[nodiscard]] bool isSearched() const { return (front & kSearched) != 0; }
+  void setSearched() { front |= kSearched; }
 
   [[nodiscard]] bool isLinked() const { return (full_length & kLinked) != 0; }
   // What remains from slot 0 on.
@@ -104,6 +111,7 @@ struct RunLink {
   std::uint32_t depth;         // Number of tails below this run.
   std::uint32_t front_length;  // What remains from the run's first element in use.
   std::uint32_t tail_length;   // Elements of the list that follow in the tail.
+  bool is_continued;           // A run with room for more elements continues in this one.
 };
 
 static_assert(sizeof(Run) == 16 && sizeof(RunLink) == 32);

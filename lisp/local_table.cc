@@ -1,5 +1,9 @@
 #include "lisp/local_table.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
 #include "lisp/work.h"
 
 namespace lisp {
@@ -10,14 +14,23 @@ constexpr std::size_t kLocalsPerWord = 4;  // Of the filter: sixteen bits each.
 }  // namespace
 
 LocalTable::LocalTable(std::span<const LispValue> locals)
-    : locals_(locals), filter_(locals.size() / kLocalsPerWord + 1), places_(2 * locals.size() + 1) {
-  countDeferred(locals.size());
+    : locals_(locals),
+      filter_(locals.size() / kLocalsPerWord + 1),
+      places_(2 * locals.size() + 1),
+      declarations_(locals.size()) {
+  countWork(locals.size());
   for (std::uint32_t i = 0; i < locals.size(); ++i) {
-    const Symbol& symbol = symbolOf(locals[i].raw());
+    Symbol& symbol = symbolOf(locals[i].raw());
     if (&symbol == kSlashSymbol) continue;
     const std::size_t bit = bitOf(symbol);
     filter_[bit / 64] |= std::uint64_t{1} << (bit % 64);
-    places_[find(symbol)] = i + 1;
+    std::uint32_t& place = places_[find(symbol)];
+    if (place != 0) continue;
+    place = i + 1;
+    LocalDeclaration& declaration = declarations_[i];
+    declaration = {this, symbol.declarations, &symbol.declarations};
+    if (declaration.next != nullptr) declaration.next->link = &declaration.next;
+    symbol.declarations = &declaration;
   }
 }
 
@@ -27,6 +40,58 @@ std::size_t LocalTable::find(const Symbol& symbol) const {
     if (++slot == places_.size()) slot = 0;
   }
   return slot;
+}
+
+std::size_t LocalTable::forget(std::size_t count) {
+  const std::size_t forgotten = std::min(count, declarations_.size());
+  countWork(forgotten);
+  for (std::size_t i = 0; i < forgotten; ++i) {
+    const LocalDeclaration& declaration = declarations_.back();
+    if (declaration.table != nullptr) {
+      *declaration.link = declaration.next;
+      if (declaration.next != nullptr) declaration.next->link = declaration.link;
+    }
+    declarations_.pop_back();
+  }
+  return forgotten;
+}
+
+std::uint32_t ActiveTables::enter(const LocalTable* table, std::uint32_t call) {
+  if (2 * used_ >= places_.size()) makeRoom();
+  Place& place = places_[placeOf(table)];
+  if (place.table == nullptr) {
+    place.table = table;
+    ++used_;
+  }
+  return std::exchange(place.call, call);
+}
+
+void ActiveTables::leave(const LocalTable* table, std::uint32_t call_before) {
+  places_[placeOf(table)].call = call_before;
+}
+
+// Drops the tables whose calls are over, and doubles the places when too few of them are.
+void ActiveTables::makeRoom() {
+  const auto is_active = [](const Place& place) { return place.call != kNone; };
+  const auto active = std::count_if(places_.begin(), places_.end(), is_active);
+  const bool is_too_small = 4 * static_cast<std::size_t>(active) >= places_.size();
+  std::vector<Place> former(is_too_small ? std::max(kPlacesMin, 2 * places_.size())
+                                         : places_.size());
+  countWork(former.size());
+  former.swap(places_);
+  used_ = static_cast<std::size_t>(active);
+  for (const Place& place : former) {
+    if (is_active(place)) places_[placeOf(place.table)] = place;
+  }
+}
+
+std::size_t ActiveTables::placeOf(const LocalTable* table) const {
+  // Multiplicative hashing, as in RecentRecords.
+  std::size_t i = reinterpret_cast<std::uintptr_t>(table) * 0x94d049bb133111eb >> 32;
+  for (;; ++i) {
+    const Place& place = places_[i & (places_.size() - 1)];
+    if (place.table == nullptr || place.table == table) return i & (places_.size() - 1);
+  }
 }
 
 }  // namespace lisp

@@ -20,6 +20,7 @@ namespace lisp {
 
 struct Builtin;
 class Interpreter;
+struct LocalDeclaration;
 struct Result;
 struct Symbol;
 class UserFunction;
@@ -95,6 +96,8 @@ struct Symbol : Interned<Symbol> {
   const Builtin* builtin = nullptr;
   std::uint32_t history = 0;  // Of the binding in force; see Interpreter::logAssignment.
   std::uint32_t environment_index = kNoEnvironmentIndex;  // Its place in every Environment.
+  LocalDeclaration* declarations = nullptr;  // In the functions that bind it late when called.
+  std::uint64_t nothing_late = 0;            // See Interpreter::bindLate.
 };
 
 [[nodiscard]] inline Symbol& symbolOf(const RawValue& raw) {

@@ -1,5 +1,7 @@
 // How the interpreter calls user functions.
 
+#include <algorithm>
+#include <cstddef>
 #include <span>
 #include <utility>
 
@@ -12,6 +14,12 @@ namespace {
 
 // Up to this many changes by arguments are undone as the callee begins.
 constexpr std::size_t kEagerCopiesMax = 8;
+
+// The parts of Symbol::nothing_late: a run, an owner and an entry.
+constexpr int kEntryBits = 18;
+constexpr int kOwnerBits = 8;
+constexpr std::uint32_t kEntriesMax = (1U << kEntryBits) - 1;
+constexpr std::uint32_t kOwnersMax = (1U << kOwnerBits) - 1;
 
 }  // namespace
 
@@ -152,22 +160,28 @@ void Interpreter::bindCopies(std::size_t log_begin) {
 // when they are locals.
 void Interpreter::enterLate(UserFunction& function, std::size_t trail_begin,
                             std::uint64_t snapshot) {
+  static std::uint64_t run_count = 0;
+  if (late_run_ == 0) late_run_ = ++run_count;
   late_frame_ = frame_;
-  if (!function.bindsLocalsLate()) {
-    late_frames_.push_back({frame_, nullptr, snapshot});
+  const LocalTable* const locals = function.bindsLocalsLate() ? &function.localTable() : nullptr;
+  const auto place = static_cast<std::uint32_t>(late_frames_.size());
+  const std::uint32_t outer =
+      locals == nullptr ? ActiveTables::kNone : active_tables_.enter(locals, place);
+  late_frames_.push_back({frame_, locals, snapshot, ++late_entries_, outer});
+  if (locals == nullptr) {
     bindLocals(function);
     return;
   }
-  const LocalTable& locals = function.localTable();
-  late_frames_.push_back({frame_, &locals, snapshot});
   for (std::size_t i = trail_begin; i < trail_.size(); ++i) {
     countWork();
     Symbol& symbol = *trail_[i].symbol;
-    if (locals.contains(symbol)) replace(symbol.value, RawValue());
+    if (locals->contains(symbol)) replace(symbol.value, RawValue());
   }
 }
 
 void Interpreter::leaveLate() {
+  const LateFrame& left = late_frames_.back();
+  if (left.locals != nullptr) active_tables_.leave(left.locals, left.outer);
   late_frames_.pop_back();
   late_frame_ = late_frames_.empty() ? 0 : late_frames_.back().frame;
 }
@@ -193,22 +207,64 @@ void Interpreter::unwind(std::size_t trail_size) {
 // binding in force, would have bound it: to nil when it is one of its locals; to what it was when
 // arguments have changed it since the copy was taken that the callee of the owner works on. All
 // calls further inside have copied that one's binding.
+//
+// When there is nothing to bind, the name's record notes it: for this run, the owner, and the
+// latest call that binds late. That holds for all calls in progress that were entered by then,
+// since no call can change what one outside it has bound. So of calls inside each other each is
+// looked at once for a name, however often the name is touched.
 void Interpreter::bindLate(Symbol& symbol) {
-  const std::uint32_t owner = symbol.owner;
-  for (std::size_t i = late_frames_.size(); i > 0 && late_frames_[i - 1].frame > owner; --i) {
-    countWork();
-    const LateFrame& late = late_frames_[i - 1];
-    if (late.locals != nullptr && late.locals->contains(symbol)) {
-      bind(symbol, RawValue());
-      return;
-    }
-    if (late.frame != owner + 1) continue;
-    const RawValue* const before = changedSince(symbol, late.snapshot);
-    if (before == nullptr) return;
-    retain(*before);
-    bind(symbol, *before);
+  const std::uint64_t state = lateStateOf(symbol);
+  std::uint32_t entry_seen = 0;
+  if (symbol.nothing_late >> kEntryBits == state >> kEntryBits) {
+    entry_seen = static_cast<std::uint32_t>(symbol.nothing_late & kEntriesMax);
+    if (entry_seen >= late_frames_.back().entry) return;
+  }
+  // The calls inside the owner, and of these the ones not looked at yet.
+  countWork();
+  const auto inside = std::upper_bound(
+      late_frames_.begin(), late_frames_.end(), symbol.owner,
+      [](std::uint32_t owner, const LateFrame& late) { return owner < late.frame; });
+  const auto unseen = std::upper_bound(
+      inside, late_frames_.end(), entry_seen,
+      [](std::uint32_t entry, const LateFrame& late) { return entry < late.entry; });
+  if (isDeclaredSince(symbol, static_cast<std::size_t>(unseen - late_frames_.begin()))) {
+    bind(symbol, RawValue());
     return;
   }
+  if (unseen == inside && inside->frame == symbol.owner + 1) {
+    const RawValue* const before = changedSince(symbol, inside->snapshot);
+    if (before != nullptr) {
+      retain(*before);
+      bind(symbol, *before);
+      return;
+    }
+  }
+  symbol.nothing_late = state;
+}
+
+// Symbol::nothing_late if there is nothing to bind now; 0, which is never that, if it cannot be
+// told in so few bits.
+std::uint64_t Interpreter::lateStateOf(const Symbol& symbol) const {
+  if (symbol.owner > kOwnersMax || late_entries_ > kEntriesMax) return 0;
+  return (late_run_ << kOwnerBits | symbol.owner) << kEntryBits | late_entries_;
+}
+
+// Whether a call in progress that binds late, from the one at place `first` on, has `symbol` among
+// its locals. Asks the name for its tables or the calls for their names, whichever are fewer.
+bool Interpreter::isDeclaredSince(const Symbol& symbol, std::size_t first) const {
+  const LocalDeclaration* declaration = symbol.declarations;
+  for (std::size_t i = first; i < late_frames_.size() && declaration != nullptr; ++i) {
+    countWork();
+    const std::uint32_t call = active_tables_.find(declaration->table);
+    if (call != ActiveTables::kNone && call >= first) return true;
+    declaration = declaration->next;
+  }
+  if (declaration == nullptr) return false;
+  return std::any_of(late_frames_.begin() + static_cast<std::ptrdiff_t>(first), late_frames_.end(),
+                     [&](const LateFrame& late) {
+                       countWork();
+                       return late.locals != nullptr && late.locals->contains(symbol);
+                     });
 }
 
 // What the binding in force was at `snapshot`, or null when it is that still. Later entries of its

@@ -16,6 +16,9 @@ std::span<const LispValue> elementsOf(const LispValue& list) {
   return {runOf(list.raw()).slots(), list.raw().length()};
 }
 
+// Those that wait to be taken apart.
+constinit UserFunction* dead_functions = nullptr;
+
 bool isSeparator(const LispValue& name) { return &symbolOf(name.raw()) == kSlashSymbol; }
 
 }  // namespace
@@ -29,13 +32,30 @@ UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
   plain_arity_ = bindsLocalsLate() ? std::numeric_limits<std::uint32_t>::max()
                                    : static_cast<std::uint32_t>(params_.size());
   body_ = items.subspan(kBodyIndex);
+  if (bindsLocalsLate()) {
+    decomposeFunctions(2 * locals_.size());
+    local_table_ = std::make_unique<LocalTable>(locals_);
+  }
 }
 
-const LocalTable& UserFunction::localTable() {
-  if (local_table_ == nullptr) local_table_ = std::make_unique<LocalTable>(locals_);
-  return *local_table_;
+void retireFunction(UserFunction* function) {
+  if (!function->bindsLocalsLate()) {
+    delete function;
+    return;
+  }
+  function->next_dead_ = dead_functions;
+  dead_functions = function;
 }
 
-void retireFunction(UserFunction* function) { delete function; }
+void decomposeFunctions(std::size_t locals) {
+  while (locals > 0 && dead_functions != nullptr) {
+    UserFunction* const function = dead_functions;
+    const std::size_t forgotten = function->local_table_->forget(locals);
+    if (forgotten == locals) return;
+    locals -= forgotten;
+    dead_functions = function->next_dead_;
+    delete function;
+  }
+}
 
 }  // namespace lisp

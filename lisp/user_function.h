@@ -28,6 +28,7 @@ class UserFunction : public Counted {
   // and locals. Its elements from the fourth on, at least one, are the body.
   explicit UserFunction(LispValue form);
 
+  [[nodiscard]] const LispValue& form() const { return form_; }
   // All of them symbols. Among the locals stand further "/", which declare nothing.
   [[nodiscard]] std::span<const LispValue> params() const { return params_; }
   [[nodiscard]] std::span<const LispValue> locals() const { return locals_; }
@@ -35,20 +36,29 @@ class UserFunction : public Counted {
   [[nodiscard]] bool bindsLocalsLate() const { return locals_.size() > kEagerLocalsMax; }
   // Its parameters, if it binds its locals as a call begins; otherwise more than a call can have.
   [[nodiscard]] std::uint32_t plainArity() const { return plain_arity_; }
-  // Of a function that binds its locals late. Made at the first call.
-  [[nodiscard]] const LocalTable& localTable();
+  // Of a function that binds its locals late.
+  [[nodiscard]] const LocalTable& localTable() const { return *local_table_; }
 
  private:
+  friend void retireFunction(UserFunction* function);
+  friend void decomposeFunctions(std::size_t locals);
+
   std::uint32_t plain_arity_ = 0;
   LispValue form_;
   std::span<const LispValue> params_;
   std::span<const LispValue> locals_;
   std::span<const LispValue> body_;
-  std::unique_ptr<LocalTable> local_table_;
+  std::unique_ptr<LocalTable> local_table_;  // Null unless it binds its locals late.
+  UserFunction* next_dead_ = nullptr;
 };
 
-// Destroys a function whose last reference has gone.
+// Destroys a function whose last reference has gone, or, when it has many locals, puts it to those
+// that wait to be taken apart.
 void retireFunction(UserFunction* function);
+
+// Takes up to `locals` declarations of functions apart that are no longer needed. A DEFUN with many
+// locals does so for twice as many as it makes.
+void decomposeFunctions(std::size_t locals);
 
 inline void retainFunction(UserFunction* function) {
   if (function != nullptr) ++function->references;

@@ -19,24 +19,9 @@ inline constinit std::uint64_t work_done = 0;
 
 inline void countWork(std::uint64_t units = 1) { work_done += units; }
 
-// Work that waited until its result was needed, at most once for each value or name: what two
-// values have in common that were built apart is walked as they are first compared, the locals of a
-// function are indexed as it is first called. What building them was granted pays for it.
-inline constinit std::uint64_t deferred_done = 0;
-
-inline void countDeferred(std::uint64_t units = 1) { deferred_done += units; }
-
-// The last unit of work, a block, belongs to that.
-inline void countAsDeferred() {
-  --work_done;
-  ++deferred_done;
-}
-
 #else
 
 inline void countWork(std::uint64_t /*units*/ = 1) {}
-inline void countDeferred(std::uint64_t /*units*/ = 1) {}
-inline void countAsDeferred() {}
 
 #endif
 

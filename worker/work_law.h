@@ -26,9 +26,6 @@ class WorkLaw {
 
  private:
   std::uint64_t work_before_ = 0;
-  std::uint64_t deferred_before_ = 0;
-  // What was granted and not used: deferred work may spend it (lisp/work.h).
-  std::uint64_t savings_ = 0;
   // Bytes of the program and of the answers so far, of every run that waits.
   std::unordered_map<std::uint64_t, std::uint64_t> run_sizes_;
 };

@@ -27,6 +27,15 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using worker::MessageType;
 
+// False in a build whose blocks all come from the general allocator.
+constexpr bool hasSlabs() {
+#ifdef LISP_PLAIN_ALLOCATION
+  return false;
+#else
+  return true;
+#endif
+}
+
 class AttackByHistory : public Attack {
  protected:
   // The processor time of a request.
@@ -79,11 +88,12 @@ TEST_F(AttackByHistory, ManyPendingRunsAndAFewMore) {
     times.push_back(process.processorTime() - before);
   }
   std::sort(times.begin(), times.end());
-  EXPECT_LT(times.back(), 3 * times[times.size() / 2] + milliseconds(2));
+  EXPECT_LT(times.back(), 3 * times[times.size() / 2] + milliseconds(5));
 }
 
 // Names that are dropped in another order than they were made lie all over the memory.
 TEST_F(AttackByHistory, NamesDroppedOutOfOrder) {
+  if (!hasSlabs()) GTEST_SKIP() << "the general allocator gives back what it likes";
   const std::size_t count = isSanitized() ? 20000 : 1000000;
   const std::size_t per_request = count / 10;
   const long size_before = worker_.residentSize();
@@ -116,6 +126,7 @@ TEST_F(AttackByHistory, NamesDroppedOutOfOrder) {
 
 // What was dropped goes back to the system, and a worker that is only pinged gives it back, too.
 TEST_F(AttackByHistory, MillionsOfSmallListsDropped) {
+  if (!hasSlabs()) GTEST_SKIP() << "the general allocator gives back what it likes";
   const int rounds = isSanitized() ? 2 : 70;
   const long size_before = worker_.residentSize();
   worker_.expectValue("(SETQ K nil)", "nil");
@@ -151,6 +162,89 @@ TEST_F(AttackByHistory, WavesOfListsOfWhichFewAreKept) {
   // Each kept list with its slab, and what keeps it.
   const long held = size_before + static_cast<long>(kept * (kSlabSize + 100) / 1024);
   worker_.expectResidentAtMost(grantedFor(held));
+}
+
+// Functions that call each other as deep as the depth limit lets them, each with so many locals
+// that it binds them when they are touched, and variables read below them all.
+TEST_F(AttackByHistory, ManyCallsThatBindLateInOneProgram) {
+  constexpr int kFunctions = 120;
+  std::string program = "(SETQ .N 0 .G 1)";
+  for (int i = 0; i < kFunctions; ++i) {
+    program += "(DEFUN F" + std::to_string(i) + ". (/";
+    for (std::size_t k = 0; k < 17; ++k) {
+      program += " " + shortName(static_cast<std::size_t>(i) * 17 + k);
+    }
+    program += ") (F" + std::to_string(i + 1) + ".))";
+  }
+  program += "(DEFUN F120. () (WHILE (< .N 30000) (SETQ .N (+ .N .G)))) (F0.)";
+  worker_.expectValue(program, "30000");
+}
+
+// The same with as many locals as a program can have, a program for each function. The names that
+// are touched below are in no function, or in some that nobody calls.
+TEST_F(AttackByHistory, ManyCallsThatBindLateOverManyPrograms) {
+  const int functions = isSanitized() ? 10 : 120;
+  const std::size_t locals = isSanitized() ? 1000 : 150000;
+  const std::size_t touched = isSanitized() ? 1000 : 90000;
+  const std::string names = shortNames(locals);
+  for (int i = 0; i < functions; ++i) {
+    const std::string name = "F" + std::to_string(i) + ".";
+    worker_.expectValue("(DEFUN " + name + " (/" + names + ") (F" + std::to_string(i + 1) + ".))",
+                        name);
+  }
+  std::string pairs;
+  std::string others;
+  for (std::size_t i = 0; i < touched; ++i) {
+    const std::string name = shortName(locals + i);
+    pairs += " " + name + " 1";
+    if (i % 2 == 0) others += " " + name;
+  }
+  worker_.expectValue("(DEFUN H (/" + others + ") 1)", "H");
+  const std::string last = "F" + std::to_string(functions) + ".";
+  worker_.expectValue("(DEFUN " + last + " () (SETQ" + pairs + "))", last);
+  for (int i = 0; i < 3; ++i) worker_.expectValue("(F0.)", "1");
+}
+
+// A small request that compares what many large ones have built.
+TEST_F(AttackByHistory, ComparingWhatManyProgramsBuilt) {
+  const int pairs = isSanitized() ? 3 : 40;
+  const std::string element = isSanitized() ? "(1)" : "(1 2)";
+  const std::size_t size = isSanitized() ? 3000 : 300000;
+  const std::string list = "'(" + asOftenAsFits(element, size) + ")";
+  const std::string length = std::to_string(size / element.size());
+  std::string comparisons;
+  std::string values;
+  for (int i = 0; i < pairs; ++i) {
+    const std::string n = std::to_string(i);
+    worker_.expectValue("(LENGTH (SETQ A" + n + " " + list + "))", length);
+    worker_.expectValue("(DEFUN B" + n + " () " + list + ")", "B" + n);
+    comparisons += "(EQUAL A" + n + " (B" + n + "))";
+    values += i == 0 ? "T" : " T";
+  }
+  for (int i = 0; i < 2; ++i) {
+    worker_.expectValue("(LIST " + comparisons + ")", "(" + values + ")");
+  }
+}
+
+// A small request that calls many functions for the first time.
+TEST_F(AttackByHistory, FirstCallsOfManyFunctions) {
+  const int functions = isSanitized() ? 5 : 60;
+  const std::string names = shortNames(isSanitized() ? 1000 : 150000);
+  std::string calls;
+  for (int i = 0; i < functions; ++i) {
+    const std::string name = "F" + std::to_string(i) + ".";
+    worker_.expectValue("(DEFUN " + name + " (/" + names + ") A)", name);
+    calls += "(" + name + ")";
+  }
+  worker_.expectValue(calls, "nil");
+}
+
+// Names and lists together: what one program takes of the one must leave room for the other.
+TEST_F(AttackByHistory, AMebibyteOfNamesAndALoopOfCons) {
+  worker_.expectValue("(SETQ K '() X '(1 2 3 4 5 6 7 8)) '(" + shortNames(200000) + ") " +
+                          loop(130, "(SETQ K (CONS (LIST " + repeated("(CONS()X)", 600) + ") K))") +
+                          "(LENGTH K)",
+                      "130");
 }
 
 }  // namespace
