@@ -20,6 +20,7 @@
 #include "client/answer_text.h"
 #include "client/names.h"
 #include "client/system_text.h"
+#include "client/version.h"
 #include "client/worker.h"
 #include "session/recorder.h"
 
@@ -199,6 +200,8 @@ std::optional<Datum> performCall(const client::HostCall& call, lisp_answer answe
 }  // namespace
 
 unsigned lisp_worker_interface_version() { return LISP_WORKER_INTERFACE_VERSION; }
+
+const char* lisp_worker_library_version() { return client::libraryVersion().data(); }
 
 lisp_worker* lisp_worker_new(const char* path, uint32_t time_limit_ms) {
   return new lisp_worker{.path = std::string(viewOf(path)),

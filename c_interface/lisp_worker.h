@@ -45,8 +45,10 @@ typedef struct lisp_worker lisp_worker;
 typedef struct lisp_value lisp_value;
 typedef struct lisp_run lisp_run;
 
-/* The version that the library was built with. */
+/* The version that the library was built with: of this interface, and of the library itself with
+ * the worker that it comes with ("1.0.0"). */
 LISP_WORKER_API unsigned lisp_worker_interface_version(void);
+LISP_WORKER_API const char* lisp_worker_library_version(void);
 
 /* --- Workers --------------------------------------------------------------------------------- */
 

@@ -14,6 +14,7 @@
 
 #include "client/geometry.h"
 #include "client/run.h"
+#include "client/version.h"
 #include "testing/workers/executable_worker.h"
 
 namespace {
@@ -44,6 +45,7 @@ std::string textOf(const RunHandle& run) { return lisp_run_text(run.get(), nullp
 
 TEST(CInterface, HasTheVersionOfItsHeader) {
   EXPECT_EQ(lisp_worker_interface_version(), LISP_WORKER_INTERFACE_VERSION);
+  EXPECT_EQ(lisp_worker_library_version(), client::libraryVersion());
 }
 
 TEST(CInterface, RunsAProgram) {

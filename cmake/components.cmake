@@ -39,10 +39,11 @@ endfunction()
 
 # lisp_free_of_libraries(<shared library>)
 #
-# Makes it need nothing but the C library of the system that it runs on.
+# Makes it need nothing but the C library of the system that it runs on and libgcc_s, which goes with
+# that. A libgcc of its own could not unwind for an exception that another one has begun.
 function(lisp_free_of_libraries name)
   if(NOT LISP_SANITIZE)
-    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+    target_link_options(${name} PRIVATE -static-libstdc++ $<$<BOOL:${WIN32}>:-static-libgcc>)
   endif()
 endfunction()
 
@@ -71,7 +72,7 @@ endfunction()
 # lisp_shared_library(<name> <file> LINKS <embeddable component>...)
 #
 # Defines a shared library that has the functions marked LISP_WORKER_API and nothing else, and needs
-# nothing but the C library.
+# nothing but what goes with the C library.
 function(lisp_shared_library name file)
   cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LINKS")
   add_library(${name} SHARED ${file})

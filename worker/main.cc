@@ -12,6 +12,9 @@
 
 namespace {
 
+// Nobody can ask the worker for its version; whoever has the file finds it there.
+[[gnu::used]] constexpr char kVersion[] = "lisp_worker " LISP_VERSION;
+
 // Without memory the worker can neither carry out a request nor say so. It ends on the spot:
 // nothing is unwound, nothing caught, and no half-made state ever answers another request.
 [[noreturn]] void endWithoutMemory() {
