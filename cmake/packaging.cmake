@@ -59,7 +59,7 @@ set(package_directory lib/cmake/lisp_worker)
 set(documents share/doc/lisp-worker)
 
 # Directories are to be the same whatever the umask of those who install is. Those that have been
-# there before are not ours to change.
+# there before are not ours to change, except for the root of a package.
 set(installed_directories
     . bin lib lib/cmake ${package_directory} include include/lisp_worker include/lisp_worker/worker
     include/lisp_worker/c_interface share share/doc share/man share/man/man1 share/pkgconfig
@@ -73,7 +73,10 @@ foreach(directory IN ITEMS ${installed_directory_list})
   if(NOT EXISTS \"${installed_place}/\${directory}\")
     list(APPEND lisp_new_directories \${directory})
   endif()
-endforeach()"
+endforeach()
+if(\"${installed_place}\" MATCHES \"/_CPack_Packages/\")
+  list(APPEND lisp_new_directories .)
+endif()"
   ALL_COMPONENTS)
 
 install(TARGETS lisp_worker lisp_session EXPORT lisp_worker
