@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -23,6 +22,7 @@
 #include <vector>
 
 #include "bench/request_frame.h"
+#include "bench/worker_child.h"
 #include "client/process.h"
 #include "client/worker_client.h"
 #include "worker/frame.h"
@@ -194,19 +194,9 @@ double switchTime(const std::string& worker, int variable_count) {
 
 // --- Memory -----------------------------------------------------------------------------------
 
-// The only child of this process, the worker: that of the thread that the client keeps for it.
-std::string childProcess() {
-  for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-    std::ifstream children(thread.path() / "children");
-    std::string process;
-    if (children >> process) return process;
-  }
-  fail("the worker's process is not to be seen");
-}
-
 // A field of /proc/<worker>/status in KiB.
 double statusOfChild(std::string_view field) {
-  const std::string process = childProcess();
+  const std::string process = bench::childProcess();
   std::ifstream status("/proc/" + process + "/status");
   for (std::string line; std::getline(status, line);) {
     if (line.starts_with(field)) return std::strtod(line.c_str() + field.size(), nullptr);

@@ -1,9 +1,10 @@
 // Resumed runs and their transcripts.
 //
 // The input is texts between zero bytes: a program and the answers to its host calls, used in turn.
-// Laws: two workers give the same bytes; the finished run replayed from its recorded answers ends
-// as it did; one answer too many is found unused, one too few is asked for again; and two answers
-// that have changed places are reported at the first call that does not get its own.
+// Laws: workers that keep more or less of stopped evaluations give the same bytes; the finished run
+// replayed from its recorded answers ends as it did; one answer too many is found unused, one too
+// few is asked for again; and two answers that have changed places are reported at the first call
+// that does not get its own.
 
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "lisp/reader.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/evaluator.h"
+#include "testing/workers/keepings.h"
 #include "testing/workers/real_worker.h"
 #include "worker/encoding.h"
 
@@ -53,8 +55,8 @@ std::string divergenceAt(std::size_t index, const std::string& name) {
   return "LISP host replay divergence at call " + std::to_string(index + 1) + ": " + name;
 }
 
-void holdWithTwoWorkers(const std::string& program, const std::vector<std::string>& answers) {
-  testing_support::RealWorker first;
+void holdWithWorkers(const std::string& program, const std::vector<std::string>& answers) {
+  testing_support::RealWorker first({.count_max = 0});
   std::vector<testing_support::FrameResponse> responses;
   std::uint64_t run_id = 0;
   std::size_t next = 0;
@@ -66,14 +68,16 @@ void holdWithTwoWorkers(const std::string& program, const std::vector<std::strin
     responses.push_back(first.handle(frame_at()));
     run_id = testing_support::decodeEvalResult(responses.back().payload).run_id;
   } while (run_id != 0 && next < answers.size() && responses.size() < kCallsMax);
-  testing_support::RealWorker second;
-  next = 0;
-  for (std::size_t i = 0; i < responses.size(); ++i) {
-    const auto frame = i == 0 ? testing_support::startFrame(program)
-                              : testing_support::resumeFrame(1, answers[next++]);
-    const auto response = second.handle(frame);
-    fuzz::require(response.status == responses[i].status, "two workers give the same status");
-    fuzz::requireEqual(response.payload, responses[i].payload, "two workers give the same bytes");
+  for (const testing_support::Keeping& keeping : testing_support::keepings()) {
+    testing_support::RealWorker second(keeping.limits);
+    next = 0;
+    for (std::size_t i = 0; i < responses.size(); ++i) {
+      const auto frame = i == 0 ? testing_support::startFrame(program)
+                                : testing_support::resumeFrame(1, answers[next++]);
+      const auto response = second.handle(frame);
+      fuzz::require(response.status == responses[i].status, "all workers give the same status");
+      fuzz::requireEqual(response.payload, responses[i].payload, "all workers give the same bytes");
+    }
   }
 }
 
@@ -104,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::requireEqual(wordsOf(replay(program, transcript.empty() ? nullptr : &transcript)),
                      wordsOf(outcome), "a replay from the recorded answers ends the same");
   // A worker would go on for eighty times as many steps.
-  if (outcome.kind != OutcomeKind::StepLimit) holdWithTwoWorkers(program, answers);
+  if (outcome.kind != OutcomeKind::StepLimit) holdWithWorkers(program, answers);
   if (transcript.empty()) return 0;
 
   if (outcome.kind == OutcomeKind::Value) {

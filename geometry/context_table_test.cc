@@ -73,5 +73,20 @@ TEST(ContextTable, SpendsNoSlotOnAReplacement) {
   EXPECT_FALSE(table.register_context(context_with(33)));
 }
 
+TEST(CoordContext, IsTheSameByItsBytes) {
+  CoordContext a;
+  CoordContext b;
+  EXPECT_TRUE(has_same_bytes(a, b));
+  b.cell_plane.origin_x = -0.0;
+  EXPECT_FALSE(has_same_bytes(a, b));
+  b = a;
+  b.systems[4].z_offset = 1;
+  EXPECT_FALSE(has_same_bytes(a, b));
+  a.systems[4].z_offset = b.systems[4].z_offset = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_TRUE(has_same_bytes(a, b));
+  b.tag = 1;
+  EXPECT_FALSE(has_same_bytes(a, b));
+}
+
 }  // namespace
 }  // namespace geometry

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace geometry {
 
@@ -43,12 +44,20 @@ struct CoordContext {
   std::uint64_t id = 0;
   std::uint64_t cell_key_seed = 0;  // Mixed into every cell key.
   std::uint32_t tag = 0;            // The host's own; comes back with every cell.
+  std::uint32_t reserved = 0;       // So that there are no bytes between the fields.
   double cell_size = 1;             // Edge of a cell, in units of the cell plane.
   std::array<PlanarSystem, kSystemCount> systems;
   PlanarMapping cell_plane;  // From the cell plane to the world.
   double cell_z_scale = 1;
   double cell_z_offset = 0;
 };
+
+static_assert(sizeof(CoordContext) == 416);
+
+// True when both have the same bytes: -0.0 is not 0.0, and a NaN is the same as itself.
+[[nodiscard]] inline bool has_same_bytes(const CoordContext& a, const CoordContext& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
 
 }  // namespace geometry
 

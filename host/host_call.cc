@@ -16,29 +16,35 @@ namespace {
 using lisp::HostTranscript;
 using lisp::LispValue;
 
-bool matches(const lisp::HostTranscriptEntry& entry, std::string_view name,
-             const std::vector<LispValue>& arguments) {
-  return entry.name == name && std::equal(entry.arguments.begin(), entry.arguments.end(),
-                                          arguments.begin(), arguments.end(), lisp::valuesEqual);
+bool has_answer(const lisp::Interpreter& interpreter) {
+  const HostTranscript* const transcript = interpreter.transcript();
+  return transcript != nullptr && interpreter.replayCursor() < transcript->size();
+}
+
+bool matches(const lisp::HostTranscriptEntry& entry, const lisp::HostCall& call) {
+  return entry.name == call.name &&
+         std::equal(entry.arguments.begin(), entry.arguments.end(), call.arguments.begin(),
+                    call.arguments.end(), lisp::valuesEqual);
 }
 
 }  // namespace
 
 lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::BuiltinCall& call) {
-  std::vector<LispValue> arguments;
-  arguments.reserve(call.items.size() - 1);
-  if (!interpreter.evaluateArguments(call.items, call.depth, arguments)) {
+  lisp::HostCall host_call{std::string(call.name), {}};
+  host_call.arguments.reserve(call.items.size() - 1);
+  if (!interpreter.evaluateArguments(call.items, call.depth, host_call.arguments)) {
     return lisp::Result::failure();
   }
   lisp::Observer* const observer = interpreter.observer();
-  if (observer != nullptr) observer->hostCalled(call.name, arguments);
-  const HostTranscript* const transcript = interpreter.transcript();
+  if (observer != nullptr) observer->hostCalled(call.name, host_call.arguments);
   const std::size_t cursor = interpreter.replayCursor();
-  if (transcript == nullptr || cursor == transcript->size()) {
-    return interpreter.requireHostCall({std::string(call.name), std::move(arguments)});
+  if (!has_answer(interpreter) && !interpreter.awaitAnswer(host_call)) {
+    return interpreter.requireHostCall(std::move(host_call));
   }
-  const lisp::HostTranscriptEntry& entry = (*transcript)[cursor];
-  if (!matches(entry, call.name, arguments)) {
+  // An answer that was waited for is checked like every other: a call with a NaN among its
+  // arguments is not equal to itself, and a replay would diverge here.
+  const lisp::HostTranscriptEntry& entry = (*interpreter.transcript())[cursor];
+  if (!matches(entry, host_call)) {
     return interpreter.fail(
         "LISP host replay divergence at call " + std::to_string(cursor + 1) + ": ", call.name);
   }

@@ -8,26 +8,22 @@
 #include "lisp/work.h"
 
 namespace lisp {
-namespace {
-
-bool is_running = false;  // Guards the rule of one interpreter at a time.
-
-}  // namespace
 
 Interpreter::Interpreter(const Environment& environment, const geometry::CoordContext* context,
-                         const HostTranscript* transcript)
-    : environment_(&environment), context_(context), transcript_(transcript) {
-  assert(!is_running);
-  is_running = true;
+                         const HostTranscript* transcript, HostCallWaiter* waiter)
+    : environment_(&environment), context_(context), transcript_(transcript), waiter_(waiter) {
+  if (resident_ != nullptr) resident_->stepAside();
+  resident_ = this;
 }
 
 Interpreter::~Interpreter() {
+  stepIn();
   unwind(0);
   truncateLog(0);
   for (std::size_t i = 0; i < arguments_.size(); ++i) release(arguments_[i]);
   for (Symbol* const symbol : touched_) putAtRest(*symbol);
   for (const auto& [form, function] : definitions_) releaseFunction(function);
-  is_running = false;
+  resident_ = nullptr;
 }
 
 void Interpreter::start(const EvalLimits& limits) {
@@ -61,6 +57,12 @@ Result Interpreter::requireHostCall(HostCall call) {
   failure_host_call_ = std::move(call);
   return failWith(OutcomeKind::HostCallRequired,
                   "CAD host call required: ", failure_host_call_->name);
+}
+
+bool Interpreter::awaitAnswer(const HostCall& call) {
+  if (waiter_ == nullptr || !waiter_->awaitAnswer(*this, call)) return false;
+  assert(resident_ == this);
+  return true;
 }
 
 EvalOutcome Interpreter::takeFailure() {
@@ -134,7 +136,7 @@ void Interpreter::define(Symbol& symbol, UserFunction* function) {
 }
 
 void Interpreter::commit(Environment& target) {
-  assert(frame_ == 0 && trail_.size() == 0);
+  assert(resident_ == this && frame_ == 0 && trail_.size() == 0);
   for (Symbol* const symbol : touched_) {
     countWork();
     if (!symbol->changed) continue;
@@ -161,6 +163,69 @@ void Interpreter::putAtRest(Symbol& symbol) {
   symbol.touched = false;
   symbol.changed = false;
   if (--symbol.references == 0) retireSymbol(&symbol);
+}
+
+// 1. Every binding of the trail changes places with the one that shadows it, the latest first: then
+//    the records have the global bindings.
+// 2. The names that the run has touched are put at rest, and what they had is noted.
+void Interpreter::stepAside() {
+  assert(resident_ == this);
+  for (std::size_t i = trail_.size(); i > 0; --i) swapWithRecord(trail_[i - 1]);
+  aside_ = std::make_unique<SetAside[]>(touched_.size());
+  for (std::size_t i = 0; i < touched_.size(); ++i) {
+    countWork();
+    Symbol& symbol = *touched_[i];
+    assert(symbol.touched && (symbol.owner == kGlobalOwner || symbol.owner == kTruthOwner));
+    aside_[i] = {RawValue(), std::exchange(symbol.function, nullptr), symbol.operation,
+                 std::exchange(symbol.changed, false)};
+    if (symbol.owner != kTruthOwner) {
+      copyWords(aside_[i].value, symbol.value);
+      symbol.value = RawValue::of(Tag::NotLoaded);
+    }
+    if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
+    symbol.touched = false;
+  }
+  resident_ = nullptr;
+}
+
+// The same steps backwards.
+void Interpreter::becomeResident() {
+  if (resident_ != nullptr) resident_->stepAside();
+  resident_ = this;
+  assert(aside_ != nullptr);
+  for (std::size_t i = 0; i < touched_.size(); ++i) {
+    countWork();
+    Symbol& symbol = *touched_[i];
+    const SetAside& state = aside_[i];
+    assert(!symbol.touched);
+    assert(symbol.value.tag() == Tag::NotLoaded || symbol.owner == kTruthOwner);
+    if (symbol.owner != kTruthOwner) copyWords(symbol.value, state.value);
+    symbol.function = state.function;
+    symbol.operation = state.operation;
+    symbol.changed = state.changed;
+    symbol.touched = true;
+  }
+  aside_ = nullptr;
+  for (std::size_t i = 0; i < trail_.size(); ++i) swapWithRecord(trail_[i]);
+}
+
+void Interpreter::swapWithRecord(Shadowed& shadowed) {
+  countWork();
+  Symbol& symbol = *shadowed.symbol;
+  const RawValue value = symbol.value;
+  copyWords(symbol.value, shadowed.value);
+  copyWords(shadowed.value, value);
+  std::swap(symbol.owner, shadowed.owner);
+  std::swap(symbol.history, shadowed.history);
+}
+
+std::size_t Interpreter::bindingsTouched() const {
+  return touched_.size() + trail_.size() + log_.size() + arguments_.size() + definitions_.size();
+}
+
+std::size_t Interpreter::bytesHeld() const {
+  return touched_.capacity() * (sizeof(Symbol*) + sizeof(SetAside)) + trail_.bytes() +
+         log_.bytes() + arguments_.bytes();
 }
 
 }  // namespace lisp

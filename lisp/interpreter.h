@@ -6,6 +6,10 @@
 // ends puts exactly that back to rest. So starting, failing and suspending a run cost nothing of
 // their own, and committing costs what the run changed.
 //
+// A run that waits for its host may be kept where it stopped while others run. It then steps aside:
+// its bindings are taken out of the records, which are at rest for the next run, and put back when
+// it goes on.
+//
 // The contract describes copies: a call works on a copy of its caller's bindings, taken before its
 // arguments are evaluated. Nothing is copied here, but nobody can tell:
 //   - an assignment to a binding that an outer call owns saves it on the trail first, so the outer
@@ -20,6 +24,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -53,13 +58,27 @@ struct EvalLimits {
   std::uint32_t depth_limit = 128;    // Levels of nested list forms, calls included.
 };
 
-// At most one Interpreter exists at a time: runs share the symbol records.
+class Interpreter;
+
+// Where a run can wait for the answer to a host call that is not on record.
+class HostCallWaiter {
+ public:
+  virtual ~HostCallWaiter() = default;
+
+  // Returns true when the answer has come: it is the last entry of the run's transcript then. False
+  // when there will be none, and the run stops at the call. Other runs may take place meanwhile.
+  [[nodiscard]] virtual bool awaitAnswer(Interpreter& interpreter, const HostCall& call) = 0;
+};
+
+// Runs share the symbol records, so of all Interpreters at most one is *resident*: its bindings are
+// in the records. Making another one, or letting another one step in, makes it step aside.
 class Interpreter {
  public:
   // A run on `environment`, with the coordinate context and the recorded answers of its host, null
-  // for none. All three are borrowed for the life of the interpreter.
+  // for none, and where it can wait for more answers, null for nowhere. All are borrowed for the
+  // life of the interpreter.
   Interpreter(const Environment& environment, const geometry::CoordContext* context,
-              const HostTranscript* transcript);
+              const HostTranscript* transcript, HostCallWaiter* waiter = nullptr);
   ~Interpreter();
   Interpreter(const Interpreter&) = delete;
   Interpreter& operator=(const Interpreter&) = delete;
@@ -88,6 +107,22 @@ class Interpreter {
   // The parked failure as the outcome of the run. Call once, after a Result that failed.
   [[nodiscard]] EvalOutcome takeFailure();
 
+  // Waits for the answer to `call`, as HostCallWaiter says. False when this run waits nowhere.
+  [[nodiscard]] bool awaitAnswer(const HostCall& call);
+
+  // Makes this the resident interpreter. Nothing happens if it is; otherwise the one that is steps
+  // aside. Costs what both have touched (bindingsTouched).
+  void stepIn() {
+    if (resident_ != this) becomeResident();
+  }
+
+  // Names and bindings that the run has touched and not left again: what stepping aside, stepping
+  // in and giving up the run cost, in steps of a few nanoseconds.
+  [[nodiscard]] std::size_t bindingsTouched() const;
+
+  // Memory of the interpreter itself, without values.
+  [[nodiscard]] std::size_t bytesHeld() const;
+
   // Carries what the run changed over into `target`, a version equal to the run's environment. The
   // run must be over.
   void commit(Environment& target);
@@ -97,6 +132,8 @@ class Interpreter {
   [[nodiscard]] const HostTranscript* transcript() const { return transcript_; }
   [[nodiscard]] std::size_t replayCursor() const { return replay_cursor_; }
   void advanceReplayCursor() { ++replay_cursor_; }
+  // Names the transcript anew, which may have moved while the run waited.
+  void setTranscript(const HostTranscript& transcript) { transcript_ = &transcript; }
 
   // The binding of `symbol` in force, or null when it is unbound. Borrowed until the next
   // evaluation.
@@ -109,6 +146,16 @@ class Interpreter {
     RawValue value;  // Holds it.
     std::uint32_t owner;
     std::uint32_t history;
+  };
+
+  inline static constinit Interpreter* resident_ = nullptr;
+
+  // The state of a touched name while the run is aside.
+  struct SetAside {
+    RawValue value;          // Holds it.
+    UserFunction* function;  // Holds it.
+    Operation operation;
+    bool changed;
   };
 
   // What a local binding was before it changed while arguments were evaluated.
@@ -239,6 +286,9 @@ class Interpreter {
   void resolve(Symbol& symbol);
   void define(Symbol& symbol, UserFunction* function);
   void putAtRest(Symbol& symbol);
+  void stepAside();
+  void becomeResident();
+  static void swapWithRecord(Shadowed& shadowed);
 
   [[gnu::cold]] Result failWith(OutcomeKind kind, std::string_view message,
                                 std::string_view name = {});
@@ -269,8 +319,10 @@ class Interpreter {
   const Environment* environment_;
   const geometry::CoordContext* context_;
   const HostTranscript* transcript_;
+  HostCallWaiter* waiter_;
   std::size_t replay_cursor_ = 0;
-  std::vector<Symbol*> touched_;  // Holds them.
+  std::vector<Symbol*> touched_;       // Holds them.
+  std::unique_ptr<SetAside[]> aside_;  // Of touched_, one for one, while the run is aside.
   // What DEFUN forms with long parameter lists made, by form, so that a loop of DEFUN is cheap.
   std::unordered_map<const Run*, UserFunction*> definitions_;  // Holds the functions.
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "lisp/storage.h"
 #include "lisp/work.h"
 
 namespace lisp {
@@ -17,7 +18,10 @@ LocalTable::LocalTable(std::span<const LispValue> locals)
     : locals_(locals),
       filter_(locals.size() / kLocalsPerWord + 1),
       places_(2 * locals.size() + 1),
-      declarations_(locals.size()) {
+      declarations_(locals.size()),
+      bytes_(filter_.size() * sizeof(filter_[0]) + places_.size() * sizeof(places_[0]) +
+             declarations_.size() * sizeof(declarations_[0])) {
+  storage::live_bytes += bytes_;
   countWork(locals.size());
   for (std::uint32_t i = 0; i < locals.size(); ++i) {
     Symbol& symbol = symbolOf(locals[i].raw());
@@ -32,6 +36,11 @@ LocalTable::LocalTable(std::span<const LispValue> locals)
     if (declaration.next != nullptr) declaration.next->link = &declaration.next;
     symbol.declarations = &declaration;
   }
+}
+
+LocalTable::~LocalTable() {
+  storage::live_bytes -= bytes_;
+  forget(declarations_.size());
 }
 
 std::size_t LocalTable::find(const Symbol& symbol) const {

@@ -28,7 +28,7 @@ class LocalTable {
  public:
   // `locals` are symbols and must outlive the table; a "/" among them is none of them.
   explicit LocalTable(std::span<const LispValue> locals);
-  ~LocalTable() { forget(declarations_.size()); }
+  ~LocalTable();
   LocalTable(const LocalTable&) = delete;
   LocalTable& operator=(const LocalTable&) = delete;
 
@@ -52,6 +52,7 @@ class LocalTable {
   std::vector<std::uint64_t> filter_;
   std::vector<std::uint32_t> places_;  // Of locals, counted from 1, hashed; at least half are 0.
   std::vector<LocalDeclaration> declarations_;  // Of locals_, one for one.
+  const std::size_t bytes_;                     // Of all three.
 };
 
 // The tables of the calls in progress that bind late, and for each the innermost such call.

@@ -10,19 +10,23 @@
 #include <functional>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 namespace lisp {
 
 template <typename Record>
 class PlainStack {
   static_assert(std::is_trivially_destructible_v<Record>);
+  static_assert(alignof(Record) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
 
  public:
   [[nodiscard]] std::size_t size() const { return size_; }
   [[nodiscard]] Record& operator[](std::size_t index) { return data()[index]; }
   [[nodiscard]] Record& top() { return data()[size_ - 1]; }
+  // Memory taken for records, used or not.
+  [[nodiscard]] std::size_t bytes() const { return capacity_ * sizeof(Record); }
   // The records from the bottom up; null while there has never been one.
-  [[nodiscard]] Record* data() { return records_.get(); }
+  [[nodiscard]] Record* data() { return reinterpret_cast<Record*>(memory_.get()); }
 
   // `record` must be none of the stack's own, which growing moves. Taking it by value instead costs
   // the reader a fiftieth of its time.
@@ -45,15 +49,16 @@ class PlainStack {
  private:
   static constexpr std::size_t kCapacityMin = 32;
 
+  // The new records are not initialised: whoever extends the stack writes them.
   [[gnu::noinline]] void grow() {
     const std::size_t capacity = std::max(kCapacityMin, 2 * capacity_);
-    auto records = std::make_unique<Record[]>(capacity);
-    std::copy_n(records_.get(), size_, records.get());
-    records_ = std::move(records);
+    auto memory = std::make_unique_for_overwrite<std::byte[]>(capacity * sizeof(Record));
+    std::uninitialized_copy_n(data(), size_, reinterpret_cast<Record*>(memory.get()));
+    memory_ = std::move(memory);
     capacity_ = capacity;
   }
 
-  std::unique_ptr<Record[]> records_;
+  std::unique_ptr<std::byte[]> memory_;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };

@@ -119,7 +119,10 @@ void* refill(std::size_t size_class) {
     slabs[size_class] = slab;
     cut(*slab);
   }
-  return allocate(size_class * kGranule);
+  FreeBlock* const block = slabs[size_class]->free;
+  slabs[size_class]->free = block->next;
+  ++slabs[size_class]->used;
+  return block;
 }
 
 // A slab that has a block again comes second, so that the first is used up first; there is a first,

@@ -65,20 +65,29 @@ inline constexpr std::size_t kSlabsKept = 256;
 // Gives the memory of up to `count` empty slabs back to the system, beyond those kept.
 void giveBack(std::size_t count);
 
+// Bytes of all blocks given out and not given back, and of what holders of values count besides
+// (LocalTable). What a kept evaluation holds is told by how it changes this.
+inline constinit std::size_t live_bytes = 0;
+
 #ifdef LISP_PLAIN_ALLOCATION
 
 [[nodiscard]] inline void* allocate(std::size_t size) {
   countWork();
+  live_bytes += size;
   return ::operator new(size);
 }
 
-inline void deallocate(void* block, std::size_t /*size*/) { ::operator delete(block); }
+inline void deallocate(void* block, std::size_t size) {
+  live_bytes -= size;
+  ::operator delete(block);
+}
 
 #else
 
 // Returns an uninitialised block of at least `size` bytes. Throws std::bad_alloc.
 [[nodiscard]] inline void* allocate(std::size_t size) {
   countWork();
+  live_bytes += size;
   if (size > kSmallBlockMax) return ::operator new(size);
   const std::size_t size_class = (size + kGranule - 1) / kGranule;
   Slab& slab = *slabs[size_class];
@@ -92,6 +101,7 @@ inline void deallocate(void* block, std::size_t /*size*/) { ::operator delete(bl
 
 // Gives back a block that allocate returned for the same `size`.
 inline void deallocate(void* block, std::size_t size) {
+  live_bytes -= size;
   if (size > kSmallBlockMax) {
     ::operator delete(block);
     return;

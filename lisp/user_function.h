@@ -10,6 +10,7 @@
 #include <span>
 
 #include "lisp/local_table.h"
+#include "lisp/storage.h"
 #include "lisp/symbol.h"
 #include "lisp/value.h"
 
@@ -27,6 +28,9 @@ class UserFunction : public Counted {
   // `form` is a whole DEFUN form, whose third element is a flat list of symbols: parameters, "/"
   // and locals. Its elements from the fourth on, at least one, are the body.
   explicit UserFunction(LispValue form);
+
+  static void* operator new(std::size_t size) { return storage::allocate(size); }
+  static void operator delete(void* block, std::size_t size) { storage::deallocate(block, size); }
 
   [[nodiscard]] const LispValue& form() const { return form_; }
   // All of them symbols. Among the locals stand further "/", which declare nothing.

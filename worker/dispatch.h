@@ -22,7 +22,8 @@ void tidyUp();
 // the persistent environment and the pending runs.
 class Dispatcher {
  public:
-  Dispatcher() = default;
+  // Tests choose how much of stopped evaluations is kept.
+  explicit Dispatcher(const KeepLimits& keep_limits = {}) : evaluation_(contexts_, keep_limits) {}
   Dispatcher(const Dispatcher&) = delete;
   Dispatcher& operator=(const Dispatcher&) = delete;
 
@@ -39,7 +40,7 @@ class Dispatcher {
 
   [[no_unique_address]] WorkLaw law_;
   geometry::ContextTable contexts_;
-  Evaluation evaluation_{contexts_};
+  Evaluation evaluation_;
 };
 
 }  // namespace worker

@@ -20,13 +20,12 @@ using lisp::Interpreter;
 using lisp::LispValue;
 using lisp::OutcomeKind;
 
-constexpr lisp::EvalLimits kLimits;  // The same for every run, replayed or not.
-
 bool isHostCall(const EvalOutcome& outcome) { return outcome.host_call.has_value(); }
 
 }  // namespace
 
-Evaluation::Evaluation(const geometry::ContextTable& contexts) : contexts_(contexts) {
+Evaluation::Evaluation(const geometry::ContextTable& contexts, const KeepLimits& keep_limits)
+    : contexts_(contexts), kept_(keep_limits) {
   lisp::installBuiltins(lisp::coreBuiltins());
   lisp::installBuiltins(host::host_builtins());
   lisp::installBuiltins(geometry::geometry_builtins());
@@ -45,15 +44,20 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
   EvalOutcome outcome;
   {
     Interpreter interpreter(environment_, context, nullptr);
-    outcome = host::run_program(interpreter, program, kLimits);
+    outcome = host::run_program(interpreter, program, lisp::EvalLimits());
     if (outcome.kind == OutcomeKind::Value) interpreter.commit(environment_);
   }
   // 4. What is kept. Encoding comes last and may refuse the text without changing what was decided.
   std::uint64_t run_id = 0;
   if (isHostCall(outcome)) {
     run_id = pending_runs_.allocateRunId();
-    pending_runs_.storeRun(
-        {run_id, request.context_id, std::move(program), environment_, {}, *outcome.host_call});
+    pending_runs_.storeRun({run_id,
+                            request.context_id,
+                            std::move(program),
+                            environment_,
+                            {},
+                            *outcome.host_call,
+                            outcome.steps});
   }
   return encodeEvalResponse(outcome, run_id, response);
 }
@@ -65,20 +69,20 @@ WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::str
   if (run == nullptr) return WorkerStatus::BadRequest;
   // 2. Its context.
   if (run->context_id != 0 && contexts_.find_context(run->context_id) == nullptr) {
-    pending_runs_.eraseRun(run->run_id);
+    endRun(run->run_id);
     return WorkerStatus::ContextNotFound;
   }
   // 3. The answer.
   std::string error;
   std::optional<LispValue> answer = lisp::parseProgram(payload, &error);
   if (!answer) {
-    pending_runs_.eraseRun(run->run_id);
+    endRun(run->run_id);
     EvalOutcome outcome;
     outcome.kind = OutcomeKind::ReadError;
     outcome.message = "host response parse error: " + error;
     return encodeEvalResponse(outcome, 0, response);
   }
-  // 4. to 6. The replay.
+  // 4. to 6. The evaluation.
   return resume(*run, std::move(*answer), response);
 }
 
@@ -86,33 +90,31 @@ WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& 
   // 4. The answered call joins the transcript.
   run.transcript.push_back(
       {std::move(run.pending_call.name), std::move(run.pending_call.arguments), std::move(answer)});
-  // 5. The program runs again on its snapshot.
+  // 5. The program runs again on its snapshot, or as if it did. The last run to finish wins: what
+  //    others committed meanwhile is not in the snapshot.
   const CoordContext* const context =
       run.context_id == 0 ? nullptr : contexts_.find_context(run.context_id);
-  EvalOutcome outcome;
-  {
-    Interpreter interpreter(run.environment, context, &run.transcript);
-    outcome = host::run_program(interpreter, run.program, kLimits);
-    if (outcome.kind == OutcomeKind::Value) {
-      // The last run to finish wins: what others committed meanwhile is not in the snapshot.
-      environment_ = run.environment;
-      interpreter.commit(environment_);
-    }
-  }
+  const EvalOutcome outcome = kept_.evaluate(run, context, environment_);
   // 6. What is kept.
   std::uint64_t run_id = 0;
   if (isHostCall(outcome)) {
     run.pending_call = *outcome.host_call;
+    run.steps = outcome.steps;
     run_id = run.run_id;
   } else {
-    pending_runs_.eraseRun(run.run_id);
+    endRun(run.run_id);
   }
   return encodeEvalResponse(outcome, run_id, response);
 }
 
 WorkerStatus Evaluation::handleEvalCancel(const MessageHeader& request) {
-  pending_runs_.eraseRun(request.run_id);  // Nothing is ever stored under 0.
+  endRun(request.run_id);  // Nothing is ever stored under 0.
   return WorkerStatus::Ok;
+}
+
+void Evaluation::endRun(std::uint64_t run_id) {
+  kept_.drop(run_id);
+  pending_runs_.eraseRun(run_id);
 }
 
 }  // namespace worker

@@ -11,6 +11,7 @@
 #include "lisp/environment.h"
 #include "lisp/outcome.h"
 #include "worker/frame.h"
+#include "worker/kept_evaluations.h"
 #include "worker/pending_runs.h"
 
 namespace worker {
@@ -20,7 +21,7 @@ namespace worker {
 class Evaluation {
  public:
   // Programs run under the contexts of `contexts`, which must outlive this.
-  explicit Evaluation(const geometry::ContextTable& contexts);
+  explicit Evaluation(const geometry::ContextTable& contexts, const KeepLimits& keep_limits = {});
 
   // Each carries out one request, returns the status of the response and leaves its payload in
   // `response`: an evaluation result, or nothing when the request was refused.
@@ -37,12 +38,17 @@ class Evaluation {
   // Forgets the pending run `run_id`, if there is one. Always Ok.
   [[nodiscard]] WorkerStatus handleEvalCancel(const MessageHeader& request);
 
+  // Tests look at what is kept.
+  [[nodiscard]] const KeptEvaluations& keptEvaluations() const { return kept_; }
+
  private:
   WorkerStatus resume(PendingRun& run, lisp::LispValue answer, std::string& response);
+  void endRun(std::uint64_t run_id);
 
   const geometry::ContextTable& contexts_;
   lisp::Environment environment_;
   PendingRunTable pending_runs_;
+  KeptEvaluations kept_;
 };
 
 }  // namespace worker

@@ -14,7 +14,7 @@
 namespace worker {
 
 // A run that stopped at a host call, with all that is needed to run it again from its first form.
-// No state of the evaluation itself is kept.
+// The stopped evaluation itself may be kept besides (worker/kept_evaluations.h).
 struct PendingRun {
   std::uint64_t run_id = 0;
   std::uint64_t context_id = 0;  // Of the request that began the run; 0 for no context.
@@ -22,6 +22,7 @@ struct PendingRun {
   lisp::Environment environment;    // What every replay starts from.
   lisp::HostTranscript transcript;  // The answers received so far.
   lisp::HostCall pending_call;      // The call that the run waits for.
+  std::uint64_t steps = 0;          // That it takes to get to that call.
 };
 
 // 64-bit FNV-1a over the eight bytes of a run id, least significant byte first.

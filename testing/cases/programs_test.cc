@@ -15,6 +15,7 @@
 #include "testing/formats/program_file.h"
 #include "testing/reference/literal_worker.h"
 #include "testing/workers/executable_worker.h"
+#include "testing/workers/keepings.h"
 #include "testing/workers/real_worker.h"
 
 namespace testing_support {
@@ -52,8 +53,11 @@ TEST(Programs, GiveTheirAnswersInTheWorker) {
     const ProgramFile file = load(name);
     EXPECT_THAT(file.errors, IsEmpty());
     EXPECT_FALSE(file.steps.empty());
-    RealWorker worker;
-    EXPECT_THAT(runProgramFile(file, worker), IsEmpty());
+    for (const Keeping& keeping : keepings()) {
+      SCOPED_TRACE(keeping.name);
+      RealWorker worker(keeping.limits);
+      EXPECT_THAT(runProgramFile(file, worker), IsEmpty());
+    }
   }
 }
 

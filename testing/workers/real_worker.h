@@ -5,11 +5,15 @@
 
 #include "testing/wire/frame_port.h"
 #include "worker/dispatch.h"
+#include "worker/kept_evaluations.h"
 
 namespace testing_support {
 
 class RealWorker : public FramePort {
  public:
+  // Keeps as much of stopped evaluations as `keep_limits` says.
+  explicit RealWorker(const worker::KeepLimits& keep_limits = {}) : dispatcher_(keep_limits) {}
+
   FrameResponse handle(const Frame& frame) override;
 
  private:

@@ -1,0 +1,39 @@
+#include "worker/side_stack.h"
+
+#include <cassert>
+
+namespace worker {
+
+std::size_t SideStack::size() {
+#if defined(LISP_SANITIZE) || !defined(__OPTIMIZE__)
+  return 4 << 20;
+#else
+  return 256 << 10;
+#endif
+}
+
+void SideStack::begin(Body body, void* argument) {
+  assert(!is_in_progress_);
+  body_ = body;
+  argument_ = argument;
+  is_in_progress_ = true;
+  prepare();
+  switchTo();
+}
+
+void SideStack::resume() {
+  assert(is_in_progress_);
+  switchTo();
+}
+
+void SideStack::leave() {
+  assert(is_in_progress_);
+  switchBack();
+}
+
+void SideStack::runBody() {
+  body_(argument_);
+  is_in_progress_ = false;
+}
+
+}  // namespace worker
