@@ -55,23 +55,25 @@ class Descriptor {
 
 // Keeps SIGPIPE from the host while we write: blocks it in this thread, takes back the one that
 // the write has raised, and leaves the thread's mask as it was. A SIGPIPE that already waits is
-// the host's own; a second one would only merge with it.
+// the host's own; a second one would only merge with it. A write that succeeds costs two calls.
 class SigpipeGuard {
  public:
   SigpipeGuard() {
+    sigemptyset(&sigpipe_);
+    sigaddset(&sigpipe_, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &sigpipe_, &previous_mask_);
+    // One that the thread lets through does not wait.
+    if (sigismember(&previous_mask_, SIGPIPE) == 0) return;
     sigset_t pending;
     sigemptyset(&pending);
     sigpending(&pending);
     host_has_one_pending_ = sigismember(&pending, SIGPIPE) == 1;
-    sigemptyset(&sigpipe_);
-    sigaddset(&sigpipe_, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &sigpipe_, &previous_mask_);
   }
   SigpipeGuard(const SigpipeGuard&) = delete;
   SigpipeGuard& operator=(const SigpipeGuard&) = delete;
 
   ~SigpipeGuard() {
-    if (!host_has_one_pending_) {
+    if (is_raised_ && !host_has_one_pending_) {
       constexpr timespec kNoWait{};
       while (sigtimedwait(&sigpipe_, nullptr, &kNoWait) < 0 && errno == EINTR) {
       }
@@ -79,10 +81,14 @@ class SigpipeGuard {
     pthread_sigmask(SIG_SETMASK, &previous_mask_, nullptr);
   }
 
+  // A write has found the pipe broken.
+  void noteRaised() { is_raised_ = true; }
+
  private:
   sigset_t sigpipe_;
   sigset_t previous_mask_;
   bool host_has_one_pending_ = false;
+  bool is_raised_ = false;
 };
 
 // Which program becomes a worker, on which descriptors.
@@ -206,9 +212,10 @@ class PosixWorkerProcess final : public WorkerProcess {
 
   bool write(std::string_view bytes) override {
     assert(!bytes.empty());
-    const SigpipeGuard guard;
+    SigpipeGuard guard;
     while (!bytes.empty()) {
       const ssize_t count = ::write(to_worker_.get(), bytes.data(), bytes.size());
+      if (count < 0 && errno == EPIPE) guard.noteRaised();
       if (count < 0 && errno == EINTR) continue;
       if (count < 0 && errno == EAGAIN && waitFor(to_worker_, POLLOUT)) continue;
       if (count <= 0) return false;
