@@ -18,83 +18,129 @@ struct Row {
   std::string_view explanation;
 };
 
-constexpr Row<WorkerStatus> kStatuses[] = {
-    {WorkerStatus::Ok, "Ok", "the request was carried out"},
-    {WorkerStatus::BadMagic, "BadMagic",
-     "the request did not begin with the protocol's magic; the worker has ended"},
-    {WorkerStatus::BadVersion, "BadVersion",
-     "the request is of another protocol version; the worker has ended"},
-    {WorkerStatus::BadRequest, "BadRequest",
-     "a size, selector, operand, run id or result is outside its limits"},
-    {WorkerStatus::ContextNotFound, "ContextNotFound",
-     "no coordinate context is registered under this id"},
-    {WorkerStatus::QueryFailed, "QueryFailed", "the transform gave no result"},
-    {WorkerStatus::UnknownType, "UnknownType",
-     "the message type or the geometric operation is unknown"},
-    {WorkerStatus::Degenerate, "Degenerate", "the geometric operation has no finite result"},
-    {WorkerStatus::EvalParseError, "EvalParseError",
-     "the program or the answer to a host call could not be read"},
-    {WorkerStatus::EvalFailed, "EvalFailed", "the program ended with an error"},
-    {WorkerStatus::EvalStepLimit, "EvalStepLimit", "the program used up its steps"},
-    {WorkerStatus::HostCallPending, "HostCallPending",
-     "the program waits for the answer to a host call"},
+struct Words {
+  std::string_view name;
+  std::string_view explanation;
 };
-constexpr Row<WorkerStatus> kUnknownStatus = {
-    {}, "unknown status", "this version of the client does not know the status"};
 
-constexpr Row<MessageType> kMessageTypes[] = {
-    {MessageType::Ping, "Ping", "asks whether the worker answers"},
-    {MessageType::RegisterContext, "RegisterContext",
-     "registers a coordinate context, or replaces the one of the same id"},
-    {MessageType::LocateCell, "LocateCell", "asks which cell a point lies in"},
-    {MessageType::CellPlaneToSystem, "CellPlaneToSystem",
-     "converts a point of the cell plane into a coordinate system"},
-    {MessageType::Convert, "Convert", "converts a point between two coordinate systems"},
-    {MessageType::GeometryRequest, "GeometryRequest", "calculates with up to seven numbers"},
-    {MessageType::EvalStart, "EvalStart", "evaluates a program"},
-    {MessageType::EvalResume, "EvalResume", "answers the host call that a run waits for"},
-    {MessageType::EvalCancel, "EvalCancel", "drops a run that waits"},
-    {MessageType::Shutdown, "Shutdown", "asks the worker to end"},
-};
-constexpr Row<MessageType> kUnknownMessageType = {
-    {}, "unknown type", "this version of the client does not know the message type"};
+// A switch for each enumeration: the compilers find an enumerator that has no words.
+constexpr Words wordsOf(WorkerStatus status) {
+  switch (status) {
+    case WorkerStatus::Ok:
+      return {"Ok", "the request was carried out"};
+    case WorkerStatus::BadMagic:
+      return {"BadMagic",
+              "the request did not begin with the protocol's magic; the worker has ended"};
+    case WorkerStatus::BadVersion:
+      return {"BadVersion", "the request is of another protocol version; the worker has ended"};
+    case WorkerStatus::BadRequest:
+      return {"BadRequest", "a size, selector, operand, run id or result is outside its limits"};
+    case WorkerStatus::ContextNotFound:
+      return {"ContextNotFound", "no coordinate context is registered under this id"};
+    case WorkerStatus::QueryFailed:
+      return {"QueryFailed", "the transform gave no result"};
+    case WorkerStatus::UnknownType:
+      return {"UnknownType", "the message type or the geometric operation is unknown"};
+    case WorkerStatus::Degenerate:
+      return {"Degenerate", "the geometric operation has no finite result"};
+    case WorkerStatus::EvalParseError:
+      return {"EvalParseError", "the program or the answer to a host call could not be read"};
+    case WorkerStatus::EvalFailed:
+      return {"EvalFailed", "the program ended with an error"};
+    case WorkerStatus::EvalStepLimit:
+      return {"EvalStepLimit", "the program used up its steps"};
+    case WorkerStatus::HostCallPending:
+      return {"HostCallPending", "the program waits for the answer to a host call"};
+  }
+  return {"unknown status", "this version of the client does not know the status"};
+}
 
-constexpr Row<EvalStatus> kEvalStatuses[] = {
-    {EvalStatus::Value, "Value", "the program has ended with a value"},
-    {EvalStatus::ReadError, "ReadError", "the program or an answer could not be read"},
-    {EvalStatus::EvalError, "EvalError", "the program has ended with an error"},
-    {EvalStatus::StepLimit, "StepLimit", "the program has run out of steps"},
-    {EvalStatus::HostCallRequired, "HostCallRequired",
-     "the program waits for the host to perform a call"},
-};
-constexpr Row<EvalStatus> kUnknownEvalStatus = {
-    {}, "unknown outcome", "this version of the client does not know the outcome"};
+constexpr Words wordsOf(MessageType type) {
+  switch (type) {
+    case MessageType::Ping:
+      return {"Ping", "asks whether the worker answers"};
+    case MessageType::RegisterContext:
+      return {"RegisterContext",
+              "registers a coordinate context, or replaces the one of the same id"};
+    case MessageType::LocateCell:
+      return {"LocateCell", "asks which cell a point lies in"};
+    case MessageType::CellPlaneToSystem:
+      return {"CellPlaneToSystem", "converts a point of the cell plane into a coordinate system"};
+    case MessageType::Convert:
+      return {"Convert", "converts a point between two coordinate systems"};
+    case MessageType::GeometryRequest:
+      return {"GeometryRequest", "calculates with up to seven numbers"};
+    case MessageType::EvalStart:
+      return {"EvalStart", "evaluates a program"};
+    case MessageType::EvalResume:
+      return {"EvalResume", "answers the host call that a run waits for"};
+    case MessageType::EvalCancel:
+      return {"EvalCancel", "drops a run that waits"};
+    case MessageType::Shutdown:
+      return {"Shutdown", "asks the worker to end"};
+  }
+  return {"unknown type", "this version of the client does not know the message type"};
+}
 
-constexpr Row<ExitCode> kExitCodes[] = {
-    {ExitCode::Finished, "Finished", "its input ended or it was told to shut down"},
-    {ExitCode::BadMagic, "BadMagic", "a request did not begin with the protocol's magic"},
-    {ExitCode::BadVersion, "BadVersion", "a request was of another protocol version"},
-    {ExitCode::PayloadTooLarge, "PayloadTooLarge", "a request announced too large a payload"},
-    {ExitCode::PayloadCut, "PayloadCut", "its input ended inside a payload"},
-    {ExitCode::HeaderUnwritten, "HeaderUnwritten", "it could not write a response's header"},
-    {ExitCode::PayloadUnwritten, "PayloadUnwritten", "it could not write a response's payload"},
-    {ExitCode::OutOfMemory, "OutOfMemory", "it ran out of memory"},
-};
-constexpr Row<ExitCode> kUnknownExitCode = {
-    {}, "unknown exit code", "not an exit code of the worker"};
+constexpr Words wordsOf(EvalStatus status) {
+  switch (status) {
+    case EvalStatus::Value:
+      return {"Value", "the program has ended with a value"};
+    case EvalStatus::ReadError:
+      return {"ReadError", "the program or an answer could not be read"};
+    case EvalStatus::EvalError:
+      return {"EvalError", "the program has ended with an error"};
+    case EvalStatus::StepLimit:
+      return {"StepLimit", "the program has run out of steps"};
+    case EvalStatus::HostCallRequired:
+      return {"HostCallRequired", "the program waits for the host to perform a call"};
+  }
+  return {"unknown outcome", "this version of the client does not know the outcome"};
+}
 
-constexpr Row<Fault::Kind> kFaults[] = {
-    {Fault::Kind::RequestNotTaken, "RequestNotTaken", "the worker no longer reads requests"},
-    {Fault::Kind::ResponseCut, "ResponseCut", "the worker's output ended where a response belongs"},
-    {Fault::Kind::BadHeader, "BadHeader", "what came is not the header of a response"},
-    {Fault::Kind::WrongEcho, "WrongEcho", "what came answers some other request"},
-    {Fault::Kind::BadResponse, "BadResponse", "the response cannot be one to the request"},
-    {Fault::Kind::ShutDown, "ShutDown", "the worker has been asked to end"},
-    {Fault::Kind::DeadlinePassed, "DeadlinePassed", "the worker has not answered in time"},
-    {Fault::Kind::NotStarted, "NotStarted", "the program could not be started"},
-};
-constexpr Row<Fault::Kind> kUnknownFault = {
-    {}, "unknown fault", "this version of the client does not know the fault"};
+constexpr Words wordsOf(ExitCode code) {
+  switch (code) {
+    case ExitCode::Finished:
+      return {"Finished", "its input ended or it was told to shut down"};
+    case ExitCode::BadMagic:
+      return {"BadMagic", "a request did not begin with the protocol's magic"};
+    case ExitCode::BadVersion:
+      return {"BadVersion", "a request was of another protocol version"};
+    case ExitCode::PayloadTooLarge:
+      return {"PayloadTooLarge", "a request announced too large a payload"};
+    case ExitCode::PayloadCut:
+      return {"PayloadCut", "its input ended inside a payload"};
+    case ExitCode::HeaderUnwritten:
+      return {"HeaderUnwritten", "it could not write a response's header"};
+    case ExitCode::PayloadUnwritten:
+      return {"PayloadUnwritten", "it could not write a response's payload"};
+    case ExitCode::OutOfMemory:
+      return {"OutOfMemory", "it ran out of memory"};
+  }
+  return {"unknown exit code", "not an exit code of the worker"};
+}
+
+constexpr Words wordsOf(Fault::Kind kind) {
+  switch (kind) {
+    case Fault::Kind::RequestNotTaken:
+      return {"RequestNotTaken", "the worker no longer reads requests"};
+    case Fault::Kind::ResponseCut:
+      return {"ResponseCut", "the worker's output ended where a response belongs"};
+    case Fault::Kind::BadHeader:
+      return {"BadHeader", "what came is not the header of a response"};
+    case Fault::Kind::WrongEcho:
+      return {"WrongEcho", "what came answers some other request"};
+    case Fault::Kind::BadResponse:
+      return {"BadResponse", "the response cannot be one to the request"};
+    case Fault::Kind::ShutDown:
+      return {"ShutDown", "the worker has been asked to end"};
+    case Fault::Kind::DeadlinePassed:
+      return {"DeadlinePassed", "the worker has not answered in time"};
+    case Fault::Kind::NotStarted:
+      return {"NotStarted", "the program could not be started"};
+  }
+  return {"unknown fault", "this version of the client does not know the fault"};
+}
 
 // Signals that end programs, by their numbers on Linux.
 constexpr Row<std::uint32_t> kSignals[] = {
@@ -127,51 +173,31 @@ const Row<Key>* findRow(const Row<Key> (&rows)[count], Key key) {
   return row == std::end(rows) ? nullptr : row;
 }
 
-template <typename Key, std::size_t count>
-const Row<Key>& rowOf(const Row<Key> (&rows)[count], const Row<Key>& unknown, Key key) {
-  const Row<Key>* const row = findRow(rows, key);
-  return row == nullptr ? unknown : *row;
-}
-
 }  // namespace
 
-std::string_view statusName(WorkerStatus status) {
-  return rowOf(kStatuses, kUnknownStatus, status).name;
-}
+std::string_view statusName(WorkerStatus status) { return wordsOf(status).name; }
 
-std::string_view explainStatus(WorkerStatus status) {
-  return rowOf(kStatuses, kUnknownStatus, status).explanation;
-}
+std::string_view explainStatus(WorkerStatus status) { return wordsOf(status).explanation; }
 
-std::string_view messageTypeName(MessageType type) {
-  return rowOf(kMessageTypes, kUnknownMessageType, type).name;
-}
+std::string_view messageTypeName(MessageType type) { return wordsOf(type).name; }
 
-std::string_view explainMessageType(MessageType type) {
-  return rowOf(kMessageTypes, kUnknownMessageType, type).explanation;
-}
+std::string_view explainMessageType(MessageType type) { return wordsOf(type).explanation; }
 
-std::string_view evalStatusName(EvalStatus status) {
-  return rowOf(kEvalStatuses, kUnknownEvalStatus, status).name;
-}
+std::string_view evalStatusName(EvalStatus status) { return wordsOf(status).name; }
 
-std::string_view explainEvalStatus(EvalStatus status) {
-  return rowOf(kEvalStatuses, kUnknownEvalStatus, status).explanation;
-}
+std::string_view explainEvalStatus(EvalStatus status) { return wordsOf(status).explanation; }
 
 std::string_view exitCodeName(std::uint32_t code) {
-  return rowOf(kExitCodes, kUnknownExitCode, static_cast<ExitCode>(code)).name;
+  return wordsOf(static_cast<ExitCode>(code)).name;
 }
 
 std::string_view explainExitCode(std::uint32_t code) {
-  return rowOf(kExitCodes, kUnknownExitCode, static_cast<ExitCode>(code)).explanation;
+  return wordsOf(static_cast<ExitCode>(code)).explanation;
 }
 
-std::string_view faultName(Fault::Kind kind) { return rowOf(kFaults, kUnknownFault, kind).name; }
+std::string_view faultName(Fault::Kind kind) { return wordsOf(kind).name; }
 
-std::string_view explainFault(Fault::Kind kind) {
-  return rowOf(kFaults, kUnknownFault, kind).explanation;
-}
+std::string_view explainFault(Fault::Kind kind) { return wordsOf(kind).explanation; }
 
 std::string describeExit(const WorkerExit& exit) {
   const std::string code = std::to_string(exit.code);

@@ -1,6 +1,7 @@
 #include "lisp/builtin.h"
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -19,6 +20,8 @@ constexpr std::array<std::pair<std::string_view, Operation>, 10> kSpecialForms =
     {"NOT", Operation::Not},
     {"NULL", Operation::Null},
 }};
+static_assert(kSpecialForms.size() == static_cast<std::size_t>(Operation::UserFunction),
+              "each operation before UserFunction is a special form and has a name");
 
 // The names of special forms and builtins keep their records for good: the reference that interning
 // gives is never given back.

@@ -79,11 +79,11 @@ TEST(LanguageDocument, ShowsEveryBuiltin) {
   }
 }
 
-// The names of the special forms. Their table is the evaluator's own; each operation up to
-// Operation::Null is one, so a name for each of these is a name for all.
+// The names of the special forms. Their table is the evaluator's own; each operation before
+// Operation::UserFunction is one, so a name for each of these is a name for all.
 constexpr std::string_view kSpecialForms[] = {"QUOTE", "SETQ", "IF", "PROGN", "WHILE",
                                               "DEFUN", "AND",  "OR", "NOT",   "NULL"};
-static_assert(std::size(kSpecialForms) == static_cast<std::size_t>(lisp::Operation::Null) + 1);
+static_assert(std::size(kSpecialForms) == static_cast<std::size_t>(lisp::Operation::UserFunction));
 
 TEST(LanguageDocument, ShowsEverySpecialForm) {
   lisp::installBuiltins({});

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "explain/reference.h"
 #include "testing/formats/document_examples.h"
 #include "testing/formats/program_file.h"
 #include "testing/reference/literal_worker.h"
@@ -75,6 +76,17 @@ TEST(Programs, GiveTheirAnswersInTheLiteralImplementation) {
     LiteralWorker worker;
     EXPECT_THAT(runProgramFile(load(name), worker), IsEmpty());
     EXPECT_FALSE(worker.abandoned());
+  }
+}
+
+// So that the literal implementation has each special form and builtin, too.
+TEST(Programs, CallEverythingThatTheReferenceTellsOf) {
+  std::string text;
+  for (const std::string& name : programFiles()) text += readSource(programsDirectory() / name);
+  for (const explain::Entry& entry : explain::entries()) {
+    const std::string call = "(" + std::string(entry.name);
+    EXPECT_TRUE(text.find(call + " ") != text.npos || text.find(call + ")") != text.npos)
+        << entry.name;
   }
 }
 
