@@ -35,10 +35,10 @@ using testing::Not;
 using testing::UnorderedElementsAreArray;
 
 constexpr std::string_view kDocuments[] = {
-    "README.md",          "CHANGELOG.md",         "NOTICES.md",         "SECURITY.md",
-    "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",   "docs/PROTOCOL.md",
-    "docs/SESSIONS.md",   "docs/EMBEDDING.md",    "docs/GUARANTEES.md", "docs/TUTORIAL.md",
-    "docs/PERFORMANCE.md"};
+    "CONTRIBUTING.md",  "README.md",          "CHANGELOG.md",         "NOTICES.md",
+    "SECURITY.md",      "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
+    "docs/PROTOCOL.md", "docs/SESSIONS.md",   "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
+    "docs/TUTORIAL.md", "docs/PERFORMANCE.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
@@ -138,12 +138,29 @@ bool isWordOf(std::string_view text, std::string_view word) {
   return false;
 }
 
+TEST(ContributingDocument, NamesTestsThatExist) {
+  static const std::regex kTest("([A-Z]\\w+)\\.([A-Z]\\w+)");
+  std::string tests;
+  for (const fs::path& file : allFiles()) {
+    if (isTest(file)) tests += readSource(file);
+  }
+  std::size_t count = 0;
+  for (const std::string& span : codeSpans(proseOf("CONTRIBUTING.md"))) {
+    std::smatch name;
+    if (!std::regex_match(span, name, kTest)) continue;
+    EXPECT_THAT(tests, HasSubstr("(" + name[1].str() + ", " + name[2].str() + ")"));
+    ++count;
+  }
+  EXPECT_GT(count, 10u);
+}
+
 TEST(ArchitectureDocument, NamesCodeThatExists) {
   static const std::regex kName("(?:\\w+::)*([A-Za-z_]\\w+)");
   // The steps of `./dev check` are names, too.
   const std::string sources = allSources() + readSource("cmake/checks/CMakeLists.txt");
   std::size_t count = 0;
-  for (const std::string& span : codeSpans(proseOf("docs/ARCHITECTURE.md"))) {
+  for (const std::string& span :
+       codeSpans(proseOf("docs/ARCHITECTURE.md") + proseOf("CONTRIBUTING.md"))) {
     std::smatch name;
     if (!std::regex_match(span, name, kName)) continue;
     EXPECT_TRUE(isWordOf(sources, name[1].str())) << span;
