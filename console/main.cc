@@ -14,6 +14,7 @@
 
 #include "client/names.h"
 #include "client/process.h"
+#include "client/version.h"
 #include "client/worker_client.h"
 #include "console/command_line.h"
 #include "console/display.h"
@@ -252,7 +253,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
     return ExitCode::AllAsExpected;
   }
   if (line->version) {
-    std::cout << "lisp_console " LISP_VERSION "\n";
+    std::cout << "lisp_console " << client::libraryVersion() << "\n";
     return ExitCode::AllAsExpected;
   }
   const auto inputs = readInputs(*line, error);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "client/process.h"
+#include "client/version.h"
 #include "client/worker.h"
 #include "session/command_line.h"
 #include "session/explain.h"
@@ -199,7 +200,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
       std::cout << kUsage;
       return ExitCode::Done;
     case Command::Version:
-      std::cout << "lisp_session " LISP_VERSION "\n";
+      std::cout << "lisp_session " << client::libraryVersion() << "\n";
       return ExitCode::Done;
     case Command::Show:
       return show(*line);
