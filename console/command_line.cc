@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "console/commands.h"
+#include "console/entity.h"
 #include "explain/evaluation.h"
 
 namespace console {
@@ -66,7 +67,7 @@ std::string notes() {
 
 // The parser, with every option tied to a field of `line`.
 void defineOptions(CLI::App& app, CommandLine& line) {
-  app.set_help_flag("-h,--help", "This text");
+  app.set_help_flag("-h,--help", "This text; --help entities: the groups of entities");
   app.add_flag("--version", line.version, "The version of this program");
   app.name("\nWhat it takes:");
   app.add_option("PROGRAM", line.program_paths, "Files in the dialect");
@@ -145,6 +146,10 @@ std::string usage() {
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
 }
 
+std::string usage(std::string_view topic) {
+  return topic == "entities" ? entityReference() : usage();
+}
+
 std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> arguments,
                                             const std::string& default_worker, std::string& error) {
   CommandLine line;
@@ -158,6 +163,12 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   };
   line.help = asks_for("--help") || asks_for("-h");
   line.version = asks_for("--version");
+  if (line.help) {
+    const auto topic = std::find_if(reversed.begin(), options_end, [](const std::string& argument) {
+      return !argument.starts_with("-");
+    });
+    if (topic != options_end) line.help_topic = *topic;
+  }
   if (line.help || line.version) return line;
   std::reverse(reversed.begin(), reversed.end());  // As the parser takes them.
   CLI::App app;

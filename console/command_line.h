@@ -13,9 +13,10 @@
 namespace console {
 
 struct CommandLine {
-  bool help = false;     // Nothing else counts then.
-  bool version = false;  // Nothing else counts then, except help.
-  bool check = false;    // Look at the programs without running them.
+  bool help = false;       // Nothing else counts then.
+  std::string help_topic;  // Behind --help; empty for everything.
+  bool version = false;    // Nothing else counts then, except help.
+  bool check = false;      // Look at the programs without running them.
   std::string worker_path;
   std::vector<std::string> program_paths;  // In the order given; none for the prompt.
   std::vector<std::string> library_paths;
@@ -36,6 +37,9 @@ struct CommandLine {
 
 // What --help prints.
 [[nodiscard]] std::string usage();
+
+// What --help prints of this topic: entities. All of it for any other.
+[[nodiscard]] std::string usage(std::string_view topic);
 
 // Reads the arguments after the program's own name. `default_worker` is the worker where none is
 // named. Empty when they make no sense, with the reason in `error`.

@@ -494,6 +494,11 @@ std::vector<std::string_view> commandSummaries() {
   return summaries;
 }
 
+bool isCommand(std::string_view name) {
+  return std::any_of(kCommands.begin(), kCommands.end(),
+                     [name](const Command& command) { return command.name == name; });
+}
+
 CommandResult runCommand(Drawing& drawing, const DatumList& arguments) {
   CommandInput input(arguments);
   input.setCommand("COMMAND");

@@ -17,6 +17,9 @@ namespace console {
 // One line for each command: its name and inputs, for a person.
 [[nodiscard]] std::vector<std::string_view> commandSummaries();
 
+// Whether there is a command of this name, in capitals.
+[[nodiscard]] bool isCommand(std::string_view name);
+
 struct CommandResult {
   std::string text;       // What was done, or why something was not, for a person.
   bool is_whole = false;  // Everything was.

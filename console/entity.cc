@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <optional>
 #include <utility>
 
 #include "client/answer_text.h"
 #include "client/number_text.h"
+#include "console/shape.h"
 
 namespace console {
 
@@ -47,6 +49,61 @@ const TypeRule* findTypeRule(std::string_view type) {
   const auto rule = std::find_if(kTypeRules.begin(), kTypeRules.end(),
                                  [type](const TypeRule& r) { return r.type == type; });
   return rule == kTypeRules.end() ? nullptr : &*rule;
+}
+
+// A group that changes how an entity looks, and that is not drawn.
+struct UndrawnGroup {
+  int code;
+  std::string_view type;      // Empty for every type.
+  std::string_view harmless;  // The values without effect, as text; several between blanks.
+  std::string_view what;
+};
+
+constexpr std::array<UndrawnGroup, 13> kUndrawnGroups = {{
+    {6, "", "\"BYLAYER\" \"CONTINUOUS\"", "line types are not drawn"},
+    {39, "", "0", "a thickness is not drawn"},
+    {48, "", "1", "a scale of line types is not drawn"},
+    {210, "", "(0 0 1)", "only entities in the x y plane are drawn"},
+    {370, "", "-1 -2 -3", "line weights are not drawn"},
+    {40, "POLYLINE", "0", "widths are not drawn"},
+    {41, "POLYLINE", "0", "widths are not drawn"},
+    {43, "POLYLINE", "0", "widths are not drawn"},
+    {42, "POLYLINE", "0", "arcs inside a polyline are not drawn: add entities of type ARC"},
+    {41, "TEXT", "1", "letters of another width are not drawn"},
+    {51, "TEXT", "0", "slanted letters are not drawn"},
+    {71, "TEXT", "0", "mirrored texts are not drawn"},
+    {73, "TEXT", "0", "texts stand on their points only"},
+}};
+
+bool isHarmless(std::string_view harmless, const Datum& value) {
+  const auto text = client::printDatum(value);
+  for (std::size_t at = harmless.find(text); at != std::string_view::npos;
+       at = harmless.find(text, at + 1)) {
+    const std::size_t end = at + text.size();
+    if ((at == 0 || harmless[at - 1] == ' ') && (end == harmless.size() || harmless[end] == ' ')) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Why a group cannot be drawn as it says; empty when it can, or has no effect.
+std::string whyUndrawn(std::string_view type, double code, const Datum& value) {
+  for (const UndrawnGroup& group : kUndrawnGroups) {
+    const bool is_meant = group.code == code && (group.type.empty() || group.type == type);
+    if (!is_meant || isHarmless(group.harmless, value)) continue;
+    return "group " + std::to_string(group.code) + ": " + std::string(group.what);
+  }
+  // Angles of programs that count on may be a turn too large, but not many.
+  constexpr double kAngleMax = 4 * kPi;
+  const bool is_angle = (type == "ARC" && (code == kStartAngleGroup || code == kEndAngleGroup)) ||
+                        (type == "TEXT" && code == kStartAngleGroup);
+  const auto angle = is_angle ? asNumber(value) : std::nullopt;
+  if (!angle || std::fabs(*angle) <= kAngleMax) return "";
+  return "group " + std::to_string(static_cast<int>(code)) + " is in radians, and " +
+         client::printNumber(*angle) + " is more than two turns; " + client::printNumber(*angle) +
+         " degrees are " + client::printNumber(std::round(*angle / 180 * kPi * 1e6) / 1e6) +
+         " radians";
 }
 
 bool isWholeFrom(int lowest, int highest, const Datum& value) {
@@ -183,9 +240,91 @@ std::string whyNoEntity(const Datum& datum) {
   if (type == "POLYLINE" && findPoints(*groups, kPointGroup).size() < 2) {
     return "POLYLINE needs two groups 10, through";
   }
+  for (const Datum& group : *groups) {
+    std::string reason = whyUndrawn(type, *groupCode(group), asList(group)->back());
+    if (!reason.empty()) return reason;
+  }
   // ENTGET must be able to hand everything back.
   const char* const unwritable = client::whyUnwritable(datum);
   return unwritable == nullptr ? "" : unwritable;
+}
+
+namespace {
+
+struct GroupHelp {
+  std::string_view type;  // Empty for every type.
+  std::string_view code;
+  std::string_view meaning;
+  std::string_view otherwise;  // Without such a group.
+};
+
+constexpr std::array<GroupHelp, 19> kGroupHelp = {{
+    {"", "0", "the type, a text", "needed"},
+    {"", "8", "the layer, a text that is not empty", "the current layer"},
+    {"", "62", "the colour, 1 to 255, or 256 for the layer's", "256"},
+    {"POINT", "10", "where it is, a point", "needed"},
+    {"LINE", "10", "where it begins, a point", "needed"},
+    {"LINE", "11", "where it ends, a point", "needed"},
+    {"CIRCLE", "10", "the centre, a point", "needed"},
+    {"CIRCLE", "40", "the radius, above 0", "needed"},
+    {"ARC", "10", "the centre, a point", "needed"},
+    {"ARC", "40", "the radius, above 0", "needed"},
+    {"ARC", "50", "where it begins, in radians from the x axis, against the clock", "needed"},
+    {"ARC", "51", "where it ends, in radians, against the clock from its beginning", "needed"},
+    {"POLYLINE", "10", "a vertex, a point; two of these groups or more, in their order", "needed"},
+    {"POLYLINE", "70", "1 when it is closed", "0, open"},
+    {"TEXT", "10", "where it stands, a point", "needed"},
+    {"TEXT", "40", "the height of its capitals, above 0", "needed"},
+    {"TEXT", "1", "the text", "needed"},
+    {"TEXT", "50", "its direction, in radians, against the clock", "0, to the right"},
+    {"TEXT", "72", "it begins at its point (0), is centred on it (1) or ends there (2)", "0"},
+}};
+
+constexpr std::string_view kCommonHelp =
+    "A group is a list of a code and a value: (40 3). A point is a list of two or three numbers "
+    "of\n"
+    "its own: (10 (5 5 0)). Lengths are in the units of the drawing, angles in radians; only the\n"
+    "inputs of COMMAND are in degrees. ENTGET adds the group -1, the handle, a text such as "
+    "\"E7\";\n"
+    "ENTMOD finds the entity by it and changes the groups that are named.\n";
+
+std::string groupLines(std::string_view type) {
+  constexpr std::size_t kCodeWidth = 5;
+  constexpr std::size_t kMeaningWidth = 72;
+  std::string text;
+  for (const GroupHelp& group : kGroupHelp) {
+    if (group.type != type || group.code.empty()) continue;
+    std::string line = "  " + std::string(group.code);
+    line.resize(2 + kCodeWidth, ' ');
+    line += group.meaning;
+    line.resize(std::max(line.size() + 2, 2 + kCodeWidth + kMeaningWidth), ' ');
+    text += line + std::string(group.otherwise) + "\n";
+  }
+  for (const UndrawnGroup& group : kUndrawnGroups) {
+    if (group.type != type) continue;
+    std::string line = "  " + std::to_string(group.code);
+    line.resize(2 + kCodeWidth, ' ');
+    text += line + "refused, except " + std::string(group.harmless) + ": " +
+            std::string(group.what) + "\n";
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string typeReference(std::string_view type) {
+  if (findTypeRule(type) == nullptr) return "";
+  return std::string(type) + ", an entity, by its groups:\n" + groupLines(type) +
+         "and as every entity:\n" + groupLines("");
+}
+
+std::string entityReference() {
+  std::string text(kCommonHelp);
+  text += "\nEvery entity\n" + groupLines("");
+  for (const TypeRule& rule : kTypeRules) {
+    text += "\n" + std::string(rule.type) + "\n" + groupLines(rule.type);
+  }
+  return text;
 }
 
 std::string describeEntity(const Entity& entity) {

@@ -14,8 +14,9 @@
 //   70  1 for a closed polyline        72  a text begins at its point (0, or no such group), is
 //                                          centred on it (1) or ends there (2)
 //
-// A polyline has a group 10 for each of its two or more vertices. Groups with other codes are kept
-// and not looked at.
+// A polyline has a group 10 for each of its two or more vertices. Groups that would change how an
+// entity looks, and that the console does not draw, are refused unless they have no effect. Groups
+// with other codes are kept and not looked at. docs/ENTITIES.md has all of this for users.
 
 #ifndef CONSOLE_ENTITY_H_
 #define CONSOLE_ENTITY_H_
@@ -82,6 +83,12 @@ struct Entity {
 
 // Why `datum` cannot be the groups of an entity, for a person; empty when it can.
 [[nodiscard]] std::string whyNoEntity(const client::Datum& datum);
+
+// What groups an entity of this type has, with their units and defaults; empty for no type.
+[[nodiscard]] std::string typeReference(std::string_view type);
+
+// The same for all types, and what holds for all of them.
+[[nodiscard]] std::string entityReference();
 
 // One line for a person: "E1 CIRCLE on layer HOLES: centre (5 5 0), radius 3", with numbers
 // rounded to a millionth.

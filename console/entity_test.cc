@@ -1,8 +1,10 @@
 #include "console/entity.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "client/answer_text.h"
+#include "testing/formats/document_examples.h"
 
 namespace console {
 namespace {
@@ -107,6 +109,42 @@ TEST(DescribeEntity, IsALineForAPerson) {
        R"(E1 TEXT on layer A: at (1e+300 0), height 2, text "3/4\" pipe")"},
   };
   for (const Row& row : rows) EXPECT_EQ(describeEntity({"E1", groupsOf(row.groups)}), row.line);
+}
+
+// What is not drawn as it says is refused, and so are angles in degrees.
+TEST(WhyNoEntity, RefusesWhatWouldBeDrawnWrongly) {
+  struct Row {
+    const char* groups;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {R"(((0 "POLYLINE") (10 (0 0)) (42 1) (10 (5 0))))",
+       "group 42: arcs inside a polyline are not drawn: add entities of type ARC"},
+      {R"(((0 "POLYLINE") (10 (0 0)) (42 0) (10 (5 0)) (43 0)))", ""},
+      {R"(((0 "POLYLINE") (10 (0 0)) (10 (5 0)) (43 0.5)))", "group 43: widths are not drawn"},
+      {R"(((0 "POINT") (10 (0 0)) (6 "DASHED")))", "group 6: line types are not drawn"},
+      {R"(((0 "POINT") (10 (0 0)) (6 "BYLAYER") (39 0) (210 (0 0 1)) (370 -1)))", ""},
+      {R"(((0 "POINT") (10 (0 0)) (210 (1 0 0))))",
+       "group 210: only entities in the x y plane are drawn"},
+      {R"(((0 "TEXT") (10 (0 0)) (40 1) (1 "x") (51 0.2)))",
+       "group 51: slanted letters are not drawn"},
+      {R"(((0 "ARC") (10 (0 0)) (40 1) (50 0) (51 90)))",
+       "group 51 is in radians, and 90 is more than two turns; 90 degrees are 1.570796 radians"},
+      {R"(((0 "ARC") (10 (0 0)) (40 1) (50 -7) (51 12.5)))", ""},
+      {R"(((0 "TEXT") (10 (0 0)) (40 1) (1 "x") (50 45)))",
+       "group 50 is in radians, and 45 is more than two turns; 45 degrees are 0.785398 radians"},
+      {R"(((0 "POINT") (10 (0 0)) (999 "kept") (42 5)))", ""},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(whyNoEntity(*client::readDatum(row.groups, nullptr)), row.reason) << row.groups;
+  }
+}
+
+TEST(EntityReference, StandsInTheDocuments) {
+  EXPECT_THAT(testing_support::readSource("docs/ENTITIES.md"),
+              testing::HasSubstr("```text\n" + entityReference() + "```\n"));
+  EXPECT_THAT(typeReference("ARC"), testing::HasSubstr("  50   where it begins, in radians"));
+  EXPECT_EQ(typeReference("SPHERE"), "");
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "client/process.h"
 #include "client/version.h"
 #include "client/worker_client.h"
+#include "console/check_calls.h"
 #include "console/command_line.h"
 #include "console/display.h"
 #include "console/explainer.h"
@@ -194,30 +195,58 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   return some_refused ? ExitCode::SomeRefused : exit_code;
 }
 
-// A program and the libraries that it loads, in the order in which they run.
-void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& texts) {
-  for (const Program& library : program.libraries) appendTexts(library, texts);
+// Counts and prints what the checks find.
+class CheckReport {
+ public:
+  void add(std::vector<explain::Finding> findings) {
+    std::stable_sort(
+        findings.begin(), findings.end(),
+        [](const explain::Finding& a, const explain::Finding& b) { return a.begin < b.begin; });
+    for (const explain::Finding& finding : findings) {
+      ++(finding.severity == explain::Severity::Error ? error_count_ : warning_count_);
+      std::cout << explain::describe(finding);
+    }
+    if (findings.size() >= explain::kFindingCountMax) {
+      std::cout << "... of more than " << explain::kFindingCountMax << " these are the first\n";
+    }
+  }
+
+  ExitCode finish(std::size_t program_count) const {
+    std::cout << program_count << (program_count == 1 ? " program, " : " programs, ")
+              << error_count_ << (error_count_ == 1 ? " error, " : " errors, ") << warning_count_
+              << (warning_count_ == 1 ? " warning\n" : " warnings\n");
+    return error_count_ == 0 ? ExitCode::AllAsExpected : ExitCode::SomeUnexpected;
+  }
+
+ private:
+  std::size_t error_count_ = 0;
+  std::size_t warning_count_ = 0;
+};
+
+// A program and the libraries that it loads, in the order in which they run. Of a library only
+// that it cannot be read is reported.
+void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& texts,
+                 CheckReport& report, bool is_library) {
+  for (const Program& library : program.libraries) appendTexts(library, texts, report, true);
   texts.push_back(explain::readProgram(program.name, program.text));
+  if (is_library && texts.back()->reading.fault) {
+    report.add(explain::check(texts, texts.size() - 1));
+  }
 }
 
 ExitCode checkPrograms(const Inputs& inputs) {
-  std::size_t error_count = 0;
-  std::size_t warning_count = 0;
+  CheckReport report;
   std::vector<explain::ProgramPointer> texts;
-  for (const Program& library : inputs.libraries) appendTexts(library, texts);
+  for (const Program& library : inputs.libraries) appendTexts(library, texts, report, true);
   for (const Program& program : inputs.programs) {
-    appendTexts(program, texts);
-    for (const explain::Finding& finding : explain::check(texts, texts.size() - 1)) {
-      const bool is_error = finding.severity == explain::Severity::Error;
-      ++(is_error ? error_count : warning_count);
-      std::cout << explain::describe(finding);
+    appendTexts(program, texts, report, false);
+    std::vector<explain::Finding> findings = explain::check(texts, texts.size() - 1);
+    for (explain::Finding& finding : checkCalls(texts.back())) {
+      findings.push_back(std::move(finding));
     }
+    report.add(std::move(findings));
   }
-  std::cout << inputs.programs.size()
-            << (inputs.programs.size() == 1 ? " program, " : " programs, ") << error_count
-            << (error_count == 1 ? " error, " : " errors, ") << warning_count
-            << (warning_count == 1 ? " warning\n" : " warnings\n");
-  return error_count == 0 ? ExitCode::AllAsExpected : ExitCode::SomeUnexpected;
+  return report.finish(inputs.programs.size());
 }
 
 ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
@@ -249,7 +278,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
   const auto line = parseCommandLine(arguments, workerBeside(), error);
   if (!line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
   if (line->help) {
-    std::cout << usage();
+    std::cout << usage(line->help_topic);
     return ExitCode::AllAsExpected;
   }
   if (line->version) {

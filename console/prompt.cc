@@ -272,12 +272,15 @@ void Prompt::showEntry(std::string_view name) const {
               << function->program->source.text().substr(form.begin, form.end - form.begin) << "\n";
     return;
   }
+  const std::string type = typeReference(wanted);
+  bool is_known = !type.empty();
   for (const std::string_view summary : commandSummaries()) {
-    if (summary.starts_with(wanted + " ")) {
-      std::cout << "a command, for (COMMAND \"" << wanted << "\" ...):\n  " << summary << "\n";
-      return;
-    }
+    if (!summary.starts_with(wanted + " ")) continue;
+    std::cout << "a command, for (COMMAND \"" << wanted << "\" ...):\n  " << summary << "\n";
+    is_known = true;
   }
+  std::cout << type;
+  if (is_known) return;
   if (const explain::ForeignName* const foreign = explain::findForeignName(wanted)) {
     std::cout << wanted << " is not of this language: " << foreign->advice << "\n";
     return;

@@ -395,7 +395,9 @@ TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
   EXPECT_TRUE(shows("result: 4200")) << screen();
 
   // A run that goes on for long says so; Ctrl-C ends it and not the session.
-  enter("(SETQ N 0) (WHILE T (SETQ N (1+ N)) (COMMAND \"POINT\" (LIST N 0) \"\"))");
+  enter("(COMMAND \"POINT\" \"0,0\" \"\") (SETQ N 0)");
+  enter("(WHILE (< N 12) (COMMAND \"COPY\" \"ALL\" \"\" \"0,0\" \"1,0\") (SETQ N (1+ N)))");
+  enter("(WHILE T (COMMAND \"MOVE\" \"ALL\" \"\" \"0,0\" \"0,1\"))");
   ASSERT_TRUE(shows("host calls answered")) << screen();
   press("C-c");
   ASSERT_TRUE(shows("cancelled after")) << screen();

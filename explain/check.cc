@@ -1,6 +1,7 @@
 #include "explain/check.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <optional>
 #include <set>
@@ -43,6 +44,20 @@ std::optional<LispValue> constantOf(const Form& form) {
   return form.value;
 }
 
+// A SETQ of a name.
+struct Assignment {
+  const Form* target = nullptr;
+  const Form* value = nullptr;
+  std::size_t program_index = 0;
+  std::string function;  // That it stands in; empty at the top level.
+};
+
+// A builtin that always comes to a list that is not empty.
+bool makesList(const Form& form) {
+  const std::string_view name = form.operatorName();
+  return (name == "LIST" && form.items.size() > 1) || name == "CONS" || name == "POLAR";
+}
+
 class Checker {
  public:
   explicit Checker(std::span<const ProgramPointer> programs) : programs_(programs) {}
@@ -54,13 +69,25 @@ class Checker {
         collect(form, nullptr);
       }
     }
+    for (const auto& [name, definitions] : definitions_) {
+      for (const Definition& definition : definitions) {
+        definition_of_[definition.form] = &definition;
+        all_own_names_.insert(definition.own_names.begin(), definition.own_names.end());
+        for (const std::string& callee : definition.calls)
+          callers_of_[callee].push_back(&definition);
+      }
+    }
     for (program_index_ = first_shown; program_index_ < programs_.size(); ++program_index_) {
       program_ = programs_[program_index_];
       if (const auto& fault = program_->reading.fault) {
         findings_.push_back(
             {Severity::Error, program_, fault->begin, fault->end, fault->message, fault->hint});
       }
-      for (const Form& form : program_->reading.forms) look(form, 1, nullptr);
+      for (const Form& form : program_->reading.forms) {
+        outermost_ = &form;
+        look(form, 1, nullptr);
+      }
+      lookAtNames();
     }
     return std::move(findings_);
   }
@@ -69,7 +96,7 @@ class Checker {
   // --- What is defined, assigned and called anywhere --------------------------------------------
 
   void collect(const Form& form, Definition* inside) {
-    if (form.isSymbol() && inside != nullptr) inside->reads.emplace(form.name());
+    if (form.isSymbol()) (inside != nullptr ? inside->reads : top_reads_).emplace(form.name());
     if (!form.isList() || form.items.empty() || isQuote(form)) return;
     const std::string name(form.operatorName());
     if (name == "DEFUN" && form.items.size() >= 4 && form.items[1].isSymbol() &&
@@ -80,6 +107,12 @@ class Checker {
     if (inside != nullptr) inside->calls.insert(name);
     for (std::size_t n = 1; n < form.items.size(); ++n) {
       const bool is_target = name == "SETQ" && n % 2 == 1;
+      if (is_target && n + 1 < form.items.size() && form.items[n].isSymbol()) {
+        const std::string function =
+            inside == nullptr ? "" : std::string(inside->form->items[1].name());
+        assignments_[std::string(form.items[n].name())].push_back(
+            {&form.items[n], &form.items[n + 1], program_index_, function});
+      }
       if (!is_target) {
         collect(form.items[n], inside);
       } else if (inside == nullptr || !inside->own_names.contains(form.items[n].name())) {
@@ -109,6 +142,7 @@ class Checker {
   // --- Findings ---------------------------------------------------------------------------------
 
   void report(Severity severity, const Form& at, std::string message, std::string advice) {
+    if (findings_.size() >= kFindingCountMax) return;
     findings_.push_back(
         {severity, program_, at.begin, at.end, std::move(message), std::move(advice)});
   }
@@ -120,6 +154,7 @@ class Checker {
   // A form that is evaluated at `depth`, in the function `inside` or at the top level.
   void look(const Form& form, std::uint32_t depth, const Definition* inside) {
     constexpr std::uint32_t kDepthMax = 129;  // The outermost form has depth 1.
+    if (findings_.size() >= kFindingCountMax) return;
     if (depth > kDepthMax) {
       error(form, "LISP evaluation depth exceeded", "this form stands inside more than 128 lists");
       return;
@@ -148,8 +183,9 @@ class Checker {
   // Whether a variable of that name may be local where the body of `inside` is evaluated: its own,
   // or a copy of one of a function that calls it.
   bool isLocal(const std::string& name, const Definition* inside) const {
-    return inside != nullptr && (inside->own_names.contains(name) ||
-                                 !callerWith(name, std::string(nameOf(*inside))).empty());
+    return inside != nullptr &&
+           (inside->own_names.contains(name) ||
+            !callerWith(name, std::string(nameOf(*inside))).empty() || work_ > kWorkMax);
   }
 
   void lookAtVariable(const Form& form, const Definition* inside) {
@@ -162,10 +198,18 @@ class Checker {
     std::string advice = "nothing that it sees assigns it: give it a value with SETQ, or quote it";
     if (definitions_.contains(name) || findEntry(name) != nullptr) {
       advice = name + " is a function: call it, as in (" + name + " ...)";
-    } else if (const auto near = similarNames(name, names); !near.empty()) {
+    } else if (const auto near = namesNear(name, names); !near.empty()) {
       advice = "did you mean " + near.front() + "?";
     }
     error(form, "unbound symbol: " + name, advice);
+  }
+
+  // Comparing names is costly: not for all names of a text that has very many.
+  std::vector<std::string> namesNear(const std::string& name,
+                                     const std::vector<std::string>& names) {
+    constexpr std::size_t kComparisonsMax = 500'000;
+    compared_ += names.size();
+    return compared_ > kComparisonsMax ? std::vector<std::string>() : similarNames(name, names);
   }
 
   void lookAtUnknown(const Form& form) {
@@ -173,7 +217,7 @@ class Checker {
     std::vector<std::string> names;
     for (const Entry& entry : entries()) names.emplace_back(entry.name);
     for (const auto& [known, definition] : definitions_) names.push_back(known);
-    const auto near = similarNames(name, names);
+    const auto near = namesNear(name, names);
     std::string advice = near.empty()
                              ? "no program here defines it; --load names a library that does"
                              : "did you mean " + near.front() + "?";
@@ -189,7 +233,7 @@ class Checker {
   const Definition* definitionAt(const Form& call, const std::vector<Definition>& definitions) {
     const Definition* latest = nullptr;
     for (const Definition& definition : definitions) {
-      if (!definition.is_outermost) return nullptr;
+      if (!definition.is_outermost || ++work_ > kWorkMax) return nullptr;
       const bool is_earlier = definition.position < Position{program_index_, call.begin};
       if (is_earlier && (latest == nullptr || latest->position < definition.position)) {
         latest = &definition;
@@ -198,8 +242,24 @@ class Checker {
     return latest;
   }
 
+  // Whether all of them come after the whole form of the text that is being looked at.
+  bool isDefinedOnlyLater(const std::vector<Definition>& definitions) {
+    const Position end{program_index_, outermost_->end};
+    return std::all_of(definitions.begin(), definitions.end(), [&](const Definition& definition) {
+      return ++work_ <= kWorkMax && !(definition.position < end);
+    });
+  }
+
   void lookAtOwnCall(const Form& form, const std::vector<Definition>& definitions,
                      const Definition* inside) {
+    if (inside == nullptr && isDefinedOnlyLater(definitions) && form.entry == nullptr) {
+      const auto& later = definitions.front();
+      const Place place = programs_[later.position.first]->source.placeOf(later.position.second);
+      error(form.items.front(), "unsupported LISP function: " + std::string(form.operatorName()),
+            "it is defined only later, in line " + std::to_string(place.line) +
+                ": move the definition up");
+      return;
+    }
     const std::size_t count = form.items.size() - 1;
     const Definition* const known = inside == nullptr ? definitionAt(form, definitions) : nullptr;
     const auto fits = [count](const Definition& d) { return d.parameters.size() == count; };
@@ -245,9 +305,11 @@ class Checker {
       pending.pop_back();
       if (found == definitions_.end()) continue;
       for (const Definition& definition : found->second) {
+        if (++work_ > kWorkMax) return false;
         if (definition.own_names.contains(variable)) continue;
         if (definition.reads.contains(variable)) return true;
         for (const std::string& callee : definition.calls) {
+          if (++work_ > kWorkMax) return false;
           if (reached.insert(callee).second) pending.push_back(callee);
         }
       }
@@ -269,14 +331,48 @@ class Checker {
       return;
     }
     lookAtConstants(form);
+    if (entry.name == "POLAR") lookAtAngle(form.items[2]);
+    if (entry.name == "SSNAME" && form.items[1].operatorName() == "SSGET") {
+      report(Severity::Warning, form.items[1], "SSGET answers nil when it finds nothing",
+             "keep its answer in a variable, and ask with IF whether there is one");
+    }
+  }
+
+  // The value of a form, or one of its kind: a constant, a new list where a number is needed, a
+  // variable that only one assignment gives a constant to.
+  std::optional<LispValue> knownValueOf(const Form& form, Kind wanted) const {
+    if (makesList(form)) {
+      if (wanted != Kind::Number) return std::nullopt;
+      return lisp::list({lisp::number(1), lisp::number(2)});
+    }
+    if (!form.isSymbol() || form.name() == "T") return constantOf(form);
+    const auto found = assignments_.find(form.name());
+    if (found == assignments_.end() || found->second.size() != 1) return std::nullopt;
+    const Assignment& only = found->second.front();
+    if (!only.function.empty() || all_own_names_.contains(form.name())) return std::nullopt;
+    const auto value = constantOf(*only.value);
+    const bool is_nil = !value || value->kind() == lisp::ValueKind::Nil;
+    return is_nil || wanted != Kind::Number ? std::nullopt : value;
+  }
+
+  // An angle that is a round number of degrees; nobody means so many turns.
+  void lookAtAngle(const Form& angle) {
+    const auto value = constantOf(angle);
+    const auto degrees = value ? lisp::asNumber(*value) : std::nullopt;
+    if (!degrees || std::fabs(*degrees) < 10 || std::fmod(*degrees, 5) != 0) return;
+    report(Severity::Warning, angle, "angles are in radians",
+           "degrees are turned into radians by (* DEGREES 0.017453292519943295)");
   }
 
   // A constant of a wrong kind is tried in the builtin itself, which knows what it says then.
   void lookAtConstants(const Form& form) {
+    constexpr int kErrorCountMax = 10;  // Of one form.
     const Entry& entry = *form.entry;
-    for (std::size_t n = 0; n + 1 < form.items.size(); ++n) {
-      const auto constant = constantOf(form.items[n + 1]);
+    int error_count = 0;
+    for (std::size_t n = 0; n + 1 < form.items.size() && error_count < kErrorCountMax; ++n) {
+      const auto constant = knownValueOf(form.items[n + 1], entry.kindAt(n));
       if (!constant || fits(entry.kindAt(n), *constant)) continue;
+      ++error_count;
       std::vector<LispValue> arguments;
       for (std::size_t i = 0; i + 1 < form.items.size(); ++i) {
         arguments.push_back(i == n ? *constant : valueOf(entry.kindAt(i)));
@@ -300,7 +396,10 @@ class Checker {
     }
     if (name == "QUOTE") return;
     if (name == "SETQ") return lookAtAssignments(form, depth, inside);
-    if (name == "WHILE") lookAtCondition(form);
+    if (name == "WHILE") {
+      lookAtCondition(form);
+      lookAtLoop(form);
+    }
     for (std::size_t n = 1; n < form.items.size(); ++n) look(form.items[n], depth + 1, inside);
   }
 
@@ -310,6 +409,80 @@ class Checker {
     if (name == "CDR" || name == "LIST" || name == "CONS") {
       report(Severity::Warning, condition, "this condition is a list, and a list is never nil",
              "an empty list is true: ask for (> (LENGTH ...) 0)");
+    }
+  }
+
+  // Whether the form is made of names, constants and builtins, and which names those are.
+  static bool isFixed(const Form& form, Names& names) {
+    if (form.isSymbol()) {
+      if (form.name() != "T") names.emplace(form.name());
+      return true;
+    }
+    if (!form.isList() || isQuote(form) || form.items.empty()) return true;
+    const bool may_be = form.entry != nullptr && form.entry->group != Group::HostCall &&
+                        form.entry->name != "SETQ" && form.entry->name != "DEFUN";
+    return may_be && std::all_of(form.items.begin() + 1, form.items.end(),
+                                 [&names](const Form& item) { return isFixed(item, names); });
+  }
+
+  // Whether evaluating the form may assign one of the names, in a function that it calls at least.
+  bool mayAssign(const Form& form, const Names& names) const {
+    if (!form.isList() || form.items.empty() || isQuote(form)) return false;
+    if (form.entry == nullptr || definitions_.contains(form.operatorName())) return true;
+    for (std::size_t n = 1; n < form.items.size(); ++n) {
+      const bool is_target = form.operatorName() == "SETQ" && n % 2 == 1;
+      if (is_target ? names.contains(form.items[n].name()) : mayAssign(form.items[n], names)) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+  void lookAtLoop(const Form& form) {
+    Names names;
+    if (!isFixed(form.items[1], names) || names.empty()) return;
+    for (std::size_t n = 2; n < form.items.size(); ++n) {
+      if (mayAssign(form.items[n], names)) return;
+    }
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : " or ") + name;
+    report(Severity::Warning, form.items[1], "nothing in this loop changes " + text,
+           "it runs never, or until the step limit ends the program");
+  }
+
+  // --- Names ------------------------------------------------------------------------------------
+
+  // Assignments whose value nobody asks for under a name that looks like another, and those of a
+  // function to a name that only it uses.
+  void lookAtNames() {
+    std::vector<std::string> used(top_reads_.begin(), top_reads_.end());
+    std::map<std::string, Names, std::less<>> readers;
+    for (const auto& [form, definition] : definition_of_) {
+      for (const std::string& name : definition->reads) {
+        readers[name].insert(std::string(nameOf(*definition)));
+        used.push_back(name);
+      }
+    }
+    for (const auto& [name, assignments] : assignments_) {
+      const Assignment& first = assignments.front();
+      if (first.program_index != program_index_ || top_reads_.contains(name)) continue;
+      if (all_own_names_.contains(name) || ++work_ > kWorkMax) continue;
+      const auto reading = readers.find(name);
+      if (reading == readers.end()) {
+        const auto near = assignments.size() == 1 && name.size() > 2 ? namesNear(name, used)
+                                                                     : std::vector<std::string>();
+        if (near.empty() || assignments_.contains(near.front()) == false) continue;
+        report(Severity::Warning, *first.target, "nobody asks for " + name,
+               "did you mean " + near.front() + "?");
+      } else if (reading->second.size() == 1 &&
+                 std::all_of(assignments.begin(), assignments.end(), [&](const Assignment& each) {
+                   return each.function == *reading->second.begin();
+                 })) {
+        report(Severity::Warning, *first.target,
+               name + " stays when " + first.function + " returns",
+               "only " + first.function + " uses it: declare it as local, (DEFUN " +
+                   first.function + " (... / " + name + ") ...)");
+      }
     }
   }
 
@@ -348,12 +521,13 @@ class Checker {
     while (!pending.empty()) {
       const std::string callee = std::move(pending.back());
       pending.pop_back();
-      for (const auto& [name, definitions] : definitions_) {
-        for (const Definition& definition : definitions) {
-          if (!definition.calls.contains(callee)) continue;
-          if (definition.own_names.contains(variable) && name != function) return name;
-          if (reached.insert(name).second) pending.push_back(name);
-        }
+      const auto callers = callers_of_.find(callee);
+      if (callers == callers_of_.end()) continue;
+      for (const Definition* const definition : callers->second) {
+        if (++work_ > kWorkMax) return "";
+        const std::string name(nameOf(*definition));
+        if (definition->own_names.contains(variable) && name != function) return name;
+        if (reached.insert(name).second) pending.push_back(name);
       }
     }
     return "";
@@ -379,10 +553,8 @@ class Checker {
              is_form ? "a special form cannot be replaced" : "this replaces a builtin function",
              is_form ? "the function is never called" : "from here on, for every program");
     }
-    const auto& definitions = definitions_.find(items[1].name())->second;
-    const auto own = std::find_if(definitions.begin(), definitions.end(),
-                                  [&form](const Definition& d) { return d.form == &form; });
-    for (std::size_t n = 3; n < items.size(); ++n) look(items[n], 2, &*own);
+    const Definition* const own = definition_of_.at(&form);
+    for (std::size_t n = 3; n < items.size(); ++n) look(items[n], 2, own);
   }
 
   void lookAtParameters(const Form& form) {
@@ -401,6 +573,15 @@ class Checker {
   ProgramPointer program_;
   const Form* outermost_ = nullptr;  // The form of the text that is being collected from.
   std::map<std::string, std::vector<Definition>, std::less<>> definitions_;
+  std::map<const Form*, const Definition*> definition_of_;  // By their DEFUNs.
+  std::map<std::string, std::vector<const Definition*>, std::less<>> callers_of_;  // By callee.
+  std::map<std::string, std::vector<Assignment>, std::less<>> assignments_;        // By name.
+  std::size_t compared_ = 0;  // Names that have been compared with others.
+  Names all_own_names_;       // Parameters and locals of any function.
+  Names top_reads_;           // Names of variables that the top level asks for.
+  // What has been looked at in searches that could be quadratic, and where they are given up.
+  mutable std::size_t work_ = 0;
+  static constexpr std::size_t kWorkMax = 1'000'000;
   Names globals_;  // Names that some assignment may give to a global variable.
   std::vector<Finding> findings_;
 };

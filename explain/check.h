@@ -3,6 +3,7 @@
 #ifndef EXPLAIN_CHECK_H_
 #define EXPLAIN_CHECK_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -17,6 +18,8 @@ enum class Severity : std::uint8_t {
   Warning,  // It works, but perhaps not as its writer thinks.
 };
 
+inline constexpr std::size_t kFindingCountMax = 100;
+
 struct Finding {
   Severity severity = Severity::Error;
   ProgramPointer program;
@@ -30,8 +33,11 @@ struct Finding {
 // functions that nobody defines, calls with a wrong number of arguments, malformed special forms,
 // constants of a wrong kind, variables that nothing assigns where they are seen, forms nested too
 // deep; and, as warnings, assignments that reach a copy of a caller's variable, or come too late
-// for a callee's, loops whose condition is a list and so never nil. In the order of the texts; only
-// programs from `first_shown` on are reported.
+// for a callee's, loops whose condition is a list and so never nil or cannot change, angles in
+// degrees, selections that may be nil, names that are assigned and never read or only inside one
+// function. In the order of the texts; only programs from `first_shown` on are reported, and of
+// those at most kFindingCountMax findings. Functions that call each other too often to follow are
+// not searched for variables of their callers.
 [[nodiscard]] std::vector<Finding> check(std::span<const ProgramPointer> programs,
                                          std::size_t first_shown);
 

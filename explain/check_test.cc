@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,17 @@ TEST(Check, FindsNothingWhereNothingIsWrong) {
                                  "(IF T 1)",
                                  "()",
                                  "(LENGTH '())",
-                                 "(F 1) (DEFUN F (X) X)",
+                                 "(DEFUN G () (F 1)) (DEFUN F (X) X) (G)",
+                                 "(IF NIL (DEFUN F (X) X)) (F 1)",
+                                 "(WHILE T (DEFUN F (X) X) (F 1))",
+                                 "(SETQ X \"a\") (SETQ X 5) (+ X 1)",
+                                 "(SETQ X \"a\") (DEFUN F (X) (+ X 1)) (F 5)",
+                                 "(POLAR '(0 0) 6.2 5)",
+                                 "(SETQ N 0) (WHILE (< N 5) (SETQ N (1+ N)))",
+                                 "(SETQ N 0) (DEFUN UP () (SETQ N (1+ N))) (WHILE (< N 5) (UP))",
+                                 "(SETQ N 0) (WHILE (< N 5) (IF T (SETQ N (1+ N))))",
+                                 "(WHILE (GETPOINT) 1)",
+                                 "(DEFUN F (/ N) (SETQ N 5) N) (F)",
                                  "(POLAR '(1 2) 0 5)",
                                  "(EQ NIL \"x\")",
                                  "(/ 0 5)",
@@ -95,6 +106,10 @@ TEST(Check, FindsWhatCannotWork) {
       {"(DEFUN F (/ X) (SETQ X 1))\n(F)\nX", "3:1 error unbound symbol: X"},
       {"(DEFUN F (A) A)\n(DEFUN F (A B) A)\n(F 1)", "3:1 error wrong argument count for F"},
       {"(COND ((= 1 2) 5) (T 6))", "1:2 error unsupported LISP function: COND"},
+      {"(F 1)\n(DEFUN F (X) X)", "1:2 error unsupported LISP function: F"},
+      {"(+ 1 (LIST 2))", "1:6 error + expects numbers"},
+      {"(SETQ X \"a\")\n(+ X 1)", "2:4 error + expects numbers"},
+      {"(SETQ P '(1 2))\n(+ P 1)", "2:4 error + expects numbers"},
       {"(FOREACH P '(1 2) (LIST P))", "1:2 error unsupported LISP function: FOREACH"},
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
@@ -130,10 +145,48 @@ TEST(Check, WarnsOfWhatSurprises) {
       {"(DEFUN IF (X) X)", "1:8 warning a special form cannot be replaced"},
       {"(DEFUN CAR (X) X)", "1:8 warning this replaces a builtin function"},
       {"(CAR)", "1:1 warning CAR of 0 values"},
+      {"(SSNAME (SSGET \"X\") 0)", "1:9 warning SSGET answers nil when it finds nothing"},
+      {"(POLAR '(0 0) 90 5)", "1:15 warning angles are in radians"},
+      {"(SETQ N 0)\n(WHILE (< N 5) (LIST N))", "2:8 warning nothing in this loop changes N"},
+      {"(SETQ COUNT 5)\n(SETQ CUONT 6)\n(LIST COUNT)", "2:7 warning nobody asks for CUONT"},
+      {"(DEFUN F () (SETQ TEMP 5) (LIST TEMP))\n(F)", "1:19 warning TEMP stays when F returns"},
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
   // Its own name: nothing surprising.
   EXPECT_THAT(findingsIn({"(DEFUN F (/ X) (SETQ X 1)) (DEFUN G (X) (F) X)"}), IsEmpty());
+}
+
+// Texts that made the checker slow: long lists, many functions that call each other, many
+// definitions of one name, an error in every form. Each at most a second.
+TEST(Check, TakesLargeTexts) {
+  const auto repeated = [](std::size_t count, const auto& make) {
+    std::string text;
+    for (std::size_t n = 0; n < count; ++n) text += make(n);
+    return text;
+  };
+  const auto number = [](std::size_t n) { return std::to_string(n); };
+  const std::string texts[] = {
+      "(LIST " + repeated(150000, [](std::size_t) { return "1 "; }) + ")",
+      "(+ " + repeated(150000, [](std::size_t) { return "'A "; }) + ")",
+      "(LIST " + repeated(50000, [&](std::size_t n) { return "A" + number(n) + " "; }) + ")",
+      repeated(2000,
+               [&](std::size_t n) {
+                 return "(DEFUN F" + number(n) + " (A / L" + number(n) + ") (SETQ X" + number(n) +
+                        " A) (F" + number((n * 7 + 1) % 2000) + " Y) (F" +
+                        number((n * 13 + 5) % 2000) + " (SETQ A 1)) (LIST Z" + number(n) + "))\n";
+               }),
+      repeated(20000, [](std::size_t) { return "(DEFUN F (A) A) (F 1)\n"; }),
+      repeated(20000, [&](std::size_t n) { return "(SETQ A" + number(n) + " 1)\n"; }),
+      repeated(100000, [](std::size_t) { return "(FOO 1)\n"; }),
+  };
+  for (const std::string& text : texts) {
+    const std::clock_t begin = std::clock();
+    EXPECT_LE(findingsIn({text}).size(), kFindingCountMax);
+    const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+#ifndef LISP_SANITIZE
+    EXPECT_LT(seconds, 1.0) << text.substr(0, 60);
+#endif
+  }
 }
 
 TEST(Check, KnowsWhatEarlierProgramsDefine) {

@@ -35,10 +35,10 @@ using testing::Not;
 using testing::UnorderedElementsAreArray;
 
 constexpr std::string_view kDocuments[] = {
-    "CONTRIBUTING.md",  "README.md",          "CHANGELOG.md",         "NOTICES.md",
-    "SECURITY.md",      "testing/README.md",  "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
-    "docs/PROTOCOL.md", "docs/SESSIONS.md",   "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
-    "docs/TUTORIAL.md", "docs/PERFORMANCE.md"};
+    "CONTRIBUTING.md",  "README.md",           "CHANGELOG.md",         "NOTICES.md",
+    "SECURITY.md",      "testing/README.md",   "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
+    "docs/PROTOCOL.md", "docs/SESSIONS.md",    "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
+    "docs/TUTORIAL.md", "docs/PERFORMANCE.md", "docs/ENTITIES.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
