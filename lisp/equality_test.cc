@@ -180,6 +180,7 @@ struct Forged {
   LispValue b;
 };
 Forged forged(std::size_t length, const LispValue& last_a, const LispValue& last_b) {
+  comparisons_left = kComparisonsMax;  // As at the beginning of a request.
   std::vector<LispValue> elements(length, number(0));
   elements.back() = last_a;
   const LispValue a = list(elements);
@@ -202,6 +203,22 @@ TEST(ValuesEqual, IsDecidedByTheElementsAndNotByTheirHash) {
       EXPECT_FALSE(valuesEqual(b, a)) << length << ": " << last_a << ' ' << last_b;
     }
   }
+}
+
+// A request walks so many elements of lists of equal hash, and 32 of each pair besides.
+TEST(ValuesEqual, BelievesTheHashesOnceARequestHasWalkedEnough) {
+  const auto [a, b] = forged(1000, number(1), number(2));
+  const auto [short_a, short_b] = forged(20, number(1), number(2));
+  comparisons_left = 967;
+  EXPECT_TRUE(valuesEqual(a, b));
+  comparisons_left = 2000;
+  EXPECT_FALSE(valuesEqual(a, b));
+  EXPECT_LT(comparisons_left, 1100U);
+  comparisons_left = 0;
+  EXPECT_TRUE(valuesEqual(a, b));
+  EXPECT_FALSE(valuesEqual(short_a, short_b));
+  comparisons_left = kComparisonsMax;
+  EXPECT_FALSE(valuesEqual(a, b));
 }
 
 // What was taken for equal on the way to a difference, each in a list of its own.

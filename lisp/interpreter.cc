@@ -146,7 +146,7 @@ void Interpreter::commit(Environment& target) {
       binding.value = symbol->value;
     }
     if (symbol->function != nullptr) {
-      digestQuoted(runOf(symbol->function->form().raw()));
+      symbol->function->prepare();
       binding.function = symbol->function;
     }
     target.set(*symbol, binding);

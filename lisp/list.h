@@ -77,7 +77,7 @@ struct Run : Counted {
   [[nodiscard]] std::uint32_t formNumber() const {
     return static_cast<std::uint32_t>(front & ~kSearched) >> 2;
   }
-  // Whether digestQuoted (lisp/list_hash.h) has been here, of a run without a digest.
+  // Whether UserFunction::prepare has been here, of a run without a digest.
   [[nodiscard]] bool isSearched() const { return (front & kSearched) != 0; }
   void setSearched() { front |= kSearched; }
 

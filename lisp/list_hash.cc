@@ -33,35 +33,7 @@ void digestReady(Run& run) {
   countWork(count);
 }
 
-// True for a list that begins with QUOTE.
-bool isQuotation(const Run& form) {
-  const RawValue& first = form.slots()[0].raw();
-  return first.tag() == Tag::Symbol && symbolOf(first).base_operation == Operation::Quote;
-}
-
 }  // namespace
-
-void digestQuoted(Run& form) {
-  if (form.isSearched()) return;
-  PlainStack<Run*> waiting;
-  waiting.push(&form);
-  while (waiting.size() > 0) {
-    Run& run = *waiting.top();
-    waiting.truncate(waiting.size() - 1);
-    run.setSearched();
-    countWork(run.full_length);
-    const bool is_quotation = isQuotation(run);
-    for (std::uint32_t i = 0; i < run.full_length; ++i) {
-      const RawValue& item = run.slots()[i].raw();
-      if (!lacksDigest(item)) continue;
-      if (is_quotation) {
-        digest(runOf(item));
-      } else {
-        waiting.push(&runOf(item));
-      }
-    }
-  }
-}
 
 HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawHashPoint() << 3}; }
 

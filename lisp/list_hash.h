@@ -42,11 +42,6 @@ inline constexpr std::uint64_t kNanHash = 1;
 // Makes the digest of a run that has none, and of those that it leads to. Linear in their elements.
 void digest(Run& run);
 
-// Makes the digests of all that a form of the reader's quotes, at any depth: a function that stays
-// will hand these lists to programs that are not charged for them. Linear in the form, once for it
-// and every form inside it.
-void digestQuoted(Run& form);
-
 // True for a list that has no digest yet. The empty list needs none.
 [[nodiscard]] inline bool lacksDigest(const RawValue& value) {
   return value.tag() == Tag::List && value.length() != 0 && !runOf(value).hasDigest();

@@ -202,10 +202,12 @@ Result Interpreter::evaluateDefun(Run& items, std::uint32_t /*depth*/) {
       item[2].kind() != ValueKind::List) {
     return fail("defun syntax error");
   }
-  UserFunction* function = nullptr;
-  const auto kept = definitions_.find(&items);
-  if (kept != definitions_.end()) {
-    function = kept->second;
+  UserFunction* function = UserFunction::findPrepared(items);
+  if (function == nullptr) {
+    const auto kept = definitions_.find(&items);
+    if (kept != definitions_.end()) function = kept->second;
+  }
+  if (function != nullptr) {
     retainFunction(function);
   } else {
     countWork(item[2].raw().length());

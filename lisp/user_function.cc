@@ -1,10 +1,14 @@
 #include "lisp/user_function.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <utility>
 
 #include "lisp/list.h"
+#include "lisp/list_hash.h"
+#include "lisp/plain_stack.h"
+#include "lisp/work.h"
 
 namespace lisp {
 namespace {
@@ -19,9 +23,31 @@ std::span<const LispValue> elementsOf(const LispValue& list) {
 // Those that wait to be taken apart.
 constinit UserFunction* dead_functions = nullptr;
 
+// What a form begins with if that is a special form, which no program can define anew.
+Operation specialFormOf(const Run& form) {
+  const RawValue& first = form.slots()[0].raw();
+  return first.tag() == Tag::Symbol ? symbolOf(first).base_operation : Operation::Unknown;
+}
+
+std::uint64_t hashOf(const Run& form) {
+  return reinterpret_cast<std::uintptr_t>(&form) * 0x94d049bb133111eb >> 32;
+}
+
 bool isSeparator(const LispValue& name) { return &symbolOf(name.raw()) == kSlashSymbol; }
 
 }  // namespace
+
+bool isDefinition(const Run& items) {
+  const LispValue* const item = items.slots();
+  if (items.full_length <= kBodyIndex || item[1].kind() != ValueKind::Symbol ||
+      item[kParametersIndex].kind() != ValueKind::List) {
+    return false;
+  }
+  const std::span<const LispValue> names = elementsOf(item[kParametersIndex]);
+  countWork(names.size());
+  return std::all_of(names.begin(), names.end(),
+                     [](const LispValue& name) { return name.kind() == ValueKind::Symbol; });
+}
 
 UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
   const std::span<const LispValue> items = elementsOf(form_);
@@ -38,8 +64,68 @@ UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
   }
 }
 
+UserFunction::DefinitionTable& UserFunction::preparedFunctions() {
+  static auto& table = *new DefinitionTable;  // Never destroyed, like the table of names.
+  return table;
+}
+
+UserFunction* UserFunction::findPrepared(const Run& items) {
+  if (!items.isSearched()) return nullptr;
+  const Definition* definition = preparedFunctions().firstOf(hashOf(items));
+  while (definition != nullptr && definition->form != &items) definition = definition->next;
+  return definition == nullptr ? nullptr : definition->function;
+}
+
+void UserFunction::addInner(UserFunction* function) {
+  const Run& form = runOf(function->form_.raw());
+  inner_.push_back(
+      std::make_unique<Definition>(Definition{hashOf(form), nullptr, &form, function}));
+  preparedFunctions().insert(inner_.back().get());
+}
+
+void UserFunction::releaseLastInner() {
+  UserFunction* const function = inner_.back()->function;
+  preparedFunctions().remove(inner_.back().get());
+  inner_.pop_back();
+  releaseFunction(function);
+}
+
+void UserFunction::prepare() {
+  struct Waiting {
+    Run* form;
+    UserFunction* owner;  // The function that it is directly inside.
+  };
+  Run& whole = runOf(form_.raw());
+  if (whole.isSearched()) return;
+  PlainStack<Waiting> waiting;
+  waiting.push({&whole, this});
+  while (waiting.size() > 0) {
+    Run& form = *waiting.top().form;
+    UserFunction* owner = waiting.top().owner;
+    waiting.truncate(waiting.size() - 1);
+    form.setSearched();
+    countWork(form.full_length);
+    const Operation operation = specialFormOf(form);
+    if (operation == Operation::Defun && &form != &whole && isDefinition(form)) {
+      auto* const inner =
+          new UserFunction(LispValue::share(RawValue::ofList(form, form.full_length)));
+      owner->addInner(inner);
+      owner = inner;
+    }
+    for (std::uint32_t i = 0; i < form.full_length; ++i) {
+      const RawValue& item = form.slots()[i].raw();
+      if (!lacksDigest(item)) continue;
+      if (operation == Operation::Quote) {
+        digest(runOf(item));
+      } else {
+        waiting.push({&runOf(item), owner});
+      }
+    }
+  }
+}
+
 void retireFunction(UserFunction* function) {
-  if (!function->bindsLocalsLate()) {
+  if (!function->bindsLocalsLate() && function->inner_.empty()) {
     delete function;
     return;
   }
@@ -47,12 +133,17 @@ void retireFunction(UserFunction* function) {
   dead_functions = function;
 }
 
-void decomposeFunctions(std::size_t locals) {
-  while (locals > 0 && dead_functions != nullptr) {
+void decomposeFunctions(std::size_t count) {
+  while (count > 0 && dead_functions != nullptr) {
     UserFunction* const function = dead_functions;
-    const std::size_t forgotten = function->local_table_->forget(locals);
-    if (forgotten == locals) return;
-    locals -= forgotten;
+    for (; count > 0 && !function->inner_.empty(); --count) {
+      dead_functions = function->next_dead_;  // What it holds may come in front.
+      function->releaseLastInner();
+      function->next_dead_ = dead_functions;
+      dead_functions = function;
+    }
+    if (function->local_table_ != nullptr) count -= function->local_table_->forget(count);
+    if (count == 0) return;
     dead_functions = function->next_dead_;
     delete function;
   }

@@ -8,7 +8,9 @@
 #include <limits>
 #include <memory>
 #include <span>
+#include <vector>
 
+#include "lisp/growing_table.h"
 #include "lisp/local_table.h"
 #include "lisp/storage.h"
 #include "lisp/symbol.h"
@@ -32,7 +34,13 @@ class UserFunction : public Counted {
   static void* operator new(std::size_t size) { return storage::allocate(size); }
   static void operator delete(void* block, std::size_t size) { storage::deallocate(block, size); }
 
-  [[nodiscard]] const LispValue& form() const { return form_; }
+  // Prepares a function that stays for the programs that will call it and are not charged for its
+  // text: makes the functions that DEFUN forms inside it define, at any depth, and the digests of
+  // all lists that it quotes. Linear in the form, and nothing the second time.
+  void prepare();
+  // The function that was prepared for the DEFUN form `items`, or null.
+  [[nodiscard]] static UserFunction* findPrepared(const Run& items);
+
   // All of them symbols. Among the locals stand further "/", which declare nothing.
   [[nodiscard]] std::span<const LispValue> params() const { return params_; }
   [[nodiscard]] std::span<const LispValue> locals() const { return locals_; }
@@ -44,25 +52,42 @@ class UserFunction : public Counted {
   [[nodiscard]] const LocalTable& localTable() const { return *local_table_; }
 
  private:
+  // A prepared function, by its form.
+  struct Definition {
+    std::uint64_t hash;
+    Definition* next;
+    const Run* form;
+    UserFunction* function;  // Holds it.
+  };
+  using DefinitionTable = GrowingTable<Definition>;
+
   friend void retireFunction(UserFunction* function);
-  friend void decomposeFunctions(std::size_t locals);
+  friend void decomposeFunctions(std::size_t count);
+  static DefinitionTable& preparedFunctions();
+  void addInner(UserFunction* function);
+  void releaseLastInner();
 
   std::uint32_t plain_arity_ = 0;
   LispValue form_;
   std::span<const LispValue> params_;
   std::span<const LispValue> locals_;
   std::span<const LispValue> body_;
-  std::unique_ptr<LocalTable> local_table_;  // Null unless it binds its locals late.
+  std::unique_ptr<LocalTable> local_table_;         // Null unless it binds its locals late.
+  std::vector<std::unique_ptr<Definition>> inner_;  // Of the forms inside it, but not inside these.
   UserFunction* next_dead_ = nullptr;
 };
 
-// Destroys a function whose last reference has gone, or, when it has many locals, puts it to those
-// that wait to be taken apart.
+// Whether a form that begins with DEFUN defines a function: it has a name, a list of symbols, and
+// something to evaluate.
+[[nodiscard]] bool isDefinition(const Run& items);
+
+// Destroys a function whose last reference has gone, or, when it has many locals or functions
+// inside it, puts it to those that wait to be taken apart.
 void retireFunction(UserFunction* function);
 
-// Takes up to `locals` declarations of functions apart that are no longer needed. A DEFUN with many
-// locals does so for twice as many as it makes.
-void decomposeFunctions(std::size_t locals);
+// Takes up to `count` locals and inner functions apart of functions that are no longer needed. Who
+// makes a function with many locals does so for twice as many.
+void decomposeFunctions(std::size_t count);
 
 inline void retainFunction(UserFunction* function) {
   if (function != nullptr) ++function->references;

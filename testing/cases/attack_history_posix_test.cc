@@ -239,12 +239,58 @@ TEST_F(AttackByHistory, FirstCallsOfManyFunctions) {
   worker_.expectValue(calls, "nil");
 }
 
+// A small request that calls many functions, each of which defines another inside it.
+TEST_F(AttackByHistory, DefinitionsInsideManyFunctions) {
+  const int functions = isSanitized() ? 5 : 60;
+  const std::string names = shortNames(isSanitized() ? 1000 : 150000);
+  std::string calls;
+  for (int i = 0; i < functions; ++i) {
+    const std::string name = "F" + std::to_string(i) + ".";
+    worker_.expectValue("(DEFUN " + name + " () (IF T (DEFUN G. (.A /" + names + ") (LIST .A A))))",
+                        name);
+    calls += "(" + name + ")";
+  }
+  for (int i = 0; i < 2; ++i) worker_.expectValue(calls + "(G. 1)", "(1 nil)");
+  worker_.expectValue("(DEFUN F0. () 1) (G. 2)", "(2 nil)");
+}
+
 // Names and lists together: what one program takes of the one must leave room for the other.
 TEST_F(AttackByHistory, AMebibyteOfNamesAndALoopOfCons) {
   worker_.expectValue("(SETQ K '() X '(1 2 3 4 5 6 7 8)) '(" + shortNames(200000) + ") " +
                           loop(130, "(SETQ K (CONS (LIST " + repeated("(CONS()X)", 600) + ") K))") +
                           "(LENGTH K)",
                       "130");
+}
+
+// A replay of a greedy run, on top of the largest answer that there is.
+TEST_F(AttackByHistory, AReplayAndAnAnswerOfAMebibyte) {
+  const std::uint64_t run_id = worker_.expectCall(
+      "(SETQ K '() X '(1 2 3 4 5 6 7 8)) '(" + shortNames(195000) + ") " +
+          loop(130, "(SETQ K (CONS (LIST " + repeated("(CONS()X)", 600) + ") K))") +
+          "(LENGTH (GETPOINT))",
+      "GETPOINT");
+  std::string names;
+  for (std::size_t i = 0; i < 145000; ++i) names += " '" + shortName(i) + ".";
+  worker_.expectAnswered(run_id, "(" + names + ")", "145000");
+}
+
+// Each member is in a run of its own, so every SSNAME follows pointers all over the memory: most of
+// its time is the memory's own, and more than the promise allows when there are millions of
+// members.
+TEST_F(AttackByHistory, IndexingManyRunsAtRandom) {
+  const int requests = isSanitized() ? 1 : 60;
+  worker_.expectValue("(SETQ S '($KVSEL 0))", "($KVSEL 0)");
+  for (int i = 0; i < requests; ++i) {
+    worker_.expectValue(
+        loop(12000, "(CONS 0 (CDR S)) (SETQ S (CONS '$KVSEL (CONS I (CDR S))))") + "1", "1");
+  }
+  const std::size_t members = static_cast<std::size_t>(requests) * 12000;
+  std::string program;
+  for (std::size_t i = 0; i < 50000; ++i) {
+    program += "(SSNAME S " + std::to_string(i * 7919 * 31 % members) + ")";
+  }
+  worker_.grantTime(2);
+  worker_.expectValue(program + " 1", "1");
 }
 
 }  // namespace
