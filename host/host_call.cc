@@ -27,30 +27,36 @@ bool matches(const lisp::HostTranscriptEntry& entry, const lisp::HostCall& call)
                     call.arguments.end(), lisp::valuesEqual);
 }
 
-}  // namespace
-
-lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::BuiltinCall& call) {
-  lisp::HostCall host_call{std::string(call.name), {}};
-  host_call.arguments.reserve(call.items.size() - 1);
-  if (!interpreter.evaluateArguments(call.items, call.depth, host_call.arguments)) {
-    return lisp::Result::failure();
-  }
+// The answer to `call`, or how the run fails. Not in line: the arguments of a call may be calls,
+// each of which takes its part of the stack.
+[[gnu::noinline]] lisp::Result answer_of(lisp::Interpreter& interpreter, lisp::HostCall call) {
   lisp::Observer* const observer = interpreter.observer();
-  if (observer != nullptr) observer->hostCalled(call.name, host_call.arguments);
+  if (observer != nullptr) observer->hostCalled(call.name, call.arguments);
   const std::size_t cursor = interpreter.replayCursor();
-  if (!has_answer(interpreter) && !interpreter.awaitAnswer(host_call)) {
-    return interpreter.requireHostCall(std::move(host_call));
+  if (!has_answer(interpreter) && !interpreter.awaitAnswer(call)) {
+    return interpreter.requireHostCall(std::move(call));
   }
   // An answer that was waited for is checked like every other: a call with a NaN among its
   // arguments is not equal to itself, and a replay would diverge here.
   const lisp::HostTranscriptEntry& entry = (*interpreter.transcript())[cursor];
-  if (!matches(entry, host_call)) {
+  if (!matches(entry, call)) {
     return interpreter.fail(
         "LISP host replay divergence at call " + std::to_string(cursor + 1) + ": ", call.name);
   }
   interpreter.advanceReplayCursor();
   if (observer != nullptr) observer->hostAnswered(entry);
   return LispValue(entry.answer);
+}
+
+}  // namespace
+
+lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::BuiltinCall& call) {
+  std::vector<LispValue> arguments;
+  arguments.reserve(call.items.size() - 1);
+  if (!interpreter.evaluateArguments(call.items, call.depth, arguments)) {
+    return lisp::Result::failure();
+  }
+  return answer_of(interpreter, {std::string(call.name), std::move(arguments)});
 }
 
 }  // namespace host
