@@ -322,9 +322,8 @@ ProgramPointer readProgram(std::string name, std::string text) {
   Source source(std::move(name), std::move(text));
   Reading reading = readForms(source);
   const auto program = std::make_shared<Program>(Program{std::move(source), std::move(reading)});
-  std::vector<LispValue> forms;
-  for (const Form& form : program->reading.forms) forms.push_back(form.value);
-  program->observed = lisp::observedProgram(lisp::list(forms));
+  if (program->reading.fault) return program;
+  program->observed = lisp::observedProgram(program->reading.value);
   number(program->reading.forms, program->forms_by_number);
   return program;
 }

@@ -72,6 +72,19 @@ TEST(ReadForms, BoundsNestingAsTheWorkerDoes) {
   EXPECT_EQ(fault->begin, 513u);
 }
 
+TEST(ReadForms, KnowsTheInnermostListThatIsOpen) {
+  const auto open_at = [](const char* text) {
+    const auto fault = readForms(Source("s", text)).fault;
+    return fault && fault->is_unfinished ? fault->open_at : 99;
+  };
+  EXPECT_EQ(open_at("(DEFUN F (X)"), 0u);
+  EXPECT_EQ(open_at("(A) (B (C (D)"), 7u);
+  EXPECT_EQ(open_at("(A 'B"), 0u);
+  EXPECT_EQ(open_at("(A \"b) "), 3u);
+  EXPECT_EQ(open_at("(A '"), 0u);
+  EXPECT_EQ(open_at("(A))"), 99u);  // More text could not make it whole.
+}
+
 TEST(Explanation, TellsPlaceValuesCallsAndAdvice) {
   EXPECT_EQ(explanationOf(outcomeOf("(DEFUN AVERAGE (SUM COUNT)\n"
                                     "  (/ SUM COUNT))\n"

@@ -44,7 +44,8 @@ struct ReadFault {
 };
 
 struct Reading {
-  std::vector<Form> forms;  // All of the text, unless there is a fault.
+  lisp::LispValue value;    // All forms of the text as one list, unless there is a fault.
+  std::vector<Form> forms;  // The same.
   std::optional<ReadFault> fault;
 };
 

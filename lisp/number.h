@@ -30,7 +30,9 @@ inline constexpr std::array<double, kExactDigitsMax + 1> kPowersOfTen = {
 // plain as almost all are: digits with at most one point among them and a sign in front, 15 digits
 // in all. Null for anything else. The number, correctly rounded, is in `value` then. In line, for
 // the reader.
-[[nodiscard]] inline const char* readShortDecimal(const char* at, const char* end, double& value) {
+[[nodiscard, gnu::always_inline]] inline const char* readShortDecimal(const char* at,
+                                                                      const char* end,
+                                                                      double& value) {
   const bool negative = *at == '-';
   if (negative || *at == '+') ++at;
   std::uint64_t digits = 0;

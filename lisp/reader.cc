@@ -82,6 +82,35 @@ constexpr std::string_view kTooDeep = "parser nesting limit exceeded";
 // What stands for a quote mark among the lists that are open.
 constexpr std::size_t kQuoteMark = std::numeric_limits<std::size_t>::max();
 
+// Told where data are. The worker's reads take no notes.
+struct NoNotes {
+  void open(const char* /*begin*/) {}
+  void close(const char* /*end*/) {}
+  void note(const char* /*begin*/, const char* /*end*/) {}
+};
+
+class PlaceNotes {
+ public:
+  explicit PlaceNotes(Places& places) : places_(places) {}
+
+  // A list begins; the one that has begun last ends.
+  void open(const char* begin) {
+    open_.push_back(places_.size());
+    places_.emplace_back(begin, 0);
+  }
+  void close(const char* end) {
+    std::string_view& place = places_[open_.back()];
+    place = {place.data(), end};
+    open_.pop_back();
+  }
+  // An atom.
+  void note(const char* begin, const char* end) { places_.emplace_back(begin, end); }
+
+ private:
+  Places& places_;
+  std::vector<std::size_t> open_;  // The places of lists without an end.
+};
+
 }  // namespace
 
 Reader::~Reader() {
@@ -102,14 +131,21 @@ void Reader::skipBlanks() {
 }
 
 std::optional<LispValue> Reader::readForm(std::uint32_t depth) {
-  const RawValue form = read(depth);
+  NoNotes notes;
+  const RawValue form = read(depth, notes);
   if (form.tag() == Tag::Failed) return std::nullopt;
   return LispValue::adopt(form);
 }
 
-std::optional<LispValue> Reader::readForms() {
+std::optional<LispValue> Reader::readForms(Places* places) {
+  if (places != nullptr) return readAll(PlaceNotes(*places));
+  return readAll(NoNotes());
+}
+
+template <typename Notes>
+std::optional<LispValue> Reader::readAll(Notes notes) {
   for (skipBlanks(); !atEnd(); skipBlanks()) {
-    const RawValue form = read(0);
+    const RawValue form = read(0, notes);
     if (form.tag() == Tag::Failed) return std::nullopt;
     elements_.push(form);
   }
@@ -200,7 +236,8 @@ RawValue Reader::readLongName() {
   return RawValue::ofNumber(*value);
 }
 
-RawValue Reader::read(std::uint32_t depth) {
+template <typename Notes>
+RawValue Reader::read(std::uint32_t depth, Notes& notes) {
   // For each list that is open, the place of its first element among elements_.
   std::array<std::size_t, kNestingMax + 1> open_forms;
   std::size_t open_count = 0;
@@ -214,6 +251,7 @@ RawValue Reader::read(std::uint32_t depth) {
       return fail(is_too_deep() ? kTooDeep : "unexpected end of input");
     }
     RawValue form;
+    const char* const begin = at_;
     switch (classOf(*at_)) {
       case Class::Blank:
         ++at_;
@@ -225,12 +263,14 @@ RawValue Reader::read(std::uint32_t depth) {
       case Class::Open:
       case Class::Quote:
         if (is_too_deep()) return fail(kTooDeep);
+        notes.open(begin);
+        if (*at_ == '\'') notes.note(begin, begin + 1);
         open_forms[open_count++] = *at_ == '(' ? elements_.size() : kQuoteMark;
         ++at_;
         continue;
       case Class::Close: {
         if (!in_list()) return fail(is_too_deep() ? kTooDeep : "unexpected ')'");
-        ++at_;
+        notes.close(++at_);
         const std::size_t first = open_forms[--open_count];
         form = makeLiteral(elements_.data() + first, elements_.size() - first);
         elements_.truncate(first);
@@ -240,18 +280,22 @@ RawValue Reader::read(std::uint32_t depth) {
         if (is_too_deep()) return fail(kTooDeep);
         form = readString();
         if (form.tag() == Tag::Failed) return form;
+        notes.note(begin, at_);
         break;
       case Class::Number:
         if (is_too_deep()) return fail(kTooDeep);
         form = readNumberOrName();
+        notes.note(begin, at_);
         break;
       case Class::Name:
         if (is_too_deep()) return fail(kTooDeep);
         form = readName();
+        notes.note(begin, at_);
         break;
     }
     for (; open_count > 0 && open_forms[open_count - 1] == kQuoteMark; --open_count) {
       form = quoted(form);
+      notes.close(at_);
     }
     if (open_count == 0) return form;
     elements_.push(form);

@@ -1,7 +1,8 @@
 // The reader: program text and host answers become values, or one error message.
 //
-// Text is bytes; there are no tokens between text and forms, no positions and no character sets.
-// Nesting is bounded by kNestingMax, and reading does not recurse.
+// Text is bytes; there are no tokens between text and forms and no character sets. Nesting is
+// bounded by kNestingMax, and reading does not recurse. Values carry no positions; who wants to
+// know where each datum is gets a table of places beside them.
 
 #ifndef LISP_READER_H_
 #define LISP_READER_H_
@@ -11,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "lisp/plain_stack.h"
 #include "lisp/value.h"
@@ -19,6 +21,11 @@ namespace lisp {
 
 // The deepest level at which a form is read; the outermost form stands at level 0.
 inline constexpr std::uint32_t kNestingMax = 512;
+
+// The text of each datum, in the order in which they begin; borrowed from the text that is read.
+// 'X is three data: the list 'X, the apostrophe for QUOTE, and X. Of a list that has no end, the
+// text is empty, at its beginning.
+using Places = std::vector<std::string_view>;
 
 // The state of one read over `text`, which is borrowed and may hold any bytes.
 class Reader {
@@ -35,13 +42,20 @@ class Reader {
   // Reads one form at `depth` and advances past it. On failure returns nothing, and error() says
   // why; the first failure ends the read.
   [[nodiscard]] std::optional<LispValue> readForm(std::uint32_t depth = 0);
-  // Reads all forms from here to the end, as one list.
-  [[nodiscard]] std::optional<LispValue> readForms();
+  // Reads all forms from here to the end, as one list. Appends the places of their data to `places`
+  // unless it is null.
+  [[nodiscard]] std::optional<LispValue> readForms(Places* places = nullptr);
   [[nodiscard]] const std::string& error() const { return error_; }
+  // The first byte that has not been read. After a failure: the end of the text, or where the datum
+  // or the parenthesis begins that cannot be read.
+  [[nodiscard]] const char* at() const { return at_; }
 
  private:
+  template <typename Notes>
+  std::optional<LispValue> readAll(Notes notes);
   // Read what begins at at_ and advance past it. Tag::Failed on failure, with error_ set.
-  RawValue read(std::uint32_t depth);
+  template <typename Notes>
+  RawValue read(std::uint32_t depth, Notes& notes);
   RawValue readString();
   RawValue readLongString();
   RawValue readNumberOrName();

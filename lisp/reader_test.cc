@@ -279,5 +279,42 @@ TEST(ParseProgram, ReadsLongTextsOnASmallStack) {
   });
 }
 
+// The texts of the data of `text`, a bar behind each, as far as it can be read.
+std::string placesIn(std::string_view text) {
+  Places places;
+  Reader reader(text);
+  static_cast<void>(reader.readForms(&places));
+  std::string joined;
+  for (const std::string_view place : places) joined += std::string(place) + "|";
+  return joined;
+}
+
+TEST(Places, AreTheTextsOfAllDataInTheirOrder) {
+  EXPECT_EQ(placesIn(""), "");
+  EXPECT_EQ(placesIn(" 5 ; x\n nil\"a b\"Cd"), "5|nil|\"a b\"|Cd|");
+  EXPECT_EQ(placesIn("(A (1.5 \"x\\\"y\") ())"),
+            "(A (1.5 \"x\\\"y\") ())|A|(1.5 \"x\\\"y\")|1.5|\"x\\\"y\"|()|");
+  EXPECT_EQ(placesIn("'X"), "'X|'|X|");
+  EXPECT_EQ(placesIn("(F ''(1) 'B) C"), "(F ''(1) 'B)|F|''(1)|'|'(1)|'|(1)|1|'B|'|B|C|");
+}
+
+TEST(Places, HaveNoTextForAListWithoutAnEnd) {
+  EXPECT_EQ(placesIn("(A (B) (C"), "|A|(B)|B||C|");
+  EXPECT_EQ(placesIn("(A '"), "|A||'|");
+  EXPECT_EQ(placesIn("5 \"x"), "5|");
+}
+
+TEST(Reader, StopsWhereTheTextCannotBeRead) {
+  const auto stopOf = [](std::string_view text) {
+    Reader reader(text);
+    EXPECT_FALSE(reader.readForms().has_value()) << text;
+    return reader.at() - text.data();
+  };
+  EXPECT_EQ(stopOf("(A) )"), 4);
+  EXPECT_EQ(stopOf("(A \"b c"), 3);
+  EXPECT_EQ(stopOf("(A (B)"), 6);
+  EXPECT_EQ(stopOf(std::string(514, '(')), 513);
+}
+
 }  // namespace
 }  // namespace lisp
