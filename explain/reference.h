@@ -1,4 +1,6 @@
-// What every special form and builtin function of the dialect takes and gives, for people.
+// Every special form and builtin function of the dialect: the arguments that it takes, what it does
+// and the errors that it raises, for people. The evaluator has tables of its own, without words; a
+// test checks that both agree.
 
 #ifndef EXPLAIN_REFERENCE_H_
 #define EXPLAIN_REFERENCE_H_
@@ -28,6 +30,7 @@ struct Entry {
   std::string_view meaning;  // One or two sentences.
   std::string_view example;  // A program, and what it comes to as the worker writes it; a host call
   std::string_view result;   // that waits gives "waits for NAME ARGUMENTS".
+  std::string_view messages = {};  // The errors of its own, with "; " between them.
   // A letter for each argument of a builtin, the last for all that follow; nothing for any value.
   std::string_view kinds = {};
 

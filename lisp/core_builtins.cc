@@ -26,47 +26,31 @@ bool areNumbers(ArgumentSpan arguments) {
                      [](const LispValue& value) { return value.kind() == ValueKind::Number; });
 }
 
-double numberAt(ArgumentSpan arguments, std::size_t index) { return arguments[index].raw().number; }
-
 Result truthOf(bool holds) { return holds ? truth() : nil(); }
 
-Result add(Interpreter& interpreter, const BuiltinCall& call) {
-  if (!areNumbers(call.arguments)) return failWithName(interpreter, call, " expects numbers");
-  double total = 0.0;
-  for (const LispValue& argument : call.arguments) total = sum(total, argument.raw().number);
-  return number(total);
-}
-
-Result subtract(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.empty() || !areNumbers(call.arguments)) {
+// +, -, * and / combine their numbers from left to right. + and * begin with 0 and 1, - and / with
+// the first number.
+template <Operation operation>
+Result combineAll(Interpreter& interpreter, const BuiltinCall& call) {
+  constexpr bool kNeedsOne = operation == Operation::Subtract || operation == Operation::Divide;
+  ArgumentSpan operands = call.arguments;
+  if ((kNeedsOne && operands.empty()) || !areNumbers(operands)) {
     return failWithName(interpreter, call, " expects numbers");
   }
-  double rest = numberAt(call.arguments, 0);
-  if (call.arguments.size() == 1) return number(-rest);
-  for (const LispValue& argument : call.arguments.subspan(1)) {
-    rest = difference(rest, argument.raw().number);
+  double result = operation == Operation::Multiply ? 1.0 : 0.0;
+  if (kNeedsOne) {
+    result = operands.front().raw().number;
+    operands = operands.subspan(1);
+    if (operation == Operation::Subtract && operands.empty()) return number(-result);
   }
-  return number(rest);
-}
-
-Result multiply(Interpreter& interpreter, const BuiltinCall& call) {
-  if (!areNumbers(call.arguments)) return failWithName(interpreter, call, " expects numbers");
-  double total = 1.0;
-  for (const LispValue& argument : call.arguments) total = product(total, argument.raw().number);
-  return number(total);
-}
-
-Result divide(Interpreter& interpreter, const BuiltinCall& call) {
-  if (call.arguments.empty() || !areNumbers(call.arguments)) {
-    return failWithName(interpreter, call, " expects numbers");
+  for (const LispValue& operand : operands) {
+    const double value = operand.raw().number;
+    if (operation == Operation::Divide && isRefusedDivisor(value)) {
+      return interpreter.fail("division by zero");
+    }
+    result = combine<operation>(result, value);
   }
-  double rest = numberAt(call.arguments, 0);
-  for (const LispValue& argument : call.arguments.subspan(1)) {
-    const double divisor = argument.raw().number;
-    if (isRefusedDivisor(divisor)) return interpreter.fail("division by zero");
-    rest = quotient(rest, divisor);
-  }
-  return number(rest);
+  return number(result);
 }
 
 // Of some builtins the evaluator leaves only calls with arguments that they refuse.
@@ -105,10 +89,10 @@ Result lastArgument(Interpreter& /*interpreter*/, const BuiltinCall& call) {
 }
 
 constexpr std::array kCoreBuiltins = {
-    Builtin{"+", add, Arguments::Evaluated, Operation::Add},
-    Builtin{"-", subtract, Arguments::Evaluated, Operation::Subtract},
-    Builtin{"*", multiply, Arguments::Evaluated, Operation::Multiply},
-    Builtin{"/", divide, Arguments::Evaluated, Operation::Divide},
+    Builtin{"+", combineAll<Operation::Add>, Arguments::Evaluated, Operation::Add},
+    Builtin{"-", combineAll<Operation::Subtract>, Arguments::Evaluated, Operation::Subtract},
+    Builtin{"*", combineAll<Operation::Multiply>, Arguments::Evaluated, Operation::Multiply},
+    Builtin{"/", combineAll<Operation::Divide>, Arguments::Evaluated, Operation::Divide},
     Builtin{"1+", refuseOne, Arguments::Evaluated, Operation::Increment},
     Builtin{"1-", refuseOne, Arguments::Evaluated, Operation::Decrement},
     Builtin{"LIST", nullptr, Arguments::Evaluated, Operation::List},

@@ -45,18 +45,14 @@ bool isApplicable(double b) {
   return operation != Operation::Divide || !isRefusedDivisor(b);
 }
 
-// What a builtin of two numbers yields.
+// The result of a builtin of two numbers. A sum begins with 0, so that of -0.0 and -0.0 is 0.
 template <Operation operation, typename Outcome>
 inline Outcome applyNumeric(double a, double b) {
+  if constexpr (operation <= Operation::Divide) {
+    const double first = operation == Operation::Add ? 0.0 + a : a;
+    return outcome<Outcome>(RawValue::ofNumber(combine<operation>(first, b)));
+  }
   switch (operation) {
-    case Operation::Add:
-      return outcome<Outcome>(RawValue::ofNumber(sum(0.0 + a, b)));
-    case Operation::Subtract:
-      return outcome<Outcome>(RawValue::ofNumber(difference(a, b)));
-    case Operation::Multiply:
-      return outcome<Outcome>(RawValue::ofNumber(product(a, b)));
-    case Operation::Divide:
-      return outcome<Outcome>(RawValue::ofNumber(quotient(a, b)));
     case Operation::NumberEqual:
       return outcome<Outcome>(a == b);
     case Operation::NumberNotEqual:

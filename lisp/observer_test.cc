@@ -174,6 +174,14 @@ TEST_F(ObservedRun, LetsTheObserverCompleteTheTranscript) {
   EXPECT_THAT(runObserved(interpreter, "(GETDIST 1 2)"), isValue("7"));
 }
 
+TEST_F(ObservedRun, NeedsAnObserverThatOverridesNothing) {
+  transcript.push_back({"GETDIST", {}, read("7")});
+  Observer observer;
+  Interpreter interpreter(environment, nullptr, &transcript);
+  interpreter.observe(&observer);
+  EXPECT_THAT(runObserved(interpreter, "(DEFUN F (X) (SETQ X (GETDIST))) (F 1)"), isValue("7"));
+}
+
 // Programs that touch each special form, each kind of operation and each way to fail.
 constexpr std::string_view kPrograms[] = {
     "(IF (< 1 2) 'A 'B)",

@@ -94,7 +94,8 @@ std::string ProgramGenerator::wrapped(Sort sort, int fuel) {
     case 6:
       return form("CAR", {form("LIST", {expression(sort, fuel)})});
     case 7:
-      return form("PRINC", {expression(Sort::Any, fuel), expression(sort, fuel)});
+      return form(fuel % 2 == 0 ? "PRINC" : "PRIN1",
+                  {expression(Sort::Any, fuel), expression(sort, fuel)});
     case 8:
       return form("SETQ", {variable(Sort::Any), expression(Sort::Any, fuel), variable(sort),
                            expression(sort, fuel)});
