@@ -471,7 +471,7 @@ class Checker {
       if (reading == readers.end()) {
         const auto near = assignments.size() == 1 && name.size() > 2 ? namesNear(name, used)
                                                                      : std::vector<std::string>();
-        if (near.empty() || assignments_.contains(near.front()) == false) continue;
+        if (near.empty() || !assignments_.contains(near.front())) continue;
         report(Severity::Warning, *first.target, "nobody asks for " + name,
                "did you mean " + near.front() + "?");
       } else if (reading->second.size() == 1 &&
@@ -525,7 +525,7 @@ class Checker {
       if (callers == callers_of_.end()) continue;
       for (const Definition* const definition : callers->second) {
         if (++work_ > kWorkMax) return "";
-        const std::string name(nameOf(*definition));
+        std::string name(nameOf(*definition));
         if (definition->own_names.contains(variable) && name != function) return name;
         if (reached.insert(name).second) pending.push_back(name);
       }

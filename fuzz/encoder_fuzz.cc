@@ -97,7 +97,8 @@ void build(std::uint8_t operation, fuzz::Input& input, std::vector<Twin>& stack)
     default:  // A copy of a value below, or the rest of the list on top.
       if (stack.empty()) return;
       if (operation >= 128) {
-        stack.push_back(Twin(stack[operation % stack.size()]));
+        Twin copy = stack[operation % stack.size()];
+        stack.push_back(std::move(copy));
       } else if (!stack.back().literal.elements.empty()) {
         auto& elements = stack.back().literal.elements;
         elements.erase(elements.begin());

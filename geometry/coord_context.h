@@ -8,9 +8,9 @@
 #define GEOMETRY_COORD_CONTEXT_H_
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace geometry {
 
@@ -56,7 +56,8 @@ static_assert(sizeof(CoordContext) == 416);
 
 // True when both have the same bytes: -0.0 is not 0.0, and a NaN is the same as itself.
 [[nodiscard]] inline bool has_same_bytes(const CoordContext& a, const CoordContext& b) {
-  return std::memcmp(&a, &b, sizeof a) == 0;
+  using Bytes = std::array<std::byte, sizeof(CoordContext)>;
+  return std::bit_cast<Bytes>(a) == std::bit_cast<Bytes>(b);
 }
 
 }  // namespace geometry

@@ -224,8 +224,8 @@ std::size_t Interpreter::bindingsTouched() const {
 }
 
 std::size_t Interpreter::bytesHeld() const {
-  return touched_.capacity() * (sizeof(Symbol*) + sizeof(SetAside)) + trail_.bytes() +
-         log_.bytes() + arguments_.bytes();
+  return touched_.capacity() * (sizeof(void*) + sizeof(SetAside)) + trail_.bytes() + log_.bytes() +
+         arguments_.bytes();
 }
 
 }  // namespace lisp

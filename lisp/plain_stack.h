@@ -52,6 +52,7 @@ class PlainStack {
   // The new records are not initialised: whoever extends the stack writes them.
   [[gnu::noinline]] void grow() {
     const std::size_t capacity = std::max(kCapacityMin, 2 * capacity_);
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a record may well be a pointer.
     auto memory = std::make_unique_for_overwrite<std::byte[]>(capacity * sizeof(Record));
     std::uninitialized_copy_n(data(), size_, reinterpret_cast<Record*>(memory.get()));
     memory_ = std::move(memory);

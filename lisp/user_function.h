@@ -31,6 +31,7 @@ class UserFunction : public Counted {
   // and locals. Its elements from the fourth on, at least one, are the body.
   explicit UserFunction(LispValue form);
 
+  // NOLINTNEXTLINE(misc-new-delete-overloads): its counterpart is the sized one.
   static void* operator new(std::size_t size) { return storage::allocate(size); }
   static void operator delete(void* block, std::size_t size) { storage::deallocate(block, size); }
 

@@ -155,6 +155,7 @@ EvalOutcome KeptEvaluations::evaluate(PendingRun& run, const CoordContext* conte
       limits_.give_up_every != 0 && run.transcript.size() % limits_.give_up_every == 0;
   if (evaluation != nullptr && (is_given_up || !evaluation->hasContextOf(context))) {
     finish(std::move(evaluation));
+    evaluation = nullptr;
   }
   if (evaluation == nullptr) {
     std::unique_ptr<SideStack> stack;

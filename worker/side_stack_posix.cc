@@ -18,23 +18,23 @@ namespace worker {
 
 #ifdef __x86_64__
 
-// lisp_switch_stack(void** from, void* to): puts the registers that a function must preserve
+// lispSwitchStack(void** from, void* to): puts the registers that a function must preserve
 // (System V ABI, AMD64, "Registers") on the stack in use, stores the stack's address in *from and
 // continues on the stack at `to`, which was left in the same way. The floating-point control words
 // are not switched: nothing here changes them.
 //
-// lisp_begin_on_stack: what a fresh stack returns to. Calls the function in rbx with the pointer in
+// lispBeginOnStack: what a fresh stack returns to. Calls the function in rbx with the pointer in
 // r12; that function never returns.
-extern "C" void lisp_switch_stack(void** from, void* to);
-extern "C" void lisp_begin_on_stack();
+extern "C" void lispSwitchStack(void** from, void* to);
+extern "C" void lispBeginOnStack();
 
 asm(R"(
   .text
   .p2align 4
-  .globl lisp_switch_stack
-  .hidden lisp_switch_stack
-  .type lisp_switch_stack, @function
-lisp_switch_stack:
+  .globl lispSwitchStack
+  .hidden lispSwitchStack
+  .type lispSwitchStack, @function
+lispSwitchStack:
   endbr64
   pushq %rbp
   pushq %rbx
@@ -51,13 +51,13 @@ lisp_switch_stack:
   popq %rbx
   popq %rbp
   ret
-  .size lisp_switch_stack, . - lisp_switch_stack
+  .size lispSwitchStack, . - lispSwitchStack
 
   .p2align 4
-  .globl lisp_begin_on_stack
-  .hidden lisp_begin_on_stack
-  .type lisp_begin_on_stack, @function
-lisp_begin_on_stack:
+  .globl lispBeginOnStack
+  .hidden lispBeginOnStack
+  .type lispBeginOnStack, @function
+lispBeginOnStack:
   .cfi_startproc
   .cfi_undefined rip
   endbr64
@@ -65,7 +65,7 @@ lisp_begin_on_stack:
   callq *%rbx
   ud2
   .cfi_endproc
-  .size lisp_begin_on_stack, . - lisp_begin_on_stack
+  .size lispBeginOnStack, . - lispBeginOnStack
 )");
 
 namespace {
@@ -85,7 +85,7 @@ class SwitchedStack final : public SideStack {
 
  private:
   void prepare() override {
-    // What lisp_switch_stack takes off, from the lowest address: r15, r14, r13, r12, rbx, rbp, the
+    // What lispSwitchStack takes off, from the lowest address: r15, r14, r13, r12, rbx, rbp, the
     // return address. After that the stack is aligned to 16 bytes, as before any call.
     auto* const top = reinterpret_cast<std::uintptr_t*>(memory_ + size() - 16);
     const std::array<std::uintptr_t, 7> registers = {
@@ -95,7 +95,7 @@ class SwitchedStack final : public SideStack {
         reinterpret_cast<std::uintptr_t>(this),
         reinterpret_cast<std::uintptr_t>(&SwitchedStack::enter),
         0,
-        reinterpret_cast<std::uintptr_t>(&lisp_begin_on_stack)};
+        reinterpret_cast<std::uintptr_t>(&lispBeginOnStack)};
     std::uintptr_t* const bottom = top - registers.size();
     for (std::size_t i = 0; i < registers.size(); ++i) bottom[i] = registers[i];
     position_ = bottom;
@@ -114,7 +114,7 @@ class SwitchedStack final : public SideStack {
   // that it keeps elsewhere to see their use after a return.
   void switchTo() override {
     __sanitizer_start_switch_fiber(&caller_frames_, memory_, size());
-    lisp_switch_stack(&caller_position_, position_);
+    lispSwitchStack(&caller_position_, position_);
     __sanitizer_finish_switch_fiber(caller_frames_, nullptr, nullptr);
   }
   void finishSwitchTo() {
@@ -125,7 +125,7 @@ class SwitchedStack final : public SideStack {
     void** const frames = isInProgress() ? &frames_ : nullptr;
     __sanitizer_start_switch_fiber(frames, caller_bottom_, caller_size_);
     if (frames == nullptr) frames_ = nullptr;
-    lisp_switch_stack(&position_, caller_position_);
+    lispSwitchStack(&position_, caller_position_);
     finishSwitchTo();
   }
   void* frames_ = nullptr;
@@ -133,9 +133,9 @@ class SwitchedStack final : public SideStack {
   const void* caller_bottom_ = nullptr;
   std::size_t caller_size_ = 0;
 #else
-  void switchTo() override { lisp_switch_stack(&caller_position_, position_); }
+  void switchTo() override { lispSwitchStack(&caller_position_, position_); }
   void finishSwitchTo() {}
-  void switchBack() override { lisp_switch_stack(&position_, caller_position_); }
+  void switchBack() override { lispSwitchStack(&position_, caller_position_); }
 #endif
 
   std::byte* memory_;                // The guard page comes first.
