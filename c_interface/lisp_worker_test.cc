@@ -201,8 +201,8 @@ TEST(CInterface, TellsThatTheHostHasFailedToAnswer) {
   const WorkerHandle worker = newWorker();
   const char* const texts[] = {"the host has failed to perform GETDIST: the drawing is locked",
                                "the host has failed to perform GETDIST: no mouse",
-                               "the host has failed to perform GETDIST: it has thrown what is not "
-                               "a std::exception"};
+                               ("the host has failed to perform GETDIST: it has thrown what is "
+                                "not a std::exception")};
   for (int way = 0; way < 3; ++way) {
     const RunHandle report = run(worker.get(), "(GETDIST)", failToAnswer, &way);
     ASSERT_NE(report, nullptr);

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "testing/base/random.h"
 #include "testing/base/test_environment.h"
@@ -102,6 +103,50 @@ TEST(Soak, ManyRequestsLeaveTheWorkerAsItWas) {
   RecordProperty(
       "left_after_us",
       std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count()));
+}
+
+// Thirty-two programs at a time wait for their host, answered in random order and sometimes given
+// up. When none waits any more, the worker is as it was.
+TEST(Soak, ManyAnswersLeaveTheWorkerAsItWas) {
+  const std::size_t answer_count =
+      isSanitized() ? 2000 : setting("LISP_SOAK_REQUESTS", 200000) / 10;
+  constexpr std::size_t kRunCount = 32;
+  const Frame program = startFrame(
+      "(DEFUN F (X / Y) (SETQ Y (GETDIST X)) (LIST X Y)) (SETQ L '() I 0)"
+      "(WHILE (< I 300) (SETQ L (CONS (F (ENTMAKE (LIST I L))) L) I (1+ I)) (SETQ L (LIST I)))");
+  WatchedWorker watched;
+  Random random(1);
+  std::vector<std::uint64_t> runs;
+  const auto endAll = [&] {
+    for (const std::uint64_t run : runs) watched.handle(cancelFrame(run));
+    runs.clear();
+    // What was dropped goes back in the requests that follow.
+    for (int i = 0; i < 1000; ++i) watched.handle(startFrame("1"));
+    return watched.residentSize();
+  };
+  long size_after_warm_up = 0;
+  for (std::size_t answer = 0; answer < answer_count; ++answer) {
+    if (answer == answer_count / 2) size_after_warm_up = endAll();
+    while (runs.size() < kRunCount) {
+      const FrameResponse response = watched.handle(program);
+      ASSERT_EQ(response.status, WorkerStatus::HostCallPending);
+      runs.push_back(decodeEvalResult(response.payload).run_id);
+    }
+    const std::size_t chosen = random.below(runs.size());
+    if (random.chance(1, 200)) {
+      watched.handle(cancelFrame(runs[chosen]));
+      runs.erase(runs.begin() + static_cast<std::ptrdiff_t>(chosen));
+      continue;
+    }
+    const FrameResponse response = watched.handle(resumeFrame(runs[chosen], "(1 2)"));
+    if (response.status == WorkerStatus::HostCallPending) continue;
+    ASSERT_EQ(response.status, WorkerStatus::Ok);
+    runs.erase(runs.begin() + static_cast<std::ptrdiff_t>(chosen));
+  }
+  EXPECT_GT(size_after_warm_up, 0);
+  endAll();
+  watched.expectResidentAtMost(size_after_warm_up + 1024);
+  watched.expectLeaves();
 }
 
 }  // namespace
