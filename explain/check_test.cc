@@ -183,7 +183,7 @@ TEST(Check, TakesLargeTexts) {
     const std::clock_t begin = std::clock();
     EXPECT_LE(findingsIn({text}).size(), kFindingCountMax);
     const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-#ifdef LISP_SANITIZE
+#if defined(LISP_SANITIZE) || defined(_WIN32)  // There std::clock is a clock on the wall.
     constexpr double kSecondsMax = 60;
 #else
     constexpr double kSecondsMax = 1;

@@ -52,7 +52,6 @@ bool matches(const lisp::HostTranscriptEntry& entry, const lisp::HostCall& call)
 
 lisp::Result evaluate_host_call(lisp::Interpreter& interpreter, const lisp::BuiltinCall& call) {
   std::vector<LispValue> arguments;
-  arguments.reserve(call.items.size() - 1);
   if (!interpreter.evaluateArguments(call.items, call.depth, arguments)) {
     return lisp::Result::failure();
   }

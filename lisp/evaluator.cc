@@ -166,11 +166,15 @@ Truth Interpreter::testByValue(Interpreter& interpreter, Run& items, std::uint32
 
 bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
                                     std::vector<LispValue>& values) {
+  const std::size_t count = items.size() - 1;
+  values.reserve(count);
+  form_arguments_ += count;
   for (const LispValue& item : items.subspan(1)) {
     const Result value = evaluateHere(item, depth);
-    if (value.failed()) return false;
+    if (value.failed()) return false;  // The run is over, and with it the count.
     values.push_back(LispValue::adopt(value.raw));
   }
+  form_arguments_ -= count;
   return true;
 }
 

@@ -220,7 +220,8 @@ void Interpreter::swapWithRecord(Shadowed& shadowed) {
 }
 
 std::size_t Interpreter::bindingsTouched() const {
-  return touched_.size() + trail_.size() + log_.size() + arguments_.size() + definitions_.size();
+  return touched_.size() + trail_.size() + log_.size() + arguments_.size() + form_arguments_ +
+         definitions_.size();
 }
 
 std::size_t Interpreter::bytesHeld() const {

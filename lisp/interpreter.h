@@ -309,6 +309,7 @@ class Interpreter {
   std::uint32_t pending_frame_ = kNoFrame;
 
   PlainStack<RawValue> arguments_;  // Evaluated, of the calls in progress; holds them.
+  std::size_t form_arguments_ = 0;  // Room for arguments that evaluateArguments has made elsewhere.
   PlainStack<Shadowed> trail_;
   PlainStack<Logged> log_;
   std::vector<LateFrame> late_frames_;  // Outermost first.

@@ -133,6 +133,8 @@ void retireFunction(UserFunction* function) {
   dead_functions = function;
 }
 
+bool hasDeadFunctions() { return dead_functions != nullptr; }
+
 void decomposeFunctions(std::size_t count) {
   while (count > 0 && dead_functions != nullptr) {
     UserFunction* const function = dead_functions;

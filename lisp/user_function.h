@@ -90,6 +90,9 @@ void retireFunction(UserFunction* function);
 // makes a function with many locals does so for twice as many.
 void decomposeFunctions(std::size_t count);
 
+// True while some of these wait.
+[[nodiscard]] bool hasDeadFunctions();
+
 inline void retainFunction(UserFunction* function) {
   if (function != nullptr) ++function->references;
 }

@@ -9,6 +9,7 @@
 #include "lisp/interpreter.h"
 #include "lisp/list.h"
 #include "lisp/storage.h"
+#include "lisp/user_function.h"
 
 namespace worker {
 
@@ -52,8 +53,9 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     transcript_ = &transcript;
     // Memory that is freed meanwhile would be counted as freed by this evaluation, so what others
     // have dropped is taken apart first. If it is too much for one request, nothing is kept.
+    lisp::decomposeFunctions(kElementsDecomposed);
     lisp::decompose(kElementsDecomposed);
-    may_be_kept_ = lisp::dead_runs == nullptr;
+    may_be_kept_ = lisp::dead_runs == nullptr && !lisp::hasDeadFunctions();
     const std::size_t live_before = lisp::storage::live_bytes;
     if (waits()) {
       interpreter_->stepIn();
@@ -64,10 +66,11 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     }
     transcript_ = nullptr;
     if (waits()) {
+      lisp::decomposeFunctions(kElementsDecomposed);
       lisp::decompose(kElementsDecomposed);
       values_ += static_cast<std::ptrdiff_t>(lisp::storage::live_bytes - live_before);
       bytes_ = static_cast<std::size_t>(std::max(values_, std::ptrdiff_t{0})) +
-               interpreter_->bytesHeld() + KeepLimits::kStackBytes;
+               interpreter_->bytesHeld() + call_bytes_ + KeepLimits::kStackBytes;
     }
     return std::move(outcome_);
   }
@@ -87,7 +90,9 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
 
   // On the side stack: goes back with the call as the outcome, and waits to be continued.
   bool awaitAnswer(Interpreter& interpreter, const lisp::HostCall& call) override {
-    if (!may_be_kept_ || interpreter.bindingsTouched() > bindings_max_) return false;
+    const std::size_t bindings = interpreter.bindingsTouched() + call.arguments.size();
+    if (!may_be_kept_ || bindings > bindings_max_) return false;
+    call_bytes_ = call.arguments.capacity() * sizeof(lisp::LispValue);
     outcome_ = host::make_error_outcome(interpreter, OutcomeKind::HostCallRequired,
                                         "CAD host call required: " + call.name);
     outcome_.host_call = call;
@@ -124,7 +129,8 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
   Interpreter* interpreter_ = nullptr;  // On the side stack.
   EvalOutcome outcome_;
   lisp::Environment environment_after_;
-  std::ptrdiff_t values_ = 0;  // Bytes of values that the evaluation has made and not dropped.
+  std::ptrdiff_t values_ = 0;   // Bytes of values that the evaluation has made and not dropped.
+  std::size_t call_bytes_ = 0;  // Of the arguments of the call that it waits at.
   std::size_t bytes_ = 0;
 };
 

@@ -13,6 +13,7 @@
 #include "lisp/list.h"
 #include "lisp/storage.h"
 #include "lisp/symbol.h"
+#include "lisp/user_function.h"
 #include "worker/evaluation.h"
 
 namespace worker {
@@ -23,7 +24,10 @@ constexpr KeepLimits kFromTheFirstAnswer{.steps_min = 0};
 class KeptEvaluationsTest : public testing::Test {
  protected:
   // What other tests have dropped would keep these from keeping anything.
-  void SetUp() override { lisp::decomposeAll(); }
+  void SetUp() override {
+    while (lisp::hasDeadFunctions()) lisp::decomposeFunctions(1 << 20);
+    lisp::decomposeAll();
+  }
 
   void useLimits(const KeepLimits& limits) { evaluation_.emplace(contexts_, limits); }
 
@@ -186,14 +190,47 @@ TEST_F(KeptEvaluationsTest, HoldAtMostSixteenMebibytesTogether) {
 }
 
 TEST_F(KeptEvaluationsTest, DoNotKeepOneThatHoldsTooMuchAlone) {
-  const std::uint64_t run = start(
-      "(SETQ L '() I 0) (WHILE (< I 20000) (SETQ L (CONS (LIST I I I I I I I I I I I I I I I I I I "
-      "I I"
-      " I I I I I I I I I I I I I I I I I I I I I I I I I I I) L) I (1+ I))) "
-      "(GETDIST) (GETDIST)");
-  if (run == 0) GTEST_SKIP() << text_;
-  resume(run);
-  EXPECT_EQ(kept(), 0U);
+  useLimits({.bytes_max = KeepLimits::kStackBytes + (std::size_t{1} << 20), .steps_min = 0});
+  for (const char* const turns : {"2000", "15000"}) {
+    const std::uint64_t run = start("(SETQ L '() I 0) (WHILE (< I " + std::string(turns) +
+                                    ") (SETQ L (CONS (LIST I I) L) I (1+ I))) (GETDIST) (GETDIST)");
+    ASSERT_NE(run, 0U);
+    lisp::decomposeAll();  // Else it would not be kept because of what its start has dropped.
+    resume(run);
+    EXPECT_EQ(kept(), std::string(turns) == "2000" ? 1U : 0U);
+    cancel(run);
+  }
+}
+
+// Evaluated arguments count, of the call that waits and of those around it.
+TEST_F(KeptEvaluationsTest, DoNotKeepManyArguments) {
+  std::string numbers;
+  for (int i = 0; i < 10000; ++i) numbers += " 1";
+  for (const std::string& call : {"(COMMAND" + numbers + " (GETPOINT))", "(COMMAND" + numbers + ")",
+                                  "(LIST" + numbers + " (GETPOINT))"}) {
+    const std::uint64_t run = start("(GETDIST) " + call);
+    ASSERT_NE(run, 0U);
+    EXPECT_EQ(resume(run), run);
+    EXPECT_EQ(kept(), 0U);
+  }
+  const std::uint64_t run = start("(GETDIST) (COMMAND (LIST" + numbers + "))");
+  EXPECT_EQ(resume(run), run);
+  EXPECT_EQ(kept(), 1U);
+  EXPECT_GE(bytes(), KeepLimits::kStackBytes + 16 * 10000);
+}
+
+// A function with many locals that is no longer needed, and waits to be taken apart, is not taken
+// for the memory of who is evaluated meanwhile.
+TEST_F(KeptEvaluationsTest, DoNotCountWhatOthersHaveDropped) {
+  std::string locals;
+  for (int i = 0; i < 40000; ++i) locals += " A";
+  const std::string definition = "(DEFUN F (/" + locals + ") 1) ";
+  const std::uint64_t run = start("(GETDIST) " + definition + "(GETDIST)");
+  ASSERT_NE(run, 0U);
+  EXPECT_EQ(start(definition + "(NOTHING)"), 0U);  // Leaves a dead function behind.
+  EXPECT_TRUE(lisp::hasDeadFunctions());
+  EXPECT_EQ(resume(run), run);
+  EXPECT_TRUE(kept() == 0 || bytes() > 40000 * 16) << kept() << " " << bytes();
 }
 
 TEST_F(KeptEvaluationsTest, KeepOnlyWhatTouchesFewBindings) {

@@ -22,6 +22,6 @@ int main() {
   worker::keepFreedMemory();
   worker::StandardInput input;
   worker::StandardOutput output;
-  static auto& dispatcher = *new worker::Dispatcher(*limits);
+  worker::Dispatcher dispatcher(*limits);
   return static_cast<int>(worker::serve(dispatcher, input, output));
 }
