@@ -30,7 +30,7 @@ using worker::WorkerStatus;
 
 // NOLINTBEGIN(readability-identifier-naming): the names are C's.
 
-// What is asked of a worker as text is copied, because requests replace what the text describes.
+// Texts about a worker are copies, because requests replace the records that they describe.
 struct lisp_worker {
   std::string path;
   std::chrono::milliseconds time_limit{0};
@@ -55,7 +55,7 @@ struct lisp_run {
 
 namespace {
 
-// What leaves runProgram when the host's callback has failed.
+// Thrown out of runProgram when the host's callback has failed.
 struct HostError {
   std::string message;
 };

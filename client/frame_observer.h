@@ -10,7 +10,7 @@
 
 namespace client {
 
-// What is passed is borrowed for the call. An observer must not use the worker that it observes.
+// Arguments are borrowed for the call. An observer must not use the worker that it observes.
 // What it throws leaves the request or the call of Worker that it was told about, after the request
 // has been completed; a program that is run is cancelled. Only what it throws in the destructor of
 // a Worker is lost.

@@ -287,7 +287,7 @@ class PosixWorkerProcess final : public WorkerProcess {
   }
 
  private:
-  // What one read from the pipe brings; 0 at its end and at the deadline.
+  // Reads once from the pipe: the number of bytes, 0 at its end and at the deadline.
   std::size_t fetch(char* buffer, std::size_t size) {
     for (;;) {
       if (deadline_ && !waitFor(from_worker_, POLLIN)) return 0;

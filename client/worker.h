@@ -38,7 +38,8 @@
 namespace client {
 
 // Makes a worker's process, as startWorker does.
-// What it throws leaves the request or the restart() that needs a process; the next one asks again.
+// An exception of it leaves the request or the restart() that needs a process; the next one asks
+// again.
 using WorkerStarter = std::function<std::unique_ptr<WorkerProcess>(std::string* error_out)>;
 
 class Worker {
