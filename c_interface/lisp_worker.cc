@@ -169,8 +169,8 @@ client::PlanarSystem toSystem(const double* numbers) {
 
 constexpr std::size_t kNumbersPerSystem = 8;
 
-// The callback's return. What it throws is no business of the program that it answers; only the
-// ending of its thread must go on.
+// Calls the host and returns its answer. An exception of the host becomes a HostError. The forced
+// unwinding that ends a cancelled thread is passed on, because it must not be swallowed.
 lisp_value* callHost(const client::HostCall& call, const lisp_value& arguments, lisp_answer answer,
                      void* user) {
   try {

@@ -26,10 +26,10 @@ inline constexpr std::uint32_t kTextNestingMax = 512;
 [[nodiscard]] std::string printDatum(const Datum& datum);
 std::ostream& operator<<(std::ostream& stream, const Datum& datum);
 
-// Why the worker would not read printDatum(datum) as exactly `datum`; null when it would. No text
-// stands for: an infinity or a NaN; a symbol whose name is empty, has a lower case letter, is NIL,
-// is spelled like a number, or holds a character that ends a token; a datum inside more than
-// kTextNestingMax lists.
+// Why the worker would not read printDatum(datum) as exactly `datum`; null when it would. These
+// cannot be written as text: an infinity or a NaN; a symbol whose name is empty, has a lower case
+// letter, is NIL, is spelled like a number, or holds a character that ends a token; a datum inside
+// more than kTextNestingMax lists.
 [[nodiscard]] const char* whyUnwritable(const Datum& datum);
 
 // printDatum(answer) if it is writable. Otherwise empty, with the reason in `error_out` unless that

@@ -27,7 +27,7 @@ namespace {
 
 constexpr std::size_t kTextSizeMax = 100000;
 
-// What they do depends on the drawing.
+// Commands that act on selected entities: their effect depends on the drawing.
 constexpr std::array<std::string_view, 6> kSelectingCommands = {"MOVE",  "COPY",   "ROTATE",
                                                                 "SCALE", "MIRROR", "ERASE"};
 

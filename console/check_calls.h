@@ -1,4 +1,4 @@
-// What can be known of a program's calls of the drawing without running it.
+// Checks a program's calls of the drawing without running it.
 
 #ifndef CONSOLE_CHECK_CALLS_H_
 #define CONSOLE_CHECK_CALLS_H_
@@ -11,8 +11,8 @@
 namespace console {
 
 // The calls of COMMAND, COMMAND-S, ENTMAKE and ENTMAKEX whose arguments are constants and that the
-// console would refuse, whatever the drawing, and commands that there are not. As warnings: a
-// refused call is no error. A program that is too long to send is one.
+// console would refuse in any drawing, and unknown commands. They are warnings, because a program
+// goes on after a refused call. A program that is too long to send is an error.
 [[nodiscard]] std::vector<explain::Finding> checkCalls(const explain::ProgramPointer& program);
 
 }  // namespace console

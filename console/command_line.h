@@ -38,7 +38,7 @@ struct CommandLine {
 // What --help prints.
 [[nodiscard]] std::string usage();
 
-// What --help prints of this topic: entities. All of it for any other.
+// The text of --help for a topic. The only topic is "entities"; any other yields the whole text.
 [[nodiscard]] std::string usage(std::string_view topic);
 
 // Reads the arguments after the program's own name. `default_worker` is the worker where none is

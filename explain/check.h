@@ -1,4 +1,4 @@
-// What can be known of a program without running it.
+// Checks a program without running it.
 
 #ifndef EXPLAIN_CHECK_H_
 #define EXPLAIN_CHECK_H_
