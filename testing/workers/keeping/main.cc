@@ -1,4 +1,4 @@
-// The worker, but that LISP_KEEPING names how much of stopped evaluations it keeps
+// The worker, except that LISP_KEEPING names how much of stopped evaluations it keeps
 // (testing/workers/keepings.h). All tests with the executable can be run with it: ./dev keepings.
 
 #include <cstdio>
@@ -6,6 +6,7 @@
 
 #include "testing/workers/keepings.h"
 #include "worker/dispatch.h"
+#include "worker/exit_code.h"
 #include "worker/heap.h"
 #include "worker/loop.h"
 #include "worker/stdio.h"
@@ -22,6 +23,11 @@ int main() {
   worker::keepFreedMemory();
   worker::StandardInput input;
   worker::StandardOutput output;
-  worker::Dispatcher dispatcher(*limits);
-  return static_cast<int>(worker::serve(dispatcher, input, output));
+  // Never destroyed, as in the worker's own main().
+  static auto& dispatcher = *new worker::Dispatcher(*limits);
+  const worker::ExitCode code = worker::serve(dispatcher, input, output);
+#ifdef LISP_SANITIZE
+  delete &dispatcher;
+#endif
+  return static_cast<int>(code);
 }
