@@ -39,7 +39,8 @@ struct Example {
 std::vector<Example> readExamples() {
   std::vector<Example> examples;
   for (const DocumentBlock& block : fencedBlocks(readSource("docs/LANGUAGE.md"))) {
-    if (block.info == "lisp") examples.push_back({block.heading, parseExamples(block)});
+    if (block.info == "lisp")
+      examples.push_back({block.heading, parseProgramFile(block.text, block.line)});
   }
   return examples;
 }

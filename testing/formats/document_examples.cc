@@ -1,25 +1,19 @@
+// Documents are read line by line. Nothing here knows Markdown beyond fences, headings, backquotes
+// and the bars of a table.
+
 #include "testing/formats/document_examples.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <utility>
-
-#include "testing/wire/frame_makers.h"
-#include "worker/frame.h"
 
 namespace testing_support {
 namespace {
 
-using Kind = ScriptStep::Kind;
-
 constexpr std::string_view kFence = "```";
-constexpr std::uint64_t kContextId = 1;
 
 // Takes the first line off `text`, without its line feed.
 std::string_view takeLine(std::string_view& text) {
@@ -48,127 +42,6 @@ std::string_view headingOf(std::string_view line) {
   if (level == 0 || level == line.size() || line[level] != ' ') return {};
   return trim(line.substr(level));
 }
-
-// Takes a number off `text`, with the blanks before it.
-template <typename Number>
-std::optional<Number> takeNumber(std::string_view& text) {
-  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc()) return std::nullopt;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-  return number;
-}
-
-class ExampleParser {
- public:
-  explicit ExampleParser(const DocumentBlock& block)
-      : text_(block.text), line_(block.line), context_record_(identityContextRecord(kContextId)) {}
-
-  ProgramFile parse() {
-    for (; !text_.empty(); ++line_) readLine(takeLine(text_));
-    sendProgram();
-    if (awaits_expectation_) fail("a request without an expected answer");
-    return std::move(file_);
-  }
-
- private:
-  void readLine(std::string_view line) {
-    if (takePrefix(line, "; ")) {
-      sendProgram();
-      readDirective(line);
-    } else if (!program_.empty()) {
-      program_.append(line).push_back('\n');
-    } else if (!trim(line).empty() && !line.starts_with(";;")) {
-      program_.assign(line).push_back('\n');
-      program_line_ = line_;
-    }
-  }
-
-  void readDirective(std::string_view rest) {
-    static constexpr std::pair<std::string_view, Kind> kTexts[] = {
-        {"=> ", Kind::Value},
-        {"error: ", Kind::EvalError},
-        {"read error: ", Kind::ReadError},
-        {"step limit: ", Kind::StepLimit}};
-    for (const auto& [prefix, kind] : kTexts) {
-      if (takePrefix(rest, prefix)) return expect({.kind = kind, .text = std::string(rest)});
-    }
-    if (takePrefix(rest, "host call: ")) {
-      const std::size_t name_size = std::min(rest.find(' '), rest.size());
-      return expect({.kind = Kind::Call,
-                     .name = std::string(rest.substr(0, name_size)),
-                     .text = std::string(trim(rest.substr(name_size)))});
-    }
-    if (takePrefix(rest, "answer: ")) {
-      return request({.kind = Kind::Answer, .frame = resumeFrame(0, std::string(rest))});
-    }
-    if (takePrefix(rest, "system ")) return readSystem(rest);
-    if (takePrefix(rest, "status:")) return readNumber(rest, Kind::Status);
-    if (takePrefix(rest, "steps:")) return readNumber(rest, Kind::Steps);
-    fail("not a directive");
-  }
-
-  void readNumber(std::string_view rest, Kind kind) {
-    const auto number = takeNumber<std::uint64_t>(rest);
-    if (!number || !rest.empty()) return fail("not a number");
-    if (kind == Kind::Status) return expect({.kind = kind, .number = *number});
-    if (awaits_expectation_ || file_.steps.empty()) return fail("a detail before the answer");
-    push({.kind = kind, .number = *number});
-  }
-
-  void readSystem(std::string_view rest) {
-    const auto index = takeNumber<std::size_t>(rest);
-    PlanarSystem system = kIdentitySystem;
-    bool understood = index && *index < worker::kSystemCount && takePrefix(rest, ":");
-    for (double& field : system) {
-      const auto number = takeNumber<double>(rest);
-      understood = understood && number;
-      field = number.value_or(0);
-    }
-    if (!understood || !rest.empty()) return fail("not a system and its eight numbers");
-    if (awaits_expectation_) return fail("a request without an expected answer");
-    setSystem(context_record_, *index, system);
-    context_id_ = kContextId;
-    push({.kind = Kind::Register, .frame = registerFrame(kContextId, context_record_)});
-  }
-
-  void sendProgram() {
-    if (program_.empty()) return;
-    request({.kind = Kind::Start, .frame = startFrame(std::exchange(program_, {}), context_id_)});
-    file_.steps.back().line = program_line_;
-  }
-
-  void request(ScriptStep step) {
-    if (awaits_expectation_) fail("a request without an expected answer");
-    awaits_expectation_ = true;
-    push(std::move(step));
-  }
-
-  void expect(ScriptStep step) {
-    if (!awaits_expectation_) return fail("an answer that no request asks for");
-    awaits_expectation_ = false;
-    push(std::move(step));
-  }
-
-  void push(ScriptStep step) {
-    step.line = line_;
-    file_.steps.push_back(std::move(step));
-  }
-
-  void fail(const std::string& what) {
-    file_.errors.push_back(std::to_string(line_) + ": " + what);
-  }
-
-  std::string_view text_;
-  int line_;
-  std::string context_record_;
-  std::uint64_t context_id_ = 0;  // Of the programs to come.
-  std::string program_;           // Whole lines; empty between programs.
-  int program_line_ = 0;
-  bool awaits_expectation_ = false;
-  ProgramFile file_;
-};
 
 bool isTokenEnd(char c) { return c == ' ' || c == '\n' || c == '(' || c == ')' || c == '\''; }
 
@@ -213,12 +86,10 @@ std::vector<DocumentBlock> fencedBlocks(std::string_view document) {
   return blocks;
 }
 
-ProgramFile parseExamples(const DocumentBlock& block) { return ExampleParser(block).parse(); }
-
 bool calls(const ProgramFile& examples, std::string_view name) {
   const std::string head = "(" + std::string(name);
   return std::any_of(examples.steps.begin(), examples.steps.end(), [&](const ScriptStep& step) {
-    if (step.kind != Kind::Start) return false;
+    if (step.kind != ScriptStep::Kind::Start) return false;
     const std::string& program = step.frame.payload;
     for (std::size_t at = program.find(head); at != program.npos; at = program.find(head, at + 1)) {
       const std::size_t end = at + head.size();

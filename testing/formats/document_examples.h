@@ -1,22 +1,6 @@
-// What the documents show, as things that a test can run: fenced blocks, programs with the answers
-// that stand beside them, bytes in hexadecimal, rows of tables.
-//
-// A program with its answers stands in a fenced block of the language `lisp`. Each block is a
-// conversation with a worker of its own. Lines of code make a program; a line that begins with "; "
-// says what happens next:
-//
-//   ; => TEXT              the program ends with this value
-//   ; error: TEXT          or with this message,
-//   ; read error: TEXT     or cannot be read,
-//   ; step limit: TEXT     or runs out of steps,
-//   ; host call: NAME ARGS or waits for this call,
-//   ; status: NUMBER       or is answered with this status and nothing else
-//   ; steps: NUMBER        after one of these: how many evaluations that took
-//   ; answer: TEXT         the host's answer to the call that the program waits for
-//   ; system S: NUMBERS    makes S (0 to 4) the system of these eight numbers in context 1, under
-//                          which the block's programs run from here on
-//
-// Code after an answer begins another program. Lines that begin with ";;" are comments.
+// Parts of the documents that a test can check: fenced blocks, bytes in hexadecimal, the rows of
+// tables. A block of the language `lisp` is a conversation with a worker of its own, in the
+// notation of testing/formats/program_file.h.
 
 #ifndef TESTING_FORMATS_DOCUMENT_EXAMPLES_H_
 #define TESTING_FORMATS_DOCUMENT_EXAMPLES_H_
@@ -51,10 +35,7 @@ struct DocumentBlock {
 // The blocks of a document in their order. One that nothing closes reaches to the end.
 [[nodiscard]] std::vector<DocumentBlock> fencedBlocks(std::string_view document);
 
-// The requests and expectations of a `lisp` block, with the document's line numbers.
-[[nodiscard]] ProgramFile parseExamples(const DocumentBlock& block);
-
-// Whether one of the programs of a `lisp` block holds a form that begins with `name`.
+// Tells if one of the programs holds a form that begins with `name`.
 [[nodiscard]] bool calls(const ProgramFile& examples, std::string_view name);
 
 // The bytes of a block in hexadecimal: on each line bytes of two digits with one space between

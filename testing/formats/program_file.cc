@@ -1,8 +1,13 @@
+// The parser makes a list of steps, requests and expectations; running them is a loop over that
+// list. Mistakes of the text itself, such as a request without an expected answer, are found while
+// parsing.
+
 #include "testing/formats/program_file.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -15,28 +20,23 @@ namespace {
 using Kind = ScriptStep::Kind;
 using worker::WorkerStatus;
 
-constexpr std::string_view kSeparator = "; ---";
-
-bool startsWith(std::string_view text, std::string_view prefix) {
-  return text.substr(0, prefix.size()) == prefix;
-}
-
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == line.npos; }
 
-// Takes the first word off `text`, and the one space that follows it.
-std::string takeWord(std::string_view& text) {
-  const std::size_t end = std::min(text.find(' '), text.size());
-  std::string word(text.substr(0, end));
-  text.remove_prefix(std::min(end + 1, text.size()));
-  return word;
+// Takes `prefix` off `text` if it begins so.
+bool takePrefix(std::string_view& text, std::string_view prefix) {
+  if (!text.starts_with(prefix)) return false;
+  text.remove_prefix(prefix.size());
+  return true;
 }
 
+// Takes a number off `text`, with the blanks before it.
 template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
+std::optional<Number> takeNumber(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
   Number number{};
-  const char* end = text.data() + text.size();
-  const std::from_chars_result result = std::from_chars(text.data(), end, number);
-  if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc()) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
   return number;
 }
 
@@ -78,170 +78,159 @@ std::optional<std::string> decodeEscapes(std::string_view text) {
   return bytes;
 }
 
+// Reads line by line. A program begins at the first line of code after a directive and is sent by
+// the next directive, or at the end.
 class Parser {
  public:
-  explicit Parser(std::string_view text) : text_(text) {}
+  Parser(std::string_view text, int first_line) : text_(text), line_(first_line) {}
 
   ProgramFile parse() {
-    std::size_t begin = 0;
-    while (begin < text_.size()) {
-      const std::size_t end = std::min(text_.find('\n', begin), text_.size());
-      ++line_;
-      readLine(text_.substr(begin, end - begin));
-      begin = end + 1;
+    for (; !text_.empty(); ++line_) {
+      const std::size_t size = std::min(text_.find('\n'), text_.size());
+      readLine(text_.substr(0, size));
+      text_.remove_prefix(std::min(size + 1, text_.size()));
     }
-    endSection();
+    sendProgram();
+    if (awaits_expectation_) fail("a request without an expected answer");
     return std::move(file_);
   }
 
  private:
   void readLine(std::string_view line) {
-    if (line == kSeparator) {
-      endSection();
-    } else if (startsWith(line, "; ")) {
-      readDirective(line.substr(2));
-    } else if (in_script_) {
-      if (!isBlank(line) && !startsWith(line, ";;")) fail("a program after its script");
+    if (takePrefix(line, "; ")) {
+      sendProgram();
+      readDirective(line);
     } else if (program_.has_value()) {
-      *program_ += '\n';
-      *program_ += line;
-    } else if (!isBlank(line) && !startsWith(line, ";;")) {
+      program_->append("\n").append(line);
+    } else if (!isBlank(line) && !line.starts_with(";;")) {
       program_ = std::string(line);
       program_line_ = line_;
     }
   }
 
-  void endSection() {
-    sendProgram();
-    if (awaits_expectation_) fail("a request without an expected answer");
-    in_script_ = false;
-    awaits_expectation_ = false;
-    context_id_ = 0;
-  }
-
   void readDirective(std::string_view rest) {
-    in_script_ = true;
-    std::string word = takeWord(rest);
-    std::string text(rest);
-    if (word == "escaped") {
-      word = takeWord(rest);
+    std::string text;
+    if (takePrefix(rest, "escaped ")) {
       const std::optional<std::string> decoded = decodeEscapes(rest);
       if (!decoded.has_value()) return fail("a bad escape");
       text = *decoded;
+      rest = text;
     }
-    if (word == "register") return readRegistration(rest);
-    if (word == "in") {
-      const std::optional<std::uint64_t> id = parseNumber<std::uint64_t>(rest);
-      if (!id.has_value()) return fail("no context id");
-      context_id_ = *id;
-      return;
+    if (takePrefix(rest, "system ")) return readSystem(rest);
+    if (takePrefix(rest, "resume ")) {
+      const auto run_id = takeNumber<std::uint64_t>(rest);
+      if (!run_id || !takePrefix(rest, ": ")) return fail("no run id");
+      return request({.kind = Kind::Resume, .frame = resumeFrame(*run_id, std::string(rest))});
     }
-    if (word == "program") {
-      program_ = text;
-      program_line_ = line_;
-      return sendProgram();
-    }
-    sendProgram();
-    if (word == "answer") return request(Kind::Answer, resumeFrame(0, text));
-    if (word == "resume" || word == "cancel") return readRunRequest(word, rest);
-    readExpectation(word, rest, text);
+    // "=> TEXT" or "WORDS: TEXT", where an empty text needs no blank before it.
+    const std::size_t end = rest.starts_with("=>") ? 1 : std::min(rest.find(':'), rest.size());
+    const std::string_view words = rest.substr(0, end + 1);
+    rest.remove_prefix(words.size());
+    takePrefix(rest, " ");
+    readTextDirective(words, rest);
   }
 
-  void readRunRequest(const std::string& word, std::string_view rest) {
-    const std::optional<std::uint64_t> run_id = parseNumber<std::uint64_t>(takeWord(rest));
-    if (!run_id.has_value()) return fail("no run id");
-    if (word == "cancel") return request(Kind::Cancel, cancelFrame(*run_id));
-    request(Kind::Resume, resumeFrame(*run_id, std::string(rest)));
-  }
-
-  // `register 7 system 1 ox oy a b c d zs zo ...`: identity but for the systems named.
-  void readRegistration(std::string_view rest) {
-    const std::optional<std::uint64_t> id = parseNumber<std::uint64_t>(takeWord(rest));
-    if (!id.has_value()) return fail("no context id");
-    std::string record = identityContextRecord(*id);
-    while (!rest.empty()) {
-      if (takeWord(rest) != "system") return fail("not a system");
-      const std::optional<std::size_t> index = parseNumber<std::size_t>(takeWord(rest));
-      if (!index.has_value() || *index >= worker::kSystemCount) return fail("no system code");
-      PlanarSystem system = kIdentitySystem;
-      for (double& field : system) {
-        const std::optional<double> number = parseNumber<double>(takeWord(rest));
-        if (!number.has_value()) return fail("not the eight numbers of a system");
-        field = *number;
-      }
-      setSystem(record, *index, system);
-    }
-    push(Kind::Register).frame = registerFrame(*id, record);
-  }
-
-  void readExpectation(const std::string& word, std::string_view rest, const std::string& text) {
-    static constexpr std::pair<std::string_view, Kind> kAnswers[] = {
+  void readTextDirective(std::string_view words, std::string_view rest) {
+    static constexpr std::pair<std::string_view, Kind> kTexts[] = {
         {"=>", Kind::Value},
-        {"read-error", Kind::ReadError},
-        {"eval-error", Kind::EvalError},
-        {"step-limit", Kind::StepLimit}};
-    static constexpr std::pair<std::string_view, Kind> kNumbers[] = {
-        {"steps", Kind::Steps}, {"run", Kind::Run}, {"arguments", Kind::Arguments}};
-    for (const auto& [name, kind] : kAnswers) {
-      if (word == name) return expect(kind, "", text, 0);
+        {"error:", Kind::EvalError},
+        {"read error:", Kind::ReadError},
+        {"step limit:", Kind::StepLimit}};
+    for (const auto& [name, kind] : kTexts) {
+      if (words == name) return expect({.kind = kind, .text = std::string(rest)});
     }
-    if (word == "call") {
-      std::string_view arguments = text;
-      const std::string name = takeWord(arguments);
-      return expect(Kind::Call, name, std::string(arguments), 0);
+    if (words == "host call:") {
+      const std::size_t name_size = std::min(rest.find(' '), rest.size());
+      std::string name(rest.substr(0, name_size));
+      rest.remove_prefix(std::min(name_size + 1, rest.size()));
+      return expect({.kind = Kind::Call, .name = std::move(name), .text = std::string(rest)});
     }
-    const std::optional<std::uint64_t> number = parseNumber<std::uint64_t>(rest);
-    if (word == "status" && number.has_value()) return expect(Kind::Status, "", "", *number);
-    for (const auto& [name, kind] : kNumbers) {
-      if (word != name || !number.has_value()) continue;
-      if (awaits_expectation_) return fail("a detail before the answer");
-      push(kind).number = *number;
-      return;
+    if (words == "program:") return start(std::string(rest), line_);
+    if (words == "answer:") {
+      return request({.kind = Kind::Answer, .frame = resumeFrame(0, std::string(rest))});
     }
-    fail("not a directive: " + word);
+    readNumberDirective(words, rest);
   }
 
-  void expect(Kind kind, std::string name, std::string text, std::uint64_t number) {
-    if (!awaits_expectation_) return fail("an answer that no request asks for");
-    awaits_expectation_ = false;
-    ScriptStep& step = push(kind);
-    step.name = std::move(name);
-    step.text = std::move(text);
-    step.number = number;
+  void readNumberDirective(std::string_view words, std::string_view rest) {
+    static constexpr std::pair<std::string_view, Kind> kDetails[] = {
+        {"steps:", Kind::Steps}, {"run:", Kind::Run}, {"arguments:", Kind::Arguments}};
+    const auto number = takeNumber<std::uint64_t>(rest);
+    const bool understood = number.has_value() && rest.empty();
+    if (understood && words == "context:") {
+      chosen_context_id_ = context_id_ = *number;
+    } else if (understood && words == "cancel:") {
+      request({.kind = Kind::Cancel, .frame = cancelFrame(*number)});
+    } else if (understood && words == "status:") {
+      expect({.kind = Kind::Status, .number = *number});
+    } else {
+      for (const auto& [name, kind] : kDetails) {
+        if (words != name || !understood) continue;
+        if (awaits_expectation_ || file_.steps.empty()) return fail("a detail before the answer");
+        return push({.kind = kind, .number = *number});
+      }
+      fail("not a directive: " + std::string(words));
+    }
+  }
+
+  // `system S: NUMBERS`
+  void readSystem(std::string_view rest) {
+    const auto index = takeNumber<std::size_t>(rest);
+    PlanarSystem system = kIdentitySystem;
+    bool understood = index && *index < worker::kSystemCount && takePrefix(rest, ":");
+    for (double& field : system) {
+      const auto number = takeNumber<double>(rest);
+      understood = understood && number;
+      field = number.value_or(0);
+    }
+    if (!understood || !rest.empty()) return fail("not a system and its eight numbers");
+    if (awaits_expectation_) return fail("a request without an expected answer");
+    context_id_ = chosen_context_id_;
+    std::string& record =
+        records_.try_emplace(context_id_, identityContextRecord(context_id_)).first->second;
+    setSystem(record, *index, system);
+    push({.kind = Kind::Register, .frame = registerFrame(context_id_, record)});
   }
 
   void sendProgram() {
-    if (!program_.has_value()) return;
-    request(Kind::Start, startFrame(*program_, context_id_));
-    file_.steps.back().line = program_line_;
-    program_.reset();
+    if (program_.has_value()) start(*std::exchange(program_, std::nullopt), program_line_);
   }
 
-  void request(Kind kind, Frame frame) {
+  void start(std::string program, int line) {
+    request({.kind = Kind::Start, .frame = startFrame(std::move(program), context_id_)});
+    file_.steps.back().line = line;
+  }
+
+  void request(ScriptStep step) {
     if (awaits_expectation_) fail("a request without an expected answer");
     awaits_expectation_ = true;
-    push(kind).frame = std::move(frame);
+    push(std::move(step));
   }
 
-  ScriptStep& push(Kind kind) {
-    file_.steps.emplace_back();
-    file_.steps.back().kind = kind;
-    file_.steps.back().line = line_;
-    return file_.steps.back();
+  void expect(ScriptStep step) {
+    if (!awaits_expectation_) return fail("an answer that no request asks for");
+    awaits_expectation_ = false;
+    push(std::move(step));
+  }
+
+  void push(ScriptStep step) {
+    step.line = line_;
+    file_.steps.push_back(std::move(step));
   }
 
   void fail(const std::string& what) {
     file_.errors.push_back(std::to_string(line_) + ": " + what);
   }
 
-  std::string_view text_;
-  ProgramFile file_;
-  int line_ = 0;
-  bool in_script_ = false;
-  bool awaits_expectation_ = false;
-  std::optional<std::string> program_;
+  std::string_view text_;  // What is still to be read.
+  int line_;
+  std::map<std::uint64_t, std::string> records_;  // Of the contexts that have been registered.
+  std::uint64_t chosen_context_id_ = 1;           // The one that `system` registers.
+  std::uint64_t context_id_ = 0;                  // Of the programs to come.
+  std::optional<std::string> program_;            // Empty between programs.
   int program_line_ = 0;
-  std::uint64_t context_id_ = 0;
+  bool awaits_expectation_ = false;
+  ProgramFile file_;
 };
 
 // The status and the outcome's number that an answer of this kind comes with.
@@ -288,7 +277,9 @@ bool holds(const ScriptStep& step, const FrameResponse& response) {
 
 }  // namespace
 
-ProgramFile parseProgramFile(std::string_view text) { return Parser(text).parse(); }
+ProgramFile parseProgramFile(std::string_view text, int first_line) {
+  return Parser(text, first_line).parse();
+}
 
 std::vector<std::string> runProgramFile(const ProgramFile& file, FramePort& port) {
   std::vector<std::string> faults;

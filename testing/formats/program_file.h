@@ -1,5 +1,10 @@
-// Programs that carry their answers: the files in testing/programs/. programs/README.md describes
-// what stands in them.
+// Programs that carry their answers: the files in testing/programs/ and the `lisp` blocks of
+// docs/LANGUAGE.md. Both have the same notation, which testing/programs/README.md describes.
+//
+//   (LIST (GETDIST) 1)
+//   ; host call: GETDIST ()
+//   ; answer: 2.5
+//   ; => (2.5 1)
 
 #ifndef TESTING_FORMATS_PROGRAM_FILE_H_
 #define TESTING_FORMATS_PROGRAM_FILE_H_
@@ -18,7 +23,7 @@ struct ScriptStep {
   enum class Kind {
     Register,   // A context; `frame` is complete.
     Start,      // A program; `frame` is complete.
-    Answer,     // `frame` but for the run id, which is that of the last call.
+    Answer,     // `frame`, with the run id of the last call instead of its own.
     Resume,     // `frame` is complete.
     Cancel,     // `frame` is complete.
     Value,      // Expect `text` as the value.
@@ -46,7 +51,8 @@ struct ProgramFile {
   std::vector<std::string> errors;
 };
 
-[[nodiscard]] ProgramFile parseProgramFile(std::string_view text);
+// `first_line` is the number of the text's first line, where the text is a part of a file.
+[[nodiscard]] ProgramFile parseProgramFile(std::string_view text, int first_line = 1);
 
 // Sends the requests to `port` and compares its responses. Returns a line for everything that does
 // not hold, beginning with the number of the line that says so; none when all is well.

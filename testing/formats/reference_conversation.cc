@@ -1,3 +1,5 @@
+// Programs first, then contexts and points, then everything that is refused. The end is a Shutdown.
+
 #include "testing/formats/reference_conversation.h"
 
 #include <limits>

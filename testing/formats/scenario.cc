@@ -1,3 +1,6 @@
+// Requests and responses are put together byte for byte as they are named; holding the scenario
+// compares bytes and nothing else.
+
 #include "testing/formats/scenario.h"
 
 #include <algorithm>

@@ -1,14 +1,14 @@
 ;; A name that is bound nowhere, as the reader folds it, and nothing after it.
 FOO
-; eval-error unbound symbol: FOO
-; steps 1
-; ---
+; error: unbound symbol: FOO
+; steps: 1
+
 foo
-; eval-error unbound symbol: FOO
-; ---
+; error: unbound symbol: FOO
+
 ;; The names of functions are not variables.
 CAR
-; eval-error unbound symbol: CAR
-; ---
+; error: unbound symbol: CAR
+
 (SETQ foo 1) (LIST Foo FOO fOo)
 ; => (1 1 1)

@@ -1,23 +1,23 @@
 (DEFUN F (A) A)
 ; => F
-; ---
+
 (F)
-; eval-error wrong argument count for F
-; ---
+; error: wrong argument count for F
+
 (F 1 2)
-; eval-error wrong argument count for F
-; ---
+; error: wrong argument count for F
+
 ;; No argument is evaluated then.
 (F (NOSUCH) 2)
-; eval-error wrong argument count for F
-; steps 1
-; ---
+; error: wrong argument count for F
+; steps: 1
+
 (DEFUN F () 5) (F)
 ; => 5
-; ---
+
 (F 1)
-; eval-error wrong argument count for F
-; ---
+; error: wrong argument count for F
+
 ;; Locals do not count.
 (DEFUN F (A / B C) A) (F 1)
 ; => 1

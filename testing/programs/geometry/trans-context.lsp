@@ -1,27 +1,28 @@
 ;; Without a context there is no TRANS, whatever is registered.
+; context: 7
+; system 0: 0 0 1 0 0 1 1 0
+; context: 0
 (TRANS '(1 2) 0 0)
-; register 7
-; eval-error trans requires point, source, target and registered context
-; ---
+; error: trans requires point, source, target and registered context
+
 ;; 0 means none, even when a context 0 is registered.
+; system 0: 0 0 1 0 0 1 1 0
 (TRANS '(1 2) 0 0)
-; register 0
-; in 0
-; eval-error trans requires point, source, target and registered context
-; ---
+; error: trans requires point, source, target and registered context
+
 ;; A context that is not registered: nothing is evaluated.
+; context: 8
 (SETQ A 1)
-; in 8
-; status 4
-; ---
+; status: 4
+
 ;; Not even read.
 (((
-; in 8
-; status 4
-; ---
+; status: 4
+
+; context: 0
 A
-; eval-error unbound symbol: A
-; ---
+; error: unbound symbol: A
+
+; context: 7
 (TRANS '(1 2) 0 0)
-; in 7
 ; => (1 2 0)

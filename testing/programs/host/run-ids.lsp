@@ -1,43 +1,43 @@
 ;; Ids count up from 1, and are not given again.
 (GETPOINT)
-; call GETPOINT ()
-; run 1
-; cancel 1
-; status 0
-; ---
+; host call: GETPOINT ()
+; run: 1
+; cancel: 1
+; status: 0
+
 (GETPOINT)
-; call GETPOINT ()
-; run 2
-; resume 0 5
-; status 3
-; resume 1 5
-; status 3
-; resume 3 5
-; status 3
-; resume 2 5
+; host call: GETPOINT ()
+; run: 2
+; resume 0: 5
+; status: 3
+; resume 1: 5
+; status: 3
+; resume 3: 5
+; status: 3
+; resume 2: 5
 ; => 5
-; resume 2 5
-; status 3
-; ---
+; resume 2: 5
+; status: 3
+
 ;; Cancelling nothing is fine.
 (GETDIST)
-; call GETDIST ()
-; run 3
-; cancel 0
-; status 0
-; cancel 99
-; status 0
-; cancel 3
-; status 0
-; cancel 3
-; status 0
-; resume 3 5
-; status 3
-; ---
+; host call: GETDIST ()
+; run: 3
+; cancel: 0
+; status: 0
+; cancel: 99
+; status: 0
+; cancel: 3
+; status: 0
+; cancel: 3
+; status: 0
+; resume 3: 5
+; status: 3
+
 ;; A program that fails, or ends, takes no id.
 (NOSUCH)
-; eval-error unsupported LISP function: NOSUCH
-; ---
+; error: unsupported LISP function: NOSUCH
+
 (GETPOINT)
-; call GETPOINT ()
-; run 4
+; host call: GETPOINT ()
+; run: 4

@@ -1,13 +1,14 @@
 ;; A resumed run works in the context in which it began.
+; context: 7
+; system 1: 10 20 1 0 0 1 1 0
 (GETPOINT) (TRANS '(1 2 3) 1 0)
-; register 7 system 1 10 20 1 0 0 1 1 0
-; in 7
-; call GETPOINT ()
-; answer nil
+; host call: GETPOINT ()
+; answer: nil
 ; => (11 22 3)
-; ---
+
 ;; In none, if it began in none.
+; context: 0
 (GETPOINT) (TRANS '(1 2 3) 1 0)
-; call GETPOINT ()
-; answer nil
-; eval-error trans requires point, source, target and registered context
+; host call: GETPOINT ()
+; answer: nil
+; error: trans requires point, source, target and registered context

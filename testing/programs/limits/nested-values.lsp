@@ -5,7 +5,7 @@
 (WHILE (< I 1000) (SETQ Y (CONS Y NIL) I (1+ I)))
 (LIST (EQUAL X Y) (EQUAL X (LIST Y)) (LENGTH X))
 ; => (T nil 1)
-; ---
+
 (SETQ N 0)
 (WHILE (CAR X) (SETQ X (CAR X) N (1+ N)))
 (LIST X N)

@@ -4,20 +4,20 @@
 (DEFUN F (N) (IF (< N 1) "bottom" (F (1- N))))
 (F 62)
 ; => "bottom"
-; ---
+
 ;; One call more puts them at 129.
 (F 63)
-; eval-error LISP evaluation depth exceeded
-; ---
+; error: LISP evaluation depth exceeded
+
 ;; Without the IF a call is one level. The DEFUN counts 1, the calls at depths 0 to 128 with their
 ;; arguments 2 each: the last argument, at depth 129, is counted and fails.
 (DEFUN G (N) (G 1))
 (G 1)
-; eval-error LISP evaluation depth exceeded
-; steps 259
-; ---
+; error: LISP evaluation depth exceeded
+; steps: 259
+
 ;; An argument lies one level below its call.
 (DEFUN H (N) N)
 (H (H (H (H 5))))
 ; => 5
-; steps 10
+; steps: 10

@@ -3,20 +3,20 @@
 (WHILE (< I 3) (SETQ L (LIST L L L L L L L L) I (1+ I)))
 (LENGTH L)
 ; => 8
-; ---
+
 ;; 4096 strings of 34 bytes and what stands between them; eight times that is too much.
 (SETQ M (LIST L L L L L L L L))
-; status 3
-; ---
+; status: 3
+
 (LENGTH M)
 ; => 8
-; ---
+
 ;; A host call with such an argument is kept under its id, though nobody is told.
 (COMMAND M)
-; status 3
-; resume 1 "answered"
+; status: 3
+; resume 1: "answered"
 ; => "answered"
-; ---
+
 (GETPOINT)
-; call GETPOINT ()
-; run 2
+; host call: GETPOINT ()
+; run: 2

@@ -1,26 +1,26 @@
 (QUOTE)
-; eval-error quote expects one argument
-; ---
+; error: quote expects one argument
+
 (QUOTE A B)
-; eval-error quote expects one argument
-; ---
+; error: quote expects one argument
+
 (QUOTE A)
 ; => A
-; ---
+
 'A
 ; => A
-; steps 1
-; ---
+; steps: 1
+
 ;; A quoted form keeps its kind.
 '()
 ; => ()
-; ---
+
 'nil
 ; => nil
-; ---
+
 ''A
 ; => (QUOTE A)
-; ---
+
 '(1 "two" (THREE nil))
 ; => (1 "two" (THREE nil))
-; steps 1
+; steps: 1

@@ -1,47 +1,47 @@
 (SETQ)
-; eval-error setq expects symbol/value pairs
-; ---
+; error: setq expects symbol/value pairs
+
 (SETQ A)
-; eval-error setq expects symbol/value pairs
-; ---
+; error: setq expects symbol/value pairs
+
 ;; Counted before anything is evaluated.
 (SETQ A 1 B)
-; eval-error setq expects symbol/value pairs
-; steps 1
-; ---
+; error: setq expects symbol/value pairs
+; steps: 1
+
 A
-; eval-error unbound symbol: A
-; ---
+; error: unbound symbol: A
+
 (SETQ A 1 B 2)
 ; => 2
-; steps 3
-; ---
+; steps: 3
+
 (LIST A B)
 ; => (1 2)
-; ---
+
 ;; Left to right: later values see earlier assignments.
 (SETQ A 5 B (+ A 1) A (+ B 1))
 ; => 7
-; ---
+
 (LIST A B)
 ; => (7 6)
-; ---
+
 ;; Targets are looked at pair by pair.
 (SETQ A 1 "B" 2)
-; eval-error setq target must be a symbol
-; steps 2
-; ---
+; error: setq target must be a symbol
+; steps: 2
+
 ;; Not even a failing value is evaluated for a bad target.
 (SETQ 5 (NOSUCH))
-; eval-error setq target must be a symbol
-; ---
+; error: setq target must be a symbol
+
 (SETQ nil 1)
-; eval-error setq target must be a symbol
-; ---
+; error: setq target must be a symbol
+
 (SETQ (A) 1)
-; eval-error setq target must be a symbol
-; ---
+; error: setq target must be a symbol
+
 ;; A failing value is not assigned.
 (SETQ C 1 D (NOSUCH) E 2)
-; eval-error unsupported LISP function: NOSUCH
-; steps 3
+; error: unsupported LISP function: NOSUCH
+; steps: 3
