@@ -1,3 +1,7 @@
+// Walks the forms of a program and looks at calls of the drawing whose arguments are constants: an
+// entity list that ENTMAKE would refuse, an unknown command, a selection mode or an object snap
+// that is none. Arguments that are computed are not looked at.
+
 #include "console/check_calls.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Colours 1 to 9 have names and tones of their own; 10 to 249 are 24 hues in ten tones each, 250 to
+// 255 greys.
+
 #include "console/colour.h"
 
 #include <algorithm>

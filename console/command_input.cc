@@ -1,3 +1,6 @@
+// A cursor over the arguments of one COMMAND. Each take...() reads the next argument as one kind of
+// input; the first that cannot be read is the error of the whole command.
+
 #include "console/command_input.h"
 
 #include <algorithm>

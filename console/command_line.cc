@@ -1,3 +1,6 @@
+// The options are defined once, for CLI11, with the texts that --help shows. Checks of single
+// options are the library's; checks between options follow in whyUnusable().
+
 #include "console/command_line.h"
 
 #include <CLI/CLI.hpp>

@@ -1,3 +1,6 @@
+// One function for each command, and a table of them with the line that :help shows. A command
+// works on a copy of the drawing, which takes its place if all went well.
+
 #include "console/commands.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The word before the cursor, the names that begin with it, and what these have in common.
+
 #include "console/completion.h"
 
 #include <algorithm>

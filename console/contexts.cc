@@ -1,3 +1,6 @@
+// System 0 is the world, 1 is turned and moved, 2 counts in inches, 3 in units of 50. 4 cannot be
+// inverted.
+
 #include "console/contexts.h"
 
 namespace console {

@@ -1,3 +1,6 @@
+// Texts are taken apart letter by letter as UTF-8. Control characters, and bytes that are no
+// letter, are written as \xHH or \uHHHH.
+
 #include "console/display.h"
 
 #include <algorithm>

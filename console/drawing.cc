@@ -1,3 +1,7 @@
+// Entities lie in a map by a place that only grows, so their order is that of their making. A
+// second map leads from a handle's number to the place, a third from a layer's name to its record.
+// All are versioned maps (console/versioned_map.h), which makes a copy free.
+
 #include "console/drawing.h"
 
 #include <algorithm>

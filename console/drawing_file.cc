@@ -1,3 +1,6 @@
+// One table (kKeyRules) says which key of a file is which group of an entity, for reading and for
+// writing. Reading stops at the first fault and says where it is.
+
 #include "console/drawing_file.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Tables of the types, of the groups that each must have, and of the groups that cannot be drawn.
+// Checks, descriptions and the reference for users come from them.
+
 #include "console/entity.h"
 
 #include <algorithm>

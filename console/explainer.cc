@@ -1,3 +1,7 @@
+// The worker reports a message and no place. So the explainer notes the program, the answers and
+// the context as they go by, and after a failure has explain/ evaluate the same once more,
+// observed. An explanation is given only if that comes to the outcome that the worker has reported.
+
 #include "console/explainer.h"
 
 #include <algorithm>

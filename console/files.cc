@@ -1,3 +1,6 @@
+// A file is replaced as a whole: the new one is written beside it and renamed, so a crash leaves
+// the old one.
+
 #include "console/files.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// A new file gets the mode and the owner of the one that it replaces.
+
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>

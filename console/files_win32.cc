@@ -1,3 +1,5 @@
+// A new file gets the rights of its directory.
+
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>

@@ -1,3 +1,7 @@
+// The first that has an answer gives it: the program's script, then the list of answers or the
+// person (Answerer), then one function for each host call, from a table. Those look at the drawing,
+// or pick by rule.
+
 #include "console/host.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// One line is one answer: a point, a distance, handles, or an object snap and a point. A line that
+// cannot be read is answered with the help for this call, and asked for again.
+
 #include "console/keyboard.h"
 
 #include <cmath>

@@ -1,3 +1,6 @@
+// At a terminal libedit edits lines and keeps their history; anything else is read line by line.
+// Ctrl-C sets a flag that the prompt and running programs ask for.
+
 #include <histedit.h>
 #include <poll.h>
 #include <signal.h>

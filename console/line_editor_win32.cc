@@ -1,3 +1,6 @@
+// Lines are read as they come: the terminal of Windows edits them itself. Ctrl-C arrives on a
+// thread of the system and sets a flag.
+
 #include <windows.h>
 
 #include <atomic>

@@ -1,3 +1,5 @@
+// The system's link to the running program.
+
 #include <filesystem>
 #include <system_error>
 

@@ -1,3 +1,5 @@
+// The system's name of the running program.
+
 #include <windows.h>
 
 #include <filesystem>

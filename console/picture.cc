@@ -1,3 +1,8 @@
+// A picture is a page with one or two panels, before and after. A Panel maps a box of the drawing
+// to a rectangle of pixels; everything in it is written as one SVG element after the other. Sizes
+// that a person reads, such as the scale bar, are chosen in pixels and turned back into units of
+// the drawing.
+
 #include "console/picture.h"
 
 #include <algorithm>

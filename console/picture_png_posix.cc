@@ -1,3 +1,5 @@
+// librsvg renders the SVG onto a surface of cairo, which writes the PNG.
+
 #include <cairo.h>
 #include <librsvg/rsvg.h>
 

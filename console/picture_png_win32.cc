@@ -1,3 +1,5 @@
+// The libraries that render are not part of the Windows build.
+
 #include "console/picture.h"
 
 namespace console {

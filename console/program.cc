@@ -1,3 +1,6 @@
+// Reads a program with all files that its comments name: libraries, which may name others, and a
+// drawing.
+
 #include "console/program.h"
 
 #include <algorithm>

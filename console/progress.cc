@@ -1,3 +1,6 @@
+// A line is shown after the first second and then twice a second at most. Its place costs an
+// evaluation, so the pause after a line is at least ten times what the line has cost.
+
 #include "console/progress.h"
 
 #include <algorithm>

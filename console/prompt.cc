@@ -1,3 +1,7 @@
+// Each input is one program. :undo and :redo go from state to state: the drawing and the
+// explainer's definitions are put back, and a new worker is started that gets the definitions as
+// programs.
+
 #include "console/prompt.h"
 
 #include <algorithm>

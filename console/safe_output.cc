@@ -1,3 +1,6 @@
+// A stream buffer in front of the real one. What it gets is passed on through safeText(); the bytes
+// of a letter that is not whole yet wait for the rest.
+
 #include "console/safe_output.h"
 
 #include <algorithm>

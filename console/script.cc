@@ -1,3 +1,6 @@
+// One function for each kind of comment, chosen by its first word. The first comment that cannot be
+// read is the error of the whole script.
+
 #include "console/script.h"
 
 #include <algorithm>

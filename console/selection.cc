@@ -1,3 +1,6 @@
+// A selection is a way of selecting, such as a window, and a filter. Candidates come in the order
+// of the drawing, and the filter takes those that have every group of it.
+
 #include "console/selection.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Runs one program: registers the context, starts it, answers each call through Host until it ends,
+// and prints each message on the way. The drawing is copied before; the copy comes back if the
+// program fails.
+
 #include "console/session.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// An arc becomes a chain of points, one for every five degrees at least, with its quadrants among
+// them so that extents are exact. A text is the box that its letters take if all are as wide as a
+// capital.
+
 #include "console/shape.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// All entities give the points that the modes ask for. The one nearest to the given point wins, if
+// it lies within kSnapAperture.
+
 #include "console/snap.h"
 
 #include <algorithm>

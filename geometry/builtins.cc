@@ -1,3 +1,6 @@
+// Each builtin checks in the order in which its errors are to be found: count, points, numbers. A
+// NaN in a result gets a sign by the rule of lisp/arithmetic.h, since the sign shows in its text.
+
 #include "geometry/builtins.h"
 
 #include <array>

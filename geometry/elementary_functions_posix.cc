@@ -1,3 +1,5 @@
+// The C library's functions as they are.
+
 #include <cmath>
 
 #include "geometry/elementary_functions.h"

@@ -1,3 +1,6 @@
+// A table has each operation's formula and how many operands it takes. The formulas are computed in
+// the written order, so that their rounding is the same everywhere.
+
 #include "geometry/geometric_request.h"
 
 #include <algorithm>

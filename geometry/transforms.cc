@@ -1,3 +1,7 @@
+// A system maps its coordinates to the world by the formula in geometry/coord_context.h; the way
+// back inverts the matrix by its determinant. Points are tested for being finite as they come in
+// and as they leave, so a NaN or an infinity on the way is found.
+
 #include "geometry/transforms.h"
 
 #include <cmath>

@@ -1,3 +1,6 @@
+// The eleven host calls differ in their names alone. SSLENGTH and SSNAME look into a selection set,
+// which is a list that begins with the symbol $KVSEL, so its first member has index 1.
+
 #include "host/builtins.h"
 
 #include <array>

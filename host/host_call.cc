@@ -1,3 +1,7 @@
+// A host call takes the next entry of the transcript if there is one, after it has compared name
+// and arguments. Without one the evaluation is kept in the middle of the call
+// (Interpreter::awaitAnswer) or ended by a failure (requireHostCall).
+
 #include "host/host_call.h"
 
 #include <algorithm>

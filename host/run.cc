@@ -1,3 +1,6 @@
+// All forms are read before the first is evaluated, so a program with a fault at its end has no
+// effect. A replay reads nothing: the forms are kept in the Program.
+
 #include "host/run.h"
 
 #include <optional>

@@ -1,3 +1,6 @@
+// Each request goes the same way: check the size, decode field by field, compute in geometry/,
+// encode. The order of the checks is a part of the protocol: a host sees which one failed first.
+
 #include "worker/context_requests.h"
 
 #include <cassert>

@@ -1,3 +1,7 @@
+// One switch over the message types. The work on a request is counted around it
+// (worker/work_law.h), and a bounded clean-up follows each request, so that none of them pays for
+// all that an earlier one has dropped.
+
 #include "worker/dispatch.h"
 
 #include <cassert>

@@ -1,3 +1,8 @@
+// Values are written without recursion: a stack holds, for each list that is open, the element that
+// comes next. (1 (2) 3) is written with one iterator on that stack for "1", two for "2", one for
+// "3". Each open list will need a closing parenthesis, so its entry counts against the limit of the
+// text, and a deep value cannot make the stack larger than the response may be.
+
 #include "worker/encoding.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// The steps of an EvalStart and an EvalResume, numbered where a host can observe their order.
+// Nothing persistent changes before the outcome is known: the environment is replaced by a value
+// alone, and a pending run is stored only for a host call.
+
 #include "worker/evaluation.h"
 
 #include <optional>

@@ -1,3 +1,6 @@
+// The header of a frame. All fields are at the offsets of HeaderOffset, which the client library
+// uses too.
+
 #include "worker/frame.h"
 
 #include <algorithm>

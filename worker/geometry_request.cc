@@ -1,3 +1,6 @@
+// Decodes 64 bytes, has geometry/ compute, encodes 64 bytes. Unlike other requests, a failed one
+// has a payload too: the number that was not finite, or zeros.
+
 #include "worker/geometry_request.h"
 
 #include <cassert>

@@ -1,3 +1,6 @@
+// Two settings of the C library's allocator. Without them, whether a request's memory goes back to
+// the system depends on what happens to lie behind it in the heap.
+
 #include <malloc.h>
 
 #include "worker/heap.h"

@@ -1,3 +1,5 @@
+// Windows keeps freed memory by itself.
+
 #include "worker/heap.h"
 
 namespace worker {

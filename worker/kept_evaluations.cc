@@ -1,3 +1,18 @@
+// A KeptEvaluation is an interpreter in the middle of a program, on a side stack:
+//
+//   evaluate()                          on the side stack
+//     begin          --------------->   run_program ... evaluate_host_call
+//                                         no answer on record: awaitAnswer
+//     outcome: call  <---------------     leave
+//     ...
+//     resume         --------------->     the answer is on record: the program goes on
+//     outcome: value <---------------   run_program returns
+//
+// KeptEvaluations holds those that wait, the one answered longest ago first, and bounds their
+// number and memory. An evaluation's memory is how much more is alive after it has run than before.
+// Values that earlier programs have dropped would spoil this difference if they were freed in
+// between, so they are taken apart first; where that is too much for one request, nothing is kept.
+
 #include "worker/kept_evaluations.h"
 
 #include <algorithm>

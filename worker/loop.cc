@@ -1,3 +1,7 @@
+// Read a header, check it, read the payload, dispatch, write the response; and one exit code for
+// each way in which that can end. All of it sees two byte interfaces, so a test can hold a
+// conversation in memory.
+
 #include "worker/loop.h"
 
 #include <array>

@@ -1,3 +1,6 @@
+// A hash table by run id that grows in small parts (lisp/growing_table.h), so that no request pays
+// for the runs of all others.
+
 #include "worker/pending_runs.h"
 
 #include <utility>

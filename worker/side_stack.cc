@@ -1,3 +1,6 @@
+// The part of a side stack that is the same on every system: who is running, and what may be asked
+// when.
+
 #include "worker/side_stack.h"
 
 #include <cassert>

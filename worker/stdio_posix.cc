@@ -1,3 +1,7 @@
+// Reads and writes by descriptor. A call that a signal interrupts is made again, and on a pipe that
+// does not block the wait is a poll(). A frame is written by one system call for header and
+// payload, so that its reader wakes once.
+
 #include <poll.h>
 #include <sys/uio.h>
 #include <unistd.h>

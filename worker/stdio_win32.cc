@@ -1,3 +1,6 @@
+// Reads and writes by handle: the C runtime's streams would translate line ends and read ahead. A
+// frame is two writes, since Windows has no gathered write for pipes.
+
 #include <windows.h>
 
 #include <cstddef>

@@ -1,3 +1,6 @@
+// Units of work are counted all over lisp/ (lisp/work.h). Here they are compared, request by
+// request, with the steps and bytes that the request was about.
+
 #include "worker/work_law.h"
 
 #ifdef LISP_COUNT_WORK

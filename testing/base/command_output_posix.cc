@@ -1,3 +1,5 @@
+// By popen().
+
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <sys/wait.h>

@@ -1,3 +1,6 @@
+// For each response the name of the test, the size and the bytes, in the order of the tests.
+// Nothing is recorded where a filter leaves tests out.
+
 #include "testing/base/response_record.h"
 
 #include <gtest/gtest.h>

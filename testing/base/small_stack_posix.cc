@@ -1,3 +1,5 @@
+// A thread with a stack of kSmallStackSize bytes.
+
 #include <gtest/gtest.h>
 #include <pthread.h>
 

@@ -1,3 +1,5 @@
+// A thread with a stack of kSmallStackSize bytes, reserved and not only committed.
+
 #include <gtest/gtest.h>
 #include <windows.h>
 

@@ -1,3 +1,5 @@
+// Paths and sizes from environment variables. A missing path is a test's own fault and fails it.
+
 #include "testing/base/test_environment.h"
 
 #include <gtest/gtest.h>

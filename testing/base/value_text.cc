@@ -1,3 +1,6 @@
+// By recursion, and with printf for numbers: slow, short, and nothing that the worker's encoder
+// does. Deeper levels than the reader nests are cut off.
+
 #include "testing/base/value_text.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// Each turn is chosen by what the literal implementation has answered so far, so most resumes are
+// of runs that wait.
+
 #include "testing/generators/conversation.h"
 
 #include <utility>

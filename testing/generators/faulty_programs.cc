@@ -1,3 +1,6 @@
+// Each fault is a form with a mark (kMark) at the byte that an explanation should show. A random
+// program grows around the form; then the mark is taken out and its place noted.
+
 #include "testing/generators/faulty_programs.h"
 
 #include <algorithm>

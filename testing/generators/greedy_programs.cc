@@ -1,3 +1,5 @@
+// Texts by repetition.
+
 #include "testing/generators/greedy_programs.h"
 
 namespace testing_support {

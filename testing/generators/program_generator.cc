@@ -1,3 +1,7 @@
+// Programs and statements: definitions, assignments, loops. program_expressions.cc has what they
+// are made of, program_limits.cc the programs around a limit. `fuel` bounds the size of a tree:
+// each level passes on less.
+
 #include "testing/generators/program_generator.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Functions call only those that were defined before them, so no program runs for ever.
+
 #include "testing/generators/scope_generator.h"
 
 namespace testing_support {

@@ -1,3 +1,5 @@
+// One function for each sort of text; the soup is bytes of all of them at random.
+
 #include "testing/generators/text_generator.h"
 
 #include <cstddef>

@@ -1,3 +1,6 @@
+// The player answers, cancels, starts and registers at random, and keeps a list of the runs that
+// wait. The reference decides what the host learns, as in a real conversation.
+
 #include "testing/generators/waiting_conversation.h"
 
 #include <string>

@@ -1,3 +1,5 @@
+// The formulas of docs/PROTOCOL.md, with all checks written out at each.
+
 #include "testing/reference/literal_context.h"
 
 #include <bit>

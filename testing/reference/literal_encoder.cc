@@ -1,3 +1,5 @@
+// By recursion and printf.
+
 #include "testing/reference/literal_encoder.h"
 
 #include <algorithm>

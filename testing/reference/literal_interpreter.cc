@@ -1,3 +1,6 @@
+// Evaluation as the language document tells it, in that order. literal_special_forms.cc and
+// literal_builtins.cc have the forms and the functions.
+
 #include "testing/reference/literal_interpreter.h"
 
 #include <optional>

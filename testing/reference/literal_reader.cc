@@ -1,3 +1,5 @@
+// Recursive descent, one byte at a time.
+
 #include "testing/reference/literal_reader.h"
 
 #include <cctype>

@@ -1,3 +1,6 @@
+// By recursion over the whole value. literalCopyCost() lets the interpreter give up on programs
+// whose copies would take too long.
+
 #include "testing/reference/literal_value.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Start, resume and cancel, with maps for contexts and runs. A resume is always a replay.
+
 #include "testing/reference/literal_worker.h"
 
 #include <optional>

@@ -1,3 +1,5 @@
+// Payloads are filled in by offset.
+
 #include "testing/wire/frame_makers.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// The result header of an evaluation, decoded and described for people.
+
 #include "testing/wire/frame_port.h"
 
 #include "worker/frame.h"

@@ -1,3 +1,5 @@
+// Headers by encodeHeader(); responses are split by the lengths that they announce.
+
 #include "testing/wire/wire_frames.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,7 @@
+// Walks over input and output at once, request by request. Each request type has the statuses that
+// may answer it and the size of payload that comes with each; the first response that fits neither
+// is the broken law.
+
 #include "testing/wire/wire_laws.h"
 
 #include <algorithm>

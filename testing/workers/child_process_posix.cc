@@ -1,3 +1,6 @@
+// fork() and exec() with pipes for the three streams. Every wait has a limit, so a child that says
+// nothing fails its test instead of holding it up.
+
 #include "testing/workers/child_process_posix.h"
 
 #include <fcntl.h>

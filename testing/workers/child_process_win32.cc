@@ -1,3 +1,6 @@
+// CreateProcess() with pipes for the three streams. Every wait has a limit, so a child that says
+// nothing fails its test instead of holding it up.
+
 #include <gtest/gtest.h>
 #include <windows.h>
 

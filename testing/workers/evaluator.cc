@@ -1,3 +1,6 @@
+// Programs go through run_program() as the worker's do, with an environment that is kept from one
+// to the next.
+
 #include "testing/workers/evaluator.h"
 
 #include <optional>

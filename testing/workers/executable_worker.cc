@@ -1,3 +1,5 @@
+// Frames over the client library's own process.
+
 #include "testing/workers/executable_worker.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// Frames are shown to the explainer before the worker handles them, and the response after it.
+// Explanations are collected; the tests look for what they lack.
+
 #include "testing/workers/explained_worker.h"
 
 #include <cstddef>

@@ -1,3 +1,5 @@
+// A Dispatcher and nothing around it.
+
 #include "testing/workers/real_worker.h"
 
 #include <cstdint>

@@ -1,3 +1,6 @@
+// Time is the process's own, from the system's clock of that process; memory is the peak in /proc,
+// which is reset before each request.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>

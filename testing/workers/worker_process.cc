@@ -1,3 +1,5 @@
+// Requests, and the moments at which a host may die.
+
 #include "testing/workers/worker_process.h"
 
 #include "testing/wire/wire_frames.h"
