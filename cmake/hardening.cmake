@@ -20,3 +20,10 @@ if(LISP_HARDEN AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT LISP_SANITIZE)
     add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code)
   endif()
 endif()
+
+# A released worker may make ten system calls (worker/least_privilege_posix.cc). Not restricted are
+# builds whose instrumentation needs others: sanitizers, notes on coverage, and the worker that tells
+# which request broke the law of work.
+if(LISP_SANITIZE OR LISP_COVERAGE OR LISP_COUNT_WORK)
+  add_compile_definitions(LISP_FREE_SYSTEM_CALLS=1)
+endif()

@@ -39,11 +39,13 @@ struct FormerEdge {
   std::uint32_t level;
 };
 
+// Drawn before main(): once it serves, a worker cannot ask the system for a secret any more.
+std::uint64_t priority_state = drawHashPoint();
+
 // SplitMix64's sequence from a secret start: unique priorities, as good as random.
 std::uint64_t drawPriority() {
-  static std::uint64_t state = drawHashPoint();
-  state += 0x9e3779b97f4a7c15;
-  std::uint64_t z = state;
+  priority_state += 0x9e3779b97f4a7c15;
+  std::uint64_t z = priority_state;
   z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
   z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
   return z ^ (z >> 31);

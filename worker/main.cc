@@ -7,6 +7,7 @@
 #include "worker/dispatch.h"
 #include "worker/exit_code.h"
 #include "worker/heap.h"
+#include "worker/least_privilege.h"
 #include "worker/loop.h"
 #include "worker/stdio.h"
 
@@ -36,6 +37,7 @@ int main() {
   // Never destroyed: taking millions of values apart would take time, and the system takes their
   // memory back anyway. A leak checker does not look at the stacks of kept evaluations.
   static auto& dispatcher = *new worker::Dispatcher;
+  worker::giveUpPrivileges();
   const worker::ExitCode code = worker::serve(dispatcher, input, output);
 #ifdef LISP_SANITIZE
   delete &dispatcher;

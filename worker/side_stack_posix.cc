@@ -147,11 +147,14 @@ class SwitchedStack final : public SideStack {
 
 std::unique_ptr<SideStack> SideStack::make() {
   if (hasShadowStack()) return nullptr;
-  void* const memory = ::mmap(nullptr, size(), PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+  constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK;
+  void* const memory = ::mmap(nullptr, size(), PROT_NONE, kFlags, -1, 0);
   if (memory == MAP_FAILED) return nullptr;
   auto stack = std::make_unique<SwitchedStack>(static_cast<std::byte*>(memory));
-  if (::mprotect(memory, static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)), PROT_NONE) != 0) {
+  // All but the guard page. The worker may map memory, but not change what mapped memory is for.
+  const auto guard_size = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  if (::mmap(static_cast<std::byte*>(memory) + guard_size, size() - guard_size,
+             PROT_READ | PROT_WRITE, kFlags | MAP_FIXED, -1, 0) == MAP_FAILED) {
     return nullptr;
   }
   return stack;

@@ -171,6 +171,33 @@ TEST(WorkerProcess, HasTheThreeStandardStreamsAndOpensNothing) {
   EXPECT_EQ(openDescriptors(child), standard);
 }
 
+// The system goes on with what a stopped process waited for: of a pipe that does not block the
+// worker waits with a call that the system repeats under another name.
+TEST(WorkerProcess, GoesOnWaitingAfterItWasStopped) {
+  std::array<int, 2> input{};
+  ASSERT_EQ(::pipe2(input.data(), O_CLOEXEC | O_NONBLOCK), 0);
+  ChildProcess child({.input = input[0]});
+  ::close(input[0]);
+  const auto ping = [&] {
+    const std::string frame = pingFrame();
+    EXPECT_EQ(::write(input[1], frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
+    EXPECT_EQ(child.receive(64).size(), 64U);
+  };
+  ping();
+  const auto process = static_cast<pid_t>(child.id());
+  for (int i = 0; i < 3; ++i) {
+    ::kill(process, SIGSTOP);
+    int status = 0;
+    ASSERT_EQ(::waitpid(process, &status, WUNTRACED), process);
+    ASSERT_TRUE(WIFSTOPPED(status));
+    ::kill(process, SIGCONT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ping();
+  }
+  ::close(input[1]);
+  EXPECT_EQ(child.end(), "exit code 0");
+}
+
 TEST(WorkerProcess, DiesOfNoSignalThatAPipeCanSend) {
   ChildProcess child;
   child.send(pingFrame());
