@@ -10,7 +10,7 @@
 
 namespace console {
 
-// "#c62828": what stands for colour `number`, 1 to 255, on white paper. Dark enough to be seen.
+// The tone of colour `number`, 1 to 255, on white paper, such as "#c62828". Dark enough to be seen.
 [[nodiscard]] std::string paperColour(int number);
 
 // A number from 1 to 255, or the name of one of the first nine, with or without double quotes.

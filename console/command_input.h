@@ -38,19 +38,19 @@ class CommandInput {
   [[nodiscard]] const std::string& error() const { return error_; }
 
   [[nodiscard]] bool atEnd() const { return next_ == arguments_.size(); }
-  // Whether nothing is left, or Enter comes next. takeEnter consumes it, and is true then.
+  // True when nothing is left or Enter comes next. takeEnter also consumes the Enter.
   [[nodiscard]] bool atEnter() const;
   bool takeEnter();
   // Consumes the next input when it is one of these words, in either case.
   bool takeWord(std::string_view word);
   // Passes over the next input.
   void takeAny() { ++next_; }
-  // The next input as text, whatever it is; for messages.
+  // The next input as text, of any kind; for messages.
   [[nodiscard]] std::string next() const;
 
   [[nodiscard]] bool atPoint() const { return peekPoint().has_value(); }
   std::optional<client::Point> takePoint(std::string_view what);
-  // A number; a point stands for its distance from `base`.
+  // A number, or a point: then its distance from `base`.
   std::optional<double> takeDistance(std::string_view what, const client::Point& base);
   std::optional<double> takeNumber(std::string_view what);
   // Radians, from degrees.

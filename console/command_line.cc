@@ -107,7 +107,7 @@ bool isPicturePath(const std::string& path) {
   return path.ends_with(".svg") || path.ends_with(".png");
 }
 
-// What is wrong with options that can each be read; otherwise empty.
+// The mistake in options of which each can be read; otherwise empty.
 std::string whyUnusable(const CommandLine& line) {
   if (line.check && line.program_paths.empty()) return "check needs a program";
   const bool runs_otherwise = line.asks || line.is_brief || line.shows_all_calls || line.keeps ||
@@ -122,7 +122,7 @@ std::string whyUnusable(const CommandLine& line) {
   return "";
 }
 
-// What is wrong with the first option that there is not; empty when all are known.
+// A message about the first unknown option; empty when all are known.
 std::string whyUnknownOption(const CLI::App& app, std::span<const std::string_view> arguments) {
   std::vector<std::string> names;
   for (const CLI::Option* const option : app.get_options()) {

@@ -1,4 +1,4 @@
-// What the user asked for: the arguments of lisp_console.
+// The arguments of lisp_console, parsed and checked.
 
 #ifndef CONSOLE_COMMAND_LINE_H_
 #define CONSOLE_COMMAND_LINE_H_

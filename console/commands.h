@@ -17,18 +17,18 @@ namespace console {
 // One line for each command: its name and inputs, for a person.
 [[nodiscard]] std::vector<std::string_view> commandSummaries();
 
-// Whether there is a command of this name, in capitals.
+// True when there is a command of this name, in capitals.
 [[nodiscard]] bool isCommand(std::string_view name);
 
 struct CommandResult {
-  std::string text;       // What was done, or why something was not, for a person.
+  std::string text;       // Says what was done, or why something was not, for a person.
   bool is_whole = false;  // Everything was.
   // The argument because of which something was not, counted from 0; empty when it is none of them.
   std::optional<std::size_t> failed_argument = {};
 };
 
 // Runs the commands that `arguments` hold, one after the other; command_input.h tells how inputs
-// are written. Names and words may be in either case. "" stands for the Enter key:
+// are written. Names and words may be in either case. "" is the Enter key:
 //   LINE point point... [C] ""            C closes
 //   PLINE point point... [C] ""
 //   CIRCLE centre radius | centre D diameter | 2P point point | 3P point point point

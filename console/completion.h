@@ -1,4 +1,4 @@
-// What the Tab key adds.
+// Completion of names by the Tab key.
 
 #ifndef CONSOLE_COMPLETION_H_
 #define CONSOLE_COMPLETION_H_
@@ -16,7 +16,8 @@ namespace console {
 [[nodiscard]] std::vector<std::string> namesWith(const std::vector<std::string>& names,
                                                  std::string_view word);
 
-// What all candidates have behind `word`, in its letters' case; a blank too when there is only one.
+// The letters that all candidates have after `word`, in its letters' case, and a blank if there is
+// only one candidate.
 [[nodiscard]] std::string commonRest(const std::vector<std::string>& candidates,
                                      std::string_view word);
 

@@ -120,8 +120,8 @@ class Drawing {
   // In the order in which they were added.
   [[nodiscard]] EntityList entities() const { return EntityList(entities_); }
 
-  // Where the entity is in that order: earlier ones have lower places. Empty when there is no such
-  // entity. `at` needs a place that there is.
+  // The entity's place in that order: earlier ones have lower places. Empty for an unknown handle.
+  // `at` needs a place that there is.
   [[nodiscard]] std::optional<std::uint64_t> placeOf(std::string_view handle) const;
   [[nodiscard]] const Entity& at(std::uint64_t place) const { return **entities_.find(place); }
 
@@ -134,11 +134,11 @@ class Drawing {
   // Gives the layer of that name, which is made if there is none yet, what `layer` says.
   void setLayer(Layer layer);
 
-  // Where entities without a layer go; "0" at first. Setting it makes the layer.
+  // The layer of entities that name none; "0" at first. Setting it makes the layer.
   [[nodiscard]] const std::string& currentLayer() const { return current_layer_; }
   void setCurrentLayer(std::string_view name);
 
-  // Whether the entity's layer is visible.
+  // True when the entity's layer is visible.
   [[nodiscard]] bool isVisible(const Entity& entity) const;
   // The entity's own colour, or its layer's: 1 to 255.
   [[nodiscard]] int colourOf(const Entity& entity) const;
@@ -147,15 +147,15 @@ class Drawing {
   [[nodiscard]] const std::vector<std::string>& previousSelection() const { return *previous_; }
   void setPreviousSelection(std::vector<std::string> handles);
 
-  // What a picture shows: a part of the drawing, or all of it when empty.
+  // The part of the drawing that a picture shows; all of it when empty.
   [[nodiscard]] const std::optional<Box>& view() const { return view_; }
   void setView(std::optional<Box> view) { view_ = view; }
 
   // The handle that the next entity gets is E and this number.
   [[nodiscard]] std::uint64_t nextHandle() const { return next_handle_; }
 
-  // Whether nothing tells the two apart, the next handle and what was selected last included.
-  // Costs what differs between two versions of one drawing.
+  // Compares everything, the next handle and the last selection included. The cost depends on what
+  // differs between two versions of one drawing, not on their size.
   friend bool operator==(const Drawing& a, const Drawing& b);
 
  private:
@@ -168,7 +168,7 @@ class Drawing {
   EntityList::Map entities_;              // By place.
   VersionedMap<std::uint64_t> places_;    // Of entities, by the numbers in their handles.
   VersionedMap<Layer> layers_;            // By the order in which they were made.
-  VersionedMap<std::uint64_t> layer_at_;  // Where in layers_, by layerKey.
+  VersionedMap<std::uint64_t> layer_at_;  // Keys of layers_, by layerKey.
   std::string current_layer_ = "0";
   std::shared_ptr<const std::vector<std::string>> previous_;
   std::optional<Box> view_;
@@ -176,7 +176,7 @@ class Drawing {
   std::uint64_t next_place_ = 0;
 };
 
-// What ENTGET answers: the groups with the handle's in front.
+// The answer to ENTGET: the groups, with the handle's in front.
 [[nodiscard]] client::Datum entityData(const Entity& entity);
 
 struct EntityChange {
@@ -188,8 +188,8 @@ struct EntityChange {
   friend bool operator==(const EntityChange&, const EntityChange&) = default;
 };
 
-// What makes `after` differ from `before`, an earlier state of the same drawing: changed and added
-// entities in their order, then erased ones. Costs what has changed.
+// The changes from `before`, an earlier state of the same drawing, to `after`: changed and added
+// entities in their order, then erased ones. The cost depends on the changes alone.
 [[nodiscard]] std::vector<EntityChange> compareDrawings(const Drawing& before,
                                                         const Drawing& after);
 

@@ -58,7 +58,7 @@ std::string dumped(const Json& json) {
 
 // --- Reading ----------------------------------------------------------------------------------
 
-// What is wrong with an object that has a key besides these; otherwise empty.
+// The mistake of an object that has a key besides these; otherwise empty.
 std::string whyUnknownKey(const Json& object, std::initializer_list<std::string_view> known) {
   for (const auto& [key, value] : object.items()) {
     if (std::find(known.begin(), known.end(), key) != known.end()) continue;
@@ -88,7 +88,7 @@ std::optional<Datum> readPointDatum(const Json& json) {
   return client::list(std::move(parts));
 }
 
-// Appends the group or groups that `value` stands for. What is wrong, or an empty text.
+// Appends the group or groups that `value` means. Returns the mistake, or an empty text.
 std::string readKey(const KeyRule& rule, const Json& value, DatumList& groups) {
   const std::string key = inQuotes(rule.key);
   switch (rule.code) {

@@ -1,8 +1,8 @@
 // Entities of the drawing, as lists of groups.
 //
 // A group is a list of two: a code that says what it is, and the value. The dialect has no dotted
-// pairs, so (8 "HOLES") stands where other dialects write (8 . "HOLES"), and a point is a list of
-// its own, (10 (5 5 0)). The codes:
+// pairs, so (8 "HOLES") is written where other dialects write (8 . "HOLES"), and a point is a list
+// of its own, (10 (5 5 0)). The codes:
 //
 //   -1  handle, a string; ENTGET puts it first, ENTMOD finds the entity by it
 //    0  type, a string: POINT, LINE, CIRCLE, ARC, POLYLINE or TEXT
@@ -78,16 +78,16 @@ struct Entity {
 // The points of all groups with `code`, in their order.
 [[nodiscard]] std::vector<client::Point> findPoints(const client::DatumList& groups, int code);
 
-// Whether `datum` is a list of two or three finite numbers.
+// True for a list of two or three finite numbers.
 [[nodiscard]] bool isPoint(const client::Datum& datum);
 
 // Why `datum` cannot be the groups of an entity, for a person; empty when it can.
 [[nodiscard]] std::string whyNoEntity(const client::Datum& datum);
 
-// What groups an entity of this type has, with their units and defaults; empty for no type.
+// The groups of an entity of this type, with their units and defaults; empty for an unknown type.
 [[nodiscard]] std::string typeReference(std::string_view type);
 
-// The same for all types, and what holds for all of them.
+// The same for all types, with the rules that all of them share.
 [[nodiscard]] std::string entityReference();
 
 // One line for a person: "E1 CIRCLE on layer HOLES: centre (5 5 0), radius 3", with numbers

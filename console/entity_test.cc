@@ -111,7 +111,7 @@ TEST(DescribeEntity, IsALineForAPerson) {
   for (const Row& row : rows) EXPECT_EQ(describeEntity({"E1", groupsOf(row.groups)}), row.line);
 }
 
-// What is not drawn as it says is refused, and so are angles in degrees.
+// Groups that cannot be drawn as they say are refused, and so are angles in degrees.
 TEST(WhyNoEntity, RefusesWhatWouldBeDrawnWrongly) {
   struct Row {
     const char* groups;

@@ -98,7 +98,7 @@ TEST_F(Examples, EndAsTheySayEachInAWorkerOfItsOwn) {
   }
 }
 
-// Where two texts differ by more than `tolerance` in a number, or in anything else; empty when
+// The place where two texts differ by more than `tolerance` in a number, or otherwise; empty when
 // nowhere. Sines differ in their last bits from one mathematics library to the next.
 std::string differenceOf(const std::string& actual, const std::string& expected, double tolerance) {
   static const std::regex kNumber("-?[0-9]+(?:\\.[0-9]+)?(?:e[-+]?[0-9]+)?");
@@ -160,8 +160,8 @@ void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& t
   texts.push_back(explain::readProgram(program.name, program.text));
 }
 
-// What ends with a value has nothing to be found, nor have the libraries; in a program that is to
-// fail nothing but its failure may be.
+// The checker finds nothing in programs that end with a value, nor in libraries; in a program that
+// is to fail nothing but its failure may be.
 TEST_F(Examples, PassTheChecker) {
   for (const auto& path : examplePaths()) {
     std::string error;
@@ -174,7 +174,7 @@ TEST_F(Examples, PassTheChecker) {
       const bool is_its_failure = expectation.kind == Expectation::Kind::Error &&
                                   finding.message == expectation.text &&
                                   finding.program == texts.back();
-      // A loop without end is found by what stands in it.
+      // A loop without end is found by its contents.
       const bool is_its_loop = expectation.text == "LISP evaluation step limit exceeded" &&
                                finding.severity == explain::Severity::Warning;
       EXPECT_TRUE(is_its_failure || is_its_loop) << explain::describe(finding);

@@ -110,7 +110,7 @@ void Explainer::replaceContext(const client::CoordContext& context) {
 }
 
 explain::Outcome Explainer::evaluateAgain() {
-  // What each call asked for was settled by the evaluation that reached it first.
+  // The evaluation that reached a call first has decided what the call asks for.
   for (const ContextVersion& version : earlier_contexts_) {
     if (version.call_count > answers_.size()) continue;
     explain::Definitions scratch = definitions_;

@@ -32,7 +32,7 @@ class Explainer {
               std::optional<std::size_t> refused_argument = std::nullopt);
 
   // The arguments of the call that waits, as its program has made them; empty when this evaluation
-  // does not come to them, or no text stands for them. Evaluates the program once more.
+  // does not come to them, or no text can be written for them. Evaluates the program once more.
   [[nodiscard]] std::optional<client::DatumList> argumentsOf(const client::EvalResult& waiting);
 
   // The context has been replaced, while a call waits.
@@ -49,18 +49,18 @@ class Explainer {
   // The program has been cancelled because a call was refused: finds the places of refused calls.
   void stop();
 
-  // Where the call that waits stands, as "a.lsp:4:3"; empty when that cannot be told. Evaluates
-  // the program once more.
+  // The place of the pending call, such as "a.lsp:4:3"; empty when it is not known. Evaluates the
+  // program once more.
   [[nodiscard]] std::string placeOfWaitingCall();
 
   // The calls that the host has refused, each with its place, and only a count of those that are
   // too many. Once the program has come to an end.
   [[nodiscard]] std::string explainRefusals() const;
 
-  // What the last program has come to here, with its steps by line.
+  // The outcome of the last program as evaluated here, with its steps by line.
   [[nodiscard]] const explain::Outcome& outcome() const { return outcome_; }
 
-  // What programs have left. Setting it is for a worker that has been given other definitions.
+  // The variables and functions of finished programs. Set for a worker that was given other ones.
   [[nodiscard]] const explain::Definitions& definitions() const { return definitions_; }
   void setDefinitions(explain::Definitions definitions) { definitions_ = std::move(definitions); }
 

@@ -19,8 +19,7 @@ namespace console {
 // link to a file stays a link. False with the reason in `error`.
 [[nodiscard]] bool writeFile(const std::string& path, std::string_view bytes, std::string& error);
 
-// Whether writeFile could write there now, without leaving a trace. False with the reason in
-// `error`.
+// True when writeFile could write there now; leaves no trace. False with the reason in `error`.
 [[nodiscard]] bool canWriteFile(const std::string& path, std::string& error);
 
 // Opens a file beside `target` that was not there before, under a name that nobody guesses, with

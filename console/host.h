@@ -24,14 +24,14 @@ inline constexpr const char* kByRule = "picked by rule";
 
 struct HostAnswer {
   std::string text;         // To be sent as it stands.
-  std::string note;         // Where it comes from and what it did, for a person.
+  std::string note;         // Its source and its effect, for a person.
   std::string failure;      // Why the program cannot go on, when it cannot; otherwise empty.
   bool is_refused = false;  // The host could not do what the call asks for; the note says why.
   // The argument that is to blame for that, counted from 0; empty when it is none of them.
   std::optional<std::size_t> refused_argument = {};
 };
 
-// Who answers before the drawing and the rules do: a file of answers, a person.
+// A source of answers that is asked before the drawing and the rules: a file of answers, a person.
 class Answerer {
  public:
   virtual ~Answerer() = default;
@@ -64,10 +64,10 @@ class Host {
   // `drawing`, and `answerer` unless it is null, must outlive the host.
   Host(Drawing& drawing, std::vector<ScriptedAnswer> script, Answerer* answerer = nullptr);
 
-  // Performs the call that `waiting`, of eval_status HostCallRequired, asks for. The first
-  // scripted answer to a call of that name that is left stands for the whole call; the drawing is
-  // not touched then. A call that cannot be read or carried out is answered with nil.
-  // `known` are the arguments when the caller knows them better than from their text.
+  // Performs the call that `waiting`, of eval_status HostCallRequired, asks for. The first unused
+  // scripted answer to a call of that name is the answer; the drawing is not touched then. A call
+  // that cannot be read or carried out is answered with nil. `known` are the arguments when the
+  // caller knows them better than from their text.
   HostAnswer answer(const client::EvalResult& waiting,
                     const std::optional<client::DatumList>& known = std::nullopt);
 

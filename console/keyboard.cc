@@ -111,7 +111,7 @@ HostAnswer Keyboard::ask(const client::HostCall& call, Drawing& drawing) {
       case LineEditor::Result::Line:
         break;
     }
-    // What comes from a file or a pipe is not on the screen yet, nor the end of its line.
+    // A line from a file or a pipe is not on the screen yet, nor is its end.
     if (!editor_.isTerminal()) std::cout << line << "\n";
     const std::size_t begin = line.find_first_not_of(" \t");
     line = begin == std::string::npos

@@ -1,4 +1,4 @@
-// Lines from a person at a terminal, or from whatever standard input is.
+// Lines from a person at a terminal, or from standard input that is a file or a pipe.
 
 #ifndef CONSOLE_LINE_EDITOR_H_
 #define CONSOLE_LINE_EDITOR_H_
@@ -28,7 +28,7 @@ class LineEditor {
   // Shows `prompt` and reads a line, without its end, into `line`.
   virtual Result read(const std::string& prompt, std::string& line) = 0;
 
-  // Whether a person sees what is typed.
+  // True when a person sees what is typed.
   [[nodiscard]] virtual bool isTerminal() const = 0;
 };
 
@@ -37,11 +37,11 @@ class LineEditor {
 [[nodiscard]] std::unique_ptr<LineEditor> openLineEditor(const std::string& history_path,
                                                          LineEditor::Completer completer);
 
-// Where the history is kept: what LISP_CONSOLE_HISTORY names, else a file in the home directory.
-// Empty where there is no home.
+// The file of the history: the one that LISP_CONSOLE_HISTORY names, else one in the home directory.
+// Empty without a home directory.
 [[nodiscard]] std::string defaultHistoryPath();
 
-// Whether messages go to a person's terminal.
+// True when messages go to a person's terminal.
 [[nodiscard]] bool isTerminalAttached();
 
 // From here on Ctrl-C does nothing, to a process that is started now either: at a terminal it

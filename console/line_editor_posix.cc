@@ -32,7 +32,7 @@ volatile std::sig_atomic_t interrupt_count = 0;
 
 extern "C" void noteInterrupt(int /*signal*/) { interrupt_count = 1; }
 
-// What a terminal puts around a paste, once it has been asked to.
+// A terminal that has been asked to puts these around a paste.
 constexpr const char* kPasteOn = "\033[?2004h";
 constexpr const char* kPasteOff = "\033[?2004l";
 constexpr const char* kPasteBegin = "\033[200~";
@@ -77,7 +77,7 @@ class TerminalEditor : public LineEditor {
     el_set(editor_, EL_ADDFN, "lisp-interrupt", "Drop the line", &TerminalEditor::interrupt);
     el_set(editor_, EL_BIND, "^C", "lisp-interrupt", nullptr);
     el_set(editor_, EL_SETTY, "-d", "-isig", nullptr);
-    // What is pasted is text and no keys: a tab in it completes nothing.
+    // Pasted text is not keys: a tab in it completes nothing.
     el_set(editor_, EL_ADDFN, "lisp-paste", "Take what is pasted", &TerminalEditor::paste);
     el_set(editor_, EL_BIND, kPasteBegin, "lisp-paste", nullptr);
   }
@@ -165,7 +165,7 @@ class TerminalEditor : public LineEditor {
     return clean;
   }
 
-  // The next whole line of a paste. What is behind its last line end is typed in by itself.
+  // The next whole line of a paste. The text after its last line end is typed in by itself.
   bool takePasted(std::string& line) {
     const std::size_t end = pasted_.find('\n');
     if (end == std::string::npos) {

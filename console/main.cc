@@ -88,8 +88,8 @@ std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
   return inputs;
 }
 
-// Whether the files that the command line asks for can be written, before anything runs. False with
-// the reason in `error`.
+// Checks before anything runs that the files that the command line asks for can be written. False
+// with the reason in `error`.
 bool canWriteOutputs(const CommandLine& line, std::string& error) {
   std::vector<std::string> paths = line.picture_paths;
   if (!line.save_path.empty() && !line.is_dry) paths.push_back(line.save_path);
@@ -126,7 +126,7 @@ void tellUnusedAnswers(const CommandLine& line, const AnswerList& answers) {
   }
 }
 
-// What the prompt and programs in files have in common.
+// The settings that the prompt and programs in files share.
 void setUp(Session& session, const CommandLine& line) {
   session.setKeep(line.keeps);
   session.setStrict(line.is_strict);

@@ -1,4 +1,4 @@
-// Where this program lies.
+// The worker that is installed beside this program.
 
 #ifndef CONSOLE_OWN_PATH_H_
 #define CONSOLE_OWN_PATH_H_

@@ -275,7 +275,7 @@ std::string axes(const Panel& panel, const client::CoordContext& context) {
 std::string cellLines(const Panel& panel, const client::PlanarSystem& plane, double size,
                       bool is_across) {
   const double determinant = plane.a * plane.d - plane.b * plane.c;
-  // What the panel shows, in cells.
+  // The panel's box, in cells.
   Box cells;
   const double half_width = panel.width / 2 / panel.scale;
   const double half_height = panel.height / 2 / panel.scale;

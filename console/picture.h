@@ -25,7 +25,7 @@ struct PictureOptions {
                                       const client::CoordContext& context,
                                       const PictureOptions& options);
 
-// The bytes of a PNG file of the same. Empty when there is no way to make one, with the reason in
+// The bytes of a PNG file of the same. Empty when none can be made, with the reason in
 // `error`.
 [[nodiscard]] std::optional<std::string> renderPng(const std::string& svg, std::string& error);
 

@@ -91,7 +91,7 @@ TEST_F(ConsoleProgram, TellsItsVersion) {
   EXPECT_EQ(output, "lisp_console " + testing_support::projectVersion() + "\n");
 }
 
-// Everything that --help and :help name stands in the manual page.
+// Everything that --help and :help name is in the manual page.
 TEST_F(ConsoleProgram, IsDescribedByItsManualPage) {
   std::string page = testing_support::readSource("man/lisp_console.1");
   std::erase(page, '\\');
@@ -192,7 +192,7 @@ TEST_F(ConsoleProgram, LetsAProgramMakeMoreHostCallsOrFewer) {
                                  "calls (--max-calls allows more)\n"));
 }
 
-// Ctrl-C ends the program where it is. What was asked for is written all the same.
+// Ctrl-C ends the program where it is. The files that were asked for are written all the same.
 TEST_F(ConsoleProgram, EndsAProgramAtCtrlC) {
   const std::string good = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));
   const std::string endless =

@@ -1,4 +1,4 @@
-// How a long program is going: a line on a person's terminal, and Ctrl-C.
+// The progress of a long program: a line on a person's terminal, and Ctrl-C.
 
 #ifndef CONSOLE_PROGRESS_H_
 #define CONSOLE_PROGRESS_H_
@@ -11,7 +11,7 @@
 
 namespace console {
 
-// What is known between two host calls.
+// The state between two host calls.
 struct Progress {
   std::size_t call_count = 0;          // Host calls answered.
   std::uint64_t steps = 0;             // Of the last evaluation.
@@ -31,7 +31,7 @@ class ProgressLine {
   // Takes the line away: something else will be printed.
   void clear();
 
-  // What a person has taken to answer does not count. Between a question and its answer.
+  // Around a question to a person: the time of the answer does not count.
   void pause();
   void resume();
 

@@ -208,7 +208,7 @@ void Prompt::runProgram(const Program& program) {
   const ProgramEnd end = session_->run(program);
   progress_.clear();
   if (end != ProgramEnd::AsExpected) ++failure_count_;
-  // What has changed nothing need not be taken back.
+  // A program that has changed nothing need not be taken back.
   const bool changed_nothing =
       end != ProgramEnd::AsExpected && before.session.sheet.drawing == session_->drawing();
   if (!changed_nothing) remember(std::move(before));

@@ -24,13 +24,13 @@ namespace console {
 
 class Prompt {
  public:
-  // Where the worker is, and where lines are remembered.
+  // The paths of the worker and of the file that keeps lines.
   Prompt(std::string worker_path, const std::string& history_path);
 
   // Starts the worker. False with the reason in `error`.
   [[nodiscard]] bool open(std::string& error);
 
-  // What programs run in, once the prompt is open, and who asks for picks in it.
+  // Once the prompt is open: the session that programs run in, and the source of picks in it.
   [[nodiscard]] Session& session() { return *session_; }
   [[nodiscard]] Answerer& keyboard() { return *keyboard_; }
   // What :picture shows.

@@ -41,7 +41,7 @@ class Directory {
 
 class PipedPrompt : public testing::Test {
  protected:
-  // What the prompt says to these lines.
+  // The prompt's output for these lines.
   std::string say(const std::string& lines, const std::string& options = "") {
     return run(lines, "--worker '" + environment("LISP_WORKER_PATH") + "' " + options);
   }
@@ -220,7 +220,7 @@ TEST_F(PipedPrompt, SaysByItsExitCodeThatTheWorkerIsBroken) {
   EXPECT_EQ(exit_code, 3);
   say("(CAR 1 2");
   EXPECT_EQ(exit_code, 1);
-  // What has been drawn is not lost with it.
+  // The drawing is not lost with it.
   run("5\n", "--worker /bin/false --save kept.json");
   EXPECT_EQ(exit_code, 3);
   EXPECT_THAT(written("kept.json"), HasSubstr("entities"));
@@ -236,7 +236,7 @@ TEST_F(PipedPrompt, TakesBackALoadedDrawing) {
   EXPECT_EQ(written("a.svg"), written("c.svg"));
 }
 
-// How long it takes from the start of the console, in a terminal of its own, to the first prompt.
+// The time from the start of the console, in a terminal of its own, to the first prompt.
 std::chrono::microseconds timeToFirstPrompt(const std::string& history_path) {
   const std::string console = environment("LISP_CONSOLE_PATH");
   const std::string worker = environment("LISP_WORKER_PATH");
@@ -322,7 +322,7 @@ class TerminalPrompt : public testing::Test {
 
   [[nodiscard]] std::string screen() const { return tmux("capture-pane -p"); }
 
-  // Whether the screen comes to show the text.
+  // True when the screen comes to show the text.
   [[nodiscard]] bool shows(const std::string& text) const {
     for (int n = 0; n < 1000; ++n) {
       if (screen().find(text) != std::string::npos) return true;

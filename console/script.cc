@@ -50,7 +50,8 @@ std::optional<std::size_t> readCount(std::string_view word) {
   return count;
 }
 
-// Each reads what follows one kind of comment. What is wrong with it, or an empty string.
+// Each reads one kind of comment, from after its first word. Returns the mistake, or an empty
+// string.
 
 std::string readAnswer(std::string_view text, std::size_t line, Script& script) {
   const std::string_view call = takeWord(text);
@@ -166,8 +167,8 @@ bool readLines(std::string_view text, std::string& error, Read read) {
   return true;
 }
 
-// In a file of answers a point may stand as a person types it: 10,20. What is wrong with the
-// answer, or an empty string.
+// In a file of answers a point may stand as a person types it: 10,20. Returns the
+// mistake, or an empty string.
 std::string readTypedAnswer(ScriptedAnswer& answer) {
   const bool is_point = answer.call == "GETPOINT" || answer.call == "GETCORNER";
   if (is_point) {

@@ -55,7 +55,7 @@ struct Script {
   std::vector<client::Datum> entities;  // Groups; not yet known to make an entity.
   std::vector<SystemChange> system_changes;
   std::optional<Expectation> expectation;
-  bool keeps = false;  // What the program has drawn stays, also when it fails.
+  bool keeps = false;  // The program's changes of the drawing stay, also when it fails.
 };
 
 // The names of the eleven calls that a worker can make.

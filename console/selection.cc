@@ -14,7 +14,7 @@ using client::DatumList;
 
 namespace {
 
-// Whether `text` fits the pattern, in which * stands for any letters and ? for one.
+// True when `text` fits the pattern, in which * matches any letters and ? one.
 bool fitsPattern(std::string_view text, std::string_view pattern) {
   std::size_t at = 0;
   std::size_t in_pattern = 0;

@@ -1,4 +1,4 @@
-// Which entities SSGET finds.
+// The entities that SSGET finds.
 
 #ifndef CONSOLE_SELECTION_H_
 #define CONSOLE_SELECTION_H_
@@ -15,15 +15,15 @@ namespace console {
 
 // The handles of the entities that `arguments` of an SSGET ask for, in the drawing's order, and
 // only those on visible layers except for "X":
-//   (SSGET)                     all; there is no one to pick with a mouse
+//   (SSGET)                     all; nobody can pick with a mouse
 //   (SSGET "X")                 all, hidden ones too; "A" without them
 //   (SSGET "W" CORNER CORNER)   what lies inside the window
 //   (SSGET "C" CORNER CORNER)   what lies inside or touches it
 //   (SSGET "L") (SSGET "P")     the last entity, and what was selected last
 // After each, or alone, there may be a filter, such as '((0 "LINE") (8 "WALLS")): then an entity
-// must have every group of it. In the strings of groups 0, 1 and 8 of a filter * stands for any
-// letters, ? for one, and commas separate what may be: (0 "LINE,ARC") (8 "W*").
-// Empty for other arguments, with the reason in `refusal`.
+// must have every group of it. In the strings of groups 0, 1 and 8 of a filter * matches any
+// letters, ? for one, and commas separate what may be: (0 "LINE,ARC") (8 "W*"). Empty for other
+// arguments, with the reason in `refusal`.
 [[nodiscard]] std::optional<std::vector<std::string>> selectEntities(
     const Drawing& drawing, const client::DatumList& arguments, std::string& refusal);
 

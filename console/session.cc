@@ -72,7 +72,7 @@ std::string kept(const std::string& text) {
   return text.size() > kKeptTextSizeMax ? displayText(text) : text;
 }
 
-// What a status without a result says of a program of that size.
+// The meaning, for a person, of a status without a result, after a program of that size.
 std::string whyRefused(WorkerStatus status, std::size_t program_size) {
   if (status != WorkerStatus::BadRequest) return std::string(client::explainStatus(status));
   if (program_size <= worker::kPayloadSizeMax) {

@@ -29,7 +29,7 @@
 
 namespace console {
 
-// How a program went.
+// The end of a program, against what its script expects.
 enum class ProgramEnd : std::uint8_t {
   AsExpected,  // As its script says, or with a value if it says nothing.
   Unexpected,
@@ -89,7 +89,7 @@ class Session {
   // The host calls of the last program.
   [[nodiscard]] const std::vector<CallRecord>& calls() const { return calls_; }
 
-  // Who answers host calls before the drawing and the rules do; null for nobody.
+  // Asked for answers to host calls before the drawing and the rules; null for nobody.
   void setAnswerer(Answerer* answerer) { answerer_ = answerer; }
 
   // Asked before each answer; the program is cancelled when it is false. May be empty.
@@ -97,8 +97,8 @@ class Session {
     progress_ = std::move(progress);
   }
 
-  // Who explains the errors of programs; null for nobody. It must follow every program that the
-  // worker runs, from its first.
+  // Explains the errors of programs; null for no explanations. It must follow every program that
+  // the worker runs, from the first.
   void setExplainer(Explainer* explainer) { explainer_ = explainer; }
 
   // A program that ends without a value leaves the drawing as it found it: what its script put
@@ -168,7 +168,8 @@ class Session {
   Drawing before_;
   bool is_fresh_ = true;  // No program has run on the drawing yet.
   client::CoordContext sheet_context_ = emptySheet().context;
-  client::CoordContext context_;  // What the worker knows, as the program's script changes it.
+  client::CoordContext
+      context_;  // The one that the worker has, as the program's script changes it.
   Answerer* answerer_ = nullptr;
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;

@@ -1,4 +1,5 @@
-// What a session prints and sends, against a worker that is written down beforehand.
+// The output and the requests of a session, with a worker whose answers are written down
+// beforehand.
 
 #include "console/session.h"
 

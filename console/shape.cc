@@ -64,7 +64,7 @@ std::vector<Point> textOutline(const DatumList& groups, const Point& at) {
   return corners;
 }
 
-// Whether the line from `a` to `b` meets the box: what remains of it when it is cut at each side.
+// True when the line from `a` to `b` meets the box: it is cut at each side, and something remains.
 bool segmentTouches(const Point& a, const Point& b, const Box& box) {
   double from = 0;
   double to = 1;

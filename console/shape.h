@@ -1,4 +1,4 @@
-// Where entities lie: their outlines as chains of points, their extents, and how they are moved.
+// The geometry of entities: outlines as chains of points, extents, moving and turning.
 //
 // All of it looks at x and y alone, as a plan does. z travels with the points.
 
@@ -37,7 +37,7 @@ struct Box {
   friend bool operator==(const Box&, const Box&) = default;
 };
 
-// The box with these two opposite corners, in whatever order.
+// The box with these two opposite corners, in any order.
 [[nodiscard]] Box boxBetween(const client::Point& corner, const client::Point& opposite);
 
 // The entity as a chain of points: one for a point, the corners of the box around a text, closed
@@ -47,7 +47,7 @@ struct Box {
 
 [[nodiscard]] Box boundsOf(const Entity& entity);
 
-// Whether all of the entity lies in the box, or some of it.
+// True when all of the entity is in the box, and when some of it is.
 [[nodiscard]] bool liesInside(const Entity& entity, const Box& box);
 [[nodiscard]] bool touches(const Entity& entity, const Box& box);
 

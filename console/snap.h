@@ -1,4 +1,4 @@
-// Which point OSNAP finds.
+// The point that OSNAP finds.
 
 #ifndef CONSOLE_SNAP_H_
 #define CONSOLE_SNAP_H_
@@ -13,7 +13,7 @@
 
 namespace console {
 
-// How far from the given point OSNAP looks, in units of the drawing.
+// OSNAP looks this far from the given point, in units of the drawing.
 inline constexpr double kSnapAperture = 10;
 
 // The nearest point within the aperture of `near`, looking at x and y, of the kinds that `modes`
@@ -25,7 +25,7 @@ inline constexpr double kSnapAperture = 10;
                                                      const client::Point& near,
                                                      std::string_view modes);
 
-// What is wrong with the modes: those that there are not, for a person; empty when nothing is.
+// Names the unknown modes, for a person; empty when all are known.
 [[nodiscard]] std::string whyUnknownModes(std::string_view modes);
 
 }  // namespace console

@@ -1,5 +1,5 @@
-// docs/TUTORIAL.md and the beginning of README.md, held against the console: every command on them
-// is executed.
+// docs/TUTORIAL.md and the beginning of README.md, checked against the console: every command on
+// them is executed.
 //
 // ./dev run builds the console and starts it where the caller stands with the same arguments; here,
 // where it has been built, it is started at once.
@@ -36,7 +36,7 @@ class Tutorial : public testing::Test {
   }
   ~Tutorial() override { std::filesystem::remove_all(directory_); }
 
-  // What the console prints for these arguments and lines of input.
+  // The console's output for these arguments and lines of input.
   [[nodiscard]] std::string run(const std::string& arguments, const std::string& input) const {
     write("input.txt", input);
     const std::string command = "cd '" + directory_.string() + "' && '" +
@@ -57,7 +57,7 @@ class Tutorial : public testing::Test {
   // A block of commands, each with what it prints below it.
   int runCommands(const DocumentBlock& block) {
     const std::string kCommand = "$ ./dev run ";
-    const std::string kQuestion = "Corner: ";  // What follows is typed.
+    const std::string kQuestion = "Corner: ";  // The text after it is typed.
     std::istringstream lines(block.text);
     std::string arguments;
     std::string input;
@@ -135,7 +135,7 @@ TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
       executed_ += block.text;  // By the next test.
     }
   }
-  // What stands in sentences is executed too.
+  // Commands in sentences are executed too.
   EXPECT_THAT(run("--help", ""), HasSubstr("--picture"));
   executed_ += "./dev run --help\n";
   for (const std::string& span : testing_support::codeSpans(prose)) {

@@ -106,7 +106,7 @@ class VersionedMap {
     }
   }
 
-  // Nothing happens when there is no such key.
+  // No effect on a key that is not there.
   void erase(std::uint64_t key) {
     if (find(key) == nullptr) return;
     --size_;

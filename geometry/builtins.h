@@ -1,7 +1,7 @@
 // The geometric builtins of the dialect: DISTANCE, ANGLE, POLAR and TRANS.
 //
 // A point argument is a list that begins with two numbers, x and y. Its z is the third element if
-// that is a number, otherwise 0; whatever else it holds is ignored.
+// that is a number, otherwise 0; further elements are ignored.
 
 #ifndef GEOMETRY_BUILTINS_H_
 #define GEOMETRY_BUILTINS_H_

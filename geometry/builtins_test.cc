@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(
                     // z does not count.
                     NumberRow{"(DISTANCE '(0 0 0) '(0 0 5))", 0},
                     NumberRow{"(DISTANCE '(0 0) '(0 0 5))", 0},
-                    // A third element that is no number, and more of them, are ignored.
+                    // A third element that is not a number, and further ones, are ignored.
                     NumberRow{"(DISTANCE '(0 0 \"Z\") '(3 4 Z))", 5},
                     NumberRow{"(DISTANCE '(0 0 0 X) '(3 4 0 (1 2) nil))", 5},
                     // Squares would overflow.

@@ -14,7 +14,7 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kPi = 3.141592653589793;
 
-// How many doubles lie between two of the same sign, and one more; 0 when they are the same.
+// The number of steps from one double to another of the same sign; 0 when they are the same.
 std::uint64_t places_between(double a, double b) {
   const auto a_bits = std::bit_cast<std::uint64_t>(a);
   const auto b_bits = std::bit_cast<std::uint64_t>(b);

@@ -16,7 +16,7 @@ namespace {
 
 GeometricResult failure(GeometricOutcome outcome) { return {.outcome = outcome}; }
 
-// What was computed is sent even when it is not finite.
+// A result is sent even when it is not finite.
 GeometricResult computed(double x, double y = 0) {
   const bool finite = std::isfinite(x) && std::isfinite(y);
   return {.outcome = finite ? GeometricOutcome::Computed : GeometricOutcome::Degenerate,
@@ -42,7 +42,7 @@ GeometricResult product(std::span<const double> operands) {
   return computed(total);
 }
 
-// A divisor too close to 0 decides, whatever an earlier division gave.
+// A divisor too close to 0 decides, also after an earlier division that overflowed.
 GeometricResult quotient(std::span<const double> operands) {
   double rest = operands[0];
   for (const double divisor : operands.subspan(1)) {
@@ -70,7 +70,7 @@ GeometricResult polar(std::span<const double> operands) {
   return computed(x + r * cosine(phi), y + r * sine(phi));
 }
 
-// How many operands an operation takes, and what it makes of them.
+// The number of operands that an operation takes, and its function.
 struct Formula {
   std::size_t count_min;
   std::size_t count_max;

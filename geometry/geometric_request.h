@@ -29,7 +29,7 @@ enum class GeometricOperation : std::uint8_t {
 // A calculation as a host asks for it; nothing in it is checked yet.
 struct GeometricRequest {
   std::uint8_t operation = 0;  // A GeometricOperation, or any other number.
-  std::uint8_t count = 0;      // How many of the operands are meant. The others are not looked at.
+  std::uint8_t count = 0;      // The number of operands in use. The others are ignored.
   std::array<double, kOperandCountMax> operands{};
 };
 
@@ -42,7 +42,7 @@ enum class GeometricOutcome {
 
 struct GeometricResult {
   GeometricOutcome outcome = GeometricOutcome::Computed;
-  // What was computed, a NaN or an infinity included; 0 when nothing was.
+  // The result, a NaN or an infinity included; 0 when nothing was computed.
   double x = 0;
   double y = 0;
 };

@@ -19,8 +19,8 @@ namespace geometry {
 // infinite. The bound does not depend on the size of the coordinates.
 inline constexpr double kSingularMax = 1e-18;
 
-// Where a point lies in the cell plane, and the cell that holds it. A cell owns its lower edges:
-// a point on the boundary of two cells belongs to the upper one.
+// A point in the cell plane, and the cell that holds it. A cell owns its lower edges: a point on
+// the boundary of two cells belongs to the upper one.
 struct CellLocation {
   double u = 0;  // The point in cell-plane coordinates.
   double v = 0;

@@ -374,7 +374,7 @@ TEST(LocateCell, RefusesANonFiniteZOffset) {
   }
 }
 
-// What floor makes of a coordinate in the identity context with cells of size 1.
+// The cell index of a coordinate in the identity context with cells of size 1.
 struct IndexRow {
   double coordinate;
   std::optional<std::int64_t> index;

@@ -28,8 +28,8 @@ Result selection_set_length(Interpreter& interpreter, const BuiltinCall& call) {
   return lisp::number(static_cast<double>(set->size() - 1));
 }
 
-// The member at a zero-based index; nil for a number that is no index into the set. The range is
-// tested as a double, so no number is too large to convert.
+// The member at a zero-based index; nil for a number that is not an index into the set. The range
+// is tested as a double, so no number is too large to convert.
 Result selection_set_member(Interpreter& interpreter, const BuiltinCall& call) {
   if (call.arguments.size() != 2 || !lisp::asNumber(call.arguments[1])) {
     return interpreter.fail("ssname expects selection set and index");

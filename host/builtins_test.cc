@@ -23,7 +23,7 @@ void expectError(const std::string& message, const std::vector<std::string>& pro
   }
 }
 
-// What is no selection set.
+// Values that are not selection sets.
 const std::vector<std::string> kOthers = {
     "nil",         "5",          "\"$KVSEL\"",   "'$KVSEL",      "'()", "'(1 2)", "'(\"$KVSEL\" 1)",
     "'(1 $KVSEL)", "'($KVSE 1)", "'($KVSELS 1)", "'(($KVSEL 1))"};

@@ -1,4 +1,4 @@
-// Calls that only the host can perform, and how recorded answers stand in for it.
+// Calls that only the host can perform, and their recorded answers.
 
 #ifndef HOST_HOST_CALL_H_
 #define HOST_HOST_CALL_H_

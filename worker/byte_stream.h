@@ -11,7 +11,7 @@
 
 namespace worker {
 
-// Where requests come from.
+// The source of requests.
 class ByteReader {
  public:
   virtual ~ByteReader() = default;
@@ -22,10 +22,10 @@ class ByteReader {
   [[nodiscard]] virtual bool readExact(std::span<char> destination) = 0;
 };
 
-// How much of a frame reached the output.
+// The part of a frame that reached the output.
 enum class FrameWrite { Complete, HeaderFailed, PayloadFailed };
 
-// Where responses go.
+// The destination of responses.
 class ByteWriter {
  public:
   virtual ~ByteWriter() = default;

@@ -13,9 +13,9 @@
 
 namespace worker {
 
-// Takes a bounded part of what programs have dropped apart, and gives memory back to the system.
-// What is no longer needed is taken apart as memory is needed; this comes after each request of any
-// type besides, so that a worker at rest does not hold on to what its last programs dropped.
+// Frees a bounded part of the lists and functions that programs have dropped, and gives memory back
+// to the system. Allocations free some as well; this comes after each request of any type, so that
+// a worker that only waits does not keep what its last programs dropped.
 void tidyUp();
 
 // Owns what outlives a request, for the life of the worker: the registered coordinate contexts,

@@ -53,7 +53,7 @@ class TextWriter {
   // nothing, but to copy a long text as it grows does.
   static constexpr std::size_t kShortSizeMax = 0x10000;
 
-  // Where the next `size` bytes are to be written.
+  // The place for the next `size` bytes.
   char* room(std::size_t size) {
     if (text_.size() - size_ < size) [[unlikely]]
       grow(size_ + size + std::min(size_, kPieceSize));
@@ -66,7 +66,7 @@ class TextWriter {
   }
 
   std::string& text_;
-  std::size_t size_;  // What has been written.
+  std::size_t size_;  // Bytes that have been written.
 };
 
 void appendAtom(const LispValue& value, TextWriter& text) {

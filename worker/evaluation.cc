@@ -51,7 +51,8 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
     outcome = host::run_program(interpreter, program, lisp::EvalLimits());
     if (outcome.kind == OutcomeKind::Value) interpreter.commit(environment_);
   }
-  // 4. What is kept. Encoding comes last and may refuse the text without changing what was decided.
+  // 4. The pending run. Encoding comes last: if it refuses the text, the run is stored all the
+  // same.
   std::uint64_t run_id = 0;
   if (isHostCall(outcome)) {
     run_id = pending_runs_.allocateRunId();
@@ -99,7 +100,7 @@ WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& 
   const CoordContext* const context =
       run.context_id == 0 ? nullptr : contexts_.find_context(run.context_id);
   const EvalOutcome outcome = kept_.evaluate(run, context, environment_);
-  // 6. What is kept.
+  // 6. The run goes on waiting or is gone.
   std::uint64_t run_id = 0;
   if (isHostCall(outcome)) {
     run.pending_call = *outcome.host_call;

@@ -1,4 +1,4 @@
-// The rule by which a count of bytes is moved exactly, whatever the system's call for it.
+// Moves an exact number of bytes by calls that may each move fewer, for any system's call.
 
 #ifndef WORKER_EXACT_TRANSFER_H_
 #define WORKER_EXACT_TRANSFER_H_

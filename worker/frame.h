@@ -2,8 +2,8 @@
 //
 // A frame is a header of 64 bytes and the payload whose size the header gives. The host sends one
 // request and waits for its one response; nothing is sent unasked. This file holds all that both
-// sides must agree on: the fields of the header, the message types, the statuses, and where each
-// field of a fixed-size payload stands. docs/PROTOCOL.md shows the same as tables.
+// sides must agree on: the fields of the header, the message types, the statuses, and the offset of
+// each field of a fixed-size payload. docs/PROTOCOL.md shows the same as tables.
 //
 // Integers are little-endian, doubles are IEEE-754 binary64, little-endian. Fields are read and
 // written byte by byte, so neither the byte order nor the record layout of the machine matters.
@@ -32,8 +32,8 @@ inline constexpr std::uint32_t kPayloadSizeMax = 0x100000;
 inline constexpr std::uint32_t kMagic = 0x50534C4B;
 inline constexpr std::uint16_t kProtocolVersion = 3;
 
-// What a request asks for. The header carries the number as received, because a response echoes
-// it even when it names no type.
+// The type of a request. The header carries the number as received, because a response echoes even
+// an unknown one.
 enum class MessageType : std::uint16_t {
   Ping = 1,
   RegisterContext = 2,
@@ -47,7 +47,8 @@ enum class MessageType : std::uint16_t {
   Shutdown = 255,
 };
 
-// How a request went. The first three also end the worker when the header itself is at fault.
+// The result of a request. When the header itself is at fault, BadMagic, BadVersion or BadRequest,
+// the worker ends.
 enum class WorkerStatus : std::uint32_t {
   Ok = 0,
   BadMagic = 1,
@@ -75,7 +76,7 @@ struct MessageHeader {
   std::uint64_t run_id = 0;          // Names a pending run in a request; 0 in a response.
 };
 
-// Where the fields of a header stand. The bytes after the last field are reserved: zero in a
+// Offsets of a header's fields. The bytes after the last field are reserved: zero in a
 // response, not looked at in a request.
 struct HeaderOffset {
   static constexpr std::size_t kMagic = 0;
@@ -141,7 +142,7 @@ struct PointResultOffset {
   static constexpr std::size_t kX = 0;   // f64; LocateCell: u
   static constexpr std::size_t kY = 8;   // f64; LocateCell: v
   static constexpr std::size_t kZ = 16;  // f64; LocateCell: w
-  // Zero but for LocateCell.
+  // Zero except for LocateCell.
   static constexpr std::size_t kCellI = 24;    // i64
   static constexpr std::size_t kCellJ = 32;    // i64
   static constexpr std::size_t kCellKey = 40;  // u64
@@ -187,8 +188,8 @@ struct EvalResultOffset {
 static_assert(EvalResultOffset::kRunId == EvalResultOffset::kCallName + kCallNameSize);
 static_assert(EvalResultOffset::kReserved + 8 == kEvalResultHeaderSize);
 
-// Headers as bytes. Every pattern of bytes decodes; whether it makes sense is asked of
-// validateHeader. Encoding writes the reserved bytes as zero.
+// Headers as bytes. Every pattern of bytes decodes; validateHeader says if it makes sense. Encoding
+// writes the reserved bytes as zero.
 [[nodiscard]] MessageHeader decodeHeader(std::span<const char, kHeaderSize> bytes);
 void encodeHeader(const MessageHeader& header, std::span<char, kHeaderSize> bytes);
 

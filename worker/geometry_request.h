@@ -10,7 +10,7 @@
 
 namespace worker {
 
-// GeometryRequest: appends the record of the result to `response`, which is empty, whatever the
+// GeometryRequest: appends the record of the result to `response`, which is empty, for every
 // status: zeros when nothing was computed, a NaN or an infinity when that was the result. Only a
 // payload of another size leaves `response` empty.
 //

@@ -116,7 +116,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
   }
 
  private:
-  // What a request takes apart of dropped lists before it looks at what is left.
+  // The elements of dropped lists that a request frees before it looks if any are left.
   static constexpr std::size_t kElementsDecomposed = 4096;
 
   void runOnStack() {

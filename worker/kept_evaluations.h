@@ -11,8 +11,8 @@
 //   - its coordinate context has been registered anew with other bytes, so that a replay may go
 //     another way.
 //
-// Giving an evaluation up continues it one last time with the word that there is no answer: the
-// host call fails, and everything on its stack leaves by the way that every failure takes.
+// Giving an evaluation up continues it one last time, with the news that there is no answer: the
+// host call fails, and every function on its stack returns as it does for any failure.
 
 #ifndef WORKER_KEPT_EVALUATIONS_H_
 #define WORKER_KEPT_EVALUATIONS_H_
@@ -31,7 +31,7 @@ namespace worker {
 
 class KeptEvaluation;
 
-// How much is kept. Tests choose less; the worker has no settings.
+// Bounds of what is kept. Tests choose less; the worker has no settings.
 struct KeepLimits {
   std::size_t count_max = 64;
   // Of all kept evaluations together: the values and bindings that they hold, the interpreter's own
@@ -45,7 +45,7 @@ struct KeepLimits {
   // Gives the evaluation up at every answer whose number is a multiple of this; 0 for never.
   std::uint64_t give_up_every = 0;
 
-  // What an evaluation at the depth limit uses of its stack, rounded up.
+  // Bytes of its stack that an evaluation at the depth limit uses, rounded up.
   static constexpr std::size_t kStackBytes = 64 << 10;
 };
 

@@ -1,4 +1,4 @@
-// How much of its stack a kept evaluation uses, as the system counts it.
+// The part of its stack that a kept evaluation uses, as the system counts it.
 
 #include <gtest/gtest.h>
 #include <unistd.h>

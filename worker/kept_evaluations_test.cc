@@ -23,7 +23,7 @@ constexpr KeepLimits kFromTheFirstAnswer{.steps_min = 0};
 
 class KeptEvaluationsTest : public testing::Test {
  protected:
-  // What other tests have dropped would keep these from keeping anything.
+  // Values that other tests have dropped would keep these from keeping anything.
   void SetUp() override {
     while (lisp::hasDeadFunctions()) lisp::decomposeFunctions(1 << 20);
     lisp::decomposeAll();
@@ -176,7 +176,7 @@ TEST_F(KeptEvaluationsTest, HoldAtMostSixteenMebibytesTogether) {
   std::size_t kept_most = 0;
   for (int i = 0; i < 40; ++i) {
     runs.push_back(start(program));
-    // What other runs drop is taken apart by the requests that follow.
+    // Values that other runs drop are freed by the requests that follow.
     while (lisp::dead_runs != nullptr) lisp::decompose(1 << 20);
     resume(runs.back());
     EXPECT_LE(bytes(), std::size_t{16} << 20);

@@ -18,7 +18,7 @@ namespace worker {
 namespace {
 
 // Room for responses of this many bytes is kept from one turn to the next; more is given back to
-// the heap, for whatever the next request needs.
+// the heap, for any need of the next request.
 constexpr std::size_t kResponseSizeKept = 0x10000;
 
 // The next header, or nothing at the end of the input, be it inside a header: that is how a host

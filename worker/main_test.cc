@@ -1,4 +1,4 @@
-// The worker as a process, in short. What its host and the system can do to it is in testing/.
+// The worker as a process, in short. More of its host and the system is in testing/cases/.
 
 #include <gtest/gtest.h>
 

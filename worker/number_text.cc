@@ -1,7 +1,7 @@
 // Seventeen digits of a double are those of an integer: of number * 10^p, rounded, for the p that
 // gives it as many. The power is at hand to 128 bits and the product is exact from there, so the
 // integer is right unless the product lies next to the middle between two integers. That is very
-// rare, but for the ties of short binary fractions; the standard library writes these.
+// rare, except for the ties of short binary fractions; the standard library writes these.
 
 #include "worker/number_text.h"
 
@@ -160,7 +160,7 @@ inline std::uint64_t eightDigits(std::uint32_t value) {
 struct DigitText {
   char first;
   Wide others;  // Sixteen, the first of them in the lowest byte.
-  int count;    // Without the zeros at the end, but for the first digit.
+  int count;    // Without the zeros at the end, except for the first digit.
 };
 
 DigitText textOf(std::uint64_t digits) {
@@ -186,7 +186,7 @@ char* writeDecimal(const Decimal& decimal, char* out) {
   const DigitText text = textOf(decimal.digits);
   const int exponent = decimal.exponent;
   const bool is_scientific = exponent < -4 || exponent >= kSignificantDigits;
-  // What stands before the point.
+  // The digits before the point.
   const int whole = is_scientific ? 1 : exponent + 1;
   if (whole <= 0) {
     putWord(out, 0x3030'3030'3030'2E30);  // "0.000000"

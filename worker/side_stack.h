@@ -27,7 +27,7 @@ class SideStack {
   [[nodiscard]] static std::size_t size();
 
   // A stack that nothing runs on yet. Null when this system has none to give: no memory, a
-  // processor that there is no switch for, or return addresses guarded by a shadow stack, which
+  // processor for which we have no switch, or return addresses guarded by a shadow stack, which
   // would take the switch for an attack.
   [[nodiscard]] static std::unique_ptr<SideStack> make();
 
@@ -51,7 +51,7 @@ class SideStack {
  protected:
   SideStack() = default;
 
-  // What runs on the stack: the body, to its end. The system's file calls it and switches back.
+  // Runs the body to its end, on the stack. The system's file calls it and switches back.
   void runBody();
 
  private:

@@ -85,7 +85,7 @@ class SwitchedStack final : public SideStack {
 
  private:
   void prepare() override {
-    // What lispSwitchStack takes off, from the lowest address: r15, r14, r13, r12, rbx, rbp, the
+    // lispSwitchStack takes off, from the lowest address: r15, r14, r13, r12, rbx, rbp, the
     // return address. After that the stack is aligned to 16 bytes, as before any call.
     auto* const top = reinterpret_cast<std::uintptr_t*>(memory_ + size() - 16);
     const std::array<std::uintptr_t, 7> registers = {

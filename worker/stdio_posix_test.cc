@@ -65,7 +65,7 @@ class Pipe {
     return bytes;
   }
 
-  // What is in the pipe now.
+  // The bytes that are in the pipe now.
   [[nodiscard]] std::string takeWhatIsThere() const {
     ::fcntl(readEnd(), F_SETFL, O_NONBLOCK);
     return take(1 << 20);
@@ -403,7 +403,7 @@ TEST_F(StandardOutputTest, LooksForItsDescriptorAtEveryCall) {
   EXPECT_EQ(pipe_.takeWhatIsThere(), "kept");
 }
 
-// How many bytes of a frame its reader takes before it leaves, and what the writer makes of that.
+// The bytes of a frame that its reader takes before it leaves, and the writer's result.
 // The pipe is full at first, so nothing of the frame is in it before the reader has made room; then
 // the writer fills it again, and the reader leaves with the rest of the frame still to come.
 struct LeavingRow {

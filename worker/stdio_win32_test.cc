@@ -58,7 +58,7 @@ class Pipe {
     return bytes;
   }
 
-  // What is in the pipe now.
+  // The bytes that are in the pipe now.
   [[nodiscard]] std::string takeWhatIsThere() const {
     DWORD available = 0;
     EXPECT_TRUE(::PeekNamedPipe(read_end_, nullptr, 0, nullptr, &available, nullptr));

@@ -15,11 +15,11 @@
 namespace worker {
 namespace {
 
-// The constant of the law: units of work for a step or a byte. Most programs take two to four; what
-// allocations take apart of what former requests have dropped is the most of it.
+// The constant of the law: units of work for a step or a byte. Most programs take two to four; most
+// of the rest is freeing what earlier requests have dropped.
 constexpr std::uint64_t kWorkPerUnit = 40;
-// What any request may cost besides, whatever came before it: taking apart 16384 elements, 4096
-// locals and 64 nodes of environments, and comparing 16384 elements.
+// The cost of any request on top of that, for work that earlier requests left: freeing 16384
+// elements, 4096 locals and 64 nodes of environments, and comparing 16384 elements.
 constexpr std::uint64_t kWorkPerRequest = 150000;
 
 bool isEvaluation(const MessageHeader& request) {

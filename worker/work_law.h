@@ -1,8 +1,8 @@
 // The law of linear work: what a request costs is at most a constant times what it asks for.
 //
-// In the build that counts work (LISP_COUNT_WORK), every Dispatcher holds each of its requests
-// against the law and ends the process, with a line on standard error, when one breaks it; so every
-// test of that build is a test of the law. In every other build this is nothing.
+// In the build that counts work (LISP_COUNT_WORK), every Dispatcher checks each of its requests
+// and ends the process, with a line on standard error, when one breaks the law. So every test of
+// that build is a test of the law. In every other build nothing is counted.
 
 #ifndef WORKER_WORK_LAW_H_
 #define WORKER_WORK_LAW_H_

@@ -1,4 +1,5 @@
-// What programs do to lists, on values: CONS, CDR and nesting. And how to forget them.
+// The operations of programs on lists, on values: CONS, CDR and nesting; and a way to drop a list
+// whole.
 
 #ifndef TESTING_BASE_LIST_MAKERS_H_
 #define TESTING_BASE_LIST_MAKERS_H_

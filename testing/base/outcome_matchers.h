@@ -1,4 +1,4 @@
-// What tests say about the outcome of a run.
+// Matchers for the outcome of a run.
 
 #ifndef TESTING_BASE_OUTCOME_MATCHERS_H_
 #define TESTING_BASE_OUTCOME_MATCHERS_H_

@@ -1,4 +1,4 @@
-// What the worker has answered in the tests, kept so that its builds for different systems can be
+// A record of the worker's responses in the tests, so that builds for different systems can be
 // compared byte for byte.
 
 #ifndef TESTING_BASE_RESPONSE_RECORD_H_

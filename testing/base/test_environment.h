@@ -1,4 +1,4 @@
-// What ctest tells the tests by environment variables (cmake/tests.cmake).
+// The environment variables by which ctest passes paths and sizes to tests (cmake/tests.cmake).
 
 #ifndef TESTING_BASE_TEST_ENVIRONMENT_H_
 #define TESTING_BASE_TEST_ENVIRONMENT_H_

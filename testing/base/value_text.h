@@ -15,7 +15,7 @@
 namespace testing_support {
 
 // Numbers as printf writes them with %.17g, strings between double quotes with nothing escaped.
-// What is nested deeper than any test reads is shown as "...".
+// A value that is nested deeper than any test reads is cut off with "...".
 [[nodiscard]] std::string textOf(const lisp::LispValue& value);
 
 // The value of a text that holds one form; a text that does not fails the test and is nil.

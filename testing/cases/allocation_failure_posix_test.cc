@@ -1,4 +1,4 @@
-// What becomes of a conversation when the system gives no more memory: for every n, a worker whose
+// Conversations in which the system gives no more memory: for every n, a worker whose
 // n-th allocation fails. It must have answered rightly so far, leave with the exit code for it, and
 // say nothing more.
 

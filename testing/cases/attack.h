@@ -1,4 +1,4 @@
-// What the attacks on the executable have in common, whatever they attack by.
+// The fixture of all attacks on the executable.
 
 #ifndef TESTING_CASES_ATTACK_H_
 #define TESTING_CASES_ATTACK_H_

@@ -49,12 +49,13 @@ class AttackByHistory : public Attack {
     for (int i = 0; i < count; ++i) worker_.handle({MessageType::Ping, 0, 0, ""});
   }
 
-  // What may be resident of `held` KiB, after a peak and a thousand requests.
+  // The most KiB that may be resident after a peak and a thousand requests, where `held` are in
+  // use.
   static long grantedFor(long held) { return held + held / 4 + 8L * 1024; }
 };
 
-// Whoever adds the name that makes a table too small is not charged with all of it: each thousand
-// of new names costs the same.
+// A request that adds the name that makes a table too small does not pay for all of it: each
+// thousand of new names costs the same.
 TEST_F(AttackByHistory, AMillionNamesAndAFewMore) {
   const std::size_t count = isSanitized() ? 20000 : 1000000;
   std::size_t made = 0;
@@ -124,7 +125,7 @@ TEST_F(AttackByHistory, NamesDroppedOutOfOrder) {
   worker_.expectResidentAtMost(grantedFor(size_before));
 }
 
-// What was dropped goes back to the system, and a worker that is only pinged gives it back, too.
+// Dropped memory goes back to the system, also from a worker that is only pinged.
 TEST_F(AttackByHistory, MillionsOfSmallListsDropped) {
   if (!hasSlabs()) GTEST_SKIP() << "the general allocator gives back what it likes";
   const int rounds = isSanitized() ? 2 : 70;

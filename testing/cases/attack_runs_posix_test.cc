@@ -82,7 +82,7 @@ TEST_F(AttackByRuns, TinyProgramsOnFiftyThousandGlobals) {
     }
   }
   EXPECT_EQ(waiting.size(), 0U);
-  // What a million bytes of such programs cost must not depend on the globals either.
+  // The cost of a million bytes of such programs must not depend on the globals either.
   EXPECT_LE(worker_.longestTime().count(), 150000 * (isSanitized() ? 20 : 1));
 }
 

@@ -60,7 +60,7 @@ TEST_F(AttackByValues, NestingTenMillionLevels) {
   worker_.expectValue("(EQUAL X (LIST Y))", "nil");
   worker_.expectValue("(EQUAL X Y)", "T");
   worker_.expectValue("(EQUAL X Y)", "T");
-  // What is left of them at each level is not walked again.
+  // The rest of them at each level is not walked again.
   worker_.expectValue(loop(15000, "(EQUAL X Y) (SETQ X (CAR X) Y (CAR Y))") + "(EQUAL X Y)", "T");
   worker_.expectValue("(SETQ X nil)", "nil");
   worker_.expectValue("(SETQ Y nil)", "nil");
@@ -149,7 +149,7 @@ TEST_F(AttackByValues, ComparingWhatWasDoubled) {
   worker_.expectStepLimit("(SETQ I 0) (WHILE T (SETQ I (1+ I)) (EQUAL (LIST I X) (LIST I Y)))");
 }
 
-// What a replay compares: arguments that it builds anew each time, exponentially large.
+// A replay compares arguments that it builds anew each time, exponentially large.
 TEST_F(AttackByValues, ReplayingLargeArguments) {
   worker_.expectStatus(startFrame("(SETQ X '(1)) " + loop(15000, "(SETQ X (LIST X X))") +
                                   "(GETPOINT X) (GETDIST X) (LENGTH X)"),

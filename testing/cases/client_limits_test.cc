@@ -1,4 +1,4 @@
-// What the client library repeats of the worker, held against it.
+// Limits that the client library repeats of the worker, compared with the worker's.
 
 #include <gtest/gtest.h>
 

@@ -365,7 +365,7 @@ std::vector<Scenario> geometry() {
           .answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0))
           .geometry(geometryPayload(1, 2, {-kLargest, -kLargest}))
           .answer(WorkerStatus::Degenerate, geometryResult(-kInfinity, 0))
-          // The divisor stops the computation, whatever was computed before it.
+          // The divisor stops the computation, also after an overflow.
           .geometry(geometryPayload(4, 3, {1e300, 1e-200, 0}))
           .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
           .geometry(geometryPayload(7, 4, {kLargest, 0, 0, kLargest}))

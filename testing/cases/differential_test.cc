@@ -28,15 +28,15 @@ std::optional<std::size_t> disagreementIn(const std::vector<Exchange>& exchanges
   return firstDisagreement(exchanges, real);
 }
 
-// Whether a conversation that has nothing in it goes wrong too: then the fault has damaged what all
-// workers of the process share, and no attempt at shortening would mean anything.
+// True when a conversation that has nothing in it goes wrong too: then the fault has damaged what
+// all workers of the process share, and no attempt at shortening would mean anything.
 bool isDamaged() {
   return disagreementIn(
              answerLiterally({Turn{startFrame("T"), {}}, Turn{startFrame("(LIST 1)"), {}}}))
       .has_value();
 }
 
-// What went wrong, for people: the shortened conversation and the worker's last answer.
+// A description for people: the shortened conversation and the worker's last answer.
 std::string report(std::size_t failing_turn, const std::vector<Turn>& turns) {
   if (isDamaged()) {
     return describe(answerLiterally(turns), failing_turn) +
@@ -177,7 +177,7 @@ TEST(Differential, ConversationsAreTheSameForTheSameSeed) {
   }
 }
 
-// The shrinker on a fault of our own making: whatever mentions POLAR fails.
+// The shrinker on a made-up fault: every text that mentions POLAR fails.
 TEST(Differential, ShrinkingKeepsWhatFails) {
   const auto mentions_polar = [](const std::vector<Turn>& turns) {
     for (const Turn& turn : turns) {

@@ -1,4 +1,4 @@
-// What the documents mention, held against the tree: a conversation, files, links, names, commands.
+// The documents, checked against the tree: a conversation, files, links, names, commands.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -169,7 +169,7 @@ TEST(ArchitectureDocument, NamesCodeThatExists) {
   EXPECT_GT(count, 50u);
 }
 
-// What the first column of a table in testing/README.md names.
+// The names in the first column of a table in testing/README.md.
 std::vector<std::string> namesUnder(std::string_view heading) {
   std::vector<std::string> names;
   for (const auto& row : tableRows(readSource("testing/README.md"), heading)) {

@@ -1,4 +1,4 @@
-// The elementary functions on random arguments. What comes of them is recorded, so that builds for
+// The elementary functions on random arguments. The results are recorded, so that builds for
 // different systems, and with them their C libraries, can be compared: tools/compare_responses says
 // how many results differ, and refuses a difference of more than the last place.
 

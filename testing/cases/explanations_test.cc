@@ -24,7 +24,7 @@
 namespace testing_support {
 namespace {
 
-// How many of `count` random programs are tried: fewer in builds where each takes long.
+// The number of random programs to try, out of `count`: fewer in builds where each takes long.
 int reduced(int count) {
   const char* const text = std::getenv("LISP_DIFFERENTIAL_COUNT");
   return text == nullptr ? count : std::min(count, std::atoi(text) * 5);
@@ -34,7 +34,7 @@ int reduced(int count) {
 // so none leaves anything to the next.
 class FaultyRuns : public testing::Test {
  protected:
-  // Carries the program to its end. What the explainer tells of it.
+  // Carries the program to its end. Returns the explanation.
   std::string run(const FaultyProgram& faulty) {
     context = faultyContext();
     if (faulty.has_context) registerContext();
@@ -76,7 +76,7 @@ class FaultyRuns : public testing::Test {
     if (!is_place(fault.begin)) return false;
     if (faulty.call_place && fault.calls.front().begin != *faulty.call_place) return false;
     if (outcome.kind != explain::OutcomeKind::StepLimit) return true;
-    // Where the steps went: a line of the loop.
+    // The place of most steps: a line of the loop.
     const explain::StepCount& most = outcome.step_counts.front();
     const explain::Source& source = most.program->source;
     return most.line >= source.lineOf(faulty.places.front()) &&
@@ -110,7 +110,7 @@ TEST_F(FaultyRuns, AreExplainedAtTheRightPlaceInTenThousandPrograms) {
   EXPECT_GE(right_count * 100, program_count * 99);
 }
 
-// Whatever programs do: the same kind, message, steps and value, and the same left for the next.
+// For all programs: the same kind, message, steps and value, and the same left for the next.
 TEST(Explanations, ComeToWhatTheWorkerComesTo) {
   const auto conversation_count = static_cast<int>(setting("LISP_DIFFERENTIAL_COUNT", 1500) / 3);
   for (int seed = 0; seed < conversation_count; ++seed) {

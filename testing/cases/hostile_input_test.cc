@@ -1,6 +1,6 @@
-// What becomes of a conversation that arrives damaged: cut, delivered byte by byte, unanswered,
-// with other bytes in it, shifted. Nothing of it may bring the worker down or make it hang, and
-// what it says until its end must be what a worker may say.
+// Conversations that arrive damaged: cut, delivered byte by byte, unanswered, with other bytes in
+// it, shifted. Nothing of it may bring the worker down or make it hang, and what it says until its
+// end must be what a worker may say.
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ using worker::WorkerStatus;
 
 constexpr std::uint64_t kSeedCount = 3;
 
-// Where the requests of the reference conversation begin, and where their responses do.
+// The offsets at which requests of the reference conversation and their responses begin.
 struct Edge {
   std::size_t input = 0;
   std::size_t output = 0;

@@ -58,7 +58,7 @@ TEST(LanguageDocument, ShowsExamplesThatHold) {
   }
 }
 
-// Whether `name` stands in the heading above an example that calls it.
+// True when `name` is in the heading above an example that calls it.
 bool isShown(const std::vector<Example>& examples, std::string_view name) {
   return std::any_of(examples.begin(), examples.end(), [name](const Example& example) {
     const std::vector<std::string> names = codeSpans(example.heading);

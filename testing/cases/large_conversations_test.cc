@@ -197,7 +197,7 @@ INSTANTIATE_TEST_SUITE_P(TextSize, WholeConversation,
                          testing::Values(valueSizes(), callSizes(), messageSizes(), answerSizes()),
                          nameOf);
 
-// Greedy programs. Whatever they do, the next request finds a worker that answers.
+// Greedy programs. After each of them the next request finds a worker that answers.
 
 std::vector<Scenario> doublings() {
   const std::string loop = "(SETQ I 0 X (LIST 1)) (WHILE (< I 30) (SETQ X (LIST X X) I (1+ I))) ";

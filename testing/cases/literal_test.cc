@@ -23,7 +23,7 @@ using worker::WorkerStatus;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// What the host sees of an evaluation: the value's text, or the kind and text of another outcome.
+// An evaluation as the host sees it: the value's text, or the kind and text of another outcome.
 std::string shown(const FrameResponse& response) {
   const EvalResult result = decodeEvalResult(response.payload);
   if (!result.decoded) return describe(response);

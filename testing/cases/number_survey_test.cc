@@ -1,7 +1,7 @@
 // Random numbers there and back: doubles through the encoder and the reader, texts through the
 // reader and the encoder, and both through the executable.
 //
-// LISP_NUMBER_COUNT says how many of each are taken. What comes of them is recorded like responses,
+// LISP_NUMBER_COUNT says how many of each are taken. The results are recorded like responses,
 // so the builds for different systems are compared in it; the digests of the default numbers stand
 // here as well.
 

@@ -1,4 +1,4 @@
-// The frames and tables of docs/PROTOCOL.md, held against the worker and its constants.
+// The frames and tables of docs/PROTOCOL.md, checked against the worker and its constants.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

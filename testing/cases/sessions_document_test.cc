@@ -1,4 +1,4 @@
-// docs/SESSIONS.md, held against the code: its tables and what it shows.
+// docs/SESSIONS.md, checked against the code: its tables and its examples.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

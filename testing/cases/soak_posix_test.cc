@@ -120,7 +120,7 @@ TEST(Soak, ManyAnswersLeaveTheWorkerAsItWas) {
   const auto endAll = [&] {
     for (const std::uint64_t run : runs) watched.handle(cancelFrame(run));
     runs.clear();
-    // What was dropped goes back in the requests that follow.
+    // Dropped memory goes back in the requests that follow.
     for (int i = 0; i < 1000; ++i) watched.handle(startFrame("1"));
     return watched.residentSize();
   };

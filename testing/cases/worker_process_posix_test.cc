@@ -148,7 +148,7 @@ TEST_P(WorkerOfADeadHost, EndsByItselfWithItsCode) {
 INSTANTIATE_TEST_SUITE_P(Rows, WorkerOfADeadHost, testing::ValuesIn(deadHosts()),
                          [](const auto& row) { return row.param.name; });
 
-// What the worker leaves alone.
+// Things of its process that the worker does not touch.
 
 std::set<std::string> openDescriptors(const ChildProcess& child) {
   std::set<std::string> names;
@@ -233,7 +233,7 @@ TEST(WorkerProcess, IsSmallWhileItIsIdle) {
   EXPECT_LT(residentSize(child), kIdleSizeMax);
 }
 
-// How often the system has given the process a page so far.
+// The number of pages that the system has given the process so far.
 long pageFaults(const ChildProcess& child) {
   std::ifstream file("/proc/" + std::to_string(child.id()) + "/stat");
   std::string text{std::istreambuf_iterator<char>(file), {}};

@@ -1,4 +1,4 @@
-// The worker as a process: how it ends, and what it makes of streams that are not there. What needs
+// The worker as a process: its ends, and streams that are not there. Tests that need
 // one system's own means is in worker_process_posix_test.cc and worker_process_win32_test.cc.
 
 #include "testing/workers/worker_process.h"
@@ -184,7 +184,7 @@ TEST(WorkerProcess, TellsThatThePayloadWasLeft) {
   }
 }
 
-// What the worker leaves alone.
+// Things of its process that the worker does not touch.
 
 TEST(WorkerProcess, IgnoresArguments) {
   const std::string input = pingFrame() + programFrame("(+ 1 2)");

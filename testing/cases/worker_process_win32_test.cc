@@ -57,7 +57,7 @@ class InheritablePipe {
   HANDLE write_end_ = nullptr;
 };
 
-// Handles that a careless host gives: the value that stands for failures, one that names nothing,
+// Handles that a careless host gives: the value that means failure, one that names nothing,
 // and one that names something else.
 std::array<SystemStream, 3> badHandles(HANDLE something_else) {
   return {toStream(INVALID_HANDLE_VALUE), 0x7FF0, toStream(something_else)};
@@ -160,7 +160,8 @@ TEST(Win32Worker, ConversesOverFilesByteForByte) {
 }
 
 // A pipe that a child inherits breaks only when the child has gone, too. A worker that the client
-// library starts has its own two pipes and nothing else, whatever its host leaves lying about.
+// library starts has its own two pipes and nothing else, no matter which handles its host leaves
+// open.
 TEST(Win32Worker, InheritsItsPipesAndNothingElse) {
   InheritablePipe careless;
   ChildProcess heir;

@@ -18,7 +18,7 @@ namespace testing_support {
 // The top of the source tree: the directory that LISP_SOURCE_DIR names, or the current one.
 [[nodiscard]] std::filesystem::path sourceDirectory();
 
-// What the file at this path from the top holds; empty when there is none.
+// The contents of the file at this path from the top; empty when there is none.
 [[nodiscard]] std::string readSource(const std::filesystem::path& path);
 
 // The version of the project: CMakeLists.txt is the one place that has it.
@@ -28,7 +28,7 @@ namespace testing_support {
 struct DocumentBlock {
   int line = 0;         // Of the first line of `text` in the document, from 1.
   std::string heading;  // The last heading before the block, without its number signs.
-  std::string info;     // What follows the opening ```, such as "lisp".
+  std::string info;     // The text after the opening ```, such as "lisp".
   std::string text;     // Whole lines, each with its line feed.
 };
 

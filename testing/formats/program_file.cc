@@ -222,7 +222,7 @@ class Parser {
     file_.errors.push_back(std::to_string(line_) + ": " + what);
   }
 
-  std::string_view text_;  // What is still to be read.
+  std::string_view text_;  // The part that is still to be read.
   int line_;
   std::map<std::uint64_t, std::string> records_;  // Of the contexts that have been registered.
   std::uint64_t chosen_context_id_ = 1;           // The one that `system` registers.

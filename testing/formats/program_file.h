@@ -47,7 +47,7 @@ struct ScriptStep {
 
 struct ProgramFile {
   std::vector<ScriptStep> steps;
-  // What is wrong with the file itself, each with its line; empty for a good file.
+  // Mistakes of the file itself, each with its line; empty for a good file.
   std::vector<std::string> errors;
 };
 

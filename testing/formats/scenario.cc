@@ -244,7 +244,7 @@ std::string holdWithExecutable(const Scenario& scenario) {
   if (process == nullptr) return "the worker does not start: " + error;
   for (std::size_t i = 0; i < scenario.turns().size(); ++i) {
     const Scenario::Turn& turn = scenario.turns()[i];
-    // A worker that has ended takes nothing more. Whether it had to end shows in what it sends.
+    // A worker that has ended takes nothing more. Its output shows if it had to end.
     static_cast<void>(process->write(turn.request));
     if (turn.response.empty()) continue;
     std::string difference = differenceAt(i, readResponse(*process), turn.response);

@@ -42,7 +42,7 @@ class Scenario {
   Scenario& resume(std::uint64_t run_id, std::string_view answer);
   Scenario& cancel(std::uint64_t run_id, std::string_view payload = {});
   Scenario& shutdown(std::string_view payload = {});
-  // Any request at all. `header` is sent as it stands, followed by `payload` whatever it announces.
+  // Any request at all. `header` is sent unchanged, followed by `payload`, of any length.
   Scenario& request(const worker::MessageHeader& header, std::string_view payload = {});
   // A request of these bytes, which begin with a whole header.
   Scenario& requestBytes(std::string_view bytes);
@@ -60,7 +60,7 @@ class Scenario {
   Scenario& call(std::uint64_t run_id, std::string_view name, std::uint16_t argument_count,
                  std::string_view arguments, std::uint64_t steps);
 
-  // How the worker ends once the last byte is sent.
+  // The exit code of the worker once the last byte is sent.
   Scenario& ends(worker::ExitCode exit_code);
 
   struct Turn {
@@ -92,7 +92,7 @@ void PrintTo(const Scenario& scenario, std::ostream* out);
                                      std::uint64_t key, std::uint32_t tag);
 [[nodiscard]] std::string geometryResult(double x, double y);
 
-// What a worker did with an input, from its first byte to its end.
+// A worker's answer to an input, from its first byte to its end.
 struct WorkerLife {
   std::string output;
   int exit_code = 0;

@@ -39,7 +39,7 @@ struct Conversation {
 // is compared too. Ends early when a program copies more than the literal implementation bears.
 [[nodiscard]] Conversation generateConversation(std::uint64_t seed);
 
-// What the literal implementation answers to `turns`; shorter than `turns` when it gives up.
+// The literal implementation's answers to `turns`; shorter than `turns` when it gives up.
 [[nodiscard]] std::vector<Exchange> answerLiterally(const std::vector<Turn>& turns);
 
 // The index of the first exchange that `port` answers with another status or payload.

@@ -148,7 +148,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
   return at == std::string::npos ? text : text.replace(at, what.size(), with);
 }
 
-// Where the lists begin that hold the byte at `closing` and end in the same line. When that
+// The beginnings of the lists that hold the byte at `closing` and end in the same line. When that
 // parenthesis is missing, each of them may be the one that lacks its end.
 std::vector<std::size_t> listsAround(const std::string& form, std::size_t closing) {
   const std::size_t line_end = form.find('\n', closing);
@@ -163,7 +163,7 @@ std::vector<std::size_t> listsAround(const std::string& form, std::size_t closin
   return begins;
 }
 
-// Where the lists and names of a text begin, that stands at `offset` of a program.
+// The beginnings of the lists and names in a text that begins at `offset` of a program.
 std::vector<std::size_t> formsOf(const std::string& text, std::size_t offset) {
   std::vector<std::size_t> begins;
   for (std::size_t n = 0; n < text.size(); ++n) {
@@ -247,7 +247,7 @@ class Maker {
     program_.fault = std::move(fault);
     std::size_t place = text_.find(kMark);
     text_.erase(place, 1);
-    // Where a blank keeps the mark from running into a number's digits, the place is behind it.
+    // If a blank keeps the mark from running into a number's digits, the place is behind the blank.
     while (text_[place] == ' ') ++place;
     program_.places = {place};
     program_.text = text_;

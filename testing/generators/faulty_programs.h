@@ -16,14 +16,14 @@ namespace testing_support {
 
 struct FaultyProgram {
   std::string text;
-  std::string fault;  // What was done to it, for messages.
-  // Where a person should look: the first byte of the argument that has the wrong kind, of the call
+  std::string fault;  // The change that made it fail, for messages.
+  // The right places to look: the first byte of the argument that has the wrong kind, of the call
   // with the wrong count, of the name that nobody has defined. There is more than one only where
   // nothing in the text tells them apart: the lists that a missing parenthesis may have ended, the
   // forms of a recursion or a loop without end.
   std::vector<std::size_t> places;
-  std::optional<std::size_t> call_place;  // Of a recursion: the call that the fault stands in.
-  bool has_context = false;               // Whether it runs under faultyContext().
+  std::optional<std::size_t> call_place;  // Of a recursion: the call that has the fault.
+  bool has_context = false;               // It runs under faultyContext().
   std::size_t change_at_call = 0;         // While this call waits, movedContext() replaces that.
   std::size_t bad_answer_at_call = 0;     // The answer to this call cannot be read.
 };

@@ -40,7 +40,7 @@ class ProgramGenerator {
   [[nodiscard]] static const std::vector<std::string>& functionNames();
 
  private:
-  // What an expression is wanted for.
+  // The purpose of an expression.
   enum class Sort { Number, Truth, Point, List, SelectionSet, Text, Any };
 
   // Forms at the top, and statements: evaluated for what they do.
@@ -86,7 +86,7 @@ class ProgramGenerator {
   std::string blank();
 
   Random& random_;
-  // What each defined function takes, by name: the parameters' names tell their sorts.
+  // The parameters of each defined function, by its name: their names tell their sorts.
   std::map<std::string, std::vector<std::string>> parameters_;
   int loop_depth_ = 0;
 };

@@ -13,7 +13,8 @@ namespace testing_support {
 // A number token: mostly small, sometimes at the edges of the double's range.
 [[nodiscard]] std::string generateNumber(Random& random);
 
-// What looks like a number, and often is one: many digits, wild exponents, hexadecimal, signs.
+// Texts that look like a number, and often are one: many digits, wild exponents, hexadecimal,
+// signs.
 [[nodiscard]] std::string generateNumberLike(Random& random);
 
 // A string literal, with escapes now and then.
@@ -28,7 +29,7 @@ namespace testing_support {
 // A list headed by the symbol $KVSEL, in parentheses.
 [[nodiscard]] std::string generateSelectionSet(Random& random);
 
-// What a host may answer to the call of `call_name`: mostly what the call is about, sometimes
+// A host's answer to the call of `call_name`: mostly what the call is about, sometimes
 // another datum, sometimes a text that is not one datum at all.
 [[nodiscard]] std::string generateAnswer(Random& random, std::string_view call_name);
 

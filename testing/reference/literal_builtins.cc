@@ -17,7 +17,7 @@ namespace {
 
 using Arguments = std::vector<LiteralValue>;
 
-// What a builtin makes of its evaluated arguments: a value, or the message of an error.
+// The result of a builtin: a value, or the message of an error.
 struct BuiltinResult {
   LiteralValue value;
   std::optional<std::string> error;

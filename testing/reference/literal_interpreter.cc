@@ -115,7 +115,7 @@ LiteralOutcome LiteralInterpreter::evaluateList(const Items& items, LiteralEnvir
 
   const auto found = state_.functions.find(name);
   if (found != state_.functions.end()) {
-    // The call keeps this record to its end, whatever redefines the name meanwhile.
+    // The call keeps this record to its end, even if the name is defined anew meanwhile.
     const std::shared_ptr<const LiteralFunction> function = found->second;
     return applyFunction(name, *function, items, local, depth);
   }

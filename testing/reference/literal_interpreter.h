@@ -31,7 +31,7 @@ struct LiteralFunction {
   std::vector<LiteralValue> body;
 };
 
-// What a finished run leaves behind for the next one.
+// The state that a finished run leaves for the next one.
 struct LiteralState {
   LiteralEnvironment globals;
   std::unordered_map<std::string, std::shared_ptr<const LiteralFunction>> functions;
@@ -40,7 +40,7 @@ struct LiteralState {
 struct LiteralLimits {
   std::uint64_t steps_max = 250000;
   std::uint32_t depth_max = 128;
-  // How much a run may copy, in units of literalCopyCost, before it is abandoned.
+  // The most that a run may copy, in units of literalCopyCost, before it is abandoned.
   std::size_t copy_cost_max = 4'000'000;
 };
 

@@ -1,4 +1,4 @@
-// What every evaluation step, builtin and run of the literal implementation yields.
+// The result of every evaluation step, builtin and run of the literal implementation.
 
 #ifndef TESTING_REFERENCE_LITERAL_OUTCOME_H_
 #define TESTING_REFERENCE_LITERAL_OUTCOME_H_
@@ -19,7 +19,7 @@ enum class LiteralOutcomeKind : std::uint8_t {
   StepLimit = 3,
   HostCallRequired = 4,
   // Not part of the language: the copies that this slow implementation makes have outgrown its
-  // budget, and whatever the program does next is unknown.
+  // budget, and the rest of the program is unknown.
   Abandoned = 255,
 };
 

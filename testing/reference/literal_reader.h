@@ -21,7 +21,7 @@ class LiteralReader {
 
   // Moves past white space, bytes 26 and comments.
   void skipBlanks();
-  // Whether every byte of the text has been passed.
+  // True when every byte of the text has been passed.
   [[nodiscard]] bool atEnd() const { return position_ >= text_.size(); }
   // Index of the next unread byte.
   [[nodiscard]] std::size_t position() const { return position_; }

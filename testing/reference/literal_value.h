@@ -1,11 +1,11 @@
 // LiteralValue, the value type of the literal implementation.
 //
 // The literal implementation (the files literal_*) is a second, deliberately slow build of the
-// language that shares no code with the worker. Every rule is written out in the plainest way that
-// comes to mind: values are deep-copied, names are compared as strings, recursion follows the
-// data. It exists to be obviously right, so that the worker's own fast build can be compared with
-// it byte for byte. Use it with programs of sane size only: copying, comparing, destroying and
-// encoding recurse as deep as the value nests.
+// language. It shares the frame header's constants with the worker (worker/frame.h), and no code.
+// Every rule is written out in the plainest way that comes to mind: values are deep-copied, names
+// are compared as strings, recursion follows the data. It exists to be obviously right, so that the
+// worker's own fast build can be compared with it byte for byte. Use it with programs of sane size
+// only: copying, comparing, destroying and encoding recurse as deep as the value nests.
 
 #ifndef TESTING_REFERENCE_LITERAL_VALUE_H_
 #define TESTING_REFERENCE_LITERAL_VALUE_H_
@@ -50,7 +50,7 @@ LiteralValue literalTruth();
 // Structural equality: kinds never mix, -0.0 equals 0.0, NaN equals nothing, itself included.
 [[nodiscard]] bool literalValuesEqual(const LiteralValue& a, const LiteralValue& b);
 
-// What copying `value` costs: one for every value in the tree and one for every 16 bytes of text.
+// The cost of copying `value`: one for every value in the tree and one for every 16 bytes of text.
 [[nodiscard]] std::size_t literalCopyCost(const LiteralValue& value);
 
 // Prints the text form, for messages of failing tests.

@@ -21,7 +21,7 @@ class LiteralWorker : public FramePort {
 
   FrameResponse handle(const Frame& frame) override;
 
-  // Whether a run has outgrown the copying budget. Answers from that frame on mean nothing.
+  // True when a run has outgrown the copying budget. Answers from that frame on mean nothing.
   [[nodiscard]] bool abandoned() const { return abandoned_; }
 
  private:

@@ -21,7 +21,7 @@ struct Frame {
   std::string payload;
 };
 
-// What a frame is answered with.
+// The answer to a frame.
 struct FrameResponse {
   worker::WorkerStatus status = worker::WorkerStatus::Ok;
   std::string payload;
@@ -38,7 +38,7 @@ class FramePort {
 };
 
 // An evaluation result, taken apart. `decoded` is false, and nothing else is set, for a payload
-// that is no such result: too short, or of another size than its header says.
+// that is not such a result: too short, or of another size than its header says.
 struct EvalResult {
   bool decoded = false;
   int eval_status = 0;

@@ -38,7 +38,7 @@ class MemoryReader final : public worker::ByteReader {
     return moved == destination.size();
   }
 
-  // How many bytes have been read, those of a read that failed included.
+  // The number of bytes that have been read, those of a read that failed included.
   [[nodiscard]] std::size_t position() const { return position_; }
 
  private:
@@ -64,7 +64,7 @@ class MemoryWriter final : public worker::ByteWriter {
     return moved == bytes.size();
   }
 
-  // What was taken, those bytes of a write that failed included.
+  // The bytes that were taken, those of a write that failed included.
   [[nodiscard]] const std::string& written() const { return written_; }
 
  private:

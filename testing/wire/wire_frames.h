@@ -17,7 +17,7 @@ namespace testing_support {
 [[nodiscard]] worker::MessageHeader requestHeader(worker::MessageType type);
 [[nodiscard]] worker::MessageHeader requestHeader(std::uint16_t type);
 
-// A header alone, whatever it says.
+// A header alone, with any fields.
 [[nodiscard]] std::string headerBytes(const worker::MessageHeader& header);
 
 // A header with its payload_length made to fit, and the payload.

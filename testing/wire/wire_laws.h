@@ -1,6 +1,6 @@
-// What holds for the output of a worker whatever its input is: which requests are answered, how
-// the worker ends, and what a response to each type of request may look like. Only the values in
-// the answers are left open, so this judges conversations that nobody has foreseen.
+// Laws of a worker's output that hold for every input: which requests are answered, how the worker
+// ends, and the possible responses to each type of request. Only the values in the answers are left
+// open, so random conversations can be judged.
 
 #ifndef TESTING_WIRE_WIRE_LAWS_H_
 #define TESTING_WIRE_WIRE_LAWS_H_

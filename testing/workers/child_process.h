@@ -58,7 +58,7 @@ class ChildProcess {
   // Waits for the child and says how it ended: "exit code 5", "signal 13", or "still running" when
   // that takes too long.
   std::string end();
-  // What the child has written to standard error. After its end.
+  // The child's output on standard error. To be asked after its end.
   [[nodiscard]] std::string errors() const;
 
   // The processor time that the child has used so far, or altogether once it has ended.

@@ -121,7 +121,7 @@ ChildProcess::ChildProcess(const ChildSettings& settings) : state_(std::make_uni
     posix_spawn_file_actions_adddup2(&actions, output.write_end, STDOUT_FILENO);
   }
   posix_spawn_file_actions_adddup2(&actions, errors.write_end, STDERR_FILENO);
-  // Whoever started this test may have left descriptors open for every program to inherit.
+  // The program that started this test may have left descriptors open for every program to inherit.
   posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
 
   // The worker gets the signals as a shell would hand them over, SIGPIPE first of all.

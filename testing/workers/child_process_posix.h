@@ -1,4 +1,4 @@
-// What only a test on a POSIX system asks of a child.
+// Questions about a child that only POSIX systems answer.
 
 #ifndef TESTING_WORKERS_CHILD_PROCESS_POSIX_H_
 #define TESTING_WORKERS_CHILD_PROCESS_POSIX_H_

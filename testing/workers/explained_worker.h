@@ -20,7 +20,7 @@ class ExplainedWorker : public FramePort {
  public:
   FrameResponse handle(const Frame& frame) override;
 
-  // What was told of each program that has failed: an explanation, or why there is none.
+  // For each program that has failed an explanation, or why there is none.
   [[nodiscard]] const std::vector<std::string>& explanations() const { return explanations_; }
 
  private:
@@ -35,7 +35,7 @@ class ExplainedWorker : public FramePort {
   std::vector<std::string> explanations_;
 };
 
-// What a person misses in an explanation: a place, the line with a caret, what was expected, what
+// The first part that an explanation lacks: a place, the line with a caret, what was expected, what
 // to try. Empty when it has everything.
 [[nodiscard]] std::string missingIn(const std::string& explanation);
 

@@ -1,5 +1,5 @@
-// How much of stopped evaluations a worker keeps, in the ways that tests compare: nothing that a
-// host can observe may depend on it.
+// Settings of how many stopped evaluations a worker keeps. Tests compare workers of all settings:
+// nothing that a host can observe may depend on them.
 
 #ifndef TESTING_WORKERS_KEEPINGS_H_
 #define TESTING_WORKERS_KEEPINGS_H_

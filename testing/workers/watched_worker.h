@@ -1,7 +1,7 @@
 // The worker's executable with a watch on what every request costs it.
 //
-// What a worker promises of time and memory it promises as a process: these figures are the
-// system's own, of a real worker behind its pipes.
+// The promises of time and memory are about a process, so the figures are the system's own, of a
+// real worker behind its pipes.
 
 #ifndef TESTING_WORKERS_WATCHED_WORKER_H_
 #define TESTING_WORKERS_WATCHED_WORKER_H_
@@ -16,7 +16,7 @@
 
 namespace testing_support {
 
-// What one request may cost: the promise, and what a test grants on top of it because a machine
+// The cost of one request: the promise, and what a test grants on top of it because a machine
 // that tests is not idle. Time is the worker's processor time, so a busy machine does not count as
 // a slow worker.
 inline constexpr std::chrono::milliseconds kRequestTimeMax{100};

@@ -1,4 +1,4 @@
-// What the tests of the worker as a process send, and the hosts that die on it.
+// Requests of the tests of the worker as a process, and hosts that die while it works.
 
 #ifndef TESTING_WORKERS_WORKER_PROCESS_H_
 #define TESTING_WORKERS_WORKER_PROCESS_H_
@@ -21,7 +21,7 @@ namespace testing_support {
 // A host that dies, and what its worker ends with.
 struct DeadHostRow {
   std::string name;
-  std::string last_words;  // What the host has sent when it dies,
+  std::string last_words;  // Bytes that the host has sent when it dies,
   std::size_t heard;       // and how many bytes it has received.
   std::string end;         // As ChildProcess::end says it.
 

@@ -44,7 +44,8 @@ CoordContext plan(std::uint64_t id, double origin_x) {
   return context;
 }
 
-// What the replies are is for the recording to tell; a conversation that breaks shows by its end.
+// Replies are not looked at, since the recording has them; a conversation that breaks shows by its
+// end.
 template <typename Reply>
 void note(const Reply& /*reply*/) {}
 

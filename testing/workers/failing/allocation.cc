@@ -9,7 +9,7 @@
 
 namespace {
 
-// How many allocations are left.
+// The number of allocations that are left.
 unsigned long long& allocationsLeft() {
   static unsigned long long left = [] {
     const char* const text = std::getenv("LISP_ALLOCATIONS_MAX");

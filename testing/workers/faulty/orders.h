@@ -1,6 +1,6 @@
-// What the faulty worker is told to do, and when. Its host says so in the first bytes that it
-// sends, since a worker takes no arguments; after them the faulty worker is a worker like any
-// other, until the fault.
+// Orders to the faulty worker: the fault, and when. Its host sends them in its first bytes, since a
+// worker takes no arguments; after them the faulty worker is a worker like any other, until the
+// fault.
 
 #ifndef TESTING_WORKERS_FAULTY_ORDERS_H_
 #define TESTING_WORKERS_FAULTY_ORDERS_H_
