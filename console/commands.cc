@@ -472,11 +472,14 @@ constexpr std::array kCommands = {
 std::string runNext(Drawing& drawing, CommandInput& input) {
   const auto typed = input.takeText("the name of a command");
   if (!typed) return "";
-  const std::string name = upperCase(*typed);
+  // Other command lines know prefixes: the name in any language, the command's own definition.
+  const std::string capitals = upperCase(*typed);
+  const std::string name =
+      capitals.substr(std::min(capitals.find_first_not_of("_."), capitals.size()));
   const auto command = std::find_if(kCommands.begin(), kCommands.end(),
                                     [&name](const Command& known) { return known.name == name; });
   if (command == kCommands.end()) {
-    input.setCommand("there is no command " + name);
+    input.setCommand("there is no command " + capitals);
     std::string names;
     for (const Command& known : kCommands) names += " " + std::string(known.name);
     input.fail("this host knows" + names);

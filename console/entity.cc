@@ -216,15 +216,45 @@ bool isPoint(const Datum& datum) {
          });
 }
 
+namespace {
+
+// A group as other hosts write it, with a point or without its list around a point, and as it is
+// written here. Empty for anything else.
+std::string spellingOfGroup(const Datum& datum) {
+  const DatumList* const parts = asList(datum);
+  if (parts == nullptr || parts->size() < 3 || !asNumber(parts->front())) return "";
+  DatumList rest(parts->begin() + 1, parts->end());
+  const bool is_dotted = client::printDatum(rest.front()) == "." && rest.size() == 2;
+  const bool is_point = isPoint(client::list(rest));
+  if (!is_dotted && !is_point) return "";
+  const Datum value = is_dotted ? rest.back() : client::list(std::move(rest));
+  return ": " + displayValue(client::list({parts->front(), value})) + ", not " +
+         displayValue(datum) + (is_point ? "; LIST makes it, not CONS" : "");
+}
+
+std::string whyNoType(const std::string& type) {
+  if (type.empty()) return "no type: (0 TYPE)";
+  std::string capitals = type;
+  for (char& c : capitals) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return "unknown type: " + type +
+         (findTypeRule(capitals) == nullptr ? "" : "; it is written " + capitals);
+}
+
+}  // namespace
+
 std::string whyNoEntity(const Datum& datum) {
   const DatumList* const groups = asList(datum);
   if (groups == nullptr) return "an entity is a list of groups";
   for (const Datum& group : *groups) {
-    if (!groupCode(group)) return "a group is a list of a code and a value";
+    if (!groupCode(group)) {
+      return "a group is a list of a code and a value" + spellingOfGroup(group);
+    }
   }
   const std::string type(findStringGroup(*groups, kTypeGroup));
   const TypeRule* const rule = findTypeRule(type);
-  if (rule == nullptr) return type.empty() ? "no type: (0 TYPE)" : "unknown type: " + type;
+  if (rule == nullptr) return whyNoType(type);
   for (const GroupRule& required : rule->groups) {
     if (required.name != nullptr && findGroup(*groups, required.code) == nullptr) {
       return type + " needs a group " + std::to_string(required.code) + ", " + required.name;

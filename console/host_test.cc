@@ -231,6 +231,7 @@ TEST_F(CommandsTest, DrawCircles) {
   };
   const Row rows[] = {
       {R"(("circle" (1 2) 5))", "centre (1 2 0), radius 5"},
+      {R"(("_.circle" (1 2) 4))", "centre (1 2 0), radius 4"},
       {R"(("CIRCLE" (1 2) "D" 5))", "centre (1 2 0), radius 2.5"},
       {R"(("CIRCLE" (1 2) (4 6)))", "centre (1 2 0), radius 5"},
       {R"(("CIRCLE" "2P" (0 0) (6 8)))", "centre (3 4 0), radius 5"},
@@ -363,6 +364,9 @@ TEST_F(CommandsTest, SayWhatTheyDoNotKnow) {
       run(R"(("EXPLODE" "E1"))"),
       "nothing done: there is no command EXPLODE: this host knows LINE PLINE CIRCLE ARC POINT "
       "TEXT MOVE COPY ROTATE SCALE MIRROR ERASE LAYER ZOOM");
+  EXPECT_THAT(run(R"(("_.Explode"))"),
+              testing::StartsWith("nothing done: there is no command _.EXPLODE: "));
+  EXPECT_THAT(run(R"(("_."))"), testing::StartsWith("nothing done: there is no command _.: "));
   EXPECT_EQ(run("()"), "nothing done: no command");
   EXPECT_EQ(run(R"((""))"), "nothing done: no command");
   EXPECT_EQ(run("(5)"), "nothing done: COMMAND: needs the name of a command, not 5");

@@ -19,6 +19,7 @@
 #include "console/picture.h"
 #include "explain/explanation.h"
 #include "explain/form.h"
+#include "explain/habits.h"
 
 namespace console {
 namespace {
@@ -285,8 +286,8 @@ void Prompt::showEntry(std::string_view name) const {
   }
   std::cout << type;
   if (is_known) return;
-  if (const explain::ForeignName* const foreign = explain::findForeignName(wanted)) {
-    std::cout << wanted << " is not of this language: " << foreign->advice << "\n";
+  if (const explain::Habit* const habit = explain::findHabit(wanted)) {
+    std::cout << explain::describe(*habit) << "\n";
     return;
   }
   std::vector<std::string> names = completionsFor("");

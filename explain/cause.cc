@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
+#include "explain/habits.h"
 #include "explain/reference.h"
 #include "explain/value_text.h"
 #include "geometry/builtins.h"
@@ -35,7 +37,9 @@ Cause causeOfUnbound(const Failure& failure) {
   const std::string name(failure.form.name());
   Cause cause{&failure.form, "a variable that has been given a value", ""};
   const std::vector<std::string> near = similarNames(name, failure.variables);
-  if (contains(failure.functions, name) || findEntry(name) != nullptr) {
+  if (std::string habit = adviceOnHabit(failure.form, failure.source); !habit.empty()) {
+    cause.advice = std::move(habit);
+  } else if (contains(failure.functions, name) || findEntry(name) != nullptr) {
     cause.advice = name + " is a function: call it, as in (" + name + " ...)";
   } else if (!near.empty()) {
     cause.advice = "did you mean " + joined(near, " or ") + "?";
@@ -54,8 +58,8 @@ Cause causeOfUnknown(const Failure& failure) {
               "define it with DEFUN before this line, or load the library that does"};
   std::vector<std::string> names(failure.functions.begin(), failure.functions.end());
   for (const Entry& entry : entries()) names.emplace_back(entry.name);
-  if (const ForeignName* const foreign = findForeignName(name)) {
-    cause.advice = foreign->advice;
+  if (std::string habit = adviceOnHabit(failure.form, failure.source); !habit.empty()) {
+    cause.advice = std::move(habit);
   } else if (const auto near = similarNames(name, names); !near.empty()) {
     cause.advice = "did you mean " + joined(near, " or ") + "?";
   }
@@ -98,8 +102,11 @@ Cause causeInDefun(const Form& form, const std::string& syntax) {
 }
 
 // A mistake in a special form can be seen in its text.
-Cause causeInSpecialForm(const Form& form) {
+Cause causeInSpecialForm(const Form& form, const Source& source) {
   const std::string syntax(form.entry->form);
+  if (std::string habit = adviceOnHabit(form, source); !habit.empty()) {
+    return {&form, syntax, std::move(habit)};
+  }
   if (form.entry->name == "DEFUN") return causeInDefun(form, syntax);
   if (form.entry->name == "IF") {
     return {&form, syntax, "put several forms of one branch into a PROGN"};
@@ -170,16 +177,18 @@ Cause causeOf(const Failure& failure) {
   if (failure.kind == lisp::OutcomeKind::HostCallRequired) return {&form, "", ""};
   if (form.isSymbol()) return causeOfUnbound(failure);
   if (form.operatorName().empty()) {
+    std::string habit = adviceOnHabit(form, failure.source);
     return {form.items.empty() ? &form : &form.items.front(),
             "the name of a function in front of a list that is evaluated",
-            "if the list is data, quote it: '" + std::string(failure.form_text)};
+            habit.empty() ? "if the list is data, quote it: '" + std::string(failure.form_text)
+                          : std::move(habit)};
   }
   if (failure.is_unknown) return causeOfUnknown(failure);
   if (failure.callee != nullptr) return causeOfArity(form, *failure.callee);
   if (form.entry == nullptr) return {&form, "", ""};
   switch (form.entry->group) {
     case Group::SpecialForm:
-      return causeInSpecialForm(form);
+      return causeInSpecialForm(form, failure.source);
     case Group::HostCall:
       return {&form,
               "the same call as in the evaluation before: " + std::string(failure.recorded_call),

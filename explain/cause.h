@@ -22,6 +22,7 @@ struct Failure {
   lisp::OutcomeKind kind;
   std::string_view message;
   const Form& form;                            // The innermost form that has failed.
+  const Source& source;                        // The text that it stands in.
   std::string_view form_text;                  // Shortened.
   bool is_unknown;                             // It is a list whose name is not a function.
   const Function* callee;                      // Of a call of a defined function; otherwise null.

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "explain/explanation.h"
+#include "explain/habits.h"
 #include "explain/value_text.h"
 
 namespace explain {
@@ -162,18 +163,20 @@ class Checker {
     if (form.isSymbol()) return lookAtVariable(form, inside);
     if (!form.isList() || form.items.empty()) return;
     if (!form.items.front().isSymbol()) {
+      const std::string habit = adviceOnHabit(form, program_->source);
       error(form.items.front(), "first list item must be a function symbol",
-            "a list that is evaluated begins with the name of a function; quote data with '");
+            habit.empty()
+                ? "a list that is evaluated begins with the name of a function; quote data with '"
+                : habit);
       return;
     }
     if (form.entry != nullptr && form.entry->group == Group::SpecialForm) {
       return lookAtSpecialForm(form, depth, inside);
     }
     const auto own = definitions_.find(form.operatorName());
-    const ForeignName* const foreign =
-        own == definitions_.end() ? findForeignName(form.operatorName()) : nullptr;
+    const bool is_unknown = own == definitions_.end() && form.entry == nullptr;
     // The parts of a form that there is not would only be reported as bad calls.
-    if (foreign != nullptr && foreign->is_form) return lookAtUnknown(form);
+    if (is_unknown && !adviceAround(form, program_->source).empty()) return lookAtUnknown(form);
     for (std::size_t n = 1; n < form.items.size(); ++n) look(form.items[n], depth + 1, inside);
     if (own != definitions_.end()) return lookAtOwnCall(form, own->second, inside);
     if (form.entry == nullptr) return lookAtUnknown(form);
@@ -196,7 +199,9 @@ class Checker {
       names.insert(names.end(), inside->own_names.begin(), inside->own_names.end());
     }
     std::string advice = "nothing that it sees assigns it: give it a value with SETQ, or quote it";
-    if (definitions_.contains(name) || findEntry(name) != nullptr) {
+    if (std::string habit = adviceOnHabit(form, program_->source); !habit.empty()) {
+      advice = std::move(habit);
+    } else if (definitions_.contains(name) || findEntry(name) != nullptr) {
       advice = name + " is a function: call it, as in (" + name + " ...)";
     } else if (const auto near = namesNear(name, names); !near.empty()) {
       advice = "did you mean " + near.front() + "?";
@@ -221,7 +226,9 @@ class Checker {
     std::string advice = near.empty()
                              ? "no program here defines it; --load names a library that does"
                              : "did you mean " + near.front() + "?";
-    if (const ForeignName* const foreign = findForeignName(name)) advice = foreign->advice;
+    if (std::string habit = adviceOnHabit(form, program_->source); !habit.empty()) {
+      advice = std::move(habit);
+    }
     error(form.items.front(), "unsupported LISP function: " + name, advice);
   }
 
@@ -390,8 +397,9 @@ class Checker {
     const bool has_pairs = name != "SETQ" || count % 2 == 0;
     if (name == "DEFUN") return lookAtDefinition(form);
     if (count < form.entry->count_min || count > form.entry->count_max || !has_pairs) {
+      const std::string habit = adviceOnHabit(form, program_->source);
       error(form, std::string(name) + ": " + counted(count, "part"),
-            "it is written " + std::string(form.entry->form));
+            habit.empty() ? "it is written " + std::string(form.entry->form) : habit);
       return;
     }
     if (name == "QUOTE") return;
@@ -536,7 +544,9 @@ class Checker {
   void lookAtDefinition(const Form& form) {
     const std::vector<Form>& items = form.items;
     if (items.size() < 4 || !items[1].isSymbol() || !items[2].isList()) {
-      error(form, "defun syntax error", "it is written " + std::string(form.entry->form));
+      const std::string habit = adviceOnHabit(form, program_->source);
+      error(form, "defun syntax error",
+            habit.empty() ? "it is written " + std::string(form.entry->form) : habit);
       return;
     }
     for (const Form& item : items[2].items) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "explain/cause.h"
+#include "explain/habits.h"
 #include "explain/value_text.h"
 #include "geometry/builtins.h"
 #include "host/builtins.h"
@@ -107,6 +108,7 @@ class Witness : public lisp::Observer {
         causeOf({.kind = kind,
                  .message = message,
                  .form = form,
+                 .source = currentProgram()->source,
                  .form_text = text,
                  .is_unknown = is_call && operationOf(form) == lisp::Operation::Unknown,
                  .callee = is_call ? calleeOf(form) : nullptr,
@@ -262,13 +264,10 @@ class Witness : public lisp::Observer {
     const std::size_t first = calls_.empty() ? 0 : calls_.back().open_count;
     for (std::size_t n = first; n + 1 < open_.size(); ++n) {
       const Form& form = *open_[n].form;
-      const ForeignName* const foreign = findForeignName(form.operatorName());
-      if (foreign == nullptr || !foreign->is_form ||
-          operationOf(form) != lisp::Operation::Unknown) {
-        continue;
-      }
-      fault.advice = "it stands in a form that the language does not have, " +
-                     std::string(foreign->name) + ": " + std::string(foreign->advice);
+      if (operationOf(form) != lisp::Operation::Unknown) continue;
+      std::string advice = adviceAround(form, currentProgram()->source);
+      if (advice.empty()) continue;
+      fault.advice = std::move(advice);
       return;
     }
   }

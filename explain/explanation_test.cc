@@ -109,31 +109,6 @@ TEST(Explanation, SuggestsNamesThatAreNear) {
   EXPECT_THAT(explanationOf(outcomeOf("(+ 1 CAR)")), HasSubstr("CAR is a function: call it"));
 }
 
-// A program that fails by using the name, for those whose arguments fail before.
-std::string usageOf(const ForeignName& foreign) {
-  const std::string name(foreign.name);
-  if (name == "COND") return "(COND ((= 1 2) 5) (T 6))";
-  if (name == "CASE") return "(CASE 1 (1 \"one\"))";
-  if (name == "LET") return "(LET ((A 1)) A)";
-  if (name == "FOREACH") return "(FOREACH P '(1 2) (LIST P))";
-  if (name == "LAMBDA") return "(LAMBDA (X) X)";
-  EXPECT_FALSE(foreign.is_form) << name;
-  return "(" + name + " 1 2)";
-}
-
-TEST(Explanation, KnowsWhatToDoWithoutWhatRelatedDialectsHave) {
-  for (const ForeignName& foreign : foreignNames()) {
-    const std::string text = explanationOf(outcomeOf(usageOf(foreign)));
-    EXPECT_THAT(text, HasSubstr("  try       "));
-    EXPECT_THAT(text, HasSubstr(std::string(foreign.advice) + "\n")) << foreign.name;
-  }
-  EXPECT_THAT(explanationOf(outcomeOf("(COND (T (/ 1 0)))")),
-              HasSubstr("it stands in a form that the language does not have, COND: nest IFs"));
-  // What fails in a function that is called there has an advice of its own.
-  EXPECT_THAT(explanationOf(outcomeOf("(DEFUN F (X) (/ 1 0)) (FOREACH (F 1))")),
-              HasSubstr("test it before"));
-}
-
 TEST(Explanation, AdvisesOnEveryMistake) {
   struct Row {
     const char* program;

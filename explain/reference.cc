@@ -154,41 +154,7 @@ constexpr std::array kEntries = {
           "(OSNAP '(1 2) \"end\")", "waits for OSNAP ((1 2) \"end\")"},
 };
 
-constexpr std::array kForeignNames = {
-    ForeignName{"ABS", "load examples/lib/lists.lsp, which defines it"},
-    ForeignName{"MIN", "load examples/lib/lists.lsp, which defines it for two numbers"},
-    ForeignName{"MAX", "load examples/lib/lists.lsp, which defines it for two numbers"},
-    ForeignName{"NTH", "load examples/lib/lists.lsp, which defines it"},
-    ForeignName{"REVERSE", "load examples/lib/lists.lsp, which defines it"},
-    ForeignName{"APPEND", "load examples/lib/lists.lsp, which defines it for two lists"},
-    ForeignName{"MEMBER", "load examples/lib/lists.lsp, which defines it"},
-    ForeignName{"ASSOC", "load examples/lib/lists.lsp, which defines it"},
-    ForeignName{"CADR", "write (CAR (CDR ...)), or load examples/lib/lists.lsp"},
-    ForeignName{"CADDR", "write (CAR (CDR (CDR ...))), or load examples/lib/lists.lsp"},
-    ForeignName{"SET", "assign with SETQ"},
-    ForeignName{"COND", "nest IFs", true},
-    ForeignName{"CASE", "nest IFs", true},
-    ForeignName{"LET", "make the variables locals of a function: (DEFUN F (/ A B) ...)", true},
-    ForeignName{"FOREACH", "walk the list in a WHILE, with CAR and CDR", true},
-    ForeignName{"REPEAT", "count in a WHILE"},
-    ForeignName{"MAPCAR", "walk the list in a WHILE, with CAR and CDR"},
-    ForeignName{"LAMBDA", "define a function with DEFUN, and call it by its name", true},
-    ForeignName{"SQRT", "there is none; (DISTANCE '(0 0) (LIST A B)) is the root of A*A + B*B"},
-    ForeignName{"SIN", "there is none; (CAR (CDR (POLAR '(0 0) ANGLE 1))) is the sine"},
-    ForeignName{"COS", "there is none; (CAR (POLAR '(0 0) ANGLE 1)) is the cosine"},
-    ForeignName{"PRINT", "use PRINC; programs have no output"},
-    ForeignName{"STRCAT", "there are no functions over texts"},
-};
-
 }  // namespace
-
-std::span<const ForeignName> foreignNames() { return kForeignNames; }
-
-const ForeignName* findForeignName(std::string_view name) {
-  const auto* const found = std::find_if(kForeignNames.begin(), kForeignNames.end(),
-                                         [name](const ForeignName& n) { return n.name == name; });
-  return found == kForeignNames.end() ? nullptr : found;
-}
 
 std::span<const Entry> entries() { return kEntries; }
 

@@ -45,18 +45,6 @@ struct Entry {
 // Null for a name that is neither.
 [[nodiscard]] const Entry* findEntry(std::string_view name);
 
-// A name that people expect from related dialects, and that this one does not have.
-struct ForeignName {
-  std::string_view name;
-  std::string_view advice;  // What stands in for it.
-  bool is_form = false;     // Elsewhere its arguments are not all evaluated.
-};
-
-[[nodiscard]] std::span<const ForeignName> foreignNames();
-
-// Null for any other name.
-[[nodiscard]] const ForeignName* findForeignName(std::string_view name);
-
 // The entry as `:doc` shows it, some lines.
 [[nodiscard]] std::string describe(const Entry& entry);
 
