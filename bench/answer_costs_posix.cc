@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "bench/worker_child.h"
-#include "client/process.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
 
 namespace {
 
@@ -33,7 +33,8 @@ namespace {
 // Of the worker, in microseconds.
 double processorTimeOfChild() {
   static std::string id;
-  if (id.empty() || !std::filesystem::exists("/proc/" + id)) id = bench::childProcess();
+  if (id.empty() || !std::filesystem::exists("/proc/" + id))
+    id = lisp_worker::bench::childProcess();
   std::ifstream statistics("/proc/" + id + "/schedstat");
   double nanoseconds = -1;
   statistics >> nanoseconds;
@@ -41,10 +42,11 @@ double processorTimeOfChild() {
   return nanoseconds / 1000;
 }
 
-client::EvalResult resultOf(const std::optional<client::Reply<client::EvalResult>>& reply) {
+lisp_worker::client::EvalResult resultOf(
+    const std::optional<lisp_worker::client::Reply<lisp_worker::client::EvalResult>>& reply) {
   if (!reply || !reply->value) fail("a program is refused");
-  if (reply->status != worker::WorkerStatus::Ok &&
-      reply->status != worker::WorkerStatus::HostCallPending) {
+  if (reply->status != lisp_worker::worker::WorkerStatus::Ok &&
+      reply->status != lisp_worker::worker::WorkerStatus::HostCallPending) {
     fail("a program fails: " + reply->value->text);
   }
   return *reply->value;
@@ -54,7 +56,8 @@ struct Conversation {
   const char* name;
   std::string program;
   int run_count = 1;
-  std::function<void(client::WorkerClient&)> between = [](client::WorkerClient&) {};
+  std::function<void(lisp_worker::client::WorkerClient&)> between =
+      [](lisp_worker::client::WorkerClient&) {};
 };
 
 // A loop of `turns` with one host call in each, and `before` and `call` as the program says.
@@ -69,10 +72,10 @@ constexpr const char* kWork = " (SETQ J 0) (WHILE (< J 3) (SETQ J (1+ J)))";
 
 void measure(const std::string& worker, const Conversation& conversation) {
   std::string error;
-  const auto process = client::startWorker(worker, &error);
+  const auto process = lisp_worker::client::startWorker(worker, &error);
   if (process == nullptr) fail(error);
-  client::WorkerClient client(*process);
-  client::CoordContext context;
+  lisp_worker::client::WorkerClient client(*process);
+  lisp_worker::client::CoordContext context;
   context.id = 1;
   static_cast<void>(client.registerContext(context));
   std::vector<std::uint64_t> runs;
@@ -118,11 +121,11 @@ int main(int count, char** words) {
   for (int i = 0; i < 5000; ++i) {
     globals += "(SETQ V" + std::to_string(i) + " " + std::to_string(i) + ")";
   }
-  const auto tiny = [](client::WorkerClient& client) {
+  const auto tiny = [](lisp_worker::client::WorkerClient& client) {
     static_cast<void>(resultOf(client.evalStart("(SETQ I 7)", 0)));
   };
-  const auto same_context = [](client::WorkerClient& client) {
-    client::CoordContext context;
+  const auto same_context = [](lisp_worker::client::WorkerClient& client) {
+    lisp_worker::client::CoordContext context;
     context.id = 1;
     static_cast<void>(client.registerContext(context));
   };

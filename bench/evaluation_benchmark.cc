@@ -17,21 +17,21 @@
 #include "lisp/environment.h"
 #include "lisp/interpreter.h"
 #include "lisp/reader.h"
+#include "lisp_worker/worker/frame.h"
 #include "worker/encoding.h"
 #include "worker/evaluation.h"
-#include "worker/frame.h"
 
 namespace {
 
-using worker::WorkerStatus;
+using lisp_worker::worker::WorkerStatus;
 
 void require(bool holds, benchmark::State& state, const char* message) {
   if (!holds) state.SkipWithError(message);
 }
 
-void runProgram(benchmark::State& state, const bench::BenchProgram& program) {
+void runProgram(benchmark::State& state, const lisp_worker::bench::BenchProgram& program) {
   const geometry::ContextTable contexts;
-  const worker::Evaluation evaluation(contexts);  // Makes the builtins known.
+  const lisp_worker::worker::Evaluation evaluation(contexts);  // Makes the builtins known.
   const lisp::Environment environment;
   host::Program read{program.text, {}};
   std::uint64_t steps = 0;
@@ -58,18 +58,19 @@ class Conversation {
 
   WorkerStatus resume(std::uint64_t run_id, std::string_view answer) {
     response_.clear();
-    worker::MessageHeader request;
+    lisp_worker::worker::MessageHeader request;
     request.run_id = run_id;
     return evaluation_.handleEvalResume(request, answer, response_);
   }
 
   [[nodiscard]] std::uint64_t runId() const {
-    return worker::getU64(response_.data() + worker::EvalResultOffset::kRunId);
+    return lisp_worker::worker::getU64(response_.data() +
+                                       lisp_worker::worker::EvalResultOffset::kRunId);
   }
 
  private:
   geometry::ContextTable contexts_;
-  worker::Evaluation evaluation_;
+  lisp_worker::worker::Evaluation evaluation_;
   std::string response_;
 };
 
@@ -130,14 +131,14 @@ void encodeText(benchmark::State& state, const char* unit) {
   const std::string text = "(" + repeated(unit, kTextSize) + ")";
   const lisp::LispValue value = lisp::parseProgram(text, nullptr).value_or(lisp::nil());
   std::size_t encoded_size = 0;
-  for (auto _ : state) encoded_size = worker::encodeValue(value).size();
+  for (auto _ : state) encoded_size = lisp_worker::worker::encodeValue(value).size();
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(encoded_size));
 }
 BENCHMARK_CAPTURE(encodeText, entities, kEntityList);
 BENCHMARK_CAPTURE(encodeText, numbers, "0.10000000000000001 -273.14999999999998 6.02e23 ");
 
 const bool kRegistered = [] {
-  for (const bench::BenchProgram& program : bench::kPrograms) {
+  for (const lisp_worker::bench::BenchProgram& program : lisp_worker::bench::kPrograms) {
     benchmark::RegisterBenchmark((std::string("run/") + program.name).c_str(), runProgram, program);
   }
   return true;

@@ -16,9 +16,9 @@
 
 namespace {
 
-void runLisp(benchmark::State& state, const bench::BenchProgram& program) {
+void runLisp(benchmark::State& state, const lisp_worker::bench::BenchProgram& program) {
   const geometry::ContextTable contexts;
-  const worker::Evaluation evaluation(contexts);  // Makes the builtins known.
+  const lisp_worker::worker::Evaluation evaluation(contexts);  // Makes the builtins known.
   const lisp::Environment environment;
   host::Program read{program.text, {}};
   for (auto _ : state) {
@@ -38,18 +38,18 @@ void runLua(benchmark::State& state, const char* text) {
   }
 }
 
-BENCHMARK_CAPTURE(runLisp, counting, bench::kCountingLoop);
+BENCHMARK_CAPTURE(runLisp, counting, lisp_worker::bench::kCountingLoop);
 BENCHMARK_CAPTURE(runLua, counting, "i = 0 n = 40000 while i < n do i = i + 1 end");
 BENCHMARK_CAPTURE(runLua, counting_with_locals,
                   "local i, n = 0, 40000 while i < n do i = i + 1 end");
-BENCHMARK_CAPTURE(runLisp, recursion, bench::kRecursiveCalls);
+BENCHMARK_CAPTURE(runLisp, recursion, lisp_worker::bench::kRecursiveCalls);
 BENCHMARK_CAPTURE(runLua, recursion,
                   "function fib(n) if n < 2 then return n else return fib(n-1) + fib(n-2) end end "
                   "fib(19)");
-BENCHMARK_CAPTURE(runLisp, list_building, bench::kListBuilding);
+BENCHMARK_CAPTURE(runLisp, list_building, lisp_worker::bench::kListBuilding);
 BENCHMARK_CAPTURE(runLua, list_building,
                   "l = nil i = 0 while i < 25000 do l = {i, l} i = i + 1 end");
-BENCHMARK_CAPTURE(runLisp, points, bench::kPointArithmetic);
+BENCHMARK_CAPTURE(runLisp, points, lisp_worker::bench::kPointArithmetic);
 BENCHMARK_CAPTURE(runLua, points,
                   "p = {0, 0, 0} i = 0 while i < 10000 do "
                   "p = {p[1] + 1.5, p[2] + 2.5, i * 0.5} i = i + 1 end");

@@ -15,12 +15,12 @@
 #include <string_view>
 
 #include "bench/request_frame.h"
-#include "client/process.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/worker/frame.h"
 
 namespace {
 
-using bench::makeFrame;
+using lisp_worker::bench::makeFrame;
 
 std::filesystem::path workerPath() {
   const char* const path = std::getenv("LISP_WORKER_PATH");
@@ -31,18 +31,21 @@ std::filesystem::path workerPath() {
 std::filesystem::path echoPath() { return workerPath().parent_path() / "bench" / "echo_worker"; }
 
 // Sends `frame` and reads its response; false when the process fails to answer.
-bool exchange(client::WorkerProcess& process, const std::string& frame, std::string& payload) {
-  std::array<char, worker::kHeaderSize> header;
+bool exchange(lisp_worker::client::WorkerProcess& process, const std::string& frame,
+              std::string& payload) {
+  std::array<char, lisp_worker::worker::kHeaderSize> header;
   if (!process.write(frame)) return false;
   if (process.read(header.data(), header.size()) != header.size()) return false;
-  payload.resize(worker::decodeHeader(header).payload_length);
+  payload.resize(lisp_worker::worker::decodeHeader(header).payload_length);
   return payload.empty() || process.read(payload.data(), payload.size()) == payload.size();
 }
 
 void roundTrips(benchmark::State& state, const std::filesystem::path& path,
-                worker::MessageType type, std::string_view text, std::uint64_t response_size) {
+                lisp_worker::worker::MessageType type, std::string_view text,
+                std::uint64_t response_size) {
   std::string error;
-  const std::unique_ptr<client::WorkerProcess> process = client::startWorker(path, &error);
+  const std::unique_ptr<lisp_worker::client::WorkerProcess> process =
+      lisp_worker::client::startWorker(path, &error);
   if (process == nullptr) {
     state.SkipWithError(error.c_str());
     return;
@@ -59,19 +62,21 @@ void roundTrips(benchmark::State& state, const std::filesystem::path& path,
 }
 
 constexpr std::string_view kTinyProgram = "(+ 1 2)";
-constexpr std::uint64_t kTinyResponseSize = worker::kEvalResultHeaderSize + 1;  // "3"
+constexpr std::uint64_t kTinyResponseSize = lisp_worker::worker::kEvalResultHeaderSize + 1;  // "3"
 
 void pingWorker(benchmark::State& state) {
-  roundTrips(state, workerPath(), worker::MessageType::Ping, "", 0);
+  roundTrips(state, workerPath(), lisp_worker::worker::MessageType::Ping, "", 0);
 }
 void pingEcho(benchmark::State& state) {
-  roundTrips(state, echoPath(), worker::MessageType::Ping, "", 0);
+  roundTrips(state, echoPath(), lisp_worker::worker::MessageType::Ping, "", 0);
 }
 void tinyProgramWorker(benchmark::State& state) {
-  roundTrips(state, workerPath(), worker::MessageType::EvalStart, kTinyProgram, kTinyResponseSize);
+  roundTrips(state, workerPath(), lisp_worker::worker::MessageType::EvalStart, kTinyProgram,
+             kTinyResponseSize);
 }
 void tinyProgramEcho(benchmark::State& state) {
-  roundTrips(state, echoPath(), worker::MessageType::EvalStart, kTinyProgram, kTinyResponseSize);
+  roundTrips(state, echoPath(), lisp_worker::worker::MessageType::EvalStart, kTinyProgram,
+             kTinyResponseSize);
 }
 
 BENCHMARK(pingWorker)->UseRealTime();

@@ -23,13 +23,13 @@
 
 #include "bench/request_frame.h"
 #include "bench/worker_child.h"
-#include "client/process.h"
-#include "client/worker_client.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
+#include "lisp_worker/worker/frame.h"
 
 namespace {
 
-using bench::makeFrame;
+using lisp_worker::bench::makeFrame;
 
 using Clock = std::chrono::steady_clock;
 
@@ -53,9 +53,9 @@ double median(std::vector<double> figures) {
 
 void print(std::string_view name, double figure) { std::cout << name << " " << figure << "\n"; }
 
-std::unique_ptr<client::WorkerProcess> start(const std::string& path) {
+std::unique_ptr<lisp_worker::client::WorkerProcess> start(const std::string& path) {
   std::string error;
-  auto process = client::startWorker(path, &error);
+  auto process = lisp_worker::client::startWorker(path, &error);
   if (process == nullptr) fail(path + ": " + error);
   return process;
 }
@@ -63,21 +63,22 @@ std::unique_ptr<client::WorkerProcess> start(const std::string& path) {
 // --- Round trips ------------------------------------------------------------------------------
 
 // Sends `frame` and reads its response, which must be of `size` bytes.
-void exchange(client::WorkerProcess& process, std::string_view frame, std::span<char> response) {
+void exchange(lisp_worker::client::WorkerProcess& process, std::string_view frame,
+              std::span<char> response) {
   if (!process.write(frame) || process.read(response.data(), response.size()) != response.size() ||
-      worker::decodeHeader(response.first<worker::kHeaderSize>()).payload_length !=
-          response.size() - worker::kHeaderSize) {
+      lisp_worker::worker::decodeHeader(response.first<lisp_worker::worker::kHeaderSize>())
+              .payload_length != response.size() - lisp_worker::worker::kHeaderSize) {
     fail("a process does not answer as it should");
   }
 }
 
 // Round trips a second of both programs, in alternation.
 void compareRoundTrips(const std::string& worker, const std::string& echo, std::string_view name,
-                       worker::MessageType type, std::string_view payload,
+                       lisp_worker::worker::MessageType type, std::string_view payload,
                        std::size_t response_payload_size) {
   constexpr int kTripCount = 20000;
   const std::string frame = makeFrame(type, payload, response_payload_size);
-  std::string response(worker::kHeaderSize + response_payload_size, '\0');
+  std::string response(lisp_worker::worker::kHeaderSize + response_payload_size, '\0');
   const std::array processes = {start(worker), start(echo)};
   std::array<std::vector<double>, 2> rates;
   for (int round = 0; round < kRoundCount; ++round) {
@@ -96,13 +97,13 @@ void compareRoundTrips(const std::string& worker, const std::string& echo, std::
 
 void compareStarts(const std::string& worker, const std::string& echo) {
   constexpr int kStartCount = 200;
-  const std::string frame = makeFrame(worker::MessageType::Ping, "", 0);
-  std::array<char, worker::kHeaderSize> response;
+  const std::string frame = makeFrame(lisp_worker::worker::MessageType::Ping, "", 0);
+  std::array<char, lisp_worker::worker::kHeaderSize> response;
   const std::array paths = {&worker, &echo};
   std::array<std::vector<double>, 2> times;
   for (int round = 0; round < kStartCount; ++round) {
     for (std::size_t i = 0; i < paths.size(); ++i) {
-      std::unique_ptr<client::WorkerProcess> process;
+      std::unique_ptr<lisp_worker::client::WorkerProcess> process;
       times[i].push_back(1e6 * secondsOf([&] {
                            process = start(*paths[i]);
                            exchange(*process, frame, response);
@@ -115,10 +116,11 @@ void compareStarts(const std::string& worker, const std::string& echo) {
 
 // --- Resumes ----------------------------------------------------------------------------------
 
-client::EvalResult resultOf(const std::optional<client::Reply<client::EvalResult>>& reply) {
+lisp_worker::client::EvalResult resultOf(
+    const std::optional<lisp_worker::client::Reply<lisp_worker::client::EvalResult>>& reply) {
   if (!reply || !reply->value) fail("a program is refused");
-  if (reply->status != worker::WorkerStatus::Ok &&
-      reply->status != worker::WorkerStatus::HostCallPending) {
+  if (reply->status != lisp_worker::worker::WorkerStatus::Ok &&
+      reply->status != lisp_worker::worker::WorkerStatus::HostCallPending) {
     fail("a program fails: " + reply->value->text);
   }
   return *reply->value;
@@ -134,11 +136,11 @@ void measureResumes(const std::string& worker) {
   std::vector<std::vector<double>> times(kCallCount);
   std::vector<double> steps(kCallCount);
   const auto process = start(worker);
-  client::WorkerClient client(*process);
+  lisp_worker::client::WorkerClient client(*process);
   for (int round = 0; round < 5; ++round) {
     std::uint64_t run_id = resultOf(client.evalStart(program, 0)).run_id;
     for (std::size_t i = 0; i < kCallCount; ++i) {
-      client::EvalResult result;
+      lisp_worker::client::EvalResult result;
       times[i].push_back(1e6 *
                          secondsOf([&] { result = resultOf(client.evalResume(run_id, "1.5")); }));
       steps[i] = static_cast<double>(result.steps);
@@ -164,7 +166,7 @@ void measureResumes(const std::string& worker) {
 // The time of a resume when two runs take turns, on an environment of so many variables.
 double switchTime(const std::string& worker, int variable_count) {
   const auto process = start(worker);
-  client::WorkerClient client(*process);
+  lisp_worker::client::WorkerClient client(*process);
   std::string program;
   for (int i = 0; i < variable_count; ++i) {
     program += "(SETQ V" + std::to_string(i) + " " + std::to_string(i) + ")";
@@ -196,7 +198,7 @@ double switchTime(const std::string& worker, int variable_count) {
 
 // A field of /proc/<worker>/status in KiB.
 double statusOfChild(std::string_view field) {
-  const std::string process = bench::childProcess();
+  const std::string process = lisp_worker::bench::childProcess();
   std::ifstream status("/proc/" + process + "/status");
   for (std::string line; std::getline(status, line);) {
     if (line.starts_with(field)) return std::strtod(line.c_str() + field.size(), nullptr);
@@ -207,7 +209,7 @@ double statusOfChild(std::string_view field) {
 void measureMemory(const std::string& worker) {
   {
     const auto process = start(worker);
-    client::WorkerClient client(*process);
+    lisp_worker::client::WorkerClient client(*process);
     static_cast<void>(resultOf(client.evalStart("(+ 1 2)", 0)));
     print("idle_memory_kib", statusOfChild("VmRSS:"));
     for (int i = 0; i < 20000; ++i) {
@@ -224,12 +226,12 @@ void measureMemory(const std::string& worker) {
   for (const auto& [name, unit] : shapes) {
     const std::string_view closing = "))";
     std::string program = "(LENGTH '(";
-    while (program.size() + unit.size() + closing.size() <= worker::kPayloadSizeMax) {
+    while (program.size() + unit.size() + closing.size() <= lisp_worker::worker::kPayloadSizeMax) {
       program += unit;
     }
     program += closing;
     const auto process = start(worker);
-    client::WorkerClient client(*process);
+    lisp_worker::client::WorkerClient client(*process);
     static_cast<void>(resultOf(client.evalStart(program, 0)));
     print("text_of_" + std::string(name) + "_memory_kib", statusOfChild("VmHWM:"));
   }
@@ -241,9 +243,9 @@ int main(int count, char** words) {
   if (count != 3) fail("usage: process_costs <worker> <echo program>");
   const std::string worker = words[1];
   const std::string echo = words[2];
-  compareRoundTrips(worker, echo, "ping", worker::MessageType::Ping, "", 0);
-  compareRoundTrips(worker, echo, "tiny_program", worker::MessageType::EvalStart, "(+ 1 2)",
-                    worker::kEvalResultHeaderSize + 1);
+  compareRoundTrips(worker, echo, "ping", lisp_worker::worker::MessageType::Ping, "", 0);
+  compareRoundTrips(worker, echo, "tiny_program", lisp_worker::worker::MessageType::EvalStart,
+                    "(+ 1 2)", lisp_worker::worker::kEvalResultHeaderSize + 1);
   compareStarts(worker, echo);
   measureResumes(worker);
   print("switch_empty_us", switchTime(worker, 0));

@@ -6,7 +6,7 @@
 #ifndef BENCH_PROGRAMS_H_
 #define BENCH_PROGRAMS_H_
 
-namespace bench {
+namespace lisp_worker::bench {
 
 struct BenchProgram {
   const char* name;
@@ -50,6 +50,6 @@ inline constexpr BenchProgram kPrograms[] = {
     kListWalking,  kPointArithmetic, kSelectionSet,
 };
 
-}  // namespace bench
+}  // namespace lisp_worker::bench
 
 #endif  // BENCH_PROGRAMS_H_

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "client/process.h"
-#include "client/worker_client.h"
-#include "session/recorder.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
+#include "lisp_worker/session/recorder.h"
 
 namespace {
 
@@ -55,14 +55,15 @@ class Directory {
 // (LIST "xxx...") of about `size` bytes.
 std::string programOf(std::size_t size) { return "(LIST \"" + std::string(size, 'x') + "\")"; }
 
-void roundTrips(benchmark::State& state, const fs::path& path, client::FrameObserver* observer) {
+void roundTrips(benchmark::State& state, const fs::path& path,
+                lisp_worker::client::FrameObserver* observer) {
   std::string error;
-  const auto process = client::startWorker(path, &error);
+  const auto process = lisp_worker::client::startWorker(path, &error);
   if (process == nullptr) {
     state.SkipWithError(error.c_str());
     return;
   }
-  client::WorkerClient client(*process, {.time_limit = {}, .observer = observer});
+  lisp_worker::client::WorkerClient client(*process, {.time_limit = {}, .observer = observer});
   const std::string program = programOf(static_cast<std::size_t>(state.range(0)));
   std::vector<double> microseconds;
   for (auto _ : state) {
@@ -85,7 +86,8 @@ void direct(benchmark::State& state) { roundTrips(state, workerPath(), nullptr);
 void recordedByClient(benchmark::State& state) {
   const Directory directory;
   std::string error;
-  const auto recorder = session::Recorder::create(directory.path() / "client.session", &error);
+  const auto recorder =
+      lisp_worker::session::Recorder::create(directory.path() / "client.session", &error);
   if (recorder == nullptr) {
     state.SkipWithError(error.c_str());
     return;

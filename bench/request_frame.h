@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace bench {
+namespace lisp_worker::bench {
 
 inline std::string makeFrame(worker::MessageType type, std::string_view payload,
                              std::uint64_t run_id) {
@@ -25,6 +25,6 @@ inline std::string makeFrame(worker::MessageType type, std::string_view payload,
   return frame.append(payload);
 }
 
-}  // namespace bench
+}  // namespace lisp_worker::bench
 
 #endif  // BENCH_REQUEST_FRAME_H_

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-namespace bench {
+namespace lisp_worker::bench {
 
 // The id of the only child of this process: a child of the thread that the client keeps for it.
 // Empty when there is none to be seen.
@@ -20,6 +20,6 @@ inline std::string childProcess() {
   return {};
 }
 
-}  // namespace bench
+}  // namespace lisp_worker::bench
 
 #endif  // BENCH_WORKER_CHILD_H_

@@ -12,7 +12,7 @@
 #include <span>
 #include <string>
 
-#include "client/worker.h"
+#include "lisp_worker/client/worker.h"
 
 namespace {
 
@@ -22,9 +22,11 @@ std::string contentsOf(const char* path) {
 }
 
 // The value of the program; the end of the process when it has none.
-std::string valueOf(client::Worker& worker, const std::string& program) {
-  std::optional<client::Reply<client::EvalResult>> reply = worker.evalStart(program, 0);
-  if (reply && reply->status == worker::WorkerStatus::Ok) return std::move(reply->value->text);
+std::string valueOf(lisp_worker::client::Worker& worker, const std::string& program) {
+  std::optional<lisp_worker::client::Reply<lisp_worker::client::EvalResult>> reply =
+      worker.evalStart(program, 0);
+  if (reply && reply->status == lisp_worker::worker::WorkerStatus::Ok)
+    return std::move(reply->value->text);
   std::cerr << "workload_host: the program fails: "
             << (worker.fault() ? worker.fault()->message
                                : (reply && reply->value ? reply->value->text : ""))
@@ -40,7 +42,7 @@ int main(int count, char** words) {
     std::cerr << "usage: workload_host <worker> <rounds> <program> [<program before>]\n";
     return EXIT_FAILURE;
   }
-  client::Worker worker{std::filesystem::path(arguments[1])};
+  lisp_worker::client::Worker worker{std::filesystem::path(arguments[1])};
   if (count == 5) static_cast<void>(valueOf(worker, contentsOf(arguments[4])));
   const long rounds = std::strtol(arguments[2], nullptr, 10);
   const std::string program = contentsOf(arguments[3]);

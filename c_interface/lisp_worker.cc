@@ -1,4 +1,4 @@
-#include "c_interface/lisp_worker.h"
+#include "lisp_worker/c_interface/lisp_worker.h"
 
 #include <algorithm>
 #include <chrono>
@@ -17,21 +17,25 @@
 #include <cxxabi.h>
 #endif
 
-#include "client/answer_text.h"
-#include "client/names.h"
 #include "client/system_text.h"
-#include "client/version.h"
-#include "client/worker.h"
-#include "session/recorder.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/version.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/recorder.h"
 
-using client::CoordContext;
-using client::Datum;
-using worker::WorkerStatus;
+namespace client = lisp_worker::client;
+namespace session = lisp_worker::session;
+namespace worker = lisp_worker::worker;
+
+using lisp_worker::client::CoordContext;
+using lisp_worker::client::Datum;
+using lisp_worker::worker::WorkerStatus;
 
 // NOLINTBEGIN(readability-identifier-naming): the names are C's.
 
 // Texts about a worker are copies, because requests replace the records that they describe.
-struct lisp_worker {
+struct lisp_worker_handle {
   std::string path;
   std::chrono::milliseconds time_limit{0};
   std::unique_ptr<session::Recorder> recorder;
@@ -68,7 +72,7 @@ std::string_view viewOf(const char* bytes, std::size_t size) {
   return bytes == nullptr ? std::string_view() : std::string_view(bytes, size);
 }
 
-client::Worker& workerOf(lisp_worker* handle) {
+client::Worker& workerOf(lisp_worker_handle* handle) {
   if (handle->worker == nullptr) {
     client::ClientSettings settings;
     settings.time_limit = handle->time_limit;
@@ -88,7 +92,7 @@ client::Worker& workerOf(lisp_worker* handle) {
 }
 
 // Null before the first use.
-const client::Worker* workerOf(const lisp_worker* handle) {
+const client::Worker* workerOf(const lisp_worker_handle* handle) {
   return handle == nullptr ? nullptr : handle->worker.get();
 }
 
@@ -203,18 +207,18 @@ unsigned lisp_worker_interface_version() { return LISP_WORKER_INTERFACE_VERSION;
 
 const char* lisp_worker_library_version() { return client::libraryVersion().data(); }
 
-lisp_worker* lisp_worker_new(const char* path, uint32_t time_limit_ms) {
-  return new lisp_worker{.path = std::string(viewOf(path)),
-                         .time_limit = std::chrono::milliseconds(time_limit_ms),
-                         .recorder = nullptr,
-                         .worker = nullptr,
-                         .fault_text = {},
-                         .exit_text = {}};
+lisp_worker_handle* lisp_worker_new(const char* path, uint32_t time_limit_ms) {
+  return new lisp_worker_handle{.path = std::string(viewOf(path)),
+                                .time_limit = std::chrono::milliseconds(time_limit_ms),
+                                .recorder = nullptr,
+                                .worker = nullptr,
+                                .fault_text = {},
+                                .exit_text = {}};
 }
 
-void lisp_worker_free(lisp_worker* worker) { delete worker; }
+void lisp_worker_free(lisp_worker_handle* worker) { delete worker; }
 
-int lisp_worker_record(lisp_worker* worker, const char* path) {
+int lisp_worker_record(lisp_worker_handle* worker, const char* path) {
   if (worker == nullptr || worker->worker != nullptr || worker->recorder != nullptr) {
     return LISP_FAULT;
   }
@@ -223,32 +227,32 @@ int lisp_worker_record(lisp_worker* worker, const char* path) {
   return worker->recorder == nullptr ? LISP_FAULT : 0;
 }
 
-int lisp_worker_start(lisp_worker* worker) {
+int lisp_worker_start(lisp_worker_handle* worker) {
   return worker != nullptr && workerOf(worker).start() ? 0 : LISP_FAULT;
 }
 
-int lisp_worker_restart(lisp_worker* worker) {
+int lisp_worker_restart(lisp_worker_handle* worker) {
   return worker != nullptr && workerOf(worker).restart() ? 0 : LISP_FAULT;
 }
 
-void lisp_worker_stop(lisp_worker* worker) {
+void lisp_worker_stop(lisp_worker_handle* worker) {
   if (worker != nullptr) workerOf(worker).stop();
 }
 
-const char* lisp_worker_fault(const lisp_worker* worker) {
+const char* lisp_worker_fault(const lisp_worker_handle* worker) {
   if (worker == nullptr) return "there is no worker";
   const client::Worker* const made = workerOf(worker);
   if (made == nullptr || !made->fault()) return "";
   return lend(worker->fault_text, made->fault()->message);
 }
 
-const char* lisp_worker_exit(const lisp_worker* worker) {
+const char* lisp_worker_exit(const lisp_worker_handle* worker) {
   const client::Worker* const made = workerOf(worker);
   if (made == nullptr || !made->exit()) return "";
   return lend(worker->exit_text, client::describeExit(*made->exit()));
 }
 
-int lisp_worker_fault_kind(const lisp_worker* worker) {
+int lisp_worker_fault_kind(const lisp_worker_handle* worker) {
   if (worker == nullptr) return LISP_FAULT_NOT_STARTED;
   const client::Worker* const made = workerOf(worker);
   return made == nullptr || !made->fault() ? -1 : static_cast<int>(made->fault()->kind);
@@ -260,7 +264,7 @@ const char* lisp_fault_explanation(int kind) {
   return client::explainFault(toFaultKind(kind)).data();
 }
 
-int64_t lisp_worker_exit_code(const lisp_worker* worker) {
+int64_t lisp_worker_exit_code(const lisp_worker_handle* worker) {
   const client::Worker* const made = workerOf(worker);
   if (made == nullptr || !made->exit()) return -1;
   const client::WorkerExit& exit = *made->exit();
@@ -275,7 +279,7 @@ const char* lisp_exit_code_explanation(int64_t code) {
   return client::explainExitCode(toExitCode(code)).data();
 }
 
-int lisp_worker_ping(lisp_worker* worker) {
+int lisp_worker_ping(lisp_worker_handle* worker) {
   return worker == nullptr ? LISP_FAULT : toCode(workerOf(worker).ping());
 }
 
@@ -353,7 +357,7 @@ lisp_value* lisp_answer_error(const char* message) {
       .datum = {}, .error = std::string(viewOf(message)), .is_error = true, .printed = {}};
 }
 
-lisp_run* lisp_worker_run(lisp_worker* worker, const char* program, size_t size,
+lisp_run* lisp_worker_run(lisp_worker_handle* worker, const char* program, size_t size,
                           uint64_t context_id, lisp_answer answer, void* user) {
   if (worker == nullptr) return nullptr;
   std::string call_name;
@@ -418,7 +422,7 @@ const char* lisp_run_warning(const lisp_run* run, size_t index) {
   return index < lisp_run_warning_count(run) ? run->warnings[index].c_str() : nullptr;
 }
 
-int lisp_worker_register_context(lisp_worker* worker, uint64_t id, const double systems[40],
+int lisp_worker_register_context(lisp_worker_handle* worker, uint64_t id, const double systems[40],
                                  const double cell_plane[8], double cell_size,
                                  uint64_t cell_key_seed, uint32_t tag) {
   if (worker == nullptr) return LISP_FAULT;
@@ -435,7 +439,7 @@ int lisp_worker_register_context(lisp_worker* worker, uint64_t id, const double 
   return toCode(workerOf(worker).registerContext(context));
 }
 
-int lisp_worker_convert(lisp_worker* worker, uint64_t context_id, double point[3],
+int lisp_worker_convert(lisp_worker_handle* worker, uint64_t context_id, double point[3],
                         uint8_t source_system, uint8_t target_system) {
   if (worker == nullptr) return LISP_FAULT;
   if (point == nullptr) return LISP_STATUS_BAD_REQUEST;
@@ -446,8 +450,8 @@ int lisp_worker_convert(lisp_worker* worker, uint64_t context_id, double point[3
   return toCode(reply->status);
 }
 
-int lisp_worker_cell_plane_to_system(lisp_worker* worker, uint64_t context_id, double point[3],
-                                     uint8_t target_system) {
+int lisp_worker_cell_plane_to_system(lisp_worker_handle* worker, uint64_t context_id,
+                                     double point[3], uint8_t target_system) {
   if (worker == nullptr) return LISP_FAULT;
   if (point == nullptr) return LISP_STATUS_BAD_REQUEST;
   const auto reply = workerOf(worker).cellPlaneToSystem(context_id, toPoint(point), target_system);
@@ -456,7 +460,7 @@ int lisp_worker_cell_plane_to_system(lisp_worker* worker, uint64_t context_id, d
   return toCode(reply->status);
 }
 
-int lisp_worker_locate_cell(lisp_worker* worker, uint64_t context_id, double point[3],
+int lisp_worker_locate_cell(lisp_worker_handle* worker, uint64_t context_id, double point[3],
                             uint8_t source_system, int64_t index[2], uint64_t* key, uint32_t* tag) {
   if (worker == nullptr) return LISP_FAULT;
   if (point == nullptr) return LISP_STATUS_BAD_REQUEST;
@@ -474,7 +478,7 @@ int lisp_worker_locate_cell(lisp_worker* worker, uint64_t context_id, double poi
   return toCode(reply->status);
 }
 
-int lisp_worker_compute(lisp_worker* worker, uint8_t operation, const double* operands,
+int lisp_worker_compute(lisp_worker_handle* worker, uint8_t operation, const double* operands,
                         size_t count, double result[2]) {
   if (worker == nullptr) return LISP_FAULT;
   // More operands than a request can hold are what the worker calls a bad request.

@@ -1,4 +1,4 @@
-#include "c_interface/lisp_worker.h"
+#include "lisp_worker/c_interface/lisp_worker.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "client/geometry.h"
-#include "client/run.h"
-#include "client/version.h"
+#include "lisp_worker/client/geometry.h"
+#include "lisp_worker/client/run.h"
+#include "lisp_worker/client/version.h"
 #include "testing/workers/executable_worker.h"
 
 namespace {
@@ -23,19 +23,20 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 struct Free {
-  void operator()(lisp_worker* worker) const { lisp_worker_free(worker); }
+  void operator()(lisp_worker_handle* worker) const { lisp_worker_free(worker); }
   void operator()(lisp_value* value) const { lisp_value_free(value); }
   void operator()(lisp_run* run) const { lisp_run_free(run); }
 };
-using WorkerHandle = std::unique_ptr<lisp_worker, Free>;
+using WorkerHandle = std::unique_ptr<lisp_worker_handle, Free>;
 using ValueHandle = std::unique_ptr<lisp_value, Free>;
 using RunHandle = std::unique_ptr<lisp_run, Free>;
 
 WorkerHandle newWorker() {
-  return WorkerHandle(lisp_worker_new(testing_support::workerExecutable().c_str(), 60000));
+  return WorkerHandle(
+      lisp_worker_new(lisp_worker::testing_support::workerExecutable().c_str(), 60000));
 }
 
-RunHandle run(lisp_worker* worker, const std::string& program, lisp_answer answer = nullptr,
+RunHandle run(lisp_worker_handle* worker, const std::string& program, lisp_answer answer = nullptr,
               void* user = nullptr, uint64_t context_id = 0) {
   return RunHandle(
       lisp_worker_run(worker, program.data(), program.size(), context_id, answer, user));
@@ -45,7 +46,7 @@ std::string textOf(const RunHandle& run) { return lisp_run_text(run.get(), nullp
 
 TEST(CInterface, HasTheVersionOfItsHeader) {
   EXPECT_EQ(lisp_worker_interface_version(), LISP_WORKER_INTERFACE_VERSION);
-  EXPECT_EQ(lisp_worker_library_version(), client::libraryVersion());
+  EXPECT_EQ(lisp_worker_library_version(), lisp_worker::client::libraryVersion());
 }
 
 TEST(CInterface, RunsAProgram) {
@@ -299,7 +300,7 @@ TEST(CInterface, TakesPathsInUtf8) {
       fs::temp_directory_path() / u8"lisp worker c interface \u00E4\u03BB\u0416";
   fs::remove_all(directory);
   fs::create_directory(directory);
-  fs::copy_file(testing_support::workerExecutable(), directory / "a worker.exe");
+  fs::copy_file(lisp_worker::testing_support::workerExecutable(), directory / "a worker.exe");
   const auto utf8 = [&](const char* name) {
     const std::u8string text = (directory / name).u8string();
     return std::string(text.begin(), text.end());
@@ -409,7 +410,7 @@ TEST(CInterface, HasTheNumbersOfTheOther) {
                {LISP_EXIT_OUT_OF_MEMORY, "OutOfMemory"}},
               lisp_exit_code_name, "unknown exit code");
   const auto end_name = [](std::int64_t end) {
-    return client::runEndName(static_cast<client::RunEnd>(end)).data();
+    return lisp_worker::client::runEndName(static_cast<lisp_worker::client::RunEnd>(end)).data();
   };
   EXPECT_STREQ(end_name(LISP_END_VALUE), "Value");
   EXPECT_STREQ(end_name(LISP_END_READ_ERROR), "ReadError");
@@ -427,13 +428,19 @@ TEST(CInterface, HasTheNumbersOfTheOther) {
   EXPECT_STREQ(lisp_exit_code_explanation(LISP_EXIT_OUT_OF_MEMORY), "it ran out of memory");
 }
 
-static_assert(LISP_COMPUTE_SUM == static_cast<int>(client::GeometryOperation::Sum));
-static_assert(LISP_COMPUTE_DIFFERENCE == static_cast<int>(client::GeometryOperation::Difference));
-static_assert(LISP_COMPUTE_PRODUCT == static_cast<int>(client::GeometryOperation::Product));
-static_assert(LISP_COMPUTE_QUOTIENT == static_cast<int>(client::GeometryOperation::Quotient));
-static_assert(LISP_COMPUTE_DISTANCE == static_cast<int>(client::GeometryOperation::Distance));
-static_assert(LISP_COMPUTE_ANGLE == static_cast<int>(client::GeometryOperation::Angle));
-static_assert(LISP_COMPUTE_POLAR == static_cast<int>(client::GeometryOperation::Polar));
+static_assert(LISP_COMPUTE_SUM == static_cast<int>(lisp_worker::client::GeometryOperation::Sum));
+static_assert(LISP_COMPUTE_DIFFERENCE ==
+              static_cast<int>(lisp_worker::client::GeometryOperation::Difference));
+static_assert(LISP_COMPUTE_PRODUCT ==
+              static_cast<int>(lisp_worker::client::GeometryOperation::Product));
+static_assert(LISP_COMPUTE_QUOTIENT ==
+              static_cast<int>(lisp_worker::client::GeometryOperation::Quotient));
+static_assert(LISP_COMPUTE_DISTANCE ==
+              static_cast<int>(lisp_worker::client::GeometryOperation::Distance));
+static_assert(LISP_COMPUTE_ANGLE ==
+              static_cast<int>(lisp_worker::client::GeometryOperation::Angle));
+static_assert(LISP_COMPUTE_POLAR ==
+              static_cast<int>(lisp_worker::client::GeometryOperation::Polar));
 
 TEST(CInterface, TellsAFault) {
   const WorkerHandle worker(lisp_worker_new("no/such/worker", 0));

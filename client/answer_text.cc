@@ -1,13 +1,13 @@
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <utility>
 
-#include "client/number_text.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 constexpr char kEndOfFileMark = 0x1A;  // Skipped between forms, as old editors leave it.
@@ -216,4 +216,4 @@ std::optional<Datum> readDatum(std::string_view text, std::string* error_out) {
   return std::nullopt;
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

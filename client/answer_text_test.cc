@@ -1,4 +1,4 @@
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 std::string nested(std::size_t count, const std::string& inside = "") {
@@ -180,4 +180,4 @@ TEST(AnswerText, IsRefusedWhereNoTextReadsBack) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

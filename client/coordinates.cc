@@ -1,9 +1,9 @@
-#include "client/coordinates.h"
+#include "lisp_worker/client/coordinates.h"
 
 #include <cassert>
 #include <cstddef>
 
-namespace client {
+namespace lisp_worker::client {
 
 using worker::ContextOffset;
 using worker::getF64;
@@ -79,4 +79,4 @@ CellLocation decodeCellLocation(std::string_view payload) {
   return location;
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,10 +1,10 @@
-#include "client/coordinates.h"
+#include "lisp_worker/client/coordinates.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using worker::getF64;
@@ -75,4 +75,4 @@ TEST(DecodeCellLocation, TakesEveryFieldFromItsPlace) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

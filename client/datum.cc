@@ -1,8 +1,8 @@
-#include "client/datum.h"
+#include "lisp_worker/client/datum.h"
 
 #include <utility>
 
-namespace client {
+namespace lisp_worker::client {
 
 Datum nil() { return Datum(); }
 
@@ -64,4 +64,4 @@ DatumList takeElements(Datum&& datum) {
 
 bool operator==(const Datum& a, const Datum& b) { return a.content_ == b.content_; }
 
-}  // namespace client
+}  // namespace lisp_worker::client

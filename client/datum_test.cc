@@ -1,12 +1,12 @@
-#include "client/datum.h"
+#include "lisp_worker/client/datum.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 TEST(Datum, IsNilUnlessMadeOtherwise) {
@@ -62,4 +62,4 @@ TEST(Datum, PointsAndSelectionSetsAreLists) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,4 +1,4 @@
-#include "client/eval_result.h"
+#include "lisp_worker/client/eval_result.h"
 
 #include <algorithm>
 #include <cassert>
@@ -6,9 +6,9 @@
 #include <limits>
 #include <utility>
 
-#include "client/worker_text.h"
+#include "lisp_worker/client/worker_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 using worker::EvalResultOffset;
 using worker::WorkerStatus;
@@ -111,4 +111,4 @@ std::optional<HostCall> readHostCall(const EvalResult& result, std::string* erro
                   .text = result.text};
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,13 +1,13 @@
-#include "client/eval_result.h"
+#include "lisp_worker/client/eval_result.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 #include "testing/wire/memory_channel.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using testing_support::EvalPayload;
@@ -148,4 +148,4 @@ TEST(ReadHostCall, KnowsThatTheCountIsCapped) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -13,12 +13,12 @@
 #include <thread>
 #include <vector>
 
-#include "client/names.h"
-#include "client/worker.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/worker.h"
 #include "testing/base/test_environment.h"
 #include "testing/workers/faulty/orders.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using std::chrono::milliseconds;
@@ -379,4 +379,4 @@ TEST(FaultDeadline, DoesNotCountTheHostsOwnTime) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,9 +1,9 @@
-#include "client/geometry.h"
+#include "lisp_worker/client/geometry.h"
 
 #include <cassert>
 #include <cstddef>
 
-namespace client {
+namespace lisp_worker::client {
 
 using worker::GeometryOffset;
 using worker::GeometryResultOffset;
@@ -27,4 +27,4 @@ GeometryResult decodeGeometryResult(std::string_view payload) {
           worker::getF64(bytes + GeometryResultOffset::kY)};
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

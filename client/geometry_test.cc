@@ -1,10 +1,10 @@
-#include "client/geometry.h"
+#include "lisp_worker/client/geometry.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 TEST(EncodeGeometryRequest, PutsEveryFieldInItsPlace) {
@@ -33,4 +33,4 @@ TEST(DecodeGeometryResult, TakesXAndY) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

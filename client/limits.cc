@@ -1,6 +1,6 @@
-#include "client/limits.h"
+#include "lisp_worker/client/limits.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 bool isNear(const LimitWarning& warning) { return warning.used * 10 >= warning.maximum * 9; }
@@ -24,4 +24,4 @@ std::string describeWarning(const LimitWarning& warning) {
                                        : "the response took " + share + " bytes";
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,8 +1,8 @@
-#include "client/limits.h"
+#include "lisp_worker/client/limits.h"
 
 #include <gtest/gtest.h>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 TEST(LimitWarnings, BeginAtNineTenthsOfTheSteps) {
@@ -31,4 +31,4 @@ TEST(LimitWarnings, AreToldInWords) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,9 +1,9 @@
-#include "client/names.h"
+#include "lisp_worker/client/names.h"
 
 #include <algorithm>
 #include <iterator>
 
-namespace client {
+namespace lisp_worker::client {
 
 using worker::ExitCode;
 using worker::MessageType;
@@ -33,7 +33,7 @@ constexpr Words wordsOf(WorkerStatus status) {
               "the request did not begin with the protocol's magic; the worker has ended"};
     case WorkerStatus::BadVersion:
       return {"BadVersion", "the request is of another protocol version; the worker has ended"};
-    case WorkerStatus::BadRequest:
+    case WorkerStatus::InvalidRequest:
       return {"BadRequest", "a size, selector, operand, run id or result is outside its limits"};
     case WorkerStatus::ContextNotFound:
       return {"ContextNotFound", "no coordinate context is registered under this id"};
@@ -222,4 +222,4 @@ std::string describeExit(const WorkerExit& exit) {
   return "the worker ended in a way that the system did not tell";
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,11 +1,11 @@
-#include "client/names.h"
+#include "lisp_worker/client/names.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using worker::WorkerStatus;
@@ -89,4 +89,4 @@ TEST(DescribeExit, NamesOtherEnds) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

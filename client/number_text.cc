@@ -1,4 +1,4 @@
-#include "client/number_text.h"
+#include "lisp_worker/client/number_text.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <system_error>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 constexpr int kDigitsMin = 15;  // Any decimal number of 15 digits survives the way to a double...
@@ -103,4 +103,4 @@ std::string printNumber(double value) {
   return std::string(text);
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,4 +1,4 @@
-#include "client/number_text.h"
+#include "lisp_worker/client/number_text.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <random>
 #include <string>
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 // What the tests themselves run under, the "C" locale, is what the worker's numbers are made of.
@@ -159,4 +159,4 @@ TEST(PrintNumber, IsReadBackToTheBit) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -21,10 +21,10 @@
 #include <thread>
 #include <utility>
 
-#include "client/process.h"
 #include "client/system_text.h"
+#include "lisp_worker/client/process.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 constexpr int kFirstOwnDescriptor = 3;  // Below stand standard input, output and error.
@@ -394,4 +394,4 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
                                               std::move(from_worker.read_end));
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

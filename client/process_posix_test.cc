@@ -19,14 +19,14 @@
 #include <string>
 #include <thread>
 
-#include "client/process.h"
-#include "client/worker.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/base/test_environment.h"
 #include "testing/workers/child_process_posix.h"
 #include "testing/workers/executable_worker.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using worker::WorkerStatus;
@@ -347,4 +347,4 @@ TEST_F(PosixWorkerProcess, StartsFromAHostWithoutStandardStreams) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,7 +1,7 @@
 // Real workers, started and ended. What a process does beyond the worker's own behaviour is in
 // process_posix_test.cc.
 
-#include "client/process.h"
+#include "lisp_worker/client/process.h"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,11 @@
 #include <fstream>
 #include <string>
 
-#include "client/answer_text.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/workers/executable_worker.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using worker::WorkerStatus;
@@ -137,4 +137,4 @@ TEST(WorkerProcess, ReadsAnswersAsTheyWereMeant) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -16,10 +16,10 @@
 #include <utility>
 #include <vector>
 
-#include "client/process.h"
 #include "client/system_text.h"
+#include "lisp_worker/client/process.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 // The most that one ReadFile or WriteFile call is asked to move, in bytes.
@@ -341,4 +341,4 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
                                               std::move(from_worker.read_end));
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

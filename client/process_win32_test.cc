@@ -17,13 +17,13 @@
 #include <string>
 #include <string_view>
 
-#include "client/process.h"
-#include "client/worker.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/base/test_environment.h"
 #include "testing/workers/executable_worker.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 constexpr const char* kRoleVariable = "LISP_PROCESS_TEST_ROLE";
@@ -127,7 +127,7 @@ TEST(Win32WorkerProcess, InheritsNoOtherHandle) {
   const auto process = startRealWorker();
   ASSERT_NE(process, nullptr);
   WorkerClient worker(*process);
-  EXPECT_EQ(worker.ping(), ::worker::WorkerStatus::Ok);
+  EXPECT_EQ(worker.ping(), lisp_worker::worker::WorkerStatus::Ok);
   ::CloseHandle(careless_write_end);
   // The pipe is broken at once, because the worker, still there, holds no end of it.
   EXPECT_FALSE(::PeekNamedPipe(read_end, nullptr, 0, nullptr, nullptr, nullptr));
@@ -159,7 +159,7 @@ TEST(Win32WorkerProcess, LeavesNothingBehindHoweverOftenAWorkerIsKilled) {
       ASSERT_TRUE(worker.restart()) << worker.fault()->message;
       // Killed while it is idle, or not even there yet.
       if (n % 2 == 0) {
-        ASSERT_EQ(worker.ping(), ::worker::WorkerStatus::Ok);
+        ASSERT_EQ(worker.ping(), lisp_worker::worker::WorkerStatus::Ok);
       }
     }
   }
@@ -181,4 +181,4 @@ TEST(Win32WorkerProcess, EndsWhenItsHostIsKilled) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

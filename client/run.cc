@@ -1,12 +1,12 @@
-#include "client/run.h"
+#include "lisp_worker/client/run.h"
 
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/names.h"
-#include "client/worker_text.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/worker_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 // A waiting run that is cancelled unless it goes on, also when the host's callback throws.
@@ -86,7 +86,7 @@ RunEnd endOf(EvalStatus status) {
 void conclude(const Reply<EvalResult>& reply, RunReport& report) {
   if (!reply.value) {
     report.end = RunEnd::Refused;
-    report.text = reply.status == worker::WorkerStatus::BadRequest
+    report.text = reply.status == worker::WorkerStatus::InvalidRequest
                       ? "the program, an answer, or what came of them is too long to send"
                       : std::string(explainStatus(reply.status));
     return;
@@ -179,4 +179,4 @@ std::optional<RunReport> runProgram(WorkerClient& client, std::string_view progr
   return std::nullopt;
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

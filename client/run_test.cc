@@ -1,4 +1,4 @@
-#include "client/run.h"
+#include "lisp_worker/client/run.h"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "client/answer_text.h"
-#include "client/worker.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/worker.h"
 #include "testing/workers/executable_worker.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using worker::WorkerStatus;
@@ -96,7 +96,7 @@ TEST_F(RunProgram, ReportsEveryEnd) {
       {"(WHILE T 1)", RunEnd::StepLimit, WorkerStatus::EvalStepLimit,
        "LISP evaluation step limit exceeded"},
       {"(SETQ X 1 N 0)(WHILE (< N 30) (SETQ X (LIST X X) N (1+ N)))X", RunEnd::Refused,
-       WorkerStatus::BadRequest,
+       WorkerStatus::InvalidRequest,
        "the program, an answer, or what came of them is too long to send"},
       {"(PROGN (GETPOINT) (/ 1 0))", RunEnd::EvalError, WorkerStatus::EvalFailed,
        "division by zero"},
@@ -179,7 +179,7 @@ TEST_F(RunProgram, CancelsAFirstCallThatIsTooLongToSend) {
   const auto expect_refused = [&](const std::string& program) {
     const RunReport report = run(definition + program, refuse);
     EXPECT_EQ(report.end, RunEnd::Refused);
-    EXPECT_EQ(report.status, WorkerStatus::BadRequest);
+    EXPECT_EQ(report.status, WorkerStatus::InvalidRequest);
   };
   expect_refused(kLongCall);
   EXPECT_FALSE(isWaiting(1));
@@ -350,4 +350,4 @@ TEST(RunEndName, AndExplanationDifferForEveryEnd) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace client {
+namespace lisp_worker::client {
 
 // The system's words for one of its error codes: errno's on POSIX systems, GetLastError's on
 // Windows.
@@ -20,6 +20,6 @@ namespace client {
 // The path that `text` names. Empty on Windows when that is not UTF-8.
 [[nodiscard]] std::optional<std::filesystem::path> pathFromText(std::string_view text);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
 #endif  // CLIENT_SYSTEM_TEXT_H_

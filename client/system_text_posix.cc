@@ -2,7 +2,7 @@
 
 #include "client/system_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 std::string systemMessage(int error) { return std::generic_category().message(error); }
 
@@ -12,4 +12,4 @@ std::optional<std::filesystem::path> pathFromText(std::string_view text) {
   return std::filesystem::path(text);
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -6,7 +6,7 @@
 
 #include "client/system_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 // Of UTF-16. A half of a surrogate pair becomes U+FFFD.
@@ -47,4 +47,4 @@ std::optional<std::filesystem::path> pathFromText(std::string_view text) {
   return std::filesystem::path(wide);
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

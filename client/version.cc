@@ -1,8 +1,8 @@
-#include "client/version.h"
+#include "lisp_worker/client/version.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // The build gives it, from its one place.
 std::string_view libraryVersion() { return LISP_VERSION; }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,4 +1,4 @@
-#include "client/version.h"
+#include "lisp_worker/client/version.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 #include "testing/base/test_environment.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 std::string contentsOf(const std::string& path) {
@@ -30,4 +30,4 @@ TEST(LibraryVersion, IsWrittenInTheWorkersFile) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,13 +1,13 @@
-#include "client/worker.h"
+#include "lisp_worker/client/worker.h"
 
 #include <algorithm>
 #include <chrono>
 #include <utility>
 
-#include "client/names.h"
 #include "client/system_text.h"
+#include "lisp_worker/client/names.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 using worker::WorkerStatus;
 
@@ -237,4 +237,4 @@ WorkerExit Worker::endProcess(std::chrono::milliseconds grace) {
   return *exit_;
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

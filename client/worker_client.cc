@@ -1,13 +1,13 @@
-#include "client/worker_client.h"
+#include "lisp_worker/client/worker_client.h"
 
 #include <algorithm>
 #include <array>
 #include <initializer_list>
 #include <utility>
 
-#include "client/names.h"
+#include "lisp_worker/client/names.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 using worker::MessageHeader;
 using worker::MessageType;
@@ -74,7 +74,7 @@ std::optional<Reply<GeometryResult>> WorkerClient::computeGeometry(
   const auto response = exchange({.type = MessageType::GeometryRequest, .payload = payload});
   if (!response) return std::nullopt;
   if (response->payload.size() != worker::kGeometryResultSize ||
-      !isOneOf(response->status, {WorkerStatus::Ok, WorkerStatus::BadRequest,
+      !isOneOf(response->status, {WorkerStatus::Ok, WorkerStatus::InvalidRequest,
                                   WorkerStatus::UnknownType, WorkerStatus::Degenerate})) {
     return fail(Fault::Kind::BadResponse,
                 "the worker answered a geometric request with " +
@@ -98,7 +98,7 @@ std::optional<Reply<EvalResult>> WorkerClient::evalStart(std::string_view progra
   if (!reply) return reply;
   if (reply->value && reply->value->run_id != 0) next_run_id_ = reply->value->run_id + 1;
   const bool is_refused_by_worker =
-      reply->status == WorkerStatus::BadRequest && program.size() <= worker::kPayloadSizeMax;
+      reply->status == WorkerStatus::InvalidRequest && program.size() <= worker::kPayloadSizeMax;
   if (is_refused_by_worker && !endUntoldRun()) return std::nullopt;
   return reply;
 }
@@ -142,7 +142,7 @@ std::optional<WorkerStatus> WorkerClient::exchangeForStatus(const Request& reque
   if (!response) return std::nullopt;
   const bool refusable = request.type == MessageType::RegisterContext;
   const bool expected = response->status == WorkerStatus::Ok ||
-                        (refusable && response->status == WorkerStatus::BadRequest);
+                        (refusable && response->status == WorkerStatus::InvalidRequest);
   if (!expected || !response->payload.empty()) {
     return fail(Fault::Kind::BadResponse,
                 "the worker answered a request of type " +
@@ -162,7 +162,7 @@ std::optional<WorkerClient::Response> WorkerClient::queryPoint(MessageType type,
   auto response = exchange({.type = type, .context_id = context_id, .payload = payload});
   if (!response) return std::nullopt;
   const bool expected =
-      isOneOf(response->status, {WorkerStatus::Ok, WorkerStatus::BadRequest,
+      isOneOf(response->status, {WorkerStatus::Ok, WorkerStatus::InvalidRequest,
                                  WorkerStatus::ContextNotFound, WorkerStatus::QueryFailed});
   const std::size_t expected_size =
       response->status == WorkerStatus::Ok ? worker::kPointResultSize : 0;
@@ -176,12 +176,12 @@ std::optional<WorkerClient::Response> WorkerClient::queryPoint(MessageType type,
 
 std::optional<Reply<EvalResult>> WorkerClient::evaluate(const Request& request) {
   if (request.payload.size() > worker::kPayloadSizeMax) {
-    return Reply<EvalResult>{.status = WorkerStatus::BadRequest, .value = std::nullopt};
+    return Reply<EvalResult>{.status = WorkerStatus::InvalidRequest, .value = std::nullopt};
   }
   const auto response = exchange(request);
   if (!response) return std::nullopt;
   const bool refused =
-      isOneOf(response->status, {WorkerStatus::BadRequest, WorkerStatus::ContextNotFound});
+      isOneOf(response->status, {WorkerStatus::InvalidRequest, WorkerStatus::ContextNotFound});
   if (refused && response->payload.empty()) {
     return Reply<EvalResult>{.status = response->status, .value = std::nullopt};
   }
@@ -349,4 +349,4 @@ std::nullopt_t WorkerClient::fail(Fault::Kind kind, std::string message) {
   return std::nullopt;
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,4 +1,4 @@
-#include "client/worker_client.h"
+#include "lisp_worker/client/worker_client.h"
 
 #include <gtest/gtest.h>
 
@@ -6,10 +6,10 @@
 #include <functional>
 #include <string>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 #include "testing/wire/memory_channel.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using testing_support::EvalPayload;
@@ -63,11 +63,11 @@ TEST_F(WorkerClientTest, RegistersAContextUnderItsId) {
   CoordContext context;
   context.id = 12;
   channel.respond(1, MessageType::RegisterContext, WorkerStatus::Ok, "", 12);
-  channel.respond(2, MessageType::RegisterContext, WorkerStatus::BadRequest, "", 12);
+  channel.respond(2, MessageType::RegisterContext, WorkerStatus::InvalidRequest, "", 12);
   EXPECT_EQ(worker.registerContext(context), WorkerStatus::Ok);
   EXPECT_EQ(sentHeader().context_id, 12u);
   EXPECT_EQ(sentPayload(), encodeContext(context));
-  EXPECT_EQ(worker.registerContext(context), WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.registerContext(context), WorkerStatus::InvalidRequest);
 }
 
 TEST_F(WorkerClientTest, LocatesACell) {
@@ -99,7 +99,7 @@ TEST_F(WorkerClientTest, ConvertsPoints) {
 TEST_F(WorkerClientTest, PassesOnARefusalToConvert) {
   std::uint64_t request_id = 0;
   for (const WorkerStatus status :
-       {WorkerStatus::BadRequest, WorkerStatus::ContextNotFound, WorkerStatus::QueryFailed}) {
+       {WorkerStatus::InvalidRequest, WorkerStatus::ContextNotFound, WorkerStatus::QueryFailed}) {
     channel.respond(++request_id, MessageType::Convert, status, "", 12);
     const auto reply = worker.convert(12, {}, 0, 0);
     ASSERT_TRUE(reply.has_value());
@@ -152,14 +152,14 @@ TEST_F(WorkerClientTest, CarriesARunThroughAHostCall) {
 
 TEST_F(WorkerClientTest, PassesOnARefusalToEvaluate) {
   channel.respond(1, MessageType::EvalStart, WorkerStatus::ContextNotFound, "", 9);
-  channel.respond(2, MessageType::EvalResume, WorkerStatus::BadRequest);
+  channel.respond(2, MessageType::EvalResume, WorkerStatus::InvalidRequest);
   const auto started = worker.evalStart("1", 9);
   ASSERT_TRUE(started.has_value());
   EXPECT_EQ(started->status, WorkerStatus::ContextNotFound);
   EXPECT_FALSE(started->value.has_value());
   const auto resumed = worker.evalResume(1, "nil");
   ASSERT_TRUE(resumed.has_value());
-  EXPECT_EQ(resumed->status, WorkerStatus::BadRequest);
+  EXPECT_EQ(resumed->status, WorkerStatus::InvalidRequest);
   EXPECT_FALSE(resumed->value.has_value());
 }
 
@@ -189,7 +189,7 @@ TEST_F(WorkerClientTest, KeepsTooLargeAPayloadFromTheWorker) {
 
   const auto refused = worker.evalStart(largest + ' ', 0);
   ASSERT_TRUE(refused.has_value());
-  EXPECT_EQ(refused->status, WorkerStatus::BadRequest);
+  EXPECT_EQ(refused->status, WorkerStatus::InvalidRequest);
   EXPECT_FALSE(refused->value.has_value());
   EXPECT_EQ(channel.writes().size(), 1u);
   EXPECT_FALSE(worker.fault().has_value());
@@ -334,13 +334,13 @@ TEST(WorkerClientFault, NamesAResponseThatDoesNotAnswerTheRequest) {
        "the worker answered a geometric request with Ok with 0 bytes"},
       {MessageType::GeometryRequest, WorkerStatus::QueryFailed, 64,
        "the worker answered a geometric request with QueryFailed with 64 bytes"},
-      {MessageType::EvalStart, WorkerStatus::BadRequest, 64,
+      {MessageType::EvalStart, WorkerStatus::InvalidRequest, 64,
        "the worker answered an evaluation with BadRequest with 64 bytes: the evaluation's status "
        "contradicts the response's"},
       {MessageType::EvalStart, WorkerStatus::Ok, 0,
        "the worker answered an evaluation with Ok with 0 bytes: the payload is too short for an "
        "evaluation result"},
-      {MessageType::EvalCancel, WorkerStatus::BadRequest, 0,
+      {MessageType::EvalCancel, WorkerStatus::InvalidRequest, 0,
        "the worker answered a request of type 9 with BadRequest with 0 bytes"},
   };
   for (const Row& row : rows) {
@@ -371,4 +371,4 @@ TEST(WorkerClientFault, NamesAResponseThatDoesNotAnswerTheRequest) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,4 +1,4 @@
-#include "client/worker.h"
+#include "lisp_worker/client/worker.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 #include "testing/base/test_environment.h"
 #include "testing/workers/executable_worker.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 using std::chrono::milliseconds;
@@ -83,7 +83,7 @@ TEST(Worker, DoesNotRememberAContextThatWasRefused) {
   for (std::uint64_t id = 1; id <= 32; ++id) {
     ASSERT_EQ(worker.registerContext(contextWithOrigin(id, 1)), WorkerStatus::Ok);
   }
-  EXPECT_EQ(worker.registerContext(contextWithOrigin(33, 1)), WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.registerContext(contextWithOrigin(33, 1)), WorkerStatus::InvalidRequest);
   EXPECT_TRUE(worker.restart());
   EXPECT_EQ(worldX(worker, 32), 2);
   EXPECT_EQ(worldX(worker, 33), -1);
@@ -212,7 +212,7 @@ TEST(Worker, CanBeUsedAfterItsObserverHasThrownAnywhere) {
       has_thrown = true;
     }
     EXPECT_TRUE(has_thrown);
-    EXPECT_EQ(worker.evalResume(1, ")")->status, WorkerStatus::BadRequest);
+    EXPECT_EQ(worker.evalResume(1, ")")->status, WorkerStatus::InvalidRequest);
     const auto run = worker.run("(+ 1 2)");
     ASSERT_TRUE(run.has_value());
     EXPECT_EQ(run->text, "3");
@@ -250,4 +250,4 @@ TEST(ClientSettings, TakeLimitsThatNoClockReaches) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

@@ -1,13 +1,13 @@
-#include "client/worker_text.h"
+#include "lisp_worker/client/worker_text.h"
 
 #include <cstdint>
 #include <limits>
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/number_text.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 // The worker never writes a symbol in lower case, so these spellings are numbers.
@@ -107,4 +107,4 @@ std::optional<Datum> readWorkerText(std::string_view text, std::string* error_ou
   return datum;
 }
 
-}  // namespace client
+}  // namespace lisp_worker::client

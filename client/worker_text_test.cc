@@ -1,4 +1,4 @@
-#include "client/worker_text.h"
+#include "lisp_worker/client/worker_text.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <limits>
 #include <string>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace client {
+namespace lisp_worker::client {
 namespace {
 
 std::string errorOf(std::string_view text) {
@@ -108,4 +108,4 @@ TEST(ReadWorkerText, StopsAtTheNestingThatAnswersMayHave) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace lisp_worker::client

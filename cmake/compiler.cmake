@@ -64,7 +64,9 @@ endif()
 # Linked by every target of ours and by nothing else: a library built from someone else's sources
 # answers for its own warnings.
 add_library(lisp_options INTERFACE)
-target_include_directories(lisp_options INTERFACE ${PROJECT_SOURCE_DIR})
+# Headers for hosts are included from include/, here as from an installed tree.
+target_include_directories(lisp_options INTERFACE ${PROJECT_SOURCE_DIR}
+                                                  ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(
   lisp_options
   INTERFACE -Wall

@@ -46,7 +46,7 @@ foreach(library IN LISTS static_libraries)
   endif()
 endforeach()
 foreach(library IN LISTS static_libraries ITEMS lisp_worker_c)
-  target_include_directories(${library} INTERFACE $<INSTALL_INTERFACE:include/lisp_worker>)
+  target_include_directories(${library} INTERFACE $<INSTALL_INTERFACE:include>)
 endforeach()
 if(WIN32)
   # What other compilers make an import library of.
@@ -61,8 +61,8 @@ set(documents share/doc/lisp-worker)
 # Directories are to be the same whatever the umask of those who install is. Those that have been
 # there before are not ours to change, except for the root of a package.
 set(installed_directories
-    . bin lib lib/cmake ${package_directory} include include/lisp_worker include/lisp_worker/worker
-    include/lisp_worker/c_interface share share/doc share/man share/man/man1 share/pkgconfig
+    . bin lib lib/cmake ${package_directory} include include/lisp_worker include/lisp_worker/c_interface
+    include/lisp_worker/client include/lisp_worker/session include/lisp_worker/worker share share/doc share/man share/man/man1 share/pkgconfig
     share/doc/lisp-worker share/doc/lisp-console share/doc/liblisp-worker-c1
     share/doc/liblisp-worker-dev)
 list(JOIN installed_directories " " installed_directory_list)
@@ -141,12 +141,7 @@ file(GLOB files \"${PROJECT_BINARY_DIR}/package/\${place}/*.pc\")
 file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/share/pkgconfig\" TYPE FILE FILES \${files})"
   COMPONENT development)
 
-install(FILES worker/exit_code.h worker/frame.h DESTINATION include/lisp_worker/worker
-        COMPONENT development)
-install(FILES c_interface/lisp_worker.h DESTINATION include/lisp_worker/c_interface
-        COMPONENT development)
-install(DIRECTORY client session DESTINATION include/lisp_worker COMPONENT development
-        FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/lisp_worker DESTINATION include COMPONENT development)
 install(FILES cmake/package/README.md docs/EMBEDDING.md docs/LANGUAGE.md docs/PROTOCOL.md
               docs/SESSIONS.md
         DESTINATION ${documents} COMPONENT development)

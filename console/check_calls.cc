@@ -12,16 +12,16 @@
 #include <string_view>
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/datum.h"
-#include "client/limits.h"
 #include "console/command_input.h"
 #include "console/commands.h"
 #include "console/drawing.h"
 #include "explain/form.h"
 #include "explain/value_text.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/datum.h"
+#include "lisp_worker/client/limits.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -126,4 +126,4 @@ std::vector<explain::Finding> checkCalls(const explain::ProgramPointer& program)
            "move functions into libraries of their own (--load)"}};
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::ElementsAre;
@@ -65,4 +65,4 @@ TEST(CheckCalls, FindsAProgramThatIsTooLong) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

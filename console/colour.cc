@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "client/number_text.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 struct NamedColour {
@@ -95,4 +95,4 @@ std::string colourName(int number) {
   return std::string(kNamedColours[static_cast<std::size_t>(number - 1)].name);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

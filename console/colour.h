@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace console {
+namespace lisp_worker::console {
 
 // The tone of colour `number`, 1 to 255, on white paper, such as "#c62828". Dark enough to be seen.
 [[nodiscard]] std::string paperColour(int number);
@@ -19,6 +19,6 @@ namespace console {
 // "red"; the number itself from 10 on.
 [[nodiscard]] std::string colourName(int number);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_COLOUR_H_

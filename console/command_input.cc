@@ -9,12 +9,12 @@
 #include <set>
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/number_text.h"
 #include "console/selection.h"
 #include "console/shape.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -209,4 +209,4 @@ void CommandInput::failAt(std::optional<std::size_t> argument, std::string reaso
   failed_argument_ = argument;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -13,11 +13,11 @@
 #include <string_view>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
 #include "console/drawing.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // A point as a person types it. `last` is what @ counts from. Empty when `text` is none.
 [[nodiscard]] std::optional<client::Point> readTypedPoint(std::string_view text,
@@ -86,6 +86,6 @@ class CommandInput {
   std::optional<std::size_t> failed_argument_;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_COMMAND_INPUT_H_

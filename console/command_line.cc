@@ -10,7 +10,7 @@
 #include "console/entity.h"
 #include "explain/evaluation.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 constexpr const char* kDescription =
@@ -189,4 +189,4 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   return line;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

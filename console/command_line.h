@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace console {
+namespace lisp_worker::console {
 
 struct CommandLine {
   bool help = false;       // Nothing else counts then.
@@ -47,6 +47,6 @@ struct CommandLine {
     std::span<const std::string_view> arguments, const std::string& default_worker,
     std::string& error);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_COMMAND_LINE_H_

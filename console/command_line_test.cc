@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::ElementsAre;
@@ -112,4 +112,4 @@ TEST(CommandLine, ExplainsEveryOptionAndCommand) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

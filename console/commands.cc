@@ -14,7 +14,7 @@
 #include "console/command_input.h"
 #include "console/shape.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -524,4 +524,4 @@ CommandResult runCommand(Drawing& drawing, const DatumList& arguments) {
   return {done, true};
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

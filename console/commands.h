@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "client/datum.h"
 #include "console/drawing.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // One line for each command: its name and inputs, for a person.
 [[nodiscard]] std::vector<std::string_view> commandSummaries();
@@ -45,6 +45,6 @@ struct CommandResult {
 // fails the rest is not run.
 CommandResult runCommand(Drawing& drawing, const client::DatumList& arguments);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_COMMANDS_H_

@@ -7,7 +7,7 @@
 
 #include "console/command_input.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 std::string_view wordBefore(std::string_view line) {
   const std::size_t end = line.find_last_of(" \t()'\"");
@@ -43,4 +43,4 @@ std::string commonRest(const std::vector<std::string>& candidates, std::string_v
   return rest;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace console {
+namespace lisp_worker::console {
 
 // The word before the cursor, from the last blank, parenthesis, apostrophe or quote on.
 [[nodiscard]] std::string_view wordBefore(std::string_view line);
@@ -21,6 +21,6 @@ namespace console {
 [[nodiscard]] std::string commonRest(const std::vector<std::string>& candidates,
                                      std::string_view word);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_COMPLETION_H_

@@ -3,7 +3,7 @@
 
 #include "console/contexts.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 client::CoordContext defaultContext() {
   client::CoordContext context;
@@ -18,4 +18,4 @@ client::CoordContext defaultContext() {
   return context;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 
-#include "client/answer_text.h"
-#include "client/worker_text.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/worker_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 // A letter of UTF-8, or a byte that belongs to none.
@@ -124,4 +124,4 @@ std::string displayDatum(const client::Datum& datum, std::size_t size_max) {
   return displayText(client::printDatum(datum), size_max);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "client/datum.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // Longer texts are cut to this many bytes, with a word on how many there were.
 inline constexpr std::size_t kDisplaySizeMax = 200;
@@ -34,6 +34,6 @@ inline constexpr std::size_t kDisplaySizeMax = 200;
 [[nodiscard]] std::string displayDatum(const client::Datum& datum,
                                        std::size_t size_max = kDisplaySizeMax);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_DISPLAY_H_

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 TEST(DisplayText, ShowsControlCharactersByName) {
@@ -23,4 +23,4 @@ TEST(DisplayWorkerText, ShortensNumbers) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -11,7 +11,7 @@
 #include <iterator>
 #include <utility>
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -265,4 +265,4 @@ bool operator==(const Drawing& a, const Drawing& b) {
   return is_same;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

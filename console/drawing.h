@@ -17,12 +17,12 @@
 #include <utility>
 #include <vector>
 
-#include "client/datum.h"
 #include "console/entity.h"
 #include "console/shape.h"
 #include "console/versioned_map.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // The colour of layer "0": black on paper. Other layers that nobody gives a colour take blue, red,
 // green, magenta, cyan and yellow in turn, so that they can be told apart.
@@ -193,6 +193,6 @@ struct EntityChange {
 [[nodiscard]] std::vector<EntityChange> compareDrawings(const Drawing& before,
                                                         const Drawing& after);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_DRAWING_H_

@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "client/answer_text.h"
 #include "console/contexts.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -499,4 +499,4 @@ std::string writeSheet(const Sheet& sheet) {
   return text;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -27,10 +27,10 @@
 #include <string>
 #include <string_view>
 
-#include "client/coordinates.h"
 #include "console/drawing.h"
+#include "lisp_worker/client/coordinates.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // A drawing and the coordinate context that programs on it run under.
 struct Sheet {
@@ -48,6 +48,6 @@ struct Sheet {
 // The text of a file that readSheet makes the same of.
 [[nodiscard]] std::string writeSheet(const Sheet& sheet);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_DRAWING_FILE_H_

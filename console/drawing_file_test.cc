@@ -10,7 +10,7 @@
 #include "console/files.h"
 #include "console/program.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::EndsWith;
@@ -180,4 +180,4 @@ TEST(ReadProgram, FindsTheFilesThatItsCommentsName) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/answer_text.h"
 #include "console/selection.h"
 #include "console/snap.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::ElementsAre;
@@ -241,4 +241,4 @@ TEST_F(SnapTest, LooksWithinItsApertureOnly) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

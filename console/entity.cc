@@ -10,11 +10,11 @@
 #include <optional>
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/number_text.h"
 #include "console/shape.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::asList;
 using client::asNumber;
@@ -385,4 +385,4 @@ std::string describeEntity(const Entity& entity) {
   return line;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

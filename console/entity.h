@@ -26,10 +26,10 @@
 #include <string_view>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 inline constexpr int kHandleGroup = -1;
 inline constexpr int kTypeGroup = 0;
@@ -94,6 +94,6 @@ struct Entity {
 // rounded to a millionth.
 [[nodiscard]] std::string describeEntity(const Entity& entity);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_ENTITY_H_

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 #include "testing/formats/document_examples.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 client::Datum read(std::string_view text) {
@@ -156,4 +156,4 @@ TEST(EntityReference, StandsInTheDocuments) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

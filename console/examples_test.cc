@@ -12,8 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "client/process.h"
-#include "client/worker_client.h"
 #include "console/drawing_file.h"
 #include "console/explainer.h"
 #include "console/files.h"
@@ -22,10 +20,12 @@
 #include "console/script.h"
 #include "console/session.h"
 #include "explain/check.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::ElementsAre;
@@ -93,7 +93,7 @@ TEST_F(Examples, EndAsTheySayEachInAWorkerOfItsOwn) {
   for (const auto& path : examplePaths()) {
     startAfresh();
     EXPECT_EQ(run(path), ProgramEnd::AsExpected) << out.str();
-    EXPECT_EQ(worker->shutdown(), ::worker::WorkerStatus::Ok);
+    EXPECT_EQ(worker->shutdown(), lisp_worker::worker::WorkerStatus::Ok);
     EXPECT_EQ(process->finish(), (client::WorkerExit{client::WorkerExit::Kind::Exited, 0}));
   }
 }
@@ -300,4 +300,4 @@ TEST_F(Examples, KeepVariablesWhoseTextIsTooLongToSend) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

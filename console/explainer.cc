@@ -8,12 +8,12 @@
 #include <span>
 #include <utility>
 
-#include "client/answer_text.h"
 #include "explain/explanation.h"
 #include "explain/form.h"
 #include "explain/value_text.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::EvalStatus;
 
@@ -197,4 +197,4 @@ std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
   return result.eval_status == EvalStatus::Value ? "" : explain::explanationOf(outcome_);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

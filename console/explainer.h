@@ -11,13 +11,13 @@
 #include <utility>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
-#include "client/eval_result.h"
-#include "client/worker_client.h"
 #include "explain/evaluation.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/worker_client.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // For each program: start, the answers to its host calls, finish. What programs leave behind it
 // keeps as the worker does, from the same text, so that the next one is followed too.
@@ -85,6 +85,6 @@ class Explainer {
   explain::Outcome outcome_;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_EXPLAINER_H_

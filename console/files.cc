@@ -12,7 +12,7 @@
 #include <fstream>
 #include <system_error>
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 bool fail(const std::string& path, const std::string& reason, std::string& error) {
@@ -80,4 +80,4 @@ bool canWriteFile(const std::string& path, std::string& error) {
   return true;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace console {
+namespace lisp_worker::console {
 
 // All bytes of a file. Empty when it cannot be read, with the reason in `error`: one sentence with
 // the path in front.
@@ -27,6 +27,6 @@ namespace console {
 // `path` then.
 [[nodiscard]] std::FILE* createBeside(const std::string& target, std::string& path);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_FILES_H_

@@ -11,7 +11,7 @@
 
 #include "console/files.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 mode_t currentUmask() {
@@ -47,4 +47,4 @@ std::FILE* createBeside(const std::string& target, std::string& path) {
   return nullptr;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

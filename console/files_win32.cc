@@ -11,7 +11,7 @@
 
 #include "console/files.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // A file has the owner of its directory here, and no mode.
 std::FILE* createBeside(const std::string& target, std::string& path) {
@@ -26,4 +26,4 @@ std::FILE* createBeside(const std::string& target, std::string& path) {
   return nullptr;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -11,14 +11,14 @@
 #include <sstream>
 #include <string>
 
-#include "client/answer_text.h"
-#include "client/worker_client.h"
 #include "console/contexts.h"
 #include "console/host.h"
 #include "console/session.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/wire/memory_channel.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 // Between 4 and 16. Processor time, and the best of some: other work of the machine hardly shows.
@@ -181,4 +181,4 @@ TEST_F(Growth, OfASessionIsLinear) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -9,13 +9,13 @@
 #include <optional>
 #include <utility>
 
-#include "client/answer_text.h"
 #include "console/commands.h"
 #include "console/display.h"
 #include "console/selection.h"
 #include "console/snap.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -205,4 +205,4 @@ Datum Host::snap(const DatumList& arguments, HostAnswer& answer) {
   return makePoint(*found);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

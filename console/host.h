@@ -12,12 +12,12 @@
 #include <utility>
 #include <vector>
 
-#include "client/datum.h"
-#include "client/eval_result.h"
 #include "console/drawing.h"
 #include "console/script.h"
+#include "lisp_worker/client/datum.h"
+#include "lisp_worker/client/eval_result.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // The note of an answer that nobody has given.
 inline constexpr const char* kByRule = "picked by rule";
@@ -100,6 +100,6 @@ class Host {
   std::uint32_t picked_point_count_ = 0;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_HOST_H_

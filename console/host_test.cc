@@ -4,12 +4,12 @@
 
 #include <limits>
 
-#include "client/answer_text.h"
 #include "console/command_input.h"
 #include "console/commands.h"
 #include "console/shape.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 class HostTest : public testing::Test {
@@ -404,4 +404,4 @@ TEST_F(AnswerListTest, FailsWhenItRunsOut) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

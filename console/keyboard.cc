@@ -8,13 +8,13 @@
 #include <sstream>
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/number_text.h"
 #include "console/command_input.h"
 #include "console/selection.h"
 #include "console/snap.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -124,4 +124,4 @@ HostAnswer Keyboard::ask(const client::HostCall& call, Drawing& drawing) {
   }
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

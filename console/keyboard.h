@@ -8,11 +8,11 @@
 #include <string>
 #include <utility>
 
-#include "client/coordinates.h"
 #include "console/host.h"
 #include "console/line_editor.h"
+#include "lisp_worker/client/coordinates.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // Answers GETPOINT, GETCORNER, GETDIST, and SSGET without a way of selecting (a filter there may
 // be), with the prompt that the
@@ -44,6 +44,6 @@ class Keyboard : public Answerer {
   client::Point last_;  // What @ counts from.
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_KEYBOARD_H_

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace console {
+namespace lisp_worker::console {
 
 class LineEditor {
  public:
@@ -55,6 +55,6 @@ void catchInterrupts();
 // From here on Ctrl-C ends the program again.
 void endInterrupts();
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_LINE_EDITOR_H_

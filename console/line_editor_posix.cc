@@ -25,7 +25,7 @@
 #include "console/display.h"
 #include "console/line_editor.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 volatile std::sig_atomic_t interrupt_count = 0;
@@ -263,4 +263,4 @@ bool takeInterrupt() {
   return is_interrupted;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

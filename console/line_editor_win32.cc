@@ -9,7 +9,7 @@
 
 #include "console/line_editor.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 std::atomic<bool> is_interrupted = false;
@@ -57,4 +57,4 @@ void endInterrupts() { SetConsoleCtrlHandler(noteInterrupt, FALSE); }
 
 bool takeInterrupt() { return is_interrupted.exchange(false); }
 
-}  // namespace console
+}  // namespace lisp_worker::console

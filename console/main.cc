@@ -12,10 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include "client/names.h"
-#include "client/process.h"
-#include "client/version.h"
-#include "client/worker_client.h"
 #include "console/check_calls.h"
 #include "console/command_line.h"
 #include "console/display.h"
@@ -33,8 +29,12 @@
 #include "console/session.h"
 #include "explain/check.h"
 #include "explain/evaluation.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/version.h"
+#include "lisp_worker/client/worker_client.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 // command_line.cc tells the user what they mean.
@@ -300,14 +300,14 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console
 
 int main(int argc, char** argv) {
-  const console::SafeOutput output;
+  const lisp_worker::console::SafeOutput output;
   const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
-  const console::ExitCode code = console::run(arguments);
+  const lisp_worker::console::ExitCode code = lisp_worker::console::run(arguments);
   std::cout.flush();
   if (std::cout) return static_cast<int>(code);
-  return static_cast<int>(
-      console::complain(console::ExitCode::UnusableInput, "standard output cannot be written"));
+  return static_cast<int>(lisp_worker::console::complain(
+      lisp_worker::console::ExitCode::UnusableInput, "standard output cannot be written"));
 }

@@ -5,7 +5,7 @@
 
 #include "console/own_path.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 std::string workerBeside() {
   std::error_code failure;
@@ -13,4 +13,4 @@ std::string workerBeside() {
   return (own.parent_path() / "lisp_worker").string();
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -6,7 +6,7 @@
 
 #include "console/own_path.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 std::string workerBeside() {
   std::wstring own(32768, L'\0');  // The longest path that there is.
@@ -14,4 +14,4 @@ std::string workerBeside() {
   return (std::filesystem::path(own).parent_path() / "lisp_worker.exe").string();
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -17,11 +17,11 @@
 #include <utility>
 #include <vector>
 
-#include "client/number_text.h"
 #include "console/colour.h"
 #include "console/shape.h"
+#include "lisp_worker/client/number_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Point;
 
@@ -574,4 +574,4 @@ std::string drawPicture(const Drawing& before, const Drawing& after,
   return Page(before, after, context, options).draw();
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

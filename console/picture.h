@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "client/coordinates.h"
 #include "console/drawing.h"
+#include "lisp_worker/client/coordinates.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 struct PictureOptions {
   std::string title;        // Above everything; may be empty.
@@ -29,6 +29,6 @@ struct PictureOptions {
 // `error`.
 [[nodiscard]] std::optional<std::string> renderPng(const std::string& svg, std::string& error);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_PICTURE_H_

@@ -9,7 +9,7 @@
 
 #include "console/picture.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 struct Release {
@@ -61,4 +61,4 @@ std::optional<std::string> renderPng(const std::string& svg, std::string& error)
   return bytes;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

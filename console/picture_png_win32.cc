@@ -2,11 +2,11 @@
 
 #include "console/picture.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 std::optional<std::string> renderPng(const std::string& /*svg*/, std::string& error) {
   error = "this system has no PNG pictures; let the name end in .svg";
   return std::nullopt;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -1,12 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/answer_text.h"
 #include "console/commands.h"
 #include "console/drawing_file.h"
 #include "console/picture.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::HasSubstr;
@@ -127,4 +127,4 @@ TEST_F(PictureTest, BecomesAPng) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -10,7 +10,7 @@
 
 #include "console/files.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 // Some editors put a byte order mark in front of a text, which no one sees and the language takes
@@ -98,4 +98,4 @@ std::optional<Sheet> readSheetFile(const std::string& path, std::string& error) 
   return sheet;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

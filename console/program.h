@@ -11,7 +11,7 @@
 #include "console/drawing_file.h"
 #include "console/script.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 struct Program {
   std::string name;  // As messages call it: its path.
@@ -38,6 +38,6 @@ struct Program {
 // The drawing in a file.
 [[nodiscard]] std::optional<Sheet> readSheetFile(const std::string& path, std::string& error);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_PROGRAM_H_

@@ -15,7 +15,7 @@
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::EndsWith;
@@ -480,4 +480,4 @@ TEST_F(ConsoleProgram, RunsAllExamples) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -10,7 +10,7 @@
 
 #include "console/line_editor.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 constexpr std::chrono::seconds kFirstAfter{1};
@@ -62,4 +62,4 @@ void ProgressLine::pause() {
 
 void ProgressLine::resume() { due_ += Clock::now() - paused_at_; }
 
-}  // namespace console
+}  // namespace lisp_worker::console

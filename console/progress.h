@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-namespace console {
+namespace lisp_worker::console {
 
 // The state between two host calls.
 struct Progress {
@@ -43,6 +43,6 @@ class ProgressLine {
   bool is_shown_ = false;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_PROGRESS_H_

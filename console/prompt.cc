@@ -9,7 +9,6 @@
 #include <iostream>
 #include <utility>
 
-#include "client/names.h"
 #include "console/command_input.h"
 #include "console/commands.h"
 #include "console/completion.h"
@@ -20,8 +19,9 @@
 #include "explain/explanation.h"
 #include "explain/form.h"
 #include "explain/habits.h"
+#include "lisp_worker/client/names.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 constexpr std::size_t kUndoMax = 100;
@@ -392,4 +392,4 @@ std::vector<std::string> Prompt::completionsFor(std::string_view word) const {
   return namesWith(names, word);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

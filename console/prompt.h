@@ -10,8 +10,6 @@
 #include <string_view>
 #include <vector>
 
-#include "client/process.h"
-#include "client/worker_client.h"
 #include "console/drawing_file.h"
 #include "console/explainer.h"
 #include "console/keyboard.h"
@@ -19,8 +17,10 @@
 #include "console/program.h"
 #include "console/progress.h"
 #include "console/session.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 class Prompt {
  public:
@@ -92,6 +92,6 @@ class Prompt {
   ProgressLine progress_;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_PROMPT_H_

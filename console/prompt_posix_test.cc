@@ -21,7 +21,7 @@
 #include "testing/base/command_output.h"
 #include "testing/base/test_environment.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::ElementsAre;
@@ -423,4 +423,4 @@ TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

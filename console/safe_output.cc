@@ -9,7 +9,7 @@
 
 #include "console/display.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 SafeBuffer::~SafeBuffer() { pass(waiting_.size()); }
 
@@ -51,4 +51,4 @@ SafeOutput::~SafeOutput() {
   std::cerr.rdbuf(err_);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace console {
+namespace lisp_worker::console {
 
 // Passes lines on, through safeText.
 class SafeBuffer : public std::streambuf {
@@ -50,6 +50,6 @@ class SafeOutput {
   SafeBuffer safe_err_;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_SAFE_OUTPUT_H_

@@ -8,7 +8,7 @@
 
 #include "console/display.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 TEST(SafeText, EscapesWhatATerminalObeys) {
@@ -62,4 +62,4 @@ TEST(SafeBuffer, PassesWholeLinesAtOnce) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -9,10 +9,10 @@
 #include <system_error>
 #include <utility>
 
-#include "client/answer_text.h"
 #include "console/command_input.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -221,4 +221,4 @@ std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text
   return std::move(script.answers);
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 struct ScriptedAnswer {
   std::string call;  // One of the host calls' names.
@@ -71,6 +71,6 @@ struct Script {
 [[nodiscard]] std::optional<std::vector<ScriptedAnswer>> readAnswerLines(std::string_view text,
                                                                          std::string& error);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_SCRIPT_H_

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::ElementsAre;
@@ -134,4 +134,4 @@ TEST(Script, NamesTheLineThatCannotBeUnderstood) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

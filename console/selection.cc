@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -143,4 +143,4 @@ std::optional<std::vector<std::string>> selectEntities(const Drawing& drawing,
   return handles;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

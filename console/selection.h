@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "client/datum.h"
 #include "console/drawing.h"
 #include "console/shape.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // The handles of the entities that `arguments` of an SSGET ask for, in the drawing's order, and
 // only those on visible layers except for "X":
@@ -35,6 +35,6 @@ namespace console {
 [[nodiscard]] std::vector<std::string> entitiesIn(const Drawing& drawing, const Box& box,
                                                   bool inside_only);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_SELECTION_H_

@@ -9,13 +9,13 @@
 #include <ostream>
 #include <utility>
 
-#include "client/answer_text.h"
-#include "client/names.h"
-#include "client/worker_text.h"
 #include "console/display.h"
 #include "console/host.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/worker_text.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::EvalResult;
 using client::EvalStatus;
@@ -74,7 +74,7 @@ std::string kept(const std::string& text) {
 
 // The meaning, for a person, of a status without a result, after a program of that size.
 std::string whyRefused(WorkerStatus status, std::size_t program_size) {
-  if (status != WorkerStatus::BadRequest) return std::string(client::explainStatus(status));
+  if (status != WorkerStatus::InvalidRequest) return std::string(client::explainStatus(status));
   if (program_size <= worker::kPayloadSizeMax) {
     return "an answer, or what the program came to, is too long to send";
   }
@@ -433,4 +433,4 @@ std::string endWorker(client::WorkerClient& worker, client::WorkerProcess& proce
   return worker.fault()->message + "; " + client::describeExit(process.finish());
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

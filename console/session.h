@@ -14,11 +14,6 @@
 #include <utility>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
-#include "client/eval_result.h"
-#include "client/process.h"
-#include "client/worker_client.h"
 #include "console/drawing.h"
 #include "console/drawing_file.h"
 #include "console/explainer.h"
@@ -26,8 +21,13 @@
 #include "console/program.h"
 #include "console/progress.h"
 #include "console/script.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // The end of a program, against what its script expects.
 enum class ProgramEnd : std::uint8_t {
@@ -190,6 +190,6 @@ class Session {
 // otherwise empty.
 [[nodiscard]] std::string endWorker(client::WorkerClient& worker, client::WorkerProcess& process);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_SESSION_H_

@@ -8,11 +8,11 @@
 #include <sstream>
 #include <string>
 
-#include "client/coordinates.h"
 #include "console/contexts.h"
+#include "lisp_worker/client/coordinates.h"
 #include "testing/wire/memory_channel.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing_support::EvalPayload;
@@ -195,9 +195,10 @@ TEST_F(SessionTest, HoldsTheEndAgainstTheExpectation) {
 
 TEST_F(SessionTest, TellsARefusal) {
   respondToRegistration();
-  channel.respond(++request_count, MessageType::EvalStart, WorkerStatus::BadRequest, "", kContext);
+  channel.respond(++request_count, MessageType::EvalStart, WorkerStatus::InvalidRequest, "",
+                  kContext);
   // The client looks whether a call waits that was too long to send: none does.
-  respond(MessageType::EvalResume, WorkerStatus::BadRequest);
+  respond(MessageType::EvalResume, WorkerStatus::InvalidRequest);
   EXPECT_EQ(run(";@ expect refusal BadRequest"), ProgramEnd::AsExpected);
   EXPECT_NE(out.str().find(
                 "worker  BadRequest        an answer, or what the program came to, is too long to "
@@ -254,4 +255,4 @@ TEST_F(SessionTest, ShowsTheBeginningOfALongProgram) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

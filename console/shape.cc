@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -232,4 +232,4 @@ DatumList transformed(const DatumList& groups, const Similarity& mapping) {
   return moved;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -9,11 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
 #include "console/entity.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 inline constexpr double kPi = 3.14159265358979323846;
 
@@ -78,6 +78,6 @@ struct Similarity {
 [[nodiscard]] client::DatumList transformed(const client::DatumList& groups,
                                             const Similarity& mapping);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_SHAPE_H_

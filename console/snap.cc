@@ -13,7 +13,7 @@
 
 #include "console/shape.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 using client::Datum;
 using client::DatumList;
@@ -125,4 +125,4 @@ std::optional<Point> snapPoint(const Drawing& drawing, const Point& near, std::s
   return nearest;
 }
 
-}  // namespace console
+}  // namespace lisp_worker::console

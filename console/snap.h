@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "client/coordinates.h"
-#include "client/datum.h"
 #include "console/drawing.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/datum.h"
 
-namespace console {
+namespace lisp_worker::console {
 
 // OSNAP looks this far from the given point, in units of the drawing.
 inline constexpr double kSnapAperture = 10;
@@ -28,6 +28,6 @@ inline constexpr double kSnapAperture = 10;
 // Names the unknown modes, for a person; empty when all are known.
 [[nodiscard]] std::string whyUnknownModes(std::string_view modes);
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_SNAP_H_

@@ -18,7 +18,7 @@
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::HasSubstr;
@@ -169,4 +169,4 @@ TEST_F(Tutorial, BeginsWithTheExampleThatDevRuns) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-namespace console {
+namespace lisp_worker::console {
 
 template <typename T>
 class VersionedMap {
@@ -228,6 +228,6 @@ class VersionedMap {
   std::size_t size_ = 0;
 };
 
-}  // namespace console
+}  // namespace lisp_worker::console
 
 #endif  // CONSOLE_VERSIONED_MAP_H_

@@ -9,7 +9,7 @@
 
 #include "testing/base/random.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using Map = VersionedMap<int>;
@@ -114,4 +114,4 @@ TEST(VersionedMap, ComparesWhatHasChangedOnly) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

@@ -15,15 +15,15 @@
 #include <utility>
 #include <vector>
 
-#include "client/worker_client.h"
 #include "console/drawing_file.h"
 #include "console/host.h"
 #include "console/session.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/base/random.h"
 #include "testing/base/test_environment.h"
 #include "testing/workers/in_process_worker.h"
 
-namespace console {
+namespace lisp_worker::console {
 namespace {
 
 using testing::HasSubstr;
@@ -254,4 +254,4 @@ TEST_F(WholeOrUntouched, EndsAtARefusedCallWhenTheUserIsStrict) {
 }
 
 }  // namespace
-}  // namespace console
+}  // namespace lisp_worker::console

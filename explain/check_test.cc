@@ -181,7 +181,8 @@ TEST(Check, TakesLargeTexts) {
       repeated(20000, [&](std::size_t n) { return "(SETQ A" + number(n) + " 1)\n"; }),
       repeated(100000, [](std::size_t) { return "(FOO 1)\n"; }),
   };
-  const auto seconds_max = static_cast<double>(testing_support::setting("LISP_CHECK_SECONDS", 1));
+  const auto seconds_max =
+      static_cast<double>(lisp_worker::testing_support::setting("LISP_CHECK_SECONDS", 1));
   for (const std::string& text : texts) {
     const std::clock_t begin = std::clock();
     EXPECT_LE(findingsIn({text}).size(), kFindingCountMax);

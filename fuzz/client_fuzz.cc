@@ -10,19 +10,19 @@
 #include <string>
 #include <vector>
 
-#include "client/answer_text.h"
-#include "client/eval_result.h"
-#include "client/worker_client.h"
-#include "client/worker_text.h"
 #include "fuzz/law.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/worker_client.h"
+#include "lisp_worker/client/worker_text.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/memory_channel.h"
-#include "worker/frame.h"
 
 namespace {
 
-using client::WorkerClient;
-using worker::MessageType;
-using worker::WorkerStatus;
+using lisp_worker::client::WorkerClient;
+using lisp_worker::worker::MessageType;
+using lisp_worker::worker::WorkerStatus;
 
 constexpr MessageType kTypes[] = {MessageType::Ping,       MessageType::RegisterContext,
                                   MessageType::LocateCell, MessageType::CellPlaneToSystem,
@@ -39,13 +39,13 @@ std::uint64_t contextIdOf(MessageType type) {
 
 // The response to `request_id`: a good header, a status of the protocol, and a payload that is an
 // evaluation result more often than not.
-void respond(fuzz::Input& input, std::uint64_t request_id, MessageType type,
-             testing_support::MemoryChannel& channel) {
+void respond(lisp_worker::fuzz::Input& input, std::uint64_t request_id, MessageType type,
+             lisp_worker::testing_support::MemoryChannel& channel) {
   const std::uint8_t shape = input.byte();
   const auto status = static_cast<WorkerStatus>(shape % 14);
   const bool evaluates = type == MessageType::EvalStart || type == MessageType::EvalResume;
   if (evaluates && shape >= 64) {
-    testing_support::EvalPayload payload;
+    lisp_worker::testing_support::EvalPayload payload;
     payload.eval_status = shape >> 3 & 7;
     payload.arg_count = input.byte() % 4;
     payload.steps = input.byte();
@@ -60,21 +60,25 @@ void respond(fuzz::Input& input, std::uint64_t request_id, MessageType type,
   channel.respond(request_id, type, status, payload, contextIdOf(type));
 }
 
-void checkResult(const client::EvalResult& result) {
-  const bool waits = result.eval_status == client::EvalStatus::HostCallRequired;
-  fuzz::require(waits == (result.status == WorkerStatus::HostCallPending),
-                "status and evaluation status agree");
-  fuzz::require(waits || (result.call_name.empty() && result.arg_count == 0 && result.run_id == 0),
-                "only a call has a name, arguments and a run");
+void checkResult(const lisp_worker::client::EvalResult& result) {
+  const bool waits = result.eval_status == lisp_worker::client::EvalStatus::HostCallRequired;
+  lisp_worker::fuzz::require(waits == (result.status == WorkerStatus::HostCallPending),
+                             "status and evaluation status agree");
+  lisp_worker::fuzz::require(
+      waits || (result.call_name.empty() && result.arg_count == 0 && result.run_id == 0),
+      "only a call has a name, arguments and a run");
   if (!waits) return;
   std::string error;
-  const std::optional<client::HostCall> call = client::readHostCall(result, &error);
+  const std::optional<lisp_worker::client::HostCall> call =
+      lisp_worker::client::readHostCall(result, &error);
   if (!call) return;
-  for (const client::Datum& argument : call->arguments) {
-    const std::optional<std::string> text = client::answerText(argument, &error);
+  for (const lisp_worker::client::Datum& argument : call->arguments) {
+    const std::optional<std::string> text = lisp_worker::client::answerText(argument, &error);
     if (!text) continue;
-    const std::optional<client::Datum> again = client::readDatum(*text, &error);
-    fuzz::require(again.has_value() && *again == argument, "an answer reads as what it was", *text);
+    const std::optional<lisp_worker::client::Datum> again =
+        lisp_worker::client::readDatum(*text, &error);
+    lisp_worker::fuzz::require(again.has_value() && *again == argument,
+                               "an answer reads as what it was", *text);
   }
 }
 
@@ -83,19 +87,19 @@ bool ask(WorkerClient& client, MessageType type) {
   switch (type) {
     case MessageType::Ping: {
       const auto status = client.ping();
-      if (status) fuzz::require(*status == WorkerStatus::Ok, "a ping is Ok");
+      if (status) lisp_worker::fuzz::require(*status == WorkerStatus::Ok, "a ping is Ok");
       return status.has_value();
     }
     case MessageType::RegisterContext: {
-      client::CoordContext context;
+      lisp_worker::client::CoordContext context;
       context.id = kContextId;
       return client.registerContext(context).has_value();
     }
     case MessageType::LocateCell: {
       const auto reply = client.locateCell(kContextId, {1, 2, 3}, 0);
       if (reply) {
-        fuzz::require(reply->value.has_value() == (reply->status == WorkerStatus::Ok),
-                      "a cell comes with Ok alone");
+        lisp_worker::fuzz::require(reply->value.has_value() == (reply->status == WorkerStatus::Ok),
+                                   "a cell comes with Ok alone");
       }
       return reply.has_value();
     }
@@ -105,15 +109,18 @@ bool ask(WorkerClient& client, MessageType type) {
                              ? client.convert(kContextId, {1, 2, 3}, 0, 1)
                              : client.cellPlaneToSystem(kContextId, {1, 2, 3}, 0);
       if (reply) {
-        fuzz::require(reply->value.has_value() == (reply->status == WorkerStatus::Ok),
-                      "a point comes with Ok alone");
+        lisp_worker::fuzz::require(reply->value.has_value() == (reply->status == WorkerStatus::Ok),
+                                   "a point comes with Ok alone");
       }
       return reply.has_value();
     }
     case MessageType::GeometryRequest: {
       const double operands[] = {1, 2};
-      const auto reply = client.computeGeometry(client::GeometryOperation::Sum, operands);
-      if (reply) fuzz::require(reply->value.has_value(), "a geometric request always has a value");
+      const auto reply =
+          client.computeGeometry(lisp_worker::client::GeometryOperation::Sum, operands);
+      if (reply)
+        lisp_worker::fuzz::require(reply->value.has_value(),
+                                   "a geometric request always has a value");
       return reply.has_value();
     }
     case MessageType::EvalStart:
@@ -132,8 +139,8 @@ bool ask(WorkerClient& client, MessageType type) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::uint64_t kRequestsMax = 40;
-  fuzz::Input input(data, size);
-  testing_support::MemoryChannel channel;
+  lisp_worker::fuzz::Input input(data, size);
+  lisp_worker::testing_support::MemoryChannel channel;
   WorkerClient client(channel);
   const bool is_raw = input.byte() == 0xFF;
   if (is_raw) channel.respond(input.rest());
@@ -143,16 +150,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const MessageType type = kTypes[choice % std::size(kTypes)];
     if (!is_raw) respond(input, request_id, type, channel);
     const bool replied = ask(client, type);
-    fuzz::require(replied != client.fault().has_value(), "either a reply or a fault");
+    lisp_worker::fuzz::require(replied != client.fault().has_value(), "either a reply or a fault");
     if (replied) {
-      fuzz::require(is_raw || channel.unreadSize() == 0, "a response is read to its end");
+      lisp_worker::fuzz::require(is_raw || channel.unreadSize() == 0,
+                                 "a response is read to its end");
       continue;
     }
     const std::size_t unread = channel.unreadSize();
     const std::size_t written = channel.writes().size();
-    fuzz::require(!ask(client, type), "after a fault there is no reply");
-    fuzz::require(channel.unreadSize() == unread && channel.writes().size() == written,
-                  "after a fault the channel is left alone");
+    lisp_worker::fuzz::require(!ask(client, type), "after a fault there is no reply");
+    lisp_worker::fuzz::require(channel.unreadSize() == unread && channel.writes().size() == written,
+                               "after a fault the channel is left alone");
     break;
   }
   return 0;

@@ -22,8 +22,8 @@
 namespace {
 
 using lisp::LispValue;
-using testing_support::LiteralKind;
-using testing_support::LiteralValue;
+using lisp_worker::testing_support::LiteralKind;
+using lisp_worker::testing_support::LiteralValue;
 
 constexpr std::size_t kCostMax = 4000;  // Of a value that is copied literally.
 
@@ -33,14 +33,16 @@ struct Twin {
 };
 
 void checkNumber(double number) {
-  const std::string text = worker::encodeValue(lisp::number(number));
+  const std::string text = lisp_worker::worker::encodeValue(lisp::number(number));
   if (std::isnan(number)) {
-    fuzz::requireEqual(text, std::signbit(number) ? "-nan" : "nan", "a NaN prints its sign");
+    lisp_worker::fuzz::requireEqual(text, std::signbit(number) ? "-nan" : "nan",
+                                    "a NaN prints its sign");
     return;
   }
   const double back = std::strtod(text.c_str(), nullptr);
-  fuzz::require(std::bit_cast<std::uint64_t>(back) == std::bit_cast<std::uint64_t>(number),
-                "a number comes back from its text", text);
+  lisp_worker::fuzz::require(
+      std::bit_cast<std::uint64_t>(back) == std::bit_cast<std::uint64_t>(number),
+      "a number comes back from its text", text);
 }
 
 // The list of the `count` values on top.
@@ -52,34 +54,35 @@ void makeList(std::vector<Twin>& stack, std::size_t count) {
     literals.push_back(stack[i].literal);
   }
   stack.resize(stack.size() - count);
-  stack.push_back({lisp::list(elements), testing_support::literalList(std::move(literals))});
+  stack.push_back(
+      {lisp::list(elements), lisp_worker::testing_support::literalList(std::move(literals))});
 }
 
-void build(std::uint8_t operation, fuzz::Input& input, std::vector<Twin>& stack) {
+void build(std::uint8_t operation, lisp_worker::fuzz::Input& input, std::vector<Twin>& stack) {
   switch (operation % 8) {
     case 0: {
       const double number = input.number();
       checkNumber(number);
-      stack.push_back({lisp::number(number), testing_support::literalNumber(number)});
+      stack.push_back({lisp::number(number), lisp_worker::testing_support::literalNumber(number)});
       return;
     }
     case 1: {
       const auto number = static_cast<double>(static_cast<std::int8_t>(input.byte()));
-      stack.push_back({lisp::number(number), testing_support::literalNumber(number)});
+      stack.push_back({lisp::number(number), lisp_worker::testing_support::literalNumber(number)});
       return;
     }
     case 2: {
       const std::string text(input.take(operation >> 3));
-      stack.push_back({lisp::string(text), testing_support::literalString(text)});
+      stack.push_back({lisp::string(text), lisp_worker::testing_support::literalString(text)});
       return;
     }
     case 3: {
       const std::string name(input.take(operation >> 3));
-      stack.push_back({lisp::symbol(name), testing_support::literalSymbol(name)});
+      stack.push_back({lisp::symbol(name), lisp_worker::testing_support::literalSymbol(name)});
       return;
     }
     case 4:
-      stack.push_back({lisp::nil(), testing_support::literalNil()});
+      stack.push_back({lisp::nil(), lisp_worker::testing_support::literalNil()});
       return;
     case 5:
       makeList(stack, std::min<std::size_t>(operation >> 3, stack.size()));
@@ -110,35 +113,39 @@ void build(std::uint8_t operation, fuzz::Input& input, std::vector<Twin>& stack)
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::Input input(data, size);
+  lisp_worker::fuzz::Input input(data, size);
   const std::size_t size_max = input.byte() | std::size_t{input.byte()} << 8;
   std::vector<Twin> stack;
   std::size_t cost = 0;
   while (!input.empty() && cost < kCostMax) {
     build(input.byte(), input, stack);
-    if (!stack.empty()) cost += testing_support::literalCopyCost(stack.back().literal);
+    if (!stack.empty()) cost += lisp_worker::testing_support::literalCopyCost(stack.back().literal);
   }
   if (stack.empty()) return 0;
   const LispValue& value = stack.back().value;
-  const std::string expected = testing_support::literalEncodeValue(stack.back().literal);
-  fuzz::requireEqual(worker::encodeValue(value), expected, "both encoders write the same");
+  const std::string expected =
+      lisp_worker::testing_support::literalEncodeValue(stack.back().literal);
+  lisp_worker::fuzz::requireEqual(lisp_worker::worker::encodeValue(value), expected,
+                                  "both encoders write the same");
 
   std::string text = "before ";
   const std::size_t before = text.size();
-  const bool fits = worker::appendValue(value, size_max + before, text);
-  fuzz::require(fits == (expected.size() <= size_max), "what is too long is refused");
-  if (fits) fuzz::requireEqual(text.substr(before), expected, "what fits is written");
+  const bool fits = lisp_worker::worker::appendValue(value, size_max + before, text);
+  lisp_worker::fuzz::require(fits == (expected.size() <= size_max), "what is too long is refused");
+  if (fits) lisp_worker::fuzz::requireEqual(text.substr(before), expected, "what fits is written");
 
   lisp::EvalOutcome outcome;
   outcome.kind = lisp::OutcomeKind::HostCallRequired;
   outcome.host_call = lisp::HostCall{"COMMAND-S", {value, value}};
   outcome.steps = size;
   std::string payload;
-  static_cast<void>(worker::encodeEvalResponse(outcome, 9, payload));
-  const testing_support::EvalResult result = testing_support::decodeEvalResult(payload);
-  fuzz::require(result.decoded && result.steps == size && result.run_id == 9 &&
-                    result.argument_count == 2 && result.call_name == "COMMAND-S",
-                "a response says what it holds");
-  fuzz::requireEqual(result.text, "(" + expected + " " + expected + ")", "a call's arguments");
+  static_cast<void>(lisp_worker::worker::encodeEvalResponse(outcome, 9, payload));
+  const lisp_worker::testing_support::EvalResult result =
+      lisp_worker::testing_support::decodeEvalResult(payload);
+  lisp_worker::fuzz::require(result.decoded && result.steps == size && result.run_id == 9 &&
+                                 result.argument_count == 2 && result.call_name == "COMMAND-S",
+                             "a response says what it holds");
+  lisp_worker::fuzz::requireEqual(result.text, "(" + expected + " " + expected + ")",
+                                  "a call's arguments");
   return 0;
 }

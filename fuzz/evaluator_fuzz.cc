@@ -25,25 +25,27 @@
 
 namespace {
 
-using testing_support::LiteralOutcome;
-using testing_support::LiteralOutcomeKind;
+using lisp_worker::testing_support::LiteralOutcome;
+using lisp_worker::testing_support::LiteralOutcomeKind;
 
 // Fewer than the worker's own, so that loops without end cost little. The depth is the worker's.
 constexpr std::uint64_t kStepsMax = 1500;
 constexpr lisp::EvalLimits kLimits{kStepsMax, 128};
-constexpr testing_support::LiteralLimits kLiteralLimits{kStepsMax, 128, 200'000};
+constexpr lisp_worker::testing_support::LiteralLimits kLiteralLimits{kStepsMax, 128, 200'000};
 constexpr std::size_t kAnswersMax = 8;
 
 std::string argumentsText(const std::vector<lisp::LispValue>& arguments) {
   std::string text;
-  for (const lisp::LispValue& argument : arguments) text += ' ' + worker::encodeValue(argument);
+  for (const lisp::LispValue& argument : arguments)
+    text += ' ' + lisp_worker::worker::encodeValue(argument);
   return text;
 }
 
-std::string argumentsText(const std::vector<testing_support::LiteralValue>& arguments) {
+std::string argumentsText(
+    const std::vector<lisp_worker::testing_support::LiteralValue>& arguments) {
   std::string text;
   for (const auto& argument : arguments)
-    text += ' ' + testing_support::literalEncodeValue(argument);
+    text += ' ' + lisp_worker::testing_support::literalEncodeValue(argument);
   return text;
 }
 
@@ -51,7 +53,7 @@ std::string argumentsText(const std::vector<testing_support::LiteralValue>& argu
 std::string wordsOf(const lisp::EvalOutcome& outcome) {
   std::string words = std::to_string(static_cast<int>(outcome.kind)) + " after " +
                       std::to_string(outcome.steps) + ": " + outcome.message + "\n" +
-                      worker::encodeValue(outcome.value);
+                      lisp_worker::worker::encodeValue(outcome.value);
   if (outcome.host_call) {
     words += "\n" + outcome.host_call->name + argumentsText(outcome.host_call->arguments);
   }
@@ -61,7 +63,7 @@ std::string wordsOf(const lisp::EvalOutcome& outcome) {
 std::string wordsOf(const LiteralOutcome& outcome) {
   std::string words = std::to_string(static_cast<int>(outcome.kind)) + " after " +
                       std::to_string(outcome.steps) + ": " + outcome.message + "\n" +
-                      testing_support::literalEncodeValue(outcome.value);
+                      lisp_worker::testing_support::literalEncodeValue(outcome.value);
   if (outcome.host_call) {
     words += "\n" + outcome.host_call->name + argumentsText(outcome.host_call->arguments);
   }
@@ -76,11 +78,11 @@ class Pair {
     host::Program program{text, {}};
     lisp::Interpreter interpreter(environment_, nullptr, answered_ ? &transcript_ : nullptr);
     const lisp::EvalOutcome outcome = host::run_program(interpreter, program, kLimits);
-    testing_support::LiteralInterpreter literal(literal_state_, kLiteralLimits, nullptr,
-                                                answered_ ? &literal_transcript_ : nullptr);
+    lisp_worker::testing_support::LiteralInterpreter literal(
+        literal_state_, kLiteralLimits, nullptr, answered_ ? &literal_transcript_ : nullptr);
     const LiteralOutcome literal_outcome = literal.runProgram(text);
     if (literal_outcome.kind == LiteralOutcomeKind::Abandoned) return false;
-    fuzz::requireEqual(wordsOf(outcome), wordsOf(literal_outcome), text);
+    lisp_worker::fuzz::requireEqual(wordsOf(outcome), wordsOf(literal_outcome), text);
     if (outcome.kind == lisp::OutcomeKind::Value) {
       interpreter.commit(environment_);
       literal_state_ = literal.state();
@@ -98,7 +100,7 @@ class Pair {
   bool answer(std::string_view text) {
     std::string error;
     const auto answer = lisp::parseProgram(text, &error);
-    const auto literal_answer = testing_support::literalParseSingle(text, &error);
+    const auto literal_answer = lisp_worker::testing_support::literalParseSingle(text, &error);
     if (!waiting_ || !answer || !literal_answer || transcript_.size() == kAnswersMax) return false;
     transcript_.push_back({call_.name, call_.arguments, *answer});
     literal_transcript_.push_back({literal_call_.name, literal_call_.arguments, *literal_answer});
@@ -114,13 +116,13 @@ class Pair {
 
  private:
   // The first installs the builtins.
-  testing_support::Evaluator evaluator_;
+  lisp_worker::testing_support::Evaluator evaluator_;
   lisp::Environment environment_;
   lisp::HostTranscript transcript_;
   lisp::HostCall call_;
-  testing_support::LiteralState literal_state_;
-  testing_support::LiteralTranscript literal_transcript_;
-  testing_support::LiteralHostCall literal_call_;
+  lisp_worker::testing_support::LiteralState literal_state_;
+  lisp_worker::testing_support::LiteralTranscript literal_transcript_;
+  lisp_worker::testing_support::LiteralHostCall literal_call_;
   bool waiting_ = false;
   bool answered_ = false;
 };
@@ -142,12 +144,12 @@ void collectNames(std::string_view text, std::set<std::string>& names) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kNamesMax = 40;
-  fuzz::Input input(data, size);
+  lisp_worker::fuzz::Input input(data, size);
   Pair pair;
   std::set<std::string> names;
   std::string program;
-  std::unique_ptr<testing_support::Random> random;
-  std::unique_ptr<testing_support::ProgramGenerator> generator;
+  std::unique_ptr<lisp_worker::testing_support::Random> random;
+  std::unique_ptr<lisp_worker::testing_support::ProgramGenerator> generator;
   while (!input.empty()) {
     const std::string_view text = input.text();
     if (text.starts_with('>')) {
@@ -161,8 +163,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       if (generator == nullptr) {
         std::uint64_t seed = 0;
         for (const char c : text) seed = seed * 257 + static_cast<unsigned char>(c);
-        random = std::make_unique<testing_support::Random>(seed);
-        generator = std::make_unique<testing_support::ProgramGenerator>(*random);
+        random = std::make_unique<lisp_worker::testing_support::Random>(seed);
+        generator = std::make_unique<lisp_worker::testing_support::ProgramGenerator>(*random);
         if (!pair.run(generator->bindings())) return 0;
       }
       program = generator->program();

@@ -16,8 +16,8 @@
 #include "geometry/coord_context.h"
 #include "geometry/geometric_request.h"
 #include "geometry/transforms.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/reference/literal_context.h"
-#include "worker/frame.h"
 
 namespace {
 
@@ -26,11 +26,11 @@ using geometry::Point;
 using Wide = long double;
 
 // Tame numbers: sixteenths from -128 to 128.
-double tame(fuzz::Input& input) {
+double tame(lisp_worker::fuzz::Input& input) {
   return static_cast<std::int16_t>(input.byte() | input.byte() << 8) / 256.0;
 }
 
-CoordContext makeContext(fuzz::Input& input, bool is_tame) {
+CoordContext makeContext(lisp_worker::fuzz::Input& input, bool is_tame) {
   const auto draw = [&] { return is_tame ? tame(input) : input.number(); };
   const auto draw_plane = [&](geometry::PlanarMapping& plane) {
     plane = {
@@ -51,8 +51,8 @@ CoordContext makeContext(fuzz::Input& input, bool is_tame) {
   return context;
 }
 
-testing_support::LiteralContext literalOf(const CoordContext& context) {
-  testing_support::LiteralContext literal;
+lisp_worker::testing_support::LiteralContext literalOf(const CoordContext& context) {
+  lisp_worker::testing_support::LiteralContext literal;
   for (std::size_t s = 0; s < geometry::kSystemCount; ++s) {
     const geometry::PlanarSystem& from = context.systems[s];
     literal.systems[s] = {from.plane.origin_x, from.plane.origin_y, from.plane.a, from.plane.b,
@@ -68,13 +68,13 @@ bool sameBits(double a, double b) {
 void checkAgainstLiteral(const CoordContext& context, const Point& point, std::size_t s,
                          std::size_t t) {
   const std::optional<Point> got = geometry::convert(context, point, s, t);
-  const auto expected =
-      testing_support::literalConvert(literalOf(context), {point.x, point.y, point.z}, s, t);
-  fuzz::require(got.has_value() == expected.has_value(), "both convert or both fail");
+  const auto expected = lisp_worker::testing_support::literalConvert(
+      literalOf(context), {point.x, point.y, point.z}, s, t);
+  lisp_worker::fuzz::require(got.has_value() == expected.has_value(), "both convert or both fail");
   if (!got) return;
-  fuzz::require(sameBits(got->x, expected->x) && sameBits(got->y, expected->y) &&
-                    sameBits(got->z, expected->z),
-                "both convert to the same bits");
+  lisp_worker::fuzz::require(sameBits(got->x, expected->x) && sameBits(got->y, expected->y) &&
+                                 sameBits(got->z, expected->z),
+                             "both convert to the same bits");
 }
 
 // A mapping of tame numbers in long double.
@@ -122,35 +122,41 @@ void checkAgainstFormulas(const CoordContext& context, const Point& point, std::
   const WidePoint wide{point.x, point.y, point.z};
   if (isInvertible(from.plane, from.z_scale) && isInvertible(to.plane, to.z_scale)) {
     const std::optional<Point> got = geometry::convert(context, point, s, t);
-    fuzz::require(got.has_value(), "tame systems convert");
+    lisp_worker::fuzz::require(got.has_value(), "tame systems convert");
     const WidePoint world = forward(WidePlane(from.plane), from.z_scale, from.z_offset, wide);
-    fuzz::require(isNear(*got, backward(WidePlane(to.plane), to.z_scale, to.z_offset, world)),
-                  "a conversion follows its formula");
+    lisp_worker::fuzz::require(
+        isNear(*got, backward(WidePlane(to.plane), to.z_scale, to.z_offset, world)),
+        "a conversion follows its formula");
     const std::optional<Point> back = geometry::convert(context, *got, t, s);
-    fuzz::require(back.has_value() && isNear(*back, wide), "there and back is where it began");
+    lisp_worker::fuzz::require(back.has_value() && isNear(*back, wide),
+                               "there and back is where it began");
   }
   if (!isInvertible(context.cell_plane, context.cell_z_scale)) return;
   const WidePlane cells(context.cell_plane);
   if (isInvertible(to.plane, to.z_scale)) {
     const std::optional<Point> got = geometry::cell_plane_to_system(context, point, t);
-    fuzz::require(got.has_value(), "a tame cell plane maps");
+    lisp_worker::fuzz::require(got.has_value(), "a tame cell plane maps");
     const WidePoint world = forward(cells, context.cell_z_scale, context.cell_z_offset, wide);
-    fuzz::require(isNear(*got, backward(WidePlane(to.plane), to.z_scale, to.z_offset, world)),
-                  "the cell plane follows its formula");
+    lisp_worker::fuzz::require(
+        isNear(*got, backward(WidePlane(to.plane), to.z_scale, to.z_offset, world)),
+        "the cell plane follows its formula");
   }
   if (std::fabs(from.z_scale) < 0.25 || !(context.cell_size >= 0.25)) return;
   const std::optional<geometry::CellLocation> cell = geometry::locate_cell(context, point, s);
-  fuzz::require(cell.has_value(), "a tame cell is found");
+  lisp_worker::fuzz::require(cell.has_value(), "a tame cell is found");
   const WidePoint world = forward(WidePlane(from.plane), from.z_scale, from.z_offset, wide);
-  fuzz::require(isNear({cell->u, cell->v, cell->w},
-                       backward(cells, context.cell_z_scale, context.cell_z_offset, world)),
-                "a cell's place follows its formula");
-  fuzz::require(std::floor(cell->u / context.cell_size) == static_cast<double>(cell->i) &&
-                    std::floor(cell->v / context.cell_size) == static_cast<double>(cell->j),
-                "a cell holds its point");
-  fuzz::require(cell->tag == context.tag &&
-                    cell->key == geometry::cell_key(cell->i, cell->j, context.cell_key_seed),
-                "a cell has its context's tag and seed");
+  lisp_worker::fuzz::require(
+      isNear({cell->u, cell->v, cell->w},
+             backward(cells, context.cell_z_scale, context.cell_z_offset, world)),
+      "a cell's place follows its formula");
+  lisp_worker::fuzz::require(
+      std::floor(cell->u / context.cell_size) == static_cast<double>(cell->i) &&
+          std::floor(cell->v / context.cell_size) == static_cast<double>(cell->j),
+      "a cell holds its point");
+  lisp_worker::fuzz::require(
+      cell->tag == context.tag &&
+          cell->key == geometry::cell_key(cell->i, cell->j, context.cell_key_seed),
+      "a cell has its context's tag and seed");
 }
 
 // The request's result by its formula; the caller has checked count and operands.
@@ -181,7 +187,7 @@ std::optional<double> resultOf(std::uint8_t operation, std::uint8_t count, const
   }
 }
 
-void checkRequest(fuzz::Input& input) {
+void checkRequest(lisp_worker::fuzz::Input& input) {
   using geometry::GeometricOutcome;
   geometry::GeometricRequest request;
   request.operation = input.byte() % 10;
@@ -213,16 +219,18 @@ void checkRequest(fuzz::Input& input) {
     if (request.operation == 7) y = o[1] + o[3] * std::sin(o[2]);
     if (!value || !std::isfinite(x) || !std::isfinite(y)) expected = GeometricOutcome::Degenerate;
   }
-  fuzz::require(result.outcome == expected, "a geometric request is judged in its order");
+  lisp_worker::fuzz::require(result.outcome == expected,
+                             "a geometric request is judged in its order");
   const bool same = (sameBits(result.x, x) || (std::isnan(result.x) && std::isnan(x))) &&
                     (sameBits(result.y, y) || (std::isnan(result.y) && std::isnan(y)));
-  fuzz::require(same, "a geometric request follows its formula", std::to_string(request.operation));
+  lisp_worker::fuzz::require(same, "a geometric request follows its formula",
+                             std::to_string(request.operation));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::Input input(data, size);
+  lisp_worker::fuzz::Input input(data, size);
   const bool is_tame = input.byte() % 2 == 0;
   const std::size_t s = input.byte() % (is_tame ? 5 : 7);
   const std::size_t t = input.byte() % (is_tame ? 5 : 7);

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace fuzz {
+namespace lisp_worker::fuzz {
 
 // Says what is wrong and ends the process unless `holds`; the fuzzer then keeps the input.
 inline void require(bool holds, std::string_view law, std::string_view details = {}) {
@@ -64,6 +64,6 @@ class Input {
   std::string_view bytes_;
 };
 
-}  // namespace fuzz
+}  // namespace lisp_worker::fuzz
 
 #endif  // FUZZ_LAW_H_

@@ -15,10 +15,10 @@
 namespace {
 
 using lisp::LispValue;
-using testing_support::LiteralValue;
+using lisp_worker::testing_support::LiteralValue;
 
 bool holdsString(const LiteralValue& value) {
-  if (value.kind == testing_support::LiteralKind::String) return true;
+  if (value.kind == lisp_worker::testing_support::LiteralKind::String) return true;
   for (const LiteralValue& element : value.elements) {
     if (holdsString(element)) return true;
   }
@@ -28,32 +28,38 @@ bool holdsString(const LiteralValue& value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text = fuzz::Input(data, size).rest();
+  const std::string_view text = lisp_worker::fuzz::Input(data, size).rest();
   std::string error;
   std::string literal_error;
   const std::optional<LispValue> program = lisp::readForms(text, error);
   const std::optional<std::vector<LiteralValue>> literal_forms =
-      testing_support::literalParseAll(text, &literal_error);
-  fuzz::requireEqual(error, literal_error, "both readers find the same fault");
-  fuzz::require(program.has_value() == literal_forms.has_value(), "both readers read or both fail");
+      lisp_worker::testing_support::literalParseAll(text, &literal_error);
+  lisp_worker::fuzz::requireEqual(error, literal_error, "both readers find the same fault");
+  lisp_worker::fuzz::require(program.has_value() == literal_forms.has_value(),
+                             "both readers read or both fail");
   if (program) {
     const lisp::LispList forms = *lisp::asList(*program);
-    fuzz::require(forms.size() == literal_forms->size(), "both readers find as many forms");
+    lisp_worker::fuzz::require(forms.size() == literal_forms->size(),
+                               "both readers find as many forms");
     for (std::uint32_t i = 0; i < forms.size(); ++i) {
-      const std::string printed = worker::encodeValue(forms[i]);
-      fuzz::requireEqual(printed, testing_support::literalEncodeValue((*literal_forms)[i]),
-                         "both readers read the same form");
+      const std::string printed = lisp_worker::worker::encodeValue(forms[i]);
+      lisp_worker::fuzz::requireEqual(
+          printed, lisp_worker::testing_support::literalEncodeValue((*literal_forms)[i]),
+          "both readers read the same form");
       if (holdsString((*literal_forms)[i])) continue;
       const std::optional<LispValue> again = lisp::parseProgram(printed, &error);
-      fuzz::require(again.has_value(), "what is printed can be read", printed);
-      fuzz::requireEqual(worker::encodeValue(*again), printed, "what is read prints the same");
-      fuzz::require(lisp::valuesEqual(*again, forms[i]), "what is read is equal", printed);
+      lisp_worker::fuzz::require(again.has_value(), "what is printed can be read", printed);
+      lisp_worker::fuzz::requireEqual(lisp_worker::worker::encodeValue(*again), printed,
+                                      "what is read prints the same");
+      lisp_worker::fuzz::require(lisp::valuesEqual(*again, forms[i]), "what is read is equal",
+                                 printed);
     }
   }
   const std::optional<LispValue> single = lisp::parseProgram(text, &error);
   const std::optional<LiteralValue> literal_single =
-      testing_support::literalParseSingle(text, &literal_error);
-  fuzz::require(single.has_value() == literal_single.has_value(), "both agree on a single datum");
-  fuzz::requireEqual(error, literal_error, "both say why it is not one");
+      lisp_worker::testing_support::literalParseSingle(text, &literal_error);
+  lisp_worker::fuzz::require(single.has_value() == literal_single.has_value(),
+                             "both agree on a single datum");
+  lisp_worker::fuzz::requireEqual(error, literal_error, "both say why it is not one");
   return 0;
 }

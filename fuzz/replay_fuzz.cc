@@ -38,7 +38,7 @@ EvalOutcome replay(const std::string& text, const HostTranscript* transcript) {
 
 std::string wordsOf(const EvalOutcome& outcome) {
   std::string payload;
-  static_cast<void>(worker::encodeEvalResponse(outcome, 0, payload));
+  static_cast<void>(lisp_worker::worker::encodeEvalResponse(outcome, 0, payload));
   return payload + outcome.message;
 }
 
@@ -56,27 +56,30 @@ std::string divergenceAt(std::size_t index, const std::string& name) {
 }
 
 void holdWithWorkers(const std::string& program, const std::vector<std::string>& answers) {
-  testing_support::RealWorker first({.count_max = 0});
-  std::vector<testing_support::FrameResponse> responses;
+  lisp_worker::testing_support::RealWorker first({.count_max = 0});
+  std::vector<lisp_worker::testing_support::FrameResponse> responses;
   std::uint64_t run_id = 0;
   std::size_t next = 0;
   const auto frame_at = [&] {
-    return responses.empty() ? testing_support::startFrame(program)
-                             : testing_support::resumeFrame(run_id, answers[next++]);
+    return responses.empty() ? lisp_worker::testing_support::startFrame(program)
+                             : lisp_worker::testing_support::resumeFrame(run_id, answers[next++]);
   };
   do {
     responses.push_back(first.handle(frame_at()));
-    run_id = testing_support::decodeEvalResult(responses.back().payload).run_id;
+    run_id = lisp_worker::testing_support::decodeEvalResult(responses.back().payload).run_id;
   } while (run_id != 0 && next < answers.size() && responses.size() < kCallsMax);
-  for (const testing_support::Keeping& keeping : testing_support::keepings()) {
-    testing_support::RealWorker second(keeping.limits);
+  for (const lisp_worker::testing_support::Keeping& keeping :
+       lisp_worker::testing_support::keepings()) {
+    lisp_worker::testing_support::RealWorker second(keeping.limits);
     next = 0;
     for (std::size_t i = 0; i < responses.size(); ++i) {
-      const auto frame = i == 0 ? testing_support::startFrame(program)
-                                : testing_support::resumeFrame(1, answers[next++]);
+      const auto frame = i == 0 ? lisp_worker::testing_support::startFrame(program)
+                                : lisp_worker::testing_support::resumeFrame(1, answers[next++]);
       const auto response = second.handle(frame);
-      fuzz::require(response.status == responses[i].status, "all workers give the same status");
-      fuzz::requireEqual(response.payload, responses[i].payload, "all workers give the same bytes");
+      lisp_worker::fuzz::require(response.status == responses[i].status,
+                                 "all workers give the same status");
+      lisp_worker::fuzz::requireEqual(response.payload, responses[i].payload,
+                                      "all workers give the same bytes");
     }
   }
 }
@@ -84,11 +87,11 @@ void holdWithWorkers(const std::string& program, const std::vector<std::string>&
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::Input input(data, size);
+  lisp_worker::fuzz::Input input(data, size);
   const std::string program(input.text());
   std::vector<std::string> answers;
   while (!input.empty() && answers.size() < kCallsMax) answers.emplace_back(input.text());
-  const testing_support::Evaluator installs_the_builtins;
+  const lisp_worker::testing_support::Evaluator installs_the_builtins;
 
   HostTranscript transcript;
   EvalOutcome outcome = replay(program, nullptr);
@@ -99,14 +102,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     transcript.push_back({outcome.host_call->name, outcome.host_call->arguments, *answer});
     if (!matches(transcript.back(), transcript.back())) {
       const EvalOutcome again = replay(program, &transcript);
-      fuzz::requireEqual(again.message, divergenceAt(transcript.size() - 1, transcript.back().name),
-                         "a NaN among the arguments diverges");
+      lisp_worker::fuzz::requireEqual(again.message,
+                                      divergenceAt(transcript.size() - 1, transcript.back().name),
+                                      "a NaN among the arguments diverges");
       return 0;
     }
     outcome = replay(program, &transcript);
   }
-  fuzz::requireEqual(wordsOf(replay(program, transcript.empty() ? nullptr : &transcript)),
-                     wordsOf(outcome), "a replay from the recorded answers ends the same");
+  lisp_worker::fuzz::requireEqual(
+      wordsOf(replay(program, transcript.empty() ? nullptr : &transcript)), wordsOf(outcome),
+      "a replay from the recorded answers ends the same");
   // A worker would go on for eighty times as many steps.
   if (outcome.kind != OutcomeKind::StepLimit) holdWithWorkers(program, answers);
   if (transcript.empty()) return 0;
@@ -114,22 +119,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (outcome.kind == OutcomeKind::Value) {
     HostTranscript longer = transcript;
     longer.push_back(transcript.back());
-    fuzz::requireEqual(replay(program, &longer).message,
-                       "LISP host replay transcript has unused answers",
-                       "an answer too many is found");
+    lisp_worker::fuzz::requireEqual(replay(program, &longer).message,
+                                    "LISP host replay transcript has unused answers",
+                                    "an answer too many is found");
   }
   HostTranscript shorter = transcript;
   shorter.pop_back();
   const EvalOutcome asked = replay(program, &shorter);
-  fuzz::require(asked.host_call.has_value(), "an answer too few is asked for");
-  fuzz::requireEqual(asked.host_call->name, transcript.back().name, "it is the same call");
+  lisp_worker::fuzz::require(asked.host_call.has_value(), "an answer too few is asked for");
+  lisp_worker::fuzz::requireEqual(asked.host_call->name, transcript.back().name,
+                                  "it is the same call");
   for (std::size_t i = 0; i < transcript.size(); ++i) {
     for (std::size_t j = i + 1; j < transcript.size(); ++j) {
       if (matches(transcript[i], transcript[j])) continue;
       HostTranscript changed = transcript;
       std::swap(changed[i], changed[j]);
-      fuzz::requireEqual(replay(program, &changed).message, divergenceAt(i, transcript[i].name),
-                         "answers in each other's place are reported at the first of them");
+      lisp_worker::fuzz::requireEqual(
+          replay(program, &changed).message, divergenceAt(i, transcript[i].name),
+          "answers in each other's place are reported at the first of them");
     }
   }
   return 0;

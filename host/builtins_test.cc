@@ -12,10 +12,10 @@
 namespace host {
 namespace {
 
-using testing_support::evaluate;
-using testing_support::isEvalError;
-using testing_support::isValue;
-using testing_support::Replay;
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::Replay;
 
 void expectError(const std::string& message, const std::vector<std::string>& programs) {
   for (const std::string& program : programs) {

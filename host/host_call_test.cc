@@ -12,14 +12,14 @@
 namespace host {
 namespace {
 
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isStepLimit;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::Replay;
+using lisp_worker::testing_support::requiresHostCall;
+using lisp_worker::testing_support::took;
 using testing::AllOf;
-using testing_support::evaluate;
-using testing_support::isEvalError;
-using testing_support::isStepLimit;
-using testing_support::isValue;
-using testing_support::Replay;
-using testing_support::requiresHostCall;
-using testing_support::took;
 
 constexpr std::array kNames = {"GETPOINT", "GETCORNER", "GETDIST", "SSGET",     "ENTGET", "ENTMOD",
                                "ENTMAKE",  "ENTMAKEX",  "COMMAND", "COMMAND-S", "OSNAP"};

@@ -16,16 +16,16 @@ namespace {
 using lisp::EvalOutcome;
 using lisp::Interpreter;
 using lisp::OutcomeKind;
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::Evaluator;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isReadError;
+using lisp_worker::testing_support::isStepLimit;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::Replay;
+using lisp_worker::testing_support::requiresHostCall;
+using lisp_worker::testing_support::took;
 using testing::AllOf;
-using testing_support::evaluate;
-using testing_support::Evaluator;
-using testing_support::isEvalError;
-using testing_support::isReadError;
-using testing_support::isStepLimit;
-using testing_support::isValue;
-using testing_support::Replay;
-using testing_support::requiresHostCall;
-using testing_support::took;
 
 const std::string kUnusedAnswers = "LISP host replay transcript has unused answers";
 

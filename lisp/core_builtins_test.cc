@@ -13,11 +13,11 @@
 namespace lisp {
 namespace {
 
-using testing_support::evaluate;
-using testing_support::Evaluator;
-using testing_support::isEvalError;
-using testing_support::isStepLimit;
-using testing_support::isValue;
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::Evaluator;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isStepLimit;
+using lisp_worker::testing_support::isValue;
 
 struct Row {
   std::string program;
@@ -68,7 +68,7 @@ TEST(Subtract, TakesAwayLeftToRightOrFlipsTheSign) {
                 {"(- -0.0 0)", "-0"},
                 {"(- 1e16 1 1 1)", "10000000000000000"}});
   // The sign of a NaN is flipped too.
-  const std::string text = testing_support::textOf(evaluate(kNan).value);
+  const std::string text = lisp_worker::testing_support::textOf(evaluate(kNan).value);
   EXPECT_THAT(evaluate("(- " + kNan + ")"), isValue(text == "nan" ? "-nan" : "nan"));
 }
 
@@ -268,7 +268,7 @@ TEST(Dispatch, EvaluatesArgumentsBeforeAnythingElse) {
 TEST(Dispatch, KeepsWhatArgumentsAssignedBeforeAFailure) {
   // Within one run, a host call stops where the assignment can be seen.
   const EvalOutcome outcome = evaluate("(SETQ X 0) (LIST (SETQ X 1) (GETDIST X) (FOO))");
-  EXPECT_THAT(outcome, testing_support::requiresHostCall("GETDIST", "(1)"));
+  EXPECT_THAT(outcome, lisp_worker::testing_support::requiresHostCall("GETDIST", "(1)"));
 }
 
 TEST(Dispatch, ComparesNamesByEveryByte) {

@@ -16,9 +16,9 @@
 namespace lisp {
 namespace {
 
-using testing_support::Random;
-using testing_support::settle;
-using testing_support::textOf;
+using lisp_worker::testing_support::Random;
+using lisp_worker::testing_support::settle;
+using lisp_worker::testing_support::textOf;
 
 Symbol& recordOf(const LispValue& symbol) { return symbolOf(symbol.raw()); }
 
@@ -94,7 +94,7 @@ TEST(Environment, CopiesKeepTheirVersion) {
 
 TEST(Environment, KeepsFunctionsBesideValues) {
   const LispValue name = symbol("ENVIRONMENT-TEST-A");
-  const LispValue form = testing_support::read("(DEFUN F () 1)");
+  const LispValue form = lisp_worker::testing_support::read("(DEFUN F () 1)");
   auto* const function = new UserFunction(form);
   Environment environment;
   environment.set(recordOf(name), {RawValue::of(Tag::Unbound), function});

@@ -21,11 +21,11 @@
 namespace lisp {
 namespace {
 
-using testing_support::cons;
-using testing_support::Random;
-using testing_support::rest;
-using testing_support::settle;
-using testing_support::textOf;
+using lisp_worker::testing_support::cons;
+using lisp_worker::testing_support::Random;
+using lisp_worker::testing_support::rest;
+using lisp_worker::testing_support::settle;
+using lisp_worker::testing_support::textOf;
 
 // The definition, word for word.
 bool plainlyEqual(const LispValue& a, const LispValue& b) {

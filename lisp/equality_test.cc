@@ -17,12 +17,12 @@
 namespace lisp {
 namespace {
 
-using testing_support::cons;
-using testing_support::doubled;
-using testing_support::nest;
-using testing_support::read;
-using testing_support::rest;
-using testing_support::settle;
+using lisp_worker::testing_support::cons;
+using lisp_worker::testing_support::doubled;
+using lisp_worker::testing_support::nest;
+using lisp_worker::testing_support::read;
+using lisp_worker::testing_support::rest;
+using lisp_worker::testing_support::settle;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -271,7 +271,7 @@ TEST(ValuesEqual, RemembersAcrossThirdLists) {
 }
 
 TEST(ValuesEqual, ComparesAMillionLevelsWithoutRecursion) {
-  testing_support::runOnSmallStack([] {
+  lisp_worker::testing_support::runOnSmallStack([] {
     const LispValue a = nest(number(1), 1'000'000);
     const LispValue b = nest(number(1), 1'000'000);
     const LispValue c = nest(number(2), 1'000'000);

@@ -16,11 +16,11 @@
 namespace lisp {
 namespace {
 
-using testing_support::evaluate;
-using testing_support::Evaluator;
-using testing_support::isStepLimit;
-using testing_support::isValue;
-using testing_support::settle;
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::Evaluator;
+using lisp_worker::testing_support::isStepLimit;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::settle;
 
 // What any of these takes in a plain build is far below; what it takes when some part of its work
 // is done once for each step is far above, with or without a sanitizer.
@@ -202,7 +202,7 @@ TEST_F(Exhaustion, FailsByDroppingWhatItMakes) {
                         "(SETQ X nil)"),
               isValue("nil"));
   EXPECT_THAT(runAtOnce("(SETQ X '(1 2)) " + loop(15000, "(SETQ X (CONS X (CONS I X)))") + "(FOO)"),
-              testing_support::isEvalError("unsupported LISP function: FOO"));
+              lisp_worker::testing_support::isEvalError("unsupported LISP function: FOO"));
   settle();
   EXPECT_EQ(runCount(), runs);
 }

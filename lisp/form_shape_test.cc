@@ -18,14 +18,14 @@
 namespace lisp {
 namespace {
 
-using testing_support::evaluate;
-using testing_support::Evaluator;
-using testing_support::literalEncodeValue;
-using testing_support::LiteralInterpreter;
-using testing_support::LiteralOutcome;
-using testing_support::LiteralOutcomeKind;
-using testing_support::LiteralState;
-using testing_support::textOf;
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::Evaluator;
+using lisp_worker::testing_support::literalEncodeValue;
+using lisp_worker::testing_support::LiteralInterpreter;
+using lisp_worker::testing_support::LiteralOutcome;
+using lisp_worker::testing_support::LiteralOutcomeKind;
+using lisp_worker::testing_support::LiteralState;
+using lisp_worker::testing_support::textOf;
 
 constexpr std::uint64_t kStepsMax = 3000;
 constexpr std::uint32_t kDepthMax = 128;

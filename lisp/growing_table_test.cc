@@ -24,7 +24,7 @@ bool isThere(const GrowingTable<Entry>& table, const Entry& entry) {
 }
 
 std::vector<Entry> entriesWithHashes(std::size_t count, std::uint64_t hashes) {
-  testing_support::Random random(1);
+  lisp_worker::testing_support::Random random(1);
   std::vector<Entry> entries(count);
   for (Entry& entry : entries) entry.hash = random.below(hashes);
   return entries;

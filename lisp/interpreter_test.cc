@@ -16,16 +16,16 @@
 namespace lisp {
 namespace {
 
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::Evaluator;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isStepLimit;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::read;
+using lisp_worker::testing_support::requiresHostCall;
+using lisp_worker::testing_support::textOf;
+using lisp_worker::testing_support::took;
 using testing::AllOf;
-using testing_support::evaluate;
-using testing_support::Evaluator;
-using testing_support::isEvalError;
-using testing_support::isStepLimit;
-using testing_support::isValue;
-using testing_support::read;
-using testing_support::requiresHostCall;
-using testing_support::textOf;
-using testing_support::took;
 
 const std::string kDepthExceeded = "LISP evaluation depth exceeded";
 
@@ -299,7 +299,7 @@ TEST(Runs, LeaveNothingBehindUnlessTheyEndWithAValue) {
 
 // Also when the forms that they stood in are gone.
 TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
-  testing_support::settle();
+  lisp_worker::testing_support::settle();
   const std::size_t symbols = symbolCount();
   {
     const Environment environment;
@@ -309,12 +309,12 @@ TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
       return textOf(LispValue::adopt(interpreter.evaluate(read(form), 0).raw));
     };
     EXPECT_EQ(valueOf("(SETQ TOUCHED-ONCE '(1 2))"), "(1 2)");
-    testing_support::settle();
+    lisp_worker::testing_support::settle();
     EXPECT_EQ(symbolCount(), symbols + 1);
     EXPECT_EQ(valueOf("TOUCHED-ONCE"), "(1 2)");
-    testing_support::settle();
+    lisp_worker::testing_support::settle();
   }
-  testing_support::settle();
+  lisp_worker::testing_support::settle();
   EXPECT_EQ(symbolCount(), symbols);
 }
 

@@ -34,7 +34,7 @@ std::uint64_t polynomial(const std::string& bytes, std::uint64_t point) {
 }
 
 TEST(KeyedHash, IsThePolynomialOfTheDigitsAtThePoint) {
-  testing_support::Random random(61);
+  lisp_worker::testing_support::Random random(61);
   for (std::size_t size = 0; size < 40; ++size) {
     std::string bytes;
     for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(random.below(256));

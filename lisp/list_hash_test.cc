@@ -41,7 +41,7 @@ TEST(ListHash, IsThatOfEveryEqualList) {
 }
 
 TEST(Digest, OfALiteralIsThatOfTheSameListMadeOtherwise) {
-  const LispValue literal = testing_support::read("(1 (2 (3 ()) \"x\") (4 5) nil)");
+  const LispValue literal = lisp_worker::testing_support::read("(1 (2 (3 ()) \"x\") (4 5) nil)");
   EXPECT_FALSE(runOf(literal.raw()).hasDigest());  // None yet.
   const LispValue made =
       list({number(1), list({number(2), list({number(3), list({})}), string("x")}),

@@ -17,13 +17,13 @@
 namespace lisp {
 namespace {
 
-using testing_support::cons;
-using testing_support::nest;
-using testing_support::Random;
-using testing_support::read;
-using testing_support::rest;
-using testing_support::settle;
-using testing_support::textOf;
+using lisp_worker::testing_support::cons;
+using lisp_worker::testing_support::nest;
+using lisp_worker::testing_support::Random;
+using lisp_worker::testing_support::read;
+using lisp_worker::testing_support::rest;
+using lisp_worker::testing_support::settle;
+using lisp_worker::testing_support::textOf;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
@@ -174,7 +174,7 @@ TEST(Decompose, KeepsTheDeadFromPilingUp) {
 }
 
 TEST(Decompose, TakesDeepAndLongStructuresApartWithoutRecursion) {
-  testing_support::runOnSmallStack([] {
+  lisp_worker::testing_support::runOnSmallStack([] {
     settle();
     const std::size_t runs = runCount();
     {

@@ -18,7 +18,7 @@
 namespace lisp {
 namespace {
 
-using testing_support::Random;
+using lisp_worker::testing_support::Random;
 
 // What strtod makes of the whole token, when that is finite.
 std::optional<double> referenceNumber(const std::string& token) {

@@ -18,13 +18,13 @@
 namespace lisp {
 namespace {
 
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::read;
+using lisp_worker::testing_support::requiresHostCall;
+using lisp_worker::testing_support::textOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing_support::isEvalError;
-using testing_support::isValue;
-using testing_support::read;
-using testing_support::requiresHostCall;
-using testing_support::textOf;
 
 std::string textOf(const RawValue* value) {
   return value == nullptr ? "-" : textOf(LispValue::share(*value));
@@ -58,7 +58,7 @@ class Watcher : public Observer {
 // The observed copy of a text, run from its first form on until one fails.
 EvalOutcome runObserved(Interpreter& interpreter, std::string_view text,
                         const EvalLimits& limits = {}) {
-  const testing_support::Evaluator installs_builtins;
+  const lisp_worker::testing_support::Evaluator installs_builtins;
   std::string error;
   const LispValue program = observedProgram(readForms(text, error).value());
   interpreter.start(limits);
@@ -222,7 +222,7 @@ constexpr std::string_view kPrograms[] = {
 TEST_F(ObservedRun, ComesToWhatTheProgramComesTo) {
   for (const std::string_view program : kPrograms) {
     environment = {};
-    testing_support::Evaluator plain;
+    lisp_worker::testing_support::Evaluator plain;
     const EvalOutcome expected = plain.run(program);
     const EvalOutcome outcome = run(program);
     EXPECT_EQ(outcome.kind, expected.kind) << program;
@@ -237,7 +237,7 @@ TEST_F(ObservedRun, HasTheSameLimits) {
   for (std::uint64_t steps = 0; steps < 14; ++steps) {
     for (std::uint32_t depth = 0; depth < 4; ++depth) {
       const EvalLimits limits{steps, depth};
-      const EvalOutcome expected = testing_support::evaluate(text, limits);
+      const EvalOutcome expected = lisp_worker::testing_support::evaluate(text, limits);
       environment = {};
       const EvalOutcome outcome = run(text, limits);
       EXPECT_EQ(outcome.message, expected.message) << steps << " steps, depth " << depth;

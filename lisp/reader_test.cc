@@ -14,7 +14,7 @@ namespace lisp {
 namespace {
 
 using namespace std::string_literals;
-using testing_support::textOf;
+using lisp_worker::testing_support::textOf;
 
 std::string repeated(std::string_view text, std::size_t count) {
   std::string result;
@@ -267,7 +267,7 @@ TEST(ReadForms, ReportsTheFirstFailureAndNoForms) {
 }
 
 TEST(ParseProgram, ReadsLongTextsOnASmallStack) {
-  testing_support::runOnSmallStack([] {
+  lisp_worker::testing_support::runOnSmallStack([] {
     EXPECT_EQ(asList(*parseProgram("(" + repeated("() ", 300'000) + ")", nullptr))->size(),
               300'000u);
     EXPECT_TRUE(parseProgram(repeated("(", 513) + repeated(")", 513), nullptr).has_value());

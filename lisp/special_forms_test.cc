@@ -10,13 +10,13 @@
 namespace lisp {
 namespace {
 
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isStepLimit;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::requiresHostCall;
+using lisp_worker::testing_support::took;
 using testing::AllOf;
-using testing_support::evaluate;
-using testing_support::isEvalError;
-using testing_support::isStepLimit;
-using testing_support::isValue;
-using testing_support::requiresHostCall;
-using testing_support::took;
 
 struct Row {
   std::string program;
@@ -137,7 +137,7 @@ TEST(Defun, ChecksItsPartsInOrder) {
 
 TEST(Defun, DefinesNothingWhenItFails) {
   expectError("unsupported LISP function: F", {"(IF nil (DEFUN F (A) 1)) (F)"});
-  testing_support::Evaluator evaluator;
+  lisp_worker::testing_support::Evaluator evaluator;
   EXPECT_THAT(evaluator.run("(DEFUN F () 'OLD)"), isValue("F"));
   EXPECT_THAT(evaluator.run("(DEFUN F (1) 'NEW)"), isEvalError("defun parameter must be symbol"));
   EXPECT_THAT(evaluator.run("(F)"), isValue("OLD"));

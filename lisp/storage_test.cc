@@ -41,7 +41,7 @@ TEST(Storage, GivesAlignedBlocksThatDoNotOverlap) {
 }
 
 TEST(Storage, KeepsBlocksIntactWhileOthersComeAndGo) {
-  testing_support::Random random(1);
+  lisp_worker::testing_support::Random random(1);
   std::vector<Block> blocks;
   for (int round = 0; round < 20000; ++round) {
     if (!blocks.empty() && random.chance(2, 5)) {

@@ -15,7 +15,7 @@
 namespace lisp {
 namespace {
 
-using testing_support::settle;
+using lisp_worker::testing_support::settle;
 
 TEST(InternSymbol, GivesEqualNamesOneRecord) {
   const LispValue a = symbol("SOME-NAME");
@@ -46,7 +46,7 @@ TEST(InternSymbol, TellsNamesOfOneHashApart) {
   // Among so many names, some are looked for in one place however large the table is here.
   constexpr int kNames = 10000;
   constexpr std::uint64_t kPlaceMask = 0xFFFFF;
-  testing_support::Random random(1);
+  lisp_worker::testing_support::Random random(1);
   std::map<std::uint64_t, LispValue> by_place;
   LispValue forged = nil();
   std::string other;

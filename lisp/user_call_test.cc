@@ -13,12 +13,12 @@
 namespace lisp {
 namespace {
 
+using lisp_worker::testing_support::evaluate;
+using lisp_worker::testing_support::Evaluator;
+using lisp_worker::testing_support::isEvalError;
+using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::took;
 using testing::AllOf;
-using testing_support::evaluate;
-using testing_support::Evaluator;
-using testing_support::isEvalError;
-using testing_support::isValue;
-using testing_support::took;
 
 struct Row {
   std::string program;

@@ -14,9 +14,9 @@
 namespace lisp {
 namespace {
 
-using testing_support::cons;
-using testing_support::read;
-using testing_support::textOf;
+using lisp_worker::testing_support::cons;
+using lisp_worker::testing_support::read;
+using lisp_worker::testing_support::textOf;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 

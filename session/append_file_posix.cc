@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "client/system_text.h"
-#include "session/append_file.h"
+#include "lisp_worker/session/append_file.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 constexpr mode_t kOfItsUserOnly = 0600;
@@ -53,4 +53,4 @@ std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
   return std::make_unique<PosixAppendFile>(descriptor);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -3,9 +3,9 @@
 #include <windows.h>
 
 #include "client/system_text.h"
-#include "session/append_file.h"
+#include "lisp_worker/session/append_file.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 class Win32AppendFile final : public AppendFile {
@@ -49,4 +49,4 @@ std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
   return std::make_unique<Win32AppendFile>(file);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

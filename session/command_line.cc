@@ -9,7 +9,7 @@
 
 #include "session/plain_text.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 struct CommandRow {
@@ -148,4 +148,4 @@ std::optional<CommandLine> parseCommandLine(const std::vector<std::string_view>&
   return Parser(arguments).parse(error_out);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace session {
+namespace lisp_worker::session {
 
 inline constexpr std::string_view kUsage =
     R"(usage: lisp_session show FILE [--record N]
@@ -54,6 +54,6 @@ struct CommandLine {
 [[nodiscard]] std::optional<CommandLine> parseCommandLine(
     const std::vector<std::string_view>& arguments, std::string& error_out);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_COMMAND_LINE_H_

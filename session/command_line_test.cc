@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 std::string errorOf(const std::vector<std::string_view>& arguments) {
@@ -64,4 +64,4 @@ TEST(CommandLine, SaysWhatIsWrong) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

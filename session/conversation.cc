@@ -5,7 +5,7 @@
 #include <span>
 #include <utility>
 
-namespace session {
+namespace lisp_worker::session {
 
 using worker::MessageHeader;
 using worker::MessageType;
@@ -134,4 +134,4 @@ std::optional<MessageHeader> headerOf(const Record& record) {
       std::span(record.body.data(), record.body.size()).first<worker::kHeaderSize>());
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -11,11 +11,11 @@
 #include <string_view>
 #include <vector>
 
-#include "client/eval_result.h"
-#include "session/session.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/session/session.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // A registration of a coordinate context, whatever the worker said to it.
 struct Registration {
@@ -62,6 +62,6 @@ struct Conversation {
 // The header of a record's frame; empty when it is shorter than one.
 [[nodiscard]] std::optional<worker::MessageHeader> headerOf(const Record& record);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_CONVERSATION_H_

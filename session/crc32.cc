@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 constexpr std::uint32_t kPolynomial = 0xEDB88320;
@@ -55,4 +55,4 @@ std::uint32_t crc32(std::string_view bytes, std::uint32_t before) {
   return ~remainder;
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

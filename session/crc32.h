@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <string_view>
 
-namespace session {
+namespace lisp_worker::session {
 
 // Of `bytes`; or, with the checksum of what stands before them, of both together.
 [[nodiscard]] std::uint32_t crc32(std::string_view bytes, std::uint32_t before = 0);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_CRC32_H_

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstddef>
 
-#include "client/answer_text.h"
+#include "lisp_worker/client/answer_text.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using client::asList;
@@ -52,4 +52,4 @@ bool holdsNaN(const Datum& datum) {
   return elements != nullptr && std::any_of(elements->begin(), elements->end(), holdsNaN);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

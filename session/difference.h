@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "client/datum.h"
+#include "lisp_worker/client/datum.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // The way to a value inside a list of arguments, and what stands there on both sides.
 struct Difference {
@@ -27,6 +27,6 @@ struct Difference {
 // Whether a value is a NaN or holds one.
 [[nodiscard]] bool holdsNaN(const client::Datum& datum);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_DIFFERENCE_H_

@@ -1,4 +1,4 @@
-#include "session/explain.h"
+#include "lisp_worker/session/explain.h"
 
 #include <algorithm>
 #include <array>
@@ -7,17 +7,17 @@
 #include <utility>
 #include <vector>
 
-#include "client/answer_text.h"
-#include "client/names.h"
-#include "client/number_text.h"
-#include "client/worker_text.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/number_text.h"
+#include "lisp_worker/client/worker_text.h"
+#include "lisp_worker/session/replay.h"
+#include "lisp_worker/session/show.h"
 #include "session/conversation.h"
 #include "session/difference.h"
 #include "session/plain_text.h"
-#include "session/replay.h"
-#include "session/show.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 using client::Datum;
 using client::DatumList;
@@ -451,4 +451,4 @@ std::optional<Explanation> explainDivergence(const Session& session,
   return std::nullopt;
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

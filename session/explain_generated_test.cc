@@ -10,12 +10,12 @@
 #include <utility>
 #include <vector>
 
-#include "session/explain.h"
-#include "session/replay.h"
+#include "lisp_worker/session/explain.h"
+#include "lisp_worker/session/replay.h"
 #include "testing/base/random.h"
 #include "testing/workers/session_maker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using client::CoordContext;
@@ -388,4 +388,4 @@ TEST(ExplainGenerated, FindsAWorkerThatEnded) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <span>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 void FrameSplitter::feed(std::string_view bytes,
                          const std::function<void(std::string_view frame)>& take) {
@@ -25,4 +25,4 @@ void FrameSplitter::feed(std::string_view bytes,
   rest_.erase(0, rest_.size() - unread.size());
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

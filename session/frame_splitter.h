@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace session {
+namespace lisp_worker::session {
 
 class FrameSplitter {
  public:
@@ -27,6 +27,6 @@ class FrameSplitter {
   bool is_over_ = false;
 };
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_FRAME_SPLITTER_H_

@@ -7,7 +7,7 @@
 
 #include "testing/wire/wire_frames.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using testing_support::frameBytes;
@@ -74,4 +74,4 @@ TEST(FrameSplitter, TakesTheLongestFrame) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -10,19 +10,19 @@
 #include <string_view>
 #include <vector>
 
-#include "client/process.h"
-#include "client/version.h"
-#include "client/worker.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/version.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/explain.h"
+#include "lisp_worker/session/recorder.h"
+#include "lisp_worker/session/replay.h"
+#include "lisp_worker/session/session.h"
+#include "lisp_worker/session/show.h"
 #include "session/command_line.h"
-#include "session/explain.h"
 #include "session/plain_text.h"
 #include "session/proxy.h"
-#include "session/recorder.h"
-#include "session/replay.h"
-#include "session/session.h"
-#include "session/show.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 // command_line.h tells the user what they mean.
@@ -217,9 +217,9 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session
 
 int main(int argc, char** argv) {
   const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
-  return static_cast<int>(session::run(arguments));
+  return static_cast<int>(lisp_worker::session::run(arguments));
 }

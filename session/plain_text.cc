@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 constexpr std::string_view kOmission = "...";
@@ -87,4 +87,4 @@ std::string padded(std::string text, std::size_t width) {
   return text;
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

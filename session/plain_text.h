@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace session {
+namespace lisp_worker::session {
 
 // `text` as it may be sent to a terminal: line feeds as they are, all other control characters and
 // what is no UTF-8 as \t or \x1b.
@@ -23,6 +23,6 @@ namespace session {
 // `text` with blanks after it, `width` characters at least.
 [[nodiscard]] std::string padded(std::string text, std::size_t width);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_PLAIN_TEXT_H_

@@ -16,11 +16,11 @@
 #include <thread>
 #include <vector>
 
-#include "client/process.h"
-#include "client/worker.h"
-#include "session/recorder.h"
-#include "session/replay.h"
-#include "session/session.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/recorder.h"
+#include "lisp_worker/session/replay.h"
+#include "lisp_worker/session/session.h"
 #include "testing/base/command_output.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
@@ -28,7 +28,7 @@
 #include "testing/workers/child_process_posix.h"
 #include "testing/workers/executable_worker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 namespace fs = std::filesystem;
@@ -442,4 +442,4 @@ TEST_F(SessionProgram, NeedsNoMoreMemoryForALargeFile) {
 #endif
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -8,11 +8,11 @@
 #include <string_view>
 #include <thread>
 
+#include "lisp_worker/worker/frame.h"
 #include "session/frame_splitter.h"
 #include "session/standard_streams.h"
-#include "worker/frame.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 // A frame that is longer passes in several pieces.
@@ -119,4 +119,4 @@ void runProxy(client::WorkerProcess& worker, Recorder* recorder,
   Proxy(worker, recorder, complain).run();
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

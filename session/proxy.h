@@ -7,10 +7,10 @@
 #include <functional>
 #include <string>
 
-#include "client/process.h"
-#include "session/recorder.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/session/recorder.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // The exit code of a proxy that has not recorded all, when its worker has ended with 0.
 inline constexpr std::uint32_t kIncompleteRecordingCode = 122;
@@ -23,6 +23,6 @@ inline constexpr std::uint32_t kIncompleteRecordingCode = 122;
 [[noreturn]] void runProxy(client::WorkerProcess& worker, Recorder* recorder,
                            const std::function<void(const std::string& reason)>& complain);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_PROXY_H_

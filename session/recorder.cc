@@ -1,8 +1,8 @@
-#include "session/recorder.h"
+#include "lisp_worker/session/recorder.h"
 
 #include <utility>
 
-namespace session {
+namespace lisp_worker::session {
 
 using std::chrono::duration_cast;
 using std::chrono::microseconds;
@@ -60,4 +60,4 @@ void Recorder::recordLocked(RecordKind kind, std::string_view body) {
   if (!file_->append(bytes, &reason)) failure_ = "the file takes no more: " + reason;
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

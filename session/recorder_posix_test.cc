@@ -11,11 +11,11 @@
 #include <optional>
 #include <string>
 
-#include "client/worker.h"
-#include "session/recorder.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/recorder.h"
 #include "testing/workers/executable_worker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 class PosixRecorder : public testing::Test {
@@ -87,4 +87,4 @@ TEST_F(PosixRecorder, TellsWhyTheFileTakesNoMore) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -1,4 +1,4 @@
-#include "session/recorder.h"
+#include "lisp_worker/session/recorder.h"
 
 #include <gtest/gtest.h>
 
@@ -8,10 +8,10 @@
 #include <thread>
 #include <vector>
 
-#include "client/worker.h"
+#include "lisp_worker/client/worker.h"
 #include "testing/workers/executable_worker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using client::WorkerExit;
@@ -115,4 +115,4 @@ TEST_F(RecorderTest, CannotBeginWhereThereIsNoDirectory) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -1,4 +1,4 @@
-#include "session/replay.h"
+#include "lisp_worker/session/replay.h"
 
 #include <algorithm>
 #include <array>
@@ -6,9 +6,9 @@
 #include <string_view>
 #include <utility>
 
-#include "worker/exit_code.h"
+#include "lisp_worker/worker/exit_code.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 using client::WorkerExit;
 
@@ -272,4 +272,4 @@ std::optional<std::size_t> firstDifference(const Session& a, const Session& b) {
   return found ? std::optional(found->number) : std::nullopt;
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -1,4 +1,4 @@
-#include "session/replay.h"
+#include "lisp_worker/session/replay.h"
 
 #include <gtest/gtest.h>
 
@@ -9,16 +9,16 @@
 #include <string>
 #include <vector>
 
-#include "client/process.h"
-#include "session/explain.h"
-#include "session/show.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/session/explain.h"
+#include "lisp_worker/session/show.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
 #include "testing/workers/executable_worker.h"
 #include "testing/workers/in_process_worker.h"
 #include "testing/workers/session_maker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using std::chrono::milliseconds;
@@ -230,4 +230,4 @@ TEST(FirstDifference, CountsHowAWorkerEndedOnlyIfItEndedByItself) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

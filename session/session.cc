@@ -1,4 +1,4 @@
-#include "session/session.h"
+#include "lisp_worker/session/session.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 #include "client/system_text.h"
 #include "session/crc32.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 bool isKnown(std::uint8_t kind) {
@@ -226,4 +226,4 @@ client::WorkerExit decodeEnd(std::string_view body) {
           worker::getU32(body.data() + 4)};
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -1,4 +1,4 @@
-#include "session/session.h"
+#include "lisp_worker/session/session.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include "session/crc32.h"
 #include "testing/workers/session_maker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using client::WorkerExit;
@@ -170,4 +170,4 @@ TEST(EndRecord, TellsEveryExit) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -1,4 +1,4 @@
-#include "session/show.h"
+#include "lisp_worker/session/show.h"
 
 #include <algorithm>
 #include <array>
@@ -6,13 +6,13 @@
 #include <optional>
 #include <string_view>
 
-#include "client/eval_result.h"
-#include "client/names.h"
-#include "client/number_text.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/client/number_text.h"
 #include "session/conversation.h"
 #include "session/plain_text.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 using worker::MessageHeader;
 using worker::MessageType;
@@ -202,4 +202,4 @@ std::string showRecord(const Record& record, std::size_t number) {
   return text + showPayload(record, *header);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -1,4 +1,4 @@
-#include "session/show.h"
+#include "lisp_worker/session/show.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include "session/plain_text.h"
 #include "testing/workers/session_maker.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 using testing::HasSubstr;
@@ -128,4 +128,4 @@ TEST(ShowRecord, HasEverything) {
 }
 
 }  // namespace
-}  // namespace session
+}  // namespace lisp_worker::session

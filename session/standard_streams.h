@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <string_view>
 
-#include "client/process.h"
+#include "lisp_worker/client/process.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // Waits for bytes and puts as many as there are, `size` at most, into `buffer`. Returns how many;
 // 0 when the input has ended.
@@ -28,6 +28,6 @@ void keepAliveOnBrokenPipe();
 // cannot tell the two apart.
 [[noreturn]] void endLike(const client::WorkerExit& exit);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
 #endif  // SESSION_STANDARD_STREAMS_H_

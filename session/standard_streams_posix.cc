@@ -6,7 +6,7 @@
 
 #include "session/standard_streams.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 constexpr int kUnknownExitCode = 1;
@@ -48,4 +48,4 @@ void endLike(const client::WorkerExit& exit) {
   ::_exit(kUnknownExitCode);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -4,7 +4,7 @@
 
 #include "session/standard_streams.h"
 
-namespace session {
+namespace lisp_worker::session {
 namespace {
 
 constexpr UINT kUnknownExitCode = 1;
@@ -45,4 +45,4 @@ void endLike(const client::WorkerExit& exit) {
   ::ExitProcess(kUnknownExitCode);
 }
 
-}  // namespace session
+}  // namespace lisp_worker::session

@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // The source of requests.
 class ByteReader {
@@ -46,6 +46,6 @@ class ByteWriter {
   }
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_BYTE_STREAM_H_

@@ -11,7 +11,7 @@
 #include "geometry/coord_context.h"
 #include "geometry/transforms.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 static_assert(kSystemCount == geometry::kSystemCount);
@@ -85,22 +85,22 @@ WorkerStatus answer(const std::optional<Result>& result, Encode encode, std::str
 
 WorkerStatus handleRegisterContext(const MessageHeader& request, std::string_view payload,
                                    geometry::ContextTable& contexts) {
-  if (payload.size() != kContextPayloadSize) return WorkerStatus::BadRequest;
+  if (payload.size() != kContextPayloadSize) return WorkerStatus::InvalidRequest;
   const geometry::CoordContext context = decodeContext(payload);
-  if (context.id != request.context_id) return WorkerStatus::BadRequest;
-  if (!contexts.register_context(context)) return WorkerStatus::BadRequest;
+  if (context.id != request.context_id) return WorkerStatus::InvalidRequest;
+  if (!contexts.register_context(context)) return WorkerStatus::InvalidRequest;
   return WorkerStatus::Ok;
 }
 
 WorkerStatus handlePointRequest(const MessageHeader& request, std::string_view payload,
                                 const geometry::ContextTable& contexts, std::string& response) {
-  if (payload.size() != kPointPayloadSize) return WorkerStatus::BadRequest;
+  if (payload.size() != kPointPayloadSize) return WorkerStatus::InvalidRequest;
   const geometry::CoordContext* const context = contexts.find_context(request.context_id);
   if (context == nullptr) return WorkerStatus::ContextNotFound;
   const char* const bytes = payload.data();
   const std::uint8_t source = getU8(bytes + PointOffset::kSourceSystem);
   const std::uint8_t target = getU8(bytes + PointOffset::kTargetSystem);
-  if (source >= kSystemCount || target >= kSystemCount) return WorkerStatus::BadRequest;
+  if (source >= kSystemCount || target >= kSystemCount) return WorkerStatus::InvalidRequest;
 
   const geometry::Point point = {
       .x = getF64(bytes + PointOffset::kX),
@@ -118,4 +118,4 @@ WorkerStatus handlePointRequest(const MessageHeader& request, std::string_view p
   return answer(geometry::convert(*context, point, source, target), encodePoint, response);
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

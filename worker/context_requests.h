@@ -8,11 +8,11 @@
 #include <string_view>
 
 #include "geometry/context_table.h"
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
-// RegisterContext: puts the payload's context into `contexts`. BadRequest, and nothing changes,
+// RegisterContext: puts the payload's context into `contexts`. InvalidRequest, and nothing changes,
 // when the payload has another size, its id is not the header's context_id, or the table is full.
 [[nodiscard]] WorkerStatus handleRegisterContext(const MessageHeader& request,
                                                  std::string_view payload,
@@ -21,14 +21,14 @@ namespace worker {
 // LocateCell, CellPlaneToSystem or Convert, as the header's type says: appends the record of the
 // result to `response`, which is empty, when the status is Ok and leaves it empty otherwise.
 //
-// The first of these decides: BadRequest for a payload of another size, ContextNotFound for an id
-// that is not registered, BadRequest for a source or target code that names no system (both are
-// checked, needed or not), QueryFailed when the transform gives nothing.
+// The first of these decides: InvalidRequest for a payload of another size, ContextNotFound for an
+// id that is not registered, InvalidRequest for a source or target code that names no system (both
+// are checked, needed or not), QueryFailed when the transform gives nothing.
 [[nodiscard]] WorkerStatus handlePointRequest(const MessageHeader& request,
                                               std::string_view payload,
                                               const geometry::ContextTable& contexts,
                                               std::string& response);
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_CONTEXT_REQUESTS_H_

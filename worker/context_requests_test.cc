@@ -13,7 +13,7 @@
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::identityContextRecord;
@@ -101,24 +101,24 @@ TEST_F(ContextRequests, RegisterOnlyARecordOfTheRightSize) {
   for (const std::size_t size : {0U, 1U, 415U, 417U, 832U}) {
     std::string resized = record;
     resized.resize(size);
-    EXPECT_EQ(registerRecord(0, resized), WorkerStatus::BadRequest) << size;
+    EXPECT_EQ(registerRecord(0, resized), WorkerStatus::InvalidRequest) << size;
   }
   EXPECT_EQ(contexts_.find_context(0), nullptr);
   EXPECT_EQ(registerRecord(0, record), WorkerStatus::Ok);
 }
 
 TEST_F(ContextRequests, RegisterOnlyUnderTheIdOfTheHeader) {
-  EXPECT_EQ(registerRecord(1, identityContextRecord(2)), WorkerStatus::BadRequest);
-  EXPECT_EQ(registerRecord(0, identityContextRecord(2)), WorkerStatus::BadRequest);
+  EXPECT_EQ(registerRecord(1, identityContextRecord(2)), WorkerStatus::InvalidRequest);
+  EXPECT_EQ(registerRecord(0, identityContextRecord(2)), WorkerStatus::InvalidRequest);
   EXPECT_EQ(registerRecord(2 + (std::uint64_t{1} << 32), identityContextRecord(2)),
-            WorkerStatus::BadRequest);
+            WorkerStatus::InvalidRequest);
   EXPECT_EQ(contexts_.find_context(1), nullptr);
   EXPECT_EQ(contexts_.find_context(2), nullptr);
 }
 
 TEST_F(ContextRequests, RegisterThirtyTwoAndReplaceAnyOfThem) {
   for (std::uint64_t id = 1; id <= 32; ++id) ASSERT_EQ(registerIdentity(id), WorkerStatus::Ok);
-  EXPECT_EQ(registerIdentity(33), WorkerStatus::BadRequest);
+  EXPECT_EQ(registerIdentity(33), WorkerStatus::InvalidRequest);
   std::string record = identityContextRecord(32);
   setSystem(record, 0, {5, 0, 1, 0, 0, 1, 1, 0});
   EXPECT_EQ(registerRecord(32, record), WorkerStatus::Ok);
@@ -224,12 +224,12 @@ TEST_F(ContextRequests, CheckSizeThenContextThenSelectorsThenQuery) {
     for (const std::size_t size : {0U, 31U, 33U, 64U}) {
       std::string resized = bad_selectors;
       resized.resize(size);
-      EXPECT_EQ(ask(type, 8, resized), WorkerStatus::BadRequest) << number << ' ' << size;
+      EXPECT_EQ(ask(type, 8, resized), WorkerStatus::InvalidRequest) << number << ' ' << size;
       EXPECT_EQ(response_, "");
     }
     EXPECT_EQ(ask(type, 8, bad_selectors), WorkerStatus::ContextNotFound) << number;
     EXPECT_EQ(response_, "");
-    EXPECT_EQ(ask(type, 7, bad_selectors), WorkerStatus::BadRequest) << number;
+    EXPECT_EQ(ask(type, 7, bad_selectors), WorkerStatus::InvalidRequest) << number;
     EXPECT_EQ(response_, "");
     EXPECT_EQ(ask(type, 7, bad_query), WorkerStatus::QueryFailed) << number;
     EXPECT_EQ(response_, "");
@@ -242,7 +242,7 @@ TEST_F(ContextRequests, CheckBothSelectorsOfEveryType) {
     const auto number = static_cast<int>(type);
     for (int code = 0; code <= 255; ++code) {
       const auto byte = static_cast<std::uint8_t>(code);
-      const WorkerStatus expected = code < 5 ? WorkerStatus::Ok : WorkerStatus::BadRequest;
+      const WorkerStatus expected = code < 5 ? WorkerStatus::Ok : WorkerStatus::InvalidRequest;
       EXPECT_EQ(ask(type, 7, pointPayload(1, 2, 3, byte, 0)), expected) << number << ' ' << code;
       EXPECT_EQ(ask(type, 7, pointPayload(1, 2, 3, 0, byte)), expected) << number << ' ' << code;
     }
@@ -286,4 +286,4 @@ TEST_F(ContextRequests, SendTheHighestIndexAsABitPattern) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

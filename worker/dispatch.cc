@@ -15,7 +15,7 @@
 #include "worker/context_requests.h"
 #include "worker/geometry_request.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // In 1000 requests these are 16 million elements and 256 MiB.
@@ -70,4 +70,4 @@ WorkerStatus Dispatcher::dispatch(const MessageHeader& request, std::string_view
   return WorkerStatus::UnknownType;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -7,11 +7,11 @@
 #include <string_view>
 
 #include "geometry/context_table.h"
+#include "lisp_worker/worker/frame.h"
 #include "worker/evaluation.h"
-#include "worker/frame.h"
 #include "worker/work_law.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // Frees a bounded part of the lists and functions that programs have dropped, and gives memory back
 // to the system. Allocations free some as well; this comes after each request of any type, so that
@@ -43,6 +43,6 @@ class Dispatcher {
   Evaluation evaluation_;
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_DISPATCH_H_

@@ -10,7 +10,7 @@
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::geometryPayload;
@@ -94,7 +94,7 @@ TEST_F(DispatcherTest, KeepsPendingRunsForTheirAnswers) {
   EXPECT_EQ(send(MessageType::EvalStart, "(GETDIST)"), WorkerStatus::HostCallPending);
   EXPECT_EQ(send(MessageType::EvalCancel, "", 0, 1), WorkerStatus::Ok);
   EXPECT_EQ(response_, "");
-  EXPECT_EQ(send(MessageType::EvalResume, "5", 0, 1), WorkerStatus::BadRequest);
+  EXPECT_EQ(send(MessageType::EvalResume, "5", 0, 1), WorkerStatus::InvalidRequest);
   EXPECT_EQ(response_, "");
   EXPECT_EQ(send(MessageType::EvalResume, "5", 0, 2), WorkerStatus::Ok);
   EXPECT_EQ(text(), "5");
@@ -117,4 +117,4 @@ TEST_F(DispatcherTest, LetsProgramsUseTheRegisteredContexts) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -14,7 +14,7 @@
 #include "lisp/work.h"
 #include "worker/number_text.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using lisp::EvalOutcome;
@@ -173,7 +173,7 @@ WorkerStatus encodeEvalResponse(const EvalOutcome& outcome, std::uint64_t run_id
   lisp::countWork(payload.size());
   if (!fits) {
     payload = std::string();
-    return WorkerStatus::BadRequest;
+    return WorkerStatus::InvalidRequest;
   }
   char* const header = payload.data();
   putU8(header + EvalResultOffset::kEvalStatus, static_cast<std::uint8_t>(outcome.kind));
@@ -185,4 +185,4 @@ WorkerStatus encodeEvalResponse(const EvalOutcome& outcome, std::uint64_t run_id
   return statusOf(outcome.kind);
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

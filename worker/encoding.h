@@ -10,9 +10,9 @@
 
 #include "lisp/outcome.h"
 #include "lisp/value.h"
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // The longest text that fits into a response, in bytes.
 inline constexpr std::size_t kTextSizeMax = kPayloadSizeMax - kEvalResultHeaderSize;
@@ -30,10 +30,10 @@ inline constexpr std::size_t kTextSizeMax = kPayloadSizeMax - kEvalResultHeaderS
 
 // Fills `payload` with the response to an evaluation and returns its status. `run_id` names the
 // pending run that is kept, 0 for none. A text longer than kTextSizeMax leaves `payload` empty and
-// is a BadRequest.
+// is a InvalidRequest.
 [[nodiscard]] WorkerStatus encodeEvalResponse(const lisp::EvalOutcome& outcome,
                                               std::uint64_t run_id, std::string& payload);
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_ENCODING_H_

@@ -13,7 +13,7 @@
 #include "testing/base/small_stack.h"
 #include "testing/base/value_text.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using lisp::EvalOutcome;
@@ -225,10 +225,10 @@ TEST(EncodeEvalResponse, RefusesATextBeyondTheFrame) {
       std::string payload = "left over";
       const WorkerStatus status = encodeEvalResponse(outcome, 9, payload);
       if (size > kTextSizeMax) {
-        EXPECT_EQ(status, WorkerStatus::BadRequest);
+        EXPECT_EQ(status, WorkerStatus::InvalidRequest);
         EXPECT_EQ(payload, "");
       } else {
-        EXPECT_NE(status, WorkerStatus::BadRequest);
+        EXPECT_NE(status, WorkerStatus::InvalidRequest);
         EXPECT_EQ(payload.size(), 64 + size);
         EXPECT_EQ(getU32(payload.data() + EvalResultOffset::kTextLength), size);
       }
@@ -241,10 +241,10 @@ TEST(EncodeEvalResponse, RefusesHugeValuesWithoutWritingThem) {
     for (const LispValue& value : {nest(lisp::nil(), 1'000'000), doubled(lisp::nil(), 60'000),
                                    lisp::list({nest(doubled(lisp::nil(), 40), 100)})}) {
       std::string payload;
-      EXPECT_EQ(encodeEvalResponse(valueOf(value), 0, payload), WorkerStatus::BadRequest);
+      EXPECT_EQ(encodeEvalResponse(valueOf(value), 0, payload), WorkerStatus::InvalidRequest);
       EXPECT_EQ(payload, "");
       EXPECT_EQ(encodeEvalResponse(callOf("ENTMOD", {value, value}), 1, payload),
-                WorkerStatus::BadRequest);
+                WorkerStatus::InvalidRequest);
     }
   });
 }
@@ -256,8 +256,8 @@ TEST(EncodeEvalResponse, TakesTheDeepestNestingThatFits) {
             WorkerStatus::Ok);
   EXPECT_EQ(textIn(payload), std::string(levels, '(') + std::string(levels, ')'));
   EXPECT_EQ(encodeEvalResponse(valueOf(nest(lisp::list({}), levels)), 0, payload),
-            WorkerStatus::BadRequest);
+            WorkerStatus::InvalidRequest);
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

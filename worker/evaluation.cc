@@ -15,7 +15,7 @@
 #include "lisp/reader.h"
 #include "worker/encoding.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using geometry::CoordContext;
@@ -71,7 +71,7 @@ WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::str
                                           std::string& response) {
   // 1. The run.
   PendingRun* const run = pending_runs_.findRun(request.run_id);
-  if (run == nullptr) return WorkerStatus::BadRequest;
+  if (run == nullptr) return WorkerStatus::InvalidRequest;
   // 2. Its context.
   if (run->context_id != 0 && contexts_.find_context(run->context_id) == nullptr) {
     endRun(run->run_id);
@@ -122,4 +122,4 @@ void Evaluation::endRun(std::uint64_t run_id) {
   pending_runs_.eraseRun(run_id);
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

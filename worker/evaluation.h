@@ -10,11 +10,11 @@
 #include "geometry/context_table.h"
 #include "lisp/environment.h"
 #include "lisp/outcome.h"
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 #include "worker/kept_evaluations.h"
 #include "worker/pending_runs.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // Owns what evaluations leave behind: the persistent environment, which changes only when a run
 // ends with a value, and the pending runs.
@@ -51,6 +51,6 @@ class Evaluation {
   KeptEvaluations kept_;
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_EVALUATION_H_

@@ -12,7 +12,7 @@
 #include "lisp/list.h"
 #include "worker/dispatch.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // A response as a host sees it.
@@ -174,7 +174,7 @@ TEST_F(EvaluationTest, ResumeGoesOnWithTheAnswer) {
   expectPending(start("(LIST (GETPOINT \"p\") (GETDIST 2))"), 1, "GETPOINT", "(\"p\")");
   expectPending(resume(1, "(1 2)"), 1, "GETDIST", "(2)");
   expectValue(resume(1, "2.5"), "((1 2) 2.5)");
-  expectRefused(resume(1, "3"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "3"), WorkerStatus::InvalidRequest);
 }
 
 TEST_F(EvaluationTest, ResumeTakesNilAsAnAnswer) {
@@ -200,10 +200,10 @@ TEST_F(EvaluationTest, RunIdsCountUp) {
 }
 
 TEST_F(EvaluationTest, ResumeNeedsAPendingRun) {
-  expectRefused(resume(1, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "1"), WorkerStatus::InvalidRequest);
   start("(GETPOINT)");
-  expectRefused(resume(0, "1"), WorkerStatus::BadRequest);
-  expectRefused(resume(2, "("), WorkerStatus::BadRequest);
+  expectRefused(resume(0, "1"), WorkerStatus::InvalidRequest);
+  expectRefused(resume(2, "("), WorkerStatus::InvalidRequest);
   expectValue(resume(1, "1"), "1");
 }
 
@@ -224,7 +224,7 @@ TEST_F(EvaluationTest, ResumeEndsTheRunOnAnAnswerThatCannotBeRead) {
     expectFailure(response, WorkerStatus::EvalParseError, 1,
                   "host response parse error: " + std::string(row.message));
     EXPECT_EQ(response.steps(), 0u);
-    expectRefused(resume(run_id, "1"), WorkerStatus::BadRequest);
+    expectRefused(resume(run_id, "1"), WorkerStatus::InvalidRequest);
   }
   expectEvalError(start("A"), "unbound symbol: A");
 }
@@ -232,10 +232,10 @@ TEST_F(EvaluationTest, ResumeEndsTheRunOnAnAnswerThatCannotBeRead) {
 TEST_F(EvaluationTest, ResumeEndsTheRunWhenItFails) {
   start("(+ 1 (GETDIST))");
   expectEvalError(resume(1, "\"x\""), "+ expects numbers");
-  expectRefused(resume(1, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "1"), WorkerStatus::InvalidRequest);
   start("(IF (GETPOINT) (WHILE T))");
   EXPECT_EQ(resume(2, "1").status, WorkerStatus::EvalStepLimit);
-  expectRefused(resume(2, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(2, "1"), WorkerStatus::InvalidRequest);
 }
 
 TEST_F(EvaluationTest, ResumeDoesNotEvaluateTheAnswer) {
@@ -298,7 +298,7 @@ TEST_F(EvaluationTest, AContextReplacedMeanwhileMakesTheReplayDiverge) {
   expectPending(resume(1, "1"), 1, "GETPOINT", "((11 2 0))");
   registerContext(5, 30);
   expectEvalError(resume(1, "1"), "LISP host replay divergence at call 2: GETPOINT");
-  expectRefused(resume(1, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "1"), WorkerStatus::InvalidRequest);
 }
 
 TEST_F(EvaluationTest, ANanArgumentDivergesWhenReplayed) {
@@ -315,7 +315,7 @@ TEST_F(EvaluationTest, ResumeEndsTheRunWhenItsContextIsGone) {
   forgetContexts();
   // Before the answer is read.
   expectRefused(resume(1, "("), WorkerStatus::ContextNotFound);
-  expectRefused(resume(1, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "1"), WorkerStatus::InvalidRequest);
   expectValue(resume(2, "1"), "1");
 }
 
@@ -323,7 +323,7 @@ TEST_F(EvaluationTest, CancelForgetsARun) {
   start("(GETPOINT)");
   start("(SSGET)");
   EXPECT_EQ(cancel(1), WorkerStatus::Ok);
-  expectRefused(resume(1, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "1"), WorkerStatus::InvalidRequest);
   EXPECT_EQ(cancel(1), WorkerStatus::Ok);
   EXPECT_EQ(cancel(0), WorkerStatus::Ok);
   EXPECT_EQ(cancel(99), WorkerStatus::Ok);
@@ -335,28 +335,28 @@ std::string thirdOfAFrame() { return "\"" + std::string(kPayloadSizeMax / 3, 'x'
 
 TEST_F(EvaluationTest, AValueTooLongToSendStillCommits) {
   expectRefused(start("(SETQ A " + thirdOfAFrame() + ") (SETQ B 1) (LIST A A A)"),
-                WorkerStatus::BadRequest);
+                WorkerStatus::InvalidRequest);
   expectValue(start("B"), "1");
   expectPending(start("(SETQ B (GETPOINT)) (LIST A A A)"), 1, "GETPOINT", "()");
-  expectRefused(resume(1, "2"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "2"), WorkerStatus::InvalidRequest);
   expectValue(start("B"), "2");
-  expectRefused(resume(1, "2"), WorkerStatus::BadRequest);
+  expectRefused(resume(1, "2"), WorkerStatus::InvalidRequest);
   expectValue(start("B"), "2");
 }
 
 TEST_F(EvaluationTest, AHostCallTooLongToSendIsStillKept) {
   expectValue(start("(SETQ A " + thirdOfAFrame() + ") nil"), "nil");
-  expectRefused(start("(LENGTH (COMMAND A A A))"), WorkerStatus::BadRequest);
+  expectRefused(start("(LENGTH (COMMAND A A A))"), WorkerStatus::InvalidRequest);
   expectPending(start("(GETPOINT) (COMMAND A A A)"), 2, "GETPOINT", "()");
   expectValue(resume(1, "(1 2)"), "2");
-  expectRefused(resume(2, "1"), WorkerStatus::BadRequest);
+  expectRefused(resume(2, "1"), WorkerStatus::InvalidRequest);
   expectValue(resume(2, "7"), "7");
 }
 
 TEST_F(EvaluationTest, AMessageTooLongToSendIsRefused) {
   const std::string name(kPayloadSizeMax - kEvalResultHeaderSize, 'N');
   const std::string prefix = "unbound symbol: ";
-  expectRefused(start(name.substr(prefix.size() - 1)), WorkerStatus::BadRequest);
+  expectRefused(start(name.substr(prefix.size() - 1)), WorkerStatus::InvalidRequest);
   expectEvalError(start(name.substr(prefix.size())), prefix + name.substr(prefix.size()));
 }
 
@@ -408,4 +408,4 @@ TEST_F(EvaluationTest, LeavesNothingOfAnEndedRun) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

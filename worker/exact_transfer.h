@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // The most bytes that one call of the system is asked to move: the largest count that every
 // system's call takes and reports back without a change of sign.
@@ -30,6 +30,6 @@ template <typename MoveChunk>
   return moved;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_EXACT_TRANSFER_H_

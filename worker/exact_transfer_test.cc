@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing::ElementsAre;
@@ -85,4 +85,4 @@ TEST(TransferExactly, NeverAsksForMoreThanACallCanReport) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

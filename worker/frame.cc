@@ -1,11 +1,11 @@
 // The header of a frame. All fields are at the offsets of HeaderOffset, which the client library
 // uses too.
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
 #include <algorithm>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 MessageHeader decodeHeader(std::span<const char, kHeaderSize> bytes) {
   const char* const field = bytes.data();
@@ -38,7 +38,7 @@ WorkerStatus validateHeader(const MessageHeader& header) {
   // A host sees which check failed first: keep this order.
   if (header.magic != kMagic) return WorkerStatus::BadMagic;
   if (header.version != kProtocolVersion) return WorkerStatus::BadVersion;
-  if (header.payload_length > kPayloadSizeMax) return WorkerStatus::BadRequest;
+  if (header.payload_length > kPayloadSizeMax) return WorkerStatus::InvalidRequest;
   return WorkerStatus::Ok;
 }
 
@@ -52,4 +52,4 @@ MessageHeader makeResponseHeader(const MessageHeader& request) {
   return response;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

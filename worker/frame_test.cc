@@ -1,4 +1,4 @@
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using HeaderBytes = std::array<char, kHeaderSize>;
@@ -134,7 +134,7 @@ TEST(WorkerStatuses, HaveTheirWireNumbers) {
   EXPECT_EQ(number(WorkerStatus::Ok), 0);
   EXPECT_EQ(number(WorkerStatus::BadMagic), 1);
   EXPECT_EQ(number(WorkerStatus::BadVersion), 2);
-  EXPECT_EQ(number(WorkerStatus::BadRequest), 3);
+  EXPECT_EQ(number(WorkerStatus::InvalidRequest), 3);
   EXPECT_EQ(number(WorkerStatus::ContextNotFound), 4);
   EXPECT_EQ(number(WorkerStatus::QueryFailed), 5);
   EXPECT_EQ(number(WorkerStatus::UnknownType), 6);
@@ -178,9 +178,9 @@ TEST(ValidateHeader, AcceptsTheLargestPayloadAndRefusesOneByteMore) {
   header.payload_length = 0x100000;
   EXPECT_EQ(validateHeader(header), WorkerStatus::Ok);
   header.payload_length = 0x100001;
-  EXPECT_EQ(validateHeader(header), WorkerStatus::BadRequest);
+  EXPECT_EQ(validateHeader(header), WorkerStatus::InvalidRequest);
   header.payload_length = std::numeric_limits<std::uint32_t>::max();
-  EXPECT_EQ(validateHeader(header), WorkerStatus::BadRequest);
+  EXPECT_EQ(validateHeader(header), WorkerStatus::InvalidRequest);
 }
 
 TEST(ValidateHeader, RefusesEveryVersionButThree) {
@@ -224,7 +224,7 @@ TEST_P(ValidateHeaderOrder, LetsTheFirstFaultDecide) {
 
 INSTANTIATE_TEST_SUITE_P(AllCombinations, ValidateHeaderOrder,
                          testing::Values(FaultRow{false, false, false, WorkerStatus::Ok},
-                                         FaultRow{false, false, true, WorkerStatus::BadRequest},
+                                         FaultRow{false, false, true, WorkerStatus::InvalidRequest},
                                          FaultRow{false, true, false, WorkerStatus::BadVersion},
                                          FaultRow{false, true, true, WorkerStatus::BadVersion},
                                          FaultRow{true, false, false, WorkerStatus::BadMagic},
@@ -243,4 +243,4 @@ TEST(MakeResponseHeader, EchoesTypeAndIdsAndZeroesTheRest) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

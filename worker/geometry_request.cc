@@ -8,7 +8,7 @@
 
 #include "geometry/geometric_request.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 static_assert(kGeometryOperandCountMax == geometry::kOperandCountMax);
@@ -36,7 +36,7 @@ WorkerStatus statusOf(geometry::GeometricOutcome outcome) {
     case geometry::GeometricOutcome::Computed:
       return WorkerStatus::Ok;
     case geometry::GeometricOutcome::BadOperands:
-      return WorkerStatus::BadRequest;
+      return WorkerStatus::InvalidRequest;
     case geometry::GeometricOutcome::UnknownOperation:
       return WorkerStatus::UnknownType;
     case geometry::GeometricOutcome::Degenerate:
@@ -48,11 +48,11 @@ WorkerStatus statusOf(geometry::GeometricOutcome outcome) {
 }  // namespace
 
 WorkerStatus handleGeometryRequest(std::string_view payload, std::string& response) {
-  if (payload.size() != kGeometryPayloadSize) return WorkerStatus::BadRequest;
+  if (payload.size() != kGeometryPayloadSize) return WorkerStatus::InvalidRequest;
   const geometry::GeometricResult result =
       geometry::compute_geometric_request(decodeRequest(payload));
   encodeResult(result, response);
   return statusOf(result.outcome);
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

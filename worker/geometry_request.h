@@ -6,18 +6,18 @@
 #include <string>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // GeometryRequest: appends the record of the result to `response`, which is empty, for every
 // status: zeros when nothing was computed, a NaN or an infinity when that was the result. Only a
 // payload of another size leaves `response` empty.
 //
-// BadRequest for the size and for bad operands, UnknownType for an unknown operation, Degenerate
-// for a divisor too close to 0 and for a result that is not finite.
+// InvalidRequest for the size and for bad operands, UnknownType for an unknown operation,
+// Degenerate for a divisor too close to 0 and for a result that is not finite.
 [[nodiscard]] WorkerStatus handleGeometryRequest(std::string_view payload, std::string& response);
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_GEOMETRY_REQUEST_H_

@@ -9,7 +9,7 @@
 
 #include "testing/wire/wire_frames.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::geometryPayload;
@@ -42,17 +42,17 @@ TEST(GeometryRequest, AnswersAnotherSizeWithNothing) {
   for (const std::size_t size : {0U, 1U, 63U, 65U, 128U}) {
     std::string payload = geometryPayload(1, 1, {5});
     payload.resize(size);
-    expectAnswer(payload, WorkerStatus::BadRequest, "");
+    expectAnswer(payload, WorkerStatus::InvalidRequest, "");
   }
 }
 
 TEST(GeometryRequest, AnswersBadOperandsWithZeros) {
-  expectAnswer(geometryPayload(1, 0, {}), WorkerStatus::BadRequest, kZeros);
-  expectAnswer(geometryPayload(1, 8, {1, 1, 1, 1, 1, 1, 1}), WorkerStatus::BadRequest, kZeros);
-  expectAnswer(geometryPayload(1, 1, {kNan}), WorkerStatus::BadRequest, kZeros);
-  expectAnswer(geometryPayload(1, 1, {kInfinity}), WorkerStatus::BadRequest, kZeros);
-  expectAnswer(geometryPayload(5, 3, {1, 2, 3}), WorkerStatus::BadRequest, kZeros);
-  expectAnswer(geometryPayload(5, 5, {1, 2, 3, 4, 5}), WorkerStatus::BadRequest, kZeros);
+  expectAnswer(geometryPayload(1, 0, {}), WorkerStatus::InvalidRequest, kZeros);
+  expectAnswer(geometryPayload(1, 8, {1, 1, 1, 1, 1, 1, 1}), WorkerStatus::InvalidRequest, kZeros);
+  expectAnswer(geometryPayload(1, 1, {kNan}), WorkerStatus::InvalidRequest, kZeros);
+  expectAnswer(geometryPayload(1, 1, {kInfinity}), WorkerStatus::InvalidRequest, kZeros);
+  expectAnswer(geometryPayload(5, 3, {1, 2, 3}), WorkerStatus::InvalidRequest, kZeros);
+  expectAnswer(geometryPayload(5, 5, {1, 2, 3, 4, 5}), WorkerStatus::InvalidRequest, kZeros);
 }
 
 TEST(GeometryRequest, AnswersAnUnknownOperationWithZeros) {
@@ -93,4 +93,4 @@ TEST(GeometryRequest, IgnoresItsReservedBytes) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

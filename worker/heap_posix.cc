@@ -5,7 +5,7 @@
 
 #include "worker/heap.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 void keepFreedMemory() {
 #ifdef M_TRIM_THRESHOLD                     // Of the GNU library; others have ways of their own.
@@ -16,4 +16,4 @@ void keepFreedMemory() {
 #endif
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

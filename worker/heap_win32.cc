@@ -2,9 +2,9 @@
 
 #include "worker/heap.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // The system's heap does so by itself.
 void keepFreedMemory() {}
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -26,7 +26,7 @@
 #include "lisp/storage.h"
 #include "lisp/user_function.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 using geometry::CoordContext;
 using lisp::EvalOutcome;
@@ -230,4 +230,4 @@ void KeptEvaluations::finish(std::unique_ptr<KeptEvaluation> evaluation) {
   spare_stack_ = evaluation->takeStack();
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

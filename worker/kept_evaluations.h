@@ -27,7 +27,7 @@
 #include "worker/pending_runs.h"
 #include "worker/side_stack.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 class KeptEvaluation;
 
@@ -82,6 +82,6 @@ class KeptEvaluations {
   std::unique_ptr<SideStack> spare_stack_;
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_KEPT_EVALUATIONS_H_

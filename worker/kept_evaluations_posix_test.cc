@@ -14,7 +14,7 @@
 #include "worker/kept_evaluations.h"
 #include "worker/side_stack.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // Resident bytes of the side stacks of this process: mappings of their size without the guard page.
@@ -60,4 +60,4 @@ TEST(KeptEvaluations, UseLittleOfTheirStackAtTheDepthLimit) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

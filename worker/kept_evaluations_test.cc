@@ -16,7 +16,7 @@
 #include "lisp/user_function.h"
 #include "worker/evaluation.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 constexpr KeepLimits kFromTheFirstAnswer{.steps_min = 0};
@@ -104,7 +104,7 @@ TEST_F(KeptEvaluationsTest, GoWithTheirRun) {
   cancel(cancelled);
   EXPECT_EQ(kept(), 0U);
   resume(cancelled);
-  EXPECT_EQ(status_, WorkerStatus::BadRequest);
+  EXPECT_EQ(status_, WorkerStatus::InvalidRequest);
 
   const std::uint64_t failing = start("(LIST (GETDIST) (GETDIST) (CAR (NOTHING)))");
   resume(failing);
@@ -126,9 +126,9 @@ TEST_F(KeptEvaluationsTest, AreNotTouchedByRequestsForNoRun) {
   const std::uint64_t run = start("(LIST (GETDIST) (GETDIST))");
   resume(run);
   resume(0);
-  EXPECT_EQ(status_, WorkerStatus::BadRequest);
+  EXPECT_EQ(status_, WorkerStatus::InvalidRequest);
   resume(run + 1);
-  EXPECT_EQ(status_, WorkerStatus::BadRequest);
+  EXPECT_EQ(status_, WorkerStatus::InvalidRequest);
   cancel(run + 1);
   EXPECT_EQ(kept(), 1U);
   resume(run, "7");
@@ -309,4 +309,4 @@ TEST_F(KeptEvaluationsTest, LeaveNothingBehind) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -7,7 +7,7 @@
 #ifndef WORKER_LEAST_PRIVILEGE_H_
 #define WORKER_LEAST_PRIVILEGE_H_
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // Gives up all rights but those that answering requests takes, for the rest of the process's life.
 // Called once, by the only thread, after everything that a start needs: secrets are drawn, tables
@@ -19,6 +19,6 @@ void giveUpPrivileges();
 // restrict the system calls.
 [[nodiscard]] bool restrictsSystemCalls();
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_LEAST_PRIVILEGE_H_

@@ -23,7 +23,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 #ifdef __x86_64__
@@ -139,16 +139,16 @@ void giveUpPrivileges() {
 
 bool restrictsSystemCalls() { return true; }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #else
 
-namespace worker {
+namespace lisp_worker::worker {
 
 void giveUpPrivileges() {}
 
 bool restrictsSystemCalls() { return false; }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif

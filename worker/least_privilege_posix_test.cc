@@ -19,7 +19,7 @@
 #include "testing/workers/worker_process.h"
 #include "worker/least_privilege.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::ChildProcess;
@@ -225,4 +225,4 @@ TEST_F(LeastPrivilege, HoldsForTheExecutable) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

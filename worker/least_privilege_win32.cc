@@ -1,9 +1,9 @@
 #include "worker/least_privilege.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 void giveUpPrivileges() {}
 
 bool restrictsSystemCalls() { return false; }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

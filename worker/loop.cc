@@ -12,9 +12,9 @@
 #include <string>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // Room for responses of this many bytes is kept from one turn to the next; more is given back to
@@ -47,7 +47,7 @@ ExitCode exitCodeOf(WorkerStatus header_status) {
     case WorkerStatus::BadVersion:
       return ExitCode::BadVersion;
     default:
-      assert(header_status == WorkerStatus::BadRequest);
+      assert(header_status == WorkerStatus::InvalidRequest);
       return ExitCode::PayloadTooLarge;
   }
 }
@@ -86,4 +86,4 @@ ExitCode serve(Dispatcher& dispatcher, ByteReader& input, ByteWriter& output) {
   }
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

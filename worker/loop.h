@@ -3,11 +3,11 @@
 #ifndef WORKER_LOOP_H_
 #define WORKER_LOOP_H_
 
+#include "lisp_worker/worker/exit_code.h"
 #include "worker/byte_stream.h"
 #include "worker/dispatch.h"
-#include "worker/exit_code.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // Serves requests from `input` on `output` until one of the reasons to end arises, and returns it.
 // Begins with no coordinate context, no binding, no function and no pending run; nothing of them
@@ -20,6 +20,6 @@ namespace worker {
 // there, for a process that ends at once and need not take it apart.
 [[nodiscard]] ExitCode serve(Dispatcher& dispatcher, ByteReader& input, ByteWriter& output);
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_LOOP_H_

@@ -12,12 +12,12 @@
 #include <utility>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/memory_stream.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/frame.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 void PrintTo(ExitCode code, std::ostream* out) { *out << "exit code " << static_cast<int>(code); }
 
@@ -287,9 +287,9 @@ INSTANTIATE_TEST_SUITE_P(
                  ExitCode::BadMagic},
         FaultRow{"version 2", kMagic, 2, 0, WorkerStatus::BadVersion, ExitCode::BadVersion},
         FaultRow{"version 4", kMagic, 4, 0, WorkerStatus::BadVersion, ExitCode::BadVersion},
-        FaultRow{"length", kMagic, 3, 0x100001, WorkerStatus::BadRequest,
+        FaultRow{"length", kMagic, 3, 0x100001, WorkerStatus::InvalidRequest,
                  ExitCode::PayloadTooLarge},
-        FaultRow{"length of 2^32 - 1", kMagic, 3, 0xFFFFFFFF, WorkerStatus::BadRequest,
+        FaultRow{"length of 2^32 - 1", kMagic, 3, 0xFFFFFFFF, WorkerStatus::InvalidRequest,
                  ExitCode::PayloadTooLarge},
         FaultRow{"magic before version and length", 0, 0, 0xFFFFFFFF, WorkerStatus::BadMagic,
                  ExitCode::BadMagic},
@@ -451,4 +451,4 @@ TEST(Worker, BeginsWithNothingOfAnEarlierOne) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "lisp_worker/worker/exit_code.h"
 #include "worker/dispatch.h"
-#include "worker/exit_code.h"
 #include "worker/heap.h"
 #include "worker/least_privilege.h"
 #include "worker/loop.h"
@@ -19,7 +19,7 @@ namespace {
 // Without memory the worker can neither carry out a request nor say so. It ends on the spot:
 // nothing is unwound, nothing caught, and no half-made state ever answers another request.
 [[noreturn]] void endWithoutMemory() {
-  std::_Exit(static_cast<int>(worker::ExitCode::OutOfMemory));
+  std::_Exit(static_cast<int>(lisp_worker::worker::ExitCode::OutOfMemory));
 }
 
 // Objects that exist before main() need memory, too: this comes before them.
@@ -30,15 +30,15 @@ namespace {
 }  // namespace
 
 int main() {
-  worker::keepAliveOnBrokenPipe();
-  worker::keepFreedMemory();
-  worker::StandardInput input;
-  worker::StandardOutput output;
+  lisp_worker::worker::keepAliveOnBrokenPipe();
+  lisp_worker::worker::keepFreedMemory();
+  lisp_worker::worker::StandardInput input;
+  lisp_worker::worker::StandardOutput output;
   // Never destroyed: taking millions of values apart would take time, and the system takes their
   // memory back anyway. A leak checker does not look at the stacks of kept evaluations.
-  static auto& dispatcher = *new worker::Dispatcher;
-  worker::giveUpPrivileges();
-  const worker::ExitCode code = worker::serve(dispatcher, input, output);
+  static auto& dispatcher = *new lisp_worker::worker::Dispatcher;
+  lisp_worker::worker::giveUpPrivileges();
+  const lisp_worker::worker::ExitCode code = lisp_worker::worker::serve(dispatcher, input, output);
 #ifdef LISP_SANITIZE
   delete &dispatcher;
 #endif

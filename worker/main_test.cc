@@ -9,7 +9,7 @@
 #include "testing/formats/reference_conversation.h"
 #include "testing/workers/child_process.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::ChildProcess;
@@ -44,4 +44,4 @@ TEST(Main, EndsWithItsCodeWhenThereIsNoMoreMemory) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -17,9 +17,9 @@
 #include <optional>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 __extension__ using Wide = unsigned __int128;
@@ -240,4 +240,4 @@ char* writeNumber(double number, char* out) {
       .ptr;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

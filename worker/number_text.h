@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // The room that a number needs while it is written, in bytes. No text is longer than 24.
 inline constexpr std::size_t kNumberRoom = 48;
@@ -15,6 +15,6 @@ inline constexpr std::size_t kNumberRoom = 48;
 // left with anything.
 [[nodiscard]] char* writeNumber(double number, char* out);
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_NUMBER_TEXT_H_

@@ -14,7 +14,7 @@
 
 #include "testing/base/random.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::Random;
@@ -116,4 +116,4 @@ TEST(NumberText, IsThatOfTheLibraryForDenormals) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 std::uint64_t hashRunId(std::uint64_t run_id) {
   std::uint64_t hash = 0xcbf29ce484222325;  // The FNV-1a offset basis.
@@ -52,4 +52,4 @@ void PendingRunTable::eraseRun(std::uint64_t run_id) {
   delete entry;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -11,7 +11,7 @@
 #include "lisp/growing_table.h"
 #include "lisp/outcome.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // A run that stopped at a host call, with all that is needed to run it again from its first form.
 // The stopped evaluation itself may be kept besides (worker/kept_evaluations.h).
@@ -63,6 +63,6 @@ class PendingRunTable {
   std::uint64_t next_run_id_;
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_PENDING_RUNS_H_

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 constexpr std::uint64_t kLast = std::numeric_limits<std::uint64_t>::max();
@@ -105,4 +105,4 @@ TEST(PendingRunTable, HasNoBound) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

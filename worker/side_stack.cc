@@ -5,7 +5,7 @@
 
 #include <cassert>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 std::size_t SideStack::size() {
 #if defined(LISP_SANITIZE) || !defined(__OPTIMIZE__)
@@ -39,4 +39,4 @@ void SideStack::runBody() {
   is_in_progress_ = false;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

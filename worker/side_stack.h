@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <memory>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 class SideStack {
  public:
@@ -66,6 +66,6 @@ class SideStack {
   bool is_in_progress_ = false;
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_SIDE_STACK_H_

@@ -14,7 +14,7 @@
 #include <sanitizer/common_interface_defs.h>
 #endif
 
-namespace worker {
+namespace lisp_worker::worker {
 
 #ifdef __x86_64__
 
@@ -166,4 +166,4 @@ std::unique_ptr<SideStack> SideStack::make() { return nullptr; }
 
 #endif
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -7,7 +7,7 @@
 
 #include "worker/side_stack.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 void fallThrough(std::size_t depth) {
@@ -29,4 +29,4 @@ TEST(SideStackDeathTest, MeetsItsGuardAtTheEnd) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // A body that writes down what it does and leaves after each word.
@@ -113,4 +113,4 @@ TEST(SideStack, HoldsNearlyItsSize) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

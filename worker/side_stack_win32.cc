@@ -6,7 +6,7 @@
 
 #include "worker/side_stack.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // The system's header reads this from the thread's own segment, at an address that GCC takes for an
@@ -66,4 +66,4 @@ std::unique_ptr<SideStack> SideStack::make() {
   return fiber;
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

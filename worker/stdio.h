@@ -13,7 +13,7 @@
 
 #include "worker/byte_stream.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 
 class StandardInput final : public ByteReader {
  public:
@@ -30,6 +30,6 @@ class StandardOutput final : public ByteWriter {
 // the process. Called once, before the first write; holds for the whole process.
 void keepAliveOnBrokenPipe();
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif  // WORKER_STDIO_H_

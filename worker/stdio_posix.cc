@@ -15,7 +15,7 @@
 #include "worker/exact_transfer.h"
 #include "worker/stdio.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // Waits until `stream` is ready for `events` or has an end or a failure to report, which the next
@@ -89,4 +89,4 @@ FrameWrite StandardOutput::writeFrame(std::string_view header, std::string_view 
 
 void keepAliveOnBrokenPipe() { std::signal(SIGPIPE, SIG_IGN); }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -20,7 +20,7 @@
 
 #include "worker/stdio.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using std::chrono::milliseconds;
@@ -501,4 +501,4 @@ TEST_F(StandardOutputTest, WritesOnAfterAnInterruption) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

@@ -8,7 +8,7 @@
 #include "worker/exact_transfer.h"
 #include "worker/stdio.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // The process's standard handle of that name as it is now, or null when there is none.
@@ -54,4 +54,4 @@ FrameWrite StandardOutput::writeFrame(std::string_view header, std::string_view 
 // A broken pipe is an error code of WriteFile here, never a signal.
 void keepAliveOnBrokenPipe() {}
 
-}  // namespace worker
+}  // namespace lisp_worker::worker

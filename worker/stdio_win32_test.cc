@@ -13,7 +13,7 @@
 
 #include "worker/stdio.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using std::chrono::milliseconds;
@@ -229,4 +229,4 @@ TEST_F(StandardOutputTest, LooksForItsHandleAtEveryCall) {
 }
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

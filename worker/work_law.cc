@@ -12,7 +12,7 @@
 #include "lisp/interpreter.h"
 #include "lisp/work.h"
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 // The constant of the law: units of work for a step or a byte. Most programs take two to four; most
@@ -70,6 +70,6 @@ void WorkLaw::end(const MessageHeader& request, std::string_view payload,
   std::abort();
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif

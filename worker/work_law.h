@@ -9,14 +9,14 @@
 
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
 #ifdef LISP_COUNT_WORK
 
 #include <cstdint>
 #include <unordered_map>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 class WorkLaw {
  public:
@@ -30,11 +30,11 @@ class WorkLaw {
   std::unordered_map<std::uint64_t, std::uint64_t> run_sizes_;
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #else
 
-namespace worker {
+namespace lisp_worker::worker {
 
 class WorkLaw {
  public:
@@ -43,7 +43,7 @@ class WorkLaw {
            std::string_view /*response*/) {}
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
 #endif
 

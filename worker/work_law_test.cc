@@ -8,16 +8,16 @@
 #include <string>
 #include <type_traits>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/wire_frames.h"
 #include "worker/dispatch.h"
-#include "worker/frame.h"
 
 #ifdef LISP_COUNT_WORK
 #include "lisp/list.h"
 #include "lisp/work.h"
 #endif
 
-namespace worker {
+namespace lisp_worker::worker {
 namespace {
 
 using testing_support::requestHeader;
@@ -113,4 +113,4 @@ TEST(WorkLaw, CountsEveryKindOfWork) {
 #endif
 
 }  // namespace
-}  // namespace worker
+}  // namespace lisp_worker::worker

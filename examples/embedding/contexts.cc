@@ -1,7 +1,9 @@
+#include <lisp_worker/client/names.h>
+#include <lisp_worker/client/worker.h>
+
 #include <iostream>
 
-#include "client/names.h"
-#include "client/worker.h"
+namespace client = lisp_worker::client;
 
 int main(int count, char** arguments) {
   client::Worker worker(count > 1 ? arguments[1] : "/usr/bin/lisp_worker");

@@ -1,8 +1,10 @@
+#include <lisp_worker/client/worker.h>
+
 #include <iostream>
 #include <memory>
 #include <string>
 
-#include "client/worker.h"
+namespace client = lisp_worker::client;
 
 int main(int count, char** arguments) {
   if (count < 4) return 2;

@@ -1,8 +1,10 @@
+#include <lisp_worker/client/names.h>
+#include <lisp_worker/client/worker.h>
+
 #include <chrono>
 #include <iostream>
 
-#include "client/names.h"
-#include "client/worker.h"
+namespace client = lisp_worker::client;
 
 int main(int count, char** arguments) {
   if (count < 3) return 2;

@@ -1,11 +1,13 @@
+#include <lisp_worker/client/answer_text.h>
+#include <lisp_worker/client/worker.h>
+
 #include <iostream>
 #include <optional>
 
-#include "client/answer_text.h"
-#include "client/worker.h"
+namespace client = lisp_worker::client;
 
-using client::Datum;
-using client::HostCall;
+using lisp_worker::client::Datum;
+using lisp_worker::client::HostCall;
 
 // Performs a call and returns its answer; nothing cancels the program.
 std::optional<Datum> perform(const HostCall& call) {

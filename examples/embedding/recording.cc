@@ -1,10 +1,13 @@
+#include <lisp_worker/client/worker.h>
+#include <lisp_worker/session/recorder.h>
+#include <lisp_worker/session/session.h>
+
 #include <filesystem>
 #include <iostream>
 #include <string>
 
-#include "client/worker.h"
-#include "session/recorder.h"
-#include "session/session.h"
+namespace client = lisp_worker::client;
+namespace session = lisp_worker::session;
 
 int main(int count, char** arguments) {
   const auto path = std::filesystem::temp_directory_path() / "embedding_example.session";

@@ -1,3 +1,5 @@
+#include <lisp_worker/client/worker.h>
+
 #include <cstddef>
 #include <iostream>
 #include <optional>
@@ -5,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "client/worker.h"
+namespace client = lisp_worker::client;
 
-using client::Datum;
-using client::HostCall;
+using lisp_worker::client::Datum;
+using lisp_worker::client::HostCall;
 
 // A document that can already take back what was done since a mark.
 class Document {

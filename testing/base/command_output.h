@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 struct CommandOutput {
   std::string text;    // All of its standard output.
@@ -15,6 +15,6 @@ struct CommandOutput {
 // A command that cannot be started fails the running test.
 CommandOutput runCommand(const std::string& command);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_COMMAND_OUTPUT_H_

@@ -10,7 +10,7 @@
 
 #include "testing/base/command_output.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 CommandOutput runCommand(const std::string& command) {
   CommandOutput output;
@@ -26,4 +26,4 @@ CommandOutput runCommand(const std::string& command) {
   return output;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -11,7 +11,7 @@
 #include "lisp/list.h"
 #include "lisp/value.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // `element` in front of the elements of `list`, as CONS puts it.
 [[nodiscard]] inline lisp::LispValue cons(const lisp::LispValue& element,
@@ -45,6 +45,6 @@ inline void settle() {
   lisp::decomposeAll();
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_LIST_MAKERS_H_

@@ -10,7 +10,7 @@
 #include "lisp/outcome.h"
 #include "testing/base/value_text.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A value with the text form `text`, and nothing else in the outcome.
 MATCHER_P(isValue, text, "is the value " + std::string(text)) {
@@ -50,6 +50,6 @@ MATCHER_P(took, steps, "took " + testing::PrintToString(steps) + " steps") {
   return arg.steps == static_cast<std::uint64_t>(steps);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_OUTCOME_MATCHERS_H_

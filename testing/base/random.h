@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <random>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class Random {
  public:
@@ -39,6 +39,6 @@ class Random {
   std::mt19937_64 engine_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_RANDOM_H_

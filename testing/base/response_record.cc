@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 std::ofstream openRecord() {
@@ -30,4 +30,4 @@ void recordResponse(std::string_view response) {
          << response << '\n';
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

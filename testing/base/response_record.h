@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Appends `response` to the file that the environment variable LISP_RESPONSE_RECORD names; without
 // one, or when only some of the tests run, does nothing, so that they leave the record of all. The
@@ -15,6 +15,6 @@ namespace testing_support {
 // it.
 void recordResponse(std::string_view response);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_RESPONSE_RECORD_H_

@@ -6,13 +6,13 @@
 #include <cstddef>
 #include <functional>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 inline constexpr std::size_t kSmallStackSize = 0x40000;  // Bytes.
 
 // Runs `function` to its end on a stack of kSmallStackSize.
 void runOnSmallStack(const std::function<void()>& function);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_SMALL_STACK_H_

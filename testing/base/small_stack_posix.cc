@@ -5,7 +5,7 @@
 
 #include "testing/base/small_stack.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 void* callFunction(void* function) {
@@ -27,4 +27,4 @@ void runOnSmallStack(const std::function<void()>& function) {
   ASSERT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -5,7 +5,7 @@
 
 #include "testing/base/small_stack.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 DWORD WINAPI callFunction(void* function) {
@@ -24,4 +24,4 @@ void runOnSmallStack(const std::function<void()>& function) {
   ASSERT_NE(CloseHandle(thread), 0);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 std::string environment(const char* variable) {
   const char* const value = std::getenv(variable);
@@ -19,4 +19,4 @@ std::size_t setting(const char* variable, std::size_t otherwise) {
   return value == nullptr ? otherwise : std::strtoull(value, nullptr, 10);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

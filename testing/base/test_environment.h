@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // The variable's value. Empty, and a failure of the running test, when it is not set.
 [[nodiscard]] std::string environment(const char* variable);
@@ -15,6 +15,6 @@ namespace testing_support {
 // set: programs start far slower under a sanitizer or in an emulation of another system.
 [[nodiscard]] std::size_t setting(const char* variable, std::size_t otherwise);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_BASE_TEST_ENVIRONMENT_H_

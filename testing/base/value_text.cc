@@ -14,7 +14,7 @@
 
 #include "lisp/reader.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using lisp::LispValue;
@@ -79,11 +79,13 @@ LispValue read(std::string_view text) {
   return value.value_or(lisp::nil());
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 namespace lisp {
 
-void PrintTo(const LispValue& value, std::ostream* out) { *out << testing_support::textOf(value); }
+void PrintTo(const LispValue& value, std::ostream* out) {
+  *out << lisp_worker::testing_support::textOf(value);
+}
 
 void PrintTo(const EvalOutcome& outcome, std::ostream* out) {
   static constexpr std::array kKinds = {"Value", "ReadError", "EvalError", "StepLimit",
@@ -91,10 +93,11 @@ void PrintTo(const EvalOutcome& outcome, std::ostream* out) {
   *out << kKinds.at(static_cast<std::size_t>(outcome.kind)) << " after " << outcome.steps
        << " steps";
   if (!outcome.message.empty()) *out << ", \"" << outcome.message << '"';
-  if (outcome.kind == OutcomeKind::Value) *out << ", " << testing_support::textOf(outcome.value);
+  if (outcome.kind == OutcomeKind::Value)
+    *out << ", " << lisp_worker::testing_support::textOf(outcome.value);
   if (outcome.host_call) {
     *out << ", " << outcome.host_call->name << ' '
-         << testing_support::textOf(list(outcome.host_call->arguments));
+         << lisp_worker::testing_support::textOf(list(outcome.host_call->arguments));
   }
 }
 

@@ -12,7 +12,7 @@
 #include "lisp/outcome.h"
 #include "lisp/value.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Numbers as printf writes them with %.17g, strings between double quotes with nothing escaped.
 // A value that is nested deeper than any test reads is cut off with "...".
@@ -21,7 +21,7 @@ namespace testing_support {
 // The value of a text that holds one form; a text that does not fails the test and is nil.
 [[nodiscard]] lisp::LispValue read(std::string_view text);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 namespace lisp {
 

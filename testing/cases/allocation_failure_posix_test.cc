@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp_worker/worker/exit_code.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
 #include "testing/formats/program_file.h"
@@ -24,9 +25,8 @@
 #include "testing/workers/child_process.h"
 #include "testing/workers/real_worker.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/exit_code.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 const std::string kOutOfMemory =
@@ -150,4 +150,4 @@ TEST(AllocationFailure, OfTheSystemEndsTheWorkerWithItsCode) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

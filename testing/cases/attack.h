@@ -9,7 +9,7 @@
 
 #include "testing/workers/watched_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // After each attack the worker must still answer, and leave when its input ends.
 class Attack : public testing::Test {
@@ -24,6 +24,6 @@ class Attack : public testing::Test {
   WatchedWorker worker_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_CASES_ATTACK_H_

@@ -11,15 +11,15 @@
 #include <vector>
 
 #include "lisp/storage.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/attack.h"
 #include "testing/formats/scenario.h"
 #include "testing/generators/greedy_programs.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/child_process.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using lisp::storage::kSlabSize;
@@ -295,4 +295,4 @@ TEST_F(AttackByHistory, IndexingManyRunsAtRandom) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

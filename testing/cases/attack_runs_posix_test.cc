@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
 #include "testing/cases/attack.h"
 #include "testing/formats/scenario.h"
@@ -17,9 +18,8 @@
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/child_process.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::kPayloadSizeMax;
@@ -183,4 +183,4 @@ TEST_F(AttackByRuns, AVersionForEveryPendingRun) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

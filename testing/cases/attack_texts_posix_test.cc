@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/test_environment.h"
 #include "testing/cases/attack.h"
 #include "testing/generators/greedy_programs.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::kPayloadSizeMax;
@@ -24,12 +24,12 @@ class AttackByTexts : public Attack {};
 
 TEST_F(AttackByTexts, AMillionDigits) {
   const std::string digits(kPayloadSizeMax, '9');
-  worker_.expectStatus(startFrame(digits), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame(digits), WorkerStatus::InvalidRequest);
   worker_.expectValue("0." + digits.substr(2), "1");
   worker_.expectValue("-" + digits.substr(10) + "e-1048566", "-1");
   worker_.expectValue("0x." + std::string(kPayloadSizeMax - 3, '0'), "0");
-  worker_.expectStatus(startFrame("0x" + digits.substr(2)), WorkerStatus::BadRequest);
-  worker_.expectStatus(startFrame("1e" + digits.substr(2)), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame("0x" + digits.substr(2)), WorkerStatus::InvalidRequest);
+  worker_.expectStatus(startFrame("1e" + digits.substr(2)), WorkerStatus::InvalidRequest);
   worker_.expectValue("1e-" + digits.substr(3), "0");
 }
 
@@ -74,7 +74,8 @@ TEST_F(AttackByTexts, AMegabyteOfOneByte) {
   worker_.expectValue(std::string(kPayloadSizeMax, ';'), "nil");
   worker_.expectValue(std::string(kPayloadSizeMax, ' '), "nil");
   worker_.expectValue(asOftenAsFits(";\n"), "nil");
-  worker_.expectStatus(startFrame(std::string(kPayloadSizeMax, '\0')), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame(std::string(kPayloadSizeMax, '\0')),
+                       WorkerStatus::InvalidRequest);
   worker_.expectStepLimit(std::string(kPayloadSizeMax, '"'));
   worker_.expectError("\"" + std::string(kPayloadSizeMax - 1, '\\'), "unterminated string");
 }
@@ -87,7 +88,7 @@ TEST_F(AttackByTexts, AMillionByteSymbolLookedUpInALoop) {
   const std::string longest(kPayloadSizeMax - 40, 'M');
   worker_.expectValue("(SETQ " + longest + " 7)", "7");
   worker_.expectValue("(WHILE nil " + longest + ")", "nil");
-  worker_.expectStatus(startFrame("(" + longest + ")"), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame("(" + longest + ")"), WorkerStatus::InvalidRequest);
 }
 
 // Names that collide under the multiplications by 31 and by 33 that many tables hash with.
@@ -213,4 +214,4 @@ TEST_F(AttackByTexts, LongBodiesInALoop) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

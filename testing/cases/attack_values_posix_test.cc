@@ -6,13 +6,13 @@
 #include <cstddef>
 #include <string>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/attack.h"
 #include "testing/generators/greedy_programs.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::kPayloadSizeMax;
@@ -23,10 +23,10 @@ class AttackByValues : public Attack {};
 TEST_F(AttackByValues, DoublingAList) {
   const std::string doubled = "(SETQ X '(1)) " + loop(19000, "(SETQ X (LIST X X))");
   worker_.expectValue(doubled + "(LENGTH X)", "2");
-  worker_.expectStatus(startFrame(doubled + "X"), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame(doubled + "X"), WorkerStatus::InvalidRequest);
   worker_.expectValue("(SETQ Y X) " + doubled + "(EQUAL X Y)", "T");
   worker_.expectValue("(EQUAL X (CAR Y))", "nil");
-  worker_.expectStatus(startFrame("(GETPOINT X)"), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame("(GETPOINT X)"), WorkerStatus::InvalidRequest);
   worker_.expectAnswered(1, "5", "5");
   worker_.expectValue("(SETQ X 1 Y 1)", "1");
 }
@@ -34,7 +34,7 @@ TEST_F(AttackByValues, DoublingAList) {
 TEST_F(AttackByValues, DoublingByCons) {
   worker_.expectValue("(SETQ X '(1)) " + loop(19000, "(SETQ X (CONS X X))") + "(LENGTH X)",
                       "19001");
-  worker_.expectStatus(startFrame("X"), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame("X"), WorkerStatus::InvalidRequest);
   worker_.expectValue("(SETQ Y '(1)) " + loop(19000, "(SETQ Y (CONS Y Y))") +
                           "(LIST (EQUAL X Y) (EQUAL (CDR X) Y))",
                       "(T nil)");
@@ -54,8 +54,8 @@ TEST_F(AttackByValues, NestingTenMillionLevels) {
     worker_.expectValue(nest("X"), "1");
     worker_.expectValue(nest("Y"), "1");
   }
-  worker_.expectStatus(startFrame("X"), WorkerStatus::BadRequest);
-  worker_.expectStatus(startFrame("(GETPOINT X)"), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame("X"), WorkerStatus::InvalidRequest);
+  worker_.expectStatus(startFrame("(GETPOINT X)"), WorkerStatus::InvalidRequest);
   worker_.expectAnswered(1, "(7)", "(7)");
   worker_.expectValue("(EQUAL X (LIST Y))", "nil");
   worker_.expectValue("(EQUAL X Y)", "T");
@@ -153,9 +153,9 @@ TEST_F(AttackByValues, ComparingWhatWasDoubled) {
 TEST_F(AttackByValues, ReplayingLargeArguments) {
   worker_.expectStatus(startFrame("(SETQ X '(1)) " + loop(15000, "(SETQ X (LIST X X))") +
                                   "(GETPOINT X) (GETDIST X) (LENGTH X)"),
-                       WorkerStatus::BadRequest);
+                       WorkerStatus::InvalidRequest);
   worker_.grantTime(2);
-  worker_.expectStatus(resumeFrame(1, "1"), WorkerStatus::BadRequest);
+  worker_.expectStatus(resumeFrame(1, "1"), WorkerStatus::InvalidRequest);
   worker_.expectAnswered(1, "2", "2");
   const std::string ones = repeated("1 ", 200000);
   const std::uint64_t run_id = worker_.expectCall(
@@ -203,16 +203,16 @@ TEST_F(AttackByValues, DroppingMillionsOfValuesAtOnce) {
 
 TEST_F(AttackByValues, EncodingUpToTheLastByte) {
   worker_.expectValue("(SETQ S \"" + std::string(1000000, 's') + "\") 1", "1");
-  worker_.expectStatus(startFrame("(LIST S S)"), WorkerStatus::BadRequest);
+  worker_.expectStatus(startFrame("(LIST S S)"), WorkerStatus::InvalidRequest);
   worker_.expectStatus(startFrame("(SETQ X S) " + loop(1000, "(SETQ X (LIST X X S))") + "X"),
-                       WorkerStatus::BadRequest);
+                       WorkerStatus::InvalidRequest);
   worker_.expectStatus(startFrame("(LIST" + repeated(" 0.1", 249999) + ")"),
-                       WorkerStatus::BadRequest);
+                       WorkerStatus::InvalidRequest);
   worker_.expectValue("(LIST" + repeated(" 1", 249999) + ")", "(1" + repeated(" 1", 249998) + ")");
   // Every list of () costs the stack of open lists its most.
   worker_.expectStatus(startFrame("(SETQ X nil) " + loop(19000, "(SETQ X (LIST X X))") + "X"),
-                       WorkerStatus::BadRequest);
+                       WorkerStatus::InvalidRequest);
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "client/answer_text.h"
-#include "client/limits.h"
-#include "client/names.h"
 #include "lisp/interpreter.h"
 #include "lisp/reader.h"
-#include "worker/exit_code.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/limits.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/worker/exit_code.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 TEST(ClientLimits, AreTheWorkers) {
@@ -32,4 +32,4 @@ TEST(ClientExitCodes, AreTheWorkers) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::ContextOffset;
@@ -57,12 +57,12 @@ Scenario everySize() {
   for (const std::size_t size : {0, 32, 415, 417, 832}) {
     std::string record = identityContextRecord(7);
     record.resize(size);
-    scenario.registerContext(7, record).answer(WorkerStatus::BadRequest);
+    scenario.registerContext(7, record).answer(WorkerStatus::InvalidRequest);
   }
   for (const MessageType type : {kLocate, kFromPlane, kConvert}) {
     scenario.query(type, 7, std::string(32, '\0')).answer(WorkerStatus::ContextNotFound);
     for (const std::size_t size : {0, 31, 33, 64}) {
-      scenario.query(type, 7, std::string(size, '\0')).answer(WorkerStatus::BadRequest);
+      scenario.query(type, 7, std::string(size, '\0')).answer(WorkerStatus::InvalidRequest);
     }
   }
   return scenario;
@@ -75,15 +75,15 @@ Scenario orderOfChecks() {
   const std::string all_wrong = pointPayload(kNan, 0, 0, 5, 5);
   for (const MessageType type : {kLocate, kFromPlane, kConvert}) {
     scenario.query(type, 8, all_wrong.substr(0, 31))
-        .answer(WorkerStatus::BadRequest)
+        .answer(WorkerStatus::InvalidRequest)
         .query(type, 8, all_wrong)
         .answer(WorkerStatus::ContextNotFound)
         .query(type, 7, pointPayload(kNan, 0, 0, 5, 0))
-        .answer(WorkerStatus::BadRequest)
+        .answer(WorkerStatus::InvalidRequest)
         .query(type, 7, pointPayload(kNan, 0, 0, 0, 5))
-        .answer(WorkerStatus::BadRequest)
+        .answer(WorkerStatus::InvalidRequest)
         .query(type, 7, pointPayload(kNan, 0, 0, 255, 255))
-        .answer(WorkerStatus::BadRequest)
+        .answer(WorkerStatus::InvalidRequest)
         .query(type, 7, pointPayload(kNan, 0, 0, 4, 4))
         .answer(WorkerStatus::QueryFailed)
         .query(type, 7, pointPayload(0, 0, -kInfinity, 0, 0))
@@ -97,7 +97,7 @@ Scenario fullTable() {
   for (std::uint64_t id = 100; id < 132; ++id) {
     scenario.registerContext(id, identityContextRecord(id)).ok();
   }
-  scenario.registerContext(132, identityContextRecord(132)).answer(WorkerStatus::BadRequest);
+  scenario.registerContext(132, identityContextRecord(132)).answer(WorkerStatus::InvalidRequest);
   scenario.query(kConvert, 132, pointPayload(1, 2, 3, 0, 0)).answer(WorkerStatus::ContextNotFound);
   for (const std::uint64_t id : {100, 115, 131}) {
     scenario.registerContext(id, recordWith(id, ContextOffset::kSystems, 5)).ok();
@@ -106,7 +106,7 @@ Scenario fullTable() {
   for (std::uint64_t id = 101; id < 115; ++id) {
     scenario.query(kConvert, id, pointPayload(1, 2, 3, 0, 1)).ok(pointResult(1, 2, 3));
   }
-  return scenario.registerContext(0, identityContextRecord(0)).answer(WorkerStatus::BadRequest);
+  return scenario.registerContext(0, identityContextRecord(0)).answer(WorkerStatus::InvalidRequest);
 }
 
 // The key of cell (i, j) without a seed.
@@ -124,9 +124,9 @@ std::vector<Scenario> registrations() {
   return {
       Scenario("ItsIdIsTheHeaders")
           .registerContext(7, identityContextRecord(8))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .registerContext(7, identityContextRecord(7 + (std::uint64_t{1} << 32)))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(kConvert, 7, pointPayload(1, 2, 3, 0, 0))
           .answer(WorkerStatus::ContextNotFound)
           .query(kConvert, 8, pointPayload(1, 2, 3, 0, 0))
@@ -158,9 +158,9 @@ std::vector<Scenario> registrations() {
           .registerContext(7, recordWith(7, ContextOffset::kSystems, 5))
           .ok()
           .registerContext(7, identityContextRecord(8))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .registerContext(7, identityContextRecord(7) + "x")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(kConvert, 7, pointPayload(1, 2, 3, 0, 1))
           .ok(pointResult(6, 2, 3)),
       everySize(),
@@ -313,37 +313,37 @@ std::vector<Scenario> geometry() {
           .ok(geometryResult(6, 2)),
       Scenario("WrongCounts")
           .geometry(geometryPayload(1, 0, {}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(2, 0, {}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(3, 0, {}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(4, 1, {1}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(5, 3, {1, 2, 3}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(5, 5, {1, 2, 3, 4, 5}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(6, 3, {1, 2, 3}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(7, 5, {1, 2, 3, 4, 5}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(1, 8, {1, 2, 3, 4, 5, 6, 7}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0)),
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0)),
       // Size, count, operands, operation, the operation's own count: the first fault decides.
       Scenario("OrderOfChecks")
           .geometry("")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .geometry(geometryPayload(0, 8, {}).substr(0, 63))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .geometry(geometryPayload(0, 8, {}) + "x")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .geometry(geometryPayload(0, 8, {kNan}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(0, 1, {kNan}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(0, 2, {1, kInfinity}))
-          .answer(WorkerStatus::BadRequest, geometryResult(0, 0))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
           .geometry(geometryPayload(0, 0, {}))
           .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
           .geometry(geometryPayload(8, 0, {}))
@@ -376,4 +376,4 @@ std::vector<Scenario> geometry() {
 INSTANTIATE_TEST_SUITE_P(Geometry, WholeConversation, testing::ValuesIn(geometry()), nameOf);
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -16,7 +16,7 @@
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/real_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::uint64_t kConversationCount = 600;
@@ -195,4 +195,4 @@ TEST(Differential, ShrinkingKeepsWhatFails) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

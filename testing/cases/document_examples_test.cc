@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using testing::ElementsAre;
@@ -59,4 +59,4 @@ TEST(MessagePatterns, FitWhatStandsInTheirBrackets) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -17,14 +17,14 @@
 #include <utility>
 #include <vector>
 
-#include "client/process.h"
-#include "client/worker_client.h"
 #include "console/script.h"
 #include "console/session.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/formats/document_examples.h"
 #include "testing/workers/executable_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -254,4 +254,4 @@ TEST(Documents, NameCommandsThatExist) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -10,11 +10,11 @@
 #include <string>
 
 #include "geometry/elementary_functions.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
 #include "testing/base/response_record.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr int kCount = 200'000;
@@ -59,4 +59,4 @@ TEST(ElementaryFunctionSurvey, Cosine) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -9,7 +9,7 @@
 
 #include "testing/formats/document_examples.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -52,4 +52,4 @@ TEST(EmbeddingDocument, BeginsWithTenLines) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -10,7 +10,7 @@
 #include "testing/generators/conversation.h"
 #include "testing/workers/executable_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::uint64_t kFirstSeed = 1000001;
@@ -30,4 +30,4 @@ TEST(ExecutableDifferential, ExecutableAnswersWhatTheLiteralImplementationAnswer
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -8,10 +8,10 @@
 #include <map>
 #include <string>
 
-#include "client/worker_client.h"
 #include "console/explainer.h"
 #include "explain/evaluation.h"
 #include "explain/explanation.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/base/random.h"
 #include "testing/base/test_environment.h"
 #include "testing/base/value_text.h"
@@ -21,7 +21,7 @@
 #include "testing/workers/in_process_worker.h"
 #include "worker/encoding.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 // The number of random programs to try, out of `count`: fewer in builds where each takes long.
@@ -40,8 +40,8 @@ class FaultyRuns : public testing::Test {
     if (faulty.has_context) registerContext();
     explainer.start("p", faulty.text, faulty.has_context ? &context : nullptr);
     auto reply = client.evalStart(faulty.text, faulty.has_context ? context.id : 0);
-    for (std::size_t n = 1; reply && reply->status == ::worker::WorkerStatus::HostCallPending;
-         ++n) {
+    for (std::size_t n = 1;
+         reply && reply->status == lisp_worker::worker::WorkerStatus::HostCallPending; ++n) {
       if (n == faulty.change_at_call) {
         context = movedContext();
         explainer.replaceContext(context);
@@ -60,7 +60,9 @@ class FaultyRuns : public testing::Test {
     return explainer.finish(*reply);
   }
 
-  void registerContext() { EXPECT_EQ(client.registerContext(context), ::worker::WorkerStatus::Ok); }
+  void registerContext() {
+    EXPECT_EQ(client.registerContext(context), lisp_worker::worker::WorkerStatus::Ok);
+  }
 
   [[nodiscard]] bool isRight(const FaultyProgram& faulty, const std::string& told) const {
     const explain::Outcome& outcome = explainer.outcome();
@@ -136,4 +138,4 @@ TEST(Explanations, ComeToWhatTheWorkerComesTo) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 TEST_P(WholeConversation, GoesAsItMustInProcess) {
   constexpr std::size_t kBytewiseSizeMax = 100000;
@@ -79,9 +79,9 @@ std::vector<Scenario> faults() {
       fault("ABadVersionBeforeABadLength", faultyHeader(kMagic, 4, 0x100001),
             WorkerStatus::BadVersion, ExitCode::BadVersion),
       fault("APayloadLengthBeyondTheLimit", faultyHeader(kMagic, 3, 0x100001),
-            WorkerStatus::BadRequest, ExitCode::PayloadTooLarge),
+            WorkerStatus::InvalidRequest, ExitCode::PayloadTooLarge),
       fault("TheLargestPayloadLength", faultyHeader(kMagic, 3, 0xFFFFFFFF),
-            WorkerStatus::BadRequest, ExitCode::PayloadTooLarge),
+            WorkerStatus::InvalidRequest, ExitCode::PayloadTooLarge),
   };
   for (int byte = 0; byte < 4; ++byte) {
     scenarios.push_back(fault("AMagicWrongInByte" + std::to_string(byte),
@@ -187,7 +187,7 @@ Scenario echoes() {
           break;
         default:
           scenario.answer(type == 0 || type == 10 ? WorkerStatus::UnknownType
-                                                  : WorkerStatus::BadRequest);
+                                                  : WorkerStatus::InvalidRequest);
       }
     }
   }
@@ -219,13 +219,13 @@ std::vector<Scenario> frames() {
       // The worst thing to happen to one request leaves the next alone.
       Scenario("FaultsOfRequestsEndNothing")
           .registerContext(1, "short")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(MessageType::Convert, 1, "short")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(MessageType::Convert, 1, std::string(32, '\0'))
           .answer(WorkerStatus::ContextNotFound)
           .geometry("short")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(")
           .readError("unterminated list")
           .start("(CAR")
@@ -237,7 +237,7 @@ std::vector<Scenario> frames() {
           .start("1", 77)
           .answer(WorkerStatus::ContextNotFound)
           .resume(1, "1")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .cancel(1)
           .ok()
           .ping()
@@ -250,4 +250,4 @@ std::vector<Scenario> frames() {
 INSTANTIATE_TEST_SUITE_P(Frame, WholeConversation, testing::ValuesIn(frames()), nameOf);
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

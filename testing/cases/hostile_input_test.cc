@@ -12,16 +12,16 @@
 #include <string_view>
 #include <vector>
 
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/wire_frames.h"
 #include "testing/wire/wire_laws.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 INSTANTIATE_TEST_SUITE_P(Whole, WholeConversation, testing::Values(referenceConversation()),
                          nameOf);
@@ -279,4 +279,4 @@ TEST(WireLaws, CondemnAnyOtherByteInWhatIsFixed) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -20,7 +20,7 @@
 #include "testing/workers/keepings.h"
 #include "testing/workers/real_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 // Says where the first worker differs; empty when all agree.
@@ -146,4 +146,4 @@ TEST(KeptRuns, EndAtTheStepLimitWhereverTheyWaited) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -22,7 +22,7 @@
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/explained_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -197,4 +197,4 @@ TEST(LanguageDocument, ShowsEveryListedMessage) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
 #include "worker/encoding.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::ExitCode;
@@ -56,21 +56,21 @@ std::vector<Scenario> payloads() {
           .ping(largest)
           .ok()
           .registerContext(7, largest)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(MessageType::LocateCell, 7, largest)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(MessageType::CellPlaneToSystem, 7, largest)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .query(MessageType::Convert, 7, largest)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .geometry(largest)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start(padded("(1+ (GETDIST))"))
           .call(1, "GETDIST", 0, "()", 2)
           .resume(1, padded("2"))
           .value("3", 2)
           .resume(1, largest)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .cancel(1, largest)
           .ok()
           .request(unknown, largest)
@@ -89,7 +89,7 @@ std::vector<Scenario> payloads() {
                             .ping()
                             .ok()
                             .request(header)
-                            .answer(WorkerStatus::BadRequest)
+                            .answer(WorkerStatus::InvalidRequest)
                             .unanswered(largest + "x" + largest)
                             .ends(ExitCode::PayloadTooLarge));
   }
@@ -114,13 +114,14 @@ Scenario valueSizes() {
     const std::string even_list = size % 2 != 0 ? list : "(" + filled("1 ", size - 4) + "22)";
     scenario.start("'" + even_list).value(even_list, 1);
   }
-  scenario.start("\"" + std::string(kTextSizeMax - 1, 's') + "\"").answer(WorkerStatus::BadRequest);
-  scenario.start("'" + std::string(kTextSizeMax + 1, 'S')).answer(WorkerStatus::BadRequest);
-  scenario.start("'(" + filled("1 ", kTextSizeMax - 2) + "1)").answer(WorkerStatus::BadRequest);
+  scenario.start("\"" + std::string(kTextSizeMax - 1, 's') + "\"")
+      .answer(WorkerStatus::InvalidRequest);
+  scenario.start("'" + std::string(kTextSizeMax + 1, 'S')).answer(WorkerStatus::InvalidRequest);
+  scenario.start("'(" + filled("1 ", kTextSizeMax - 2) + "1)").answer(WorkerStatus::InvalidRequest);
   scenario.start("(SETQ X \"" + std::string(kTextSizeMax - 1, 's') + "\")")
-      .answer(WorkerStatus::BadRequest);
+      .answer(WorkerStatus::InvalidRequest);
   // It was committed: X is a string of one byte more than fits.
-  return scenario.start("(CAR X)").value("nil", 2).start("X").answer(WorkerStatus::BadRequest);
+  return scenario.start("(CAR X)").value("nil", 2).start("X").answer(WorkerStatus::InvalidRequest);
 }
 
 Scenario callSizes() {
@@ -137,7 +138,7 @@ Scenario callSizes() {
     scenario.resume(run_id++, "1").value("1", 3);
   }
   const std::string string = "\"" + std::string(kTextSizeMax - 3, 's') + "\"";
-  scenario.start("(COMMAND " + string + ")").answer(WorkerStatus::BadRequest);
+  scenario.start("(COMMAND " + string + ")").answer(WorkerStatus::InvalidRequest);
   // It waits under the id that nobody was told.
   scenario.start("(GETPOINT)").call(run_id + 1, "GETPOINT", 0, "()", 1);
   return scenario.resume(run_id, "2").value("2", 2);
@@ -154,7 +155,7 @@ Scenario messageSizes() {
       if (fits) {
         scenario.evalError(message, steps);
       } else {
-        scenario.answer(WorkerStatus::BadRequest);
+        scenario.answer(WorkerStatus::InvalidRequest);
       }
     };
     const std::string symbol(size - unbound.size(), 'S');
@@ -181,15 +182,15 @@ Scenario answerSizes() {
     if (size <= kTextSizeMax) {
       scenario.value(answer, 1);
     } else {
-      scenario.answer(WorkerStatus::BadRequest);
+      scenario.answer(WorkerStatus::InvalidRequest);
     }
-    scenario.resume(run_id++, "1").answer(WorkerStatus::BadRequest);
+    scenario.resume(run_id++, "1").answer(WorkerStatus::InvalidRequest);
   }
   // A replayed call that is too long to send stays pending, too.
   scenario.start("(LIST (GETPOINT) (ENTGET (GETDIST)))").call(run_id, "GETPOINT", 0, "()", 2);
   scenario.resume(run_id, "1").call(run_id, "GETDIST", 0, "()", 4);
   scenario.resume(run_id, "\"" + std::string(kTextSizeMax, 's') + "\"");
-  scenario.answer(WorkerStatus::BadRequest);
+  scenario.answer(WorkerStatus::InvalidRequest);
   return scenario.resume(run_id, "2").value("(1 2)", 4);
 }
 
@@ -208,24 +209,24 @@ std::vector<Scenario> doublings() {
           .start(loop + "(LENGTH X)")
           .value("2", 4 + 1 + 30 * (3 + 6) + 3 + 2)
           .start("X")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(SETQ Y X) " + loop + "(EQUAL X Y)")
           .value("T", 2 + 4 + 1 + 30 * (3 + 6) + 3 + 3)
           .start("(GETPOINT X)")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .resume(1, "1")
           .value("1", 2),
       Scenario("AsOftenAsAProgramHolds")
           .start("(SETQ X 1)")
           .value("1", 2)
           .start(asOftenAsFits(double_once))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(LENGTH X)")
           .value("2", 2)
           .start("(SETQ Y X X 1)")
           .value("1", 3)
           .start(asOftenAsFits(double_once))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(EQUAL X Y)")
           .value("T", 3)
           .start("(EQUAL X (CAR Y))")
@@ -254,7 +255,7 @@ Scenario nestingAcrossRuns() {
     if (levels * 2 + 3 <= kTextSizeMax) {
       scenario.value(std::string(levels, '(') + "nil" + std::string(levels, ')'), 3 * count);
     } else {
-      scenario.answer(WorkerStatus::BadRequest);
+      scenario.answer(WorkerStatus::InvalidRequest);
     }
   }
   return scenario.start("(LENGTH X)").value("1", 2).start("(SETQ X nil)").value("nil", 2);
@@ -304,7 +305,7 @@ std::vector<Scenario> tokens() {
       Scenario("OfAMillionDigits")
           // Too large for a number, so the name of nothing, and that too long to say.
           .start(digits)
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("0." + digits.substr(2))
           .value("0.1111111111111111", 1)
           .start("-." + std::string(kPayloadSizeMax - 3, '0') + "1")
@@ -312,28 +313,28 @@ std::vector<Scenario> tokens() {
           .start(digits.substr(0, kPayloadSizeMax - exponent.size()) + exponent)
           .value("0.1111111111111111", 1)
           .start("0x" + digits.substr(2))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("0x." + digits.substr(3))
           .value("0.066666666666666666", 1)
           .start(std::string(kPayloadSizeMax - 1, '0') + "7")
           .value("7", 1)
           .start("1e" + digits.substr(2))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("1e-" + digits.substr(3))
           .value("0", 1),
       Scenario("OfAMillionBytes")
           .start(std::string(kPayloadSizeMax, 'a'))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start(std::string(kPayloadSizeMax, '\0'))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start(std::string(kPayloadSizeMax, '\xFF'))
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(SETQ " + std::string(kPayloadSizeMax - 20, 'a') + " 5)")
           .value("5", 2)
           .start(std::string(kPayloadSizeMax - 20, 'A'))
           .value("5", 1)
           .start(std::string(kPayloadSizeMax - 19, 'A'))
-          .answer(WorkerStatus::BadRequest),
+          .answer(WorkerStatus::InvalidRequest),
       Scenario("OfAnAnswer")
           .start("(CAR (GETPOINT))")
           .call(1, "GETPOINT", 0, "()", 2)
@@ -419,4 +420,4 @@ std::vector<Scenario> forms() {
 INSTANTIATE_TEST_SUITE_P(Form, WholeConversation, testing::ValuesIn(forms()), nameOf);
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -16,7 +16,7 @@
 #include "testing/reference/literal_worker.h"
 #include "testing/wire/frame_makers.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::WorkerStatus;
@@ -318,7 +318,7 @@ TEST(LiteralEncoder, CutsNamesAndRefusesLongTexts) {
   EXPECT_EQ(literalEncodeResponse(text, 0).payload.size(), 0x100000u);
   text.value = literalString(std::string(0x100000 - 64 - 1, 'x'));
   EXPECT_EQ(literalEncodeResponse(text, 0).payload, "");
-  EXPECT_EQ(literalEncodeResponse(text, 0).status, WorkerStatus::BadRequest);
+  EXPECT_EQ(literalEncodeResponse(text, 0).status, WorkerStatus::InvalidRequest);
 }
 
 TEST(LiteralEncoder, CapsTheArgumentCount) {
@@ -386,8 +386,8 @@ TEST(LiteralRuns, NumberThemselvesFromOne) {
   EXPECT_EQ(worker.handle(cancelFrame(1)).status, WorkerStatus::Ok);
   EXPECT_EQ(worker.handle(cancelFrame(99)).status, WorkerStatus::Ok);
   EXPECT_EQ(decodeEvalResult(worker.handle(startFrame("(GETPOINT)")).payload).run_id, 2u);
-  EXPECT_EQ(worker.handle(resumeFrame(0, "1")).status, WorkerStatus::BadRequest);
-  EXPECT_EQ(worker.handle(resumeFrame(1, "1")).status, WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.handle(resumeFrame(0, "1")).status, WorkerStatus::InvalidRequest);
+  EXPECT_EQ(worker.handle(resumeFrame(1, "1")).status, WorkerStatus::InvalidRequest);
   EXPECT_EQ(shown(worker.handle(resumeFrame(2, "nil"))), "nil");
 }
 
@@ -398,7 +398,7 @@ TEST(LiteralRuns, ReplayTheirAnswersInOrder) {
   EXPECT_EQ(shown(worker.handle(resumeFrame(1, "(1 2)"))), "call SSGET (A)");
   EXPECT_EQ(shown(worker.handle(resumeFrame(1, "(B C)"))), "call ENTGET (B)");
   EXPECT_EQ(shown(worker.handle(resumeFrame(1, "unbound"))), "((1 2) UNBOUND)");
-  EXPECT_EQ(worker.handle(resumeFrame(1, "1")).status, WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.handle(resumeFrame(1, "1")).status, WorkerStatus::InvalidRequest);
 }
 
 TEST(LiteralRuns, EndAtAnAnswerThatCannotBeRead) {
@@ -408,7 +408,7 @@ TEST(LiteralRuns, EndAtAnAnswerThatCannotBeRead) {
             "ReadError: host response parse error: expected exactly one form");
   EXPECT_EQ(shown(worker.handle(resumeFrame(2, "(1"))),
             "ReadError: host response parse error: unterminated list");
-  EXPECT_EQ(worker.handle(resumeFrame(1, "1")).status, WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.handle(resumeFrame(1, "1")).status, WorkerStatus::InvalidRequest);
 }
 
 TEST(LiteralRuns, DivergeOverNaN) {
@@ -423,7 +423,7 @@ TEST(LiteralRuns, SeeAReplacedContext) {
   LiteralWorker worker;
   EXPECT_EQ(worker.handle(startFrame("1", 7)).status, WorkerStatus::ContextNotFound);
   std::string record = identityContextRecord(7);
-  EXPECT_EQ(worker.handle(registerFrame(8, record)).status, WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.handle(registerFrame(8, record)).status, WorkerStatus::InvalidRequest);
   EXPECT_EQ(worker.handle(registerFrame(7, record)).status, WorkerStatus::Ok);
   EXPECT_EQ(shown(worker.handle(startFrame("(TRANS '(1 2) 0.9 -0.5)", 7))), "(1 2 0)");
   EXPECT_EQ(shown(worker.handle(startFrame("(GETPOINT) (ENTGET (TRANS '(1 2) 1 0))", 7))),
@@ -474,11 +474,11 @@ TEST(LiteralRuns, CommitBeforeTheResponseIsFoundTooLong) {
   LiteralWorker worker;
   const std::string text(0x100000 - 20, 'x');
   EXPECT_EQ(worker.handle(startFrame("(SETQ A \"" + text + "\")")).status,
-            WorkerStatus::BadRequest);
+            WorkerStatus::InvalidRequest);
   EXPECT_EQ(shown(worker.handle(startFrame("(EQ A A)"))), "T");
-  EXPECT_EQ(worker.handle(startFrame("(GETPOINT A)")).status, WorkerStatus::BadRequest);
+  EXPECT_EQ(worker.handle(startFrame("(GETPOINT A)")).status, WorkerStatus::InvalidRequest);
   EXPECT_EQ(shown(worker.handle(resumeFrame(1, "8"))), "8");
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -18,18 +18,18 @@
 #include <string>
 #include <string_view>
 
-#include "client/process.h"
 #include "lisp/number.h"
 #include "lisp/value.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
 #include "testing/base/response_record.h"
 #include "testing/base/test_environment.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/executable_worker.h"
 #include "worker/encoding.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::uint64_t kDefaultCount = 200'000;
@@ -143,4 +143,4 @@ TEST(NumberSurvey, TheExecutableGivesEveryNumberBack) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -19,7 +19,7 @@
 #include "testing/workers/keepings.h"
 #include "testing/workers/real_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 namespace fs = std::filesystem;
@@ -166,4 +166,4 @@ TEST(ProgramFile, CountsLinesFromTheFirst) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -14,15 +14,15 @@
 #include <string_view>
 #include <vector>
 
-#include "client/names.h"
+#include "lisp_worker/client/names.h"
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/formats/document_examples.h"
 #include "testing/wire/memory_stream.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
 #include "worker/loop.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using testing::IsEmpty;
@@ -211,4 +211,4 @@ TEST(ProtocolDocument, PlacesTheFieldsOfPayloads) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

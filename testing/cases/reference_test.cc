@@ -26,7 +26,7 @@
 #include "testing/workers/real_worker.h"
 #include "worker/encoding.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 bool isHostCall(const lisp::Builtin& builtin) {
@@ -209,4 +209,4 @@ TEST(Reference, HasNoBuiltinThatTheFuzzersDoNotKnow) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

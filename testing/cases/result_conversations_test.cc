@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/scenario.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::WorkerStatus;
@@ -175,4 +175,4 @@ std::vector<Scenario> calls() {
 INSTANTIATE_TEST_SUITE_P(Call, WholeConversation, testing::ValuesIn(calls()), nameOf);
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

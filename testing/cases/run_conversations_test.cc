@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::MessageHeader;
@@ -39,7 +39,7 @@ std::vector<Scenario> hostCalls() {
           .resume(1, "4")
           .value("5", 2)
           .resume(1, "4")
-          .answer(WorkerStatus::BadRequest),
+          .answer(WorkerStatus::InvalidRequest),
       Scenario("TwoCallsInAProgram")
           .start("(PROGN (GETPOINT) (GETPOINT))")
           .call(1, "GETPOINT", 0, "()", 2)
@@ -131,7 +131,7 @@ std::vector<Scenario> hostCalls() {
           .resume(1, "1")
           .evalError("LISP evaluation depth exceeded", 1 + 130)
           .resume(1, "1")
-          .answer(WorkerStatus::BadRequest),
+          .answer(WorkerStatus::InvalidRequest),
   };
 }
 
@@ -145,7 +145,7 @@ Scenario badAnswer(const std::string& name, const std::string& answer, const std
       .resume(1, answer)
       .readError("host response parse error: " + message)
       .resume(1, "1")
-      .answer(WorkerStatus::BadRequest)
+      .answer(WorkerStatus::InvalidRequest)
       .start("X")
       .evalError("unbound symbol: X", 1);
 }
@@ -223,7 +223,7 @@ std::vector<Scenario> runIds() {
           .start("(GETPOINT)")
           .call(1, "GETPOINT", 0, "()", 1)
           .resume(0, "1")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .cancel(0)
           .ok()
           .resume(1, "1")
@@ -232,18 +232,18 @@ std::vector<Scenario> runIds() {
           .start("(GETPOINT)")
           .call(1, "GETPOINT", 0, "()", 1)
           .resume(2, "1")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .resume(0x100000001, "1")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .cancel(0x8000000000000001)
           .ok()
           .resume(1, "1")
           .value("1", 1),
       Scenario("ComeBeforeTheAnswer")
           .resume(1, "(")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .resume(0, "(")
-          .answer(WorkerStatus::BadRequest),
+          .answer(WorkerStatus::InvalidRequest),
       Scenario("OfAnUnknownRunCancelNothing")
           .cancel(1)
           .ok()
@@ -256,7 +256,7 @@ std::vector<Scenario> runIds() {
           .cancel(1)
           .ok()
           .resume(1, "1")
-          .answer(WorkerStatus::BadRequest),
+          .answer(WorkerStatus::InvalidRequest),
   };
 }
 
@@ -269,7 +269,7 @@ Scenario lostRun(const std::string& name, const std::string& program, std::uint6
 
 Scenario& gone(Scenario& scenario) {
   return scenario.resume(1, "0")
-      .answer(WorkerStatus::BadRequest)
+      .answer(WorkerStatus::InvalidRequest)
       .start("X")
       .evalError("unbound symbol: X", 1);
 }
@@ -375,13 +375,13 @@ std::vector<Scenario> leftBehind() {
       Scenario("ByAResultTooLongToSend")
           .start("(SETQ I 0 X (LIST \"0123456789abcdef\"))"
                  " (WHILE (< I 16) (SETQ X (LIST X X) I (1+ I))) X")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(LIST I (LENGTH X))")
           .value("(16 2)", 4),
       Scenario("ByACallTooLongToSend")
           .start("(SETQ I 0 X (LIST \"0123456789abcdef\"))"
                  " (WHILE (< I 16) (SETQ X (LIST X X) I (1+ I))) (SETQ Y (GETDIST X))")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("(GETPOINT)")
           .call(2, "GETPOINT", 0, "()", 1)
           .start("Y")
@@ -464,7 +464,7 @@ std::vector<Scenario> contexts() {
           .resume(1, "nil")
           .evalError("LISP host replay divergence at call 2: GETDIST", 9)
           .resume(1, "nil")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("X")
           .evalError("unbound symbol: X", 1),
       Scenario("ReplacedMakesAnotherCall")
@@ -495,7 +495,7 @@ std::vector<Scenario> contexts() {
           .resume(1, "nil")
           .evalError("LISP host replay transcript has unused answers", 11)
           .resume(1, "nil")
-          .answer(WorkerStatus::BadRequest)
+          .answer(WorkerStatus::InvalidRequest)
           .start("X")
           .evalError("unbound symbol: X", 1),
       Scenario("ReplacedMakesATransformSingular")
@@ -539,4 +539,4 @@ std::vector<Scenario> contexts() {
 INSTANTIATE_TEST_SUITE_P(Context, WholeConversation, testing::ValuesIn(contexts()), nameOf);
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

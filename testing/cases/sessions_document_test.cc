@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "session/explain.h"
-#include "session/session.h"
+#include "lisp_worker/session/explain.h"
+#include "lisp_worker/session/session.h"
 #include "testing/formats/document_examples.h"
 #include "testing/workers/in_process_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using testing::HasSubstr;
@@ -63,4 +63,4 @@ TEST(SessionsDocument, ShowsAnExplanationAsItIs) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/scenario.h"
@@ -17,9 +18,8 @@
 #include "testing/wire/wire_frames.h"
 #include "testing/workers/child_process.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::MessageType;
@@ -55,7 +55,7 @@ Scenario batch(std::uint64_t round, std::uint64_t& run_id) {
     scenario.start("(1+ (GETDIST " + n + "))").call(run_id, "GETDIST", 1, "(" + n + ")", 3);
     scenario.start("(ENTGET)").call(run_id + 1, "ENTGET", 0, "()", 1);
     scenario.resume(run_id, "41").value("42", 3);
-    scenario.resume(run_id, "1").answer(WorkerStatus::BadRequest);
+    scenario.resume(run_id, "1").answer(WorkerStatus::InvalidRequest);
     scenario.cancel(run_id + 1).ok();
     run_id += 2;
   }
@@ -150,4 +150,4 @@ TEST(Soak, ManyAnswersLeaveTheWorkerAsItWas) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -10,7 +10,7 @@
 
 #include "testing/formats/scenario.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class WholeConversation : public testing::TestWithParam<Scenario> {};
 
@@ -19,6 +19,6 @@ class WholeConversation : public testing::TestWithParam<Scenario> {};
   return info.param.name();
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_CASES_WHOLE_CONVERSATION_H_

@@ -28,7 +28,7 @@
 #include "testing/workers/watched_worker.h"
 #include "testing/workers/worker_process.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using std::chrono::milliseconds;
@@ -311,4 +311,4 @@ TEST(WorkerProcess, LeavesAtOnceWithMillionsOfValues) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -11,14 +11,14 @@
 #include <thread>
 #include <vector>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/response_record.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/wire_frames.h"
 #include "testing/workers/child_process.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::MessageHeader;
@@ -199,4 +199,4 @@ TEST(WorkerProcess, IgnoresArguments) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

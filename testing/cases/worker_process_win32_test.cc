@@ -16,13 +16,13 @@
 #include <string>
 #include <string_view>
 
-#include "client/process.h"
+#include "lisp_worker/client/process.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/workers/child_process.h"
 #include "testing/workers/executable_worker.h"
 #include "testing/workers/worker_process.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr const char* kRoleVariable = "LISP_DEAD_HOST_ROLE";
@@ -271,4 +271,4 @@ INSTANTIATE_TEST_SUITE_P(Rows, Win32WorkerOfADeadHost, testing::ValuesIn(deadHos
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

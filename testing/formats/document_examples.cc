@@ -10,7 +10,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::string_view kFence = "```";
@@ -159,4 +159,4 @@ bool fitsPattern(std::string_view text, std::string_view pattern) {
   return false;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -13,7 +13,7 @@
 
 #include "testing/formats/program_file.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // The top of the source tree: the directory that LISP_SOURCE_DIR names, or the current one.
 [[nodiscard]] std::filesystem::path sourceDirectory();
@@ -54,6 +54,6 @@ struct DocumentBlock {
 // "unbound symbol: <name>" fits "unbound symbol: X".
 [[nodiscard]] bool fitsPattern(std::string_view text, std::string_view pattern);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_FORMATS_DOCUMENT_EXAMPLES_H_

@@ -11,10 +11,10 @@
 #include <optional>
 #include <utility>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/frame_makers.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using Kind = ScriptStep::Kind;
@@ -313,4 +313,4 @@ std::vector<std::string> runProgramFile(const ProgramFile& file, FramePort& port
   return faults;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -16,7 +16,7 @@
 
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // One step of a script: a request to send, or what must hold for the response to the last one.
 struct ScriptStep {
@@ -58,6 +58,6 @@ struct ProgramFile {
 // not hold, beginning with the number of the line that says so; none when all is well.
 [[nodiscard]] std::vector<std::string> runProgramFile(const ProgramFile& file, FramePort& port);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_FORMATS_PROGRAM_FILE_H_

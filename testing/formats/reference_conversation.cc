@@ -5,11 +5,11 @@
 #include <limits>
 #include <string>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::MessageType;
@@ -40,18 +40,18 @@ void addContexts(Scenario& scenario) {
   scenario.query(MessageType::Convert, 7, pointPayload(1, 2, 3, 0, 1));
   scenario.answer(WorkerStatus::ContextNotFound);
   scenario.registerContext(7, record(7, 10)).ok();
-  scenario.registerContext(8, record(7, 10)).answer(WorkerStatus::BadRequest);
-  scenario.registerContext(7, "short").answer(WorkerStatus::BadRequest);
+  scenario.registerContext(8, record(7, 10)).answer(WorkerStatus::InvalidRequest);
+  scenario.registerContext(7, "short").answer(WorkerStatus::InvalidRequest);
   scenario.query(MessageType::Convert, 7, pointPayload(1, 2, 3, 1, 0)).ok(pointResult(11, 22, 33));
   scenario.query(MessageType::Convert, 7, pointPayload(1, 2, 3, 0, 2));
   scenario.answer(WorkerStatus::QueryFailed);
   scenario.query(MessageType::Convert, 7, pointPayload(1, 2, 3, 5, 0));
-  scenario.answer(WorkerStatus::BadRequest);
-  scenario.query(MessageType::Convert, 7, "short").answer(WorkerStatus::BadRequest);
+  scenario.answer(WorkerStatus::InvalidRequest);
+  scenario.query(MessageType::Convert, 7, "short").answer(WorkerStatus::InvalidRequest);
   scenario.query(MessageType::CellPlaneToSystem, 7, pointPayload(1, 2, 3, 0, 0));
   scenario.ok(pointResult(1, 2, 3));
   scenario.query(MessageType::CellPlaneToSystem, 7, pointPayload(1, 2, 3, 0, 5));
-  scenario.answer(WorkerStatus::BadRequest);
+  scenario.answer(WorkerStatus::InvalidRequest);
   scenario.query(MessageType::LocateCell, 7, pointPayload(0.5, 0.5, 0, 0, 0));
   scenario.ok(cellResult(0.5, 0.5, 0, 0, 0, 0x1d5fb089a0e993c4, 0));
   scenario.query(MessageType::LocateCell, 7, pointPayload(kInfinity, 0, 0, 0, 0));
@@ -62,14 +62,14 @@ void addGeometry(Scenario& scenario) {
   scenario.geometry(geometryPayload(1, 3, {1, 2, 3})).ok(geometryResult(6, 0));
   scenario.geometry(geometryPayload(7, 4, {1, 2, 0, 5})).ok(geometryResult(6, 2));
   scenario.geometry(geometryPayload(5, 3, {1, 2, 3}));
-  scenario.answer(WorkerStatus::BadRequest, geometryResult(0, 0));
+  scenario.answer(WorkerStatus::InvalidRequest, geometryResult(0, 0));
   scenario.geometry(geometryPayload(8, 1, {1}));
   scenario.answer(WorkerStatus::UnknownType, geometryResult(0, 0));
   scenario.geometry(geometryPayload(4, 2, {1, 0}));
   scenario.answer(WorkerStatus::Degenerate, geometryResult(0, 0));
   scenario.geometry(geometryPayload(3, 2, {1e200, 1e200}));
   scenario.answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0));
-  scenario.geometry("short").answer(WorkerStatus::BadRequest);
+  scenario.geometry("short").answer(WorkerStatus::InvalidRequest);
 }
 
 void addPrograms(Scenario& scenario) {
@@ -97,14 +97,14 @@ void addRuns(Scenario& scenario) {
   scenario.resume(1, "(1 2 3)").value("(1 2 3)", 2);
   scenario.resume(2, "($KVSEL \"E1\")").call(2, "ENTGET", 1, "($KVSEL)", 5);
   scenario.resume(2, "nil").value("(2.5 nil)", 5);
-  scenario.resume(2, "nil").answer(WorkerStatus::BadRequest);
+  scenario.resume(2, "nil").answer(WorkerStatus::InvalidRequest);
   scenario.start("(SETQ X 5) (COMMAND X)").call(3, "COMMAND", 1, "(5)", 4);
   scenario.start("X").value("(1 \"two\" THREE nil ())", 1);
-  scenario.resume(0, "nil").answer(WorkerStatus::BadRequest);
+  scenario.resume(0, "nil").answer(WorkerStatus::InvalidRequest);
   scenario.resume(3, "1 2").readError("host response parse error: expected exactly one form");
   scenario.start("(OSNAP)").call(4, "OSNAP", 0, "()", 1);
   scenario.cancel(4).ok();
-  scenario.resume(4, "nil").answer(WorkerStatus::BadRequest);
+  scenario.resume(4, "nil").answer(WorkerStatus::InvalidRequest);
   // A context that is replaced while a run waits in it.
   scenario.start("(GETCORNER (TRANS '(1 2) 1 0)) 1", 7);
   scenario.call(5, "GETCORNER", 1, "((11 22 30))", 5);
@@ -134,4 +134,4 @@ const Scenario& referenceConversation() {
   return scenario;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

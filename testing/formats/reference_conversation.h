@@ -7,10 +7,10 @@
 
 #include "testing/formats/scenario.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 [[nodiscard]] const Scenario& referenceConversation();
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_FORMATS_REFERENCE_CONVERSATION_H_

@@ -9,13 +9,13 @@
 #include <span>
 #include <utility>
 
-#include "client/process.h"
+#include "lisp_worker/client/process.h"
 #include "testing/wire/frame_port.h"
 #include "testing/wire/wire_frames.h"
 #include "testing/workers/executable_worker.h"
 #include "worker/loop.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::kHeaderSize;
@@ -255,4 +255,4 @@ std::string holdWithExecutable(const Scenario& scenario) {
   return exitDifference(static_cast<int>(exit.code), scenario.exitCode());
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -20,12 +20,12 @@
 #include <utility>
 #include <vector>
 
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/memory_channel.h"
 #include "testing/wire/memory_stream.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class Scenario {
  public:
@@ -110,6 +110,6 @@ struct WorkerLife {
 // Turn by turn, as a host does, with a process of its own.
 [[nodiscard]] std::string holdWithExecutable(const Scenario& scenario);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_FORMATS_SCENARIO_H_

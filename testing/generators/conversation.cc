@@ -11,7 +11,7 @@
 #include "testing/reference/literal_worker.h"
 #include "testing/wire/frame_makers.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::MessageType;
@@ -175,4 +175,4 @@ std::string describe(const std::vector<Exchange>& exchanges, std::size_t last) {
   return text;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -13,7 +13,7 @@
 
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A request of a conversation. The run that it names is the one that an earlier turn opened, so
 // turns can be taken out without the others losing their meaning.
@@ -55,6 +55,6 @@ struct Conversation {
 // The frames up to and including the one at `last`, with their right answers, for people.
 [[nodiscard]] std::string describe(const std::vector<Exchange>& exchanges, std::size_t last);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_CONVERSATION_H_

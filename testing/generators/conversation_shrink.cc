@@ -6,7 +6,7 @@
 #include "testing/generators/conversation.h"
 #include "testing/reference/literal_reader.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using Fails = std::function<bool(const std::vector<Turn>&)>;
@@ -140,4 +140,4 @@ std::vector<Turn> shrinkConversation(std::vector<Turn> turns, const Fails& fails
   return Shrinker(std::move(turns), fails, attempts_max).run();
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 // Stands in front of the byte that the caret should show; taken out at the end.
@@ -379,4 +379,4 @@ client::CoordContext movedContext() {
   return context;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/eval_result.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/eval_result.h"
 #include "testing/base/random.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 struct FaultyProgram {
   std::string text;
@@ -39,6 +39,6 @@ struct FaultyProgram {
 [[nodiscard]] client::CoordContext faultyContext();
 [[nodiscard]] client::CoordContext movedContext();
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_FAULTY_PROGRAMS_H_

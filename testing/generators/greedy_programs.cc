@@ -2,7 +2,7 @@
 
 #include "testing/generators/greedy_programs.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 std::string repeated(std::string_view text, std::size_t count) {
   std::string result;
@@ -36,4 +36,4 @@ std::string loop(std::size_t passes, std::string_view body) {
          std::string(body) + ") ";
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

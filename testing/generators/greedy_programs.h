@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // `text` `count` times.
 [[nodiscard]] std::string repeated(std::string_view text, std::size_t count);
@@ -28,6 +28,6 @@ namespace testing_support {
 // A loop of `passes` passes over the global I around `body`; its value is nil after no pass.
 [[nodiscard]] std::string loop(std::size_t passes, std::string_view body);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_GREEDY_PROGRAMS_H_

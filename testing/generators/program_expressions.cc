@@ -7,7 +7,7 @@
 #include "testing/generators/program_generator.h"
 #include "testing/generators/text_generator.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 std::string ProgramGenerator::expression(Sort sort, int fuel) {
   if (random_.chance(1, 250)) return mistake(fuel - 1);
@@ -333,4 +333,4 @@ std::string ProgramGenerator::mistake(int fuel) {
   return random_.pick(kTexts);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -11,7 +11,7 @@
 #include "testing/generators/scope_generator.h"
 #include "testing/generators/text_generator.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr int kLoopDepthMax = 2;
@@ -303,4 +303,4 @@ std::string ProgramGenerator::listLoop() {
   return text + " (SETQ I (1+ I))) (LIST (EQUAL L M) (EQUAL L (CONS (CAR L) (CDR L)))))";
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -18,7 +18,7 @@
 
 #include "testing/base/random.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class ProgramGenerator {
  public:
@@ -91,6 +91,6 @@ class ProgramGenerator {
   int loop_depth_ = 0;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_PROGRAM_GENERATOR_H_

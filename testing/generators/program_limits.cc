@@ -7,7 +7,7 @@
 #include "testing/generators/program_generator.h"
 #include "testing/generators/text_generator.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 std::string ProgramGenerator::nestedProgram() {
   static constexpr const char* kOpenings[] = {"(PROGN ", "(LIST ",      "(IF T ", "(CAR (LIST ",
@@ -73,4 +73,4 @@ std::string ProgramGenerator::contextProgram() {
   }
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -2,7 +2,7 @@
 
 #include "testing/generators/scope_generator.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr const char* kFunctions[] = {"SA", "SB", "SC"};
@@ -84,4 +84,4 @@ std::string ScopeGenerator::call(std::size_t callable, int fuel) {
   return text + ")";
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

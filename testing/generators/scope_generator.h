@@ -14,7 +14,7 @@
 
 #include "testing/base/random.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class ScopeGenerator {
  public:
@@ -40,6 +40,6 @@ class ScopeGenerator {
   int next_number_ = 0;  // No two constants of a program are the same.
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_SCOPE_GENERATOR_H_

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using std::string_literals::operator""s;
@@ -157,4 +157,4 @@ std::string generateSoup(Random& random) {
   return text;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

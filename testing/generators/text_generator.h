@@ -8,7 +8,7 @@
 
 #include "testing/base/random.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A number token: mostly small, sometimes at the edges of the double's range.
 [[nodiscard]] std::string generateNumber(Random& random);
@@ -36,6 +36,6 @@ namespace testing_support {
 // Bytes that matter to the reader in an order that need not make sense.
 [[nodiscard]] std::string generateSoup(Random& random);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_TEXT_GENERATOR_H_

@@ -11,7 +11,7 @@
 #include "testing/generators/text_generator.h"
 #include "testing/wire/frame_makers.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::uint64_t kContextId = 3;
@@ -180,4 +180,4 @@ std::vector<Exchange> playWaitingConversation(std::uint64_t seed, FramePort& ref
   return Player(seed, reference).run();
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

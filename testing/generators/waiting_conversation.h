@@ -13,13 +13,13 @@
 #include "testing/generators/conversation.h"
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // The conversation of a seed, with the answers of `reference`, which must be a worker that has not
 // been asked anything. The same for the same seed, as long as workers give the same answers.
 [[nodiscard]] std::vector<Exchange> playWaitingConversation(std::uint64_t seed,
                                                             FramePort& reference);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_GENERATORS_WAITING_CONVERSATION_H_

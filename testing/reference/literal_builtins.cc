@@ -12,7 +12,7 @@
 #include "geometry/elementary_functions.h"
 #include "testing/reference/literal_interpreter.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using Arguments = std::vector<LiteralValue>;
@@ -330,4 +330,4 @@ LiteralOutcome LiteralInterpreter::callHost(const std::string& name, const Items
   return outcome;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

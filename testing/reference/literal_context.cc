@@ -5,7 +5,7 @@
 #include <bit>
 #include <cmath>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr double kSingular = 1e-18;
@@ -97,16 +97,16 @@ std::optional<LiteralPoint> literalConvert(const LiteralContext& context, const 
 worker::WorkerStatus LiteralContextTable::registerContext(std::uint64_t context_id,
                                                           std::string_view record) {
   using worker::WorkerStatus;
-  if (record.size() != kRecordSize) return WorkerStatus::BadRequest;
+  if (record.size() != kRecordSize) return WorkerStatus::InvalidRequest;
   const LiteralContext context = literalReadContext(record);
-  if (context.id != context_id) return WorkerStatus::BadRequest;
+  if (context.id != context_id) return WorkerStatus::InvalidRequest;
   for (LiteralContext& registered : contexts_) {
     if (registered.id == context_id) {
       registered = context;
       return WorkerStatus::Ok;
     }
   }
-  if (contexts_.size() == kSlotCount) return WorkerStatus::BadRequest;
+  if (contexts_.size() == kSlotCount) return WorkerStatus::InvalidRequest;
   contexts_.push_back(context);
   return WorkerStatus::Ok;
 }
@@ -118,4 +118,4 @@ const LiteralContext* LiteralContextTable::find(std::uint64_t context_id) const 
   return nullptr;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

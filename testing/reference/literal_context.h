@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 inline constexpr std::size_t kLiteralSystemCount = 5;
 
@@ -59,7 +59,7 @@ struct LiteralContext {
 // The registered contexts: at most 32, replaced in place, never forgotten.
 class LiteralContextTable {
  public:
-  // Handles a registration; gives Ok or BadRequest.
+  // Handles a registration; gives Ok or InvalidRequest.
   worker::WorkerStatus registerContext(std::uint64_t context_id, std::string_view record);
   // The context registered under `context_id`, or null. A later registration of the same id
   // changes what the pointer shows; one of another id may end its life.
@@ -69,6 +69,6 @@ class LiteralContextTable {
   std::vector<LiteralContext> contexts_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_CONTEXT_H_

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::size_t kResponseSizeMax = 0x100000;
@@ -93,9 +93,9 @@ FrameResponse literalEncodeResponse(const LiteralOutcome& outcome, std::uint64_t
   }
 
   if (kResultHeaderSize + text.size() > kResponseSizeMax)
-    return FrameResponse{worker::WorkerStatus::BadRequest, ""};
+    return FrameResponse{worker::WorkerStatus::InvalidRequest, ""};
   putLittleEndian(header, 4, text.size(), 4);
   return FrameResponse{statusOf(outcome.kind), header + text};
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

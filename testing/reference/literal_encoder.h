@@ -10,7 +10,7 @@
 #include "testing/reference/literal_value.h"
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // The text form of `value`: numbers with 17 significant digits, strings without escapes.
 [[nodiscard]] std::string literalEncodeValue(const LiteralValue& value);
@@ -20,6 +20,6 @@ namespace testing_support {
 [[nodiscard]] FrameResponse literalEncodeResponse(const LiteralOutcome& outcome,
                                                   std::uint64_t run_id);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_ENCODER_H_

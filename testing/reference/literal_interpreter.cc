@@ -8,7 +8,7 @@
 
 #include "testing/reference/literal_reader.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 LiteralOutcome LiteralInterpreter::makeValue(LiteralValue value) const {
   LiteralOutcome outcome;
@@ -148,4 +148,4 @@ LiteralOutcome LiteralInterpreter::applyFunction(const std::string& name,
   return makeValue(std::move(last.value));
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

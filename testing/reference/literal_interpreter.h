@@ -19,7 +19,7 @@
 #include "testing/reference/literal_outcome.h"
 #include "testing/reference/literal_value.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using LiteralEnvironment = std::unordered_map<std::string, LiteralValue>;
 
@@ -99,6 +99,6 @@ class LiteralInterpreter {
   std::size_t copy_cost_ = 0;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_INTERPRETER_H_

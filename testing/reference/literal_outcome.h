@@ -10,7 +10,7 @@
 
 #include "testing/reference/literal_value.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 enum class LiteralOutcomeKind : std::uint8_t {
   Value = 0,
@@ -46,6 +46,6 @@ struct LiteralOutcome {
   std::uint64_t steps = 0;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_OUTCOME_H_

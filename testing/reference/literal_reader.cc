@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 constexpr std::uint32_t kNestingMax = 512;
@@ -175,4 +175,4 @@ std::optional<std::vector<LiteralValue>> literalParseAll(std::string_view text,
   return forms;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -12,7 +12,7 @@
 
 #include "testing/reference/literal_value.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Reads forms one after another from a borrowed text.
 class LiteralReader {
@@ -52,6 +52,6 @@ std::optional<LiteralValue> literalParseSingle(std::string_view text, std::strin
 std::optional<std::vector<LiteralValue>> literalParseAll(std::string_view text,
                                                          std::string* error_out);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_READER_H_

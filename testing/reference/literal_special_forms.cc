@@ -6,7 +6,7 @@
 
 #include "testing/reference/literal_interpreter.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 LiteralOutcome LiteralInterpreter::quote(const Items& items) {
   if (items.size() != 2) return evalError("quote expects one argument");
@@ -122,4 +122,4 @@ LiteralOutcome LiteralInterpreter::notNull(const std::string& name, const Items&
   return makeValue(literalIsTrue(outcome.value) ? literalNil() : literalTruth());
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

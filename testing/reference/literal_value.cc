@@ -7,7 +7,7 @@
 
 #include "testing/reference/literal_encoder.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 LiteralValue literalNil() { return LiteralValue{}; }
 
@@ -87,4 +87,4 @@ std::size_t literalCopyCost(const LiteralValue& value) {
 
 void PrintTo(const LiteralValue& value, std::ostream* out) { *out << literalEncodeValue(value); }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

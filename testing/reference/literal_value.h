@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 enum class LiteralKind : std::uint8_t { Nil = 0, Number = 1, String = 2, Symbol = 3, List = 4 };
 
@@ -56,6 +56,6 @@ LiteralValue literalTruth();
 // Prints the text form, for messages of failing tests.
 void PrintTo(const LiteralValue& value, std::ostream* out);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_VALUE_H_

@@ -7,7 +7,7 @@
 #include "testing/reference/literal_encoder.h"
 #include "testing/reference/literal_reader.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using worker::MessageType;
 using worker::WorkerStatus;
@@ -62,7 +62,7 @@ FrameResponse LiteralWorker::start(const Frame& frame) {
 
 FrameResponse LiteralWorker::resume(const Frame& frame) {
   const auto found = pending_runs_.find(frame.run_id);
-  if (found == pending_runs_.end()) return FrameResponse{WorkerStatus::BadRequest, ""};
+  if (found == pending_runs_.end()) return FrameResponse{WorkerStatus::InvalidRequest, ""};
   PendingRun& run = found->second;
 
   const LiteralContext* context = nullptr;
@@ -103,4 +103,4 @@ FrameResponse LiteralWorker::cancel(const Frame& frame) {
   return FrameResponse{WorkerStatus::Ok, ""};
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

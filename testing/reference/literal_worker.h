@@ -13,7 +13,7 @@
 #include "testing/reference/literal_outcome.h"
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class LiteralWorker : public FramePort {
  public:
@@ -46,6 +46,6 @@ class LiteralWorker : public FramePort {
   bool abandoned_ = false;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_REFERENCE_LITERAL_WORKER_H_

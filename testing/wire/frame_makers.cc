@@ -4,9 +4,9 @@
 
 #include <utility>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using worker::ContextOffset;
 using worker::MessageType;
@@ -49,4 +49,4 @@ PlanarSystem systemOf(const std::string& record, std::size_t index) {
   return system;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -10,7 +10,7 @@
 
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 [[nodiscard]] Frame startFrame(std::string program, std::uint64_t context_id = 0);
 [[nodiscard]] Frame resumeFrame(std::uint64_t run_id, std::string answer);
@@ -28,6 +28,6 @@ inline constexpr PlanarSystem kIdentitySystem = {0, 0, 1, 0, 0, 1, 1, 0};
 void setSystem(std::string& record, std::size_t index, const PlanarSystem& system);
 [[nodiscard]] PlanarSystem systemOf(const std::string& record, std::size_t index);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WIRE_FRAME_MAKERS_H_

@@ -2,9 +2,9 @@
 
 #include "testing/wire/frame_port.h"
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 EvalResult decodeEvalResult(const std::string& payload) {
   EvalResult result;
@@ -35,4 +35,4 @@ std::string describe(const FrameResponse& response) {
   return line + ": " + result.text;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

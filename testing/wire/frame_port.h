@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A request, as far as evaluation looks at it. Of the types, RegisterContext, EvalStart,
 // EvalResume and EvalCancel are answered.
@@ -54,6 +54,6 @@ struct EvalResult {
 // A response in one line for people, such as `status 0, steps 3: 3`.
 [[nodiscard]] std::string describe(const FrameResponse& response);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WIRE_FRAME_PORT_H_

@@ -13,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include "client/channel.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/channel.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class MemoryChannel final : public client::Channel {
  public:
@@ -89,6 +89,6 @@ struct EvalPayload {
   }
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WIRE_MEMORY_CHANNEL_H_

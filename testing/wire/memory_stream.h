@@ -15,7 +15,7 @@
 #include "worker/byte_stream.h"
 #include "worker/exact_transfer.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 inline constexpr std::size_t kAnySize = std::numeric_limits<std::size_t>::max();
 
@@ -73,6 +73,6 @@ class MemoryWriter final : public worker::ByteWriter {
   std::size_t piece_size_max_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WIRE_MEMORY_STREAM_H_

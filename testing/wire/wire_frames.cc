@@ -7,7 +7,7 @@
 #include <array>
 #include <span>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using worker::kHeaderSize;
 using worker::MessageHeader;
@@ -80,4 +80,4 @@ std::string geometryPayload(std::uint8_t operation, std::uint8_t count,
   return payload;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A valid header of that type with an empty payload; the ids are 0.
 [[nodiscard]] worker::MessageHeader requestHeader(worker::MessageType type);
@@ -41,6 +41,6 @@ struct WireResponse {
 [[nodiscard]] std::string geometryPayload(std::uint8_t operation, std::uint8_t count,
                                           std::initializer_list<double> operands);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WIRE_WIRE_FRAMES_H_

@@ -10,12 +10,12 @@
 #include <cstdint>
 #include <span>
 
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/frame_port.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using worker::ExitCode;
@@ -84,7 +84,7 @@ std::string brokenAnswerLaw(const MessageHeader& request, WorkerStatus status,
       if (status != WorkerStatus::Ok || !is_empty) return "a plain request is refused or answered";
       return {};
     case MessageType::RegisterContext:
-      if (!isOneOf(status, {WorkerStatus::Ok, WorkerStatus::BadRequest})) return "status";
+      if (!isOneOf(status, {WorkerStatus::Ok, WorkerStatus::InvalidRequest})) return "status";
       if (status == WorkerStatus::Ok && request.payload_length != worker::kContextPayloadSize) {
         return "a record of the wrong size is registered";
       }
@@ -93,28 +93,30 @@ std::string brokenAnswerLaw(const MessageHeader& request, WorkerStatus status,
     case MessageType::CellPlaneToSystem:
     case MessageType::Convert:
       if (request.payload_length != worker::kPointPayloadSize) {
-        return status == WorkerStatus::BadRequest && is_empty ? "" : "a point of the wrong size";
+        return status == WorkerStatus::InvalidRequest && is_empty ? ""
+                                                                  : "a point of the wrong size";
       }
       if (status == WorkerStatus::Ok) {
         return payload.size() == worker::kPointResultSize ? "" : "a result of the wrong size";
       }
-      if (!isOneOf(status, {WorkerStatus::BadRequest, WorkerStatus::ContextNotFound,
+      if (!isOneOf(status, {WorkerStatus::InvalidRequest, WorkerStatus::ContextNotFound,
                             WorkerStatus::QueryFailed})) {
         return "a status that no point request has";
       }
       return is_empty ? "" : "a failed query has a payload";
     case MessageType::GeometryRequest:
       if (request.payload_length != worker::kGeometryPayloadSize) {
-        return status == WorkerStatus::BadRequest && is_empty ? "" : "a request of the wrong size";
+        return status == WorkerStatus::InvalidRequest && is_empty ? ""
+                                                                  : "a request of the wrong size";
       }
-      if (!isOneOf(status, {WorkerStatus::Ok, WorkerStatus::BadRequest, WorkerStatus::UnknownType,
-                            WorkerStatus::Degenerate})) {
+      if (!isOneOf(status, {WorkerStatus::Ok, WorkerStatus::InvalidRequest,
+                            WorkerStatus::UnknownType, WorkerStatus::Degenerate})) {
         return "a status that no geometric request has";
       }
       return payload.size() == worker::kGeometryResultSize ? "" : "a result of the wrong size";
     case MessageType::EvalStart:
     case MessageType::EvalResume:
-      if (isOneOf(status, {WorkerStatus::BadRequest, WorkerStatus::ContextNotFound})) {
+      if (isOneOf(status, {WorkerStatus::InvalidRequest, WorkerStatus::ContextNotFound})) {
         return is_empty ? "" : "a refused evaluation has a payload";
       }
       return brokenResultLaw(status, payload);
@@ -186,4 +188,4 @@ std::string brokenLaw(std::string_view input, std::string_view output, int exit_
          std::to_string(static_cast<int>(expected_exit));
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -8,12 +8,12 @@
 #include <string>
 #include <string_view>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // The first law that the output of a worker breaks, in words; empty when it keeps them all. The
 // worker was sent `input` and then the end of the input, wrote `output` and ended with `exit_code`.
 [[nodiscard]] std::string brokenLaw(std::string_view input, std::string_view output, int exit_code);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WIRE_WIRE_LAWS_H_

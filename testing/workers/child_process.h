@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // An open stream as the system names it: a descriptor on POSIX systems, a handle on Windows.
 using SystemStream = std::intptr_t;
@@ -70,6 +70,6 @@ class ChildProcess {
   std::unique_ptr<State> state_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_CHILD_PROCESS_H_

@@ -25,7 +25,7 @@
 #include "testing/workers/child_process.h"
 #include "testing/workers/executable_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using std::chrono::microseconds;
@@ -209,4 +209,4 @@ microseconds ChildProcess::processorTime() const {
   return std::chrono::seconds(time.tv_sec) + microseconds(time.tv_nsec / 1000);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -8,12 +8,12 @@
 #include <chrono>
 #include <string>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Waits for any child of this process as ChildProcess::end does. Sets the processor time that it
 // has used, unless that is null.
 [[nodiscard]] std::string waitForEnd(pid_t process, std::chrono::microseconds* processor_time);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_CHILD_PROCESS_POSIX_H_

@@ -13,7 +13,7 @@
 #include "testing/workers/child_process.h"
 #include "testing/workers/executable_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using std::chrono::microseconds;
@@ -200,4 +200,4 @@ microseconds ChildProcess::processorTime() const {
   return toMicroseconds(kernel) + toMicroseconds(user);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -13,7 +13,7 @@
 #include "lisp/builtin.h"
 #include "testing/base/value_text.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 void installAll() {
@@ -58,4 +58,4 @@ lisp::EvalOutcome Replay::run(lisp::EvalLimits limits) const {
   return host::run_program(interpreter, source, limits);
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

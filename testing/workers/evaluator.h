@@ -12,7 +12,7 @@
 #include "lisp/interpreter.h"
 #include "lisp/outcome.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Runs programs in turn, with all builtins and without a coordinate context or transcript. A run
 // that ends with a value leaves its bindings and functions to the next, any other leaves nothing.
@@ -46,6 +46,6 @@ class Replay {
   lisp::HostTranscript transcript_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_EVALUATOR_H_

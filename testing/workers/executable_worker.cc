@@ -7,12 +7,12 @@
 #include <cstddef>
 #include <span>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/response_record.h"
 #include "testing/base/test_environment.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using worker::kHeaderSize;
 
@@ -52,4 +52,4 @@ std::string readResponse(client::Channel& channel) {
 
 std::string workerExecutable() { return environment("LISP_WORKER_PATH"); }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 
-#include "client/channel.h"
-#include "client/process.h"
+#include "lisp_worker/client/channel.h"
+#include "lisp_worker/client/process.h"
 #include "testing/wire/frame_port.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class ExecutableWorker : public FramePort {
  public:
@@ -33,6 +33,6 @@ class ExecutableWorker : public FramePort {
 // of the running test, when that is not set.
 [[nodiscard]] std::string workerExecutable();
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_EXECUTABLE_WORKER_H_

@@ -6,11 +6,11 @@
 #include <cstddef>
 #include <regex>
 
-#include "client/eval_result.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/worker_client.h"
 #include "testing/wire/frame_makers.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using worker::MessageType;
 using worker::WorkerStatus;
@@ -59,4 +59,4 @@ std::string missingIn(const std::string& explanation) {
   return "";
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

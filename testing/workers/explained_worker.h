@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "client/coordinates.h"
 #include "console/explainer.h"
+#include "lisp_worker/client/coordinates.h"
 #include "testing/wire/frame_port.h"
 #include "testing/workers/real_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Follows programs that run one at a time, under one context, as the console's do; nothing more
 // from the first on that starts while another one waits.
@@ -39,6 +39,6 @@ class ExplainedWorker : public FramePort {
 // to try. Empty when it has everything.
 [[nodiscard]] std::string missingIn(const std::string& explanation);
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_EXPLAINED_WORKER_H_

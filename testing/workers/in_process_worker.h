@@ -13,11 +13,11 @@
 #include <string>
 #include <string_view>
 
-#include "client/process.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/worker/frame.h"
 #include "worker/dispatch.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // Takes one whole and valid request in each write.
 class InProcessWorker : public client::WorkerProcess {
@@ -63,6 +63,6 @@ class InProcessWorker : public client::WorkerProcess {
   std::string output_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_IN_PROCESS_WORKER_H_

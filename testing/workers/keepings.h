@@ -9,7 +9,7 @@
 
 #include "worker/kept_evaluations.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 struct Keeping {
   const char* name;
@@ -41,6 +41,6 @@ struct Keeping {
   return nullptr;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_KEEPINGS_H_

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/base/response_record.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 FrameResponse RealWorker::handle(const Frame& frame) {
   worker::MessageHeader header;
@@ -25,4 +25,4 @@ FrameResponse RealWorker::handle(const Frame& frame) {
   return response;
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -7,7 +7,7 @@
 #include "worker/dispatch.h"
 #include "worker/kept_evaluations.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 class RealWorker : public FramePort {
  public:
@@ -20,6 +20,6 @@ class RealWorker : public FramePort {
   worker::Dispatcher dispatcher_;
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_REAL_WORKER_H_

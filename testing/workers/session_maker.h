@@ -6,12 +6,12 @@
 #include <string>
 #include <string_view>
 
-#include "client/frame_observer.h"
-#include "client/worker.h"
-#include "session/session.h"
+#include "lisp_worker/client/frame_observer.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/session.h"
 #include "testing/workers/in_process_worker.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A worker and the session with it. Times are counted, not measured.
 class SessionMaker : private client::FrameObserver {
@@ -44,6 +44,6 @@ class SessionMaker : private client::FrameObserver {
   client::Worker worker_;  // Last: it is gone before the session that it adds to.
 };
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_SESSION_MAKER_H_

@@ -14,7 +14,7 @@
 #include "testing/wire/frame_port.h"
 #include "testing/workers/child_process.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // The cost of one request: the promise, and what a test grants on top of it because a machine
 // that tests is not idle. Time is the worker's processor time, so a busy machine does not count as
@@ -71,6 +71,6 @@ class WatchedWorker : public FramePort {
 // True in a build whose memory and time are a sanitizer's.
 [[nodiscard]] bool isSanitized();
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_WATCHED_WORKER_H_

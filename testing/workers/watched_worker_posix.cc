@@ -7,12 +7,12 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
 #include "testing/workers/watched_worker.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using std::chrono::microseconds;
@@ -143,4 +143,4 @@ void WatchedWorker::expectLeaves() {
   EXPECT_EQ(process_.errors(), "");
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

@@ -2,10 +2,10 @@
 
 #include "testing/workers/worker_process.h"
 
+#include "lisp_worker/worker/frame.h"
 #include "testing/wire/wire_frames.h"
-#include "worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 using worker::MessageType;
 
@@ -27,4 +27,4 @@ std::vector<DeadHostRow> deadHosts() {
   };
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support

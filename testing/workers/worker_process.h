@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // A ping, and a request to evaluate `text`.
 [[nodiscard]] std::string pingFrame();
@@ -30,6 +30,6 @@ struct DeadHostRow {
 
 [[nodiscard]] std::vector<DeadHostRow> deadHosts();
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_WORKER_PROCESS_H_

@@ -15,13 +15,13 @@
 #include <string_view>
 #include <vector>
 
-#include "client/answer_text.h"
-#include "client/process.h"
-#include "client/worker.h"
-#include "session/recorder.h"
+#include "lisp_worker/client/answer_text.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/recorder.h"
 #include "testing/wire/wire_frames.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 using client::CoordContext;
@@ -293,12 +293,12 @@ bool recordAll(const std::string& path, const std::string& directory) {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 int main(int argc, char** argv) {
   if (argc != 3) {
     std::cerr << "usage: lisp_record_sessions WORKER DIRECTORY\n";
     return 2;
   }
-  return testing_support::recordAll(argv[1], argv[2]) ? 0 : 1;
+  return lisp_worker::testing_support::recordAll(argv[1], argv[2]) ? 0 : 1;
 }

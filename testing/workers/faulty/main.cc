@@ -12,7 +12,7 @@
 #include "worker/loop.h"
 #include "worker/stdio.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 namespace {
 
 // Longer than any test waits; a host that dies leaves no stalled worker behind for good.
@@ -120,6 +120,6 @@ int run() {
 }
 
 }  // namespace
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
-int main() { return testing_support::run(); }
+int main() { return lisp_worker::testing_support::run(); }

@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <string>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace testing_support {
+namespace lisp_worker::testing_support {
 
 // In which way it fails. Those of the input happen when it has read so many bytes of requests, all
 // others when it has written so many bytes of responses.
@@ -48,6 +48,6 @@ inline FaultOrders decodeOrders(const char* bytes) {
   return {static_cast<FaultKind>(worker::getU32(bytes)), worker::getU64(bytes + 8)};
 }
 
-}  // namespace testing_support
+}  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_FAULTY_ORDERS_H_

@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "c_interface/lisp_worker.h"
+#include "lisp_worker/c_interface/lisp_worker.h"
 
 namespace {
 
@@ -40,15 +40,15 @@ lisp_value* waitForEver(void* /*user*/, const char* /*name*/, const lisp_value* 
 }
 
 void* runInThread(void* worker) {
-  return lisp_worker_run(static_cast<lisp_worker*>(worker), kProgram, std::strlen(kProgram), 0,
-                         waitForEver, nullptr);
+  return lisp_worker_run(static_cast<lisp_worker_handle*>(worker), kProgram, std::strlen(kProgram),
+                         0, waitForEver, nullptr);
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
   require(count == 2, "there is one argument");
-  lisp_worker* const worker = lisp_worker_new(arguments[1], 30000);
+  lisp_worker_handle* const worker = lisp_worker_new(arguments[1], 30000);
 
   lisp_run* const thrown =
       lisp_worker_run(worker, kProgram, std::strlen(kProgram), 0, throwError, nullptr);

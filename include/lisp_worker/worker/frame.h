@@ -10,8 +10,8 @@
 //
 // The client library shares this file with the worker, so it includes nothing of the project.
 
-#ifndef WORKER_FRAME_H_
-#define WORKER_FRAME_H_
+#ifndef LISP_WORKER_WORKER_FRAME_H_
+#define LISP_WORKER_WORKER_FRAME_H_
 
 #include <bit>
 #include <cstddef>
@@ -19,7 +19,7 @@
 #include <limits>
 #include <span>
 
-namespace worker {
+namespace lisp_worker::worker {
 
 static_assert(sizeof(double) == 8 && std::numeric_limits<double>::is_iec559,
               "doubles travel as IEEE-754 binary64");
@@ -53,7 +53,9 @@ enum class WorkerStatus : std::uint32_t {
   Ok = 0,
   BadMagic = 1,
   BadVersion = 2,
-  BadRequest = 3,       // A size, selector, operand, run id or result outside its limits.
+  // The protocol's BadRequest, which is a macro of X11: a size, selector, operand, run id or result
+  // outside its limits.
+  InvalidRequest = 3,
   ContextNotFound = 4,  // No coordinate context is registered under the id.
   QueryFailed = 5,      // A transform gave no result.
   UnknownType = 6,      // An unknown message type or geometric operation.
@@ -193,8 +195,8 @@ static_assert(EvalResultOffset::kReserved + 8 == kEvalResultHeaderSize);
 [[nodiscard]] MessageHeader decodeHeader(std::span<const char, kHeaderSize> bytes);
 void encodeHeader(const MessageHeader& header, std::span<char, kHeaderSize> bytes);
 
-// Ok, or the first of BadMagic, BadVersion, BadRequest (payload_length above kPayloadSizeMax) that
-// applies to a request's header.
+// Ok, or the first of BadMagic, BadVersion, InvalidRequest (payload_length above kPayloadSizeMax)
+// that applies to a request's header.
 [[nodiscard]] WorkerStatus validateHeader(const MessageHeader& header);
 
 // The response's header for a request's: type, request_id and context_id are the request's,
@@ -245,6 +247,6 @@ inline void putF64(char* bytes, double value) {
   putU64(bytes, std::bit_cast<std::uint64_t>(value));
 }
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
-#endif  // WORKER_FRAME_H_
+#endif  // LISP_WORKER_WORKER_FRAME_H_

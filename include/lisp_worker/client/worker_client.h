@@ -11,12 +11,12 @@
 //   the rubbish before it.
 //
 // A payload above worker::kPayloadSizeMax would end the worker. It is not sent; the reply is
-// BadRequest, and the conversation goes on.
+// InvalidRequest, and the conversation goes on.
 //
 // worker.h puts a process under such a conversation; most hosts begin there.
 
-#ifndef CLIENT_WORKER_CLIENT_H_
-#define CLIENT_WORKER_CLIENT_H_
+#ifndef LISP_WORKER_CLIENT_WORKER_CLIENT_H_
+#define LISP_WORKER_CLIENT_WORKER_CLIENT_H_
 
 #include <chrono>
 #include <cstddef>
@@ -27,14 +27,14 @@
 #include <string>
 #include <string_view>
 
-#include "client/channel.h"
-#include "client/coordinates.h"
-#include "client/eval_result.h"
-#include "client/frame_observer.h"
-#include "client/geometry.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/channel.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/frame_observer.h"
+#include "lisp_worker/client/geometry.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // A worker's answer to a request that asks for something.
 template <typename T>
@@ -82,7 +82,7 @@ class WorkerClient {
 
   [[nodiscard]] std::optional<worker::WorkerStatus> ping();
 
-  // Registers `context` under its id, or replaces the one there. BadRequest when the worker's
+  // Registers `context` under its id, or replaces the one there. InvalidRequest when the worker's
   // table is full.
   [[nodiscard]] std::optional<worker::WorkerStatus> registerContext(const CoordContext& context);
 
@@ -107,15 +107,15 @@ class WorkerClient {
       GeometryOperation operation, std::span<const double> operands);
 
   // Evaluates a program under a registered context, or under none when `context_id` is 0. A value
-  // unless the status is ContextNotFound, or BadRequest because the result is too long to send. A
-  // run whose host call is too long to send would wait under an id that the worker has not told;
+  // unless the status is ContextNotFound, or InvalidRequest because the result is too long to send.
+  // A run whose host call is too long to send would wait under an id that the worker has not told;
   // the client ends it by one more request.
   [[nodiscard]] std::optional<Reply<EvalResult>> evalStart(std::string_view program,
                                                            std::uint64_t context_id);
 
   // Answers the host call that run `run_id` waits for. answer_text.h makes `answer`. A value
-  // unless the status is BadRequest (no such run waits, or the answer or the result is too long to
-  // send) or ContextNotFound. A run whose answer or next call is too long to send waits on.
+  // unless the status is InvalidRequest (no such run waits, or the answer or the result is too long
+  // to send) or ContextNotFound. A run whose answer or next call is too long to send waits on.
   [[nodiscard]] std::optional<Reply<EvalResult>> evalResume(std::uint64_t run_id,
                                                             std::string_view answer);
 
@@ -176,6 +176,6 @@ class WorkerClient {
   std::exception_ptr observer_failure_;  // Thrown during the request in hand.
 };
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_WORKER_CLIENT_H_
+#endif  // LISP_WORKER_CLIENT_WORKER_CLIENT_H_

@@ -4,8 +4,8 @@
 // file that was cut anywhere still tells everything up to its last whole record. It is only ever
 // appended to. docs/SESSIONS.md has the bytes as tables.
 
-#ifndef SESSION_SESSION_H_
-#define SESSION_SESSION_H_
+#ifndef LISP_WORKER_SESSION_SESSION_H_
+#define LISP_WORKER_SESSION_SESSION_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -18,10 +18,10 @@
 #include <utility>
 #include <vector>
 
-#include "client/process.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // Sizes in bytes.
 inline constexpr std::size_t kFileHeaderSize = 32;
@@ -148,6 +148,6 @@ class SessionReader final : public RecordStream {
 [[nodiscard]] std::string encodeEnd(const client::WorkerExit& exit);
 [[nodiscard]] client::WorkerExit decodeEnd(std::string_view body);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
-#endif  // SESSION_SESSION_H_
+#endif  // LISP_WORKER_SESSION_SESSION_H_

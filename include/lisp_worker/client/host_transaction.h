@@ -1,9 +1,9 @@
 // The changes that a program makes to the host's document, as one change.
 
-#ifndef CLIENT_HOST_TRANSACTION_H_
-#define CLIENT_HOST_TRANSACTION_H_
+#ifndef LISP_WORKER_CLIENT_HOST_TRANSACTION_H_
+#define LISP_WORKER_CLIENT_HOST_TRANSACTION_H_
 
-namespace client {
+namespace lisp_worker::client {
 
 // Implemented by hosts, usually with their own undo. runProgram calls begin once, before it sends
 // the program, and then exactly one of the other two:
@@ -29,6 +29,6 @@ class HostTransaction {
   virtual void rollBack() noexcept = 0;
 };
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_HOST_TRANSACTION_H_
+#endif  // LISP_WORKER_CLIENT_HOST_TRANSACTION_H_

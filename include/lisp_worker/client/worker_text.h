@@ -10,16 +10,16 @@
 // with a quote before a space, before a closing parenthesis or at its own end is misread, or makes
 // the text unreadable. The text itself is always at hand, for a host that knows what it asked for.
 
-#ifndef CLIENT_WORKER_TEXT_H_
-#define CLIENT_WORKER_TEXT_H_
+#ifndef LISP_WORKER_CLIENT_WORKER_TEXT_H_
+#define LISP_WORKER_CLIENT_WORKER_TEXT_H_
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "client/datum.h"
+#include "lisp_worker/client/datum.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // The datum that the worker wrote as `text`, infinities and NaN included. Empty when the worker
 // cannot have written it so, or when it has more than kTextNestingMax (answer_text.h) lists inside
@@ -27,6 +27,6 @@ namespace client {
 // a byte offset, is then in `error_out` unless that is null.
 [[nodiscard]] std::optional<Datum> readWorkerText(std::string_view text, std::string* error_out);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_WORKER_TEXT_H_
+#endif  // LISP_WORKER_CLIENT_WORKER_TEXT_H_

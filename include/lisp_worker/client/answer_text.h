@@ -5,8 +5,8 @@
 // character, \n, \r and \t for a line feed, a carriage return and a tab. The worker's own texts
 // are not written like that; worker_text.h reads those.
 
-#ifndef CLIENT_ANSWER_TEXT_H_
-#define CLIENT_ANSWER_TEXT_H_
+#ifndef LISP_WORKER_CLIENT_ANSWER_TEXT_H_
+#define LISP_WORKER_CLIENT_ANSWER_TEXT_H_
 
 #include <cstdint>
 #include <iosfwd>
@@ -14,9 +14,9 @@
 #include <string>
 #include <string_view>
 
-#include "client/datum.h"
+#include "lisp_worker/client/datum.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // A form may stand inside this many lists and quote marks, the worker's own limit for texts.
 inline constexpr std::uint32_t kTextNestingMax = 512;
@@ -40,6 +40,6 @@ std::ostream& operator<<(std::ostream& stream, const Datum& datum);
 // worker's own message in `error_out` unless that is null.
 [[nodiscard]] std::optional<Datum> readDatum(std::string_view text, std::string* error_out);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_ANSWER_TEXT_H_
+#endif  // LISP_WORKER_CLIENT_ANSWER_TEXT_H_

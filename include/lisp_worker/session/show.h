@@ -1,14 +1,14 @@
 // A recorded session for a person: one line a record, and all of a record on demand.
 
-#ifndef SESSION_SHOW_H_
-#define SESSION_SHOW_H_
+#ifndef LISP_WORKER_SESSION_SHOW_H_
+#define LISP_WORKER_SESSION_SHOW_H_
 
 #include <cstddef>
 #include <string>
 
-#include "session/session.h"
+#include "lisp_worker/session/session.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // "   3  0.001250  host    EvalStart        context 1, 127 bytes: (SETQ FROM ...". No line end.
 [[nodiscard]] std::string describeRecord(const Record& record, std::size_t number);
@@ -20,6 +20,6 @@ namespace session {
 // bytes, whichever it is.
 [[nodiscard]] std::string showRecord(const Record& record, std::size_t number);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
-#endif  // SESSION_SHOW_H_
+#endif  // LISP_WORKER_SESSION_SHOW_H_

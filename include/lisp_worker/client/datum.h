@@ -5,8 +5,8 @@
 // three numbers, a selection set a list headed by the symbol $KVSEL. Data are plain values: they
 // own what they hold, and a copy is a deep one.
 
-#ifndef CLIENT_DATUM_H_
-#define CLIENT_DATUM_H_
+#ifndef LISP_WORKER_CLIENT_DATUM_H_
+#define LISP_WORKER_CLIENT_DATUM_H_
 
 #include <cstdint>
 #include <optional>
@@ -15,7 +15,7 @@
 #include <variant>
 #include <vector>
 
-namespace client {
+namespace lisp_worker::client {
 
 enum class DatumKind : std::uint8_t { Nil = 0, Number = 1, String = 2, Symbol = 3, List = 4 };
 
@@ -71,6 +71,6 @@ class Datum {
 // NaN equals nothing.
 [[nodiscard]] bool operator==(const Datum& a, const Datum& b);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_DATUM_H_
+#endif  // LISP_WORKER_CLIENT_DATUM_H_

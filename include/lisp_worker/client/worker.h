@@ -13,8 +13,8 @@
 //
 // One thread at a time may use a worker; several workers know nothing of each other.
 
-#ifndef CLIENT_WORKER_H_
-#define CLIENT_WORKER_H_
+#ifndef LISP_WORKER_CLIENT_WORKER_H_
+#define LISP_WORKER_CLIENT_WORKER_H_
 
 #include <chrono>
 #include <cstdint>
@@ -28,14 +28,14 @@
 #include <utility>
 #include <vector>
 
-#include "client/coordinates.h"
-#include "client/eval_result.h"
-#include "client/geometry.h"
-#include "client/process.h"
-#include "client/run.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/coordinates.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/geometry.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/run.h"
+#include "lisp_worker/client/worker_client.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // Makes a worker's process, as startWorker does.
 // An exception of it leaves the request or the restart() that needs a process; the next one asks
@@ -124,6 +124,6 @@ class Worker {
   std::optional<WorkerExit> exit_;
 };
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_WORKER_H_
+#endif  // LISP_WORKER_CLIENT_WORKER_H_

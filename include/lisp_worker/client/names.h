@@ -1,20 +1,20 @@
 // What the protocol's numbers mean, in words for people: for each enumeration the name of every
 // value, as the code spells it, and one line that explains it.
 
-#ifndef CLIENT_NAMES_H_
-#define CLIENT_NAMES_H_
+#ifndef LISP_WORKER_CLIENT_NAMES_H_
+#define LISP_WORKER_CLIENT_NAMES_H_
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "client/eval_result.h"
-#include "client/process.h"
-#include "client/worker_client.h"
-#include "worker/exit_code.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/process.h"
+#include "lisp_worker/client/worker_client.h"
+#include "lisp_worker/worker/exit_code.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // "Ok", "BadRequest", ...; "unknown status" for a number that names none.
 [[nodiscard]] std::string_view statusName(worker::WorkerStatus status);
@@ -50,6 +50,6 @@ namespace client {
 // One line on how a worker ended: its exit code or signal, and what that means.
 [[nodiscard]] std::string describeExit(const WorkerExit& exit);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_NAMES_H_
+#endif  // LISP_WORKER_CLIENT_NAMES_H_

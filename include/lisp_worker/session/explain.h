@@ -5,8 +5,8 @@
 // that is held again, with another worker or by another host, has another course. Both come down
 // to a call on record and the call that was made instead, and to what has changed before it.
 
-#ifndef SESSION_EXPLAIN_H_
-#define SESSION_EXPLAIN_H_
+#ifndef LISP_WORKER_SESSION_EXPLAIN_H_
+#define LISP_WORKER_SESSION_EXPLAIN_H_
 
 #include <chrono>
 #include <cstddef>
@@ -15,10 +15,10 @@
 #include <string>
 #include <string_view>
 
-#include "client/worker.h"
-#include "session/session.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/session.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // The likely cause.
 enum class Cause : std::uint8_t {
@@ -57,6 +57,6 @@ inline constexpr std::size_t kExplanationLinesMax = 25;
     const Session& session, const client::WorkerStarter* starter,
     std::chrono::milliseconds time_limit = std::chrono::seconds(10));
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
-#endif  // SESSION_EXPLAIN_H_
+#endif  // LISP_WORKER_SESSION_EXPLAIN_H_

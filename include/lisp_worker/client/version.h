@@ -1,15 +1,15 @@
 // The version of this library, which is also that of the worker it comes with.
 
-#ifndef CLIENT_VERSION_H_
-#define CLIENT_VERSION_H_
+#ifndef LISP_WORKER_CLIENT_VERSION_H_
+#define LISP_WORKER_CLIENT_VERSION_H_
 
 #include <string_view>
 
-namespace client {
+namespace lisp_worker::client {
 
 // "1.0.0", with a zero after it.
 [[nodiscard]] std::string_view libraryVersion();
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_VERSION_H_
+#endif  // LISP_WORKER_CLIENT_VERSION_H_

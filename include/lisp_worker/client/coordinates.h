@@ -3,17 +3,17 @@
 // A context is five planar coordinate systems that map to one world, and a cell plane that divides
 // the world into square cells. A host registers it under an id and may replace it at any time.
 
-#ifndef CLIENT_COORDINATES_H_
-#define CLIENT_COORDINATES_H_
+#ifndef LISP_WORKER_CLIENT_COORDINATES_H_
+#define LISP_WORKER_CLIENT_COORDINATES_H_
 
 #include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 struct Point {
   double x = 0;
@@ -70,6 +70,6 @@ struct CellLocation {
 [[nodiscard]] Point decodePoint(std::string_view payload);
 [[nodiscard]] CellLocation decodeCellLocation(std::string_view payload);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_COORDINATES_H_
+#endif  // LISP_WORKER_CLIENT_COORDINATES_H_

@@ -1,15 +1,15 @@
 // A file that is only ever appended to, each time in one write, so whatever ends the program leaves
 // all earlier writes whole.
 
-#ifndef SESSION_APPEND_FILE_H_
-#define SESSION_APPEND_FILE_H_
+#ifndef LISP_WORKER_SESSION_APPEND_FILE_H_
+#define LISP_WORKER_SESSION_APPEND_FILE_H_
 
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
 
-namespace session {
+namespace lisp_worker::session {
 
 class AppendFile {
  public:
@@ -26,6 +26,6 @@ class AppendFile {
 [[nodiscard]] std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
                                                            std::string* error_out);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
-#endif  // SESSION_APPEND_FILE_H_
+#endif  // LISP_WORKER_SESSION_APPEND_FILE_H_

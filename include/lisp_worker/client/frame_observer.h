@@ -1,14 +1,14 @@
 // Sees all that is said to a worker and by it, in the order in which it is said. A recorder of
 // conversations is one (session/recorder.h).
 
-#ifndef CLIENT_FRAME_OBSERVER_H_
-#define CLIENT_FRAME_OBSERVER_H_
+#ifndef LISP_WORKER_CLIENT_FRAME_OBSERVER_H_
+#define LISP_WORKER_CLIENT_FRAME_OBSERVER_H_
 
 #include <string_view>
 
-#include "client/process.h"
+#include "lisp_worker/client/process.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // Arguments are borrowed for the call. An observer must not use the worker that it observes.
 // What it throws leaves the request or the call of Worker that it was told about, after the request
@@ -34,6 +34,6 @@ class FrameObserver {
   virtual void onEnd(const WorkerExit& /*exit*/) {}
 };
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_FRAME_OBSERVER_H_
+#endif  // LISP_WORKER_CLIENT_FRAME_OBSERVER_H_

@@ -1,13 +1,13 @@
 // Numbers as text, the same on every platform and in every locale of the embedding program.
 
-#ifndef CLIENT_NUMBER_TEXT_H_
-#define CLIENT_NUMBER_TEXT_H_
+#ifndef LISP_WORKER_CLIENT_NUMBER_TEXT_H_
+#define LISP_WORKER_CLIENT_NUMBER_TEXT_H_
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace client {
+namespace lisp_worker::client {
 
 // The number that the worker makes of `token`: all of it in C's decimal or hexadecimal notation,
 // with a sign or without. Too small for a double is a zero of that sign. Empty when the worker
@@ -18,6 +18,6 @@ namespace client {
 // Infinities and NaN are "inf", "-inf", "nan" and "-nan", which do not read back as numbers.
 [[nodiscard]] std::string printNumber(double value);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_NUMBER_TEXT_H_
+#endif  // LISP_WORKER_CLIENT_NUMBER_TEXT_H_

@@ -1,7 +1,7 @@
 // A worker as a process of its own, reached over two pipes.
 
-#ifndef CLIENT_PROCESS_H_
-#define CLIENT_PROCESS_H_
+#ifndef LISP_WORKER_CLIENT_PROCESS_H_
+#define LISP_WORKER_CLIENT_PROCESS_H_
 
 #include <chrono>
 #include <cstddef>
@@ -11,9 +11,9 @@
 #include <optional>
 #include <string>
 
-#include "client/channel.h"
+#include "lisp_worker/client/channel.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // How a worker ended.
 struct WorkerExit {
@@ -72,6 +72,6 @@ class WorkerProcess : public Channel {
 [[nodiscard]] std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
                                                          std::string* error_out);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_PROCESS_H_
+#endif  // LISP_WORKER_CLIENT_PROCESS_H_

@@ -1,15 +1,15 @@
 // The way to a worker and back: two streams of bytes. A worker's pipes are one (process.h), a
 // test's memory another.
 
-#ifndef CLIENT_CHANNEL_H_
-#define CLIENT_CHANNEL_H_
+#ifndef LISP_WORKER_CLIENT_CHANNEL_H_
+#define LISP_WORKER_CLIENT_CHANNEL_H_
 
 #include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string_view>
 
-namespace client {
+namespace lisp_worker::client {
 
 // A moment after which nobody waits any more. Empty: never.
 using Deadline = std::optional<std::chrono::steady_clock::time_point>;
@@ -18,10 +18,11 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 [[nodiscard]] inline std::chrono::steady_clock::time_point momentAfter(
     std::chrono::milliseconds limit) {
   using std::chrono::steady_clock;
+  // In parentheses, because Windows has a macro of that name.
+  constexpr steady_clock::time_point kLast = (steady_clock::time_point::max)();
   const steady_clock::time_point now = steady_clock::now();
-  const auto left =
-      std::chrono::floor<std::chrono::milliseconds>(steady_clock::time_point::max() - now);
-  return limit < left ? now + limit : steady_clock::time_point::max();
+  const auto left = std::chrono::floor<std::chrono::milliseconds>(kLast - now);
+  return limit < left ? now + limit : kLast;
 }
 
 class Channel {
@@ -47,6 +48,6 @@ class Channel {
   [[nodiscard]] virtual bool hasTimedOut() const { return false; }
 };
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_CHANNEL_H_
+#endif  // LISP_WORKER_CLIENT_CHANNEL_H_

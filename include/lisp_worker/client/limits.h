@@ -1,16 +1,16 @@
 // How near an evaluation has come to the worker's limits, so that a host can tell its users before
 // their programs fail. Nothing is printed; a host asks.
 
-#ifndef CLIENT_LIMITS_H_
-#define CLIENT_LIMITS_H_
+#ifndef LISP_WORKER_CLIENT_LIMITS_H_
+#define LISP_WORKER_CLIENT_LIMITS_H_
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "client/eval_result.h"
+#include "lisp_worker/client/eval_result.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // The worker's own: what one evaluation may take in steps, and a response in bytes after its
 // header.
@@ -36,6 +36,6 @@ struct LimitWarning {
 // "the evaluation took 240000 of 250000 steps"
 [[nodiscard]] std::string describeWarning(const LimitWarning& warning);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_LIMITS_H_
+#endif  // LISP_WORKER_CLIENT_LIMITS_H_

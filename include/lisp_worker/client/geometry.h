@@ -1,16 +1,16 @@
 // The geometric request in types: one operation on up to seven numbers, without a context.
 
-#ifndef CLIENT_GEOMETRY_H_
-#define CLIENT_GEOMETRY_H_
+#ifndef LISP_WORKER_CLIENT_GEOMETRY_H_
+#define LISP_WORKER_CLIENT_GEOMETRY_H_
 
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 
-#include "worker/frame.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 enum class GeometryOperation : std::uint8_t {
   Sum = 1,
@@ -36,6 +36,6 @@ struct GeometryResult {
 // The payload of a response, of worker::kGeometryResultSize bytes.
 [[nodiscard]] GeometryResult decodeGeometryResult(std::string_view payload);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_GEOMETRY_H_
+#endif  // LISP_WORKER_CLIENT_GEOMETRY_H_

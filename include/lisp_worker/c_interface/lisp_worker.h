@@ -41,7 +41,7 @@ extern "C" {
 
 /* NOLINTBEGIN(modernize-use-using,readability-identifier-naming) */
 
-typedef struct lisp_worker lisp_worker;
+typedef struct lisp_worker_handle lisp_worker_handle;
 typedef struct lisp_value lisp_value;
 typedef struct lisp_run lisp_run;
 
@@ -59,28 +59,28 @@ LISP_WORKER_API const char* lisp_worker_library_version(void);
 /* A worker whose program is the file `path`. The process is started by the first request. A request
  * that takes longer than `time_limit_ms` milliseconds ends the worker; 0 for no limit, which leaves
  * the host waiting for a worker that is stuck. 30000 is a good one. Never null. */
-LISP_WORKER_API lisp_worker* lisp_worker_new(const char* path, uint32_t time_limit_ms);
+LISP_WORKER_API lisp_worker_handle* lisp_worker_new(const char* path, uint32_t time_limit_ms);
 
 /* Ends the worker, if it runs, and gives the object back. */
-LISP_WORKER_API void lisp_worker_free(lisp_worker* worker);
+LISP_WORKER_API void lisp_worker_free(lisp_worker_handle* worker);
 
 /* Records all that is said from now on into a new file, which `lisp_session` reads. Before the
  * first request. 0, or LISP_FAULT when the file exists already or cannot be made. */
-LISP_WORKER_API int lisp_worker_record(lisp_worker* worker, const char* path);
+LISP_WORKER_API int lisp_worker_record(lisp_worker_handle* worker, const char* path);
 
 /* Starts the worker if it does not run yet. 0 or LISP_FAULT. */
-LISP_WORKER_API int lisp_worker_start(lisp_worker* worker);
+LISP_WORKER_API int lisp_worker_start(lisp_worker_handle* worker);
 
 /* Ends the worker, if it runs, starts another and registers all contexts with it. 0 or LISP_FAULT.
  * Not inside a lisp_answer. */
-LISP_WORKER_API int lisp_worker_restart(lisp_worker* worker);
+LISP_WORKER_API int lisp_worker_restart(lisp_worker_handle* worker);
 
 /* Lets the worker go; one that does not agree within 5 seconds, or within the worker's time limit,
  * is killed. Not inside a lisp_answer. */
-LISP_WORKER_API void lisp_worker_stop(lisp_worker* worker);
+LISP_WORKER_API void lisp_worker_stop(lisp_worker_handle* worker);
 
 /* Why there is no worker to talk to, in one sentence; empty while all is well. */
-LISP_WORKER_API const char* lisp_worker_fault(const lisp_worker* worker);
+LISP_WORKER_API const char* lisp_worker_fault(const lisp_worker_handle* worker);
 
 /* The kind of that fault. */
 #define LISP_FAULT_REQUEST_NOT_TAKEN 0
@@ -93,14 +93,14 @@ LISP_WORKER_API const char* lisp_worker_fault(const lisp_worker* worker);
 #define LISP_FAULT_NOT_STARTED 7
 
 /* LISP_FAULT_REQUEST_NOT_TAKEN to LISP_FAULT_NOT_STARTED; -1 while all is well. */
-LISP_WORKER_API int lisp_worker_fault_kind(const lisp_worker* worker);
+LISP_WORKER_API int lisp_worker_fault_kind(const lisp_worker_handle* worker);
 
 /* The name of such a kind ("ResponseCut", ...) and one line that explains it. */
 LISP_WORKER_API const char* lisp_fault_name(int kind);
 LISP_WORKER_API const char* lisp_fault_explanation(int kind);
 
 /* How the last worker has ended, in one sentence; empty while one runs and before the first. */
-LISP_WORKER_API const char* lisp_worker_exit(const lisp_worker* worker);
+LISP_WORKER_API const char* lisp_worker_exit(const lisp_worker_handle* worker);
 
 /* The exit codes of the worker's program. */
 #define LISP_EXIT_FINISHED 0
@@ -114,7 +114,7 @@ LISP_WORKER_API const char* lisp_worker_exit(const lisp_worker* worker);
 
 /* The exit code of the last worker: one of these, or a crash's on Windows, or any of a program that
  * is no worker. -1 while one runs, before the first, and for one that did not end by itself. */
-LISP_WORKER_API int64_t lisp_worker_exit_code(const lisp_worker* worker);
+LISP_WORKER_API int64_t lisp_worker_exit_code(const lisp_worker_handle* worker);
 
 /* The name of an exit code ("Finished", "PayloadCut", ...) and one line that explains it. */
 LISP_WORKER_API const char* lisp_exit_code_name(int64_t code);
@@ -135,7 +135,7 @@ LISP_WORKER_API const char* lisp_exit_code_explanation(int64_t code);
 #define LISP_STATUS_HOST_CALL_PENDING 11
 
 /* Asks whether the worker answers. A status or LISP_FAULT. */
-LISP_WORKER_API int lisp_worker_ping(lisp_worker* worker);
+LISP_WORKER_API int lisp_worker_ping(lisp_worker_handle* worker);
 
 /* The name of a status ("Ok", "BadRequest", ...) and one line that explains it. */
 LISP_WORKER_API const char* lisp_status_name(int status);
@@ -217,8 +217,9 @@ LISP_WORKER_API lisp_value* lisp_answer_error(const char* message);
 /* Evaluates a program of `size` bytes under a registered context, or none for 0, and has `answer`
  * perform every call that it needs. Without `answer` a program that needs one is cancelled. Null
  * when there is no worker to talk to any more. */
-LISP_WORKER_API lisp_run* lisp_worker_run(lisp_worker* worker, const char* program, size_t size,
-                                          uint64_t context_id, lisp_answer answer, void* user);
+LISP_WORKER_API lisp_run* lisp_worker_run(lisp_worker_handle* worker, const char* program,
+                                          size_t size, uint64_t context_id, lisp_answer answer,
+                                          void* user);
 
 LISP_WORKER_API void lisp_run_free(lisp_run* run);
 
@@ -246,23 +247,25 @@ LISP_WORKER_API const char* lisp_run_warning(const lisp_run* run, size_t index);
 /* Registers a context, or replaces the one of the same id. `systems` are five systems of eight
  * numbers each (origin_x, origin_y, a, b, c, d, z_scale, z_offset), `cell_plane` is one more. A
  * status or LISP_FAULT. */
-LISP_WORKER_API int lisp_worker_register_context(lisp_worker* worker, uint64_t id,
+LISP_WORKER_API int lisp_worker_register_context(lisp_worker_handle* worker, uint64_t id,
                                                  const double systems[40],
                                                  const double cell_plane[8], double cell_size,
                                                  uint64_t cell_key_seed, uint32_t tag);
 
 /* Converts `point` (x, y, z) from one system to another, in place if the status is 0. A status or
  * LISP_FAULT. */
-LISP_WORKER_API int lisp_worker_convert(lisp_worker* worker, uint64_t context_id, double point[3],
-                                        uint8_t source_system, uint8_t target_system);
+LISP_WORKER_API int lisp_worker_convert(lisp_worker_handle* worker, uint64_t context_id,
+                                        double point[3], uint8_t source_system,
+                                        uint8_t target_system);
 
 /* Converts a point of the cell plane into a system, likewise. */
-LISP_WORKER_API int lisp_worker_cell_plane_to_system(lisp_worker* worker, uint64_t context_id,
-                                                     double point[3], uint8_t target_system);
+LISP_WORKER_API int lisp_worker_cell_plane_to_system(lisp_worker_handle* worker,
+                                                     uint64_t context_id, double point[3],
+                                                     uint8_t target_system);
 
 /* Finds the cell that `point` of a system lies in: its indices, key and the context's tag, with the
  * point converted to the cell plane, if the status is 0. A status or LISP_FAULT. */
-LISP_WORKER_API int lisp_worker_locate_cell(lisp_worker* worker, uint64_t context_id,
+LISP_WORKER_API int lisp_worker_locate_cell(lisp_worker_handle* worker, uint64_t context_id,
                                             double point[3], uint8_t source_system,
                                             int64_t index[2], uint64_t* key, uint32_t* tag);
 
@@ -279,7 +282,7 @@ LISP_WORKER_API int lisp_worker_locate_cell(lisp_worker* worker, uint64_t contex
 
 /* Carries out an operation on at most seven numbers; the result has an x and, for
  * LISP_COMPUTE_POLAR, a y. A status or LISP_FAULT. */
-LISP_WORKER_API int lisp_worker_compute(lisp_worker* worker, uint8_t operation,
+LISP_WORKER_API int lisp_worker_compute(lisp_worker_handle* worker, uint8_t operation,
                                         const double* operands, size_t count, double result[2]);
 
 /* NOLINTEND(modernize-use-using,readability-identifier-naming) */

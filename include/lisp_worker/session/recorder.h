@@ -1,7 +1,7 @@
 // Records what a client says to its workers and what they say to it, while it happens.
 
-#ifndef SESSION_RECORDER_H_
-#define SESSION_RECORDER_H_
+#ifndef LISP_WORKER_SESSION_RECORDER_H_
+#define LISP_WORKER_SESSION_RECORDER_H_
 
 #include <chrono>
 #include <cstdint>
@@ -11,11 +11,11 @@
 #include <string>
 #include <string_view>
 
-#include "client/frame_observer.h"
-#include "session/append_file.h"
-#include "session/session.h"
+#include "lisp_worker/client/frame_observer.h"
+#include "lisp_worker/session/append_file.h"
+#include "lisp_worker/session/session.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // Give one to client::ClientSettings::observer. Each record is in the file before the call that it
 // belongs to returns. A recording that fails ends there and never disturbs the conversation.
@@ -56,6 +56,6 @@ class Recorder final : public client::FrameObserver {
   std::string failure_;
 };
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
-#endif  // SESSION_RECORDER_H_
+#endif  // LISP_WORKER_SESSION_RECORDER_H_

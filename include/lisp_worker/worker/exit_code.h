@@ -1,9 +1,9 @@
 // Why the worker ended, as its host reads it from the process's exit code.
 
-#ifndef WORKER_EXIT_CODE_H_
-#define WORKER_EXIT_CODE_H_
+#ifndef LISP_WORKER_WORKER_EXIT_CODE_H_
+#define LISP_WORKER_WORKER_EXIT_CODE_H_
 
-namespace worker {
+namespace lisp_worker::worker {
 
 // The codes 2 to 4 follow a response that holds only a header. 1 stays free: systems and runtime
 // libraries report failures of their own with it.
@@ -18,6 +18,6 @@ enum class ExitCode : int {
   OutOfMemory = 8,       // The system gave no more memory; the request in progress is unanswered.
 };
 
-}  // namespace worker
+}  // namespace lisp_worker::worker
 
-#endif  // WORKER_EXIT_CODE_H_
+#endif  // LISP_WORKER_WORKER_EXIT_CODE_H_

@@ -1,7 +1,7 @@
 // A recorded session held again with another worker.
 
-#ifndef SESSION_REPLAY_H_
-#define SESSION_REPLAY_H_
+#ifndef LISP_WORKER_SESSION_REPLAY_H_
+#define LISP_WORKER_SESSION_REPLAY_H_
 
 #include <chrono>
 #include <cstddef>
@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "client/worker.h"
-#include "session/session.h"
+#include "lisp_worker/client/worker.h"
+#include "lisp_worker/session/session.h"
 
-namespace session {
+namespace lisp_worker::session {
 
 // A session as it goes this time: a record for each one of the recording, of the same kind unless
 // the worker does otherwise. It ends early when a worker cannot be started.
@@ -65,6 +65,6 @@ struct RecordDifference {
 // The number of those records in whole sessions.
 [[nodiscard]] std::optional<std::size_t> firstDifference(const Session& a, const Session& b);
 
-}  // namespace session
+}  // namespace lisp_worker::session
 
-#endif  // SESSION_REPLAY_H_
+#endif  // LISP_WORKER_SESSION_REPLAY_H_

@@ -1,7 +1,7 @@
 // A program carried through all its host calls.
 
-#ifndef CLIENT_RUN_H_
-#define CLIENT_RUN_H_
+#ifndef LISP_WORKER_CLIENT_RUN_H_
+#define LISP_WORKER_CLIENT_RUN_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -11,13 +11,13 @@
 #include <string_view>
 #include <vector>
 
-#include "client/datum.h"
-#include "client/eval_result.h"
-#include "client/host_transaction.h"
-#include "client/limits.h"
-#include "client/worker_client.h"
+#include "lisp_worker/client/datum.h"
+#include "lisp_worker/client/eval_result.h"
+#include "lisp_worker/client/host_transaction.h"
+#include "lisp_worker/client/limits.h"
+#include "lisp_worker/client/worker_client.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // Performs a host call and returns its answer. Empty: the host cannot or will not, and the program
 // is cancelled. What it throws leaves runProgram, after the program has been cancelled.
@@ -77,6 +77,6 @@ struct RunReport {
                                                   const Answerer& answer,
                                                   const RunSettings& settings = {});
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_RUN_H_
+#endif  // LISP_WORKER_CLIENT_RUN_H_

@@ -1,17 +1,17 @@
 // What an evaluation came to, decoded from the payload that answers EvalStart and EvalResume.
 
-#ifndef CLIENT_EVAL_RESULT_H_
-#define CLIENT_EVAL_RESULT_H_
+#ifndef LISP_WORKER_CLIENT_EVAL_RESULT_H_
+#define LISP_WORKER_CLIENT_EVAL_RESULT_H_
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "client/datum.h"
-#include "worker/frame.h"
+#include "lisp_worker/client/datum.h"
+#include "lisp_worker/worker/frame.h"
 
-namespace client {
+namespace lisp_worker::client {
 
 // How a run stopped.
 enum class EvalStatus : std::uint8_t {
@@ -52,6 +52,6 @@ struct HostCall {
 [[nodiscard]] std::optional<HostCall> readHostCall(const EvalResult& result,
                                                    std::string* error_out);
 
-}  // namespace client
+}  // namespace lisp_worker::client
 
-#endif  // CLIENT_EVAL_RESULT_H_
+#endif  // LISP_WORKER_CLIENT_EVAL_RESULT_H_
