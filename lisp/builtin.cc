@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -20,8 +21,18 @@ constexpr std::array<std::pair<std::string_view, Operation>, 10> kSpecialForms =
     {"NOT", Operation::Not},
     {"NULL", Operation::Null},
 }};
-static_assert(kSpecialForms.size() == static_cast<std::size_t>(Operation::UserFunction),
-              "each operation before UserFunction is a special form and has a name");
+
+constexpr bool haveAllNames() {
+  std::size_t count = 0;
+  for (std::uint32_t i = 0; i <= static_cast<std::uint32_t>(Operation::Unresolved); ++i) {
+    if (isSpecialForm(static_cast<Operation>(i))) ++count;
+  }
+  for (const auto& [name, operation] : kSpecialForms) {
+    if (!isSpecialForm(operation)) return false;
+  }
+  return count == kSpecialForms.size();
+}
+static_assert(haveAllNames(), "each special form has its name, and nothing else has one here");
 
 // The names of special forms and builtins keep their records for good: the reference that interning
 // gives is never given back.

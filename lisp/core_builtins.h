@@ -3,6 +3,8 @@
 #ifndef LISP_CORE_BUILTINS_H_
 #define LISP_CORE_BUILTINS_H_
 
+#include <cassert>
+
 #include "lisp/arithmetic.h"
 #include "lisp/symbol.h"
 #include "lisp/value.h"
@@ -12,16 +14,16 @@ namespace lisp {
 // One step of +, -, * or /. The divisor must not be refused.
 template <Operation operation>
 [[nodiscard]] inline double combine(double a, double b) {
-  switch (operation) {
-    case Operation::Add:
-      return sum(a, b);
-    case Operation::Subtract:
-      return difference(a, b);
-    case Operation::Multiply:
-      return product(a, b);
-    default:
-      static_assert(operation >= Operation::Add && operation <= Operation::Divide);
-      return quotient(a, b);
+  if constexpr (operation == Operation::Add) {
+    return sum(a, b);
+  } else if constexpr (operation == Operation::Subtract) {
+    return difference(a, b);
+  } else if constexpr (operation == Operation::Multiply) {
+    return product(a, b);
+  } else {
+    static_assert(operation == Operation::Divide);
+    assert(!isRefusedDivisor(b));
+    return quotient(a, b);
   }
 }
 

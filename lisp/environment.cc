@@ -1,5 +1,6 @@
 #include "lisp/environment.h"
 
+#include <cassert>
 #include <new>
 #include <utility>
 
@@ -43,8 +44,14 @@ struct LeafNode : EnvironmentNode {
 
 EnvironmentNode* dead_nodes = nullptr;
 
-InnerNode& innerOf(EnvironmentNode& node) { return static_cast<InnerNode&>(node); }
-LeafNode& leafOf(EnvironmentNode& node) { return static_cast<LeafNode&>(node); }
+InnerNode& innerOf(EnvironmentNode& node) {
+  assert(!node.is_leaf);
+  return static_cast<InnerNode&>(node);
+}
+LeafNode& leafOf(EnvironmentNode& node) {
+  assert(node.is_leaf);
+  return static_cast<LeafNode&>(node);
+}
 
 std::size_t sizeOf(bool leaf) { return leaf ? sizeof(LeafNode) : sizeof(InnerNode); }
 

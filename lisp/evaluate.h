@@ -5,6 +5,7 @@
 #define LISP_EVALUATE_H_
 
 #include <array>
+#include <cassert>
 #include <cstdint>
 
 #include "lisp/form_shape.h"
@@ -29,6 +30,13 @@ struct FormEvaluator {
 // By shape.
 extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 
+// How to evaluate a list. Only what the reader has made is evaluated, and nothing of that has a
+// digest; the hash of any other list would be taken for a shape.
+[[nodiscard, gnu::always_inline]] inline const FormEvaluator& evaluatorOf(const Run& items) {
+  assert(!items.isLinked() && items.shape() < kShapeCount);
+  return kFormEvaluators.data()[items.shape()];
+}
+
 [[nodiscard]] inline Truth truthOf(Result result) {
   if (result.raw.tag() == Tag::Nil) return Truth::No;
   if (result.failed()) return Truth::Failed;
@@ -39,7 +47,7 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 [[gnu::always_inline]] inline Result Interpreter::evaluateList(const LispValue& form,
                                                                std::uint32_t depth) {
   Run& items = runOf(form.raw());
-  return kFormEvaluators.data()[items.shape()].evaluate(*this, items, depth + 1);
+  return evaluatorOf(items).evaluate(*this, items, depth + 1);
 }
 
 // 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind. For a list its
@@ -78,7 +86,7 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
   if (form.raw().tag() != Tag::List) [[unlikely]]
     return testAtom(form, depth);
   Run& items = runOf(form.raw());
-  return kFormEvaluators.data()[items.shape()].test(*this, items, depth + 1);
+  return evaluatorOf(items).test(*this, items, depth + 1);
 }
 
 // The value of an operand that needs no evaluation, borrowed and without counting a step; null for

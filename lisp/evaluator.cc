@@ -1,7 +1,7 @@
 // The evaluator: a recursive walk over the forms that the reader built, bounded by the depth limit.
 
 #include <array>
-#include <cmath>
+#include <cassert>
 #include <cstddef>
 #include <span>
 #include <type_traits>
@@ -48,24 +48,22 @@ bool isApplicable(double b) {
 // The result of a builtin of two numbers. A sum begins with 0, so that of -0.0 and -0.0 is 0.
 template <Operation operation, typename Outcome>
 inline Outcome applyNumeric(double a, double b) {
-  if constexpr (operation <= Operation::Divide) {
+  assert(isApplicable<operation>(b));
+  if constexpr (operation == Operation::NumberEqual) {
+    return outcome<Outcome>(a == b);
+  } else if constexpr (operation == Operation::NumberNotEqual) {
+    return outcome<Outcome>(a != b);
+  } else if constexpr (operation == Operation::Less) {
+    return outcome<Outcome>(a < b);
+  } else if constexpr (operation == Operation::Greater) {
+    return outcome<Outcome>(a > b);
+  } else if constexpr (operation == Operation::LessOrEqual) {
+    return outcome<Outcome>(a <= b);
+  } else if constexpr (operation == Operation::GreaterOrEqual) {
+    return outcome<Outcome>(a >= b);
+  } else {
     const double first = operation == Operation::Add ? 0.0 + a : a;
     return outcome<Outcome>(RawValue::ofNumber(combine<operation>(first, b)));
-  }
-  switch (operation) {
-    case Operation::NumberEqual:
-      return outcome<Outcome>(a == b);
-    case Operation::NumberNotEqual:
-      return outcome<Outcome>(a != b);
-    case Operation::Less:
-      return outcome<Outcome>(a < b);
-    case Operation::Greater:
-      return outcome<Outcome>(a > b);
-    case Operation::LessOrEqual:
-      return outcome<Outcome>(a <= b);
-    default:
-      static_assert(operation <= Operation::GreaterOrEqual);
-      return outcome<Outcome>(a >= b);
   }
 }
 
@@ -82,21 +80,20 @@ bool isApplicable(const RawValue& argument) {
 // What a builtin of one argument yields.
 template <Operation operation>
 [[gnu::always_inline]] inline Result applyUnary(const RawValue& argument) {
-  switch (operation) {
-    case Operation::Increment:
-      return RawValue::ofNumber(argument.number + 1.0);
-    case Operation::Decrement:
-      return RawValue::ofNumber(argument.number - 1.0);
-    case Operation::Length:
-      return RawValue::ofNumber(static_cast<double>(argument.length()));
-    case Operation::Car: {
-      const RawValue& first = runOf(argument).own(argument.length()).raw();
-      retain(first);
-      return first;
-    }
-    default:
-      static_assert(operation <= Operation::Length);
-      return restOf(argument);
+  assert(isApplicable<operation>(argument));
+  if constexpr (operation == Operation::Increment) {
+    return RawValue::ofNumber(argument.number + 1.0);
+  } else if constexpr (operation == Operation::Decrement) {
+    return RawValue::ofNumber(argument.number - 1.0);
+  } else if constexpr (operation == Operation::Length) {
+    return RawValue::ofNumber(static_cast<double>(argument.length()));
+  } else if constexpr (operation == Operation::Car) {
+    const RawValue& first = runOf(argument).own(argument.length()).raw();
+    retain(first);
+    return first;
+  } else {
+    static_assert(operation == Operation::Cdr);
+    return restOf(argument);
   }
 }
 
@@ -161,11 +158,12 @@ Truth Interpreter::testAtom(const LispValue& form, std::uint32_t depth) {
 
 // A condition that has no way of its own to tell its truth.
 Truth Interpreter::testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth) {
-  return truthOf(kFormEvaluators[items.shape()].evaluate(interpreter, items, depth));
+  return truthOf(evaluatorOf(items).evaluate(interpreter, items, depth));
 }
 
 bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
                                     std::vector<LispValue>& values) {
+  assert(!items.empty());
   const std::size_t count = items.size() - 1;
   values.reserve(count);
   form_arguments_ += count;
@@ -249,6 +247,7 @@ Result Interpreter::callUnknown(Run& items, std::uint32_t depth) {
                          {arguments, arguments_.size() - first_argument},
                          {items.slots(), items.full_length},
                          depth};
+  assert(name.builtin->function != nullptr);
   return name.builtin->function(*this, call);
 }
 
@@ -536,10 +535,10 @@ struct EvaluatorTable {
                                                       index / (kOperandKinds * kOperandKinds));
     constexpr auto first = static_cast<Operand>(index / kOperandKinds % kOperandKinds);
     constexpr auto second = static_cast<Operand>(index % kOperandKinds);
-    if constexpr (operation < Operation::NumberEqual) {
-      return {numeric<operation, first, second, Result>, I::testByValue};
-    } else {
+    if constexpr (isComparison(operation)) {
       return {numeric<operation, first, second, Result>, numeric<operation, first, second, Truth>};
+    } else {
+      return {numeric<operation, first, second, Result>, I::testByValue};
     }
   }
 

@@ -35,8 +35,15 @@ inline constexpr Operation kLastNumeric = Operation::GreaterOrEqual;
 inline constexpr Operation kFirstUnary = Operation::Increment;
 inline constexpr Operation kLastUnary = Operation::Length;
 
+static_assert(indexOf(kLastNumeric) - indexOf(kFirstNumeric) == 9 &&
+                  indexOf(kLastUnary) - indexOf(kFirstUnary) == 4,
+              "shapes are counted from the first operation of a group to its last");
+
 [[nodiscard]] constexpr bool isNumeric(Operation operation) {
   return operation >= kFirstNumeric && operation <= kLastNumeric;
+}
+[[nodiscard]] constexpr bool isComparison(Operation operation) {
+  return operation >= Operation::NumberEqual && operation <= Operation::GreaterOrEqual;
 }
 [[nodiscard]] constexpr bool isUnary(Operation operation) {
   return operation >= kFirstUnary && operation <= kLastUnary;
@@ -78,7 +85,7 @@ inline constexpr FormShape kUnaryShapes =
 
 inline constexpr FormShape kShapeCount = shapeOfVariable(kLastUnary) + 1;
 
-// The name that a list begins with, and what it stands for now.
+// The name that a list begins with, and what it means now. It must begin with one.
 [[nodiscard]] inline Symbol& nameOf(const Run& items) { return symbolOf(items.slots()[0].raw()); }
 [[nodiscard]] inline Operation operationOf(const Run& items) { return nameOf(items).operation; }
 

@@ -11,6 +11,7 @@
 #define LISP_GROWING_TABLE_H_
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -53,6 +54,7 @@ class GrowingTable {
   void remove(Record* record) {
     Record** link = &at(indexOf(record->hash));
     while (*link != record) {
+      assert(*link != nullptr);
       countWork();
       link = &(*link)->next;
     }
@@ -80,9 +82,11 @@ class GrowingTable {
   using Segment = std::array<Record*, kSegmentSize>;
 
   [[nodiscard]] Record*& at(std::size_t index) {
+    assert(index < bucket_count_);
     return (*segments_[index / kSegmentSize])[index % kSegmentSize];
   }
   [[nodiscard]] Record* at(std::size_t index) const {
+    assert(index < bucket_count_);
     return (*segments_[index / kSegmentSize])[index % kSegmentSize];
   }
 

@@ -68,7 +68,7 @@ bool Interpreter::awaitAnswer(const HostCall& call) {
 EvalOutcome Interpreter::takeFailure() {
   assert(failure_kind_ != OutcomeKind::Value);
   EvalOutcome outcome;
-  outcome.kind = failure_kind_;
+  outcome.kind = std::exchange(failure_kind_, OutcomeKind::Value);
   outcome.host_call = std::exchange(failure_host_call_, std::nullopt);
   outcome.message = std::move(failure_message_);
   outcome.steps = stepsUsed();
@@ -125,7 +125,7 @@ void Interpreter::resolve(Symbol& symbol) {
 // Makes `function` the user function of `symbol`; takes over the hold. A special form keeps its
 // name: the record could never be reached, so it is not kept.
 void Interpreter::define(Symbol& symbol, UserFunction* function) {
-  if (symbol.base_operation <= Operation::Null) {
+  if (isSpecialForm(symbol.base_operation)) {
     releaseFunction(function);
     return;
   }
@@ -159,7 +159,7 @@ void Interpreter::putAtRest(Symbol& symbol) {
     replace(symbol.value, RawValue::of(Tag::NotLoaded));
   }
   releaseFunction(std::exchange(symbol.function, nullptr));
-  if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
+  if (!isSpecialForm(symbol.base_operation)) symbol.operation = Operation::Unresolved;
   symbol.touched = false;
   symbol.changed = false;
   if (--symbol.references == 0) retireSymbol(&symbol);
@@ -182,7 +182,7 @@ void Interpreter::stepAside() {
       copyWords(aside_[i].value, symbol.value);
       symbol.value = RawValue::of(Tag::NotLoaded);
     }
-    if (symbol.base_operation > Operation::Null) symbol.operation = Operation::Unresolved;
+    if (!isSpecialForm(symbol.base_operation)) symbol.operation = Operation::Unresolved;
     symbol.touched = false;
   }
   resident_ = nullptr;

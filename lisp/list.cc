@@ -83,6 +83,7 @@ void deallocateRun(Run& run) {
 
 // The first slot in use.
 std::uint32_t firstSlot(const Run& run) {
+  assert(run.fullLength() >= (run.isLinked() ? linkOf(run).front_length : 0));
   return run.isLinked() ? run.fullLength() - linkOf(run).front_length : 0;
 }
 
@@ -124,6 +125,7 @@ void linkTo(Run& run, Run& tail) {
 // that begins there.
 inline RawValue claimSlot(Run& run, std::uint32_t slot, RawValue element, std::uint64_t hash) {
   const std::uint32_t length = run.fullLength() - slot;
+  assert(length > run.tailLength());
   linkOf(run).front_length = length;
   (slot == 0 ? frontHash(run) : run.hashes()[slot - 1]) = hash;
   new (run.slots() + slot) LispValue(LispValue::adopt(element));
@@ -158,6 +160,7 @@ RawValue prependRun(RawValue element, RawValue list, bool may_share) {
 }  // namespace
 
 const Run& findRun(const Run& run, std::uint32_t remaining) {
+  assert(remaining >= 1 && remaining <= run.fullLength());
   const Run* at = &run;
   while (remaining <= at->tailLength()) {
     countWork();
@@ -175,6 +178,7 @@ RawValue emptyList() {
 
 RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   if (count == 0) return emptyList();
+  assert(count < Run::kLinked);
   countWork(count);
   Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
   run->setShape(kUnseenShape);
@@ -225,6 +229,7 @@ RawValue restElsewhere(const RawValue& list) {
 }
 
 void bury(Run& run) {
+  assert(run.references == 0);
   releaseEquality(run);
   run.references = firstSlot(run);
   run.next_dead = dead_runs;

@@ -22,6 +22,7 @@
 #ifndef LISP_LIST_H_
 #define LISP_LIST_H_
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -50,6 +51,7 @@ inline constexpr FormShape kEmptyListShape = 1;
 struct Run : Counted {
   static constexpr std::uint32_t kLinked = 0x80000000;
   static constexpr std::uint64_t kSearched = 0x80000000;
+  static constexpr std::uint32_t kFormNumberMax = (1U << 29) - 1;
 
   // What remains from slot 0 on, of a flat run: lists of 2^31 elements would take 32 GiB. A linked
   // run has kLinked besides.
@@ -68,18 +70,28 @@ struct Run : Counted {
   [[nodiscard]] bool hasDigest() const { return (front & 3) != 2; }
   [[nodiscard]] bool hasNode() const { return (front & 3) == 0; }
   // How a run without a digest is evaluated.
-  [[nodiscard]] FormShape shape() const { return static_cast<FormShape>(front >> 32); }
-  // `form_number` has 29 bits.
+  [[nodiscard]] FormShape shape() const {
+    assert(!hasDigest());
+    return static_cast<FormShape>(front >> 32);
+  }
   constexpr void setShape(FormShape shape, std::uint32_t form_number = 0) {
+    assert(form_number <= kFormNumberMax);
     front = std::uint64_t{shape} << 32 | (front & kSearched) | std::uint64_t{form_number} << 2 | 2;
   }
   // The number of an observed form (lisp/observer.h).
   [[nodiscard]] std::uint32_t formNumber() const {
+    assert(!hasDigest());
     return static_cast<std::uint32_t>(front & ~kSearched) >> 2;
   }
   // Whether UserFunction::prepare has been here, of a run without a digest.
-  [[nodiscard]] bool isSearched() const { return (front & kSearched) != 0; }
-  void setSearched() { front |= kSearched; }
+  [[nodiscard]] bool isSearched() const {
+    assert(!hasDigest());
+    return (front & kSearched) != 0;
+  }
+  void setSearched() {
+    assert(!hasDigest());
+    front |= kSearched;
+  }
 
   [[nodiscard]] bool isLinked() const { return (full_length & kLinked) != 0; }
   // What remains from slot 0 on.
@@ -98,8 +110,11 @@ struct Run : Counted {
   [[nodiscard]] const std::uint64_t* hashes() const {
     return reinterpret_cast<const std::uint64_t*>(slots() + capacity());
   }
+  // True when the run itself holds the element with `remaining` and the slot is in use.
+  [[nodiscard]] bool isInUse(std::uint32_t remaining) const;
   // The element from which `remaining` elements remain; it must be one of this run's own.
   [[nodiscard]] const LispValue& own(std::uint32_t remaining) const {
+    assert(isInUse(remaining));
     return slots()[fullLength() - remaining];
   }
 };
@@ -116,13 +131,27 @@ struct RunLink {
 
 static_assert(sizeof(Run) == 16 && sizeof(RunLink) == 32);
 
-[[nodiscard]] inline Run& runOf(const RawValue& raw) { return *static_cast<Run*>(raw.record); }
-[[nodiscard]] inline RunLink& linkOf(Run& run) { return reinterpret_cast<RunLink*>(&run)[-1]; }
+// The run in which a list begins.
+[[nodiscard]] inline Run& runOf(const RawValue& raw) {
+  assert(raw.tag() == Tag::List);
+  return *static_cast<Run*>(raw.record);
+}
+// The link of a linked run.
+[[nodiscard]] inline RunLink& linkOf(Run& run) {
+  assert(run.isLinked());
+  return reinterpret_cast<RunLink*>(&run)[-1];
+}
 [[nodiscard]] inline const RunLink& linkOf(const Run& run) {
+  assert(run.isLinked());
   return reinterpret_cast<const RunLink*>(&run)[-1];
 }
 
 inline std::uint32_t Run::tailLength() const { return isLinked() ? linkOf(*this).tail_length : 0; }
+
+inline bool Run::isInUse(std::uint32_t remaining) const {
+  return remaining > tailLength() &&
+         remaining <= (isLinked() ? linkOf(*this).front_length : full_length);
+}
 
 // The run that holds the element with `remaining` of a list that begins in `run`, found in
 // O(log runs): `remaining` must be from 1 to the list's length.
@@ -147,6 +176,7 @@ inline std::uint32_t Run::tailLength() const { return isLinked() ? linkOf(*this)
 
 // The elements after the first of `list`, which must not be empty; a further hold. O(1).
 [[nodiscard]] inline RawValue restOf(const RawValue& list) {
+  assert(list.length() > 0);
   Run& run = runOf(list);
   const std::uint32_t length = list.length() - 1;
   if (length <= 1 || length == run.tailLength()) return restElsewhere(list);

@@ -11,6 +11,7 @@
 #define LISP_LIST_HASH_H_
 
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 
@@ -98,6 +99,7 @@ inline void ensureDigest(const RawValue& value) {
 }
 
 inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
+  assert(run.hasDigest() && run.isInUse(run.fullLength() - slot));
   if (slot == 0) return frontHash(run);
   if (slot + 1 == run.full_length) {  // Of a flat run.
     // Not a list with elements, or restOf would have made a run of it: nothing is asked further.

@@ -3,6 +3,7 @@
 #ifndef LISP_LOCAL_TABLE_H_
 #define LISP_LOCAL_TABLE_H_
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -33,6 +34,7 @@ class LocalTable {
   LocalTable& operator=(const LocalTable&) = delete;
 
   [[nodiscard]] bool contains(const Symbol& symbol) const {
+    assert(declarations_.size() == locals_.size());  // Nothing is forgotten.
     const std::size_t bit = bitOf(symbol);
     return ((filter_[bit / 64] >> (bit % 64)) & 1) != 0 && places_[find(symbol)] != 0;
   }

@@ -4,6 +4,7 @@
 #define LISP_NUMBER_H_
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -33,6 +34,7 @@ inline constexpr std::array<double, kExactDigitsMax + 1> kPowersOfTen = {
 [[nodiscard, gnu::always_inline]] inline const char* readShortDecimal(const char* at,
                                                                       const char* end,
                                                                       double& value) {
+  assert(at != end);
   const bool negative = *at == '-';
   if (negative || *at == '+') ++at;
   std::uint64_t digits = 0;

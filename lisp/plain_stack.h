@@ -21,8 +21,11 @@ class PlainStack {
 
  public:
   [[nodiscard]] std::size_t size() const { return size_; }
-  [[nodiscard]] Record& operator[](std::size_t index) { return data()[index]; }
-  [[nodiscard]] Record& top() { return data()[size_ - 1]; }
+  [[nodiscard]] Record& operator[](std::size_t index) {
+    assert(index < size_);
+    return data()[index];
+  }
+  [[nodiscard]] Record& top() { return (*this)[size_ - 1]; }
   // Memory taken for records, used or not.
   [[nodiscard]] std::size_t bytes() const { return capacity_ * sizeof(Record); }
   // The records from the bottom up; null while there has never been one.
@@ -44,7 +47,10 @@ class PlainStack {
   }
 
   // Drops what lies above the first `size` records, of which there must be as many.
-  void truncate(std::size_t size) { size_ = size; }
+  void truncate(std::size_t size) {
+    assert(size <= size_);
+    size_ = size;
+  }
 
  private:
   static constexpr std::size_t kCapacityMin = 32;

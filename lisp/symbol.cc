@@ -1,6 +1,7 @@
 #include "lisp/symbol.h"
 
 #include <array>
+#include <cassert>
 #include <cstring>
 #include <new>
 #include <vector>
@@ -43,6 +44,7 @@ class InternTable {
   }
 
   void retire(Record* record) {
+    assert(record->references == 0);
     auto& place = recent_.placeOf(packedWord(record->bytes()));
     if (place.record == record) place = {};
     records_.remove(record);

@@ -10,6 +10,7 @@
 #define LISP_SYMBOL_H_
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -40,7 +41,7 @@ struct Interned : Counted {
 // The text of string values.
 struct Text : Interned<Text> {};
 
-// What the evaluator does with a list that begins with a name. The special forms come first.
+// What the evaluator does with a list that begins with a name.
 enum class Operation : std::uint8_t {
   Quote,
   Setq,
@@ -76,6 +77,48 @@ enum class Operation : std::uint8_t {
   Unresolved,   // Not looked up in this run yet.
 };
 
+// Special forms receive their arguments unevaluated and keep their names for good. Each operation
+// is in one of the two groups, or this does not compile.
+[[nodiscard]] constexpr bool isSpecialForm(Operation operation) {
+  switch (operation) {
+    case Operation::Quote:
+    case Operation::Setq:
+    case Operation::If:
+    case Operation::Progn:
+    case Operation::While:
+    case Operation::Defun:
+    case Operation::And:
+    case Operation::Or:
+    case Operation::Not:
+    case Operation::Null:
+      return true;
+    case Operation::UserFunction:
+    case Operation::Add:
+    case Operation::Subtract:
+    case Operation::Multiply:
+    case Operation::Divide:
+    case Operation::NumberEqual:
+    case Operation::NumberNotEqual:
+    case Operation::Less:
+    case Operation::Greater:
+    case Operation::LessOrEqual:
+    case Operation::GreaterOrEqual:
+    case Operation::Increment:
+    case Operation::Decrement:
+    case Operation::Car:
+    case Operation::Cdr:
+    case Operation::Length:
+    case Operation::Cons:
+    case Operation::List:
+    case Operation::Builtin:
+    case Operation::FormBuiltin:
+    case Operation::Unknown:
+    case Operation::Unresolved:
+      return false;
+  }
+  return false;
+}
+
 // Never touched by a local binding: `Symbol::owner` of a global one.
 inline constexpr std::uint32_t kGlobalOwner = 0;
 // The owner of T's slot, which holds T for good: assignments and bindings of T are never read, so
@@ -101,9 +144,13 @@ struct Symbol : Interned<Symbol> {
 };
 
 [[nodiscard]] inline Symbol& symbolOf(const RawValue& raw) {
+  assert(raw.tag() == Tag::Symbol);
   return *static_cast<Symbol*>(raw.record);
 }
-[[nodiscard]] inline Text& textOf(const RawValue& raw) { return *static_cast<Text*>(raw.record); }
+[[nodiscard]] inline Text& textOf(const RawValue& raw) {
+  assert(raw.tag() == Tag::String);
+  return *static_cast<Text*>(raw.record);
+}
 
 // Returns the record of `name`, made if need be, with one more reference for the caller.
 [[nodiscard]] Symbol* internSymbol(std::string_view name);
@@ -118,6 +165,7 @@ class PackedText {
   [[nodiscard]] constexpr bool isFull() const { return size_ == kSizeMax; }
   // There must be room.
   constexpr void append(char c) {
+    assert(!isFull());
     bytes_ |= std::uint64_t{static_cast<unsigned char>(c)} << (8 * size_++);
   }
   [[nodiscard]] constexpr std::uint64_t word() const {

@@ -1,6 +1,7 @@
 #include "lisp/user_function.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -16,7 +17,9 @@ namespace {
 constexpr std::size_t kParametersIndex = 2;  // After DEFUN and the name.
 constexpr std::size_t kBodyIndex = 3;
 
+// Of a flat list, as the reader makes them.
 std::span<const LispValue> elementsOf(const LispValue& list) {
+  assert(list.raw().length() == runOf(list.raw()).full_length);
   return {runOf(list.raw()).slots(), list.raw().length()};
 }
 
@@ -50,6 +53,7 @@ bool isDefinition(const Run& items) {
 }
 
 UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
+  assert(isDefinition(runOf(form_.raw())));
   const std::span<const LispValue> items = elementsOf(form_);
   const std::span<const LispValue> names = elementsOf(items[kParametersIndex]);
   const auto separator = std::find_if(names.begin(), names.end(), isSeparator);
@@ -125,6 +129,7 @@ void UserFunction::prepare() {
 }
 
 void retireFunction(UserFunction* function) {
+  assert(function->references == 0);
   if (!function->bindsLocalsLate() && function->inner_.empty()) {
     delete function;
     return;

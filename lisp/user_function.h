@@ -3,9 +3,9 @@
 #ifndef LISP_USER_FUNCTION_H_
 #define LISP_USER_FUNCTION_H_
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <span>
 #include <vector>
@@ -50,7 +50,10 @@ class UserFunction : public Counted {
   // Its parameters, if it binds its locals as a call begins; otherwise more than a call can have.
   [[nodiscard]] std::uint32_t plainArity() const { return plain_arity_; }
   // Of a function that binds its locals late.
-  [[nodiscard]] const LocalTable& localTable() const { return *local_table_; }
+  [[nodiscard]] const LocalTable& localTable() const {
+    assert(local_table_ != nullptr);
+    return *local_table_;
+  }
 
  private:
   // A prepared function, by its form.
@@ -97,6 +100,7 @@ inline void retainFunction(UserFunction* function) {
   if (function != nullptr) ++function->references;
 }
 inline void releaseFunction(UserFunction* function) {
+  assert(function == nullptr || function->references > 0);
   if (function != nullptr && --function->references == 0) retireFunction(function);
 }
 

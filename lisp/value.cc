@@ -1,6 +1,7 @@
 #include "lisp/value.h"
 
 #include <algorithm>
+#include <cassert>
 #include <variant>
 #include <vector>
 
@@ -24,6 +25,7 @@ LispList::Iterator::Iterator(const Run* run, std::uint32_t left) : run_(run), le
 }
 
 LispList::Iterator& LispList::Iterator::operator++() {
+  assert(left_ > 0);
   --left_;
   ++element_;
   if (left_ > 0 && left_ == run_->tailLength()) {
@@ -34,6 +36,7 @@ LispList::Iterator& LispList::Iterator::operator++() {
 }
 
 const LispValue& LispList::operator[](std::uint32_t index) const {
+  assert(index < length_);
   const std::uint32_t remaining = length_ - index;
   const Run& run = remaining > run_->tailLength() ? *run_ : findRun(*run_, remaining);
   return run.own(remaining);

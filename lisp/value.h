@@ -11,6 +11,7 @@
 #ifndef LISP_VALUE_H_
 #define LISP_VALUE_H_
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -57,7 +58,10 @@ struct RawValue {
 
   [[nodiscard]] Tag tag() const { return static_cast<Tag>(static_cast<std::uint32_t>(head)); }
   // Elements of a list.
-  [[nodiscard]] std::uint32_t length() const { return static_cast<std::uint32_t>(head >> 32); }
+  [[nodiscard]] std::uint32_t length() const {
+    assert(tag() == Tag::List);
+    return static_cast<std::uint32_t>(head >> 32);
+  }
 
   [[nodiscard]] static RawValue ofNumber(double number) {
     RawValue raw;
@@ -67,6 +71,8 @@ struct RawValue {
   }
   // Of a string or a symbol; or of a state of the evaluator, without a record.
   [[nodiscard]] static RawValue of(Tag tag, Counted* record = nullptr) {
+    assert((tag == Tag::String || tag == Tag::Symbol) == (record != nullptr));
+    assert(tag != Tag::Number && tag != Tag::List);
     RawValue raw;
     raw.head = static_cast<std::uint64_t>(tag);
     raw.record = record;
@@ -97,10 +103,12 @@ inline void copyWords(RawValue& to, const RawValue& from) {
 void retire(RawValue raw);
 
 inline void retain(const RawValue& raw) {
+  assert(!isCounted(raw) || raw.record->references > 0);
   if (isCounted(raw)) ++raw.record->references;
 }
 
 inline void release(const RawValue& raw) {
+  assert(!isCounted(raw) || raw.record->references > 0);
   if (isCounted(raw) && --raw.record->references == 0) retire(raw);
 }
 
@@ -167,8 +175,12 @@ class LispList {
 
     Iterator() = default;
     Iterator(const Run* run, std::uint32_t left);
-    reference operator*() const { return *element_; }
-    pointer operator->() const { return element_; }
+    // There must be an element.
+    reference operator*() const {
+      assert(left_ > 0);
+      return *element_;
+    }
+    pointer operator->() const { return &**this; }
     Iterator& operator++();
     Iterator operator++(int) {
       Iterator before = *this;
