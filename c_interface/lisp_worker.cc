@@ -1,6 +1,5 @@
 #include "lisp_worker/c_interface/lisp_worker.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <exception>

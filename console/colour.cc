@@ -7,7 +7,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 
 #include "lisp_worker/client/number_text.h"
 

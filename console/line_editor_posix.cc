@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <clocale>
 #include <csignal>
 #include <cstddef>

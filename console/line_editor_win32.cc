@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <iostream>
 
 #include "console/line_editor.h"

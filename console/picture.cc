@@ -10,11 +10,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <map>
 #include <set>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "console/colour.h"

@@ -4,7 +4,6 @@
 #include <librsvg/rsvg.h>
 
 #include <cmath>
-#include <cstddef>
 #include <memory>
 
 #include "console/picture.h"

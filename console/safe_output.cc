@@ -3,7 +3,6 @@
 
 #include "console/safe_output.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <iostream>
 

@@ -7,10 +7,8 @@
 #ifndef CONSOLE_SAFE_OUTPUT_H_
 #define CONSOLE_SAFE_OUTPUT_H_
 
-#include <ostream>
 #include <streambuf>
 #include <string>
-#include <string_view>
 
 namespace lisp_worker::console {
 

@@ -168,8 +168,7 @@ class Session {
   Drawing before_;
   bool is_fresh_ = true;  // No program has run on the drawing yet.
   client::CoordContext sheet_context_ = emptySheet().context;
-  client::CoordContext
-      context_;  // The one that the worker has, as the program's script changes it.
+  client::CoordContext context_;  // The worker's, as the program's script changes it.
   Answerer* answerer_ = nullptr;
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;

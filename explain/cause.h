@@ -3,11 +3,9 @@
 #ifndef EXPLAIN_CAUSE_H_
 #define EXPLAIN_CAUSE_H_
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "explain/evaluation.h"
 #include "explain/form.h"

@@ -4,7 +4,6 @@
 #define EXPLAIN_FORM_H_
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>

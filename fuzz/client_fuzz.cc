@@ -8,7 +8,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "fuzz/law.h"
 #include "lisp_worker/client/answer_text.h"

@@ -6,7 +6,6 @@
 // goes in, and whose way there and back must lead to where it began. Then a geometric request of
 // any doubles, against its formula.
 
-#include <array>
 #include <bit>
 #include <cmath>
 #include <optional>

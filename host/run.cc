@@ -3,7 +3,6 @@
 
 #include "host/run.h"
 
-#include <optional>
 #include <utility>
 
 #include "lisp/builtin.h"

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <span>
 #include <string_view>
-#include <utility>
 
 #include "lisp/arithmetic.h"
 #include "lisp/builtin.h"

@@ -5,8 +5,6 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "testing/base/list_makers.h"
 #include "testing/base/outcome_matchers.h"

@@ -1,8 +1,6 @@
 #include "lisp/list.h"
 
 #include <algorithm>
-#include <cassert>
-#include <cstring>
 #include <new>
 
 #include "lisp/equality.h"

@@ -1,7 +1,6 @@
 #include "lisp/number.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>

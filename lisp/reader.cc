@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <utility>
 
 #include "lisp/list.h"
 #include "lisp/number.h"

@@ -7,7 +7,6 @@
 #ifndef LISP_READER_H_
 #define LISP_READER_H_
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <span>
 #include <utility>
 
 #include "lisp/evaluate.h"

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <memory>
 #include <utility>
 #include <vector>
 

@@ -7,14 +7,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "lisp_worker/client/process.h"
 #include "lisp_worker/client/worker.h"

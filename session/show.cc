@@ -1,6 +1,5 @@
 #include "lisp_worker/session/show.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <optional>

@@ -6,7 +6,6 @@
 #include "worker/encoding.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <string_view>
 #include <vector>

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <utility>
 
 namespace lisp_worker::worker {
 namespace {

@@ -5,7 +5,6 @@
 #define TESTING_BASE_LIST_MAKERS_H_
 
 #include <cstddef>
-#include <cstdint>
 
 #include "lisp/environment.h"
 #include "lisp/list.h"

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/test_environment.h"

@@ -3,7 +3,6 @@
 
 #include "testing/generators/faulty_programs.h"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 

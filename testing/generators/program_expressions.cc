@@ -1,6 +1,5 @@
 // Expressions: what programs compute.
 
-#include <cstddef>
 #include <string>
 #include <vector>
 

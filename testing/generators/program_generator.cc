@@ -4,9 +4,7 @@
 
 #include "testing/generators/program_generator.h"
 
-#include <algorithm>
 #include <cctype>
-#include <cstddef>
 
 #include "testing/generators/scope_generator.h"
 #include "testing/generators/text_generator.h"

@@ -8,7 +8,6 @@
 #include <array>
 #include <cstring>
 #include <limits>
-#include <thread>
 
 #include "testing/workers/child_process.h"
 #include "testing/workers/executable_worker.h"

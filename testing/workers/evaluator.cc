@@ -3,10 +3,6 @@
 
 #include "testing/workers/evaluator.h"
 
-#include <optional>
-#include <utility>
-#include <vector>
-
 #include "geometry/builtins.h"
 #include "host/builtins.h"
 #include "host/run.h"

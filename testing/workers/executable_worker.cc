@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <span>
 
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/response_record.h"

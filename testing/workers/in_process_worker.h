@@ -4,7 +4,6 @@
 #ifndef TESTING_WORKERS_IN_PROCESS_WORKER_H_
 #define TESTING_WORKERS_IN_PROCESS_WORKER_H_
 
-#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <memory>

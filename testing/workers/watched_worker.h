@@ -7,8 +7,6 @@
 #define TESTING_WORKERS_WATCHED_WORKER_H_
 
 #include <chrono>
-#include <cstddef>
-#include <string>
 #include <string_view>
 
 #include "testing/wire/frame_port.h"

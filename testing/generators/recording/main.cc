@@ -9,10 +9,8 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
-#include <memory>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "lisp_worker/client/answer_text.h"

@@ -1,6 +1,5 @@
 // lisp_faulty_worker: the worker, but that it fails at a given byte in a given way.
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
