@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <map>
-#include <optional>
 #include <vector>
 
 #include "explain/reference.h"
