@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "console/command_input.h"
 #include "console/commands.h"
 #include "console/shape.h"

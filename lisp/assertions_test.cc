@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cassert>
-
 #include "lisp/environment.h"
 #include "lisp/interpreter.h"
 #include "lisp/list.h"

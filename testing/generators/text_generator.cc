@@ -2,8 +2,6 @@
 
 #include "testing/generators/text_generator.h"
 
-#include <cstddef>
-
 namespace lisp_worker::testing_support {
 namespace {
 
