@@ -22,7 +22,7 @@ for picks and is brief unless you want --all-calls; --save and --picture write a
 constexpr const char* kNotes = R"(
 A program can say in comments how it wants to be run. Each takes a line of its own:
   ;@ drawing FILE                   begin with this drawing; paths count from the program's directory
-  ;@ load FILE                      run this library first
+  ;@ load FILE                      run this library first; one named by several runs once
   ;@ answer CALL TEXT               send TEXT, as it stands, as the answer to the next host call
                                     CALL that has none yet: ;@ answer GETPOINT (10 20 0)
   ;@ entity LIST                    put an entity into the drawing first:
@@ -82,7 +82,8 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_option("--drawing", line.drawing_path, "Begin with this drawing, a JSON file")
       ->type_name("FILE");
   app.add_option("--save", line.save_path, "Write the drawing at the end")->type_name("FILE");
-  app.add_option("--picture", line.picture_paths, "Draw it before and after, as .svg or .png")
+  app.add_option("--picture", line.picture_paths,
+                 "Draw it before and after, as .svg, or as .png up to 16 MiB of SVG")
       ->type_name("FILE")
       ->allow_extra_args(false);
   app.add_flag("--axes", line.shows_axes, "Show the coordinate systems in the picture");

@@ -19,9 +19,6 @@ inline constexpr std::size_t kDisplaySizeMax = 200;
 // are no UTF-8. As \x1B, or \u202E where a letter has more bytes.
 [[nodiscard]] std::string safeText(std::string_view text);
 
-// The number of bytes at the end of `text` that begin a letter of UTF-8 but are not all of it.
-[[nodiscard]] std::size_t unfinishedSize(std::string_view text);
-
 // `text` with control characters as \n, \r, \t or \xNN, cut where it is too long.
 [[nodiscard]] std::string displayText(std::string_view text,
                                       std::size_t size_max = kDisplaySizeMax);

@@ -122,6 +122,22 @@ TEST(DrawingFile, SaysWhereItCannotBeUsed) {
   }
 }
 
+TEST(DrawingFile, BoundsTheKeysOfAnObject) {
+  const auto error_with = [](std::size_t count) {
+    std::string text = "{\"entities\": [{";
+    for (std::size_t n = 0; n < count; ++n) {
+      text += (n == 0 ? "\"k" : ", \"k") + std::to_string(n) + "\": {\"a\": 1, \"b\": {}}";
+    }
+    std::string error;
+    EXPECT_FALSE(readSheet(text + "}]}", error).has_value());
+    return error;
+  };
+  EXPECT_EQ(error_with(99), "entity 1: needs a \"type\"");
+  EXPECT_EQ(error_with(100), "entity 1: needs a \"type\"");
+  EXPECT_EQ(error_with(101), "an object has more than 100 keys");
+  EXPECT_EQ(error_with(50000), "an object has more than 100 keys");
+}
+
 TEST(Files, AreReplacedAsAWholeOrNotAtAll) {
   const std::string directory = testing::TempDir() + "lisp_files_test";
   std::filesystem::create_directories(directory);
@@ -160,6 +176,22 @@ TEST(ReadProgram, FindsTheFilesThatItsCommentsName) {
   ASSERT_EQ(program->libraries.size(), 1u);
   EXPECT_EQ(program->libraries[0].libraries[0].text, "(SETQ B 1)");
   EXPECT_TRUE(program->script.picture.axes && program->script.picture.cells);
+
+  // However many name a library, it is read and run once.
+  std::string twice = ";@ load b.lsp\n;@ load b.lsp";
+  for (int level = 0; level < 40; ++level) {
+    const std::string name = "twice" + std::to_string(level) + ".lsp";
+    ASSERT_TRUE(writeFile(directory + "/lib/" + name, twice, error));
+    twice = ";@ load " + name + "\n;@ load " + name;
+  }
+  const auto tower = readProgram(directory + "/lib/twice39.lsp", error);
+  ASSERT_TRUE(tower.has_value()) << error;
+  std::size_t library_count = 0;
+  for (const Program* floor = &*tower; !floor->libraries.empty(); ++library_count) {
+    ASSERT_EQ(floor->libraries.size(), 1u);
+    floor = &floor->libraries.front();
+  }
+  EXPECT_EQ(library_count, 40u);
 
   EXPECT_FALSE(readProgram(directory + "/lib/self.lsp", error));
   EXPECT_THAT(error, StartsWith(directory + "/lib/self.lsp: line 1: "));

@@ -16,7 +16,9 @@
 #include <vector>
 
 #include "console/colour.h"
+#include "console/font.h"
 #include "console/shape.h"
+#include "console/utf8.h"
 #include "lisp_worker/client/number_text.h"
 
 namespace lisp_worker::console {
@@ -74,28 +76,13 @@ std::string escaped(std::string_view text) {
   return out;
 }
 
-// The letters of `text` that are whole UTF-8, with a question mark for each byte that is not.
+// The letters of `text`, with a question mark for each byte that belongs to none.
 std::string wholeLetters(std::string_view text) {
   std::string out;
-  for (std::size_t n = 0; n < text.size();) {
-    const auto lead = static_cast<unsigned char>(text[n]);
-    const std::size_t size = lead < 0x80                   ? 1
-                             : lead >= 0xC2 && lead < 0xE0 ? 2
-                             : lead >= 0xE0 && lead < 0xF0 ? 3
-                             : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                           : 0;
-    bool is_whole = size != 0 && n + size <= text.size();
-    for (std::size_t k = 1; is_whole && k < size; ++k) {
-      const auto byte = static_cast<unsigned char>(text[n + k]);
-      is_whole = (byte & 0xC0U) == 0x80;
-      // Overlong forms, surrogates and what lies above the last code point.
-      if (k == 1 && ((lead == 0xE0 && byte < 0xA0) || (lead == 0xED && byte > 0x9F) ||
-                     (lead == 0xF0 && byte < 0x90) || (lead == 0xF4 && byte > 0x8F))) {
-        is_whole = false;
-      }
-    }
-    out += is_whole ? std::string(text.substr(n, size)) : "?";
-    n += is_whole ? size : 1;
+  while (!text.empty()) {
+    const Letter letter = letterAt(text);
+    out += letter.is_whole ? text.substr(0, letter.size) : "?";
+    text.remove_prefix(letter.size);
   }
   return out;
 }
@@ -175,20 +162,21 @@ std::string arcPath(const Panel& panel, const Entity& entity) {
 }
 
 std::string textElement(const Panel& panel, const Entity& entity, const std::string& style) {
-  constexpr double kCapitalHeight = 0.72;  // Of the font size.
   constexpr std::array<const char*, 3> kAnchors = {"start", "middle", "end"};
   const Point at = findPoints(entity.groups, kPointGroup).front();
   const double size = findNumberGroup(entity.groups, kSizeGroup, 1) * panel.scale / kCapitalHeight;
   const double degrees = findNumberGroup(entity.groups, kStartAngleGroup, 0) * 180 / kPi;
   const auto alignment =
       static_cast<std::size_t>(findNumberGroup(entity.groups, kAlignmentGroup, 0));
+  const std::string_view text = findStringGroup(entity.groups, kTextGroup);
+  // Where another font must do, it is drawn as wide as this one.
   std::string attributes =
-      "font-size=\"" + pixels(size) + "\" text-anchor=\"" + kAnchors[alignment] + "\" " + style;
+      "font-size=\"" + pixels(size) + "\" textLength=\"" + pixels(widthInFont(text) * size) +
+      "\" lengthAdjust=\"spacingAndGlyphs\" text-anchor=\"" + kAnchors[alignment] + "\" " + style;
   if (degrees != 0) {
     attributes += " transform=\"rotate(" + pixels(-degrees) + " " + position(panel, at) + ")\"";
   }
-  return label(panel.x(at.x), panel.y(at.y), findStringGroup(entity.groups, kTextGroup),
-               attributes);
+  return label(panel.x(at.x), panel.y(at.y), text, attributes);
 }
 
 // The entity's shape with a style of its own: `stroke` and what belongs to it.

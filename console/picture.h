@@ -3,6 +3,7 @@
 #ifndef CONSOLE_PICTURE_H_
 #define CONSOLE_PICTURE_H_
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -25,8 +26,11 @@ struct PictureOptions {
                                       const client::CoordContext& context,
                                       const PictureOptions& options);
 
-// The bytes of a PNG file of the same. Empty when none can be made, with the reason in
-// `error`.
+// Rendering takes memory and time by the size of the text: about a gibibyte and 4 s for 100 MiB.
+inline constexpr std::size_t kRenderedSizeMax = std::size_t{16} << 20;
+
+// The bytes of a PNG file of a text that has at most kRenderedSizeMax bytes. Empty when none can be
+// made, with the reason in `error`.
 [[nodiscard]] std::optional<std::string> renderPng(const std::string& svg, std::string& error);
 
 }  // namespace lisp_worker::console

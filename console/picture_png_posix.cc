@@ -29,6 +29,10 @@ cairo_status_t appendBytes(void* bytes, const unsigned char* data, unsigned int 
 }  // namespace
 
 std::optional<std::string> renderPng(const std::string& svg, std::string& error) {
+  if (svg.size() > kRenderedSizeMax) {
+    error = "the picture has more than 16 MiB of shapes to render; write it as .svg";
+    return std::nullopt;
+  }
   GError* failure = nullptr;
   const Owned<RsvgHandle> handle(rsvg_handle_new_from_data(
       reinterpret_cast<const unsigned char*>(svg.data()), svg.size(), &failure));

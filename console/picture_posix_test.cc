@@ -1,9 +1,15 @@
+#include <cairo.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <string>
+
 #include "console/commands.h"
 #include "console/drawing_file.h"
+#include "console/font.h"
 #include "console/picture.h"
+#include "console/shape.h"
 #include "lisp_worker/client/answer_text.h"
 
 namespace lisp_worker::console {
@@ -124,6 +130,48 @@ TEST_F(PictureTest, BecomesAPng) {
   EXPECT_TRUE(png->starts_with("\x89PNG"));
   EXPECT_FALSE(renderPng("no picture", error).has_value());
   EXPECT_THAT(error, HasSubstr("the picture cannot be rendered: "));
+}
+
+TEST_F(PictureTest, BecomesAPngUpToALimit) {
+  // Paths that go nowhere, and blanks.
+  const auto picture_of_size = [](std::size_t size) {
+    std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\">";
+    const std::string end = "</svg>";
+    constexpr std::size_t kPiece = std::size_t{1} << 20;
+    while (text.size() + 2 * kPiece < size) {
+      text += "<path d=\"M0 0" + std::string(kPiece, ' ') + "\"/>";
+    }
+    text.append(size - text.size() - end.size(), ' ');
+    return text + end;
+  };
+  std::string error;
+  EXPECT_TRUE(renderPng(picture_of_size(kRenderedSizeMax - 1), error).has_value()) << error;
+  EXPECT_TRUE(renderPng(picture_of_size(kRenderedSizeMax), error).has_value()) << error;
+  EXPECT_FALSE(renderPng(picture_of_size(kRenderedSizeMax + 1), error).has_value());
+  EXPECT_EQ(error, "the picture has more than 16 MiB of shapes to render; write it as .svg");
+}
+
+// The widths that extents are made of are those of the font that renders the picture.
+TEST_F(PictureTest, KnowsHowWideItsFontDrawsAText) {
+  constexpr double kSize = 1000;
+  cairo_surface_t* const surface = cairo_image_surface_create(CAIRO_FORMAT_A8, 1, 1);
+  cairo_t* const pen = cairo_create(surface);
+  cairo_select_font_face(pen, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+  cairo_set_font_size(pen, kSize);
+  for (const char* const text : {"WIDE", "ill", "25\xC2\xB0 \xC2\xB1 1/2", "\xC3\xA4\xC3\x96"}) {
+    cairo_text_extents_t extents;
+    cairo_text_extents(pen, text, &extents);
+    EXPECT_NEAR(extents.x_advance / kSize, widthInFont(text), 0.01) << text;
+  }
+  cairo_destroy(pen);
+  cairo_surface_destroy(surface);
+}
+
+TEST_F(PictureTest, DrawsATextAsWideAsItsBox) {
+  run(after, R"(("TEXT" (0 0) 10 0 "WIDE"))");
+  EXPECT_DOUBLE_EQ(boundsOf(*after.entities().begin()).width(),
+                   widthInFont("WIDE") * 10 / kCapitalHeight);
+  EXPECT_THAT(draw(), HasSubstr("lengthAdjust=\"spacingAndGlyphs\""));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -21,9 +22,12 @@ std::optional<std::string> readText(const std::string& path, std::string& error)
   return text;
 }
 
-// `open` are the files on the way to this one: one that loads itself would go on for ever.
-std::optional<Program> readAt(const std::string& path, std::vector<std::filesystem::path>& open,
-                              std::string& error) {
+struct Files {
+  std::vector<std::filesystem::path> open;  // On the way to the one that is being read.
+  std::set<std::filesystem::path> read;     // Libraries; each is loaded where it is first named.
+};
+
+std::optional<Program> readAt(const std::string& path, Files& files, std::string& error) {
   auto text = readText(path, error);
   if (!text) return std::nullopt;
   Program program{.name = path, .text = std::move(*text)};
@@ -44,27 +48,28 @@ std::optional<Program> readAt(const std::string& path, std::vector<std::filesyst
     if (!program.sheet) return blame(*program.script.drawing);
   }
   std::error_code failure;
-  open.push_back(std::filesystem::weakly_canonical(path, failure));
+  files.open.push_back(std::filesystem::weakly_canonical(path, failure));
   for (const NamedFile& library : program.script.libraries) {
     const std::filesystem::path library_path = directory / library.path;
-    if (std::find(open.begin(), open.end(),
-                  std::filesystem::weakly_canonical(library_path, failure)) != open.end()) {
+    const auto name = std::filesystem::weakly_canonical(library_path, failure);
+    if (std::find(files.open.begin(), files.open.end(), name) != files.open.end()) {
       error = library_path.string() + ": loads itself";
       return blame(library);
     }
-    auto loaded = readAt(library_path.string(), open, error);
+    if (!files.read.insert(name).second) continue;
+    auto loaded = readAt(library_path.string(), files, error);
     if (!loaded) return blame(library);
     program.libraries.push_back(std::move(*loaded));
   }
-  open.pop_back();
+  files.open.pop_back();
   return program;
 }
 
 }  // namespace
 
 std::optional<Program> readProgram(const std::string& path, std::string& error) {
-  std::vector<std::filesystem::path> open;
-  return readAt(path, open, error);
+  Files files;
+  return readAt(path, files, error);
 }
 
 std::optional<Program> makeProgram(std::string_view name, std::string_view text,

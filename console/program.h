@@ -17,8 +17,9 @@ struct Program {
   std::string name;  // As messages call it: its path.
   std::string text;
   Script script = {};
-  std::optional<Sheet> sheet = {};      // The drawing that it begins with; otherwise what is there.
-  std::vector<Program> libraries = {};  // Run before it, quietly.
+  std::optional<Sheet> sheet = {};  // The drawing that it begins with; otherwise what is there.
+  // Run before it, quietly. One that several name is here once, where it is first named.
+  std::vector<Program> libraries = {};
 };
 
 // Reads a program, and what its comments name relative to its own directory. Empty when one of the

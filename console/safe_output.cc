@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "console/display.h"
+#include "console/utf8.h"
 
 namespace lisp_worker::console {
 

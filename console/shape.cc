@@ -1,6 +1,6 @@
 // An arc becomes a chain of points, one for every five degrees at least, with its quadrants among
-// them so that extents are exact. A text is the box that its letters take if all are as wide as a
-// capital.
+// them so that extents are exact. A text is the box that its letters take in the font that draws
+// it, as high as a capital.
 
 #include "console/shape.h"
 
@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <string_view>
 #include <utility>
+
+#include "console/font.h"
 
 namespace lisp_worker::console {
 
@@ -152,11 +154,7 @@ bool touches(const Entity& entity, const Box& box) {
 }
 
 double textWidth(std::string_view text, double height) {
-  constexpr double kLetterWidth = 0.62;  // Of the height; capitals of a sans-serif face.
-  const auto letters = std::count_if(text.begin(), text.end(), [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80;  // Bytes that begin a letter.
-  });
-  return static_cast<double>(letters) * kLetterWidth * height;
+  return widthInFont(text) * height / kCapitalHeight;
 }
 
 Similarity translation(double x, double y) { return {x, y, 1, 0, 0, 1}; }

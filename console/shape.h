@@ -51,7 +51,7 @@ struct Box {
 [[nodiscard]] bool liesInside(const Entity& entity, const Box& box);
 [[nodiscard]] bool touches(const Entity& entity, const Box& box);
 
-// The width that a text of this height takes, for extents: letters differ, so it is an estimate.
+// The width of a text whose capitals have this height, in the font that draws it.
 [[nodiscard]] double textWidth(std::string_view text, double height);
 
 // A mapping of the plane that keeps shapes:
