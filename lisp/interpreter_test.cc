@@ -297,6 +297,7 @@ TEST(Runs, LeaveNothingBehindUnlessTheyEndWithAValue) {
 
 // Also when the forms that they stood in are gone.
 TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
+  const Evaluator installs_builtins;
   lisp_worker::testing_support::settle();
   const std::size_t symbols = symbolCount();
   {

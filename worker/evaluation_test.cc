@@ -10,6 +10,7 @@
 
 #include "geometry/coord_context.h"
 #include "lisp/list.h"
+#include "testing/base/list_makers.h"
 #include "worker/dispatch.h"
 
 namespace lisp_worker::worker {
@@ -383,7 +384,7 @@ TEST_F(EvaluationTest, AThousandCallsInOneProgramAreAnsweredOneByOne) {
 // Nothing that only an ended run held is left after the request that ended it.
 TEST_F(EvaluationTest, LeavesNothingOfAnEndedRun) {
   start("1");
-  lisp::decomposeAll();
+  testing_support::settle();  // Environments of earlier tests, too.
   const std::size_t runs = lisp::runCount();
   const auto runs_after_tidying = [] {
     tidyUp();

@@ -8,6 +8,7 @@
 
 #include "lisp/environment.h"
 #include "lisp/list.h"
+#include "lisp/user_function.h"
 #include "lisp/value.h"
 
 namespace lisp_worker::testing_support {
@@ -41,6 +42,7 @@ namespace lisp_worker::testing_support {
 inline void settle() {
   constexpr std::size_t kAll = std::size_t{1} << 40;
   lisp::decomposeEnvironments(kAll);
+  lisp::decomposeFunctions(kAll);
   lisp::decomposeAll();
 }
 
