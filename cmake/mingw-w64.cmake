@@ -16,7 +16,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(CMAKE_CXX_FLAGS_INIT "-fstack-protector-strong")
 
 # What tools/check_windows_program holds:
-#   one file that runs on any Windows, with no runtime library beside it and no symbols in it;
+#   one file that runs on Windows 8 and newer, with no runtime library beside it and no symbols in it;
 #   an address space laid out anew, and over all of it, at every start; data that never runs;
 #   the stack that Windows gives by default, where the linker would ask for twice as much;
 #   nothing of the time or the place of the build, so that the same sources give the same bytes.

@@ -1,7 +1,8 @@
 #include "lisp/keyed_hash.h"
 
 #include <cstddef>
-#include <random>
+
+#include "lisp/secret.h"
 
 namespace lisp {
 namespace {
@@ -29,11 +30,7 @@ std::uint64_t digitAt(const char* bytes, std::size_t size) {
 
 }  // namespace
 
-std::uint64_t drawHashPoint() {
-  std::random_device device;
-  const std::uint64_t high = device();
-  return ((high << 32) | device()) % kPrime;
-}
+std::uint64_t drawHashPoint() { return drawSecret() % kPrime; }
 
 std::uint64_t keyedHash(std::string_view bytes, std::uint64_t point) {
   std::uint64_t hash = bytes.size() + 1;
