@@ -7,6 +7,7 @@ option(LISP_PLAIN_ALLOCATION
        OFF)
 
 option(LISP_COVERAGE "Note which lines and branches run" OFF)
+option(LISP_PLAIN_FORMS "Give all forms of an operation one shape, to follow them in a debugger" OFF)
 option(LISP_COUNT_WORK "Count the work of every request and hold it against the law" OFF)
 
 set(CMAKE_CXX_STANDARD 20)
@@ -41,6 +42,10 @@ endif()
 
 if(LISP_COUNT_WORK)
   add_compile_definitions(LISP_COUNT_WORK=1)
+endif()
+
+if(LISP_PLAIN_FORMS)
+  add_compile_definitions(LISP_PLAIN_FORMS=1)
 endif()
 
 if(LISP_PLAIN_ALLOCATION)

@@ -92,6 +92,7 @@ bool mayAssign(const Run& items) {
 FormShape shapeOf(const Run& items) {
   countWork(items.full_length);
   const Operation operation = operationOf(items);
+  if (!kHasSpecialShapes) return shapeOfOperation(operation);
   const LispValue* const item = items.slots();
   if (isNumeric(operation) && items.full_length == 3) {
     const std::optional<Operand> first = operandOf(item[1]);

@@ -1,11 +1,14 @@
-// A program with one of everything that the printers of gdb know, for tools/gdb/check_printers.
+// A program with one of everything that the printers of gdb know, for tools/gdb/check_printers. It
+// stops once with values, and once in the middle of a run, where bindings are shadowed.
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 
+#include "lisp/builtin.h"
 #include "lisp/environment.h"
+#include "lisp/interpreter.h"
 #include "lisp/list.h"
 #include "lisp/reader.h"
 #include "lisp/symbol.h"
@@ -36,6 +39,34 @@ lisp::LispValue cons(lisp::LispValue element, lisp::LispValue list) {
   asm volatile("" ::"r"(function), "r"(&environment), "r"(&no_environment) : "memory");
 }
 
+// The debugger stops here, too.
+[[gnu::noinline]] void stopInRun(const lisp::Run* form) { asm volatile("" ::"r"(form) : "memory"); }
+
+const lisp::Run* evaluated_form = nullptr;
+
+lisp::Result look(lisp::Interpreter& /*interpreter*/, const lisp::BuiltinCall& /*call*/) {
+  stopInRun(evaluated_form);
+  return lisp::nil();
+}
+
+constexpr lisp::Builtin kLook{"LOOK", look};
+
+void runAndStop() {
+  lisp::installBuiltins(lisp::coreBuiltins());
+  lisp::installBuiltins({&kLook, 1});
+  const lisp::Environment environment;
+  lisp::Interpreter interpreter(environment, nullptr, nullptr);
+  interpreter.start({});
+  const lisp::LispValue form = read("(< X 4)");
+  evaluated_form = &lisp::runOf(form.raw());
+  const lisp::LispValue program =
+      read("(PROGN (SETQ X 0) (DEFUN G () (SETQ X 9) (LOOK)) (DEFUN F (X) (G) X))");
+  lisp::release(interpreter.evaluate(program, 0).raw);
+  // A form has its shape from the second evaluation on.
+  for (int i = 0; i < 2; ++i) lisp::release(interpreter.evaluate(form, 0).raw);
+  lisp::release(interpreter.evaluate(read("(F 1)"), 0).raw);
+}
+
 }  // namespace
 
 int main() {
@@ -60,5 +91,6 @@ int main() {
        &lisp::runOf(linked.raw()), &lisp::textOf(text.raw()), &symbol, function, environment,
        lisp::Environment());
   lisp::releaseFunction(function);
+  runAndStop();
   return 0;
 }

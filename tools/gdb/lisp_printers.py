@@ -5,10 +5,18 @@
 Printers for LispValue and RawValue, Run, Symbol, Text, UserFunction and Environment, for pointers
 to them as for themselves. They only read memory, so they work in a core file, too. Long values are
 cut: `set print elements` says after how many elements, and lists are followed four deep.
+
+A run of a form shows the name of its shape. The command `lisp-bindings` shows the resident
+interpreter: the bindings in force of all names that the run has touched, and the trail, from the
+binding that was shadowed last.
 """
+
+import pathlib
+import re
 
 import gdb
 
+LISP = pathlib.Path(__file__).resolve().parents[2] / "lisp"  # Known only while gdb reads this file.
 NESTING_MAX = 4
 LINKED = 0x80000000
 NO_INDEX = 0xFFFFFFFF
@@ -98,6 +106,34 @@ def holders(record):
     return f"{count} holder" + ("" if count == 1 else "s")
 
 
+def shape_constants():
+    """The shapes that have a constant of their own, by number, as lisp/list.h and form_shape.h say."""
+    text = "".join((LISP / name).read_text(encoding="utf-8") for name in ("list.h", "form_shape.h"))
+    found = re.findall(r"constexpr FormShape k(\w+?)Shapes? = (\d+);", text)
+    return {int(number): name for name, number in found}
+
+
+def shape_name(shape):
+    """The name of a shape: "PlainCall", "Add of Variable and Number", "Car of Variable", "If"."""
+    constants = shape_constants()
+    first = max(constants)  # kOperationShapes
+    if shape < first:
+        return constants[shape]
+    operations = [field.name.rsplit("::", 1)[-1] for field in lisp_type("Operation").fields()]
+    operands = [field.name.rsplit("::", 1)[-1] for field in lisp_type("Operand").fields()]
+    shape -= first
+    if shape < operations.index("Unresolved"):
+        return operations[shape]
+    shape -= operations.index("Unresolved")
+    numeric = operations[operations.index("Add"):operations.index("GreaterOrEqual") + 1]
+    if shape < len(numeric) * len(operands) ** 2:
+        pair, second = divmod(shape, len(operands))
+        operation, kind = divmod(pair, len(operands))
+        return f"{numeric[operation]} of {operands[kind]} and {operands[second]}"
+    shape -= len(numeric) * len(operands) ** 2
+    return operations[operations.index("Increment") + shape] + " of Variable"
+
+
 class Printer:
     """What gdb asks for one value."""
 
@@ -122,7 +158,10 @@ class RunPrinter(Printer):
         if int(run["references"]) == 0:
             return "run that waits in the graveyard"
         if not full_length & LINKED:
-            return f"flat run, {holders(run)}: {list_text(run, full_length)}"
+            front = int(run["front"])
+            is_form = front & 3 == 2 and front >> 32 > 1  # It has a shape that it has got as a form.
+            shape = f", shape {shape_name(front >> 32)}" if is_form else ""
+            return f"flat run, {holders(run)}{shape}: {list_text(run, full_length)}"
         link = (run.address.cast(lisp_type("RunLink").pointer()) - 1).dereference()
         used, tail_length = int(link["front_length"]), int(link["tail_length"])
         slots = (full_length & ~LINKED) - tail_length
@@ -213,3 +252,46 @@ def find_printer(value):
 
 
 gdb.pretty_printers.append(find_printer)
+
+
+def elements_of_vector(vector):
+    first, end = vector["_M_impl"]["_M_start"], vector["_M_impl"]["_M_finish"]
+    return [first[i] for i in range(int(end - first))]
+
+
+def elements_of_stack(stack):
+    """Those of a PlainStack, from the first."""
+    element = stack.type.strip_typedefs().template_argument(0)
+    # The memory is a unique_ptr, which is its pointer and nothing else.
+    first = stack["memory_"].address.cast(element.pointer().pointer()).dereference()
+    return [first[i] for i in range(int(stack["size_"]))]
+
+
+def owner_text(owner):
+    return "global" if owner == 0 else f"of call {owner}"
+
+
+class ShowBindings(gdb.Command):
+    """Shows the bindings in force and the trail of the resident interpreter."""
+
+    def __init__(self):
+        super().__init__("lisp-bindings", gdb.COMMAND_DATA)
+
+    def invoke(self, _argument, _from_tty):
+        interpreter = gdb.parse_and_eval("lisp::Interpreter::resident_")
+        if int(interpreter) == 0:
+            print("no interpreter is resident")
+            return
+        interpreter = interpreter.dereference()
+        print(f"in call {int(interpreter['frame_'])}")
+        for pointer in elements_of_vector(interpreter["touched_"]):
+            symbol = pointer.dereference()
+            if int(symbol["value"]["head"]) & 0xFFFFFFFF < 5:
+                print(f"{bytes_after(symbol)} = {text_of(symbol['value'])}, "
+                      f"{owner_text(int(symbol['owner']))}")
+        for shadowed in reversed(elements_of_stack(interpreter["trail_"])):
+            print(f"trail: {bytes_after(shadowed['symbol'].dereference())} was "
+                  f"{text_of(shadowed['value'])}, {owner_text(int(shadowed['owner']))}")
+
+
+ShowBindings()
