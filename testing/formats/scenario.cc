@@ -79,12 +79,15 @@ Scenario& Scenario::unanswered(std::string_view bytes) {
   return *this;
 }
 
-Scenario& Scenario::ping(std::string_view payload) {
-  MessageHeader header = headerOf(MessageType::Ping, payload);
+Scenario& Scenario::send(MessageType type, std::string_view payload, std::uint64_t run_id) {
+  MessageHeader header = headerOf(type, payload);
   header.request_id = someId(turns_.size());
   header.context_id = ~header.request_id;
+  header.run_id = run_id;
   return request(header, payload);
 }
+
+Scenario& Scenario::ping(std::string_view payload) { return send(MessageType::Ping, payload); }
 
 Scenario& Scenario::registerContext(std::uint64_t context_id, std::string_view record) {
   return query(MessageType::RegisterContext, context_id, record);
@@ -98,10 +101,7 @@ Scenario& Scenario::query(MessageType type, std::uint64_t context_id, std::strin
 }
 
 Scenario& Scenario::geometry(std::string_view payload) {
-  MessageHeader header = headerOf(MessageType::GeometryRequest, payload);
-  header.request_id = someId(turns_.size());
-  header.context_id = ~header.request_id;
-  return request(header, payload);
+  return send(MessageType::GeometryRequest, payload);
 }
 
 Scenario& Scenario::start(std::string_view program, std::uint64_t context_id) {
@@ -109,26 +109,15 @@ Scenario& Scenario::start(std::string_view program, std::uint64_t context_id) {
 }
 
 Scenario& Scenario::resume(std::uint64_t run_id, std::string_view answer) {
-  MessageHeader header = headerOf(MessageType::EvalResume, answer);
-  header.request_id = someId(turns_.size());
-  header.context_id = ~header.request_id;
-  header.run_id = run_id;
-  return request(header, answer);
+  return send(MessageType::EvalResume, answer, run_id);
 }
 
 Scenario& Scenario::cancel(std::uint64_t run_id, std::string_view payload) {
-  MessageHeader header = headerOf(MessageType::EvalCancel, payload);
-  header.request_id = someId(turns_.size());
-  header.context_id = ~header.request_id;
-  header.run_id = run_id;
-  return request(header, payload);
+  return send(MessageType::EvalCancel, payload, run_id);
 }
 
 Scenario& Scenario::shutdown(std::string_view payload) {
-  MessageHeader header = headerOf(MessageType::Shutdown, payload);
-  header.request_id = someId(turns_.size());
-  header.context_id = ~header.request_id;
-  return request(header, payload);
+  return send(MessageType::Shutdown, payload);
 }
 
 Scenario& Scenario::answer(WorkerStatus status, std::string_view payload) {

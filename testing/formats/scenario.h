@@ -76,6 +76,8 @@ class Scenario {
   [[nodiscard]] std::string output() const;
 
  private:
+  // A request whose context id does not matter.
+  Scenario& send(worker::MessageType type, std::string_view payload, std::uint64_t run_id = 0);
   Scenario& result(worker::WorkerStatus status, const EvalPayload& payload);
 
   std::string name_;
