@@ -9,7 +9,7 @@
 namespace lisp_worker::client {
 namespace {
 
-// A waiting run that is cancelled unless it goes on, also when the host's callback throws.
+// A pending run that is cancelled unless it goes on, also when the host's callback throws.
 class WaitingRun {
  public:
   WaitingRun(WorkerClient& client, std::uint64_t run_id) : client_(client), run_id_(run_id) {}
@@ -96,7 +96,7 @@ void conclude(const Reply<EvalResult>& reply, RunReport& report) {
   if (report.hasValue()) report.value = readWorkerText(report.text, nullptr);
 }
 
-// Has the waiting run's call performed and resumes it. Empty, with the end in the report, when
+// Has the pending run's call performed and resumes it. Empty, with the end in the report, when
 // that cannot be; and empty when the conversation is over.
 std::optional<Reply<EvalResult>> answerCall(WorkerClient& client, const EvalResult& result,
                                             const Answerer& answer, const RunSettings& settings,

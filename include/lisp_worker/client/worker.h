@@ -8,7 +8,7 @@
 // The process is started by the first request. When it goes away, sends what no worker sends, or
 // does not answer in time, it is ended and reaped there and then; the request that met it and all
 // later ones return nothing, and fault() tells why, until restart() has started another. What a
-// worker keeps is lost with it: variables, functions, waiting runs. The coordinate contexts are
+// worker keeps is lost with it: variables, functions, pending runs. The coordinate contexts are
 // not: this object remembers them and registers them with the next worker.
 //
 // One thread at a time may use a worker; several workers know nothing of each other.

@@ -119,7 +119,7 @@ class WorkerClient {
   [[nodiscard]] std::optional<Reply<EvalResult>> evalResume(std::uint64_t run_id,
                                                             std::string_view answer);
 
-  // Drops a waiting run. Ok whether or not there was one.
+  // Drops a pending run. Ok whether or not there was one.
   [[nodiscard]] std::optional<worker::WorkerStatus> evalCancel(std::uint64_t run_id);
 
   // Asks the worker to end, within ClientSettings::stop_time_limit. Afterwards the conversation is
