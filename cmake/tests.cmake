@@ -126,3 +126,26 @@ function(lisp_tests name)
     set_tests_properties(${name}_${shard} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 900)
   endforeach()
 endfunction()
+
+# lisp_fuzz_smoke(<name>)
+#
+# Defines a test program that runs every fuzzer for a moment (fuzz/smoke_test.cc), with the compiler
+# of the build. The sanitizer build has the fuzzers themselves.
+function(lisp_fuzz_smoke name)
+  if(CMAKE_CROSSCOMPILING OR LISP_SANITIZE)
+    return()
+  endif()
+  lisp_tests(${name} DIRECTORY fuzz LINKS worker_core console_core session)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/fuzz/*_fuzz.cc)
+  set(fuzzers)
+  foreach(source IN LISTS sources)
+    cmake_path(GET source STEM fuzzer)
+    add_library(${fuzzer}_smoke OBJECT ${source})
+    target_link_libraries(${fuzzer}_smoke PRIVATE lisp_options testing_support)
+    target_compile_definitions(${fuzzer}_smoke PRIVATE LLVMFuzzerTestOneInput=${fuzzer})
+    target_sources(${name} PRIVATE $<TARGET_OBJECTS:${fuzzer}_smoke>)
+    string(APPEND fuzzers "FUZZER(${fuzzer})")
+  endforeach()
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/fuzz/smoke_test.cc PROPERTIES
+                              COMPILE_DEFINITIONS "LISP_FUZZERS=${fuzzers}")
+endfunction()

@@ -105,7 +105,7 @@ TEST(Documents, NameFilesThatExist) {
 std::vector<fs::path> allFiles() {
   std::vector<fs::path> files;
   for (const char* directory : {"lisp", "host", "geometry", "worker", "client", "session",
-                                "c_interface", "explain", "console", "testing"}) {
+                                "c_interface", "explain", "console", "testing", "fuzz"}) {
     for (const fs::directory_entry& file :
          fs::recursive_directory_iterator(sourceDirectory() / directory)) {
       const std::string extension = file.path().extension().string();
