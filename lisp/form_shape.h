@@ -89,7 +89,8 @@ inline constexpr FormShape kShapeCount = shapeOfVariable(kLastUnary) + 1;
 [[nodiscard]] inline Symbol& nameOf(const Run& items) { return symbolOf(items.slots()[0].raw()); }
 [[nodiscard]] inline Operation operationOf(const Run& items) { return nameOf(items).operation; }
 
-// False in a build for debugging (LISP_PLAIN_FORMS): there all forms of an operation have one shape.
+// False in a build for debugging (LISP_PLAIN_FORMS): there all forms of an operation have one
+// shape.
 #ifdef LISP_PLAIN_FORMS
 inline constexpr bool kHasSpecialShapes = false;
 #else
