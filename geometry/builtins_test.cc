@@ -95,6 +95,21 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberRow{"(DISTANCE '(-1.7e308 0) '(1.7e308 0))",
                               std::numeric_limits<double>::infinity()}));
 
+// The NaN of the first operand, by its sign: dx before dy, and for an angle dy before dx.
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+const std::string kNegative = "(- (* 1e200 1e200) (* 1e200 1e200))";
+const std::string kPositive = "(- " + kNegative + ")";
+
+INSTANTIATE_TEST_SUITE_P(
+    TwoNans, GeometricBuiltinNumbers,
+    testing::Values(NumberRow{"(DISTANCE '(0 0) (LIST " + kNegative + " " + kPositive + "))",
+                              -kNan},
+                    NumberRow{"(DISTANCE '(0 0) (LIST " + kPositive + " " + kNegative + "))", kNan},
+                    NumberRow{"(DISTANCE '(0 0) (LIST 1 " + kPositive + "))", kNan},
+                    NumberRow{"(DISTANCE '(0 0) (LIST 1 " + kNegative + "))", -kNan},
+                    NumberRow{"(ANGLE '(0 0) (LIST " + kNegative + " " + kPositive + "))", kNan},
+                    NumberRow{"(ANGLE '(0 0) (LIST " + kPositive + " " + kNegative + "))", -kNan}));
+
 INSTANTIATE_TEST_SUITE_P(Angle, GeometricBuiltinNumbers,
                          testing::Values(NumberRow{"(ANGLE '(0 0) '(1 0))", 0},
                                          NumberRow{"(ANGLE '(5 5) '(5 7))", kPi / 2},

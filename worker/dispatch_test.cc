@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "lisp/equality.h"
+#include "lisp/list.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
 
@@ -40,6 +42,15 @@ class DispatcherTest : public testing::Test {
   Dispatcher dispatcher_;
   std::string response_;
 };
+
+// What a request has used up of what is shared by all is there again for the next one.
+TEST_F(DispatcherTest, GivesEachRequestItsOwnHaste) {
+  lisp::haste_left = 1;
+  lisp::comparisons_left = 1;
+  EXPECT_EQ(send(MessageType::Ping, ""), WorkerStatus::Ok);
+  EXPECT_EQ(lisp::haste_left, lisp::kHasteMax);
+  EXPECT_EQ(lisp::comparisons_left, lisp::kComparisonsMax);
+}
 
 TEST_F(DispatcherTest, AnswersPingAndShutdownWithNothing) {
   for (const std::string_view payload : {"", "ten bytes!"}) {

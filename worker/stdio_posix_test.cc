@@ -264,6 +264,23 @@ TEST_F(StandardInputTest, ReadsOnAfterAnInterruption) {
   host.join();
 }
 
+// Here it is the wait for the pipe that is interrupted, not the read.
+TEST_F(StandardInputTest, WaitsOnAfterAnInterruption) {
+  ::fcntl(pipe_.readEnd(), F_SETFL, O_NONBLOCK);
+  std::thread host([this] {
+    for (const char byte : std::string_view("interrupted")) {
+      std::this_thread::sleep_for(milliseconds(5));
+      pipe_.put({&byte, 1});
+    }
+  });
+  {
+    const Interruptions interruptions(::pthread_self());
+    EXPECT_EQ(read(11), "interrupted");
+    EXPECT_GT(Interruptions::count(), 0);
+  }
+  host.join();
+}
+
 // An output pipe as descriptor 1. Nothing may be printed meanwhile, so a test that can fail in its
 // middle reads what it needs first and ends the redirection before it expects.
 class StandardOutputTest : public testing::Test {
