@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string program(input.text());
   std::vector<std::string> answers;
   while (!input.empty() && answers.size() < kCallsMax) answers.emplace_back(input.text());
-  const lisp_worker::testing_support::Evaluator installs_the_builtins;
+  static const lisp_worker::testing_support::Evaluator installs_the_builtins;
 
   HostTranscript transcript;
   EvalOutcome outcome = replay(program, nullptr);
