@@ -1,4 +1,4 @@
-// How evenly the worker answers: ten million frames of mixed types, and what each cost.
+// Measures how evenly the worker answers: millions of frames of mixed types, the time of each.
 //
 //   latency_posix [frames [passes]]
 //

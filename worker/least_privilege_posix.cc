@@ -34,8 +34,8 @@ constexpr std::uint32_t kArchitecture = AUDIT_ARCH_AARCH64;
 constexpr std::uint32_t kPoll = SYS_ppoll;  // What poll() calls here.
 #endif
 
-// What must hold for an argument of a call, of which the lower 32 bits are looked at: those are all
-// that the system takes of a descriptor, and all that it knows of protections and flags.
+// A condition on an argument of a call. Only its lower 32 bits are looked at: the system takes no
+// more of a descriptor, and knows no more protections and flags.
 struct Demand {
   std::uint32_t argument;  // From 0 on.
   std::uint32_t mask;

@@ -25,8 +25,8 @@ namespace {
 using testing_support::ChildProcess;
 using testing_support::waitForEnd;
 
-// How a process ends that makes this call without any rights but a worker's, with no core left
-// behind. With a result of the call there is an exit code of 0.
+// Makes the call in a process with a worker's rights, and returns how that process ends: with exit
+// code 0 when the call returns.
 std::string endOf(const std::function<void()>& call) {
   const pid_t child = ::fork();
   if (child == 0) {
@@ -68,8 +68,8 @@ const std::vector<long>& allowedNumbers() {
   return numbers;
 }
 
-// What Linux puts into traced code of x86-64: no filter is asked, and whoever calls one of them
-// from other code is ended.
+// Linux puts these two into code of x86-64 that it traces, and asks no filter about them. From
+// other code the first ends the process, and the second does nothing.
 bool isOfProbes(long number) {
 #ifdef __x86_64__
   return number == 335 || number == 336;
