@@ -21,6 +21,8 @@
 #include <thread>
 #include <utility>
 
+#include "client/process_access.h"
+#include "client/sigpipe_guard_posix.h"
 #include "client/system_text.h"
 #include "lisp_worker/client/process.h"
 
@@ -51,44 +53,6 @@ class Descriptor {
 
  private:
   int descriptor_ = -1;
-};
-
-// Keeps SIGPIPE from the host while we write: blocks it in this thread, takes back the one that
-// the write has raised, and leaves the thread's mask as it was. A SIGPIPE that already waits is
-// the host's own; a second one would only merge with it. A write that succeeds costs two calls.
-class SigpipeGuard {
- public:
-  SigpipeGuard() {
-    sigemptyset(&sigpipe_);
-    sigaddset(&sigpipe_, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &sigpipe_, &previous_mask_);
-    // One that the thread lets through does not wait.
-    if (sigismember(&previous_mask_, SIGPIPE) == 0) return;
-    sigset_t pending;
-    sigemptyset(&pending);
-    sigpending(&pending);
-    host_has_one_pending_ = sigismember(&pending, SIGPIPE) == 1;
-  }
-  SigpipeGuard(const SigpipeGuard&) = delete;
-  SigpipeGuard& operator=(const SigpipeGuard&) = delete;
-
-  ~SigpipeGuard() {
-    if (is_raised_ && !host_has_one_pending_) {
-      constexpr timespec kNoWait{};
-      while (sigtimedwait(&sigpipe_, nullptr, &kNoWait) < 0 && errno == EINTR) {
-      }
-    }
-    pthread_sigmask(SIG_SETMASK, &previous_mask_, nullptr);
-  }
-
-  // A write has found the pipe broken.
-  void noteRaised() { is_raised_ = true; }
-
- private:
-  sigset_t sigpipe_;
-  sigset_t previous_mask_;
-  bool host_has_one_pending_ = false;
-  bool is_raised_ = false;
 };
 
 // Which program becomes a worker, on which descriptors.
@@ -247,6 +211,11 @@ class PosixWorkerProcess final : public WorkerProcess {
     return count;
   }
 
+  // As long as nobody has waited for the worker its number is its own.
+  void killNow() const { ::kill(process_, SIGKILL); }
+
+  [[nodiscard]] PipeEnds ends() const { return {to_worker_.get(), from_worker_.get()}; }
+
   void setDeadline(Deadline deadline) override { deadline_ = deadline; }
   [[nodiscard]] bool hasTimedOut() const override { return has_timed_out_; }
 
@@ -392,6 +361,12 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
   }
   return std::make_unique<PosixWorkerProcess>(std::move(keeper), std::move(to_worker.write_end),
                                               std::move(from_worker.read_end));
+}
+
+void killNow(WorkerProcess& process) { static_cast<PosixWorkerProcess&>(process).killNow(); }
+
+PipeEnds pipeEnds(const WorkerProcess& process) {
+  return static_cast<const PosixWorkerProcess&>(process).ends();
 }
 
 }  // namespace lisp_worker::client

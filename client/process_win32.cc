@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "client/process_access.h"
 #include "client/system_text.h"
 #include "lisp_worker/client/process.h"
 
@@ -144,6 +145,8 @@ class Win32WorkerProcess final : public WorkerProcess {
     if (!::ReadFile(from_worker_.get(), buffer, transferSize(size), &count, nullptr)) return 0;
     return count;
   }
+
+  void killNow() const { ::TerminateProcess(process_.get(), kKilledExitCode); }
 
   void setDeadline(Deadline deadline) override { watchdog_->arm(deadline); }
   [[nodiscard]] bool hasTimedOut() const override { return watchdog_->hasExpired(); }
@@ -339,5 +342,7 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
                                               std::move(watchdog), std::move(to_worker.write_end),
                                               std::move(from_worker.read_end));
 }
+
+void killNow(WorkerProcess& process) { static_cast<Win32WorkerProcess&>(process).killNow(); }
 
 }  // namespace lisp_worker::client

@@ -2,9 +2,8 @@
 
 #include <utility>
 
+#include "client/run_steps.h"
 #include "lisp_worker/client/answer_text.h"
-#include "lisp_worker/client/names.h"
-#include "lisp_worker/client/worker_text.h"
 
 namespace lisp_worker::client {
 namespace {
@@ -58,43 +57,6 @@ class OpenTransaction {
  private:
   HostTransaction* open_ = nullptr;
 };
-
-HostCall describeCall(const EvalResult& result) {
-  std::string reason;
-  std::optional<HostCall> call = readHostCall(result, &reason);
-  if (call) return *std::move(call);
-  return HostCall{.name = result.call_name,
-                  .arguments = {},
-                  .text = result.text,
-                  .unreadable = std::move(reason)};
-}
-
-RunEnd endOf(EvalStatus status) {
-  switch (status) {
-    case EvalStatus::Value:
-      return RunEnd::Value;
-    case EvalStatus::ReadError:
-      return RunEnd::ReadError;
-    case EvalStatus::StepLimit:
-      return RunEnd::StepLimit;
-    default:
-      return RunEnd::EvalError;
-  }
-}
-
-// The report of a run that a response without a host call has ended.
-void conclude(const Reply<EvalResult>& reply, RunReport& report) {
-  if (!reply.value) {
-    report.end = RunEnd::Refused;
-    report.text = reply.status == worker::WorkerStatus::InvalidRequest
-                      ? "the program, an answer, or what came of them is too long to send"
-                      : std::string(explainStatus(reply.status));
-    return;
-  }
-  report.end = endOf(reply.value->eval_status);
-  report.text = reply.value->text;
-  if (report.hasValue()) report.value = readWorkerText(report.text, nullptr);
-}
 
 // Has the pending run's call performed and resumes it. Empty, with the end in the report, when
 // that cannot be; and empty when the conversation is over.
@@ -158,13 +120,8 @@ std::optional<RunReport> runProgram(WorkerClient& client, std::string_view progr
   RunReport report;
   std::optional<Reply<EvalResult>> reply = client.evalStart(program, settings.context_id);
   while (reply) {
-    report.status = reply->status;
+    noteEvaluation(*reply, report);
     const bool waits = reply->value && reply->value->eval_status == EvalStatus::HostCallRequired;
-    if (reply->value) {
-      report.steps = reply->value->steps;
-      const std::vector<LimitWarning> warnings = limitWarnings(*reply->value);
-      report.warnings.insert(report.warnings.end(), warnings.begin(), warnings.end());
-    }
     if (!waits) {
       conclude(*reply, report);
       if (report.hasValue()) transaction.commit();

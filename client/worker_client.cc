@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "lisp_worker/client/names.h"
+#include "client/exchange.h"
 
 namespace lisp_worker::client {
 
@@ -17,11 +17,6 @@ namespace {
 
 bool isOneOf(WorkerStatus status, std::initializer_list<WorkerStatus> allowed) {
   return std::find(allowed.begin(), allowed.end(), status) != allowed.end();
-}
-
-// "Ok with 12 bytes"
-std::string describeResponse(WorkerStatus status, std::size_t payload_size) {
-  return std::string(statusName(status)) + " with " + std::to_string(payload_size) + " bytes";
 }
 
 }  // namespace
@@ -136,19 +131,12 @@ std::optional<WorkerStatus> WorkerClient::shutdown() {
   return status;
 }
 
-// A request that is answered by its status alone. Only a registration can be refused.
+// A request that is answered by its status alone.
 std::optional<WorkerStatus> WorkerClient::exchangeForStatus(const Request& request) {
   const auto response = exchange(request);
   if (!response) return std::nullopt;
-  const bool refusable = request.type == MessageType::RegisterContext;
-  const bool expected = response->status == WorkerStatus::Ok ||
-                        (refusable && response->status == WorkerStatus::InvalidRequest);
-  if (!expected || !response->payload.empty()) {
-    return fail(Fault::Kind::BadResponse,
-                "the worker answered a request of type " +
-                    std::to_string(static_cast<unsigned>(request.type)) + " with " +
-                    describeResponse(response->status, response->payload.size()));
-  }
+  fault_ = faultOfStatus(request.type, response->status, response->payload.size());
+  if (fault_) return std::nullopt;
   return response->status;
 }
 
@@ -180,19 +168,7 @@ std::optional<Reply<EvalResult>> WorkerClient::evaluate(const Request& request) 
   }
   const auto response = exchange(request);
   if (!response) return std::nullopt;
-  const bool refused =
-      isOneOf(response->status, {WorkerStatus::InvalidRequest, WorkerStatus::ContextNotFound});
-  if (refused && response->payload.empty()) {
-    return Reply<EvalResult>{.status = response->status, .value = std::nullopt};
-  }
-  std::string reason;
-  auto result = decodeEvalResult(response->status, response->payload, &reason);
-  if (!result) {
-    return fail(Fault::Kind::BadResponse,
-                "the worker answered an evaluation with " +
-                    describeResponse(response->status, response->payload.size()) + ": " + reason);
-  }
-  return Reply<EvalResult>{.status = response->status, .value = std::move(result)};
+  return decodeEvaluation(response->status, response->payload, fault_);
 }
 
 std::chrono::milliseconds WorkerClient::timeLimitOf(MessageType type) const {
@@ -204,12 +180,7 @@ std::chrono::milliseconds WorkerClient::timeLimitOf(MessageType type) const {
 
 std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& request) {
   if (fault_) return std::nullopt;
-  MessageHeader header;
-  header.magic = worker::kMagic;
-  header.version = worker::kProtocolVersion;
-  header.type = static_cast<std::uint16_t>(request.type);
-  header.payload_length = static_cast<std::uint32_t>(request.payload.size());
-  header.request_id = next_request_id_++;
+  MessageHeader header = requestHeader(request.type, next_request_id_++, request.payload.size());
   header.context_id = request.context_id;
   header.run_id = request.run_id;
 
@@ -223,9 +194,7 @@ std::optional<WorkerClient::Response> WorkerClient::exchange(const Request& requ
   if (send(header, request.payload)) {
     response = receive(header);
   } else if (channel_.hasTimedOut()) {
-    fail(Fault::Kind::DeadlinePassed, "the worker has not taken the request within " +
-                                          std::to_string(time_limit_.count()) +
-                                          " ms: " + describeWork());
+    fault_ = faultOfSlowRequest(frame_, time_limit_);
   } else {
     fail(Fault::Kind::RequestNotTaken, "the worker no longer takes requests");
   }
@@ -248,9 +217,7 @@ void WorkerClient::notify(Notice notice) {
 
 // One write for both parts: one system call, and never a write of nothing.
 bool WorkerClient::send(const MessageHeader& header, std::string_view payload) {
-  frame_.assign(worker::kHeaderSize, '\0');
-  worker::encodeHeader(header, std::span(frame_).first<worker::kHeaderSize>());
-  frame_ += payload;
+  encodeRequest(header, payload, frame_);
   const bool taken = channel_.write(frame_);
   notify([this](FrameObserver& observer) { observer.onRequest(frame_); });
   return taken;
@@ -286,62 +253,14 @@ std::optional<WorkerClient::Response> WorkerClient::receive(const MessageHeader&
 }
 
 std::nullopt_t WorkerClient::failCut(std::string_view part, std::size_t size, std::size_t whole) {
-  const std::string count =
-      std::to_string(size) + " of " + std::to_string(whole) + " " + std::string(part) + " bytes";
-  if (channel_.hasTimedOut()) {
-    return fail(Fault::Kind::DeadlinePassed,
-                "the worker has not answered within " + std::to_string(time_limit_.count()) +
-                    " ms: " + describeWork() + "; " + count + " have come");
-  }
-  return fail(Fault::Kind::ResponseCut, "the worker's output ended after " + count);
-}
-
-// What the worker was to do with the request in hand.
-std::string WorkerClient::describeWork() const {
-  const MessageHeader header = worker::decodeHeader(std::span(frame_).first<worker::kHeaderSize>());
-  const auto type = static_cast<MessageType>(header.type);
-  const std::string size = std::to_string(header.payload_length) + " bytes";
-  std::string work = "request " + std::to_string(header.request_id) + ", ";
-  switch (type) {
-    case MessageType::EvalStart:
-      work += "an EvalStart with a program of " + size;
-      break;
-    case MessageType::EvalResume:
-      work +=
-          "an EvalResume of run " + std::to_string(header.run_id) + " with an answer of " + size;
-      break;
-    case MessageType::EvalCancel:
-      return work + "an EvalCancel of run " + std::to_string(header.run_id);
-    default:
-      work += "a " + std::string(messageTypeName(type));
-  }
-  if (header.context_id != 0) work += " under context " + std::to_string(header.context_id);
-  return work;
+  fault_ = channel_.hasTimedOut() ? faultOfSlowResponse(frame_, time_limit_, part, size, whole)
+                                  : faultOfEnd(part, size, whole);
+  return std::nullopt;
 }
 
 bool WorkerClient::checkHeader(const MessageHeader& request, const MessageHeader& response) {
-  const auto check = [this](Fault::Kind kind, std::string_view field, std::uint64_t got,
-                            std::uint64_t expected) {
-    if (got == expected) return true;
-    fail(kind, "the worker's response has " + std::string(field) + " " + std::to_string(got) +
-                   " instead of " + std::to_string(expected));
-    return false;
-  };
-  if (response.magic != worker::kMagic) {
-    fail(Fault::Kind::BadHeader, "the worker's response does not begin with the protocol's magic");
-    return false;
-  }
-  if (response.payload_length > worker::kPayloadSizeMax) {
-    fail(Fault::Kind::BadHeader, "the worker's response announces " +
-                                     std::to_string(response.payload_length) +
-                                     " bytes, more than a frame holds");
-    return false;
-  }
-  return check(Fault::Kind::BadHeader, "version", response.version, worker::kProtocolVersion) &&
-         check(Fault::Kind::BadHeader, "run id", response.run_id, 0) &&
-         check(Fault::Kind::WrongEcho, "type", response.type, request.type) &&
-         check(Fault::Kind::WrongEcho, "request id", response.request_id, request.request_id) &&
-         check(Fault::Kind::WrongEcho, "context id", response.context_id, request.context_id);
+  fault_ = faultOfHeader(request, response);
+  return !fault_;
 }
 
 std::nullopt_t WorkerClient::fail(Fault::Kind kind, std::string message) {

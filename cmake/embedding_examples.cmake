@@ -2,6 +2,7 @@
 # builds the same files from an installed package.
 
 file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/embedding/*.cc)
+lisp_keep_platform_files(sources ${sources})
 foreach(source IN LISTS sources)
   cmake_path(GET source STEM name)
   add_executable(embedding_${name} ${source})

@@ -103,6 +103,8 @@ constexpr int kOwn = 4;
 
 #include <lisp_worker/c_interface/lisp_worker.h>
 #include <lisp_worker/client/answer_text.h>
+#include <lisp_worker/client/async_channel.h>
+#include <lisp_worker/client/async_worker.h>
 #include <lisp_worker/client/channel.h>
 #include <lisp_worker/client/coordinates.h>
 #include <lisp_worker/client/datum.h>

@@ -152,7 +152,6 @@ class WorkerClient {
   bool send(const worker::MessageHeader& header, std::string_view payload);
   std::optional<Response> receive(const worker::MessageHeader& request);
   std::nullopt_t failCut(std::string_view part, std::size_t size, std::size_t whole);
-  [[nodiscard]] std::string describeWork() const;
   bool checkHeader(const worker::MessageHeader& request, const worker::MessageHeader& response);
 
   std::optional<worker::WorkerStatus> exchangeForStatus(const Request& request);
