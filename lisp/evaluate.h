@@ -1,5 +1,16 @@
 // The evaluator's innermost steps, which every form goes through: in line, because half of what is
 // evaluated are numbers and variables. For the evaluator's own files only.
+//
+// An evaluator is a function that evaluates lists of one shape (lisp/form_shape.h). All have the
+// same parameters: the interpreter; `items`, the run of the list, whose first item is its name; and
+// `depth`, at which its parts are to be evaluated, one more than its own.
+//
+// Who counts which step: an evaluator counts the step of its own list, at depth - 1, before
+// anything else happens, and the functions in this file count the steps of atoms. An evaluator that
+// reads operands without evaluating them counts theirs together with its own, in one call of
+// countSteps. If that is refused, or anything about the form has changed, nothing has been counted
+// yet, and evaluateByName evaluates the form step by step: so errors and limits come in the order
+// of the contract.
 
 #ifndef LISP_EVALUATE_H_
 #define LISP_EVALUATE_H_
@@ -7,6 +18,7 @@
 #include <array>
 #include <cassert>
 #include <cstdint>
+#include <span>
 
 #include "lisp/form_shape.h"
 #include "lisp/interpreter.h"
@@ -20,10 +32,8 @@ enum class Truth : std::uint8_t { No, Yes, Failed };
 
 // How lists of one shape are evaluated.
 struct FormEvaluator {
-  // Counts the step of the list, checks the limits and evaluates it. Its parts are to be evaluated
-  // at `depth`, which is one more than its own.
   Result (*evaluate)(Interpreter&, Run& items, std::uint32_t depth);
-  // The same for who wants to know no more of the value than whether it is nil.
+  // The same where only the truth of the value matters.
   Truth (*test)(Interpreter&, Run& items, std::uint32_t depth);
 };
 
@@ -37,117 +47,121 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
   return kFormEvaluators.data()[items.shape()];
 }
 
-[[nodiscard]] inline Truth truthOf(Result result) {
+// The truth of a result, which it releases.
+[[nodiscard]] inline Truth toTruth(Result result) {
   if (result.raw.tag() == Tag::Nil) return Truth::No;
   if (result.failed()) return Truth::Failed;
   release(result.raw);
   return Truth::Yes;
 }
 
-[[gnu::always_inline]] inline Result Interpreter::evaluateList(const LispValue& form,
-                                                               std::uint32_t depth) {
+// --- Evaluators that other files define ---------------------------------------------------------
+
+// evaluator.cc: as if the form had no shape; what a shape falls back on.
+[[gnu::noinline]] Result evaluateByName(Interpreter& interpreter, Run& items, std::uint32_t depth);
+[[gnu::noinline]] Truth testByName(Interpreter& interpreter, Run& items, std::uint32_t depth);
+
+// special_forms.cc. These leave it to the table to count the step of the list.
+Result evaluateQuote(Interpreter& interpreter, Run& items, std::uint32_t depth);
+template <bool is_observed>
+Result evaluateSetq(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateIf(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateProgn(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateWhile(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateDefun(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateAnd(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateOr(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateNot(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Truth testAnd(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Truth testOr(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Truth testNot(Interpreter& interpreter, Run& items, std::uint32_t depth);
+// This one counts it itself: kSetSymbolShape.
+Result setSymbol(Interpreter& interpreter, Run& items, std::uint32_t depth);
+
+// user_call.cc. The first leaves the step to the table, too; the second is kPlainCallShape.
+template <bool is_observed>
+Result callFunction(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result callPlainly(Interpreter& interpreter, Run& items, std::uint32_t depth);
+
+// observer.cc: kObservedShape and kObservedAtomShape.
+Result evaluateObserved(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateObservedAtom(Interpreter& interpreter, Run& items, std::uint32_t depth);
+
+// evaluator.cc: a symbol whose record does not simply have its value.
+Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
+
+// --- In line ------------------------------------------------------------------------------------
+
+[[gnu::always_inline]] inline Result evaluateList(Interpreter& interpreter, const LispValue& form,
+                                                  std::uint32_t depth) {
   Run& items = runOf(form.raw());
-  return evaluatorOf(items).evaluate(*this, items, depth + 1);
+  return evaluatorOf(items).evaluate(interpreter, items, depth + 1);
 }
 
 // 1. Count the step and check the limit. 2. Check the depth. 3. Evaluate by kind. For a list its
-// evaluator does all three, together with its operands if it can.
-[[gnu::always_inline]] inline Result Interpreter::evaluateHere(const LispValue& form,
-                                                               std::uint32_t depth) {
+// evaluator does all three.
+[[gnu::always_inline]] inline Result evaluateForm(Interpreter& interpreter, const LispValue& form,
+                                                  std::uint32_t depth) {
   const RawValue& raw = form.raw();
-  if (raw.tag() == Tag::List) return evaluateList(form, depth);
-  if (!countSteps(1, depth)) [[unlikely]]
-    return failLimits();
+  if (raw.tag() == Tag::List) return evaluateList(interpreter, form, depth);
+  if (!interpreter.countSteps(1, depth)) [[unlikely]]
+    return interpreter.failLimits();
   if (raw.tag() == Tag::Symbol) {
-    Symbol& symbol = symbolOf(raw);
-    if (symbol.value.tag() > Tag::List || symbol.owner < late_frame_) [[unlikely]] {
-      return evaluateSymbolSlowly(symbol);
-    }
-    retain(symbol.value);
-    return symbol.value;
+    const RawValue* const value = interpreter.bindings().peek(symbolOf(raw));
+    if (value == nullptr) [[unlikely]]
+      return evaluateSymbolSlowly(interpreter, symbolOf(raw));
+    retain(*value);
+    return *value;
   }
   if (raw.tag() > Tag::List) [[unlikely]]
-    return fail("invalid list");
+    return interpreter.fail("invalid list");
   retain(raw);
   return raw;
 }
 
-// The same where lists are most of what comes.
-[[gnu::always_inline]] inline Result Interpreter::evaluateItem(const LispValue& form,
-                                                               std::uint32_t depth) {
+// The same where most of what comes are lists.
+[[gnu::always_inline]] inline Result evaluateItem(Interpreter& interpreter, const LispValue& form,
+                                                  std::uint32_t depth) {
   if (form.raw().tag() == Tag::List) [[likely]]
-    return evaluateList(form, depth);
-  return evaluate(form, depth);
+    return evaluateList(interpreter, form, depth);
+  return interpreter.evaluate(form, depth);
+}
+
+// Evaluates forms, of which there must be one, and yields the value of the last.
+[[gnu::always_inline]] inline Result evaluateSequence(Interpreter& interpreter,
+                                                      std::span<const LispValue> forms,
+                                                      std::uint32_t depth) {
+  assert(!forms.empty());
+  const LispValue* form = forms.data();
+  for (const LispValue* const last = form + forms.size() - 1; form != last; ++form) {
+    const Result result = evaluateItem(interpreter, *form, depth);
+    if (result.failed()) return result;
+    release(result.raw);
+  }
+  return evaluateItem(interpreter, *form, depth);
 }
 
 // Evaluates a condition.
-[[gnu::always_inline]] inline Truth Interpreter::testHere(const LispValue& form,
-                                                          std::uint32_t depth) {
+[[gnu::always_inline]] inline Truth testForm(Interpreter& interpreter, const LispValue& form,
+                                             std::uint32_t depth) {
   if (form.raw().tag() != Tag::List) [[unlikely]]
-    return testAtom(form, depth);
+    return toTruth(interpreter.evaluate(form, depth));
   Run& items = runOf(form.raw());
-  return evaluatorOf(items).test(*this, items, depth + 1);
+  return evaluatorOf(items).test(interpreter, items, depth + 1);
 }
 
-// The value of an operand that needs no evaluation, borrowed and without counting a step; null for
-// any other. Whoever uses it counts the step. A variable may be unbound.
-template <Operand kind>
-[[gnu::always_inline]] inline const RawValue* Interpreter::peek(const LispValue& form) const {
-  const RawValue& raw = form.raw();
-  if constexpr (kind == Operand::Number) return &raw;
-  return late_frame_ != 0 ? nullptr : &symbolOf(raw).value;
-}
-
-// Counts `steps` evaluations at `depth` that cannot fail but by the limits. False, and nothing is
-// counted, when they would.
-[[gnu::always_inline]] inline bool Interpreter::countSteps(std::uint64_t steps,
-                                                           std::uint32_t depth) {
-  if (steps_left_ < steps || depth > depth_limit_) return false;
-  steps_left_ -= steps;
-  return true;
-}
-
-// Makes `value` the value of the binding in force; takes over the hold.
-[[gnu::always_inline]] inline void Interpreter::assign(Symbol& symbol, RawValue value) {
-  if (symbol.owner == frame_ && symbol.value.tag() <= Tag::List && pending_frame_ != frame_) {
-    // A binding of this call, or at top level a global that has been loaded.
-    if (frame_ == 0) symbol.changed = true;
-    replace(symbol.value, value);
-  } else {
-    assignSlowly(symbol, value);
-  }
-}
-
-// Evaluates the items after the first, left to right, onto arguments_. False at the first failure;
-// what is there then stays until the run ends.
-[[gnu::always_inline]] inline bool Interpreter::pushArguments(const Run& items,
-                                                              std::uint32_t depth) {
+// Evaluates the items after the first, left to right, onto the interpreter's arguments. False at
+// the first failure; what is there then stays until the run ends.
+[[nodiscard, gnu::always_inline]] inline bool pushArguments(Interpreter& interpreter,
+                                                            const Run& items, std::uint32_t depth) {
   const LispValue* item = items.slots();
   for (std::uint32_t count = items.full_length - 1; count > 0; --count) {
-    const Result value = evaluateHere(*++item, depth);
+    const Result value = evaluateForm(interpreter, *++item, depth);
     if (value.failed()) [[unlikely]]
       return false;
-    arguments_.push(value.raw);
+    interpreter.arguments().push(value.raw);
   }
   return true;
-}
-
-// Binds `symbol` in the call in progress; takes over the hold on `value`.
-[[gnu::always_inline]] inline void Interpreter::bind(Symbol& symbol, RawValue value) {
-  if (symbol.owner == frame_) {
-    replace(symbol.value, value);
-  } else if (symbol.owner == kTruthOwner) {
-    release(value);
-  } else {
-    Shadowed& shadowed = trail_.extend();
-    shadowed.symbol = &symbol;
-    copyWords(shadowed.value, symbol.value);
-    shadowed.owner = symbol.owner;
-    shadowed.history = symbol.history;
-    symbol.value = value;
-    symbol.owner = frame_;
-    symbol.history = 0;
-  }
 }
 
 }  // namespace lisp

@@ -1,12 +1,16 @@
 // The evaluator: a recursive walk over the forms that the reader built, bounded by the depth limit.
+//
+// Every evaluation goes through evaluateForm (lisp/evaluate.h), which for a list calls the
+// evaluator of its shape from the table at the end of this file. A list's first evaluation looks up
+// what its name means; the second one gives it a shape (lisp/form_shape.h); from then on the
+// shape's own evaluator is called. Here are the evaluators of builtins; lisp/special_forms.cc and
+// lisp/user_call.cc have the others, and lisp/observer.cc those of observed programs.
 
 #include <array>
 #include <cassert>
 #include <cstddef>
-#include <span>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "lisp/arithmetic.h"
 #include "lisp/builtin.h"
@@ -16,9 +20,163 @@
 #include "lisp/interpreter.h"
 
 namespace lisp {
+
+// --- Any form -----------------------------------------------------------------------------------
+
+Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol) {
+  const RawValue* const value = interpreter.lookupVariable(symbol);
+  if (value == nullptr) return interpreter.fail("unbound symbol: ", symbol.bytes());
+  retain(*value);
+  return *value;
+}
+
 namespace {
 
-// What a comparison yields, and a Result, to who wants a value and to who wants a truth only.
+Result evaluateEmptyList(Interpreter& /*interpreter*/, Run& /*items*/, std::uint32_t /*depth*/) {
+  return nil();
+}
+
+// Any list except the empty one, by what its name means now.
+[[gnu::always_inline]] inline Result evaluateNamed(Interpreter& interpreter, Run& items,
+                                                   std::uint32_t depth) {
+  const RawValue& first = items.slots()[0].raw();
+  if (first.tag() != Tag::Symbol) [[unlikely]] {
+    if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
+    return interpreter.fail("first list item must be a function symbol");
+  }
+  Symbol& name = symbolOf(first);
+  interpreter.bindings().resolve(name);
+  return kFormEvaluators.data()[shapeOfOperation(name.operation)].evaluate(interpreter, items,
+                                                                           depth);
+}
+
+// A list that is evaluated for the first time, and perhaps the last.
+Result evaluateFirst(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  items.setShape(kSeenShape);
+  return evaluateNamed(interpreter, items, depth);
+}
+
+// A list that is evaluated again: from now on by its shape.
+Result evaluateSecond(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  const RawValue& first = items.slots()[0].raw();
+  if (first.tag() == Tag::Symbol) {
+    interpreter.bindings().resolve(symbolOf(first));
+    items.setShape(shapeOf(items));
+  }
+  return evaluateNamed(interpreter, items, depth);
+}
+
+}  // namespace
+
+Result evaluateByName(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  return evaluateNamed(interpreter, items, depth);
+}
+
+Truth testByName(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  return toTruth(evaluateByName(interpreter, items, depth));
+}
+
+namespace {
+
+// --- Builtins in general ------------------------------------------------------------------------
+
+// Calls a builtin with the arguments from `first_argument` on.
+[[gnu::always_inline]] inline Result callWith(Interpreter& interpreter, std::size_t first_argument,
+                                              const Run& items, std::uint32_t depth) {
+  static_assert(sizeof(LispValue) == sizeof(RawValue));  // It has nothing but its raw value.
+  const auto* const arguments =
+      reinterpret_cast<const LispValue*>(interpreter.arguments().data() + first_argument);
+  const Symbol& name = nameOf(items);
+  const BuiltinCall call{name.bytes(),
+                         {arguments, interpreter.arguments().size() - first_argument},
+                         {items.slots(), items.full_length},
+                         depth};
+  assert(name.builtin->function != nullptr);
+  return name.builtin->function(interpreter, call);
+}
+
+// The same, and drops the arguments.
+Result callBuiltinWith(Interpreter& interpreter, std::size_t first_argument, const Run& items,
+                       std::uint32_t depth) {
+  const Result result = callWith(interpreter, first_argument, items, depth);
+  for (std::size_t i = first_argument; i < interpreter.arguments().size(); ++i)
+    release(interpreter.arguments()[i]);
+  interpreter.arguments().truncate(first_argument);
+  return result;
+}
+
+Result callBuiltin(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  const std::size_t first_argument = interpreter.arguments().size();
+  if (!pushArguments(interpreter, items, depth)) return Result::failure();
+  return callBuiltinWith(interpreter, first_argument, items, depth);
+}
+
+// The builtin itself does the uncommon cases, errors included, with operands that are evaluated
+// already. Takes over the holds. The last operand may have failed.
+[[gnu::noinline]] Result callBuiltinOfOne(Interpreter& interpreter, const Run& items,
+                                          std::uint32_t depth, Result argument) {
+  if (argument.failed()) return argument;
+  interpreter.arguments().push(argument.raw);
+  return callBuiltinWith(interpreter, interpreter.arguments().size() - 1, items, depth);
+}
+
+[[gnu::noinline]] Result callBuiltinOfPair(Interpreter& interpreter, const Run& items,
+                                           std::uint32_t depth, RawValue a, Result b) {
+  if (b.failed()) {
+    release(a);
+    return b;
+  }
+  interpreter.arguments().push(a);
+  interpreter.arguments().push(b.raw);
+  return callBuiltinWith(interpreter, interpreter.arguments().size() - 2, items, depth);
+}
+
+// The value in the record of a variable, which may be unbound, or a literal.
+const RawValue& valueAtHand(const LispValue& form) {
+  return form.raw().tag() == Tag::Symbol ? symbolOf(form.raw()).value : form.raw();
+}
+
+// Lends the items after the first, variables and literals, to the interpreter's arguments. False at
+// the first variable that has no value at hand.
+[[gnu::always_inline]] inline bool lendArguments(Interpreter& interpreter, const Run& items) {
+  for (std::uint32_t i = 1; i < items.full_length; ++i) {
+    const RawValue& value = valueAtHand(items.slots()[i]);
+    if (value.tag() > Tag::List) [[unlikely]]
+      return false;
+    copyWords(interpreter.arguments().extend(), value);
+  }
+  return true;
+}
+
+// While the builtin has the arguments, nothing can change them. A builtin does not throw.
+Result callBuiltinAtHand(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (operationOf(items) != Operation::Builtin || !interpreter.bindings().areAllAtHand())
+      [[unlikely]]
+    return evaluateByName(interpreter, items, depth);
+  const std::size_t first_argument = interpreter.arguments().size();
+  if (!lendArguments(interpreter, items) || !interpreter.countSteps(items.full_length, depth))
+      [[unlikely]] {
+    interpreter.arguments().truncate(first_argument);
+    return evaluateByName(interpreter, items, depth);
+  }
+  const Result result = callWith(interpreter, first_argument, items, depth);
+  interpreter.arguments().truncate(first_argument);
+  return result;
+}
+
+Result callFormBuiltin(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  return callBuiltinWith(interpreter, interpreter.arguments().size(), items, depth);
+}
+
+// The arguments are evaluated before the name is reported.
+Result callUnknown(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (!pushArguments(interpreter, items, depth)) return Result::failure();
+  return interpreter.fail("unsupported LISP function: ", nameOf(items).bytes());
+}
+
+// --- Builtins that the evaluator performs itself ------------------------------------------------
+
+// The outcome of a comparison, or of a Result, as a value or as a truth.
 template <typename Outcome>
 inline Outcome outcome(bool holds) {
   if constexpr (std::is_same_v<Outcome, Truth>) {
@@ -32,13 +190,13 @@ inline Outcome outcome(bool holds) {
 template <typename Outcome>
 inline Outcome outcome(Result result) {
   if constexpr (std::is_same_v<Outcome, Truth>) {
-    return truthOf(result);
+    return toTruth(result);
   } else {
     return result;
   }
 }
 
-// Whether applyNumeric may be called: a refused divisor is left to the builtin, which knows the
+// True when applyNumeric may be called: a refused divisor is left to the builtin, which knows the
 // error.
 template <Operation operation>
 bool isApplicable(double b) {
@@ -67,7 +225,7 @@ inline Outcome applyNumeric(double a, double b) {
   }
 }
 
-// Whether applyUnary may be called.
+// True when applyUnary may be called.
 template <Operation operation>
 bool isApplicable(const RawValue& argument) {
   if (operation == Operation::Length) return argument.tag() == Tag::List;
@@ -77,7 +235,7 @@ bool isApplicable(const RawValue& argument) {
   return argument.tag() == Tag::Number;
 }
 
-// What a builtin of one argument yields.
+// The result of a builtin of one argument.
 template <Operation operation>
 [[gnu::always_inline]] inline Result applyUnary(const RawValue& argument) {
   assert(isApplicable<operation>(argument));
@@ -97,269 +255,115 @@ template <Operation operation>
   }
 }
 
-// What a variable, which may be unbound, or a literal stands for.
-const RawValue& valueAtHand(const LispValue& form) {
-  return form.raw().tag() == Tag::Symbol ? symbolOf(form.raw()).value : form.raw();
-}
-
-}  // namespace
-
-Result Interpreter::evaluate(const LispValue& form, std::uint32_t depth) {
-  return evaluateHere(form, depth);
-}
-
-// A symbol whose slot does not simply hold its value.
-Result Interpreter::evaluateSymbolSlowly(Symbol& symbol) {
-  const RawValue* const value = lookupVariable(symbol);
-  if (value == nullptr) return fail("unbound symbol: ", symbol.bytes());
-  retain(*value);
-  return *value;
-}
-
-Result Interpreter::evaluateEmptyList(Run& /*items*/, std::uint32_t /*depth*/) { return nil(); }
-
-// Any list but the empty one, whatever its name stands for now. That holds for the rest of the run
-// or until a DEFUN.
-[[gnu::always_inline]] inline Result Interpreter::evaluateNamed(Run& items, std::uint32_t depth) {
-  const RawValue& first = items.slots()[0].raw();
-  if (first.tag() != Tag::Symbol) [[unlikely]] {
-    if (!countSteps(1, depth - 1)) return failLimits();
-    return fail("first list item must be a function symbol");
-  }
-  Symbol& name = symbolOf(first);
-  if (name.operation == Operation::Unresolved) [[unlikely]]
-    resolve(name);
-  return kFormEvaluators.data()[shapeOfOperation(name.operation)].evaluate(*this, items, depth);
-}
-
-Result Interpreter::evaluateByName(Run& items, std::uint32_t depth) {
-  return evaluateNamed(items, depth);
-}
-
-// A list that is evaluated for the first time, and perhaps the last.
-Result Interpreter::evaluateFirst(Run& items, std::uint32_t depth) {
-  items.setShape(kSeenShape);
-  return evaluateNamed(items, depth);
-}
-
-// A list that is evaluated again: from now on by its shape.
-Result Interpreter::evaluateSecond(Run& items, std::uint32_t depth) {
-  const RawValue& first = items.slots()[0].raw();
-  if (first.tag() == Tag::Symbol) {
-    if (symbolOf(first).operation == Operation::Unresolved) resolve(symbolOf(first));
-    items.setShape(shapeOf(items));
-  }
-  return evaluateNamed(items, depth);
-}
-
-Truth Interpreter::testAtom(const LispValue& form, std::uint32_t depth) {
-  return truthOf(evaluateHere(form, depth));
-}
-
-// A condition that has no way of its own to tell its truth.
-Truth Interpreter::testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth) {
-  return truthOf(evaluatorOf(items).evaluate(interpreter, items, depth));
-}
-
-bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
-                                    std::vector<LispValue>& values) {
-  assert(!items.empty());
-  const std::size_t count = items.size() - 1;
-  values.reserve(count);
-  form_arguments_ += count;
-  for (const LispValue& item : items.subspan(1)) {
-    const Result value = evaluateHere(item, depth);
-    if (value.failed()) return false;  // The run is over, and with it the count.
-    values.push_back(LispValue::adopt(value.raw));
-  }
-  form_arguments_ -= count;
-  return true;
-}
-
-Result Interpreter::callBuiltin(Run& items, std::uint32_t depth) {
-  const std::size_t first_argument = arguments_.size();
-  if (!pushArguments(items, depth)) return Result::failure();
-  return callBuiltinWith(first_argument, items, depth);
-}
-
-// What the evaluator does not do itself, errors included, once the operands are evaluated: takes
-// over the holds. The last operand may have failed.
-Result Interpreter::callBuiltinOfOne(const Run& items, std::uint32_t depth, Result argument) {
-  if (argument.failed()) return argument;
-  arguments_.push(argument.raw);
-  return callBuiltinWith(arguments_.size() - 1, items, depth);
-}
-
-Result Interpreter::callBuiltinOfPair(const Run& items, std::uint32_t depth, RawValue a, Result b) {
-  if (b.failed()) {
-    release(a);
-    return b;
-  }
-  arguments_.push(a);
-  arguments_.push(b.raw);
-  return callBuiltinWith(arguments_.size() - 2, items, depth);
-}
-
-// Lends the items after the first, variables and literals, to arguments_. False at the first
-// variable that has no value at hand.
-[[gnu::always_inline]] inline bool Interpreter::lendArguments(const Run& items) {
-  for (std::uint32_t i = 1; i < items.full_length; ++i) {
-    const RawValue& value = valueAtHand(items.slots()[i]);
-    if (value.tag() > Tag::List) [[unlikely]]
-      return false;
-    copyWords(arguments_.extend(), value);
-  }
-  return true;
-}
-
-// While the builtin has the arguments, nothing can change them. A builtin does not throw.
-Result Interpreter::callBuiltinAtHand(Run& items, std::uint32_t depth) {
-  if (operationOf(items) != Operation::Builtin || late_frame_ != 0) [[unlikely]]
-    return evaluateByName(items, depth);
-  const std::size_t first_argument = arguments_.size();
-  if (!lendArguments(items) || !countSteps(items.full_length, depth)) [[unlikely]] {
-    arguments_.truncate(first_argument);
-    return evaluateByName(items, depth);
-  }
-  const Result result = callWith(first_argument, items, depth);
-  arguments_.truncate(first_argument);
-  return result;
-}
-
-Result Interpreter::callFormBuiltin(Run& items, std::uint32_t depth) {
-  return callBuiltinWith(arguments_.size(), items, depth);
-}
-
-// The arguments are evaluated before the name is reported.
-Result Interpreter::callUnknown(Run& items, std::uint32_t depth) {
-  if (!pushArguments(items, depth)) return Result::failure();
-  return fail("unsupported LISP function: ", nameOf(items).bytes());
-}
-
-// Calls a builtin with the arguments from `first_argument` on.
-[[gnu::always_inline]] inline Result Interpreter::callWith(std::size_t first_argument,
-                                                           const Run& items, std::uint32_t depth) {
-  static_assert(sizeof(LispValue) == sizeof(RawValue));  // It has nothing but its raw value.
-  const auto* const arguments =
-      reinterpret_cast<const LispValue*>(arguments_.data() + first_argument);
-  const Symbol& name = nameOf(items);
-  const BuiltinCall call{name.bytes(),
-                         {arguments, arguments_.size() - first_argument},
-                         {items.slots(), items.full_length},
-                         depth};
-  assert(name.builtin->function != nullptr);
-  return name.builtin->function(*this, call);
-}
-
-// The same, and drops the arguments.
-Result Interpreter::callBuiltinWith(std::size_t first_argument, const Run& items,
-                                    std::uint32_t depth) {
-  const Result result = callWith(first_argument, items, depth);
-  for (std::size_t i = first_argument; i < arguments_.size(); ++i) release(arguments_[i]);
-  arguments_.truncate(first_argument);
-  return result;
-}
-
-// What a comparison has that is not as it was when the form got its shape.
-[[gnu::noinline]] Truth Interpreter::testByName(Run& items, std::uint32_t depth) {
-  return truthOf(evaluateByName(items, depth));
-}
-
-template <typename Outcome>
-Outcome Interpreter::startAgain(Run& items, std::uint32_t depth) {
-  if constexpr (std::is_same_v<Outcome, Truth>) {
-    return testByName(items, depth);
-  } else {
-    return evaluateByName(items, depth);
-  }
-}
-
-// Arithmetic and comparison of two operands that need no evaluation, which most of all calls have.
-// Whatever is in the way, nothing has happened yet.
-template <Operation operation, Operand first, Operand second, typename Outcome>
-Outcome Interpreter::callNumeric(Run& items, std::uint32_t depth) {
-  if (operationOf(items) == operation) [[likely]] {
-    const RawValue* const a = peek<first>(items.slots()[1]);
-    const RawValue* const b = peek<second>(items.slots()[2]);
-    if (a != nullptr && b != nullptr && a->tag() == Tag::Number && b->tag() == Tag::Number &&
-        isApplicable<operation>(b->number) && countSteps(3, depth)) [[likely]] {
-      return applyNumeric<operation, Outcome>(a->number, b->number);
-    }
-  }
-  return startAgain<Outcome>(items, depth);
-}
-
-// The first operand needs no evaluation.
-template <Operation operation, Operand first, typename Outcome>
-Outcome Interpreter::callNumericWithForm(Run& items, std::uint32_t depth) {
-  if (operationOf(items) == operation) [[likely]] {
-    const RawValue* const peeked = peek<first>(items.slots()[1]);
-    if (peeked != nullptr && peeked->tag() == Tag::Number && countSteps(2, depth)) [[likely]] {
-      const double a = peeked->number;
-      const Result b = evaluateList(items.slots()[2], depth);
-      if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
-        return applyNumeric<operation, Outcome>(a, b.raw.number);
-      return outcome<Outcome>(callBuiltinOfPair(items, depth, RawValue::ofNumber(a), b.raw));
-    }
-  }
-  return startAgain<Outcome>(items, depth);
-}
-
-// The first operand is a form.
-template <Operation operation, Operand second, typename Outcome>
-Outcome Interpreter::callNumericOfForm(Run& items, std::uint32_t depth) {
-  if (operationOf(items) != operation || !countSteps(1, depth - 1)) [[unlikely]]
-    return startAgain<Outcome>(items, depth);
-  const Result a = evaluateList(items.slots()[1], depth);
-  if constexpr (second != Operand::Form) {
-    const RawValue* const b = peek<second>(items.slots()[2]);
-    if (a.raw.tag() == Tag::Number && b != nullptr && b->tag() == Tag::Number &&
-        isApplicable<operation>(b->number) && countSteps(1, depth)) [[likely]] {
-      return applyNumeric<operation, Outcome>(a.raw.number, b->number);
-    }
-  } else if (a.raw.tag() == Tag::Number) [[likely]] {
-    const Result b = evaluateList(items.slots()[2], depth);
-    if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
-      return applyNumeric<operation, Outcome>(a.raw.number, b.raw.number);
-    return outcome<Outcome>(callBuiltinOfPair(items, depth, a.raw, b));
-  }
-  return outcome<Outcome>(finishNumeric<operation>(items, depth, a));
+// The value of an operand that is a variable, which may be unbound, or a number: borrowed, and
+// without counting a step. Null when it must be searched.
+template <Operand kind>
+[[gnu::always_inline]] inline const RawValue* operandAtHand(Interpreter& interpreter,
+                                                            const LispValue& form) {
+  if constexpr (kind == Operand::Number) return &form.raw();
+  return interpreter.bindings().areAllAtHand() ? &symbolOf(form.raw()).value : nullptr;
 }
 
 // The first operand is evaluated, or has failed. The second is of any kind.
 template <Operation operation>
-Result Interpreter::finishNumeric(const Run& items, std::uint32_t depth, Result a) {
+[[gnu::noinline]] Result finishNumeric(Interpreter& interpreter, const Run& items,
+                                       std::uint32_t depth, Result a) {
   if (a.failed()) [[unlikely]]
     return a;
-  const Result b = evaluateItem(items.slots()[2], depth);
+  const Result b = evaluateItem(interpreter, items.slots()[2], depth);
   if (a.raw.tag() == Tag::Number && b.raw.tag() == Tag::Number &&
       isApplicable<operation>(b.raw.number)) [[likely]] {
     return applyNumeric<operation, Result>(a.raw.number, b.raw.number);
   }
-  return callBuiltinOfPair(items, depth, a.raw, b);
+  return callBuiltinOfPair(interpreter, items, depth, a.raw, b);
+}
+
+// Fallback for a form whose operator or operands have changed since it got its shape.
+template <typename Outcome>
+Outcome startAgain(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if constexpr (std::is_same_v<Outcome, Truth>) {
+    return testByName(interpreter, items, depth);
+  } else {
+    return evaluateByName(interpreter, items, depth);
+  }
+}
+
+// Arithmetic and comparison of two operands that need no evaluation, which most of all calls have.
+// Falls back before any step is counted.
+template <Operation operation, Operand first, Operand second, typename Outcome>
+Outcome callNumeric(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (operationOf(items) == operation) [[likely]] {
+    const RawValue* const a = operandAtHand<first>(interpreter, items.slots()[1]);
+    const RawValue* const b = operandAtHand<second>(interpreter, items.slots()[2]);
+    if (a != nullptr && b != nullptr && a->tag() == Tag::Number && b->tag() == Tag::Number &&
+        isApplicable<operation>(b->number) && interpreter.countSteps(3, depth)) [[likely]] {
+      return applyNumeric<operation, Outcome>(a->number, b->number);
+    }
+  }
+  return startAgain<Outcome>(interpreter, items, depth);
+}
+
+// The first operand needs no evaluation.
+template <Operation operation, Operand first, typename Outcome>
+Outcome callNumericOfSecond(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (operationOf(items) == operation) [[likely]] {
+    const RawValue* const peeked = operandAtHand<first>(interpreter, items.slots()[1]);
+    if (peeked != nullptr && peeked->tag() == Tag::Number && interpreter.countSteps(2, depth))
+        [[likely]] {
+      const double a = peeked->number;
+      const Result b = evaluateList(interpreter, items.slots()[2], depth);
+      if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
+        return applyNumeric<operation, Outcome>(a, b.raw.number);
+      return outcome<Outcome>(
+          callBuiltinOfPair(interpreter, items, depth, RawValue::ofNumber(a), b.raw));
+    }
+  }
+  return startAgain<Outcome>(interpreter, items, depth);
+}
+
+// The first operand is a form.
+template <Operation operation, Operand second, typename Outcome>
+Outcome callNumericOfFirst(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (operationOf(items) != operation || !interpreter.countSteps(1, depth - 1)) [[unlikely]]
+    return startAgain<Outcome>(interpreter, items, depth);
+  const Result a = evaluateList(interpreter, items.slots()[1], depth);
+  if constexpr (second != Operand::Form) {
+    const RawValue* const b = operandAtHand<second>(interpreter, items.slots()[2]);
+    if (a.raw.tag() == Tag::Number && b != nullptr && b->tag() == Tag::Number &&
+        isApplicable<operation>(b->number) && interpreter.countSteps(1, depth)) [[likely]] {
+      return applyNumeric<operation, Outcome>(a.raw.number, b->number);
+    }
+  } else if (a.raw.tag() == Tag::Number) [[likely]] {
+    const Result b = evaluateList(interpreter, items.slots()[2], depth);
+    if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
+      return applyNumeric<operation, Outcome>(a.raw.number, b.raw.number);
+    return outcome<Outcome>(callBuiltinOfPair(interpreter, items, depth, a.raw, b));
+  }
+  return outcome<Outcome>(finishNumeric<operation>(interpreter, items, depth, a));
 }
 
 // Arithmetic and comparison of whatever there is.
 template <Operation operation>
-Result Interpreter::callNumericOfAny(Run& items, std::uint32_t depth) {
-  if (items.full_length != 3) return callBuiltin(items, depth);
-  return finishNumeric<operation>(items, depth, evaluateItem(items.slots()[1], depth));
+Result callNumericOfAny(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
+  return finishNumeric<operation>(interpreter, items, depth,
+                                  evaluateItem(interpreter, items.slots()[1], depth));
 }
 
 // CAR or CDR of CDR upon CDR of a variable, as in (CAR (CDR (CDR P))): no list in between is made.
 template <Operation operation>
-Result Interpreter::callChain(Run& items, std::uint32_t depth) {
+Result callChain(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   std::uint32_t links = 0;
   const RawValue* operand = &items.slots()[1].raw();
-  bool is_chain = operationOf(items) == operation && late_frame_ == 0;
+  bool is_chain = operationOf(items) == operation && interpreter.bindings().areAllAtHand();
   for (; operand->tag() == Tag::List; operand = &runOf(*operand).slots()[1].raw()) {
     is_chain = is_chain && operationOf(runOf(*operand)) == Operation::Cdr;
     ++links;
   }
   const RawValue& list = symbolOf(*operand).value;
   if (!is_chain || list.tag() != Tag::List || list.length() <= links ||
-      !countSteps(links + 2, depth + links)) [[unlikely]] {
-    return evaluateByName(items, depth);
+      !interpreter.countSteps(links + 2, depth + links)) [[unlikely]] {
+    return evaluateByName(interpreter, items, depth);
   }
   const std::uint32_t remaining = list.length() - links;
   Run* run = &runOf(list);
@@ -369,35 +373,36 @@ Result Interpreter::callChain(Run& items, std::uint32_t depth) {
 
 // 1+, 1-, CAR, CDR and LENGTH of a variable.
 template <Operation operation>
-Result Interpreter::callUnary(Run& items, std::uint32_t depth) {
+Result callUnary(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   if (operationOf(items) == operation) [[likely]] {
-    const RawValue* const argument = peek<Operand::Variable>(items.slots()[1]);
-    if (argument != nullptr && isApplicable<operation>(*argument) && countSteps(2, depth))
-        [[likely]] {
+    const RawValue* const argument =
+        operandAtHand<Operand::Variable>(interpreter, items.slots()[1]);
+    if (argument != nullptr && isApplicable<operation>(*argument) &&
+        interpreter.countSteps(2, depth)) [[likely]] {
       return applyUnary<operation>(*argument);
     }
   }
-  return evaluateByName(items, depth);
+  return evaluateByName(interpreter, items, depth);
 }
 
 // The same of any operand.
 template <Operation operation>
-Result Interpreter::callUnaryOfAny(Run& items, std::uint32_t depth) {
+Result callUnaryOfAny(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   if (items.full_length != 2) [[unlikely]]
-    return callBuiltin(items, depth);
-  const Result argument = evaluateItem(items.slots()[1], depth);
+    return callBuiltin(interpreter, items, depth);
+  const Result argument = evaluateItem(interpreter, items.slots()[1], depth);
   if (!isApplicable<operation>(argument.raw)) [[unlikely]]
-    return callBuiltinOfOne(items, depth, argument.raw);
+    return callBuiltinOfOne(interpreter, items, depth, argument.raw);
   const Result result = applyUnary<operation>(argument.raw);
   release(argument.raw);
   return result;
 }
 
-Result Interpreter::callCons(Run& items, std::uint32_t depth) {
-  if (items.full_length != 3) return callBuiltin(items, depth);
-  const Result first = evaluateHere(items.slots()[1], depth);
+Result callCons(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
+  const Result first = evaluateForm(interpreter, items.slots()[1], depth);
   if (first.failed()) return first;
-  const Result rest = evaluateHere(items.slots()[2], depth);
+  const Result rest = evaluateForm(interpreter, items.slots()[2], depth);
   if (rest.failed()) {
     release(first.raw);
     return rest;
@@ -406,191 +411,179 @@ Result Interpreter::callCons(Run& items, std::uint32_t depth) {
 }
 
 // Both operands are variables or literals.
-Result Interpreter::consAtHand(Run& items, std::uint32_t depth) {
-  if (operationOf(items) == Operation::Cons && late_frame_ == 0) [[likely]] {
+Result consAtHand(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (operationOf(items) == Operation::Cons && interpreter.bindings().areAllAtHand()) [[likely]] {
     const RawValue& first = valueAtHand(items.slots()[1]);
     const RawValue& rest = valueAtHand(items.slots()[2]);
-    if (first.tag() <= Tag::List && rest.tag() <= Tag::List && countSteps(3, depth)) [[likely]] {
+    if (first.tag() <= Tag::List && rest.tag() <= Tag::List && interpreter.countSteps(3, depth))
+        [[likely]] {
       retain(first);
       retain(rest);
       return construct(first, rest);
     }
   }
-  return evaluateByName(items, depth);
+  return evaluateByName(interpreter, items, depth);
 }
 
 // The arguments move from the stack into the list.
-Result Interpreter::callList(Run& items, std::uint32_t depth) {
-  const std::size_t first_argument = arguments_.size();
-  if (!pushArguments(items, depth)) return Result::failure();
-  const RawValue list =
-      makeList(arguments_.data() + first_argument, arguments_.size() - first_argument);
-  arguments_.truncate(first_argument);
+Result callList(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  const std::size_t first_argument = interpreter.arguments().size();
+  if (!pushArguments(interpreter, items, depth)) return Result::failure();
+  const RawValue list = makeList(interpreter.arguments().data() + first_argument,
+                                 interpreter.arguments().size() - first_argument);
+  interpreter.arguments().truncate(first_argument);
   return list;
 }
 
-// The tables of what evaluates a list: by the operation that its name stands for, and by operands.
-struct EvaluatorTable {
-  using I = Interpreter;
+// --- The table: by the operation that its name means, and by operands ---------------------------
 
-  // Calls a method that leaves it to others to count the step of the list.
-  template <auto method>
-  static Result counted(I& interpreter, Run& items, std::uint32_t depth) {
-    if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
-    return (interpreter.*method)(items, depth);
-  }
+using Evaluator = Result (*)(Interpreter&, Run& items, std::uint32_t depth);
+using Test = Truth (*)(Interpreter&, Run& items, std::uint32_t depth);
 
-  // The same as long as the name of the list stands for `operation`. Special forms keep their
-  // names.
-  template <Operation operation, auto method>
-  static Result guarded(I& interpreter, Run& items, std::uint32_t depth) {
-    if (operationOf(items) != operation) [[unlikely]]
-      return interpreter.evaluateByName(items, depth);
-    return counted<method>(interpreter, items, depth);
-  }
+// A condition that has no way of its own to tell its truth.
+Truth testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  return toTruth(evaluatorOf(items).evaluate(interpreter, items, depth));
+}
 
-  template <auto method>
-  static Result call(I& interpreter, Run& items, std::uint32_t depth) {
-    return (interpreter.*method)(items, depth);
-  }
+// Counts the step of the list for evaluators that leave it to others.
+template <Evaluator evaluate>
+Result counted(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
+  return evaluate(interpreter, items, depth);
+}
+template <Test test>
+Truth countedTest(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (!interpreter.countSteps(1, depth - 1)) return toTruth(interpreter.failLimits());
+  return test(interpreter, items, depth);
+}
 
-  template <auto method>
-  static Truth countedTest(I& interpreter, Run& items, std::uint32_t depth) {
-    if (!interpreter.countSteps(1, depth - 1)) return truthOf(interpreter.failLimits());
-    return (interpreter.*method)(items, depth);
-  }
+// The same as long as the name of the list means `operation`. Special forms keep their names.
+template <Operation operation, Evaluator evaluate>
+Result guarded(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if (operationOf(items) != operation) [[unlikely]]
+    return evaluateByName(interpreter, items, depth);
+  return counted<evaluate>(interpreter, items, depth);
+}
 
-  template <auto method>
-  static constexpr FormEvaluator specialForm() {
-    return {counted<method>, I::testByValue};
+template <FormShape index>
+constexpr FormEvaluator ofOperation() {
+  constexpr auto operation = static_cast<Operation>(index);
+  switch (operation) {
+    case Operation::Quote:
+      return {counted<evaluateQuote>, testByValue};
+    case Operation::Setq:
+      return {counted<evaluateSetq<false>>, testByValue};
+    case Operation::If:
+      return {counted<evaluateIf>, testByValue};
+    case Operation::Progn:
+      return {counted<evaluateProgn>, testByValue};
+    case Operation::While:
+      return {counted<evaluateWhile>, testByValue};
+    case Operation::Defun:
+      return {counted<evaluateDefun>, testByValue};
+    case Operation::And:
+      return {counted<evaluateAnd>, countedTest<testAnd>};
+    case Operation::Or:
+      return {counted<evaluateOr>, countedTest<testOr>};
+    case Operation::Not:
+    case Operation::Null:
+      return {counted<evaluateNot>, countedTest<testNot>};
+    case Operation::UserFunction:
+      return {guarded<operation, callFunction<false>>, testByValue};
+    case Operation::Cons:
+      return {guarded<operation, callCons>, testByValue};
+    case Operation::List:
+      return {guarded<operation, callList>, testByValue};
+    case Operation::Builtin:
+      return {guarded<operation, callBuiltin>, testByValue};
+    case Operation::FormBuiltin:
+      return {guarded<operation, callFormBuiltin>, testByValue};
+    case Operation::Unknown:
+      return {guarded<operation, callUnknown>, testByValue};
+    default:
+      if constexpr (isNumeric(operation)) {
+        return {guarded<operation, callNumericOfAny<operation>>, testByValue};
+      } else if constexpr (isUnary(operation)) {
+        return {guarded<operation, callUnaryOfAny<operation>>, testByValue};
+      }
   }
-  template <auto method, auto test_method>
-  static constexpr FormEvaluator condition() {
-    return {counted<method>, countedTest<test_method>};
-  }
-  template <Operation operation, auto method>
-  static constexpr FormEvaluator function() {
-    return {guarded<operation, method>, I::testByValue};
-  }
+}
 
-  template <FormShape index>
-  static constexpr FormEvaluator ofOperation() {
-    constexpr auto operation = static_cast<Operation>(index);
-    switch (operation) {
-      case Operation::Quote:
-        return specialForm<&I::evaluateQuote>();
-      case Operation::Setq:
-        return specialForm<&I::evaluateSetq<false>>();
-      case Operation::If:
-        return specialForm<&I::evaluateIf>();
-      case Operation::Progn:
-        return specialForm<&I::evaluateProgn>();
-      case Operation::While:
-        return specialForm<&I::evaluateWhile>();
-      case Operation::Defun:
-        return specialForm<&I::evaluateDefun>();
-      case Operation::And:
-        return condition<&I::evaluateAnd, &I::testAnd>();
-      case Operation::Or:
-        return condition<&I::evaluateOr, &I::testOr>();
-      case Operation::Not:
-      case Operation::Null:
-        return condition<&I::evaluateNot, &I::testNot>();
-      case Operation::UserFunction:
-        return function<operation, &I::applyFunction<false>>();
-      case Operation::Cons:
-        return function<operation, &I::callCons>();
-      case Operation::List:
-        return function<operation, &I::callList>();
-      case Operation::Builtin:
-        return function<operation, &I::callBuiltin>();
-      case Operation::FormBuiltin:
-        return function<operation, &I::callFormBuiltin>();
-      case Operation::Unknown:
-        return function<operation, &I::callUnknown>();
-      default:
-        if constexpr (isNumeric(operation)) {
-          return function<operation, &I::callNumericOfAny<operation>>();
-        } else if constexpr (isUnary(operation)) {
-          return function<operation, &I::callUnaryOfAny<operation>>();
-        }
-    }
+// By the kinds of both operands.
+template <Operation operation, Operand first, Operand second, typename Outcome>
+Outcome numeric(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  if constexpr (first == Operand::Form) {
+    return callNumericOfFirst<operation, second, Outcome>(interpreter, items, depth);
+  } else if constexpr (second == Operand::Form) {
+    return callNumericOfSecond<operation, first, Outcome>(interpreter, items, depth);
+  } else {
+    return callNumeric<operation, first, second, Outcome>(interpreter, items, depth);
   }
+}
 
-  // By the kinds of both operands.
-  template <Operation operation, Operand first, Operand second, typename Outcome>
-  static Outcome numeric(I& interpreter, Run& items, std::uint32_t depth) {
-    if constexpr (first == Operand::Form) {
-      return interpreter.callNumericOfForm<operation, second, Outcome>(items, depth);
-    } else if constexpr (second == Operand::Form) {
-      return interpreter.callNumericWithForm<operation, first, Outcome>(items, depth);
-    } else {
-      return interpreter.callNumeric<operation, first, second, Outcome>(items, depth);
-    }
+template <FormShape index>
+constexpr FormEvaluator ofNumeric() {
+  constexpr auto operation =
+      static_cast<Operation>(indexOf(kFirstNumeric) + index / (kOperandKinds * kOperandKinds));
+  constexpr auto first = static_cast<Operand>(index / kOperandKinds % kOperandKinds);
+  constexpr auto second = static_cast<Operand>(index % kOperandKinds);
+  if constexpr (isComparison(operation)) {
+    return {numeric<operation, first, second, Result>, numeric<operation, first, second, Truth>};
+  } else {
+    return {numeric<operation, first, second, Result>, testByValue};
   }
+}
 
-  template <FormShape index>
-  static constexpr FormEvaluator ofNumeric() {
-    constexpr auto operation = static_cast<Operation>(static_cast<std::size_t>(kFirstNumeric) +
-                                                      index / (kOperandKinds * kOperandKinds));
-    constexpr auto first = static_cast<Operand>(index / kOperandKinds % kOperandKinds);
-    constexpr auto second = static_cast<Operand>(index % kOperandKinds);
-    if constexpr (isComparison(operation)) {
-      return {numeric<operation, first, second, Result>, numeric<operation, first, second, Truth>};
-    } else {
-      return {numeric<operation, first, second, Result>, I::testByValue};
-    }
-  }
+template <FormShape index>
+constexpr FormEvaluator ofUnary() {
+  return {callUnary<static_cast<Operation>(indexOf(kFirstUnary) + index)>, testByValue};
+}
 
-  template <FormShape index>
-  static constexpr FormEvaluator ofUnary() {
-    constexpr auto operation = static_cast<Operation>(indexOf(kFirstUnary) + index);
-    return {call<&I::callUnary<operation>>, I::testByValue};
+template <FormShape index>
+constexpr FormEvaluator ofShape() {
+  switch (index) {
+    case kUnseenShape:
+      return {evaluateFirst, testByValue};
+    case kEmptyListShape:
+      return {counted<evaluateEmptyList>, testByValue};
+    case kSeenShape:
+      return {evaluateSecond, testByValue};
+    case kCarChainShape:
+      return {callChain<Operation::Car>, testByValue};
+    case kCdrChainShape:
+      return {callChain<Operation::Cdr>, testByValue};
+    case kBuiltinAtHandShape:
+      return {callBuiltinAtHand, testByValue};
+    case kConsAtHandShape:
+      return {consAtHand, testByValue};
+    case kPlainCallShape:
+      return {callPlainly, testByValue};
+    case kSetSymbolShape:
+      return {setSymbol, testByValue};
+    case kObservedShape:
+      return {evaluateObserved, testByValue};
+    case kObservedAtomShape:
+      return {evaluateObservedAtom, testByValue};
+    default:
+      if constexpr (index >= kUnaryShapes) {
+        return ofUnary<index - kUnaryShapes>();
+      } else if constexpr (index >= kNumericShapes) {
+        return ofNumeric<index - kNumericShapes>();
+      } else if constexpr (index >= kOperationShapes) {
+        return ofOperation<index - kOperationShapes>();
+      }
   }
+}
 
-  template <FormShape index>
-  static constexpr FormEvaluator ofShape() {
-    if constexpr (index == kUnseenShape) {
-      return {call<&I::evaluateFirst>, I::testByValue};
-    } else if constexpr (index == kEmptyListShape) {
-      return {counted<&I::evaluateEmptyList>, I::testByValue};
-    } else if constexpr (index == kSeenShape) {
-      return {call<&I::evaluateSecond>, I::testByValue};
-    } else if constexpr (index == kCarChainShape) {
-      return {call<&I::callChain<Operation::Car>>, I::testByValue};
-    } else if constexpr (index == kCdrChainShape) {
-      return {call<&I::callChain<Operation::Cdr>>, I::testByValue};
-    } else if constexpr (index == kBuiltinAtHandShape) {
-      return {call<&I::callBuiltinAtHand>, I::testByValue};
-    } else if constexpr (index == kConsAtHandShape) {
-      return {call<&I::consAtHand>, I::testByValue};
-    } else if constexpr (index == kPlainCallShape) {
-      return {call<&I::callPlainly>, I::testByValue};
-    } else if constexpr (index == kSetSymbolsShape) {
-      return {call<&I::setSymbols>, I::testByValue};
-    } else if constexpr (index == kSetSymbolShape) {
-      return {call<&I::setSymbol>, I::testByValue};
-    } else if constexpr (index == kObservedShape) {
-      return {call<&I::evaluateObserved>, I::testByValue};
-    } else if constexpr (index == kObservedAtomShape) {
-      return {call<&I::evaluateObservedAtom>, I::testByValue};
-    } else if constexpr (index < kNumericShapes) {
-      return ofOperation<index - kOperationShapes>();
-    } else if constexpr (index < kUnaryShapes) {
-      return ofNumeric<index - kNumericShapes>();
-    } else {
-      return ofUnary<index - kUnaryShapes>();
-    }
-  }
+template <FormShape... indexes>
+constexpr std::array<FormEvaluator, kShapeCount> evaluatorsOf(
+    std::integer_sequence<FormShape, indexes...> /*shapes*/) {
+  return {ofShape<indexes>()...};
+}
 
-  template <FormShape... indexes>
-  static constexpr std::array<FormEvaluator, kShapeCount> all(
-      std::integer_sequence<FormShape, indexes...>) {
-    return {ofShape<indexes>()...};
-  }
-};
+}  // namespace
 
 constinit const std::array<FormEvaluator, kShapeCount> kFormEvaluators =
-    EvaluatorTable::all(std::make_integer_sequence<FormShape, kShapeCount>());
+    evaluatorsOf(std::make_integer_sequence<FormShape, kShapeCount>());
 
 }  // namespace lisp

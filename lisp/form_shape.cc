@@ -21,7 +21,7 @@ std::optional<Operand> operandOf(const LispValue& form) {
   }
 }
 
-// Whether `form` is a CDR, or one upon another, of a variable.
+// True when `form` is a CDR, or one upon another, of a variable.
 bool isChain(const LispValue& form) {
   constexpr int kLinksMax = 8;
   const LispValue* operand = &form;
@@ -36,7 +36,7 @@ bool isChain(const LispValue& form) {
   return operandOf(*operand) == Operand::Variable;
 }
 
-// What 1+, 1-, CAR, CDR or LENGTH of one operand looks like.
+// The shape of 1+, 1-, CAR, CDR or LENGTH of one operand.
 FormShape shapeOfUnary(Operation operation, const LispValue& operand) {
   if (operandOf(operand) == Operand::Variable) return shapeOfVariable(operation);
   if (operation == Operation::Car && isChain(operand)) return kCarChainShape;
@@ -44,24 +44,14 @@ FormShape shapeOfUnary(Operation operation, const LispValue& operand) {
   return shapeOfOperation(operation);
 }
 
-// Whether a SETQ has nothing but pairs, and symbols as targets.
-bool setsSymbols(const Run& items) {
-  const std::uint32_t count = items.full_length;
-  if (count % 2 == 0 || count < 3) return false;
-  for (std::uint32_t i = 1; i < count; i += 2) {
-    if (items.slots()[i].raw().tag() != Tag::Symbol) return false;
-  }
-  return true;
-}
-
-// Whether all arguments are variables and literals.
+// True when all arguments are variables and literals.
 bool hasAllAtHand(const Run& items) {
   return std::none_of(items.slots() + 1, items.slots() + items.full_length,
                       [](const LispValue& form) { return form.raw().tag() == Tag::List; });
 }
 
-// Whether evaluating `form` may assign to a variable, as far as `budget` forms tell; what the
-// functions that it calls assign is theirs.
+// True when evaluating `form` may assign to a variable, as far as `budget` forms tell. The
+// functions that it calls assign to bindings of their own.
 bool mayAssign(const LispValue& form, std::uint32_t& budget) {
   if (form.raw().tag() != Tag::List || form.raw().length() == 0) return false;
   const Run& items = runOf(form.raw());
@@ -105,8 +95,9 @@ FormShape shapeOf(const Run& items) {
     return kConsAtHandShape;
   }
   if (operation == Operation::UserFunction && !mayAssign(items)) return kPlainCallShape;
-  if (operation == Operation::Setq && setsSymbols(items)) {
-    return items.full_length == 3 ? kSetSymbolShape : kSetSymbolsShape;
+  if (operation == Operation::Setq && items.full_length == 3 &&
+      item[1].raw().tag() == Tag::Symbol) {
+    return kSetSymbolShape;
   }
   return shapeOfOperation(operation);
 }

@@ -106,46 +106,42 @@ LispValue observedProgram(const LispValue& forms) {
   return LispValue::adopt(makeLiteral(copies.data(), copies.size()));
 }
 
+namespace {
+
+// Assignments and calls tell more than that they are entered and left.
+Result evaluateByObservedName(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  const RawValue& first = items.slots()[0].raw();
+  if (first.tag() != Tag::Symbol) return evaluateByName(interpreter, items, depth);
+  Symbol& name = symbolOf(first);
+  interpreter.bindings().resolve(name);
+  if (name.operation != Operation::Setq && name.operation != Operation::UserFunction) {
+    return evaluateByName(interpreter, items, depth);
+  }
+  if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
+  return name.operation == Operation::Setq ? evaluateSetq<true>(interpreter, items, depth)
+                                           : callFunction<true>(interpreter, items, depth);
+}
+
 // A form is left even when it has failed. Evaluating it may drop the list itself.
 template <typename Evaluate>
-Result Interpreter::tell(FormNumber number, const Evaluate& evaluate) {
-  assert(observer_ != nullptr);
-  observer_->entered(number);
+Result tell(Observer* observer, FormNumber number, const Evaluate& evaluate) {
+  assert(observer != nullptr);
+  observer->entered(number);
   const Result result = evaluate();
-  observer_->left(number, result.failed() ? nullptr : &result.raw);
+  observer->left(number, result.failed() ? nullptr : &result.raw);
   return result;
 }
 
-Result Interpreter::evaluateObserved(Run& items, std::uint32_t depth) {
-  return tell(items.formNumber(), [&] { return evaluateByObservedName(items, depth); });
+}  // namespace
+
+Result evaluateObserved(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  return tell(interpreter.observer(), items.formNumber(),
+              [&] { return evaluateByObservedName(interpreter, items, depth); });
 }
 
-Result Interpreter::evaluateObservedAtom(Run& items, std::uint32_t depth) {
-  return tell(items.formNumber(), [&] { return evaluateHere(items.slots()[0], depth - 1); });
-}
-
-// Assignments and calls tell more than that they are entered and left.
-Result Interpreter::evaluateByObservedName(Run& items, std::uint32_t depth) {
-  const RawValue& first = items.slots()[0].raw();
-  if (first.tag() != Tag::Symbol) return evaluateByName(items, depth);
-  Symbol& name = symbolOf(first);
-  if (name.operation == Operation::Unresolved) resolve(name);
-  if (name.operation != Operation::Setq && name.operation != Operation::UserFunction) {
-    return evaluateByName(items, depth);
-  }
-  if (!countSteps(1, depth - 1)) return failLimits();
-  return name.operation == Operation::Setq ? evaluateSetq<true>(items, depth)
-                                           : applyFunction<true>(items, depth);
-}
-
-// Takes over the hold on `value`, which must be held elsewhere too. T keeps its value, so nothing
-// is told of it.
-void Interpreter::assignObserved(Symbol& symbol, RawValue value) {
-  const RawValue* const binding = lookupVariable(symbol);
-  const LispValue before = binding == nullptr ? LispValue() : LispValue::share(*binding);
-  assign(symbol, value);
-  if (symbol.owner == kTruthOwner) return;
-  observer_->assigned(symbol, binding == nullptr ? nullptr : &before.raw(), value);
+Result evaluateObservedAtom(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+  return tell(interpreter.observer(), items.formNumber(),
+              [&] { return interpreter.evaluate(items.slots()[0], depth - 1); });
 }
 
 }  // namespace lisp
