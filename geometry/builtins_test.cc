@@ -37,9 +37,9 @@ EvalOutcome evaluate(const std::string& text, const CoordContext* context) {
   const lisp::Environment environment;
   lisp::Interpreter interpreter(environment, context, nullptr);
   interpreter.start({});
-  const lisp::Result result = interpreter.evaluate(*form, 0);
+  lisp::Result result = interpreter.evaluate(*form, 0);
   if (result.failed()) return interpreter.takeFailure();
-  outcome.value = LispValue::adopt(result.raw);
+  outcome.value = LispValue::adopt(result.take());
   return outcome;
 }
 

@@ -47,9 +47,9 @@ EvalOutcome run_program(Interpreter& interpreter, Program& program,
   LispValue last;
   const lisp::LispList forms = *lisp::asList(*program.forms);
   for (const LispValue& form : forms) {
-    const Result result = interpreter.evaluate(form, 0);
+    Result result = interpreter.evaluate(form, 0);
     if (result.failed()) return interpreter.takeFailure();
-    last = LispValue::adopt(result.raw);
+    last = LispValue::adopt(result.take());
   }
   if (has_unused_answers(interpreter)) {
     return make_error_outcome(interpreter, OutcomeKind::EvalError,

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "lisp/builtin.h"
 #include "lisp/environment.h"
 #include "lisp/interpreter.h"
 #include "lisp/list.h"
@@ -39,6 +40,16 @@ TEST(AssertionDeathTest, AValueIsWhatItIsTakenFor) {
 TEST(AssertionDeathTest, AnEmptyListHasNoRest) {
   const LispValue empty = LispValue::adopt(emptyList());
   EXPECT_DEATH(static_cast<void>(restOf(empty.raw())), "length");
+}
+
+TEST(AssertionDeathTest, AHoldIsHandedOnOnce) {
+  EXPECT_DEATH({ const Result forgotten = string("A"); }, "isCounted");
+  EXPECT_DEATH(
+      {
+        Result overwritten = string("A");
+        overwritten = nil();
+      },
+      "isCounted");
 }
 
 TEST(AssertionDeathTest, AStackHasNoRecordAboveItsTop) {

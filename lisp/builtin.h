@@ -3,9 +3,12 @@
 #ifndef LISP_BUILTIN_H_
 #define LISP_BUILTIN_H_
 
+#include <cassert>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 #include "lisp/symbol.h"
 #include "lisp/value.h"
@@ -14,18 +17,47 @@ namespace lisp {
 
 class Interpreter;
 
-// What an evaluation yields inside the evaluator: the two words of a value, in registers, or the
-// mark that it failed; what failed is parked in the interpreter then. Whoever receives a Result
-// holds its value and must hand it on, adopt it or release it.
-struct [[nodiscard]] Result {
-  RawValue raw;
-
-  Result(const RawValue& value) : raw(value) {}        // NOLINT(google-explicit-constructor)
-  Result(LispValue&& value) : raw(value.release()) {}  // NOLINT(google-explicit-constructor)
+// What an evaluation yields inside the evaluator: a value with its hold, or the mark that it has
+// failed; what failed is parked in the interpreter then. Two words, in registers.
+//
+// A hold is handed on exactly once: the Result is returned or moved, or its value is taken or
+// dropped. A second hold does not compile, because a Result cannot be copied. One that is forgotten
+// stops builds with assertions; the others pay nothing, because their Result has no destructor.
+class [[nodiscard]] Result {
+ public:
+  // Take over the hold.
+  Result(const RawValue& value) : raw_(value) {}        // NOLINT(google-explicit-constructor)
+  Result(LispValue&& value) : raw_(value.release()) {}  // NOLINT(google-explicit-constructor)
   [[nodiscard]] static Result failure() { return {RawValue::of(Tag::Failed)}; }
 
-  [[nodiscard]] bool failed() const { return raw.tag() == Tag::Failed; }
+  Result(const Result&) = delete;
+  Result& operator=(const Result&) = delete;
+#ifdef NDEBUG
+  Result(Result&&) = default;
+  Result& operator=(Result&&) = default;
+#else
+  Result(Result&& other) noexcept : raw_(other.take()) {}
+  Result& operator=(Result&& other) noexcept {
+    assert(!isCounted(raw_));
+    raw_ = other.take();
+    return *this;
+  }
+  ~Result() { assert(!isCounted(raw_)); }
+#endif
+
+  [[nodiscard]] bool failed() const { return raw_.tag() == Tag::Failed; }
+  // A look at the value, which stays with the Result.
+  [[nodiscard]] const RawValue& raw() const { return raw_; }
+  // Hands the hold to the caller and leaves nil.
+  [[nodiscard]] RawValue take() { return std::exchange(raw_, RawValue()); }
+  // Gives the hold up and leaves nil.
+  void drop() { release(take()); }
+
+ private:
+  RawValue raw_;
 };
+
+static_assert(!std::is_copy_constructible_v<Result> && !std::is_copy_assignable_v<Result>);
 
 // One call of a builtin. Borrowed for the call.
 struct BuiltinCall {

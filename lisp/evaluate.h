@@ -49,9 +49,9 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 
 // The truth of a result, which it releases.
 [[nodiscard]] inline Truth toTruth(Result result) {
-  if (result.raw.tag() == Tag::Nil) return Truth::No;
+  if (result.raw().tag() == Tag::Nil) return Truth::No;
   if (result.failed()) return Truth::Failed;
-  release(result.raw);
+  result.drop();
   return Truth::Yes;
 }
 
@@ -134,9 +134,9 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
   assert(!forms.empty());
   const LispValue* form = forms.data();
   for (const LispValue* const last = form + forms.size() - 1; form != last; ++form) {
-    const Result result = evaluateItem(interpreter, *form, depth);
+    Result result = evaluateItem(interpreter, *form, depth);
     if (result.failed()) return result;
-    release(result.raw);
+    result.drop();
   }
   return evaluateItem(interpreter, *form, depth);
 }
@@ -156,10 +156,10 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
                                                             const Run& items, std::uint32_t depth) {
   const LispValue* item = items.slots();
   for (std::uint32_t count = items.full_length - 1; count > 0; --count) {
-    const Result value = evaluateForm(interpreter, *++item, depth);
+    Result value = evaluateForm(interpreter, *++item, depth);
     if (value.failed()) [[unlikely]]
       return false;
-    interpreter.arguments().push(value.raw);
+    interpreter.arguments().push(value.take());
   }
   return true;
 }

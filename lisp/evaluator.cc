@@ -98,7 +98,7 @@ namespace {
 // The same, and drops the arguments.
 Result callBuiltinWith(Interpreter& interpreter, std::size_t first_argument, const Run& items,
                        std::uint32_t depth) {
-  const Result result = callWith(interpreter, first_argument, items, depth);
+  Result result = callWith(interpreter, first_argument, items, depth);
   for (std::size_t i = first_argument; i < interpreter.arguments().size(); ++i)
     release(interpreter.arguments()[i]);
   interpreter.arguments().truncate(first_argument);
@@ -116,18 +116,18 @@ Result callBuiltin(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 [[gnu::noinline]] Result callBuiltinOfOne(Interpreter& interpreter, const Run& items,
                                           std::uint32_t depth, Result argument) {
   if (argument.failed()) return argument;
-  interpreter.arguments().push(argument.raw);
+  interpreter.arguments().push(argument.take());
   return callBuiltinWith(interpreter, interpreter.arguments().size() - 1, items, depth);
 }
 
 [[gnu::noinline]] Result callBuiltinOfPair(Interpreter& interpreter, const Run& items,
-                                           std::uint32_t depth, RawValue a, Result b) {
+                                           std::uint32_t depth, Result a, Result b) {
   if (b.failed()) {
-    release(a);
+    a.drop();
     return b;
   }
-  interpreter.arguments().push(a);
-  interpreter.arguments().push(b.raw);
+  interpreter.arguments().push(a.take());
+  interpreter.arguments().push(b.take());
   return callBuiltinWith(interpreter, interpreter.arguments().size() - 2, items, depth);
 }
 
@@ -159,7 +159,7 @@ Result callBuiltinAtHand(Interpreter& interpreter, Run& items, std::uint32_t dep
     interpreter.arguments().truncate(first_argument);
     return evaluateByName(interpreter, items, depth);
   }
-  const Result result = callWith(interpreter, first_argument, items, depth);
+  Result result = callWith(interpreter, first_argument, items, depth);
   interpreter.arguments().truncate(first_argument);
   return result;
 }
@@ -190,7 +190,7 @@ inline Outcome outcome(bool holds) {
 template <typename Outcome>
 inline Outcome outcome(Result result) {
   if constexpr (std::is_same_v<Outcome, Truth>) {
-    return toTruth(result);
+    return toTruth(std::move(result));
   } else {
     return result;
   }
@@ -270,12 +270,12 @@ template <Operation operation>
                                        std::uint32_t depth, Result a) {
   if (a.failed()) [[unlikely]]
     return a;
-  const Result b = evaluateItem(interpreter, items.slots()[2], depth);
-  if (a.raw.tag() == Tag::Number && b.raw.tag() == Tag::Number &&
-      isApplicable<operation>(b.raw.number)) [[likely]] {
-    return applyNumeric<operation, Result>(a.raw.number, b.raw.number);
+  Result b = evaluateItem(interpreter, items.slots()[2], depth);
+  if (a.raw().tag() == Tag::Number && b.raw().tag() == Tag::Number &&
+      isApplicable<operation>(b.raw().number)) [[likely]] {
+    return applyNumeric<operation, Result>(a.raw().number, b.raw().number);
   }
-  return callBuiltinOfPair(interpreter, items, depth, a.raw, b);
+  return callBuiltinOfPair(interpreter, items, depth, std::move(a), std::move(b));
 }
 
 // Fallback for a form whose operator or operands have changed since it got its shape.
@@ -311,11 +311,11 @@ Outcome callNumericOfSecond(Interpreter& interpreter, Run& items, std::uint32_t 
     if (peeked != nullptr && peeked->tag() == Tag::Number && interpreter.countSteps(2, depth))
         [[likely]] {
       const double a = peeked->number;
-      const Result b = evaluateList(interpreter, items.slots()[2], depth);
-      if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
-        return applyNumeric<operation, Outcome>(a, b.raw.number);
+      Result b = evaluateList(interpreter, items.slots()[2], depth);
+      if (b.raw().tag() == Tag::Number && isApplicable<operation>(b.raw().number)) [[likely]]
+        return applyNumeric<operation, Outcome>(a, b.raw().number);
       return outcome<Outcome>(
-          callBuiltinOfPair(interpreter, items, depth, RawValue::ofNumber(a), b.raw));
+          callBuiltinOfPair(interpreter, items, depth, RawValue::ofNumber(a), std::move(b)));
     }
   }
   return startAgain<Outcome>(interpreter, items, depth);
@@ -326,20 +326,21 @@ template <Operation operation, Operand second, typename Outcome>
 Outcome callNumericOfFirst(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   if (operationOf(items) != operation || !interpreter.countSteps(1, depth - 1)) [[unlikely]]
     return startAgain<Outcome>(interpreter, items, depth);
-  const Result a = evaluateList(interpreter, items.slots()[1], depth);
+  Result a = evaluateList(interpreter, items.slots()[1], depth);
   if constexpr (second != Operand::Form) {
     const RawValue* const b = operandAtHand<second>(interpreter, items.slots()[2]);
-    if (a.raw.tag() == Tag::Number && b != nullptr && b->tag() == Tag::Number &&
+    if (a.raw().tag() == Tag::Number && b != nullptr && b->tag() == Tag::Number &&
         isApplicable<operation>(b->number) && interpreter.countSteps(1, depth)) [[likely]] {
-      return applyNumeric<operation, Outcome>(a.raw.number, b->number);
+      return applyNumeric<operation, Outcome>(a.raw().number, b->number);
     }
-  } else if (a.raw.tag() == Tag::Number) [[likely]] {
-    const Result b = evaluateList(interpreter, items.slots()[2], depth);
-    if (b.raw.tag() == Tag::Number && isApplicable<operation>(b.raw.number)) [[likely]]
-      return applyNumeric<operation, Outcome>(a.raw.number, b.raw.number);
-    return outcome<Outcome>(callBuiltinOfPair(interpreter, items, depth, a.raw, b));
+  } else if (a.raw().tag() == Tag::Number) [[likely]] {
+    Result b = evaluateList(interpreter, items.slots()[2], depth);
+    if (b.raw().tag() == Tag::Number && isApplicable<operation>(b.raw().number)) [[likely]]
+      return applyNumeric<operation, Outcome>(a.raw().number, b.raw().number);
+    return outcome<Outcome>(
+        callBuiltinOfPair(interpreter, items, depth, std::move(a), std::move(b)));
   }
-  return outcome<Outcome>(finishNumeric<operation>(interpreter, items, depth, a));
+  return outcome<Outcome>(finishNumeric<operation>(interpreter, items, depth, std::move(a)));
 }
 
 // Arithmetic and comparison of whatever there is.
@@ -390,24 +391,24 @@ template <Operation operation>
 Result callUnaryOfAny(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   if (items.full_length != 2) [[unlikely]]
     return callBuiltin(interpreter, items, depth);
-  const Result argument = evaluateItem(interpreter, items.slots()[1], depth);
-  if (!isApplicable<operation>(argument.raw)) [[unlikely]]
-    return callBuiltinOfOne(interpreter, items, depth, argument.raw);
-  const Result result = applyUnary<operation>(argument.raw);
-  release(argument.raw);
+  Result argument = evaluateItem(interpreter, items.slots()[1], depth);
+  if (!isApplicable<operation>(argument.raw())) [[unlikely]]
+    return callBuiltinOfOne(interpreter, items, depth, std::move(argument));
+  Result result = applyUnary<operation>(argument.raw());
+  argument.drop();
   return result;
 }
 
 Result callCons(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
-  const Result first = evaluateForm(interpreter, items.slots()[1], depth);
+  Result first = evaluateForm(interpreter, items.slots()[1], depth);
   if (first.failed()) return first;
-  const Result rest = evaluateForm(interpreter, items.slots()[2], depth);
+  Result rest = evaluateForm(interpreter, items.slots()[2], depth);
   if (rest.failed()) {
-    release(first.raw);
+    first.drop();
     return rest;
   }
-  return construct(first.raw, rest.raw);
+  return construct(first.take(), rest.take());
 }
 
 // Both operands are variables or literals.

@@ -47,9 +47,9 @@ bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint3
   values.reserve(count);
   form_arguments_ += count;
   for (const LispValue& item : items.subspan(1)) {
-    const Result value = evaluate(item, depth);
+    Result value = evaluate(item, depth);
     if (value.failed()) return false;  // The run is over, and with it the count.
-    values.push_back(LispValue::adopt(value.raw));
+    values.push_back(LispValue::adopt(value.take()));
   }
   form_arguments_ -= count;
   return true;

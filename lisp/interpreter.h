@@ -6,7 +6,7 @@
 //
 //   Interpreter interpreter(environment, context, transcript);
 //   interpreter.start(limits);
-//   const Result result = interpreter.evaluate(form, 0);
+//   Result result = interpreter.evaluate(form, 0);
 //   if (result.failed()) return interpreter.takeFailure();
 //   interpreter.commit(environment);
 

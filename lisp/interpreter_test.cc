@@ -305,7 +305,7 @@ TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
     Interpreter interpreter(environment, nullptr, nullptr);
     interpreter.start({});
     const auto valueOf = [&](const char* form) {
-      return textOf(LispValue::adopt(interpreter.evaluate(read(form), 0).raw));
+      return textOf(LispValue::adopt(interpreter.evaluate(read(form), 0).take()));
     };
     EXPECT_EQ(valueOf("(SETQ TOUCHED-ONCE '(1 2))"), "(1 2)");
     lisp_worker::testing_support::settle();

@@ -127,8 +127,8 @@ template <typename Evaluate>
 Result tell(Observer* observer, FormNumber number, const Evaluate& evaluate) {
   assert(observer != nullptr);
   observer->entered(number);
-  const Result result = evaluate();
-  observer->left(number, result.failed() ? nullptr : &result.raw);
+  Result result = evaluate();
+  observer->left(number, result.failed() ? nullptr : &result.raw());
   return result;
 }
 

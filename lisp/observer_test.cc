@@ -65,9 +65,9 @@ EvalOutcome runObserved(Interpreter& interpreter, std::string_view text,
   EvalOutcome outcome;
   const LispList forms = asList(program).value();
   for (const LispValue& form : forms) {
-    const Result result = interpreter.evaluate(form, 0);
+    Result result = interpreter.evaluate(form, 0);
     if (result.failed()) return interpreter.takeFailure();
-    outcome.value = LispValue::adopt(result.raw);
+    outcome.value = LispValue::adopt(result.take());
   }
   outcome.steps = interpreter.stepsUsed();
   return outcome;

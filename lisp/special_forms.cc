@@ -18,11 +18,11 @@ namespace {
 // Assigns what `form` evaluates to and returns it.
 [[gnu::always_inline]] inline Result setTo(Interpreter& interpreter, const LispValue& target,
                                            const LispValue& form, std::uint32_t depth) {
-  const Result value = evaluateItem(interpreter, form, depth);
+  Result value = evaluateItem(interpreter, form, depth);
   if (value.failed()) [[unlikely]]
     return value;
-  retain(value.raw);
-  interpreter.bindings().assign(symbolOf(target.raw()), value.raw);
+  retain(value.raw());
+  interpreter.bindings().assign(symbolOf(target.raw()), value.raw());
   return value;
 }
 
@@ -47,15 +47,15 @@ Result evaluateSetq(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   for (const LispValue* const last = items.slots() + count - 2;; target += 2) {
     if (target->raw().tag() != Tag::Symbol) return interpreter.fail("setq target must be a symbol");
     if (!is_observed && target == last) return setTo(interpreter, *target, target[1], depth);
-    const Result value = evaluateItem(interpreter, target[1], depth);
+    Result value = evaluateItem(interpreter, target[1], depth);
     if (value.failed()) return value;
     Symbol& symbol = symbolOf(target->raw());
     if constexpr (is_observed) {
-      assignObserved(interpreter, symbol, value.raw);
+      assignObserved(interpreter, symbol, value.raw());
       if (target == last) return value;
-      release(value.raw);
+      value.drop();
     } else {
-      interpreter.bindings().assign(symbol, value.raw);
+      interpreter.bindings().assign(symbol, value.take());
     }
   }
 }
@@ -100,11 +100,11 @@ Result evaluateWhile(Interpreter& interpreter, Run& items, std::uint32_t depth) 
     const Truth truth = testForm(interpreter, *condition, depth);
     if (truth == Truth::No) return last;
     if (truth == Truth::Failed) [[unlikely]] {
-      release(last.raw);
+      last.drop();
       return Result::failure();
     }
     for (const LispValue* form = condition + 1; form != end; ++form) {
-      release(last.raw);
+      last.drop();
       last = evaluateItem(interpreter, *form, depth);
       if (last.failed()) [[unlikely]]
         return last;
@@ -114,8 +114,8 @@ Result evaluateWhile(Interpreter& interpreter, Run& items, std::uint32_t depth) 
 
 Result evaluateAnd(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   Result result = truth();
-  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag() != Tag::Nil; ++i) {
-    release(result.raw);
+  for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() != Tag::Nil; ++i) {
+    result.drop();
     result = evaluateItem(interpreter, items.slots()[i], depth);
     if (result.failed()) return result;
   }
@@ -124,7 +124,7 @@ Result evaluateAnd(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 
 Result evaluateOr(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   Result result = nil();
-  for (std::uint32_t i = 1; i < items.full_length && result.raw.tag() == Tag::Nil; ++i) {
+  for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() == Tag::Nil; ++i) {
     result = evaluateItem(interpreter, items.slots()[i], depth);
   }
   return result;

@@ -22,7 +22,7 @@ namespace lisp {
 struct Builtin;
 class Interpreter;
 struct LocalDeclaration;
-struct Result;
+class Result;
 struct Symbol;
 class UserFunction;
 

@@ -38,7 +38,7 @@ Result callFunction(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   bindings.enterCall(call, function, arguments.data() + first_argument);
   arguments.truncate(first_argument);
   if constexpr (is_observed) interpreter.observer()->called(function);
-  const Result result = evaluateSequence(interpreter, function.body(), depth);
+  Result result = evaluateSequence(interpreter, function.body(), depth);
   if (!result.failed()) [[likely]] {
     if constexpr (is_observed) interpreter.observer()->returned();
     // 6. The call's bindings go.
@@ -66,10 +66,10 @@ Result callPlainly(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   Bindings& bindings = interpreter.bindings();
   std::size_t trail_begin = 0;
   if (items.full_length == 2) {
-    const Result argument = evaluateForm(interpreter, items.slots()[1], depth);
+    Result argument = evaluateForm(interpreter, items.slots()[1], depth);
     if (argument.failed()) [[unlikely]]
       return leaveUncalled(function);
-    trail_begin = bindings.enterPlainCall(function, argument.raw);
+    trail_begin = bindings.enterPlainCall(function, argument.take());
   } else {
     PlainStack<RawValue>& arguments = interpreter.arguments();
     const std::size_t first_argument = arguments.size();
@@ -78,7 +78,7 @@ Result callPlainly(Interpreter& interpreter, Run& items, std::uint32_t depth) {
     trail_begin = bindings.enterPlainCall(function, arguments.data() + first_argument);
     arguments.truncate(first_argument);
   }
-  const Result result = evaluateSequence(interpreter, function.body(), depth);
+  Result result = evaluateSequence(interpreter, function.body(), depth);
   if (!result.failed()) [[likely]]
     bindings.leavePlainCall(trail_begin);
   if (--function.references == 0) [[unlikely]]
