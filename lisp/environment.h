@@ -46,8 +46,8 @@ class Environment {
   std::uint32_t height_ = 0;  // Levels of nodes above the leaves.
 };
 
-// Takes apart at most `nodes` nodes that no version needs any more; like dead runs, they wait until
-// then. Setting a binding takes apart more nodes than it makes.
+// The graveyard's part for nodes (lisp/graveyard.h): takes apart at most `nodes` nodes that no
+// version needs any more. Setting a binding takes apart more nodes than it makes.
 void decomposeEnvironments(std::size_t nodes);
 
 }  // namespace lisp

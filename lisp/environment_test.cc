@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/graveyard.h"
 #include "lisp/list.h"
 #include "testing/base/list_makers.h"
 #include "testing/base/random.h"
@@ -17,7 +18,6 @@ namespace lisp {
 namespace {
 
 using lisp_worker::testing_support::Random;
-using lisp_worker::testing_support::settle;
 using lisp_worker::testing_support::textOf;
 
 Symbol& recordOf(const LispValue& symbol) { return symbolOf(symbol.raw()); }
@@ -53,7 +53,7 @@ TEST(Environment, FindsWhatWasSet) {
 }
 
 TEST(Environment, HoldsValuesAndNamesThatNobodyElseHolds) {
-  settle();
+  takeAllApart();
   const std::size_t symbols = symbolCount();
   {
     Environment environment;
@@ -66,7 +66,7 @@ TEST(Environment, HoldsValuesAndNamesThatNobodyElseHolds) {
                 "(" + std::to_string(i) + ")");
     }
   }
-  settle();
+  takeAllApart();
   EXPECT_EQ(symbolCount(), symbols);
 }
 
@@ -110,7 +110,7 @@ TEST(Environment, KeepsFunctionsBesideValues) {
 
 // Versions beside maps that are copied: they branch, are changed, overwritten and dropped.
 TEST(Environment, AgreesWithMapsUnderRandomVersions) {
-  settle();
+  takeAllApart();
   const std::size_t symbols = symbolCount();
   const std::size_t runs = runCount();
   {
@@ -145,7 +145,7 @@ TEST(Environment, AgreesWithMapsUnderRandomVersions) {
       }
     }
   }
-  settle();
+  takeAllApart();
   EXPECT_EQ(symbolCount(), symbols);
   EXPECT_EQ(runCount(), runs);
 }

@@ -23,6 +23,8 @@ struct EqualityNode : Counted {
 
 namespace {
 
+constinit std::size_t comparisons_left = kComparisonsMax;
+
 // A pair of lists of `length` elements whose last `known` elements are known to be equal, or will
 // be when the rest of the comparison succeeds.
 struct Pair {
@@ -264,6 +266,10 @@ bool listsEqual(const RawValue& a, const RawValue& b) {
   const LispValue held_b = LispValue::share(b);
   return Comparison().run(a, b);
 }
+
+std::size_t comparisonsLeft() { return comparisons_left; }
+
+void renewComparisons(std::size_t count) { comparisons_left = count; }
 
 std::uint64_t& hashOfNode(Run& run) { return run.node->front_hash; }
 

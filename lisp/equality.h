@@ -24,9 +24,10 @@
 
 namespace lisp {
 
-// The elements that comparisons may yet visit; set again for each request.
+// The elements that comparisons may yet visit in this request; kComparisonsMax as it begins.
 inline constexpr std::size_t kComparisonsMax = 16384;
-inline constinit std::size_t comparisons_left = kComparisonsMax;
+[[nodiscard]] std::size_t comparisonsLeft();
+void renewComparisons(std::size_t count = kComparisonsMax);
 
 // The hash of slot 0 of a run that has a node.
 [[nodiscard]] std::uint64_t& hashOfNode(Run& run);

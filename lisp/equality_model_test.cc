@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/graveyard.h"
 #include "lisp/list.h"
 #include "lisp/value.h"
 #include "testing/base/list_makers.h"
@@ -24,7 +25,6 @@ namespace {
 using lisp_worker::testing_support::cons;
 using lisp_worker::testing_support::Random;
 using lisp_worker::testing_support::rest;
-using lisp_worker::testing_support::settle;
 using lisp_worker::testing_support::textOf;
 
 // The definition, word for word.
@@ -194,7 +194,7 @@ class Pool {
 class EqualityModel : public testing::TestWithParam<Mix> {};
 
 TEST_P(EqualityModel, AgreesWithPlainRecursion) {
-  settle();
+  takeAllApart();
   const std::size_t runs = runCount();
   std::size_t equal_count = 0;
   std::size_t different_count = 0;
@@ -213,7 +213,7 @@ TEST_P(EqualityModel, AgreesWithPlainRecursion) {
   // Both answers must come often enough to mean something.
   EXPECT_GT(equal_count, 500u);
   EXPECT_GT(different_count, 500u);
-  settle();
+  takeAllApart();
   EXPECT_EQ(runCount(), runs);
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/graveyard.h"
 #include "lisp/list_hash.h"
 #include "testing/base/list_makers.h"
 #include "testing/base/small_stack.h"
@@ -22,7 +23,6 @@ using lisp_worker::testing_support::doubled;
 using lisp_worker::testing_support::nest;
 using lisp_worker::testing_support::read;
 using lisp_worker::testing_support::rest;
-using lisp_worker::testing_support::settle;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -180,7 +180,7 @@ struct Forged {
   LispValue b;
 };
 Forged forged(std::size_t length, const LispValue& last_a, const LispValue& last_b) {
-  comparisons_left = kComparisonsMax;  // As at the beginning of a request.
+  renewComparisons();  // As at the beginning of a request.
   std::vector<LispValue> elements(length, number(0));
   elements.back() = last_a;
   const LispValue a = list(elements);
@@ -209,15 +209,15 @@ TEST(ValuesEqual, IsDecidedByTheElementsAndNotByTheirHash) {
 TEST(ValuesEqual, BelievesTheHashesOnceARequestHasWalkedEnough) {
   const auto [a, b] = forged(1000, number(1), number(2));
   const auto [short_a, short_b] = forged(20, number(1), number(2));
-  comparisons_left = 967;
+  renewComparisons(967);
   EXPECT_TRUE(valuesEqual(a, b));
-  comparisons_left = 2000;
+  renewComparisons(2000);
   EXPECT_FALSE(valuesEqual(a, b));
-  EXPECT_LT(comparisons_left, 1100U);
-  comparisons_left = 0;
+  EXPECT_LT(comparisonsLeft(), 1100U);
+  renewComparisons(0);
   EXPECT_TRUE(valuesEqual(a, b));
   EXPECT_FALSE(valuesEqual(short_a, short_b));
-  comparisons_left = kComparisonsMax;
+  renewComparisons();
   EXPECT_FALSE(valuesEqual(a, b));
 }
 
@@ -265,7 +265,7 @@ TEST(ValuesEqual, RemembersAcrossThirdLists) {
     EXPECT_TRUE(valuesEqual(c, b));
     EXPECT_FALSE(valuesEqual(c, d));
   }
-  settle();  // What was learnt outlives the list that it was learnt through.
+  takeAllApart();  // What was learnt outlives the list that it was learnt through.
   EXPECT_TRUE(valuesEqual(a, b));
   EXPECT_FALSE(valuesEqual(a, d));
 }
@@ -279,7 +279,7 @@ TEST(ValuesEqual, ComparesAMillionLevelsWithoutRecursion) {
     EXPECT_FALSE(valuesEqual(a, c));
     EXPECT_FALSE(valuesEqual(a, list({b})));
   });
-  settle();
+  takeAllApart();
 }
 
 TEST(ValuesEqual, VisitsSharedStructureOnce) {
@@ -291,7 +291,7 @@ TEST(ValuesEqual, VisitsSharedStructureOnce) {
     EXPECT_FALSE(valuesEqual(a, c));
     EXPECT_FALSE(valuesEqual(c, b));
   });
-  settle();
+  takeAllApart();
 }
 
 TEST(ValuesEqual, DoesNotWalkEqualListsAgain) {
@@ -306,7 +306,7 @@ TEST(ValuesEqual, DoesNotWalkEqualListsAgain) {
       ASSERT_TRUE(valuesEqual(list({a, b}), list({c, a})));
     }
   });
-  settle();
+  takeAllApart();
 }
 
 TEST(ValuesEqual, DoesNotWalkDifferentListsAgain) {
@@ -321,7 +321,7 @@ TEST(ValuesEqual, DoesNotWalkDifferentListsAgain) {
       ASSERT_FALSE(valuesEqual(list({list({number(i)}), a}), list({list({number(-1)}), equal})));
     }
   });
-  settle();
+  takeAllApart();
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <string>
 
+#include "lisp/graveyard.h"
 #include "lisp/list.h"
 #include "lisp/symbol.h"
 #include "testing/base/list_makers.h"
@@ -20,7 +21,6 @@ using lisp_worker::testing_support::evaluate;
 using lisp_worker::testing_support::Evaluator;
 using lisp_worker::testing_support::isStepLimit;
 using lisp_worker::testing_support::isValue;
-using lisp_worker::testing_support::settle;
 
 // What any of these takes in a plain build is far below; what it takes when some part of its work
 // is done once for each step is far above, with or without a sanitizer.
@@ -28,7 +28,7 @@ constexpr std::chrono::seconds kAtOnce{2};
 
 class Exhaustion : public testing::Test {
  protected:
-  void SetUp() override { settle(); }
+  void SetUp() override { takeAllApart(); }
 
   EvalOutcome runAtOnce(const std::string& program) {
     const auto begin = std::chrono::steady_clock::now();
@@ -190,7 +190,7 @@ TEST_F(Exhaustion, FailsByNewNames) {
     EXPECT_EQ(runAtOnce("(SETQ" + repeated(" " + unique + "X 1", 1000) + ") (FOO)").kind,
               OutcomeKind::EvalError);
     EXPECT_EQ(runAtOnce("(LIST \"" + unique + "\")").kind, OutcomeKind::Value);
-    settle();
+    takeAllApart();
     ASSERT_LE(symbolCount(), symbols + 10);
     ASSERT_EQ(textCount(), texts);
   }
@@ -203,7 +203,7 @@ TEST_F(Exhaustion, FailsByDroppingWhatItMakes) {
               isValue("nil"));
   EXPECT_THAT(runAtOnce("(SETQ X '(1 2)) " + loop(15000, "(SETQ X (CONS X (CONS I X)))") + "(FOO)"),
               lisp_worker::testing_support::isEvalError("unsupported LISP function: FOO"));
-  settle();
+  takeAllApart();
   EXPECT_EQ(runCount(), runs);
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 
+#include "lisp/graveyard.h"
 #include "testing/base/list_makers.h"
 #include "testing/base/outcome_matchers.h"
 #include "testing/base/value_text.h"
@@ -298,7 +299,7 @@ TEST(Runs, LeaveNothingBehindUnlessTheyEndWithAValue) {
 // Also when the forms that they stood in are gone.
 TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
   const Evaluator installs_builtins;
-  lisp_worker::testing_support::settle();
+  takeAllApart();
   const std::size_t symbols = symbolCount();
   {
     const Environment environment;
@@ -308,12 +309,12 @@ TEST(Runs, HoldTheNamesThatTheyHaveTouched) {
       return textOf(LispValue::adopt(interpreter.evaluate(read(form), 0).take()));
     };
     EXPECT_EQ(valueOf("(SETQ TOUCHED-ONCE '(1 2))"), "(1 2)");
-    lisp_worker::testing_support::settle();
+    takeAllApart();
     EXPECT_EQ(symbolCount(), symbols + 1);
     EXPECT_EQ(valueOf("TOUCHED-ONCE"), "(1 2)");
-    lisp_worker::testing_support::settle();
+    takeAllApart();
   }
-  lisp_worker::testing_support::settle();
+  takeAllApart();
   EXPECT_EQ(symbolCount(), symbols);
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "lisp/graveyard.h"
 #include "lisp/list.h"
 #include "lisp/outcome.h"
 #include "lisp/storage.h"
@@ -43,7 +44,7 @@ std::ostream& operator<<(std::ostream& out, const Held& held) {
 }
 
 Held held() {
-  lisp_worker::testing_support::settle();
+  takeAllApart();
   return {};
 }
 

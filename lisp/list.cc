@@ -24,6 +24,13 @@ constexpr std::size_t kElementsAtOnce = 4;
 
 std::size_t run_count = 0;
 
+// The run that is next taken apart, or further taken apart.
+constinit Run* dead_runs = nullptr;
+
+// The elements that allocations may yet take apart in haste, in this request.
+constexpr std::size_t kHasteMax = 1'000'000;
+constinit std::size_t haste_left = kHasteMax;
+
 constexpr Run makeEmptyRun() {
   Run run;
   run.setShape(kEmptyListShape);
@@ -52,7 +59,7 @@ void decomposeFor(std::uint32_t capacity) {
   const std::size_t units = std::size_t{capacity} + 1;
   const std::size_t more = std::min(14 * units, haste_left);
   haste_left -= more;
-  decomposeSome(2 * units + more);
+  decomposeRuns(2 * units + more);
 }
 
 Run* allocateFlat(std::uint32_t capacity) {
@@ -236,7 +243,8 @@ void bury(Run& run) {
 
 // A few elements of a run at once, so that the memory of the lists among them is fetched together,
 // and then those of them that nobody holds, while they are in the cache.
-void decomposeSome(std::size_t units) {
+void decomposeRuns(std::size_t units) {
+  if (dead_runs == nullptr) return;  // Before registers are saved.
   while (units > 0 && dead_runs != nullptr) {
     Run& run = *dead_runs;
     const LispValue* const slot = run.slots() + run.references;
@@ -258,9 +266,9 @@ void decomposeSome(std::size_t units) {
   }
 }
 
-void decomposeAll() {
-  while (dead_runs != nullptr) decompose(1 << 20);
-}
+bool hasDeadRuns() { return dead_runs != nullptr; }
+
+void renewHaste() { haste_left = kHasteMax; }
 
 std::size_t runCount() { return run_count; }
 

@@ -12,12 +12,11 @@
 // first element or makes a run of one element and a few free slots. Only atoms and lists of atoms
 // claim slots: any other element might lead back to the very run, which would then hold itself.
 //
-// A run that is no longer held is not destroyed at once: it waits in the graveyard, and every
-// allocation of n elements takes 2 n + 2 of what waits there apart, and in haste sixteen times its
-// own. Haste is bounded for each request: it gives back what one large program made long before as
-// much is made again, so that slabs are empty when they are used again, and lists that are made one
-// after another lie one after another. No list, however deep, is ever destroyed by recursion or in
-// one go.
+// A run that is no longer held is not destroyed at once: it waits in the graveyard
+// (lisp/graveyard.h). Every allocation of n elements frees 2n + 2 dead elements, or 16n + 16 while
+// the request's haste lasts. Haste gives back what one large program made long before as much is
+// made again: then slabs are empty when they are used again, and lists that are made one after
+// another lie one after another. No list, however deep, is destroyed by recursion or in one go.
 
 #ifndef LISP_LIST_H_
 #define LISP_LIST_H_
@@ -184,24 +183,15 @@ inline bool Run::isInUse(std::uint32_t remaining) const {
   return RawValue::ofList(run, length);
 }
 
-// The graveyard: the run that is next taken apart, or further taken apart.
-inline constinit Run* dead_runs = nullptr;
+// The graveyard's part for runs (lisp/graveyard.h).
 
 // Puts a run that nobody holds into the graveyard.
 void bury(Run& run);
-
 // Takes at most `units` elements and heads of dead runs apart.
-void decomposeSome(std::size_t units);
-inline void decompose(std::size_t units) {
-  if (dead_runs != nullptr) decomposeSome(units);
-}
-
-// The elements that allocations may yet take apart in haste; set again for each request.
-inline constexpr std::size_t kHasteMax = 1'000'000;
-inline constinit std::size_t haste_left = kHasteMax;
-
-// Takes apart everything that waits; for tests and orderly ends.
-void decomposeAll();
+void decomposeRuns(std::size_t units);
+[[nodiscard]] bool hasDeadRuns();
+// Lets allocations take a further million elements apart in haste.
+void renewHaste();
 
 // Runs alive or in the graveyard; tests watch it for growth.
 [[nodiscard]] std::size_t runCount();

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/graveyard.h"
 #include "lisp/list_hash.h"
 #include "lisp/symbol.h"
 #include "testing/base/list_makers.h"
@@ -21,7 +22,6 @@ using lisp_worker::testing_support::nest;
 using lisp_worker::testing_support::Random;
 using lisp_worker::testing_support::read;
 using lisp_worker::testing_support::rest;
-using lisp_worker::testing_support::settle;
 using lisp_worker::testing_support::textOf;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -29,14 +29,14 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 bool holdsNan(const LispValue& value) { return listHoldsNan(value.raw()); }
 
 TEST(MakeList, TakesTheElementsOver) {
-  settle();
+  takeAllApart();
   const std::size_t text_count = textCount();
   std::vector<RawValue> elements = {number(1).release(), string("over").release()};
   {
     const LispValue value = LispValue::adopt(makeList(elements.data(), elements.size()));
     EXPECT_EQ(textOf(value), "(1 \"over\")");
   }
-  decomposeAll();
+  takeAllApart();
   EXPECT_EQ(textCount(), text_count);
 }
 
@@ -114,20 +114,20 @@ TEST(ListHoldsNan, LooksThroughRunsThatAreShared) {
 }
 
 TEST(RunCount, ReturnsToItsStartWhenValuesGo) {
-  settle();
+  takeAllApart();
   const std::size_t runs = runCount();
   {
     LispValue value = read("(1 (2 (3)) ((4)))");
     for (int i = 0; i < 1000; ++i) value = cons(value, rest(value));
     EXPECT_GT(runCount(), runs);
   }
-  settle();
+  takeAllApart();
   EXPECT_EQ(runCount(), runs);
 }
 
 // An element that shares the run in front of which it is put must not stand in that run.
 TEST(RunCount, ReturnsToItsStartWhenListsHoldThemselves) {
-  settle();
+  takeAllApart();
   const std::size_t runs = runCount();
   {
     const LispValue begin = cons(number(0), cons(number(1), read("(2 3 4)")));
@@ -142,25 +142,25 @@ TEST(RunCount, ReturnsToItsStartWhenListsHoldThemselves) {
     EXPECT_EQ(asList(a)->size(), 105u);
     EXPECT_EQ(asList(*(asList(a)->begin()))->size(), 104u);
   }
-  settle();
+  takeAllApart();
   EXPECT_EQ(runCount(), runs);
 }
 
 TEST(Decompose, TakesAsManyUnitsAsItIsGiven) {
-  settle();
+  takeAllApart();
   const std::size_t runs = runCount();
   { const LispValue value = list(std::vector<LispValue>(100, nil())); }
   EXPECT_EQ(runCount(), runs + 1);
-  decompose(100);  // 100 elements and the head are 101 units.
+  decomposeRuns(100);  // 100 elements and the head are 101 units.
   EXPECT_EQ(runCount(), runs + 1);
-  decompose(2);
+  decomposeRuns(2);
   EXPECT_EQ(runCount(), runs);
-  decompose(1000);
+  decomposeRuns(1000);
   EXPECT_EQ(runCount(), runs);
 }
 
 TEST(Decompose, KeepsTheDeadFromPilingUp) {
-  settle();
+  takeAllApart();
   const std::size_t runs = runCount();
   const LispValue element = string("held");
   for (int i = 0; i < 10000; ++i) {
@@ -168,13 +168,13 @@ TEST(Decompose, KeepsTheDeadFromPilingUp) {
     value = cons(element, value);
     ASSERT_LT(runCount(), runs + 20);
   }
-  settle();
+  takeAllApart();
   EXPECT_EQ(runCount(), runs);
 }
 
 TEST(Decompose, TakesDeepAndLongStructuresApartWithoutRecursion) {
   lisp_worker::testing_support::runOnSmallStack([] {
-    settle();
+    takeAllApart();
     const std::size_t runs = runCount();
     {
       const LispValue deep = nest(nil(), 1'000'000);
@@ -187,13 +187,13 @@ TEST(Decompose, TakesDeepAndLongStructuresApartWithoutRecursion) {
       const LispValue copy = deep;
       EXPECT_EQ(asList(copy)->size(), 1u);
     }
-    settle();
+    takeAllApart();
     EXPECT_EQ(runCount(), runs);
   });
 }
 
 TEST(Prepend, OntoALongListCostsTheSameEachTime) {
-  settle();
+  takeAllApart();
   const LispValue base = list(std::vector<LispValue>(100'000, number(7)));
   std::vector<LispValue> results;
   for (int i = 0; i < 50'000; ++i) results.push_back(cons(number(i), base));
@@ -205,7 +205,7 @@ TEST(Prepend, OntoALongListCostsTheSameEachTime) {
     EXPECT_EQ(asNumber(elements[100'000]), 7.0);
   }
   results.clear();
-  settle();
+  takeAllApart();
 }
 
 // Steps of findRun would show as time: 50,000 runs, each element looked up by its index.
@@ -242,7 +242,7 @@ void expectSame(const Modelled& modelled, Random& random) {
 }
 
 TEST(LispList, AgreesWithVectorsUnderRandomConsAndCdr) {
-  settle();
+  takeAllApart();
   const std::size_t runs = runCount();
   for (std::uint64_t seed = 1; seed <= 8; ++seed) {
     Random random(seed);
@@ -270,7 +270,7 @@ TEST(LispList, AgreesWithVectorsUnderRandomConsAndCdr) {
       ASSERT_NO_FATAL_FAILURE(expectSame(random.pick(pool), random));
     }
   }
-  settle();
+  takeAllApart();
   EXPECT_EQ(runCount(), runs);
 }
 

@@ -128,7 +128,7 @@ void* refill(std::size_t size_class) {
 // A slab that has a block again comes second, so that the first is used up first; there is a first,
 // for a list that has had a slab is never empty again. One slab stays with its size when all is
 // free, for a program that makes and drops the same thing over and over.
-void settle(Slab& slab) {
+void relist(Slab& slab) {
   Slab*& first = slabs[slab.size_class];
   if (!slab.is_listed) {
     slab.is_listed = true;

@@ -8,14 +8,13 @@
 #include <utility>
 #include <vector>
 
+#include "lisp/graveyard.h"
 #include "lisp/value.h"
 #include "testing/base/list_makers.h"
 #include "testing/base/random.h"
 
 namespace lisp {
 namespace {
-
-using lisp_worker::testing_support::settle;
 
 TEST(InternSymbol, GivesEqualNamesOneRecord) {
   const LispValue a = symbol("SOME-NAME");
@@ -78,7 +77,7 @@ TEST(InternText, KeepsTextsAndNamesApart) {
 }
 
 TEST(InternSymbol, GivesARecordBackWithItsLastReference) {
-  settle();
+  takeAllApart();
   const std::size_t symbols = symbolCount();
   const std::size_t texts = textCount();
   {
@@ -99,7 +98,7 @@ TEST(InternSymbol, GivesARecordBackWithItsLastReference) {
 
 TEST(InternSymbol, FindsEachOfManyNames) {
   constexpr int kNames = 20000;  // Several times the buckets that the table begins with.
-  settle();
+  takeAllApart();
   const std::size_t symbols = symbolCount();
   {
     std::vector<LispValue> values;
@@ -160,7 +159,7 @@ TEST(StandingSymbols, AreTheTruthAndTheMarkOfSelectionSets) {
 }
 
 TEST(InternSymbol, KnowsShortNamesWhicheverWereAskedForLast) {
-  settle();
+  takeAllApart();
   const std::size_t symbols = symbolCount();
   constexpr int kCount = 3000;  // Many times as many as are at hand.
   const auto nameOf = [](int i) { return "Q" + std::to_string(i); };

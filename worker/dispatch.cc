@@ -5,42 +5,19 @@
 #include "worker/dispatch.h"
 
 #include <cassert>
-#include <cstddef>
 
-#include "lisp/environment.h"
-#include "lisp/equality.h"
-#include "lisp/list.h"
-#include "lisp/storage.h"
-#include "lisp/user_function.h"
+#include "lisp/graveyard.h"
 #include "worker/context_requests.h"
 #include "worker/geometry_request.h"
 
 namespace lisp_worker::worker {
-namespace {
-
-// In 1000 requests these are 16 million elements and 256 MiB.
-constexpr std::size_t kElementsDecomposedPerRequest = 16384;
-constexpr std::size_t kNodesDecomposedPerRequest = 64;
-constexpr std::size_t kLocalsDecomposedPerRequest = 4096;
-constexpr std::size_t kSlabsGivenBackPerRequest = 32;
-
-}  // namespace
-
-void tidyUp() {
-  lisp::decomposeEnvironments(kNodesDecomposedPerRequest);
-  lisp::decomposeFunctions(kLocalsDecomposedPerRequest);
-  lisp::decompose(kElementsDecomposedPerRequest);
-  lisp::storage::giveBack(kSlabsGivenBackPerRequest);
-  lisp::haste_left = lisp::kHasteMax;
-  lisp::comparisons_left = lisp::kComparisonsMax;
-}
 
 WorkerStatus Dispatcher::handleRequest(const MessageHeader& request, std::string_view payload,
                                        std::string& response) {
   assert(response.empty());
   law_.begin();
   const WorkerStatus status = dispatch(request, payload, response);
-  tidyUp();
+  lisp::tidyUp();
   law_.end(request, payload, response);
   return status;
 }

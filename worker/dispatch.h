@@ -13,11 +13,6 @@
 
 namespace lisp_worker::worker {
 
-// Frees a bounded part of the lists and functions that programs have dropped, and gives memory back
-// to the system. Allocations free some as well; this comes after each request of any type, so that
-// a worker that only waits does not keep what its last programs dropped.
-void tidyUp();
-
 // Owns what outlives a request, for the life of the worker: the registered coordinate contexts,
 // the persistent environment and the pending runs.
 class Dispatcher {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "geometry/coord_context.h"
+#include "lisp/graveyard.h"
 #include "lisp/list.h"
 #include "testing/base/list_makers.h"
 #include "worker/dispatch.h"
@@ -384,10 +385,10 @@ TEST_F(EvaluationTest, AThousandCallsInOneProgramAreAnsweredOneByOne) {
 // Nothing that only an ended run held is left after the request that ended it.
 TEST_F(EvaluationTest, LeavesNothingOfAnEndedRun) {
   start("1");
-  testing_support::settle();  // Environments of earlier tests, too.
+  lisp::takeAllApart();  // Environments of earlier tests, too.
   const std::size_t runs = lisp::runCount();
   const auto runs_after_tidying = [] {
-    tidyUp();
+    lisp::tidyUp();
     return lisp::runCount();
   };
   const auto waiting_run = [this] {

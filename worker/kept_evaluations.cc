@@ -21,10 +21,9 @@
 #include <utility>
 
 #include "host/run.h"
+#include "lisp/graveyard.h"
 #include "lisp/interpreter.h"
-#include "lisp/list.h"
 #include "lisp/storage.h"
-#include "lisp/user_function.h"
 
 namespace lisp_worker::worker {
 
@@ -68,9 +67,8 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     transcript_ = &transcript;
     // Memory that is freed meanwhile would be counted as freed by this evaluation, so what others
     // have dropped is taken apart first. If it is too much for one request, nothing is kept.
-    lisp::decomposeFunctions(kElementsDecomposed);
-    lisp::decompose(kElementsDecomposed);
-    may_be_kept_ = lisp::dead_runs == nullptr && !lisp::hasDeadFunctions();
+    lisp::takeApart(kElementsDecomposed);
+    may_be_kept_ = !lisp::hasDeadValues();
     const std::size_t live_before = lisp::storage::live_bytes;
     if (waits()) {
       interpreter_->stepIn();
@@ -81,8 +79,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     }
     transcript_ = nullptr;
     if (waits()) {
-      lisp::decomposeFunctions(kElementsDecomposed);
-      lisp::decompose(kElementsDecomposed);
+      lisp::takeApart(kElementsDecomposed);
       values_ += static_cast<std::ptrdiff_t>(lisp::storage::live_bytes - live_before);
       bytes_ = static_cast<std::size_t>(std::max(values_, std::ptrdiff_t{0})) +
                interpreter_->bytesHeld() + call_bytes_ + KeepLimits::kStackBytes;

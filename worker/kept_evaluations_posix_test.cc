@@ -9,7 +9,7 @@
 #include <string>
 
 #include "geometry/context_table.h"
-#include "lisp/list.h"
+#include "lisp/graveyard.h"
 #include "worker/evaluation.h"
 #include "worker/kept_evaluations.h"
 #include "worker/side_stack.h"
@@ -41,7 +41,7 @@ std::size_t residentBytesOfSideStacks() {
 // Host calls inside each other take the most: each keeps the arguments that it has evaluated.
 TEST(KeptEvaluations, UseLittleOfTheirStackAtTheDepthLimit) {
   if (SideStack::size() > std::size_t{256} << 10) GTEST_SKIP() << "functions are larger here";
-  lisp::decomposeAll();
+  lisp::takeAllApart();
   geometry::ContextTable contexts;
   Evaluation evaluation(contexts, {.steps_min = 0});
   std::string program = "(GETDIST) ";

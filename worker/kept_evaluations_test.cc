@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "geometry/context_table.h"
+#include "lisp/graveyard.h"
 #include "lisp/storage.h"
 #include "lisp/symbol.h"
-#include "testing/base/list_makers.h"
 #include "worker/evaluation.h"
 
 namespace lisp_worker::worker {
@@ -23,10 +23,7 @@ constexpr KeepLimits kFromTheFirstAnswer{.steps_min = 0};
 class KeptEvaluationsTest : public testing::Test {
  protected:
   // Values that other tests have dropped would keep these from keeping anything.
-  void SetUp() override {
-    while (lisp::hasDeadFunctions()) lisp::decomposeFunctions(1 << 20);
-    lisp::decomposeAll();
-  }
+  void SetUp() override { lisp::takeAllApart(); }
 
   void useLimits(const KeepLimits& limits) { evaluation_.emplace(contexts_, limits); }
 
@@ -176,7 +173,7 @@ TEST_F(KeptEvaluationsTest, HoldAtMostSixteenMebibytesTogether) {
   for (int i = 0; i < 40; ++i) {
     runs.push_back(start(program));
     // Values that other runs drop are freed by the requests that follow.
-    while (lisp::dead_runs != nullptr) lisp::decompose(1 << 20);
+    while (lisp::hasDeadValues()) lisp::takeApart(1 << 20);
     resume(runs.back());
     EXPECT_LE(bytes(), std::size_t{16} << 20);
     kept_most = std::max(kept_most, kept());
@@ -194,7 +191,7 @@ TEST_F(KeptEvaluationsTest, DoNotKeepOneThatHoldsTooMuchAlone) {
     const std::uint64_t run = start("(SETQ L '() I 0) (WHILE (< I " + std::string(turns) +
                                     ") (SETQ L (CONS (LIST I I) L) I (1+ I))) (GETDIST) (GETDIST)");
     ASSERT_NE(run, 0U);
-    lisp::decomposeAll();  // Else it would not be kept because of what its start has dropped.
+    lisp::takeAllApart();  // Else it would not be kept because of what its start has dropped.
     resume(run);
     EXPECT_EQ(kept(), std::string(turns) == "2000" ? 1U : 0U);
     cancel(run);
@@ -227,7 +224,7 @@ TEST_F(KeptEvaluationsTest, DoNotCountWhatOthersHaveDropped) {
   const std::uint64_t run = start("(GETDIST) " + definition + "(GETDIST)");
   ASSERT_NE(run, 0U);
   EXPECT_EQ(start(definition + "(NOTHING)"), 0U);  // Leaves a dead function behind.
-  EXPECT_TRUE(lisp::hasDeadFunctions());
+  EXPECT_TRUE(lisp::hasDeadValues());
   EXPECT_EQ(resume(run), run);
   EXPECT_TRUE(kept() == 0 || bytes() > 40000 * 16) << kept() << " " << bytes();
 }
@@ -299,11 +296,11 @@ TEST_F(KeptEvaluationsTest, LeaveNothingBehind) {
   };
   // What the process makes once and keeps is there after the first time.
   come_and_go();
-  testing_support::settle();
+  lisp::takeAllApart();
   const std::size_t symbols = lisp::symbolCount();
   const std::size_t live = lisp::storage::live_bytes;
   come_and_go();
-  testing_support::settle();
+  lisp::takeAllApart();
   EXPECT_EQ(lisp::symbolCount(), symbols);
   EXPECT_EQ(lisp::storage::live_bytes, live);
 }

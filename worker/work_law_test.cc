@@ -13,7 +13,7 @@
 #include "worker/dispatch.h"
 
 #ifdef LISP_COUNT_WORK
-#include "lisp/list.h"
+#include "lisp/graveyard.h"
 #include "lisp/work.h"
 #endif
 
@@ -100,7 +100,7 @@ TEST(WorkLaw, CountsEveryKindOfWork) {
           << row.kind;
       response.clear();
     }
-    lisp::decomposeAll();
+    lisp::takeAllApart();
     const std::uint64_t before = lisp::work_done;
     EXPECT_EQ(
         dispatcher.handleRequest(requestHeader(MessageType::EvalStart), row.program, response),

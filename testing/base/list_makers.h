@@ -1,14 +1,11 @@
-// The operations of programs on lists, on values: CONS, CDR and nesting; and a way to drop a list
-// whole.
+// The operations of programs on lists, on values: CONS, CDR and nesting.
 
 #ifndef TESTING_BASE_LIST_MAKERS_H_
 #define TESTING_BASE_LIST_MAKERS_H_
 
 #include <cstddef>
 
-#include "lisp/environment.h"
 #include "lisp/list.h"
-#include "lisp/user_function.h"
 #include "lisp/value.h"
 
 namespace lisp_worker::testing_support {
@@ -36,14 +33,6 @@ namespace lisp_worker::testing_support {
 [[nodiscard]] inline lisp::LispValue doubled(lisp::LispValue leaf, std::size_t rounds) {
   for (std::size_t i = 0; i < rounds; ++i) leaf = lisp::list({leaf, leaf});
   return leaf;
-}
-
-// Takes apart all that earlier tests have dropped, so that what is left can be counted.
-inline void settle() {
-  constexpr std::size_t kAll = std::size_t{1} << 40;
-  lisp::decomposeEnvironments(kAll);
-  lisp::decomposeFunctions(kAll);
-  lisp::decomposeAll();
 }
 
 }  // namespace lisp_worker::testing_support
