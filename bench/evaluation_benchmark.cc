@@ -15,9 +15,9 @@
 #include "host/run.h"
 #include "lisp/environment.h"
 #include "lisp/interpreter.h"
+#include "lisp/printer.h"
 #include "lisp/reader.h"
 #include "lisp_worker/worker/frame.h"
-#include "worker/encoding.h"
 #include "worker/evaluation.h"
 
 namespace {
@@ -130,7 +130,7 @@ void encodeText(benchmark::State& state, const char* unit) {
   const std::string text = "(" + repeated(unit, kTextSize) + ")";
   const lisp::LispValue value = lisp::parseProgram(text, nullptr).value_or(lisp::nil());
   std::size_t encoded_size = 0;
-  for (auto _ : state) encoded_size = lisp_worker::worker::encodeValue(value).size();
+  for (auto _ : state) encoded_size = lisp::encodeValue(value).size();
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(encoded_size));
 }
 BENCHMARK_CAPTURE(encodeText, entities, kEntityList);

@@ -13,6 +13,7 @@
 #include "fuzz/law.h"
 #include "lisp/list.h"
 #include "lisp/outcome.h"
+#include "lisp/printer.h"
 #include "lisp/value.h"
 #include "testing/reference/literal_encoder.h"
 #include "testing/reference/literal_value.h"
@@ -33,7 +34,7 @@ struct Twin {
 };
 
 void checkNumber(double number) {
-  const std::string text = lisp_worker::worker::encodeValue(lisp::number(number));
+  const std::string text = lisp::encodeValue(lisp::number(number));
   if (std::isnan(number)) {
     lisp_worker::fuzz::requireEqual(text, std::signbit(number) ? "-nan" : "nan",
                                     "a NaN prints its sign");
@@ -125,12 +126,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const LispValue& value = stack.back().value;
   const std::string expected =
       lisp_worker::testing_support::literalEncodeValue(stack.back().literal);
-  lisp_worker::fuzz::requireEqual(lisp_worker::worker::encodeValue(value), expected,
+  lisp_worker::fuzz::requireEqual(lisp::encodeValue(value), expected,
                                   "both encoders write the same");
 
   std::string text = "before ";
   const std::size_t before = text.size();
-  const bool fits = lisp_worker::worker::appendValue(value, size_max + before, text);
+  const bool fits = lisp::appendValue(value, size_max + before, text);
   lisp_worker::fuzz::require(fits == (expected.size() <= size_max), "what is too long is refused");
   if (fits) lisp_worker::fuzz::requireEqual(text.substr(before), expected, "what fits is written");
 

@@ -19,6 +19,7 @@
 #include "fuzz/law.h"
 #include "host/run.h"
 #include "lisp/interpreter.h"
+#include "lisp/printer.h"
 #include "lisp/reader.h"
 #include "lisp/value.h"
 #include "testing/base/list_makers.h"
@@ -28,7 +29,6 @@
 #include "testing/reference/literal_interpreter.h"
 #include "testing/reference/literal_reader.h"
 #include "testing/workers/evaluator.h"
-#include "worker/encoding.h"
 
 namespace {
 
@@ -54,8 +54,7 @@ bool isCompared(std::string_view input) {
 
 std::string argumentsText(const std::vector<lisp::LispValue>& arguments) {
   std::string text;
-  for (const lisp::LispValue& argument : arguments)
-    text += ' ' + lisp_worker::worker::encodeValue(argument);
+  for (const lisp::LispValue& argument : arguments) text += ' ' + lisp::encodeValue(argument);
   return text;
 }
 
@@ -71,7 +70,7 @@ std::string argumentsText(
 std::string wordsOf(const lisp::EvalOutcome& outcome) {
   std::string words = std::to_string(static_cast<int>(outcome.kind)) + " after " +
                       std::to_string(outcome.steps) + ": " + outcome.message + "\n" +
-                      lisp_worker::worker::encodeValue(outcome.value);
+                      lisp::encodeValue(outcome.value);
   if (outcome.host_call) {
     words += "\n" + outcome.host_call->name + argumentsText(outcome.host_call->arguments);
   }

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "fuzz/law.h"
+#include "lisp/printer.h"
 #include "lisp/reader.h"
 #include "testing/reference/literal_encoder.h"
 #include "testing/reference/literal_reader.h"
-#include "worker/encoding.h"
 
 namespace {
 
@@ -42,14 +42,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     lisp_worker::fuzz::require(forms.size() == literal_forms->size(),
                                "both readers find as many forms");
     for (std::uint32_t i = 0; i < forms.size(); ++i) {
-      const std::string printed = lisp_worker::worker::encodeValue(forms[i]);
+      const std::string printed = lisp::encodeValue(forms[i]);
       lisp_worker::fuzz::requireEqual(
           printed, lisp_worker::testing_support::literalEncodeValue((*literal_forms)[i]),
           "both readers read the same form");
       if (holdsString((*literal_forms)[i])) continue;
       const std::optional<LispValue> again = lisp::parseProgram(printed, &error);
       lisp_worker::fuzz::require(again.has_value(), "what is printed can be read", printed);
-      lisp_worker::fuzz::requireEqual(lisp_worker::worker::encodeValue(*again), printed,
+      lisp_worker::fuzz::requireEqual(lisp::encodeValue(*again), printed,
                                       "what is read prints the same");
       lisp_worker::fuzz::require(lisp::valuesEqual(*again, forms[i]), "what is read is equal",
                                  printed);

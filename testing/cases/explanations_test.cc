@@ -11,6 +11,7 @@
 #include "console/explainer.h"
 #include "explain/evaluation.h"
 #include "explain/explanation.h"
+#include "lisp/printer.h"
 #include "lisp_worker/client/worker_client.h"
 #include "testing/base/random.h"
 #include "testing/base/test_environment.h"
@@ -19,7 +20,6 @@
 #include "testing/generators/program_generator.h"
 #include "testing/workers/evaluator.h"
 #include "testing/workers/in_process_worker.h"
-#include "worker/encoding.h"
 
 namespace lisp_worker::testing_support {
 namespace {
@@ -130,8 +130,8 @@ TEST(Explanations, ComeToWhatTheWorkerComesTo) {
       ASSERT_EQ(outcome.steps, expected.steps) << text;
       std::string value_text;
       std::string expected_text;
-      const bool is_whole = worker::appendValue(outcome.value, 100000, value_text);
-      ASSERT_EQ(is_whole, worker::appendValue(expected.value, 100000, expected_text)) << text;
+      const bool is_whole = lisp::appendValue(outcome.value, 100000, value_text);
+      ASSERT_EQ(is_whole, lisp::appendValue(expected.value, 100000, expected_text)) << text;
       ASSERT_EQ(value_text, expected_text) << text;
     }
   }

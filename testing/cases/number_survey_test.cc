@@ -18,6 +18,7 @@
 #include <string_view>
 
 #include "lisp/number.h"
+#include "lisp/printer.h"
 #include "lisp/value.h"
 #include "lisp_worker/client/process.h"
 #include "lisp_worker/worker/frame.h"
@@ -85,7 +86,7 @@ TEST(NumberSurvey, EveryDoubleComesBackFromItsText) {
   Digest digest;
   for (std::uint64_t i = 0; i < count(); ++i) {
     const double value = someDouble(random);
-    const std::string text = worker::encodeValue(lisp::number(value));
+    const std::string text = lisp::encodeValue(lisp::number(value));
     char expected[40];
     std::snprintf(expected, sizeof expected, "%.17g", value);
     ASSERT_EQ(text, expected);

@@ -16,6 +16,7 @@
 #include "host/builtins.h"
 #include "host/run.h"
 #include "lisp/builtin.h"
+#include "lisp/printer.h"
 #include "lisp/symbol.h"
 #include "testing/base/random.h"
 #include "testing/formats/document_examples.h"
@@ -24,7 +25,6 @@
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/evaluator.h"
 #include "testing/workers/real_worker.h"
-#include "worker/encoding.h"
 
 namespace lisp_worker::testing_support {
 namespace {
@@ -75,12 +75,12 @@ TEST(Reference, ShowsExamplesThatHold) {
       result = "waits for " + std::string(outcome.host_call->name) + " (";
       for (const lisp::LispValue& argument : outcome.host_call->arguments) {
         if (result.back() != '(') result += ' ';
-        result += worker::encodeValue(argument);
+        result += lisp::encodeValue(argument);
       }
       result += ')';
     } else {
       ASSERT_EQ(outcome.kind, lisp::OutcomeKind::Value) << entry.example;
-      result = worker::encodeValue(outcome.value);
+      result = lisp::encodeValue(outcome.value);
     }
     EXPECT_EQ(result, entry.result) << entry.example;
   }

@@ -3,7 +3,7 @@
 // integer is right unless the product lies next to the middle between two integers. That is very
 // rare, except for the ties of short binary fractions; the standard library writes these.
 
-#include "worker/number_text.h"
+#include "lisp/number_text.h"
 
 #include <array>
 #include <bit>
@@ -17,9 +17,7 @@
 #include <optional>
 #include <string_view>
 
-#include "lisp_worker/worker/frame.h"
-
-namespace lisp_worker::worker {
+namespace lisp {
 namespace {
 
 __extension__ using Wide = unsigned __int128;
@@ -141,7 +139,7 @@ inline void putWord(char* out, std::uint64_t word) {
   if constexpr (std::endian::native == std::endian::little) {
     std::memcpy(out, &word, sizeof(word));
   } else {
-    putU64(out, word);
+    for (int i = 0; i < 8; ++i) out[i] = static_cast<char>(word >> (8 * i));
   }
 }
 
@@ -240,4 +238,4 @@ char* writeNumber(double number, char* out) {
       .ptr;
 }
 
-}  // namespace lisp_worker::worker
+}  // namespace lisp

@@ -1,4 +1,4 @@
-#include "worker/number_text.h"
+#include "lisp/number_text.h"
 
 #include <gtest/gtest.h>
 
@@ -14,10 +14,10 @@
 
 #include "testing/base/random.h"
 
-namespace lisp_worker::worker {
+namespace lisp {
 namespace {
 
-using testing_support::Random;
+using lisp_worker::testing_support::Random;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -116,4 +116,4 @@ TEST(NumberText, IsThatOfTheLibraryForDenormals) {
 }
 
 }  // namespace
-}  // namespace lisp_worker::worker
+}  // namespace lisp

@@ -1,11 +1,11 @@
 // The text of a number in a response.
 
-#ifndef WORKER_NUMBER_TEXT_H_
-#define WORKER_NUMBER_TEXT_H_
+#ifndef LISP_NUMBER_TEXT_H_
+#define LISP_NUMBER_TEXT_H_
 
 #include <cstddef>
 
-namespace lisp_worker::worker {
+namespace lisp {
 
 // The room that a number needs while it is written, in bytes. No text is longer than 24.
 inline constexpr std::size_t kNumberRoom = 48;
@@ -15,6 +15,6 @@ inline constexpr std::size_t kNumberRoom = 48;
 // left with anything.
 [[nodiscard]] char* writeNumber(double number, char* out);
 
-}  // namespace lisp_worker::worker
+}  // namespace lisp
 
-#endif  // WORKER_NUMBER_TEXT_H_
+#endif  // LISP_NUMBER_TEXT_H_
