@@ -1,3 +1,7 @@
+// The checker walks every form as the evaluator would, without evaluating it, and reports what must
+// fail (errors) and what is seldom meant (warnings). It knows the builtins from the reference
+// (explain/reference.h), and the names of all programs from a first walk (explain/program_names.h).
+
 #include "explain/check.h"
 
 #include <algorithm>
@@ -10,30 +14,13 @@
 
 #include "explain/explanation.h"
 #include "explain/habits.h"
+#include "explain/program_names.h"
 #include "explain/value_text.h"
 
 namespace explain {
 namespace {
 
 using lisp::LispValue;
-
-using Names = std::set<std::string, std::less<>>;
-
-// A place in all programs: which one, and the byte.
-using Position = std::pair<std::size_t, std::size_t>;
-
-// A DEFUN that is written well enough to be called.
-struct Definition {
-  const Form* form = nullptr;
-  Position position;
-  bool is_outermost = false;  // No list around it: it is certainly evaluated, in its turn.
-  std::vector<std::string> parameters = {};
-  Names own_names = {};  // Parameters and locals.
-  Names calls = {};      // Names of functions that its body calls.
-  Names reads = {};      // Names of variables that its body asks for.
-};
-
-bool isQuote(const Form& form) { return form.entry != nullptr && form.entry->name == "QUOTE"; }
 
 // The value of a form that is a constant.
 std::optional<LispValue> constantOf(const Form& form) {
@@ -45,14 +32,6 @@ std::optional<LispValue> constantOf(const Form& form) {
   return form.value;
 }
 
-// A SETQ of a name.
-struct Assignment {
-  const Form* target = nullptr;
-  const Form* value = nullptr;
-  std::size_t program_index = 0;
-  std::string function;  // That it stands in; empty at the top level.
-};
-
 // A builtin that always comes to a list that is not empty.
 bool makesList(const Form& form) {
   const std::string_view name = form.operatorName();
@@ -61,23 +40,10 @@ bool makesList(const Form& form) {
 
 class Checker {
  public:
-  explicit Checker(std::span<const ProgramPointer> programs) : programs_(programs) {}
+  explicit Checker(std::span<const ProgramPointer> programs)
+      : programs_(programs), names_(programs) {}
 
   std::vector<Finding> run(std::size_t first_shown) {
-    for (program_index_ = 0; program_index_ < programs_.size(); ++program_index_) {
-      for (const Form& form : programs_[program_index_]->reading.forms) {
-        outermost_ = &form;
-        collect(form, nullptr);
-      }
-    }
-    for (const auto& [name, definitions] : definitions_) {
-      for (const Definition& definition : definitions) {
-        definition_of_[definition.form] = &definition;
-        all_own_names_.insert(definition.own_names.begin(), definition.own_names.end());
-        for (const std::string& callee : definition.calls)
-          callers_of_[callee].push_back(&definition);
-      }
-    }
     for (program_index_ = first_shown; program_index_ < programs_.size(); ++program_index_) {
       program_ = programs_[program_index_];
       if (const auto& fault = program_->reading.fault) {
@@ -94,52 +60,6 @@ class Checker {
   }
 
  private:
-  // --- What is defined, assigned and called anywhere --------------------------------------------
-
-  void collect(const Form& form, Definition* inside) {
-    if (form.isSymbol()) (inside != nullptr ? inside->reads : top_reads_).emplace(form.name());
-    if (!form.isList() || form.items.empty() || isQuote(form)) return;
-    const std::string name(form.operatorName());
-    if (name == "DEFUN" && form.items.size() >= 4 && form.items[1].isSymbol() &&
-        form.items[2].isList()) {
-      collectDefinition(form);
-      return;
-    }
-    if (inside != nullptr) inside->calls.insert(name);
-    for (std::size_t n = 1; n < form.items.size(); ++n) {
-      const bool is_target = name == "SETQ" && n % 2 == 1;
-      if (is_target && n + 1 < form.items.size() && form.items[n].isSymbol()) {
-        const std::string function =
-            inside == nullptr ? "" : std::string(inside->form->items[1].name());
-        assignments_[std::string(form.items[n].name())].push_back(
-            {&form.items[n], &form.items[n + 1], program_index_, function});
-      }
-      if (!is_target) {
-        collect(form.items[n], inside);
-      } else if (inside == nullptr || !inside->own_names.contains(form.items[n].name())) {
-        globals_.emplace(form.items[n].name());
-      }
-    }
-  }
-
-  void collectDefinition(const Form& form) {
-    Definition definition{.form = &form,
-                          .position = {program_index_, form.begin},
-                          .is_outermost = &form == outermost_};
-    bool are_locals = false;
-    for (const Form& item : form.items[2].items) {
-      const std::string name(item.name());
-      if (name == "/") {
-        are_locals = true;
-        continue;
-      }
-      if (!are_locals) definition.parameters.push_back(name);
-      definition.own_names.insert(name);
-    }
-    for (std::size_t n = 3; n < form.items.size(); ++n) collect(form.items[n], &definition);
-    definitions_[std::string(form.items[1].name())].push_back(std::move(definition));
-  }
-
   // --- Findings ---------------------------------------------------------------------------------
 
   void report(Severity severity, const Form& at, std::string message, std::string advice) {
@@ -173,35 +93,35 @@ class Checker {
     if (form.entry != nullptr && form.entry->group == Group::SpecialForm) {
       return lookAtSpecialForm(form, depth, inside);
     }
-    const auto own = definitions_.find(form.operatorName());
-    const bool is_unknown = own == definitions_.end() && form.entry == nullptr;
+    const auto own = names_.definitions().find(form.operatorName());
+    const bool is_unknown = own == names_.definitions().end() && form.entry == nullptr;
     // The parts of a form that there is not would only be reported as bad calls.
     if (is_unknown && !adviceAround(form, program_->source).empty()) return lookAtUnknown(form);
     for (std::size_t n = 1; n < form.items.size(); ++n) look(form.items[n], depth + 1, inside);
-    if (own != definitions_.end()) return lookAtOwnCall(form, own->second, inside);
+    if (own != names_.definitions().end()) return lookAtOwnCall(form, own->second, inside);
     if (form.entry == nullptr) return lookAtUnknown(form);
     if (form.entry->group == Group::Builtin) lookAtBuiltin(form);
   }
 
-  // Whether a variable of that name may be local where the body of `inside` is evaluated: its own,
-  // or a copy of one of a function that calls it.
+  // True when a variable of that name may be local where the body of `inside` is evaluated: its
+  // own, or a copy of one of a function that calls it.
   bool isLocal(const std::string& name, const Definition* inside) const {
     return inside != nullptr &&
            (inside->own_names.contains(name) ||
-            !callerWith(name, std::string(nameOf(*inside))).empty() || work_ > kWorkMax);
+            !names_.callerWith(name, std::string(nameOf(*inside))).empty() || names_.isSpent());
   }
 
   void lookAtVariable(const Form& form, const Definition* inside) {
     const std::string name(form.name());
-    if (name == "T" || globals_.contains(name) || isLocal(name, inside)) return;
-    std::vector<std::string> names(globals_.begin(), globals_.end());
+    if (name == "T" || names_.globals().contains(name) || isLocal(name, inside)) return;
+    std::vector<std::string> names(names_.globals().begin(), names_.globals().end());
     if (inside != nullptr) {
       names.insert(names.end(), inside->own_names.begin(), inside->own_names.end());
     }
     std::string advice = "nothing that it sees assigns it: give it a value with SETQ, or quote it";
     if (std::string habit = adviceOnHabit(form, program_->source); !habit.empty()) {
       advice = std::move(habit);
-    } else if (definitions_.contains(name) || findEntry(name) != nullptr) {
+    } else if (names_.definitions().contains(name) || findEntry(name) != nullptr) {
       advice = name + " is a function: call it, as in (" + name + " ...)";
     } else if (const auto near = namesNear(name, names); !near.empty()) {
       advice = "did you mean " + near.front() + "?";
@@ -221,7 +141,7 @@ class Checker {
     const std::string name(form.operatorName());
     std::vector<std::string> names;
     for (const Entry& entry : entries()) names.emplace_back(entry.name);
-    for (const auto& [known, definition] : definitions_) names.push_back(known);
+    for (const auto& [known, definition] : names_.definitions()) names.push_back(known);
     const auto near = namesNear(name, names);
     std::string advice = near.empty()
                              ? "no program here defines it; --load names a library that does"
@@ -232,34 +152,10 @@ class Checker {
     error(form.items.front(), "unsupported LISP function: " + name, advice);
   }
 
-  static std::string_view nameOf(const Definition& definition) {
-    return definition.form->items[1].name();
-  }
-
-  // The definition that a call at the top level finds; null where that is not known.
-  const Definition* definitionAt(const Form& call, const std::vector<Definition>& definitions) {
-    const Definition* latest = nullptr;
-    for (const Definition& definition : definitions) {
-      if (!definition.is_outermost || ++work_ > kWorkMax) return nullptr;
-      const bool is_earlier = definition.position < Position{program_index_, call.begin};
-      if (is_earlier && (latest == nullptr || latest->position < definition.position)) {
-        latest = &definition;
-      }
-    }
-    return latest;
-  }
-
-  // Whether all of them come after the whole form of the text that is being looked at.
-  bool isDefinedOnlyLater(const std::vector<Definition>& definitions) {
-    const Position end{program_index_, outermost_->end};
-    return std::all_of(definitions.begin(), definitions.end(), [&](const Definition& definition) {
-      return ++work_ <= kWorkMax && !(definition.position < end);
-    });
-  }
-
   void lookAtOwnCall(const Form& form, const std::vector<Definition>& definitions,
                      const Definition* inside) {
-    if (inside == nullptr && isDefinedOnlyLater(definitions) && form.entry == nullptr) {
+    if (inside == nullptr && names_.areAllAfter({program_index_, outermost_->end}, definitions) &&
+        form.entry == nullptr) {
       const auto& later = definitions.front();
       const Place place = programs_[later.position.first]->source.placeOf(later.position.second);
       error(form.items.front(), "unsupported LISP function: " + std::string(form.operatorName()),
@@ -268,7 +164,9 @@ class Checker {
       return;
     }
     const std::size_t count = form.items.size() - 1;
-    const Definition* const known = inside == nullptr ? definitionAt(form, definitions) : nullptr;
+    const Definition* const known =
+        inside == nullptr ? names_.definitionAt({program_index_, form.begin}, definitions)
+                          : nullptr;
     const auto fits = [count](const Definition& d) { return d.parameters.size() == count; };
     const bool may_fit =
         known != nullptr ? fits(*known) : std::any_of(definitions.begin(), definitions.end(), fits);
@@ -294,34 +192,13 @@ class Checker {
       if (part.operatorName() != "SETQ" || n % 2 == 0) continue;
       const std::string name(item.name());
       const std::string callee(call.operatorName());
-      if (!isLocal(name, &inside) || !asksFor(name, callee)) continue;
+      if (!isLocal(name, &inside) || !names_.asksFor(name, callee)) continue;
       report(Severity::Warning, item,
              callee + " does not see what is assigned to " + name + " here",
              "a call begins with a copy of the local variables, made before its arguments are "
              "evaluated: assign " +
                  name + " before the call");
     }
-  }
-
-  // Whether `function`, or one that it calls, reads a variable of its callers by that name.
-  bool asksFor(const std::string& variable, const std::string& function) const {
-    Names reached = {function};
-    std::vector<std::string> pending = {function};
-    while (!pending.empty()) {
-      const auto found = definitions_.find(std::exchange(pending.back(), ""));
-      pending.pop_back();
-      if (found == definitions_.end()) continue;
-      for (const Definition& definition : found->second) {
-        if (++work_ > kWorkMax) return false;
-        if (definition.own_names.contains(variable)) continue;
-        if (definition.reads.contains(variable)) return true;
-        for (const std::string& callee : definition.calls) {
-          if (++work_ > kWorkMax) return false;
-          if (reached.insert(callee).second) pending.push_back(callee);
-        }
-      }
-    }
-    return false;
   }
 
   void lookAtBuiltin(const Form& form) {
@@ -353,10 +230,10 @@ class Checker {
       return lisp::list({lisp::number(1), lisp::number(2)});
     }
     if (!form.isSymbol() || form.name() == "T") return constantOf(form);
-    const auto found = assignments_.find(form.name());
-    if (found == assignments_.end() || found->second.size() != 1) return std::nullopt;
+    const auto found = names_.assignments().find(form.name());
+    if (found == names_.assignments().end() || found->second.size() != 1) return std::nullopt;
     const Assignment& only = found->second.front();
-    if (!only.function.empty() || all_own_names_.contains(form.name())) return std::nullopt;
+    if (!only.function.empty() || names_.allOwnNames().contains(form.name())) return std::nullopt;
     const auto value = constantOf(*only.value);
     const bool is_nil = !value || value->kind() == lisp::ValueKind::Nil;
     return is_nil || wanted != Kind::Number ? std::nullopt : value;
@@ -420,7 +297,7 @@ class Checker {
     }
   }
 
-  // Whether the form is made of names, constants and builtins, and which names those are.
+  // True when the form is made of names, constants and builtins, and which names those are.
   static bool isFixed(const Form& form, Names& names) {
     if (form.isSymbol()) {
       if (form.name() != "T") names.emplace(form.name());
@@ -433,10 +310,11 @@ class Checker {
                                  [&names](const Form& item) { return isFixed(item, names); });
   }
 
-  // Whether evaluating the form may assign one of the names, in a function that it calls at least.
+  // True when evaluating the form may assign one of the names, in a function that it calls at
+  // least.
   bool mayAssign(const Form& form, const Names& names) const {
     if (!form.isList() || form.items.empty() || isQuote(form)) return false;
-    if (form.entry == nullptr || definitions_.contains(form.operatorName())) return true;
+    if (form.entry == nullptr || names_.definitions().contains(form.operatorName())) return true;
     for (std::size_t n = 1; n < form.items.size(); ++n) {
       const bool is_target = form.operatorName() == "SETQ" && n % 2 == 1;
       if (is_target ? names.contains(form.items[n].name()) : mayAssign(form.items[n], names)) {
@@ -463,23 +341,23 @@ class Checker {
   // Assignments whose value nobody asks for under a name that looks like another, and those of a
   // function to a name that only it uses.
   void lookAtNames() {
-    std::vector<std::string> used(top_reads_.begin(), top_reads_.end());
+    std::vector<std::string> used(names_.topReads().begin(), names_.topReads().end());
     std::map<std::string, Names, std::less<>> readers;
-    for (const auto& [form, definition] : definition_of_) {
+    for (const auto& [form, definition] : names_.definitionsByForm()) {
       for (const std::string& name : definition->reads) {
         readers[name].insert(std::string(nameOf(*definition)));
         used.push_back(name);
       }
     }
-    for (const auto& [name, assignments] : assignments_) {
+    for (const auto& [name, assignments] : names_.assignments()) {
       const Assignment& first = assignments.front();
-      if (first.program_index != program_index_ || top_reads_.contains(name)) continue;
-      if (all_own_names_.contains(name) || ++work_ > kWorkMax) continue;
+      if (first.program_index != program_index_ || names_.topReads().contains(name)) continue;
+      if (names_.allOwnNames().contains(name) || !names_.spend()) continue;
       const auto reading = readers.find(name);
       if (reading == readers.end()) {
         const auto near = assignments.size() == 1 && name.size() > 2 ? namesNear(name, used)
                                                                      : std::vector<std::string>();
-        if (near.empty() || !assignments_.contains(near.front())) continue;
+        if (near.empty() || !names_.assignments().contains(near.front())) continue;
         report(Severity::Warning, *first.target, "nobody asks for " + name,
                "did you mean " + near.front() + "?");
       } else if (reading->second.size() == 1 &&
@@ -513,32 +391,13 @@ class Checker {
     const std::string name(target.name());
     if (inside.own_names.contains(name)) return;
     const std::string own_name(nameOf(inside));
-    const std::string caller = callerWith(name, own_name);
+    const std::string caller = names_.callerWith(name, own_name);
     if (caller.empty()) return;
     report(Severity::Warning, target,
            "this assigns a copy of " + name + " when " + caller + " has called " + own_name,
            name + " is a local variable of " + caller + ": what is assigned here is gone when " +
                own_name +
                " returns. Declare it as local here, or give the value back as the result");
-  }
-
-  // A function that has `variable` as its own and calls `function`, directly or through others.
-  std::string callerWith(const std::string& variable, const std::string& function) const {
-    Names reached = {function};
-    std::vector<std::string> pending = {function};
-    while (!pending.empty()) {
-      const std::string callee = std::move(pending.back());
-      pending.pop_back();
-      const auto callers = callers_of_.find(callee);
-      if (callers == callers_of_.end()) continue;
-      for (const Definition* const definition : callers->second) {
-        if (++work_ > kWorkMax) return "";
-        std::string name(nameOf(*definition));
-        if (definition->own_names.contains(variable) && name != function) return name;
-        if (reached.insert(name).second) pending.push_back(name);
-      }
-    }
-    return "";
   }
 
   void lookAtDefinition(const Form& form) {
@@ -563,7 +422,7 @@ class Checker {
              is_form ? "a special form cannot be replaced" : "this replaces a builtin function",
              is_form ? "the function is never called" : "from here on, for every program");
     }
-    const Definition* const own = definition_of_.at(&form);
+    const Definition* const own = names_.definitionsByForm().at(&form);
     for (std::size_t n = 3; n < items.size(); ++n) look(items[n], 2, own);
   }
 
@@ -581,18 +440,9 @@ class Checker {
   std::span<const ProgramPointer> programs_;
   std::size_t program_index_ = 0;
   ProgramPointer program_;
-  const Form* outermost_ = nullptr;  // The form of the text that is being collected from.
-  std::map<std::string, std::vector<Definition>, std::less<>> definitions_;
-  std::map<const Form*, const Definition*> definition_of_;  // By their DEFUNs.
-  std::map<std::string, std::vector<const Definition*>, std::less<>> callers_of_;  // By callee.
-  std::map<std::string, std::vector<Assignment>, std::less<>> assignments_;        // By name.
+  const Form* outermost_ = nullptr;  // The form of the top level that is being looked at.
+  ProgramNames names_;
   std::size_t compared_ = 0;  // Names that have been compared with others.
-  Names all_own_names_;       // Parameters and locals of any function.
-  Names top_reads_;           // Names of variables that the top level asks for.
-  // What has been looked at in searches that could be quadratic, and where they are given up.
-  mutable std::size_t work_ = 0;
-  static constexpr std::size_t kWorkMax = 1'000'000;
-  Names globals_;  // Names that some assignment may give to a global variable.
   std::vector<Finding> findings_;
 };
 
