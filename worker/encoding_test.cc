@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
