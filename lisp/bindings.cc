@@ -1,3 +1,6 @@
+// Bindings of one run (lisp/bindings.h): variables, functions, calls, and the run as a whole.
+// Names that are bound only when they are touched have a file of their own, lisp/late_bindings.cc.
+
 #include "lisp/bindings.h"
 
 #include <utility>

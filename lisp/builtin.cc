@@ -1,3 +1,6 @@
+// Names get their special forms and builtins here, once for the process: the record of each name
+// says what a list that begins with it means.
+
 #include "lisp/builtin.h"
 
 #include <array>

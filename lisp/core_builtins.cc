@@ -1,3 +1,7 @@
+// The rows of the core builtins. The evaluator performs the common cases of most of them itself
+// (lisp/evaluator.cc), so the functions here have the rest: other counts of arguments, and the
+// errors.
+
 #include "lisp/core_builtins.h"
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// A version of the environment is a tree with sixteen ways at each node, and a name's place is a
+// path in it, four bits a level. Setting the name with place 0x25 in a tree of two levels goes to
+// child 2 and there to entry 5. A node that other versions share is copied first, with further
+// holds on its contents, so only the nodes of that path are new: the root and one leaf.
+
 #include "lisp/environment.h"
 
 #include <cassert>

@@ -1,3 +1,8 @@
+// A comparison ties every pair of runs that it must walk in the forest before it walks them. For
+// ((1 2) (1 2)) and an equal list that was read apart from it, the outer runs are tied first, then
+// the inner ones; if an inner pair came again, it would be known already. When a difference is
+// found, all ties of this comparison are taken back.
+
 #include "lisp/equality.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// A form gets its shape from its operation and its operands: (< I 10) is Less of a variable and a
+// number.
+
 #include "lisp/form_shape.h"
 
 #include <algorithm>

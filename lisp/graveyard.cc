@@ -1,3 +1,5 @@
+// One interface for three chains of dead records, which the files that make the records know.
+
 #include "lisp/graveyard.h"
 
 #include "lisp/environment.h"

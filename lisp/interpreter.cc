@@ -1,3 +1,7 @@
+// The run around the evaluator: arguments of builtins, failures, waiting for the host. A failure
+// is a mark in the Result that travels outward; its message or host call is kept here until the
+// edge takes it as an EvalOutcome.
+
 #include "lisp/interpreter.h"
 
 #include <algorithm>

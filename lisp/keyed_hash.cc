@@ -1,3 +1,6 @@
+// Arithmetic modulo 2^61 - 1: a product of two 61-bit numbers has 122 bits, and its upper half is
+// added to the lower, since 2^61 is 1 there.
+
 #include "lisp/keyed_hash.h"
 
 #include <cstddef>

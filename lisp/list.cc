@@ -1,3 +1,7 @@
+// Runs: making, prepending, finding, taking apart. (CONS 1 L) claims the free slot in front of the
+// first element of L if there is one. Otherwise it makes a new linked run, whose tail is the run
+// of L.
+
 #include "lisp/list.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The digest of a run is made from its end to its front, one step for each element. Lists among
+// the elements need theirs first; a stack of waiting runs sees to that without recursion.
+
 #include "lisp/list_hash.h"
 
 #include "lisp/keyed_hash.h"

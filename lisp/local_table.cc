@@ -1,3 +1,6 @@
+// Both tables are open: an entry lies in the place that its hash gives it, or in the next free
+// place after that.
+
 #include "lisp/local_table.h"
 
 #include <algorithm>

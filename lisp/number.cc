@@ -1,3 +1,7 @@
+// The numbers that readShortDecimal (lisp/number.h) leaves. Decimal ones are read by the standard
+// library, hexadecimal ones here: 64 bits of the mantissa, a note that a lower bit was set, and
+// one rounding at the end.
+
 #include "lisp/number.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// The reader looks at each byte once and keeps the elements of all open lists on one stack. While
+// (A (B C) D) is read, the stack grows to A B C; at the first closing parenthesis B C becomes a
+// list, and the stack is A (B C). For every open list it knows where its elements begin.
+
 #include "lisp/reader.h"
 
 #include <algorithm>

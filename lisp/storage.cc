@@ -1,3 +1,7 @@
+// Slabs: where they come from, and the lists that they are in. A slab is in the list of its size
+// while it may have a free block, and is put aside when all its blocks are free. When many are
+// aside, their memory goes back to the system; their addresses stay.
+
 #include "lisp/storage.h"
 
 #include <algorithm>

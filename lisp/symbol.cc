@@ -1,3 +1,6 @@
+// The tables of names and texts. In front of each is a small cache of short ones, by their bytes
+// in one word, which finds most names that the reader sees without hashing them.
+
 #include "lisp/symbol.h"
 
 #include <array>

@@ -1,3 +1,7 @@
+// User functions, their preparation and their end. A function that stays after its run is
+// prepared: a DEFUN inside its body is made once, in advance, so that a later program that calls
+// it does not pay for the text of another. (DEFUN F () (DEFUN G () 1)) stays as F with G inside.
+
 #include "lisp/user_function.h"
 
 #include <algorithm>

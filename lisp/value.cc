@@ -1,3 +1,7 @@
+// Makers and accessors of values. Elements of a list are found from its end: in a list of 5,
+// element 1 has 4 remaining, and the run that holds it is the first whose tail is shorter than
+// that.
+
 #include "lisp/value.h"
 
 #include <algorithm>
