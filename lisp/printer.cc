@@ -23,7 +23,7 @@ class TextWriter {
   // At most about `size_max` bytes will be written.
   TextWriter(std::string& text, std::size_t size_max)
       : text_(text), size_(text.size()), size_max_(std::min(size_max, kLongSizeMax)) {}
-  ~TextWriter() { text_.resize(size_); }
+  ~TextWriter() { text_.erase(size_); }
   TextWriter(const TextWriter&) = delete;
   TextWriter& operator=(const TextWriter&) = delete;
 
