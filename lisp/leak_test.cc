@@ -16,7 +16,6 @@
 #include "lisp/outcome.h"
 #include "lisp/storage.h"
 #include "lisp/symbol.h"
-#include "testing/base/list_makers.h"
 #include "testing/base/random.h"
 #include "testing/generators/program_generator.h"
 #include "testing/workers/evaluator.h"

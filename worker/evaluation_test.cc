@@ -11,7 +11,6 @@
 #include "geometry/coord_context.h"
 #include "lisp/graveyard.h"
 #include "lisp/list.h"
-#include "testing/base/list_makers.h"
 #include "worker/dispatch.h"
 
 namespace lisp_worker::worker {

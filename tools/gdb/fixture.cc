@@ -61,10 +61,10 @@ void runAndStop() {
   evaluated_form = &lisp::runOf(form.raw());
   const lisp::LispValue program =
       read("(PROGN (SETQ X 0) (DEFUN G () (SETQ X 9) (LOOK)) (DEFUN F (X) (G) X))");
-  lisp::release(interpreter.evaluate(program, 0).raw);
+  interpreter.evaluate(program, 0).drop();
   // A form has its shape from the second evaluation on.
-  for (int i = 0; i < 2; ++i) lisp::release(interpreter.evaluate(form, 0).raw);
-  lisp::release(interpreter.evaluate(read("(F 1)"), 0).raw);
+  for (int i = 0; i < 2; ++i) interpreter.evaluate(form, 0).drop();
+  interpreter.evaluate(read("(F 1)"), 0).drop();
 }
 
 }  // namespace

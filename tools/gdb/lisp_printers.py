@@ -278,18 +278,18 @@ class ShowBindings(gdb.Command):
         super().__init__("lisp-bindings", gdb.COMMAND_DATA)
 
     def invoke(self, _argument, _from_tty):
-        interpreter = gdb.parse_and_eval("lisp::Interpreter::resident_")
-        if int(interpreter) == 0:
+        bindings = gdb.parse_and_eval("lisp::Bindings::resident_")
+        if int(bindings) == 0:
             print("no interpreter is resident")
             return
-        interpreter = interpreter.dereference()
-        print(f"in call {int(interpreter['frame_'])}")
-        for pointer in elements_of_vector(interpreter["touched_"]):
+        bindings = bindings.dereference()
+        print(f"in call {int(bindings['frame_'])}")
+        for pointer in elements_of_vector(bindings["touched_"]):
             symbol = pointer.dereference()
             if int(symbol["value"]["head"]) & 0xFFFFFFFF < 5:
                 print(f"{bytes_after(symbol)} = {text_of(symbol['value'])}, "
                       f"{owner_text(int(symbol['owner']))}")
-        for shadowed in reversed(elements_of_stack(interpreter["trail_"])):
+        for shadowed in reversed(elements_of_stack(bindings["trail_"])):
             print(f"trail: {bytes_after(shadowed['symbol'].dereference())} was "
                   f"{text_of(shadowed['value'])}, {owner_text(int(shadowed['owner']))}")
 
