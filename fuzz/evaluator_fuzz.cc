@@ -18,11 +18,11 @@
 
 #include "fuzz/law.h"
 #include "host/run.h"
+#include "lisp/graveyard.h"
 #include "lisp/interpreter.h"
 #include "lisp/printer.h"
 #include "lisp/reader.h"
 #include "lisp/value.h"
-#include "testing/base/list_makers.h"
 #include "testing/base/random.h"
 #include "testing/generators/program_generator.h"
 #include "testing/reference/literal_encoder.h"
@@ -227,6 +227,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const lisp_worker::testing_support::Evaluator installs_the_builtins;
   runInput(data, size);
   // What has been dropped must not wait for the inputs that follow.
-  lisp_worker::testing_support::settle();
+  lisp::takeAllApart();
   return 0;
 }

@@ -31,8 +31,6 @@ std::size_t run_count = 0;
 // The run that is next taken apart, or further taken apart.
 constinit Run* dead_runs = nullptr;
 
-// The elements that allocations may yet take apart in haste, in this request.
-constexpr std::size_t kHasteMax = 1'000'000;
 constinit std::size_t haste_left = kHasteMax;
 
 constexpr Run makeEmptyRun() {
@@ -272,7 +270,9 @@ void decomposeRuns(std::size_t units) {
 
 bool hasDeadRuns() { return dead_runs != nullptr; }
 
-void renewHaste() { haste_left = kHasteMax; }
+std::size_t hasteLeft() { return haste_left; }
+
+void renewHaste(std::size_t count) { haste_left = count; }
 
 std::size_t runCount() { return run_count; }
 

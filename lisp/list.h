@@ -190,8 +190,11 @@ void bury(Run& run);
 // Takes at most `units` elements and heads of dead runs apart.
 void decomposeRuns(std::size_t units);
 [[nodiscard]] bool hasDeadRuns();
-// Lets allocations take a further million elements apart in haste.
-void renewHaste();
+// The elements that allocations may yet take apart in haste, in this request; kHasteMax as it
+// begins.
+inline constexpr std::size_t kHasteMax = 1'000'000;
+[[nodiscard]] std::size_t hasteLeft();
+void renewHaste(std::size_t count = kHasteMax);
 
 // Runs alive or in the graveyard; tests watch it for growth.
 [[nodiscard]] std::size_t runCount();

@@ -45,11 +45,11 @@ class DispatcherTest : public testing::Test {
 
 // What a request has used up of what is shared by all is there again for the next one.
 TEST_F(DispatcherTest, GivesEachRequestItsOwnHaste) {
-  lisp::haste_left = 1;
-  lisp::comparisons_left = 1;
+  lisp::renewHaste(1);
+  lisp::renewComparisons(1);
   EXPECT_EQ(send(MessageType::Ping, ""), WorkerStatus::Ok);
-  EXPECT_EQ(lisp::haste_left, lisp::kHasteMax);
-  EXPECT_EQ(lisp::comparisons_left, lisp::kComparisonsMax);
+  EXPECT_EQ(lisp::hasteLeft(), lisp::kHasteMax);
+  EXPECT_EQ(lisp::comparisonsLeft(), lisp::kComparisonsMax);
 }
 
 TEST_F(DispatcherTest, AnswersPingAndShutdownWithNothing) {
