@@ -92,6 +92,23 @@ TEST_F(AttackByHistory, ManyPendingRunsAndAFewMore) {
   EXPECT_LT(times.back(), 3 * times[times.size() / 2] + milliseconds(5));
 }
 
+// Mebibytes of new names, in an order in which neighbours are not made one after the other. With a
+// million names each new one waits for several places of the memory that no cache has, so the later
+// programs take longer than the promise allows.
+TEST_F(AttackByHistory, NewNamesInScatteredOrder) {
+  const int programs = isSanitized() ? 1 : 14;
+  constexpr std::size_t kCount = 125000;
+  constexpr std::size_t kStride = 7919;
+  worker_.grantTime(2);
+  for (int i = 0; i < programs; ++i) {
+    std::string pairs;
+    for (std::size_t k = 0; k < kCount; ++k) {
+      pairs += " " + shortName(static_cast<std::size_t>(i) * kCount + k * kStride % kCount) + " 1";
+    }
+    worker_.expectValue("(SETQ" + pairs + ")", "1");
+  }
+}
+
 // Names that are dropped in another order than they were made lie all over the memory.
 TEST_F(AttackByHistory, NamesDroppedOutOfOrder) {
   if (!hasSlabs()) GTEST_SKIP() << "the general allocator gives back what it likes";
