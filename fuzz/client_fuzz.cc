@@ -117,9 +117,10 @@ bool ask(WorkerClient& client, MessageType type) {
       const double operands[] = {1, 2};
       const auto reply =
           client.computeGeometry(lisp_worker::client::GeometryOperation::Sum, operands);
-      if (reply)
+      if (reply) {
         lisp_worker::fuzz::require(reply->value.has_value(),
                                    "a geometric request always has a value");
+      }
       return reply.has_value();
     }
     case MessageType::EvalStart:

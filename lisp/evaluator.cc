@@ -150,8 +150,8 @@ const RawValue& valueAtHand(const LispValue& form) {
 
 // While the builtin has the arguments, nothing can change them. A builtin does not throw.
 Result callBuiltinAtHand(Interpreter& interpreter, Run& items, std::uint32_t depth) {
-  if (operationOf(items) != Operation::Builtin || !interpreter.bindings().areAllAtHand())
-      [[unlikely]]
+  const bool is_builtin = operationOf(items) == Operation::Builtin;
+  if (!is_builtin || !interpreter.bindings().areAllAtHand()) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
   const std::size_t first_argument = interpreter.arguments().size();
   if (!lendArguments(interpreter, items) || !interpreter.countSteps(items.full_length, depth))

@@ -111,8 +111,8 @@ const char* const kPrograms[] = {
     "(DEFUN H (A B) (DEFUN H (A) (LIST A 'NEW)) (LIST A B)) (LIST (H (LIST 1) (LIST 2)) (H 3))",
     "(DEFUN H () (DEFUN I () (DEFUN J () (LIST 'NEW)) (J)) (I)) (H) (H) (J)",
     "(DEFUN H (N) (IF (< N 1) (LIST N) (LIST N (H (1- N))))) (H 6)",
-    "(DEFUN H (/ L1 L2 L3 L4 L5 L6 L7 L8 L9 L10 L11 L12 L13 L14 L15 L16 L17 L18) "
-    "(DEFUN I () (SETQ L1 (LIST L2)) (LIST L1)) (LIST (I) L1 (MANY (LIST 1)))) (H)",
+    ("(DEFUN H (/ L1 L2 L3 L4 L5 L6 L7 L8 L9 L10 L11 L12 L13 L14 L15 L16 L17 L18) "
+     "(DEFUN I () (SETQ L1 (LIST L2)) (LIST L1)) (LIST (I) L1 (MANY (LIST 1)))) (H)"),
     "(SETQ NEW (LIST 'A-NEW \"A NEW\")) (LIST NEW NEW)",
     "(SETQ I 0 B NIL) (WHILE (< I 20) (SETQ I (1+ I) B (CONS I B))) (SETQ B (CDR (CDR B)))",
     "(SSNAME S 1) (SSNAME (LIST '$KVSEL \"NEW\") 0) (SSLENGTH (LIST '$KVSEL \"NEW\"))",

@@ -80,7 +80,7 @@ struct RawValue {
   }
   [[nodiscard]] static RawValue ofList(Counted& run, std::uint32_t length) {
     RawValue raw;
-    raw.head = static_cast<std::uint64_t>(Tag::List) | std::uint64_t{length} << 32;
+    raw.head = static_cast<std::uint64_t>(Tag::List) | (static_cast<std::uint64_t>(length) << 32);
     raw.record = &run;
     return raw;
   }
