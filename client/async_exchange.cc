@@ -28,7 +28,7 @@ void AsyncExchange::advance() {
 
 void AsyncExchange::loseAll() {
   if (in_hand_) queue_.push_front(*std::exchange(in_hand_, std::nullopt));
-  // What is told may add requests, which are lost, too.
+  // A callback may add requests, and those are lost, too.
   while (!queue_.empty()) {
     const AsyncRequest request = std::move(queue_.front());
     queue_.pop_front();
@@ -54,7 +54,7 @@ void AsyncExchange::begin() {
   if (time_limit_.count() > 0) deadline_ = momentAfter(time_limit_);
 }
 
-// Whether bytes have gone.
+// True when bytes have gone.
 bool AsyncExchange::sendMore() {
   if (!wantsToWrite()) return false;
   const auto count = channel_.writeSome(std::string_view(frame_).substr(sent_));
@@ -69,7 +69,7 @@ bool AsyncExchange::sendMore() {
   return !fault_ && *count != 0;
 }
 
-// Whether bytes have come.
+// True when bytes have come.
 bool AsyncExchange::receiveMore() {
   std::array<char, 8192> buffer;
   const auto count = channel_.readSome(buffer.data(), buffer.size());

@@ -66,7 +66,7 @@ class AsyncExchange {
   [[nodiscard]] Deadline deadline() const { return in_hand_ ? deadline_ : std::nullopt; }
   [[nodiscard]] const std::optional<Fault>& fault() const { return fault_; }
 
-  // What the observer has thrown since the last call; null when it has not.
+  // The exception that the observer has thrown since the last call; null without one.
   [[nodiscard]] std::exception_ptr takeObserverFailure();
 
  private:
@@ -90,7 +90,7 @@ class AsyncExchange {
   worker::MessageHeader response_;  // Of its response, once it has come.
   std::string frame_;               // The request in hand, as bytes; `sent_` of them have gone.
   std::size_t sent_ = 0;
-  std::string received_;  // What has come of the response.
+  std::string received_;  // The part of the response that has come.
   Deadline deadline_;
   std::uint64_t next_request_id_ = 1;
   std::optional<Fault> fault_;

@@ -251,7 +251,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     }
   }
 
-  // Tells everybody that there is no worker to finish their work.
+  // Tells everybody that their work is lost with the worker.
   void loseAll() {
     const std::unique_ptr<AsyncExchange> lost = std::exchange(exchange_, nullptr);
     if (lost != nullptr) lost->loseAll();

@@ -1,4 +1,4 @@
-// What an AsyncChannel needs of a worker's process beyond the interface for hosts that wait.
+// The part of a worker's process that only an AsyncChannel needs; hosts that wait do without.
 
 #ifndef CLIENT_PROCESS_ACCESS_H_
 #define CLIENT_PROCESS_ACCESS_H_
