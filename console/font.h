@@ -1,4 +1,4 @@
-// How wide texts are, in the font that draws them: DejaVu Sans, which pictures name first.
+// The widths of texts in the font that draws them: DejaVu Sans, which pictures name first.
 
 #ifndef CONSOLE_FONT_H_
 #define CONSOLE_FONT_H_

@@ -14,7 +14,7 @@ class Document {
  public:
   Document(std::string name, const char* worker) : name_(std::move(name)), worker_(worker) {}
 
-  // What a menu does: it hands the program over and returns.
+  // A menu calls this: it hands the program over and returns.
   client::ProgramId run(const std::string& program) {
     ++open_count_;
     return worker_.submit(
@@ -33,7 +33,7 @@ class Document {
                       }});
   }
 
-  // What the user does: the button that cancels a program, and an answer to each open question.
+  // The user's part: the button that cancels a program, and an answer to each open question.
   void pressCancel(client::ProgramId id) { worker_.cancel(id); }
   void answerAll(double distance) {
     for (const auto& question : std::exchange(questions_, {})) {
