@@ -19,9 +19,10 @@ struct PictureOptions {
 };
 
 // The text of an SVG file: both drawings side by side, in the same scale, each layer in its
-// colour; what is new in green, what is changed in orange, what is erased in red; a scale, and a
-// legend of the layers. Without entities before, `after` alone has all of the page. A drawing with
-// a view shows that part of it. Hidden layers are left out.
+// colour; what is new in a green band, what has changed in a dashed orange one, what is erased
+// under red dots; a scale, and a legend. Without entities before, or when nothing looks different,
+// `after` alone has all of the page. A drawing with a view shows that part of it. Hidden layers
+// are left out. Each entity's element names it in data-handle.
 [[nodiscard]] std::string drawPicture(const Drawing& before, const Drawing& after,
                                       const client::CoordContext& context,
                                       const PictureOptions& options);

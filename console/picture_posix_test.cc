@@ -61,10 +61,35 @@ TEST_F(PictureTest, MarksWhatIsNewChangedAndErased) {
   EXPECT_THAT(svg, HasSubstr("1 new, 1 changed, 1 erased"));
   EXPECT_EQ(countOf(svg, "class=\"sheet\""), 2u);
   // Once for each mark in a panel, and once in the legend; what has changed in both panels.
-  EXPECT_EQ(countOf(svg, "stroke=\"#43a047\" class=\"mark\""), 2u);
-  EXPECT_EQ(countOf(svg, "stroke=\"#fb8c00\" class=\"mark\""), 3u);
-  EXPECT_EQ(countOf(svg, "stroke=\"#e53935\" class=\"mark\""), 2u);
-  EXPECT_EQ(countOf(svg, "stroke-dasharray"), 1u);
+  EXPECT_EQ(countOf(svg, "class=\"mark new\""), 2u);
+  EXPECT_EQ(countOf(svg, "class=\"mark changed\""), 3u);
+  EXPECT_EQ(countOf(svg, "class=\"mark erased\""), 2u);
+  // They differ without their colours: in width, and in their dashes.
+  EXPECT_THAT(svg, HasSubstr(".new { stroke: #43a047; stroke-width: 8 }"));
+  EXPECT_THAT(svg, HasSubstr(".changed { stroke: #fb8c00; stroke-width: 7; stroke-dasharray: 9 6"));
+  EXPECT_THAT(svg, HasSubstr(".erased { stroke: #e53935; stroke-width: 9; stroke-dasharray: 0 13"));
+}
+
+TEST_F(PictureTest, ShowsOneSheetWhereNothingHasChanged) {
+  run(before, R"(("LAYER" "M" "A" "" "LINE" (0 0) (9 9) ""))");
+  after = before;
+  EXPECT_THAT(draw(), HasSubstr("1 entity, nothing has changed"));
+  EXPECT_EQ(countOf(draw(), "class=\"sheet\""), 1u);
+  run(after, R"(("ZOOM" "C" (0 0) 5 "LAYER" "N" "EMPTY" ""))");
+  EXPECT_EQ(countOf(draw(), "class=\"sheet\""), 1u);
+  run(after, R"(("LAYER" "C" "red" "A" ""))");  // The line looks different now.
+  EXPECT_EQ(countOf(draw(), "class=\"sheet\""), 2u);
+}
+
+TEST_F(PictureTest, NamesEachEntityForPointersAndScripts) {
+  run(after, R"(("LAYER" "M" "A & B" "" "LINE" (0 0) (9 9) "" "CIRCLE" (1 1) 2))");
+  run(after, R"(("TEXT" (0 0) 2 0 "word" "POINT" (5 5) ""))");
+  const std::string svg = draw();
+  EXPECT_EQ(countOf(svg, "data-handle="), 4u);
+  EXPECT_THAT(svg,
+              HasSubstr("data-handle=\"E1\"><title>E1 LINE on layer A &amp; B</title></path>"));
+  EXPECT_THAT(svg, HasSubstr("data-handle=\"E2\"><title>E2 CIRCLE on layer A &amp; B</title>"));
+  EXPECT_THAT(svg, HasSubstr("data-handle=\"E3\"><title>E3 TEXT on layer A &amp; B</title>word<"));
 }
 
 TEST_F(PictureTest, DrawsLayersInTheirColoursAndLeavesHiddenOnesOut) {
@@ -72,7 +97,7 @@ TEST_F(PictureTest, DrawsLayersInTheirColoursAndLeavesHiddenOnesOut) {
   run(after, R"(("LAYER" "M" "H" "" "CIRCLE" (0 0) 2 "LAYER" "OFF" "H" ""))");
   const std::string svg = draw();
   EXPECT_EQ(countOf(svg, "<circle"), 1u);
-  EXPECT_THAT(svg, HasSubstr("stroke=\"#d32f2f\"/>"));
+  EXPECT_THAT(svg, HasSubstr("stroke=\"#d32f2f\" data-handle=\"E1\">"));
   EXPECT_THAT(svg, HasSubstr(">R</text>"));
   EXPECT_THAT(svg, HasSubstr(">H (off)</text>"));
 }

@@ -1,0 +1,33 @@
+// Entities as elements of SVG. Each carries its handle in the attribute data-handle, and says its
+// handle, type and layer when the pointer rests on it.
+
+#ifndef CONSOLE_ENTITY_PICTURE_H_
+#define CONSOLE_ENTITY_PICTURE_H_
+
+#include <cstdint>
+#include <string>
+
+#include "console/drawing.h"
+#include "console/panel.h"
+
+namespace lisp_worker::console {
+
+// What a program has done to an entity.
+enum class Mark : std::uint8_t { None, Added, Changed, Erased };
+
+// The entity's shape in its colour. It must stand in an element of the class "drawing".
+[[nodiscard]] std::string entityElement(const Panel& panel, const Drawing& drawing,
+                                        const Entity& entity);
+
+// A broad band along the entity, to lie below it; empty without a mark.
+[[nodiscard]] std::string markElement(const Panel& panel, const Entity& entity, Mark mark);
+
+// The attributes of such a band. The kinds differ in colour, in width and in their dashes.
+[[nodiscard]] std::string markStyle(Mark mark);
+
+// The rules of style that the elements need.
+[[nodiscard]] std::string entityRules();
+
+}  // namespace lisp_worker::console
+
+#endif  // CONSOLE_ENTITY_PICTURE_H_

@@ -1,0 +1,46 @@
+// A rectangle of the page that shows a box of the drawing.
+
+#ifndef CONSOLE_PANEL_H_
+#define CONSOLE_PANEL_H_
+
+#include <string>
+
+#include "console/shape.h"
+#include "console/svg.h"
+#include "lisp_worker/client/coordinates.h"
+
+namespace lisp_worker::console {
+
+// All lengths but those of `world` are in units of the page, whose y axis points down.
+struct Panel {
+  double left = 0;
+  double top = 0;
+  double width = 0;
+  double height = 0;
+  double strip = 0;  // As much of the height lies below the drawing.
+  Box world;
+  double scale = 1;       // For each unit of the drawing.
+  double millimetre = 1;  // For each millimetre of paper.
+
+  [[nodiscard]] double middleX() const { return left + width / 2; }
+  [[nodiscard]] double middleY() const { return top + (height - strip) / 2; }
+  [[nodiscard]] double x(double world_x) const {
+    return middleX() + (world_x - (world.left + world.right) / 2) * scale;
+  }
+  [[nodiscard]] double y(double world_y) const {
+    return middleY() - (world_y - (world.bottom + world.top) / 2) * scale;
+  }
+  // "X Y", as paths take it.
+  [[nodiscard]] std::string position(const client::Point& point) const {
+    return svgNumber(x(point.x)) + " " + svgNumber(y(point.y));
+  }
+  // "x=... y=... width=... height=...", as rectangles take them.
+  [[nodiscard]] std::string frame() const {
+    return "x=\"" + svgNumber(left) + "\" y=\"" + svgNumber(top) + "\" width=\"" +
+           svgNumber(width) + "\" height=\"" + svgNumber(height) + "\"";
+  }
+};
+
+}  // namespace lisp_worker::console
+
+#endif  // CONSOLE_PANEL_H_
