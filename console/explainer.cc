@@ -64,6 +64,7 @@ std::string counted(std::uint64_t count) {
 
 void Explainer::start(std::string_view name, std::string_view text,
                       const client::CoordContext* context) {
+  follower_.reset();
   program_ = explain::readProgram(std::string(name), std::string(text));
   has_context_ = context != nullptr;
   if (has_context_) context_ = contextOf(*context);
@@ -85,13 +86,26 @@ void Explainer::answer(std::string_view call_name, std::string_view answer_text,
   if (refused_argument) refused_arguments_[answers_.size() - 1] = *refused_argument;
 }
 
-std::optional<client::DatumList> Explainer::argumentsOf(const client::EvalResult& waiting) {
-  constexpr std::size_t kTextSizeMax = 1 << 20;
+std::optional<std::vector<lisp::LispValue>> Explainer::valuesOfWaitingCall(
+    const client::EvalResult& waiting) {
+  if (earlier_contexts_.empty()) {
+    if (follower_ == nullptr) {
+      follower_ = std::make_unique<explain::Follower>(program_, definitions_,
+                                                      has_context_ ? &context_ : nullptr);
+    }
+    return follower_->argumentsAfter(answers_);
+  }
   // An evaluation that goes on behind the call tells the arguments; the answer does not matter.
   answers_.push_back({.name = waiting.call_name, .answer = {}});
-  static_cast<void>(evaluateWithoutTrace());
-  const auto values = std::move(answers_.back().arguments);
+  static_cast<void>(evaluateAside());
+  auto values = std::move(answers_.back().arguments);
   answers_.pop_back();
+  return values;
+}
+
+std::optional<client::DatumList> Explainer::argumentsOf(const client::EvalResult& waiting) {
+  constexpr std::size_t kTextSizeMax = 1 << 20;
+  const auto values = valuesOfWaitingCall(waiting);
   if (!values || values->size() != waiting.arg_count) return std::nullopt;
   client::DatumList arguments;
   for (const auto& value : *values) {
@@ -104,12 +118,13 @@ std::optional<client::DatumList> Explainer::argumentsOf(const client::EvalResult
 }
 
 void Explainer::replaceContext(const client::CoordContext& context) {
+  follower_.reset();
   // The call that waits has been reached under the old one; its answer is still to come.
   earlier_contexts_.push_back({answers_.size() + 1, context_});
   context_ = contextOf(context);
 }
 
-explain::Outcome Explainer::evaluateAgain() {
+explain::Outcome Explainer::evaluateAgain(explain::Watcher* watcher) {
   // The evaluation that reached a call first has decided what the call asks for.
   for (const ContextVersion& version : earlier_contexts_) {
     if (version.call_count > answers_.size()) continue;
@@ -117,11 +132,12 @@ explain::Outcome Explainer::evaluateAgain() {
     static_cast<void>(explain::evaluate(
         program_, scratch, std::span(answers_).first(version.call_count), &version.context));
   }
-  return explain::evaluate(program_, definitions_, answers_, has_context_ ? &context_ : nullptr);
+  return explain::evaluate(program_, definitions_, answers_, has_context_ ? &context_ : nullptr, {},
+                           watcher);
 }
 
 std::string Explainer::explainUnreadableAnswer(const client::EvalResult& result) {
-  outcome_ = evaluateAgain();  // Stops at the call that was answered.
+  outcome_ = evaluateAgain(watcher_);  // Stops at the call that was answered.
   const explain::Fault call = outcome_.fault;
   const auto answer = explain::explainAnswer(last_answer_);
   if (!answer || answer->message != result.text) return "";
@@ -135,17 +151,20 @@ std::string Explainer::explainUnreadableAnswer(const client::EvalResult& result)
 }
 
 // Leaves the definitions as they are, since the worker forgets the program.
-explain::Outcome Explainer::evaluateWithoutTrace() {
+explain::Outcome Explainer::evaluateAside(explain::Watcher* watcher) {
   explain::Definitions kept = definitions_;
-  explain::Outcome outcome = evaluateAgain();
+  explain::Outcome outcome = evaluateAgain(watcher);
   definitions_ = std::move(kept);
   return outcome;
 }
 
-void Explainer::stop() { outcome_ = evaluateWithoutTrace(); }
+void Explainer::stop() {
+  follower_.reset();
+  outcome_ = evaluateAside(watcher_);
+}
 
 std::string Explainer::placeOfWaitingCall() {
-  const explain::Outcome outcome = evaluateWithoutTrace();
+  const explain::Outcome outcome = evaluateAside();
   if (outcome.kind != explain::OutcomeKind::HostCallRequired || outcome.fault.program == nullptr) {
     return "";
   }
@@ -153,7 +172,8 @@ std::string Explainer::placeOfWaitingCall() {
 }
 
 std::string Explainer::cancel() {
-  outcome_ = evaluateWithoutTrace();
+  follower_.reset();
+  outcome_ = evaluateAside(watcher_);
   const bool waits = outcome_.kind == explain::OutcomeKind::HostCallRequired;
   return waits ? explain::explanationOf(outcome_) : "";
 }
@@ -178,12 +198,13 @@ std::string Explainer::explainRefusals() const {
 }
 
 std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
+  follower_.reset();
   if (program_->source.text().size() > worker::kPayloadSizeMax) return "";  // Was never sent.
   if (reply.value && reply.value->text.starts_with("host response parse error: ") &&
       reply.value->eval_status == EvalStatus::ReadError) {
     return explainUnreadableAnswer(*reply.value);
   }
-  outcome_ = evaluateAgain();
+  outcome_ = evaluateAgain(watcher_);
   if (!reply.value) return "";
   const client::EvalResult& result = *reply.value;
   const bool is_same = static_cast<int>(outcome_.kind) == static_cast<int>(result.eval_status) &&

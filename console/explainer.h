@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +13,8 @@
 #include <vector>
 
 #include "explain/evaluation.h"
+#include "explain/follower.h"
+#include "explain/watcher.h"
 #include "lisp_worker/client/coordinates.h"
 #include "lisp_worker/client/datum.h"
 #include "lisp_worker/client/eval_result.h"
@@ -32,7 +35,8 @@ class Explainer {
               std::optional<std::size_t> refused_argument = std::nullopt);
 
   // The arguments of the call that waits, as its program has made them; empty when this evaluation
-  // does not come to them, or no text can be written for them. Evaluates the program once more.
+  // does not come to them, or no text can be written for them. Evaluates the program once more, all
+  // of its calls together; once for each call after replaceContext().
   [[nodiscard]] std::optional<client::DatumList> argumentsOf(const client::EvalResult& waiting);
 
   // The context has been replaced, while a call waits.
@@ -57,6 +61,9 @@ class Explainer {
   // too many. Once the program has come to an end.
   [[nodiscard]] std::string explainRefusals() const;
 
+  // Told of the evaluation of each program and library that has come to an end; null for nobody.
+  void setWatcher(explain::Watcher* watcher) { watcher_ = watcher; }
+
   // The outcome of the last program as evaluated here, with its steps by line.
   [[nodiscard]] const explain::Outcome& outcome() const { return outcome_; }
 
@@ -65,13 +72,16 @@ class Explainer {
   void setDefinitions(explain::Definitions definitions) { definitions_ = std::move(definitions); }
 
  private:
+  [[nodiscard]] std::optional<std::vector<lisp::LispValue>> valuesOfWaitingCall(
+      const client::EvalResult& waiting);
+
   struct ContextVersion {
     std::size_t call_count;  // Calls that were reached under it or an earlier one.
     geometry::CoordContext context;
   };
 
-  explain::Outcome evaluateAgain();
-  explain::Outcome evaluateWithoutTrace();
+  explain::Outcome evaluateAgain(explain::Watcher* watcher);
+  explain::Outcome evaluateAside(explain::Watcher* watcher = nullptr);
   std::string explainUnreadableAnswer(const client::EvalResult& result);
 
   explain::Definitions definitions_;
@@ -82,7 +92,9 @@ class Explainer {
   std::vector<explain::AnsweredCall> answers_;
   std::map<std::size_t, std::size_t> refused_arguments_;  // By index in answers_.
   std::string last_answer_;
+  std::unique_ptr<explain::Follower> follower_;  // Of the program, once it is needed.
   explain::Outcome outcome_;
+  explain::Watcher* watcher_ = nullptr;
 };
 
 }  // namespace lisp_worker::console

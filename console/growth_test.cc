@@ -12,6 +12,7 @@
 #include <string>
 
 #include "console/contexts.h"
+#include "console/explainer.h"
 #include "console/host.h"
 #include "console/session.h"
 #include "lisp_worker/client/answer_text.h"
@@ -144,6 +145,26 @@ TEST_F(Growth, OfSelectingAndMovingAllIsLinear) {
       };
     });
   }
+}
+
+// A text that holds a quote can be read in two ways, and the program is asked for each call.
+TEST_F(Growth, OfALoopWhoseTextsHoldQuotesIsLinear) {
+  expectLinear(1000, [](std::size_t count) {
+    return [count] {
+      const client::EvalResult waiting = callOf("COMMAND", R"(("TEXT" "0,0" 5 0 "3/4" BOLT"))", 5);
+      Explainer explainer;
+      explainer.start("loop.lsp",
+                      "(SETQ N 0)(WHILE (< N " + std::to_string(count) +
+                          R"() (COMMAND "TEXT" "0,0" 5 0 "3/4\" BOLT") (SETQ N (1+ N))))",
+                      nullptr);
+      for (std::size_t n = 0; n < count; ++n) {
+        const auto arguments = explainer.argumentsOf(waiting);
+        ASSERT_TRUE(arguments.has_value());
+        ASSERT_EQ(client::asString(arguments->back()), "3/4\" BOLT");
+        explainer.answer("COMMAND", "nil", "");
+      }
+    };
+  });
 }
 
 // A whole program of up to kHostCallCountMax calls: its conversation, what is kept of it, and the

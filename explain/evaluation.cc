@@ -8,6 +8,7 @@
 #include "explain/cause.h"
 #include "explain/habits.h"
 #include "explain/value_text.h"
+#include "explain/watcher.h"
 #include "geometry/builtins.h"
 #include "host/builtins.h"
 #include "host/run.h"
@@ -37,13 +38,15 @@ class Witness : public lisp::Observer {
  public:
   // Calls without arguments on record get them, in `answers` and in `transcript`.
   Witness(ProgramPointer program, const Definitions& definitions, std::span<AnsweredCall> answers,
-          lisp::HostTranscript& transcript)
+          lisp::HostTranscript& transcript, Watcher& watcher)
       : program_(std::move(program)),
         definitions_(definitions),
         answers_(answers),
-        transcript_(transcript) {}
+        transcript_(transcript),
+        watcher_(watcher) {}
 
   void entered(lisp::FormNumber number) override {
+    watcher_.entered(currentProgram(), number);
     const Form& form = *currentProgram()->forms_by_number[number];
     open_.push_back({&form, values_.size()});
     count(form);
@@ -60,7 +63,9 @@ class Witness : public lisp::Observer {
     if (left.form->operatorName() == "DEFUN") noteDefinition(*left.form);
     const bool is_argument = !open_.empty() && open_.back().form->entry != nullptr &&
                              open_.back().form->entry->group != Group::SpecialForm;
-    if (is_argument) values_.push_back(LispValue::share(*value));
+    const LispValue shared = LispValue::share(*value);
+    watcher_.left(shared);
+    if (is_argument) values_.push_back(shared);
   }
 
   void assigned(const lisp::Symbol& variable, const lisp::RawValue* /*before*/,
@@ -72,12 +77,17 @@ class Witness : public lisp::Observer {
     const auto defined = functions_.find(&function);
     const Function& callee =
         defined != functions_.end() ? defined->second : *definitions_.findFunction(&function);
+    watcher_.called(callee);
     calls_.push_back({callee, currentProgram(), open_.size()});
   }
 
-  void returned() override { calls_.pop_back(); }
+  void returned() override {
+    watcher_.returned();
+    calls_.pop_back();
+  }
 
-  void hostCalled(std::string_view /*name*/, std::span<const LispValue> arguments) override {
+  void hostCalled(std::string_view name, std::span<const LispValue> arguments) override {
+    watcher_.hostCalled(name, arguments);
     if (next_answer_ == answers_.size() || answers_[next_answer_].arguments) return;
     answers_[next_answer_].arguments.emplace(arguments.begin(), arguments.end());
     transcript_[next_answer_].arguments = *answers_[next_answer_].arguments;
@@ -85,6 +95,7 @@ class Witness : public lisp::Observer {
 
   void hostAnswered(const lisp::HostTranscriptEntry& /*entry*/) override {
     AnsweredCall& call = answers_[next_answer_++];
+    watcher_.hostAnswered(call);
     if (call.refusal.empty() || call.fault) return;
     const Form& form = *open_.back().form;
     call.fault = faultAt(form);
@@ -276,6 +287,7 @@ class Witness : public lisp::Observer {
   const Definitions& definitions_;
   std::span<AnsweredCall> answers_;
   lisp::HostTranscript& transcript_;
+  Watcher& watcher_;
   std::size_t next_answer_ = 0;
   bool has_failed_ = false;
   std::vector<OpenForm> open_;     // Outermost first.
@@ -329,18 +341,22 @@ ProgramPointer readProgram(std::string name, std::string text) {
 
 Outcome evaluate(const ProgramPointer& program, Definitions& definitions,
                  std::span<AnsweredCall> answers, const geometry::CoordContext* context,
-                 const lisp::EvalLimits& limits) {
+                 const lisp::EvalLimits& limits, Watcher* watcher) {
   if (program->reading.fault) return outcomeOfReading(program);
+  Watcher nobody;
+  if (watcher == nullptr) watcher = &nobody;
+  watcher->began(program);
   lisp::HostTranscript transcript;
   for (const AnsweredCall& answer : answers) {
     transcript.push_back(
         {answer.name, answer.arguments.value_or(std::vector<LispValue>()), answer.answer});
   }
-  Witness witness(program, definitions, answers, transcript);
+  Witness witness(program, definitions, answers, transcript, *watcher);
   lisp::Interpreter interpreter(definitions.environment(), context, &transcript);
   interpreter.observe(&witness);
   host::Program observed{{}, program->observed};
   const lisp::EvalOutcome result = host::run_program(interpreter, observed, limits);
+  watcher->ended();
   Outcome outcome;
   outcome.kind = result.kind;
   outcome.value = result.value;

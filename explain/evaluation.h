@@ -130,12 +130,14 @@ struct Outcome {
   std::vector<StepCount> step_counts;  // The most first.
 };
 
+class Watcher;  // explain/watcher.h
+
 // Runs `program` on `definitions`, which change only when it ends with a value. `context` may be
-// null. Calls without an answer end in HostCallRequired.
+// null, as may `watcher`, who is told of the run. Calls without an answer end in HostCallRequired.
 [[nodiscard]] Outcome evaluate(const ProgramPointer& program, Definitions& definitions,
                                std::span<AnsweredCall> answers,
                                const geometry::CoordContext* context,
-                               const lisp::EvalLimits& limits = {});
+                               const lisp::EvalLimits& limits = {}, Watcher* watcher = nullptr);
 
 // The fault of a host's answer that cannot be read; message is the worker's own, with its prefix.
 [[nodiscard]] std::optional<Outcome> explainAnswer(const std::string& answer);
