@@ -35,6 +35,8 @@ A program can say in comments how it wants to be run. Each takes a line of its o
   ;@ expect value DATUM             the program ends with this value,
   ;@ expect error MESSAGE           or with this message,
   ;@ expect refusal STATUS          or with this status and nothing else
+  ;@ expect entities N              the drawing holds so many entities then,
+  ;@ expect entity LIST             and one that has these groups
 
 Calls without an answer in the program are answered from the --answers file, by you with --ask, from
 the drawing (SSGET, ENTGET, ENTMAKE, ENTMAKEX, ENTMOD, OSNAP, COMMAND, COMMAND-S) or by rule:
@@ -57,7 +59,7 @@ Programs run under coordinate context 1, with the systems of the drawing file, o
 Exit codes: 0 every program ended as it expects, or with a value if it expects nothing; 1 some
 program did not, or check has found an error; 2 the command line or a file could not be used; 3 the
 worker could not be started or broke off; 4 as 0, but a host call was refused in a program that does
-not say what it expects. The prompt ends with 0 at a terminal, and replaces a worker that breaks off.
+not say what it expects; 5 a test has failed. The prompt ends with 0 at a terminal, and replaces a worker that breaks off.
 )";
 
 std::string notes() {
@@ -98,6 +100,14 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("--keep", line.keeps, "Keep what a program has drawn before it failed");
   app.add_flag("--strict", line.is_strict, "End a program at the first host call that is refused");
   app.add_flag("--dry-run", line.is_dry, "Show what would change, and do not write --save's file");
+  app.add_flag("--trace", line.traces,
+               "List the calls of functions and of the host: the first 400 of a program and the "
+               "last 100");
+  app.add_flag("--profile", line.profiles, "Show where the steps and the time of programs go");
+  app.add_flag("--coverage", line.shows_coverage,
+               "Show how often each line was evaluated, and which branches never");
+  app.add_option("--coverage-file", line.coverage_path, "Write that as a tracefile of lcov")
+      ->type_name("FILE");
   app.add_option("--max-calls", line.host_call_count_max,
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
@@ -110,11 +120,24 @@ bool isPicturePath(const std::string& path) {
 
 // The mistake in options of which each can be read; otherwise empty.
 std::string whyUnusable(const CommandLine& line) {
-  if (line.check && line.program_paths.empty()) return "check needs a program";
-  const bool runs_otherwise = line.asks || line.is_brief || line.shows_all_calls || line.keeps ||
-                              line.is_strict || line.is_dry || line.host_call_count_max != 0 ||
-                              line.shows_axes || line.shows_cells || !line.picture_paths.empty() ||
-                              !(line.drawing_path + line.save_path + line.answers_path).empty();
+  const bool records =
+      line.traces || line.profiles || line.shows_coverage || !line.coverage_path.empty();
+  if (line.program_paths.empty()) {
+    if (line.check) return "check needs a program";
+    if (line.test) return "test needs a program";
+    if (records) return "--trace, --profile and --coverage need a program";
+  }
+  const bool draws =
+      !line.save_path.empty() || !line.picture_paths.empty() || line.shows_axes || line.shows_cells;
+  if (line.test &&
+      (draws || line.asks || line.is_brief || line.shows_all_calls || line.keeps || line.is_dry)) {
+    return "test takes --load, --drawing, --answers, --strict, --max-calls, --trace, --profile and "
+           "--coverage only";
+  }
+  const bool runs_otherwise = draws || records || line.asks || line.is_brief ||
+                              line.shows_all_calls || line.keeps || line.is_strict || line.is_dry ||
+                              line.host_call_count_max != 0 ||
+                              !(line.drawing_path + line.answers_path).empty();
   if (line.check && runs_otherwise)
     return "check runs nothing; of the options it takes --load only";
   for (const std::string& path : line.picture_paths) {
@@ -146,7 +169,8 @@ std::string usage() {
   CLI::App app;
   defineOptions(app, line);
   return "usage: lisp_console [OPTIONS] [PROGRAM...]\n"
-         "       lisp_console check [--load FILE] PROGRAM...\n\n" +
+         "       lisp_console check [--load FILE] PROGRAM...\n"
+         "       lisp_console test [OPTIONS] PROGRAM...\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
 }
 
@@ -160,7 +184,9 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.worker_path = default_worker;
   // A word in front, not an option: so that a program may be named like it behind "--".
   line.check = !arguments.empty() && arguments.front() == "check";
-  std::vector<std::string> reversed(arguments.begin() + (line.check ? 1 : 0), arguments.end());
+  line.test = !arguments.empty() && arguments.front() == "test";
+  const bool has_word = line.check || line.test;
+  std::vector<std::string> reversed(arguments.begin() + (has_word ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
   const auto asks_for = [&](const char* option) {
     return std::find(reversed.begin(), options_end, option) != options_end;

@@ -17,6 +17,7 @@ struct CommandLine {
   std::string help_topic;  // Behind --help; empty for everything.
   bool version = false;    // Nothing else counts then, except help.
   bool check = false;      // Look at the programs without running them.
+  bool test = false;       // Run each of them by itself, and say which are as they expect.
   std::string worker_path;
   std::vector<std::string> program_paths;  // In the order given; none for the prompt.
   std::vector<std::string> library_paths;
@@ -31,6 +32,10 @@ struct CommandLine {
   bool is_strict = false;
   bool is_dry = false;
   std::size_t host_call_count_max = 0;  // 0 where none was given.
+  bool traces = false;
+  bool profiles = false;
+  bool shows_coverage = false;
+  std::string coverage_path;
   bool shows_axes = false;
   bool shows_cells = false;
 };

@@ -25,8 +25,10 @@
 #include "console/program.h"
 #include "console/progress.h"
 #include "console/prompt.h"
+#include "console/recordings.h"
 #include "console/safe_output.h"
 #include "console/session.h"
+#include "console/test_runner.h"
 #include "explain/check.h"
 #include "explain/evaluation.h"
 #include "lisp_worker/client/names.h"
@@ -44,6 +46,7 @@ enum class ExitCode : std::uint8_t {
   UnusableInput = 2,
   WorkerBroken = 3,
   SomeRefused = 4,
+  SomeTestsFailed = 5,
 };
 
 ExitCode complain(ExitCode code, const std::string& what) {
@@ -93,6 +96,7 @@ std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
 bool canWriteOutputs(const CommandLine& line, std::string& error) {
   std::vector<std::string> paths = line.picture_paths;
   if (!line.save_path.empty() && !line.is_dry) paths.push_back(line.save_path);
+  if (!line.coverage_path.empty()) paths.push_back(line.coverage_path);
   return std::all_of(paths.begin(), paths.end(),
                      [&error](const std::string& path) { return canWriteFile(path, error); });
 }
@@ -142,6 +146,8 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   client::WorkerClient worker(process, {.time_limit = kTimeLimit});
   Session session(worker, std::cout);
   Explainer explainer;
+  Recordings recordings(line);
+  explainer.setWatcher(recordings.watcher());
   session.setExplainer(&explainer);
   session.setBrief(line.is_brief);
   session.setNames(inputs.programs.size() > 1);
@@ -187,12 +193,53 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   // The drawing is here, not in the worker.
   endInterrupts();
   std::string error;
-  const bool is_written = writeOutputs(line, session, title, wishes, error);
+  const bool is_written =
+      recordings.finish(std::cout, error) && writeOutputs(line, session, title, wishes, error);
   if (!is_written) complain(ExitCode::UnusableInput, error);
   if (!broken.empty()) return complain(ExitCode::WorkerBroken, broken);
   if (!is_written) return ExitCode::UnusableInput;
   const bool some_refused = exit_code == ExitCode::AllAsExpected && session.refusedCount() != 0;
   return some_refused ? ExitCode::SomeRefused : exit_code;
+}
+
+ExitCode testPrograms(const Inputs& inputs, const CommandLine& line) {
+  Recordings recordings(line);
+  ProgressLine progress;
+  bool is_interrupted = false;
+  TestRunner runner({.start_worker =
+                         [&line](std::string& error) {
+                           ignoreInterrupts();
+                           auto process = client::startWorker(line.worker_path, &error);
+                           catchInterrupts();
+                           return process;
+                         },
+                     .libraries = inputs.libraries,
+                     .sheet = inputs.sheet,
+                     .answers_name = line.answers_path,
+                     .answers = inputs.answers,
+                     .is_strict = line.is_strict,
+                     .host_call_count_max = line.host_call_count_max,
+                     .watcher = recordings.watcher(),
+                     .progress =
+                         [&](const Progress& now) {
+                           is_interrupted = !progress.report(now);
+                           return !is_interrupted;
+                         }},
+                    std::cout);
+  std::string error;
+  std::string broken;
+  for (const Program& program : inputs.programs) {
+    progress.start();
+    if (!runner.run(program, error)) broken = program.name + ": " + error;
+    progress.clear();
+    if (is_interrupted) break;
+  }
+  endInterrupts();
+  runner.printSummary();
+  if (!recordings.finish(std::cout, error)) return complain(ExitCode::UnusableInput, error);
+  if (!broken.empty()) return complain(ExitCode::WorkerBroken, broken);
+  return runner.haveAllPassed() && !is_interrupted ? ExitCode::AllAsExpected
+                                                   : ExitCode::SomeTestsFailed;
 }
 
 // Counts and prints what the checks find.
@@ -289,6 +336,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);
   if (!canWriteOutputs(*line, error)) return complain(ExitCode::UnusableInput, error);
+  if (line->test) return testPrograms(*inputs, *line);
   if (line->program_paths.empty()) return runPrompt(*inputs, *line);
   ignoreInterrupts();
   const auto process = client::startWorker(line->worker_path, &error);

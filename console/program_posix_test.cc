@@ -97,7 +97,8 @@ TEST_F(ConsoleProgram, IsDescribedByItsManualPage) {
   std::erase(page, '\\');
   runPrograms("<'" + file("lines.txt", ":help\n") + "'");
   const std::string told = usage() + output;
-  static const std::regex kName("--[a-z-]+|\n  ;@ [a-z]+( value| error| refusal)?|\n  :[a-z]+");
+  static const std::regex kName(
+      "--[a-z-]+|\n  ;@ [a-z]+( value| error| refusal| entities| entity)?|\n  :[a-z]+");
   int count = 0;
   for (std::sregex_iterator name(told.begin(), told.end(), kName), end; name != end; ++name) {
     const std::string text = name->str();
@@ -105,7 +106,7 @@ TEST_F(ConsoleProgram, IsDescribedByItsManualPage) {
     ++count;
   }
   EXPECT_GT(count, 30);
-  for (const char* const code : {"0", "1", "2", "3", "4"}) {
+  for (const char* const code : {"0", "1", "2", "3", "4", "5"}) {
     EXPECT_THAT(page, HasSubstr(std::string(".TP\n.B ") + code + "\n"));
   }
 }

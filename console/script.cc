@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "console/command_input.h"
+#include "console/entity.h"
 #include "lisp_worker/client/answer_text.h"
 
 namespace lisp_worker::console {
@@ -94,9 +95,27 @@ std::string readSystem(std::string_view text, Script& script) {
   return "";
 }
 
+std::string readEntityExpectation(std::string_view text, Script& script) {
+  std::string error;
+  std::optional<Datum> groups = client::readDatum(text, &error);
+  if (!groups) return error;
+  const DatumList* const list = client::asList(*groups);
+  if (list == nullptr || list->empty() || !std::all_of(list->begin(), list->end(), isGroup)) {
+    return "expect which groups? as in ;@ expect entity ((0 \"CIRCLE\") (40 3))";
+  }
+  script.expected_entities.push_back(*list);
+  return "";
+}
+
 std::string readExpectation(std::string_view text, Script& script) {
-  if (script.expectation) return "a program ends only once";
   const std::string_view kind = takeWord(text);
+  if (kind == "entity") return readEntityExpectation(text, script);
+  if (kind == "entities") {
+    if (script.expected_entity_count) return "a drawing has one number of entities";
+    script.expected_entity_count = readCount(text);
+    return script.expected_entity_count ? "" : "expect how many entities? a number is missing";
+  }
+  if (script.expectation) return "a program ends only once";
   Expectation expectation{.kind = Expectation::Kind::Value, .text = std::string(text)};
   if (kind == "value") {
     std::string error;
@@ -106,7 +125,7 @@ std::string readExpectation(std::string_view text, Script& script) {
   } else if (kind == "refusal") {
     expectation.kind = Expectation::Kind::Refusal;
   } else {
-    return "expect what: value, error or refusal?";
+    return "expect what: value, error, refusal, entity or entities?";
   }
   script.expectation = std::move(expectation);
   return "";

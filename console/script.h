@@ -55,6 +55,8 @@ struct Script {
   std::vector<client::Datum> entities;  // Groups; not yet known to make an entity.
   std::vector<SystemChange> system_changes;
   std::optional<Expectation> expectation;
+  std::optional<std::size_t> expected_entity_count;  // In the drawing, when the program is over;
+  std::vector<client::DatumList> expected_entities;  // and groups that an entity of it has.
   bool keeps = false;  // The program's changes of the drawing stay, also when it fails.
 };
 

@@ -126,8 +126,13 @@ TEST(Script, NamesTheLineThatCannotBeUnderstood) {
       {";@ system 1 (1 2 3 4 5 6 7 X)", "line 1: a system takes 8 numbers"},
       {";@ system 1 8", "line 1: a system takes 8 numbers"},
       {";@ system 1", "line 1: a system takes 8 numbers"},
-      {"\n\n;@ expect", "line 3: expect what: value, error or refusal?"},
+      {"\n\n;@ expect", "line 3: expect what: value, error, refusal, entity or entities?"},
       {";@ expect value (1", "line 1: unterminated list"},
+      {";@ expect entities", "line 1: expect how many entities? a number is missing"},
+      {";@ expect entities 2\n;@ expect entities 2",
+       "line 2: a drawing has one number of entities"},
+      {";@ expect entity (0 1)",
+       "line 1: expect which groups? as in ;@ expect entity ((0 \"CIRCLE\") (40 3))"},
       {";@ expect value 1\n;@ expect value 1", "line 2: a program ends only once"},
   };
   for (const Row& row : rows) EXPECT_EQ(errorOf(row.program), row.error) << row.program;

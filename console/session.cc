@@ -83,22 +83,6 @@ std::string whyRefused(WorkerStatus status, std::size_t program_size) {
          " are the most; move functions into libraries of their own (--load)";
 }
 
-bool isExpected(const Reply<EvalResult>& reply, const Expectation& expectation) {
-  switch (expectation.kind) {
-    case Expectation::Kind::Value: {
-      if (reply.status != WorkerStatus::Ok) return false;
-      const auto value = client::readWorkerText(reply.value->text, nullptr);
-      return value && value == client::readDatum(expectation.text, nullptr);
-    }
-    case Expectation::Kind::Error:
-      return reply.status != WorkerStatus::Ok && reply.value &&
-             reply.value->text == expectation.text;
-    case Expectation::Kind::Refusal:
-      return !reply.value && client::statusName(reply.status) == expectation.text;
-  }
-  return false;
-}
-
 }  // namespace
 
 void Session::setSheet(Sheet sheet) {
@@ -153,6 +137,7 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   if (!is_brief_ || shows_names_) out_ << "== " << name << "\n";
   if (!is_brief_) printProgram(program);
   context_ = sheet_context_;
+  mismatches_.clear();
   const bool ready = addScriptedEntities(script) && registerContext(script, 0);
   if (!ready) return worker_->fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
   if (std::exchange(is_fresh_, false)) before_ = drawing_;
@@ -162,8 +147,9 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   const ProgramEnd end = converse(program, script);
   if (end != ProgramEnd::Broken && explainer_ != nullptr) out_ << explainer_->explainRefusals();
   settle(found, script.keeps);
+  const ProgramEnd judged = judgeDrawing(end, script);
   if (!is_brief_) out_ << "\n";
-  return end;
+  return judged;
 }
 
 // A program is one change of the drawing: all of it stays, or none.
@@ -299,6 +285,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
 ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason) {
   if (worker_->fault()) return ProgramEnd::Broken;
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel", reason);
+  mismatches_ = {{"an end of its own", "cancelled: " + reason}};
   if (explainer_ != nullptr) out_ << explainer_->cancel();
   const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
@@ -308,6 +295,7 @@ ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason)
 ProgramEnd Session::cancelRefused(const EvalResult& waiting, const std::string& reason) {
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel",
             waiting.call_name + " was refused: " + displayText(reason));
+  mismatches_ = {{"no refused host call", waiting.call_name + " refused: " + reason}};
   if (explainer_ != nullptr) explainer_->stop();
   return worker_->evalCancel(waiting.run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
@@ -343,13 +331,24 @@ std::string Session::placeOfWaitingCall() {
 }
 
 ProgramEnd Session::judge(const Reply<EvalResult>& reply, const Script& script) {
-  if (!script.expectation) {
-    return reply.status == WorkerStatus::Ok ? ProgramEnd::AsExpected : ProgramEnd::Unexpected;
+  mismatches_ = mismatchesOf(script, reply);
+  const bool expected = mismatches_.empty();
+  if (script.expectation) {
+    printLine("script", expected ? "as expected" : "NOT AS EXPECTED",
+              expected ? "" : displayText(script.expectation->text));
   }
-  const bool expected = isExpected(reply, *script.expectation);
-  printLine("script", expected ? "as expected" : "NOT AS EXPECTED",
-            expected ? "" : displayText(script.expectation->text));
   return expected ? ProgramEnd::AsExpected : ProgramEnd::Unexpected;
+}
+
+ProgramEnd Session::judgeDrawing(ProgramEnd end, const Script& script) {
+  if (end == ProgramEnd::Broken) return end;
+  for (Mismatch& mismatch : mismatchesOf(script, drawing_)) {
+    printLine("script", "NOT AS EXPECTED",
+              displayText(mismatch.expected) + "; there is: " + displayText(mismatch.got));
+    mismatches_.push_back(std::move(mismatch));
+    end = ProgramEnd::Unexpected;
+  }
+  return end;
 }
 
 void Session::printExplanation(const Reply<EvalResult>& reply) {

@@ -16,6 +16,7 @@
 
 #include "console/drawing.h"
 #include "console/drawing_file.h"
+#include "console/expectation.h"
 #include "console/explainer.h"
 #include "console/host.h"
 #include "console/program.h"
@@ -86,6 +87,10 @@ class Session {
   [[nodiscard]] State state() const { return {sheet(), before_, is_fresh_}; }
   void restore(State state);
 
+  // The differences of the last program from what it expects; none when it has ended as expected,
+  // or could not be run.
+  [[nodiscard]] const std::vector<Mismatch>& mismatches() const { return mismatches_; }
+
   // The host calls of the last program.
   [[nodiscard]] const std::vector<CallRecord>& calls() const { return calls_; }
 
@@ -154,6 +159,7 @@ class Session {
   void noteQuotes(std::string_view sent);
   std::optional<client::DatumList> knownArguments(const client::EvalResult& waiting);
   ProgramEnd judge(const client::Reply<client::EvalResult>& reply, const Script& script);
+  ProgramEnd judgeDrawing(ProgramEnd end, const Script& script);
 
   // Prints unless the session is brief, or the call is one of too many.
   void tell(std::string_view speaker, std::string_view what, const std::string& text);
@@ -173,6 +179,7 @@ class Session {
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;
   std::vector<CallRecord> calls_;
+  std::vector<Mismatch> mismatches_;
   bool may_hold_quotes_ = false;  // Some text that the worker has may hold a double quote.
   bool has_value_ = false;        // The last program has ended with a value.
   bool keeps_ = false;
