@@ -101,7 +101,9 @@ class GrowingTable {
   }
 
   void addSegment() {
-    segments_.push_back(new (storage::allocate(sizeof(Segment))) Segment{});
+    auto* const segment = new (storage::allocate(sizeof(Segment))) Segment;
+    segment->fill(nullptr);
+    segments_.push_back(segment);
     bucket_count_ += kSegmentSize;
     countWork(kSegmentSize);
   }

@@ -13,6 +13,7 @@
 // to nil in G's call, and then assigned. F itself never binds it unless it touches it.
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 
 #include "lisp/bindings.h"
@@ -97,10 +98,10 @@ void Bindings::bindLate(Symbol& symbol) {
   symbol.nothing_late = state;
 }
 
-// Symbol::nothing_late if there is nothing to bind now; 0, which is never that, if it cannot be
-// told in so few bits.
+// Symbol::nothing_late if there is nothing to bind now. It fits: an owner is a depth, and each
+// entry takes a step.
 std::uint64_t Bindings::lateStateOf(const Symbol& symbol) const {
-  if (symbol.owner > kOwnersMax || late_entries_ > kEntriesMax) return 0;
+  assert(symbol.owner <= kOwnersMax && late_entries_ <= kEntriesMax);
   return (late_run_ << kOwnerBits | symbol.owner) << kEntryBits | late_entries_;
 }
 

@@ -158,6 +158,30 @@ TEST(Defun, ReplacesWhatWasDefinedBefore) {
                 {"(DEFUN CAR (A) 'ONE) (DEFUN CAR (A) 'TWO) (CAR 1)", "TWO"}});
 }
 
+// A function that stays has the definitions inside it prepared; each is found by its form, and is
+// the one function however often it is evaluated.
+TEST(Defun, MayStandInsideAFunctionThatStays) {
+  std::string body;
+  for (int i = 0; i < 600; ++i) {
+    const std::string number = std::to_string(i);
+    body += " (DEFUN H" + number + " () (+ N " + number + "))";
+  }
+  lisp_worker::testing_support::Evaluator evaluator;
+  EXPECT_THAT(evaluator.run("(DEFUN G ()" + body + ")"), isValue("G"));
+  EXPECT_THAT(evaluator.run("(SETQ N 1000) (G) (LIST (H0) (H1) (H299) (H598) (H599))"),
+              isValue("(1000 1001 1299 1598 1599)"));
+  EXPECT_THAT(evaluator.run("(SETQ N 0) (G) (LIST (H0) (H1) (H299) (H598) (H599))"),
+              isValue("(0 1 299 598 599)"));
+}
+
+// The inner function stays by its own name first, so its form is not the outer one's to prepare.
+TEST(Defun, MayStayBeforeTheFunctionAroundIt) {
+  lisp_worker::testing_support::Evaluator evaluator;
+  EXPECT_THAT(evaluator.run("(DEFUN F () 0) (DEFUN G () (DEFUN F () (+ N 1))) (G)"), isValue("F"));
+  EXPECT_THAT(evaluator.run("(SETQ N 5) (LIST (F) (G) (F))"), isValue("(6 F 6)"));
+  EXPECT_THAT(evaluator.run("(DEFUN F () 'OTHER) (LIST (F) (G) (F))"), isValue("(OTHER F 6)"));
+}
+
 // Forms with long parameter lists are kept for their next evaluation.
 TEST(Defun, MayBeEvaluatedAgainAndAgain) {
   std::string params;

@@ -114,7 +114,7 @@ enum class Operation : std::uint8_t {
     case Operation::FormBuiltin:
     case Operation::Unknown:
     case Operation::Unresolved:
-      return false;
+      break;
   }
   return false;
 }

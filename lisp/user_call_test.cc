@@ -229,6 +229,16 @@ TEST(UserCall, TakesTheCopyBeforeArgumentsThatAssignManyNames) {
   });
 }
 
+// A name that is read in each of several calls inside each other that bind late.
+TEST(UserCall, WithManyLocalsLooksAtEachCallOnce) {
+  const std::string f = "(DEFUN F (/ " + kManyLocals + ") (LIST X (G)))";
+  const std::string g = "(DEFUN G (/ " + kManyLocals + ") (LIST X L1 (H)))";
+  const std::string h = "(DEFUN H (/ X " + kManyLocals + ") (LIST X (SETQ X 2) (G2)))";
+  const std::string g2 = "(DEFUN G2 (/ " + kManyLocals + ") (LIST X L1))";
+  expectValues(
+      {{"(SETQ X 1)" + f + g + h + g2 + "(LIST (F) X)", "((1 (1 nil (nil 2 (2 nil)))) 1)"}});
+}
+
 TEST(UserCall, RestoresEverythingThatItShadowed) {
   expectValues(
       {{"(SETQ A 1) (DEFUN F (A) (IF (< A 50) (F (1+ A)) A)) (LIST (F 2) A)", "(50 1)"},

@@ -145,7 +145,7 @@ void retireFunction(UserFunction* function) {
 bool hasDeadFunctions() { return dead_functions != nullptr; }
 
 void decomposeFunctions(std::size_t count) {
-  while (count > 0 && dead_functions != nullptr) {
+  while (dead_functions != nullptr) {
     UserFunction* const function = dead_functions;
     for (; count > 0 && !function->inner_.empty(); --count) {
       dead_functions = function->next_dead_;  // What it holds may come in front.

@@ -46,7 +46,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     if (context != nullptr) context_before_ = *context;
   }
   ~KeptEvaluation() override {
-    if (stack_ != nullptr && waits()) giveUp();
+    if (stack_ != nullptr) giveUp();
   }
   KeptEvaluation(const KeptEvaluation&) = delete;
   KeptEvaluation& operator=(const KeptEvaluation&) = delete;
@@ -56,10 +56,11 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
   [[nodiscard]] std::size_t bytes() const { return bytes_; }
   // True when it waits for an answer on its stack.
   [[nodiscard]] bool waits() const { return stack_->isInProgress(); }
-  // True when a replay would see the coordinate systems that this evaluation has seen.
+  // True when a replay would see the coordinate systems that this evaluation has seen. A context
+  // that is registered anew keeps its place.
   [[nodiscard]] bool hasContextOf(const CoordContext* context) const {
-    return context == context_ &&
-           (context == nullptr || geometry::has_same_bytes(*context, *context_before_));
+    assert(context == context_);
+    return context == nullptr || geometry::has_same_bytes(*context, *context_before_);
   }
 
   // Begins or continues the evaluation, which has the answers of `transcript`.

@@ -274,6 +274,43 @@ TEST_F(KeptEvaluationsTest, DivergeAtACallWithANan) {
   EXPECT_EQ(kept(), 0U);
 }
 
+// T and the names of special forms are never bound anew, but a program may use them.
+TEST_F(KeptEvaluationsTest, StepAsideWithNamesThatKeepTheirMeaning) {
+  const std::uint64_t run =
+      start("(DEFUN T () 5) (SETQ IF 6) (LIST (GETDIST) (GETDIST) (T) T IF (IF T 1 2))");
+  resume(run);
+  const std::uint64_t other = start("(LIST (GETDIST) (GETDIST) T (IF T 3 4))");
+  resume(other);
+  EXPECT_EQ(kept(), 2U);
+  resume(run);
+  EXPECT_EQ(text_, "(1 1 5 T 6 1)");
+  resume(other);
+  EXPECT_EQ(text_, "(1 1 T 3)");
+  start("IF");
+  EXPECT_EQ(text_, "unbound symbol: IF");
+}
+
+TEST_F(KeptEvaluationsTest, MayBeNone) {
+  useLimits({.count_max = 0, .steps_min = 0});
+  const std::uint64_t run = start("(LIST (GETDIST) (GETDIST))");
+  resume(run);
+  EXPECT_EQ(kept(), 0U);
+  resume(run, "2");
+  EXPECT_EQ(text_, "(1 2)");
+}
+
+// What was given up is replayed, and then kept again.
+TEST_F(KeptEvaluationsTest, AreGivenUpAtEverySoManyAnswers) {
+  useLimits({.steps_min = 0, .give_up_every = 2});
+  const std::uint64_t run = start("(LIST (GETDIST) (GETDIST) (GETDIST) (GETDIST))");
+  for (const char* const answer : {"1", "2", "3"}) {
+    resume(run, answer);
+    EXPECT_EQ(kept(), 1U) << answer;
+  }
+  resume(run, "4");
+  EXPECT_EQ(text_, "(1 2 3 4)");
+}
+
 TEST_F(KeptEvaluationsTest, LeaveNothingBehind) {
   const auto come_and_go = [] {
     geometry::ContextTable contexts;

@@ -35,7 +35,7 @@ std::size_t bytesMoved(int stream, short events, Call call) {
     const ssize_t moved = call();
     if (moved >= 0) return static_cast<std::size_t>(moved);
     if (errno == EINTR) continue;
-    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !waitFor(stream, events)) return 0;
+    if (errno != EAGAIN || !waitFor(stream, events)) return 0;
   }
 }
 

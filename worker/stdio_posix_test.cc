@@ -215,6 +215,18 @@ TEST_F(StandardInputTest, FailsForADescriptorThatCannotBeRead) {
   EXPECT_EQ(read(1), "failed");
 }
 
+// The system refuses to wait for more descriptors than the process may have.
+TEST_F(StandardInputTest, FailsWhenItCannotWait) {
+  ::fcntl(pipe_.readEnd(), F_SETFL, O_NONBLOCK);
+  rlimit before;
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none = {0, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  const std::string result = read(1);
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(result, "failed");
+}
+
 // Signals that interrupt system calls, sent to one thread until the end of its life.
 class Interruptions {
  public:
