@@ -17,7 +17,8 @@ constexpr const char* kDescription =
     R"(Runs programs in the worker's LISP dialect against a drawing in memory, shows the conversation with
 the worker, explains errors, and draws what became of the drawing. All programs share the worker and
 the drawing, in the order given. Without a program it reads forms from a prompt, where it asks you
-for picks and is brief unless you want --all-calls; --save and --picture write at its end.)";
+for picks and is brief unless you want --all-calls; --save and --picture write at its end. Forms that
+-e gives are run as programs, and briefly too. The name - is that of standard input.)";
 
 constexpr const char* kNotes = R"(
 A program can say in comments how it wants to be run. Each takes a line of its own:
@@ -76,6 +77,9 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("--version", line.version, "The version of this program");
   app.name("\nWhat it takes:");
   app.add_option("PROGRAM", line.program_paths, "Files in the dialect");
+  app.add_option("-e", line.forms, "Run this form; may be given several times")
+      ->type_name("FORM")
+      ->allow_extra_args(false);
   app.add_option("--worker", line.worker_path, "The worker; else lisp_worker beside this program")
       ->type_name("PATH");
   app.add_option("--load", line.library_paths, "Run this library first")
@@ -112,6 +116,30 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
       ->check(CLI::Range(1, 250000));
+  app.add_option_function<std::string>(
+         "--color",
+         [&line](const std::string& wish) {
+           line.color = wish == "always"  ? ColorWish::Always
+                        : wish == "never" ? ColorWish::Never
+                                          : ColorWish::Auto;
+         },
+         "Colours: auto, at a terminal unless NO_COLOR is set or TERM is dumb; always; never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
+// The files and forms in the order of the command line.
+std::vector<ProgramArgument> programsInOrder(const CLI::App& app, const CommandLine& line) {
+  std::vector<ProgramArgument> programs;
+  const CLI::Option* const files = app.get_option("PROGRAM");
+  const CLI::Option* const forms = app.get_option("-e");
+  auto path = line.program_paths.begin();
+  auto form = line.forms.begin();
+  for (const CLI::Option* const option : app.parse_order()) {
+    if (option == files && path != line.program_paths.end()) programs.push_back({*path++, false});
+    if (option == forms && form != line.forms.end()) programs.push_back({*form++, true});
+  }
+  return programs;
 }
 
 bool isPicturePath(const std::string& path) {
@@ -122,11 +150,14 @@ bool isPicturePath(const std::string& path) {
 std::string whyUnusable(const CommandLine& line) {
   const bool records =
       line.traces || line.profiles || line.shows_coverage || !line.coverage_path.empty();
-  if (line.program_paths.empty()) {
+  if (line.programs.empty()) {
     if (line.check) return "check needs a program";
     if (line.test) return "test needs a program";
     if (records) return "--trace, --profile and --coverage need a program";
   }
+  const auto input_count = std::count(line.program_paths.begin(), line.program_paths.end(), "-");
+  if (input_count > 1) return "standard input, -, can be read only once";
+  if (input_count != 0 && line.asks) return "--ask needs the keyboard, and - reads standard input";
   const bool draws =
       !line.save_path.empty() || !line.picture_paths.empty() || line.shows_axes || line.shows_cells;
   if (line.test &&
@@ -155,7 +186,7 @@ std::string whyUnknownOption(const CLI::App& app, std::span<const std::string_vi
   for (const std::string_view argument : arguments) {
     if (argument == "--") break;
     const std::string name(argument.substr(0, argument.find('=')));
-    if (!name.starts_with("-") || app.get_option_no_throw(name) != nullptr) continue;
+    if (!name.starts_with("-") || name == "-" || app.get_option_no_throw(name) != nullptr) continue;
     const auto near = explain::similarNames(name, names);
     return "there is no option " + name + (near.empty() ? "" : "; did you mean " + near[0] + "?");
   }
@@ -169,6 +200,7 @@ std::string usage() {
   CLI::App app;
   defineOptions(app, line);
   return "usage: lisp_console [OPTIONS] [PROGRAM...]\n"
+         "       lisp_console [OPTIONS] -e FORM...\n"
          "       lisp_console check [--load FILE] PROGRAM...\n"
          "       lisp_console test [OPTIONS] PROGRAM...\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
@@ -211,8 +243,11 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
     std::replace(error.begin(), error.end(), '\n', ' ');
     return std::nullopt;
   }
+  line.programs = programsInOrder(app, line);
   error = whyUnusable(line);
   if (!error.empty()) return std::nullopt;
+  // A form is asked for its value, not for the conversation.
+  line.is_brief = line.is_brief || (!line.forms.empty() && !line.shows_all_calls);
   return line;
 }
 

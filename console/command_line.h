@@ -4,6 +4,7 @@
 #define CONSOLE_COMMAND_LINE_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,6 +13,14 @@
 
 namespace lisp_worker::console {
 
+// A program as the command line names it.
+struct ProgramArgument {
+  std::string text;      // A path, "-" for standard input, or a form.
+  bool is_form = false;  // Given by -e.
+};
+
+enum class ColorWish : std::uint8_t { Auto, Always, Never };
+
 struct CommandLine {
   bool help = false;       // Nothing else counts then.
   std::string help_topic;  // Behind --help; empty for everything.
@@ -19,7 +28,9 @@ struct CommandLine {
   bool check = false;      // Look at the programs without running them.
   bool test = false;       // Run each of them by itself, and say which are as they expect.
   std::string worker_path;
-  std::vector<std::string> program_paths;  // In the order given; none for the prompt.
+  std::vector<ProgramArgument> programs;   // In the order given; none for the prompt.
+  std::vector<std::string> program_paths;  // Those of them that are files.
+  std::vector<std::string> forms;          // Those that are not.
   std::vector<std::string> library_paths;
   std::string drawing_path;  // This and the next are empty where nothing was given.
   std::string save_path;
@@ -38,6 +49,7 @@ struct CommandLine {
   std::string coverage_path;
   bool shows_axes = false;
   bool shows_cells = false;
+  ColorWish color = ColorWish::Auto;
 };
 
 // What --help prints.

@@ -351,6 +351,20 @@ std::string typeReference(std::string_view type) {
          "and as every entity:\n" + groupLines("");
 }
 
+std::vector<std::string_view> entityTypes() {
+  std::vector<std::string_view> types;
+  for (const TypeRule& rule : kTypeRules) types.push_back(rule.type);
+  return types;
+}
+
+std::vector<GroupNote> groupsOf(std::string_view type) {
+  std::vector<GroupNote> groups;
+  for (const GroupHelp& group : kGroupHelp) {
+    if (group.type == type) groups.push_back({group.code, group.meaning, group.otherwise});
+  }
+  return groups;
+}
+
 std::string entityReference() {
   std::string text(kCommonHelp);
   text += "\nEvery entity\n" + groupLines("");

@@ -87,6 +87,16 @@ struct Entity {
 // The groups of an entity of this type, with their units and defaults; empty for an unknown type.
 [[nodiscard]] std::string typeReference(std::string_view type);
 
+// The types, and the groups of one that other types do not have, or mean otherwise; with an empty
+// type those of every entity.
+struct GroupNote {
+  std::string_view code;
+  std::string_view meaning;
+  std::string_view otherwise;  // Without such a group.
+};
+[[nodiscard]] std::vector<std::string_view> entityTypes();
+[[nodiscard]] std::vector<GroupNote> groupsOf(std::string_view type);
+
 // The same for all types, with the rules that all of them share.
 [[nodiscard]] std::string entityReference();
 

@@ -28,6 +28,13 @@ class LineEditor {
   // Shows `prompt` and reads a line, without its end, into `line`.
   virtual Result read(const std::string& prompt, std::string& line) = 0;
 
+  // Reads lines until their parentheses close, or one line that begins with a colon. The end of the
+  // input ends a form that is still open. Prompts are shown at a terminal only.
+  virtual Result readForm(const std::string& prompt, std::string& text);
+
+  // Adds a form that was not typed here to the history, if there is one.
+  virtual void remember(const std::string& /*form*/) {}
+
   // True when a person sees what is typed.
   [[nodiscard]] virtual bool isTerminal() const = 0;
 };
@@ -40,9 +47,6 @@ class LineEditor {
 // The file of the history: the one that LISP_CONSOLE_HISTORY names, else one in the home directory.
 // Empty without a home directory.
 [[nodiscard]] std::string defaultHistoryPath();
-
-// True when messages go to a person's terminal.
-[[nodiscard]] bool isTerminalAttached();
 
 // From here on Ctrl-C does nothing, to a process that is started now either: at a terminal it
 // reaches every process of the group, and the worker must outlive it.

@@ -49,7 +49,7 @@ class PlainEditor : public LineEditor {
   Result read(const std::string& prompt, std::string& line) override {
     std::cout << prompt << std::flush;
     if (std::getline(std::cin, line)) return Result::Line;
-    std::cout << "\n";
+    if (!prompt.empty()) std::cout << "\n";
     return takeInterrupt() ? Result::Interrupted : Result::End;
   }
 
@@ -113,6 +113,14 @@ class TerminalEditor : public LineEditor {
   }
 
   [[nodiscard]] bool isTerminal() const override { return true; }
+
+  void remember(const std::string& line) override {
+    if (line.find_first_not_of(" \t") == std::string::npos) return;
+    HistEvent event;
+    history(history_, &event, H_ENTER, line.c_str());
+    // At once: a session that is killed has a history too.
+    if (!history_path_.empty()) history(history_, &event, H_SAVE, history_path_.c_str());
+  }
 
  private:
   static TerminalEditor& of(EditLine* editor) {
@@ -202,14 +210,6 @@ class TerminalEditor : public LineEditor {
     return CC_REDISPLAY;
   }
 
-  void remember(const std::string& line) {
-    if (line.find_first_not_of(" \t") == std::string::npos) return;
-    HistEvent event;
-    history(history_, &event, H_ENTER, line.c_str());
-    // At once: a session that is killed has a history too.
-    if (!history_path_.empty()) history(history_, &event, H_SAVE, history_path_.c_str());
-  }
-
   std::string history_path_;
   Completer completer_;
   EditLine* editor_;
@@ -235,8 +235,6 @@ std::string defaultHistoryPath() {
   const char* const home = std::getenv("HOME");
   return home == nullptr ? "" : std::string(home) + "/.lisp_console_history";
 }
-
-bool isTerminalAttached() { return ::isatty(STDERR_FILENO) != 0; }
 
 void ignoreInterrupts() {
   struct sigaction action = {};

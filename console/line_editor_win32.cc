@@ -25,7 +25,7 @@ class PlainEditor : public LineEditor {
   Result read(const std::string& prompt, std::string& line) override {
     std::cout << prompt << std::flush;
     if (std::getline(std::cin, line)) return Result::Line;
-    std::cout << "\n";
+    if (!prompt.empty()) std::cout << "\n";
     return takeInterrupt() ? Result::Interrupted : Result::End;
   }
 
@@ -42,8 +42,6 @@ std::unique_ptr<LineEditor> openLineEditor(const std::string& /*history_path*/,
 }
 
 std::string defaultHistoryPath() { return ""; }
-
-bool isTerminalAttached() { return GetFileType(GetStdHandle(STD_ERROR_HANDLE)) == FILE_TYPE_CHAR; }
 
 void ignoreInterrupts() { SetConsoleCtrlHandler(nullptr, TRUE); }
 

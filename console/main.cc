@@ -28,6 +28,7 @@
 #include "console/recordings.h"
 #include "console/safe_output.h"
 #include "console/session.h"
+#include "console/terminal.h"
 #include "console/test_runner.h"
 #include "explain/check.h"
 #include "explain/evaluation.h"
@@ -51,7 +52,7 @@ enum class ExitCode : std::uint8_t {
 
 ExitCode complain(ExitCode code, const std::string& what) {
   std::cout.flush();
-  std::cerr << "lisp_console: " << what << "\n";
+  std::cerr << Style::Error << "lisp_console: " << Style::Plain << what << "\n";
   return code;
 }
 
@@ -75,9 +76,14 @@ bool readPrograms(const std::vector<std::string>& paths, std::vector<Program>& p
 
 std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
   Inputs inputs;
-  if (!readPrograms(line.library_paths, inputs.libraries, error) ||
-      !readPrograms(line.program_paths, inputs.programs, error)) {
-    return std::nullopt;
+  if (!readPrograms(line.library_paths, inputs.libraries, error)) return std::nullopt;
+  std::size_t form_count = 0;
+  for (const ProgramArgument& argument : line.programs) {
+    const std::string name = "form " + std::to_string(form_count += argument.is_form ? 1 : 0);
+    auto program = argument.is_form ? makeProgram(name, argument.text, error)
+                                    : readProgram(argument.text, error);
+    if (!program) return std::nullopt;
+    inputs.programs.push_back(std::move(*program));
   }
   if (!line.drawing_path.empty()) {
     inputs.sheet = readSheetFile(line.drawing_path, error);
@@ -320,9 +326,19 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
                                                     : ExitCode::SomeUnexpected;
 }
 
-ExitCode run(const std::vector<std::string_view>& arguments) {
+// Colours and line breaks, where a person sees them.
+void setUp(SafeOutput& output, ColorWish wish) {
+  const bool is_wanted = wish == ColorWish::Always || (wish == ColorWish::Auto && wantColours());
+  const bool is_always = wish == ColorWish::Always;
+  output.setColours(is_wanted && (is_always || isOutputTerminal()),
+                    is_wanted && (is_always || isTerminalAttached()));
+  output.setWidth(outputWidth());
+}
+
+ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output) {
   std::string error;
   const auto line = parseCommandLine(arguments, workerBeside(), error);
+  setUp(output, line ? line->color : ColorWish::Auto);
   if (!line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
   if (line->help) {
     std::cout << usage(line->help_topic);
@@ -337,7 +353,7 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
   if (line->check) return checkPrograms(*inputs);
   if (!canWriteOutputs(*line, error)) return complain(ExitCode::UnusableInput, error);
   if (line->test) return testPrograms(*inputs, *line);
-  if (line->program_paths.empty()) return runPrompt(*inputs, *line);
+  if (line->programs.empty()) return runPrompt(*inputs, *line);
   ignoreInterrupts();
   const auto process = client::startWorker(line->worker_path, &error);
   catchInterrupts();
@@ -351,9 +367,9 @@ ExitCode run(const std::vector<std::string_view>& arguments) {
 }  // namespace lisp_worker::console
 
 int main(int argc, char** argv) {
-  const lisp_worker::console::SafeOutput output;
+  lisp_worker::console::SafeOutput output;
   const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
-  const lisp_worker::console::ExitCode code = lisp_worker::console::run(arguments);
+  const lisp_worker::console::ExitCode code = lisp_worker::console::run(arguments, output);
   std::cout.flush();
   if (std::cout) return static_cast<int>(code);
   return static_cast<int>(lisp_worker::console::complain(

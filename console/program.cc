@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 #include <set>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -16,10 +18,13 @@ namespace {
 
 // Some editors put a byte order mark in front of a text, which no one sees and the language takes
 // for a name. Here it is left out.
-std::optional<std::string> readText(const std::string& path, std::string& error) {
-  auto text = readFile(path, error);
+std::optional<std::string> withoutMark(std::optional<std::string> text) {
   if (text && text->starts_with("\xEF\xBB\xBF")) text->erase(0, 3);
   return text;
+}
+
+std::optional<std::string> readText(const std::string& path, std::string& error) {
+  return withoutMark(readFile(path, error));
 }
 
 struct Files {
@@ -27,8 +32,20 @@ struct Files {
   std::set<std::filesystem::path> read;     // Libraries; each is loaded where it is first named.
 };
 
-std::optional<Program> readAt(const std::string& path, Files& files, std::string& error) {
-  auto text = readText(path, error);
+constexpr const char* kStandardInputName = "standard input";
+
+std::optional<std::string> readStandardInput(std::string& error) {
+  std::ostringstream text;
+  text << std::cin.rdbuf();
+  if (!std::cin.bad()) return std::move(text).str();
+  error = std::string(kStandardInputName) + ": cannot be read";
+  return std::nullopt;
+}
+
+std::optional<Program> readAt(const std::string& path, Files& files, std::string& error);
+
+std::optional<Program> complete(const std::string& path, std::optional<std::string> text,
+                                Files& files, std::string& error) {
   if (!text) return std::nullopt;
   Program program{.name = path, .text = std::move(*text)};
   std::string reason;
@@ -65,11 +82,16 @@ std::optional<Program> readAt(const std::string& path, Files& files, std::string
   return program;
 }
 
+std::optional<Program> readAt(const std::string& path, Files& files, std::string& error) {
+  return complete(path, readText(path, error), files, error);
+}
+
 }  // namespace
 
 std::optional<Program> readProgram(const std::string& path, std::string& error) {
   Files files;
-  return readAt(path, files, error);
+  if (path != "-") return readAt(path, files, error);
+  return complete(kStandardInputName, withoutMark(readStandardInput(error)), files, error);
 }
 
 std::optional<Program> makeProgram(std::string_view name, std::string_view text,

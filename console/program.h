@@ -23,7 +23,8 @@ struct Program {
 };
 
 // Reads a program, and what its comments name relative to its own directory. Empty when one of the
-// files cannot be used, with the reason in `error`: the file in front, then the line.
+// files cannot be used, with the reason in `error`: the file in front, then the line. The path "-"
+// is standard input, read to its end; names of files in it count from the working directory.
 [[nodiscard]] std::optional<Program> readProgram(const std::string& path, std::string& error);
 
 // A program without files of its own, such as a line that a person has typed. Its comments may not

@@ -74,6 +74,77 @@ TEST_F(ConsoleProgram, RunsProgramsOneAfterTheOther) {
   EXPECT_THAT(output, EndsWith("== the drawing at the end: 0 entities\n"));
 }
 
+TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
+  runPrograms("-e '(SETQ X 5)' " + quoted(file("a.lsp", "(SETQ X (* X 2))\n")) + " -e '(+ X 1)'");
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_THAT(output, testing::MatchesRegex("== form 1\nresult: 5   .2 steps.\n== .*a.lsp\n"
+                                            "result: 10   .4 steps.\n== form 2\n"
+                                            "result: 11   .3 steps.\n"));
+  runPrograms("-e '(+ 1 2)'");
+  EXPECT_EQ(output, "result: 3   [3 steps]\n");
+  runPrograms("-e '(+ 1 2)' --all-calls");
+  EXPECT_THAT(output, HasSubstr("host    EvalStart "));
+  runPrograms("-e '(CAR (FOO))'");
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, HasSubstr("\nform 1:1:"));
+  run("check -e '(CAR (FOO))' -e '(CUONT 1)'");
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, HasSubstr("2 programs, 2 errors"));
+}
+
+TEST_F(ConsoleProgram, ReadsAProgramFromStandardInput) {
+  const std::string path = file("in.lsp", "\xEF\xBB\xBF(LIST 1\n  (CAR '(2)))");
+  runPrograms("- --brief <" + quoted(path));
+  EXPECT_EQ(output, "result: (1 2)   [4 steps]\n");
+  run("check - <" + quoted(file("bad.lsp", "(CAR (FOO))")));
+  EXPECT_THAT(output, HasSubstr("standard input:1:7: error: "));
+  for (const char* const arguments : {"- -", "- --ask"}) {
+    run(arguments);
+    EXPECT_EQ(exit_code, 2) << arguments;
+  }
+}
+
+// A shell's `script` makes a terminal of standard output.
+TEST_F(ConsoleProgram, ShowsColoursAtATerminalOnly) {
+  const std::string value = "\x1B[36mresult: 3   [3 steps]\x1B[0m";
+  const std::string form = "-e '(+ 1 2)'";
+  runPrograms(form);
+  EXPECT_THAT(output, Not(HasSubstr("\x1B")));
+  runPrograms(form + " --color always");
+  EXPECT_THAT(output, HasSubstr(value));
+  const auto atTerminal = [&](const std::string& variables, const std::string& options) {
+    return runCommand("env " + variables + " script -qec \"" + environment("LISP_CONSOLE_PATH") +
+                      " --worker " + environment("LISP_WORKER_PATH") + " " + form + " " + options +
+                      "\" /dev/null </dev/null")
+        .text;
+  };
+  EXPECT_THAT(atTerminal("-u NO_COLOR TERM=xterm", ""), HasSubstr(value));
+  EXPECT_THAT(atTerminal("NO_COLOR= TERM=xterm", ""), HasSubstr(value));
+  EXPECT_THAT(atTerminal("NO_COLOR=1 TERM=xterm", ""), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(atTerminal("-u NO_COLOR TERM=dumb", ""), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(atTerminal("-u NO_COLOR TERM=xterm", "--color never"), Not(HasSubstr("\x1B")));
+  EXPECT_THAT(atTerminal("NO_COLOR=1 TERM=dumb", "--color=always"), HasSubstr(value));
+  run("--color sometimes -e 1");
+  EXPECT_EQ(exit_code, 2);
+}
+
+TEST_F(ConsoleProgram, ColoursErrorsRefusalsAndChanges) {
+  runPrograms(
+      "--color always -e '(CAR (FOO))' -e '(COMMAND \"POINT\" \"1,1\" \"\")' "
+      "-e '(COMMAND \"MOVE\" \"E1\" \"\" \"0,0\" \"1,1\")' -e '(COMMAND \"ERASE\" \"E1\" \"\")' "
+      "-e '(COMMAND \"ERASE\" \"E9\" \"\")' no.lsp");
+  EXPECT_THAT(output, HasSubstr("\x1B[1;31mlisp_console: \x1B[0mno.lsp"));
+  runPrograms(
+      "--color always -e '(CAR (FOO))' -e '(COMMAND \"POINT\" \"1,1\" \"\")' "
+      "-e '(COMMAND \"MOVE\" \"E1\" \"\" \"0,0\" \"1,1\")' -e '(COMMAND \"ERASE\" \"E1\" \"\")' "
+      "-e '(COMMAND \"ERASE\" \"E9\" \"\")'");
+  for (const char* const part :
+       {"\x1B[1;31merror: ", "\x1B[1;31mform 1:1:", "\x1B[32mdrawing added ",
+        "\x1B[34mdrawing changed ", "\x1B[31mdrawing erased ", "\x1B[33mform 5:1:"}) {
+    EXPECT_THAT(output, HasSubstr(part));
+  }
+}
+
 TEST_F(ConsoleProgram, SaysByItsExitCodeThatAProgramFailed) {
   runPrograms(quoted(file("a.lsp", "(CAR (FOO))")) + " " + quoted(file("b.lsp", "1")));
   EXPECT_EQ(exit_code, 1);

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "console/line_editor.h"
+#include "console/terminal.h"
 
 namespace lisp_worker::console {
 namespace {

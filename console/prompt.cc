@@ -6,57 +6,46 @@
 
 #include <algorithm>
 #include <array>
+#include <iomanip>
 #include <iostream>
+#include <sstream>
 #include <utility>
 
 #include "console/command_input.h"
-#include "console/commands.h"
 #include "console/completion.h"
 #include "console/display.h"
-#include "console/entity.h"
+#include "console/documentation.h"
+#include "console/external_editor.h"
 #include "console/files.h"
+#include "console/form_layout.h"
 #include "console/picture.h"
+#include "console/safe_output.h"
 #include "explain/explanation.h"
 #include "explain/form.h"
-#include "explain/habits.h"
+#include "explain/reference.h"
+#include "explain/source.h"
+#include "explain/value_text.h"
 #include "lisp_worker/client/names.h"
 
 namespace lisp_worker::console {
 namespace {
 
 constexpr std::size_t kUndoMax = 100;
+constexpr std::size_t kLastValueSizeMax = 200000;
+constexpr std::size_t kTopicsShownMax = 15;
+constexpr std::size_t kNameWidth = 16;
+const std::string kPrompt = "lisp> ";
 
-struct Command {
-  std::string_view name;
-  std::string_view meaning;
-};
+constexpr const char* kKeys =
+    "Tab completes names, Ctrl-C drops a line or cancels a program, the arrow keys bring earlier "
+    "forms.\n";
 
-constexpr std::array kCommands = {
-    Command{":help", "this list"},
-    Command{":doc NAME", "what a form, a function or a command of COMMAND takes and gives"},
-    Command{":steps", "where the steps of the last program went, by function and line"},
-    Command{":calls", "the host calls of the last program, with their answers"},
-    Command{":drawing", "what the drawing holds"},
-    Command{":picture [FILE]", "draw it, before and after, as .svg or .png (drawing.svg)"},
-    Command{":undo", "take back the last program: drawing, variables and functions"},
-    Command{":redo", "do again what :undo has taken back"},
-    Command{":load FILE", "run a program, or begin with the drawing of a .json file"},
-    Command{":save FILE", "write the drawing as .json, or the definitions as .lsp"},
-    Command{":quit", "leave, as Ctrl-D does"},
-};
+constexpr std::string_view kBlanks = " \t\r\n";
 
 std::string trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(" \t");
+  const std::size_t begin = text.find_first_not_of(kBlanks);
   if (begin == std::string_view::npos) return "";
-  return std::string(text.substr(begin, text.find_last_not_of(" \t") - begin + 1));
-}
-
-// "(DEFUN F> " for a list that is still open.
-std::string continuationPrompt(std::string_view text, std::size_t open_at) {
-  constexpr std::size_t kShownMax = 14;
-  std::string_view open = text.substr(open_at, text.find('\n', open_at) - open_at);
-  const bool is_cut = open.size() > kShownMax;
-  return "  " + std::string(open.substr(0, kShownMax)) + (is_cut ? "..." : "") + "> ";
+  return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
 }
 
 void tellNames(const char* what, const std::vector<std::string>& of,
@@ -83,7 +72,15 @@ Prompt::Prompt(std::string worker_path, const std::string& history_path)
       editor_(openLineEditor(history_path,
                              [this](std::string_view word) { return completionsFor(word); })),
       keyboard_(std::make_unique<Keyboard>(*editor_)) {
-  keyboard_->setAround([this] { progress_.pause(); }, [this] { progress_.resume(); });
+  keyboard_->setAround(
+      [this] {
+        progress_.pause();
+        asked_at_ = std::chrono::steady_clock::now();
+      },
+      [this] {
+        progress_.resume();
+        asking_time_ += std::chrono::steady_clock::now() - asked_at_;
+      });
 }
 
 bool Prompt::open(std::string& error) {
@@ -122,7 +119,7 @@ bool Prompt::restoreDefinitions(std::string& error) {
   std::vector<std::string> lost;
   const std::string text = explainer_.definitions().asProgram(lost);
   for (const std::string& name : lost) {
-    std::cout << "lost: " << name << ", whose value no text stands for\n";
+    std::cout << "lost: " << name << ", whose value cannot be written\n";
   }
   const auto reply = worker_->evalStart(text, 0);
   if (!reply) {
@@ -151,7 +148,9 @@ void Prompt::load(const Program& library) {
 }
 
 std::size_t Prompt::converse(std::string& error) {
-  std::cout << "A form is run when its parentheses close. :help lists what else there is.\n";
+  if (editor_->isTerminal()) {
+    std::cout << "A form is run when its parentheses close. :help lists what else there is.\n";
+  }
   while (!is_over_) {
     const auto input = readInput();
     if (!input) break;
@@ -167,37 +166,50 @@ std::size_t Prompt::converse(std::string& error) {
 
 std::optional<std::string> Prompt::readInput() {
   std::string text;
-  std::string prompt = "lisp> ";
-  for (;;) {
-    std::string line;
-    const LineEditor::Result result = editor_->read(prompt, line);
-    static_cast<void>(takeInterrupt());
-    if (result == LineEditor::Result::Interrupted) {
-      text.clear();
-      prompt = "lisp> ";
-      continue;
-    }
-    if (result == LineEditor::Result::End) {
-      if (text.empty()) return std::nullopt;
-      return text;  // Unfinished: its error says so, and the input ends at the next prompt.
-    }
-    if (text.empty() && trimmed(line).starts_with(':')) return trimmed(line);
-    text += line;
-    const explain::Source source("input", text);
-    const explain::Reading reading = explain::readForms(source);
-    if (!reading.fault || !reading.fault->is_unfinished) {
-      return reading.forms.empty() && !reading.fault ? "" : text;
-    }
-    prompt = continuationPrompt(text, reading.fault->open_at);
-    text += "\n";
+  const LineEditor::Result result = editor_->readForm(kPrompt, text);
+  static_cast<void>(takeInterrupt());
+  if (result == LineEditor::Result::Interrupted) return "";
+  if (result == LineEditor::Result::End) return std::nullopt;
+  const std::string bare = trimmed(text);
+  if (bare.starts_with(':')) return bare;
+  if (auto command = commandWithoutColon(bare)) return command;
+  text = withoutMargin(text, kPrompt.size());
+  const explain::Source source("input", text);
+  const explain::Reading reading = explain::readForms(source);
+  return reading.forms.empty() && !reading.fault ? "" : text;
+}
+
+std::optional<std::string> Prompt::commandWithoutColon(std::string_view text) const {
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kWords = {
+      {{"HELP", ":help"}, {"?", ":help"}, {"QUIT", ":quit"}, {"EXIT", ":quit"}}};
+  const std::string capitals = upperCase(text);
+  for (const auto& [word, command] : kWords) {
+    if (capitals != word && capitals != "(" + std::string(word) + ")") continue;
+    const explain::Definitions& own = explainer_.definitions();
+    const std::vector<std::string> variables = own.variableNames();
+    const bool is_taken = capitals == word
+                              ? std::binary_search(variables.begin(), variables.end(), capitals)
+                              : own.findFunctionNamed(word) != nullptr;
+    if (!is_taken) return std::string(command);
   }
+  return std::nullopt;
 }
 
 void Prompt::runInput(const std::string& text) {
+  last_form_ = text;
+  last_path_.clear();
+  const std::string without = withLastValue(text, "");
+  if (without != text && !last_value_) {
+    std::cout << Style::Error << "no text can be written for the last value" << Style::Plain
+              << "\n";
+    return;
+  }
   std::string error;
-  const auto program = makeProgram("input " + std::to_string(++input_count_), text, error);
+  const auto program =
+      makeProgram("input " + std::to_string(++input_count_),
+                  without == text ? text : withLastValue(text, "'" + *last_value_), error);
   if (!program) {
-    std::cout << error << "\n";
+    std::cout << Style::Error << error << Style::Plain << "\n";
     return;
   }
   runProgram(*program);
@@ -206,8 +218,14 @@ void Prompt::runInput(const std::string& text) {
 void Prompt::runProgram(const Program& program) {
   State before = state(program.name);
   progress_.start();
+  asking_time_ = {};
+  const auto begin = std::chrono::steady_clock::now();
   const ProgramEnd end = session_->run(program);
+  last_time_ = std::chrono::steady_clock::now() - begin - asking_time_;
   progress_.clear();
+  if (session_->hasValue() && explainer_.outcome().kind == explain::OutcomeKind::Value) {
+    last_value_ = explain::write(explainer_.outcome().value, kLastValueSizeMax);
+  }
   if (end != ProgramEnd::AsExpected) ++failure_count_;
   // A program that has changed nothing need not be taken back.
   const bool changed_nothing =
@@ -227,9 +245,25 @@ void Prompt::runCommand(std::string_view line) {
   const std::string_view name = line.substr(0, blank);
   const std::string argument = trimmed(line.substr(blank));
   if (name == ":help") {
-    showHelp();
+    for (const PromptCommand& command : promptCommands()) {
+      std::string usage(command.usage);
+      usage.resize(18, ' ');
+      std::cout << "  " << usage << command.meaning << "\n";
+    }
+    std::cout << kKeys;
   } else if (name == ":doc") {
     showEntry(argument);
+  } else if (name == ":vars") {
+    showVariables();
+  } else if (name == ":last") {
+    std::cout << Style::Value
+              << (last_value_ ? displayText(*last_value_, kLastValueSizeMax)
+                              : "no text can be written for the last value")
+              << Style::Plain << "\n";
+  } else if (name == ":time") {
+    showTime(argument);
+  } else if (name == ":edit") {
+    edit(argument);
   } else if (name == ":steps") {
     std::cout << explainer_.outcome().steps << " steps in the last program\n"
               << explain::stepTable(explainer_.outcome(), 12);
@@ -250,51 +284,119 @@ void Prompt::runCommand(std::string_view line) {
   } else if (name == ":quit") {
     is_over_ = true;
   } else {
-    std::cout << "there is no " << name << "; :help lists what there is\n";
+    std::vector<std::string> names;
+    for (const PromptCommand& command : promptCommands()) names.emplace_back(command.name());
+    std::cout << "there is no " << name;
+    for (const std::string& near : explain::similarNames(name, names)) {
+      std::cout << "; " << near << "?";
+    }
+    std::cout << "; :help lists what there is\n";
   }
 }
 
-void Prompt::showHelp() const {
-  for (const Command& command : kCommands) {
-    std::string name(command.name);
-    name.resize(18, ' ');
-    std::cout << "  " << name << command.meaning << "\n";
-  }
-  std::cout
-      << "Tab completes names, Ctrl-C drops a line or cancels a program, the arrow keys bring "
-         "earlier lines.\n";
-}
-
-void Prompt::showEntry(std::string_view name) const {
+void Prompt::showEntry(const std::string& name) const {
   const std::string wanted = upperCase(name);
-  if (const explain::Entry* const entry = explain::findEntry(wanted)) {
-    std::cout << explain::describe(*entry);
-    return;
-  }
+  std::string text = describeName(wanted);
   if (const auto function = explainer_.definitions().findFunctionNamed(wanted)) {
     const explain::Form& form = *function->definition;
-    std::cout << "defined at " << explain::nameOfPlace(*function->program, form.begin) << "\n"
-              << function->program->source.text().substr(form.begin, form.end - form.begin) << "\n";
+    text = "defined at " + explain::nameOfPlace(*function->program, form.begin) + "\n" +
+           std::string(function->program->source.text().substr(form.begin, form.end - form.begin)) +
+           "\n";
+  }
+  if (text.empty()) text = describeHabit(wanted);
+  const std::vector<Topic> others = topicsAbout(wanted, text.empty());
+  if (text.empty() && others.empty()) {
+    std::vector<std::string> names = sessionNames();
+    std::cout << (wanted.empty() ? "which name? :doc CAR; or a word to look for"
+                                 : "nothing is known of " + wanted);
+    for (const std::string& near : explain::similarNames(wanted, names)) {
+      std::cout << "; " << near << "?";
+    }
+    std::cout << "\n";
     return;
   }
-  const std::string type = typeReference(wanted);
-  bool is_known = !type.empty();
-  for (const std::string_view summary : commandSummaries()) {
-    if (!summary.starts_with(wanted + " ")) continue;
-    std::cout << "a command, for (COMMAND \"" << wanted << "\" ...):\n  " << summary << "\n";
-    is_known = true;
+  std::cout << text;
+  if (!others.empty()) std::cout << (text.empty() ? "" : "also ") << "in the texts of\n";
+  for (std::size_t n = 0; n < others.size() && n < kTopicsShownMax; ++n) {
+    std::string topic = others[n].name;
+    topic.resize(std::max<std::size_t>(18, topic.size() + 2), ' ');
+    std::cout << "  " << topic << others[n].text << "\n";
   }
-  std::cout << type;
-  if (is_known) return;
-  if (const explain::Habit* const habit = explain::findHabit(wanted)) {
-    std::cout << explain::describe(*habit) << "\n";
+  if (others.size() > kTopicsShownMax) {
+    std::cout << "... and " << others.size() - kTopicsShownMax << " more\n";
+  }
+}
+
+void Prompt::showVariables() const {
+  constexpr std::size_t kValueSizeMax = 200;
+  const explain::Definitions& own = explainer_.definitions();
+  const auto padded = [](std::string name) {
+    name.resize(std::max(kNameWidth, name.size() + 2), ' ');
+    return name;
+  };
+  for (const std::string& name : own.variableNames()) {
+    std::cout << "  " << padded(name) << Style::Value
+              << displayText(explain::shorten(own.valueOf(name), kValueSizeMax)) << Style::Plain
+              << "\n";
+  }
+  for (const std::string& name : own.functionNames()) {
+    const explain::Function& function = *own.findFunctionNamed(name);
+    const explain::Form& parameters = function.definition->items[2];
+    std::cout << "  " << padded(name) << "function of "
+              << displayText(function.program->source.text().substr(
+                     parameters.begin, parameters.end - parameters.begin))
+              << "\n";
+  }
+  if (own.variableNames().empty() && own.functionNames().empty()) {
+    std::cout << "there are no variables and no functions yet\n";
+  }
+}
+
+void Prompt::showTime(const std::string& form) {
+  if (!form.empty()) {
+    const std::size_t count = input_count_;
+    runInput(form);
+    if (input_count_ == count) return;
+  }
+  const auto time = std::chrono::duration<double, std::milli>(last_time_);
+  const std::size_t call_count = session_->calls().size();
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(2) << time.count() << " ms, "
+       << explainer_.outcome().steps << " steps, " << call_count
+       << (call_count == 1 ? " host call" : " host calls");
+  std::cout << "time: " << text.str() << "\n";
+}
+
+// The last program's file, or its form, or the file that is named.
+void Prompt::edit(const std::string& path) {
+  std::string error;
+  const std::string& file = path.empty() ? last_path_ : path;
+  if (file.empty()) {
+    const auto text = editText(last_form_.empty() ? "" : last_form_ + "\n", error);
+    if (!text) {
+      std::cout << Style::Error << error << Style::Plain << "\n";
+      return;
+    }
+    const std::string form = trimmed(*text);
+    if (form.empty() || form == trimmed(last_form_)) {
+      std::cout << "nothing has changed, so nothing is run\n";
+      return;
+    }
+    std::cout << form << "\n";
+    editor_->remember(form);
+    runInput(form);
     return;
   }
-  std::vector<std::string> names = completionsFor("");
-  std::cout << (wanted.empty() ? "which name? :doc CAR" : "nothing is known of " + wanted);
-  for (const std::string& near : explain::similarNames(wanted, names))
-    std::cout << "; " << near << "?";
-  std::cout << "\n";
+  std::string ignored;
+  const auto before = readFile(file, ignored);
+  const std::string name = file;
+  if (!editFile(name, error)) {
+    std::cout << Style::Error << error << Style::Plain << "\n";
+  } else if (readFile(name, ignored) == before) {
+    std::cout << "nothing has changed, so nothing is run\n";
+  } else {
+    loadFile(name);
+  }
 }
 
 void Prompt::showCalls() const {
@@ -344,6 +446,7 @@ void Prompt::loadFile(const std::string& path) {
       std::cout << error << "\n";
     }
   } else if (const auto program = readProgram(path, error)) {
+    last_path_ = path;
     runProgram(*program);
   } else {
     std::cout << error << "\n";
@@ -379,15 +482,18 @@ void Prompt::drawFile(const std::string& path) {
   std::cout << (is_written ? "picture: " + path : error) << "\n";
 }
 
-std::vector<std::string> Prompt::completionsFor(std::string_view word) const {
+std::vector<std::string> Prompt::sessionNames() const {
   std::vector<std::string> names = explainer_.definitions().functionNames();
   for (std::string& name : explainer_.definitions().variableNames())
     names.push_back(std::move(name));
   for (const explain::Entry& entry : explain::entries()) names.emplace_back(entry.name);
+  return names;
+}
+
+std::vector<std::string> Prompt::completionsFor(std::string_view word) const {
+  std::vector<std::string> names = sessionNames();
   if (word.starts_with(':')) {
-    for (const Command& command : kCommands) {
-      names.emplace_back(command.name.substr(0, command.name.find(' ')));
-    }
+    for (const PromptCommand& command : promptCommands()) names.emplace_back(command.name());
   }
   return namesWith(names, word);
 }

@@ -3,6 +3,7 @@
 #ifndef CONSOLE_PROMPT_H_
 #define CONSOLE_PROMPT_H_
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -59,20 +60,26 @@ class Prompt {
   [[nodiscard]] State state(std::string program) const;
   void remember(State state);
 
-  // Reads until the parentheses close. Empty at the end of the input.
+  // A form or a command, or nothing to do. Empty at the end of the input.
   std::optional<std::string> readInput();
   void runInput(const std::string& text);
   void runProgram(const Program& program);
 
   void runCommand(std::string_view line);
-  void showHelp() const;
-  void showEntry(std::string_view name) const;
+  // A command that is written without its colon, unless a variable has that name.
+  [[nodiscard]] std::optional<std::string> commandWithoutColon(std::string_view text) const;
+  void showEntry(const std::string& name) const;
+  void showVariables() const;
+  void showTime(const std::string& form);
+  void edit(const std::string& path);
   void showCalls() const;
   void step(std::vector<State>& from, std::vector<State>& to, const char* done);
   void loadFile(const std::string& path);
   void saveFile(const std::string& path);
   void drawFile(const std::string& path);
 
+  // Of functions and variables, and of what the dialect has.
+  [[nodiscard]] std::vector<std::string> sessionNames() const;
   [[nodiscard]] std::vector<std::string> completionsFor(std::string_view word) const;
 
   std::string worker_path_;
@@ -86,6 +93,12 @@ class Prompt {
   std::vector<State> undo_;  // The last program's is at the end.
   std::vector<State> redo_;  // The next one's is at the end.
   std::size_t input_count_ = 0;
+  std::optional<std::string> last_value_ = "nil";  // Empty when no text stands for it.
+  std::string last_form_;
+  std::string last_path_;  // Of the last program, if it is a file; then it comes before the form.
+  std::chrono::steady_clock::duration last_time_{};  // Without the time that picks have taken.
+  std::chrono::steady_clock::duration asking_time_{};
+  std::chrono::steady_clock::time_point asked_at_;
   std::size_t failure_count_ = 0;
   bool is_over_ = false;
   std::string fatal_error_;

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -67,11 +68,90 @@ class PipedPrompt : public testing::Test {
 };
 
 TEST_F(PipedPrompt, RunsAFormWhenItsParenthesesClose) {
-  const std::string said = say("(SETQ A\n 5) (SETQ B\n\"x\n(\")\n(LIST A B)\n");
-  EXPECT_THAT(said, HasSubstr("  (SETQ A> "));
-  EXPECT_THAT(said, HasSubstr("  (SETQ B> "));
-  EXPECT_THAT(said, HasSubstr("  \"x> "));
-  EXPECT_THAT(said, HasSubstr("result: (5 \"x\\n(\")"));
+  // Nobody sees prompts at the end of a pipe, so there are none, and no greeting.
+  EXPECT_EQ(say("(SETQ A\n 5) (SETQ B\n\"x\n(\")\n(LIST A B)\n"),
+            "result: \"x\\n(\"   [4 steps]\nresult: (5 \"x\\n(\")   [3 steps]\n");
+}
+
+TEST_F(PipedPrompt, UnderstandsHelpAndQuitWithoutAColon) {
+  for (const char* const word : {"quit", "EXIT", " Quit ", "(exit)"}) {
+    EXPECT_EQ(say(std::string(word) + "\n(+ 1 1)\n"), "") << word;
+  }
+  EXPECT_THAT(say("help\n"), HasSubstr(":doc NAME"));
+  EXPECT_THAT(say("?\n"), HasSubstr(":doc NAME"));
+  // What a program has defined comes first.
+  EXPECT_EQ(say("(SETQ HELP 7)\nhelp\n(DEFUN QUIT () 8)\n(quit)\n"),
+            "result: 7   [2 steps]\nresult: 7   [1 step]\nresult: QUIT   [1 step]\n"
+            "result: 8   [2 steps]\n");
+  EXPECT_THAT(say(":qiut\n"), HasSubstr("there is no :qiut; :quit?; :help"));
+}
+
+TEST_F(PipedPrompt, ListsVariablesAndFunctions) {
+  EXPECT_EQ(say(":vars\n(SETQ PLACE '(1 2) TEXT \"a\\nb\")\n(DEFUN F (X / Y) X)\n:vars\n"),
+            "there are no variables and no functions yet\n"
+            "result: \"a\\nb\"   [3 steps]\nresult: F   [1 step]\n"
+            "  PLACE           (1 2)\n  TEXT            \"a\\nb\"\n"
+            "  F               function of (X / Y)\n");
+}
+
+TEST_F(PipedPrompt, KeepsTheLastValue) {
+  EXPECT_EQ(say(":last\n(LIST 1 \"a\\\"b\")\n:last\n(CAR (CDR :Last))\n:last\n(LIST \":last\") ; "
+                ":last\n"),
+            "nil\nresult: (1 \"a\\\"b\")   [3 steps]\n(1 \"a\\\"b\")\n"
+            "result: \"a\\\"b\"   [3 steps]\n\"a\\\"b\"\nresult: (\":last\")   [2 steps]\n");
+  // A program that fails has none.
+  EXPECT_THAT(say("5\n(FOO)\n:last\n"), testing::EndsWith("\n5\n"));
+  EXPECT_THAT(say("(/ 1e308 1e-10)\n(LIST :last)\n"),
+              HasSubstr("no text can be written for the last value\n"));
+}
+
+TEST_F(PipedPrompt, TellsHowLongAFormTakes) {
+  const std::string said = say("(SETQ N 0)\n:time (WHILE (< N 9) (SETQ N (1+ N)))\n:time\n");
+  EXPECT_TRUE(
+      std::regex_search(said, std::regex("result: 9   \\[58 steps\\]\n"
+                                         "time: [0-9]+[.][0-9]{2} ms, 58 steps, 0 host calls\n"
+                                         "time: [0-9]+[.][0-9]{2} ms, 58 steps, 0 host calls\n$")))
+      << said;
+}
+
+TEST_F(PipedPrompt, SearchesTheDocumentation) {
+  const std::string circle = say(":doc radius\n");
+  for (const char* const part :
+       {"in the texts of\n", "\n  CIRCLE  ", "\n  CIRCLE group 40   the radius",
+        "\n  ARC group 40      the radius"}) {
+    EXPECT_THAT(circle, HasSubstr(part));
+  }
+  EXPECT_THAT(say(":doc circle\n"), HasSubstr("a command, for (COMMAND \"CIRCLE\""));
+  EXPECT_THAT(say(":doc circle\n"), HasSubstr("CIRCLE, an entity, by its groups:"));
+  EXPECT_THAT(say(":doc text\n"), HasSubstr("also in the texts of\n"));
+  EXPECT_THAT(say(":doc :undo\n"), HasSubstr(":undo   [of the prompt]\n  take back"));
+  EXPECT_THAT(say(":doc taken\n"), HasSubstr("  :redo  "));
+  EXPECT_THAT(say(":doc zzyzx\n"), HasSubstr("nothing is known of ZZYZX\n"));
+  EXPECT_THAT(say(":doc x\n"), HasSubstr("nothing is known of X"));
+}
+
+TEST_F(PipedPrompt, RunsWhatTheEditorLeaves) {
+  const auto script = directory.path / "editor.sh";
+  std::ofstream(script)
+      << "#!/bin/sh\nstat -c %a \"$(dirname \"$2\")\" >mode\nsed -i \"$1\" \"$2\"\n";
+  const auto edited = [&](const std::string& change, const std::string& lines) {
+    ::setenv("VISUAL", ("sh '" + script.string() + "' '" + change + "'").c_str(), 1);
+    std::string said = say(lines);
+    ::unsetenv("VISUAL");
+    return said;
+  };
+  EXPECT_THAT(edited("s/20/30/", "(+ 20\n 1)\n:edit\n:edit\n"),
+              HasSubstr("result: 21   [3 steps]\n(+ 30\n 1)\nresult: 31   [3 steps]\n"
+                        "nothing has changed, so nothing is run\n"));
+  EXPECT_EQ(written("mode"), "700\n");
+  std::ofstream(directory.path / "own.lsp") << "(* 20 2)\n";
+  EXPECT_THAT(edited("s/2)/3)/", ":edit own.lsp\n"), HasSubstr("result: 60 "));
+  EXPECT_EQ(written("own.lsp"), "(* 20 3)\n");
+  // The last program was a file, which is what is edited.
+  EXPECT_THAT(edited("s/3)/4)/", "(+ 1 1)\n:load own.lsp\n:edit\n"), HasSubstr("result: 80 "));
+  ::setenv("VISUAL", "false", 1);
+  EXPECT_THAT(say("(+ 1 1)\n:edit\n"), HasSubstr("false has failed\n"));
+  ::unsetenv("VISUAL");
 }
 
 TEST_F(PipedPrompt, ExplainsErrorsAndGoesOn) {
@@ -105,10 +185,10 @@ TEST_F(PipedPrompt, TellsWhatComesBack) {
                               "functions back: F\n"));
   EXPECT_THAT(said, HasSubstr("done again: input 3; the drawing has 0 entities\n"
                               "drawing erased            E1 POINT on layer 0: at (1 1 0)\n"
-                              "lisp> there is nothing to do again\n"
-                              "lisp> taken back: input 3; "));
+                              "there is nothing to do again\n"
+                              "taken back: input 3; "));
   // Behind another program there is nothing to do again.
-  EXPECT_THAT(said, HasSubstr("result: 5   [2 steps]\nlisp> there is nothing to do again\n"));
+  EXPECT_THAT(said, HasSubstr("result: 5   [2 steps]\nthere is nothing to do again\n"));
 }
 
 TEST_F(PipedPrompt, LeavesNothingOfAFailedProgram) {
@@ -134,7 +214,7 @@ TEST_F(PipedPrompt, AsksForPicksUntilItUnderstands) {
   EXPECT_THAT(said, HasSubstr("result: 5 "));
   EXPECT_THAT(said, HasSubstr("result: (10 25 0)"));
   EXPECT_THAT(said, HasSubstr("result: nil"));
-  EXPECT_THAT(said, HasSubstr("all\nresult: nil   [2 steps]\nlisp> Select"));
+  EXPECT_THAT(said, HasSubstr("all\nresult: nil   [2 steps]\nSelect"));
   EXPECT_THAT(said, HasSubstr("result: ($KVSEL \"E1\")"));
   EXPECT_THAT(said, HasSubstr("result: (50 50 0)"));
   EXPECT_THAT(said, HasSubstr("cancelled   "));

@@ -61,5 +61,49 @@ TEST(SafeBuffer, PassesWholeLinesAtOnce) {
   EXPECT_EQ(target.str(), "one\ntwo");
 }
 
+TEST(SafeBuffer, ShowsStylesOnlyWhenItIsTold) {
+  const auto written = [](bool has_colours) {
+    std::ostringstream target;
+    SafeBuffer buffer(*target.rdbuf());
+    buffer.setColours(has_colours);
+    std::ostream out(&buffer);
+    out << Style::Error << "er\x1B[0mror" << Style::Plain << "\nnext " << std::flush << Style::Added
+        << "\xC3\xA9" << std::flush << Style::Plain << "\n";
+    return target.str();
+  };
+  EXPECT_EQ(written(false), "er\\x1B[0mror\nnext \xC3\xA9\n");
+  EXPECT_EQ(written(true), "\x1B[1;31mer\\x1B[0mror\x1B[0m\nnext \x1B[32m\xC3\xA9\x1B[0m\n");
+  std::ostringstream elsewhere;
+  elsewhere << Style::Error << "error";
+  EXPECT_EQ(elsewhere.str(), "error");
+}
+
+TEST(SafeBuffer, BreaksLinesBetweenWords) {
+  struct Row {
+    const char* line;
+    const char* shown;
+  };
+  const Row rows[] = {
+      {"as wide as it can be", "as wide as it can be"},
+      {"one more than can be there", "one more than can be\n  there"},
+      {"  (10 20 30 40 50 60 70 80 90)", "  (10 20 30 40 50 60\n    70 80 90)"},
+      {"a  column to the right of it", "a  column to the\n   right of it"},
+      {"awordthatisfartoolongforit is left", "awordthatisfartoolongforit\n  is left"},
+      {"\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9 \xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9 "
+       "\xC3\xA9\xC3\xA9\xC3\xA9 1234",
+       "\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9 \xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9 "
+       "\xC3\xA9\xC3\xA9\xC3\xA9 1234"},
+      {"    1 | (LIST 1 2 3 4 5 6 7)", "    1 | (LIST 1 2 3 4 5 6 7)"},
+      {"      |       ^^^^^^^^^^^^^^", "      |       ^^^^^^^^^^^^^^"},
+  };
+  for (const Row& row : rows) {
+    std::ostringstream target;
+    SafeBuffer buffer(*target.rdbuf());
+    buffer.setWidth(20);
+    std::ostream(&buffer) << row.line << "\n";
+    EXPECT_EQ(target.str(), std::string(row.shown) + "\n");
+  }
+}
+
 }  // namespace
 }  // namespace lisp_worker::console

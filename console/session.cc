@@ -11,6 +11,7 @@
 
 #include "console/display.h"
 #include "console/host.h"
+#include "console/safe_output.h"
 #include "lisp_worker/client/answer_text.h"
 #include "lisp_worker/client/names.h"
 #include "lisp_worker/client/worker_text.h"
@@ -33,6 +34,18 @@ std::string counted(std::size_t count, const std::string& thing, const std::stri
 
 std::string counted(std::size_t count, const std::string& thing) {
   return counted(count, thing, thing + "s");
+}
+
+Style styleOf(EntityChange::Kind kind) {
+  switch (kind) {
+    case EntityChange::Kind::Added:
+      return Style::Added;
+    case EntityChange::Kind::Changed:
+      return Style::Changed;
+    case EntityChange::Kind::Erased:
+      return Style::Erased;
+  }
+  return Style::Plain;
 }
 
 std::string_view nameOf(EntityChange::Kind kind) {
@@ -83,6 +96,23 @@ std::string whyRefused(WorkerStatus status, std::size_t program_size) {
          " are the most; move functions into libraries of their own (--load)";
 }
 
+// The caret or the bar below the line of a program.
+bool isCaretLine(std::string_view line) {
+  return line.find('^') != std::string_view::npos && line.starts_with("    ") &&
+         line.find_first_not_of(" |^") == std::string_view::npos;
+}
+
+// The carets, and the lines that say what is wrong, in `style`.
+void tellExplanation(std::ostream& out, std::string_view text, Style style) {
+  while (!text.empty()) {
+    const std::size_t size = std::min(text.find('\n'), text.size());
+    const std::string_view line = text.substr(0, size);
+    text.remove_prefix(std::min(size + 1, text.size()));
+    out << (isCaretLine(line) || !line.starts_with(' ') ? style : Style::Plain) << line
+        << Style::Plain << "\n";
+  }
+}
+
 }  // namespace
 
 void Session::setSheet(Sheet sheet) {
@@ -125,7 +155,7 @@ ProgramEnd Session::load(const Program& library) {
     out_ << library.name << ": a library must not make host calls\n";
     return worker_->evalCancel(reply->value->run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
   }
-  out_ << library.name << ": cannot be loaded: "
+  out_ << Style::Error << library.name << ": cannot be loaded: " << Style::Plain
        << (reply->value ? displayText(reply->value->text)
                         : whyRefused(reply->status, library.text.size()))
        << "\n";
@@ -145,7 +175,9 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   noteQuotes(program);
   if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
-  if (end != ProgramEnd::Broken && explainer_ != nullptr) out_ << explainer_->explainRefusals();
+  if (end != ProgramEnd::Broken && explainer_ != nullptr) {
+    tellExplanation(out_, explainer_->explainRefusals(), Style::Warning);
+  }
   settle(found, script.keeps);
   const ProgramEnd judged = judgeDrawing(end, script);
   if (!is_brief_) out_ << "\n";
@@ -168,7 +200,8 @@ void Session::settle(const Drawing& found, bool keeps) {
   printLine("drawing", "untouched",
             "what the program had changed is taken back" +
                 (count == 0 ? "" : ": " + counted(count, "entity", "entities")) +
-                "   [--keep keeps it]");
+                "   [--keep keeps it]",
+            Style::Warning);
 }
 
 void Session::printDrawing(std::string_view heading) {
@@ -272,7 +305,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     printResponse(*reply, call_count);
   } else {
     printLine("worker", client::statusName(reply->status),
-              whyRefused(reply->status, program.size()));
+              whyRefused(reply->status, program.size()), Style::Error);
   }
   printExplanation(*reply);
   printPicks(picks);
@@ -286,7 +319,7 @@ ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason)
   if (worker_->fault()) return ProgramEnd::Broken;
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel", reason);
   mismatches_ = {{"an end of its own", "cancelled: " + reason}};
-  if (explainer_ != nullptr) out_ << explainer_->cancel();
+  if (explainer_ != nullptr) tellExplanation(out_, explainer_->cancel(), Style::Warning);
   const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
@@ -335,7 +368,8 @@ ProgramEnd Session::judge(const Reply<EvalResult>& reply, const Script& script) 
   const bool expected = mismatches_.empty();
   if (script.expectation) {
     printLine("script", expected ? "as expected" : "NOT AS EXPECTED",
-              expected ? "" : displayText(script.expectation->text));
+              expected ? "" : displayText(script.expectation->text),
+              expected ? Style::Plain : Style::Error);
   }
   return expected ? ProgramEnd::AsExpected : ProgramEnd::Unexpected;
 }
@@ -354,7 +388,7 @@ ProgramEnd Session::judgeDrawing(ProgramEnd end, const Script& script) {
 void Session::printExplanation(const Reply<EvalResult>& reply) {
   if (explainer_ == nullptr) return;
   const std::string text = explainer_->finish(reply);
-  out_ << text;
+  tellExplanation(out_, text, Style::Error);
 }
 
 // The lines that are not comments alone.
@@ -376,9 +410,11 @@ void Session::printProgram(std::string_view program) {
 
 void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_count) {
   std::string text;
+  Style style = Style::Plain;
   const EvalResult& result = *reply.value;
   switch (result.eval_status) {
     case EvalStatus::Value:
+      style = Style::Value;
       text = "result: " + displayWorkerText(result.text, results_are_whole_ ? result.text.size() * 2
                                                                             : kResultSizeMax);
       break;
@@ -388,13 +424,14 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
              describeArguments(result);
       break;
     default:
+      style = Style::Error;
       text = "error: " + displayText(result.text);
   }
   text += "   [" + counted(result.steps, "step") + "]";
   if (is_brief_) {
-    out_ << text << "\n";
+    out_ << style << text << Style::Plain << "\n";
   } else {
-    printLine("worker", client::statusName(reply.status), text);
+    printLine("worker", client::statusName(reply.status), text, style);
   }
 }
 
@@ -402,7 +439,8 @@ void Session::tell(std::string_view speaker, std::string_view what, const std::s
   if (!is_brief_) printLine(speaker, what, text);
 }
 
-void Session::printLine(std::string_view speaker, std::string_view what, const std::string& text) {
+void Session::printLine(std::string_view speaker, std::string_view what, const std::string& text,
+                        Style style) {
   std::string line(speaker);
   line.resize(kSpeakerWidth, ' ');
   line += what;
@@ -410,13 +448,14 @@ void Session::printLine(std::string_view speaker, std::string_view what, const s
     line.resize(kSpeakerWidth + kWhatWidth, ' ');
     line += text;
   }
-  out_ << line << "\n";
+  out_ << style << line << Style::Plain << "\n";
 }
 
 void Session::printChanges(const Drawing& before) {
   const std::vector<EntityChange> changes = compareDrawings(before, drawing_);
   for (std::size_t n = 0; n < changes.size() && n < shown_calls_max_; ++n) {
-    printLine("drawing", nameOf(changes[n].kind), describeEntity(changes[n].entity));
+    printLine("drawing", nameOf(changes[n].kind), describeEntity(changes[n].entity),
+              styleOf(changes[n].kind));
   }
   if (changes.size() > shown_calls_max_) {
     printLine("drawing", "...", "and " + counted(changes.size() - shown_calls_max_, "more change"));

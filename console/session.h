@@ -21,6 +21,7 @@
 #include "console/host.h"
 #include "console/program.h"
 #include "console/progress.h"
+#include "console/safe_output.h"
 #include "console/script.h"
 #include "lisp_worker/client/coordinates.h"
 #include "lisp_worker/client/datum.h"
@@ -94,6 +95,9 @@ class Session {
   // The host calls of the last program.
   [[nodiscard]] const std::vector<CallRecord>& calls() const { return calls_; }
 
+  // True when the last program has ended with a value.
+  [[nodiscard]] bool hasValue() const { return has_value_; }
+
   // Asked for answers to host calls before the drawing and the rules; null for nobody.
   void setAnswerer(Answerer* answerer) { answerer_ = answerer; }
 
@@ -166,7 +170,8 @@ class Session {
   void printExplanation(const client::Reply<client::EvalResult>& reply);
   void printProgram(std::string_view program);
   void printResponse(const client::Reply<client::EvalResult>& reply, std::size_t call_count);
-  void printLine(std::string_view speaker, std::string_view what, const std::string& text);
+  void printLine(std::string_view speaker, std::string_view what, const std::string& text,
+                 Style style = Style::Plain);
 
   client::WorkerClient* worker_;
   std::ostream& out_;

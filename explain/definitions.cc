@@ -49,6 +49,10 @@ std::vector<std::string> Definitions::variableNames() const {
   return {variables_.begin(), variables_.end()};
 }
 
+lisp::LispValue Definitions::valueOf(std::string_view name) const {
+  return lisp::LispValue::share(bindingOf(name).value);
+}
+
 std::vector<std::string> Definitions::functionNames() const {
   std::vector<std::string> names;
   for (const auto& [record, function] : functions_) names.emplace_back(nameOf(function));
@@ -76,7 +80,7 @@ std::string Definitions::asProgram(std::vector<std::string>& lost) const {
     text += "\n";
   }
   for (const std::string& name : variables_) {
-    const auto value = write(lisp::LispValue::share(bindingOf(name).value), kValueSizeMax);
+    const auto value = write(valueOf(name), kValueSizeMax);
     if (value) {
       text += "(SETQ " + name + " '" + *value + ")\n";
     } else {

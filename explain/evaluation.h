@@ -56,6 +56,8 @@ class Definitions {
   [[nodiscard]] const lisp::Environment& environment() const { return environment_; }
   [[nodiscard]] std::vector<std::string> variableNames() const;  // Sorted.
   [[nodiscard]] std::vector<std::string> functionNames() const;  // Sorted.
+  // Of one of the variables.
+  [[nodiscard]] lisp::LispValue valueOf(std::string_view name) const;
   // Null when there is no such function.
   [[nodiscard]] const Function* findFunctionNamed(std::string_view name) const;
   [[nodiscard]] const Function* findFunction(const lisp::UserFunction* record) const;
