@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdint>
 
 #include "console/commands.h"
 #include "console/entity.h"
@@ -116,6 +117,9 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
       ->check(CLI::Range(1, 250000));
+  app.add_flag_function(
+      "--no-history", [&line](std::int64_t) { line.keeps_history = false; },
+      "Do not keep the forms of the prompt in a file");
   app.add_option_function<std::string>(
          "--color",
          [&line](const std::string& wish) {

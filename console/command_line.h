@@ -49,6 +49,7 @@ struct CommandLine {
   std::string coverage_path;
   bool shows_axes = false;
   bool shows_cells = false;
+  bool keeps_history = true;
   ColorWish color = ColorWish::Auto;
 };
 

@@ -1,25 +1,52 @@
-// Completion of names by the Tab key.
+// Completion by the Tab key: of what can stand at the cursor.
+//
+//   (POL              names of the dialect and of the session, parameters of the DEFUN around
+//   (POLAR _          how the function is called
+//   (COMMAND "CI      commands; behind one of them its options
+//   '((0 "            types of entities; '((0 "CIRCLE") ( their groups; (8 " layers
+//   :lo   :load pl    commands of the prompt, and names of files
 
 #ifndef CONSOLE_COMPLETION_H_
 #define CONSOLE_COMPLETION_H_
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace lisp_worker::console {
 
-// The word before the cursor, from the last blank, parenthesis, apostrophe or quote on.
-[[nodiscard]] std::string_view wordBefore(std::string_view line);
+struct Candidate {
+  std::string text;
+  std::string note = {};  // Shown beside it where several are; may be empty.
+};
 
-// Of `names`, those that begin with `word` in either case.
+struct Completion {
+  std::string word;                        // Before the cursor, as it has been typed.
+  std::vector<Candidate> candidates = {};  // In the order in which they are shown.
+  std::string ending = {};                 // What comes after the only candidate.
+  bool keeps_case = false;                 // Letters follow those of the word, small or capital.
+  std::string hint = {};                   // Shown when there is no word yet.
+
+  // What the word becomes: as much as all candidates have in common, and the end if there is only
+  // one. The word itself when nothing can be added.
+  [[nodiscard]] std::string extended() const;
+};
+
+// What a session has to offer.
+struct CompletionSource {
+  std::vector<std::string> names = {};   // Of functions and variables, in capitals.
+  std::vector<std::string> layers = {};  // Of the drawing.
+  // How a function is called: "(POLAR POINT ANGLE DISTANCE)"; empty for unknown ones.
+  std::function<std::string(std::string_view name)> signature = {};
+};
+
+// `before` is the text up to the cursor, with all lines of its form.
+[[nodiscard]] Completion completeAt(std::string_view before, const CompletionSource& source);
+
+// Of `names`, those that begin with `word` in either case, sorted, each once.
 [[nodiscard]] std::vector<std::string> namesWith(const std::vector<std::string>& names,
                                                  std::string_view word);
-
-// The letters that all candidates have after `word`, in its letters' case, and a blank if there is
-// only one candidate.
-[[nodiscard]] std::string commonRest(const std::vector<std::string>& candidates,
-                                     std::string_view word);
 
 }  // namespace lisp_worker::console
 

@@ -8,7 +8,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "console/completion.h"
 
 namespace lisp_worker::console {
 
@@ -20,8 +21,8 @@ class LineEditor {
     Interrupted,  // By Ctrl-C; the line is dropped.
   };
 
-  // All names that could stand where `word` has been begun.
-  using Completer = std::function<std::vector<std::string>(std::string_view word)>;
+  // What can come at the end of `before`, the text up to the cursor.
+  using Completer = std::function<Completion(std::string_view before)>;
 
   virtual ~LineEditor() = default;
 
@@ -39,13 +40,16 @@ class LineEditor {
   [[nodiscard]] virtual bool isTerminal() const = 0;
 };
 
-// At a terminal with editing, history and completion by the Tab key; the history is kept in
-// `history_path` from one session to the next, unless that is empty. Otherwise plain lines.
+// At a terminal a form is edited as a whole, with all its lines: new ones are indented, the bracket
+// that belongs to the one at the cursor is shown, the Tab key completes, and earlier forms come
+// back. These are kept in `history_path` from one session to the next, unless that is empty.
+// Otherwise plain lines.
 [[nodiscard]] std::unique_ptr<LineEditor> openLineEditor(const std::string& history_path,
                                                          LineEditor::Completer completer);
 
-// The file of the history: the one that LISP_CONSOLE_HISTORY names, else one in the home directory.
-// Empty without a home directory.
+// The file of the history: the one that LISP_CONSOLE_HISTORY names, none when that is empty; else
+// lisp_console/history in the directory that XDG_STATE_HOME names, or in ~/.local/state. Empty
+// without a home directory.
 [[nodiscard]] std::string defaultHistoryPath();
 
 // From here on Ctrl-C does nothing, to a process that is started now either: at a terminal it

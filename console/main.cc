@@ -167,7 +167,7 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   std::unique_ptr<LineEditor> editor;
   std::unique_ptr<Keyboard> keyboard;
   if (line.asks) {
-    editor = openLineEditor("", [](std::string_view) { return std::vector<std::string>(); });
+    editor = openLineEditor("", {});
     keyboard = std::make_unique<Keyboard>(*editor);
     keyboard->setAround([&progress] { progress.pause(); }, [&progress] { progress.resume(); });
   }
@@ -303,7 +303,7 @@ ExitCode checkPrograms(const Inputs& inputs) {
 }
 
 ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
-  Prompt prompt(line.worker_path, defaultHistoryPath());
+  Prompt prompt(line.worker_path, line.keeps_history ? defaultHistoryPath() : "");
   std::string error;
   if (!prompt.open(error)) return complain(ExitCode::WorkerBroken, error);
   Session& session = prompt.session();

@@ -70,7 +70,7 @@ void tellDefinitions(const explain::Definitions& before, const explain::Definiti
 Prompt::Prompt(std::string worker_path, const std::string& history_path)
     : worker_path_(std::move(worker_path)),
       editor_(openLineEditor(history_path,
-                             [this](std::string_view word) { return completionsFor(word); })),
+                             [this](std::string_view before) { return completionAt(before); })),
       keyboard_(std::make_unique<Keyboard>(*editor_)) {
   keyboard_->setAround(
       [this] {
@@ -173,7 +173,6 @@ std::optional<std::string> Prompt::readInput() {
   const std::string bare = trimmed(text);
   if (bare.starts_with(':')) return bare;
   if (auto command = commandWithoutColon(bare)) return command;
-  text = withoutMargin(text, kPrompt.size());
   const explain::Source source("input", text);
   const explain::Reading reading = explain::readForms(source);
   return reading.forms.empty() && !reading.fault ? "" : text;
@@ -490,12 +489,25 @@ std::vector<std::string> Prompt::sessionNames() const {
   return names;
 }
 
-std::vector<std::string> Prompt::completionsFor(std::string_view word) const {
-  std::vector<std::string> names = sessionNames();
-  if (word.starts_with(':')) {
-    for (const PromptCommand& command : promptCommands()) names.emplace_back(command.name());
+// How a function is called: "(POLAR POINT ANGLE DISTANCE)". Empty for an unknown one.
+std::string Prompt::signatureOf(std::string_view name) const {
+  if (const auto* const function = explainer_.definitions().findFunctionNamed(name)) {
+    std::string signature = "(" + std::string(name);
+    for (const explain::Form& parameter : function->definition->items[2].items) {
+      if (parameter.name() == "/") break;
+      signature += " " + std::string(parameter.name());
+    }
+    return signature + ")";
   }
-  return namesWith(names, word);
+  const explain::Entry* const entry = explain::findEntry(name);
+  return entry == nullptr ? "" : std::string(entry->form);
+}
+
+Completion Prompt::completionAt(std::string_view before) const {
+  CompletionSource source{.names = sessionNames()};
+  for (const Layer& layer : session_->drawing().layers()) source.layers.push_back(layer.name);
+  source.signature = [this](std::string_view name) { return signatureOf(name); };
+  return completeAt(before, source);
 }
 
 }  // namespace lisp_worker::console

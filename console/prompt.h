@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "console/completion.h"
 #include "console/drawing_file.h"
 #include "console/explainer.h"
 #include "console/keyboard.h"
@@ -80,7 +81,8 @@ class Prompt {
 
   // Of functions and variables, and of what the dialect has.
   [[nodiscard]] std::vector<std::string> sessionNames() const;
-  [[nodiscard]] std::vector<std::string> completionsFor(std::string_view word) const;
+  [[nodiscard]] std::string signatureOf(std::string_view name) const;
+  [[nodiscard]] Completion completionAt(std::string_view before) const;
 
   std::string worker_path_;
   std::unique_ptr<LineEditor> editor_;

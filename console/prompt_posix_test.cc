@@ -18,16 +18,13 @@
 #include <string>
 #include <thread>
 
-#include "console/completion.h"
 #include "testing/base/command_output.h"
 #include "testing/base/test_environment.h"
 
 namespace lisp_worker::console {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing_support::environment;
 using testing_support::runCommand;
@@ -363,19 +360,6 @@ TEST_F(PipedPrompt, IsThereWithinFiftyMilliseconds) {
   EXPECT_LT(best, kPromise);
 }
 
-TEST(Completion, AddsWhatAllCandidatesHave) {
-  const std::vector<std::string> names = {"CAR", "CDR", "COMMAND", "COMMAND-S", "CONS"};
-  EXPECT_EQ(wordBefore("(LIST (co"), "co");
-  EXPECT_EQ(wordBefore("'ab"), "ab");
-  EXPECT_EQ(wordBefore("(LIST "), "");
-  EXPECT_THAT(namesWith(names, "c"), ElementsAre("CAR", "CDR", "COMMAND", "COMMAND-S", "CONS"));
-  EXPECT_THAT(namesWith(names, "X"), IsEmpty());
-  EXPECT_EQ(commonRest(namesWith(names, "com"), "com"), "mand");
-  EXPECT_EQ(commonRest(namesWith(names, "CON"), "CON"), "S ");
-  EXPECT_EQ(commonRest(namesWith(names, "c"), "c"), "");
-  EXPECT_EQ(commonRest({}, "c"), "");
-}
-
 // One terminal of a tmux server of its own.
 class TerminalPrompt : public testing::Test {
  protected:
@@ -413,6 +397,25 @@ class TerminalPrompt : public testing::Test {
 
   void type(const std::string& keys) { tmux("send-keys -l '" + keys + "'"); }
   void press(const std::string& key) { tmux("send-keys " + key); }
+  // True when the screen comes to show the text, with its sequences.
+  [[nodiscard]] bool showsStyled(const std::string& text) const {
+    for (int n = 0; n < 1000; ++n) {
+      if (styledScreen().find(text) != std::string::npos) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+  }
+
+  // The sequences that the console writes, without those that the terminal adds by itself.
+  [[nodiscard]] std::string styledScreen() const {
+    return std::regex_replace(tmux("capture-pane -e -p"), std::regex("\033\\[[34]9m"), "");
+  }
+
+  void clearScreen() const {
+    tmux("send-keys C-l");
+    tmux("clear-history");
+  }
+
   void enter(const std::string& line) {
     type(line);
     press("Enter");
@@ -452,9 +455,9 @@ TEST_F(TerminalPrompt, TakesWhatIsPasted) {
 TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
   start();
   enter("(DEFUN TWICE (X)");
-  ASSERT_TRUE(shows("  (DEFUN TWICE (...>")) << screen();
   enter("(* 2 X))");
   ASSERT_TRUE(shows("result: TWICE")) << screen();
+  EXPECT_THAT(screen(), HasSubstr("lisp> (DEFUN TWICE (X)\n        (* 2 X))\n"));
 
   type("(twi");
   press("Tab");
@@ -500,6 +503,100 @@ TEST_F(TerminalPrompt, EditsCompletesRemembersCancelsAndSurvives) {
   start();
   press("Up");
   EXPECT_TRUE(shows("(TWICE 7)")) << screen();
+}
+
+// A form of several lines is one thing to edit, to bring back and to keep.
+TEST_F(TerminalPrompt, EditsFormsOfSeveralLines) {
+  start();
+  enter("(LIST 1");
+  enter("(+ 2");
+  enter("30))");
+  ASSERT_TRUE(shows("result: (1 32) ")) << screen();
+  EXPECT_THAT(screen(), HasSubstr("lisp> (LIST 1\n            (+ 2\n               30))\n"));
+  enter("(SETQ S \"a");
+  enter("b\")");
+  ASSERT_TRUE(shows("result: \"a\\nb\" ")) << screen();
+  // Blanks of the indent are not the program's.
+  enter("(DEFUN AREA (R)");
+  enter("(* 3 R R))");
+  ASSERT_TRUE(shows("result: AREA")) << screen();
+  enter(":doc AREA");
+  EXPECT_TRUE(shows("\n(DEFUN AREA (R)\n  (* 3 R R))\n")) << screen();
+
+  // Back by one key, changed in its first line, and run as a whole.
+  for (int n = 0; n < 2; ++n) press("C-p");
+  press("Up");
+  press("BSpace");
+  type(" Q)");
+  press("Enter");
+  ASSERT_TRUE(shows("lisp> (DEFUN AREA (R Q)\n        (* 3 R R))\nresult: AREA")) << screen();
+  enter("(AREA 2 0)");
+  EXPECT_TRUE(shows("result: 12 ")) << screen();
+
+  press("C-d");
+  for (int n = 0; n < 500 && tmux("list-sessions").find("110") != std::string::npos; ++n) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  const std::string kept = runCommand("cat '" + (directory.path / "history").string() + "'").text;
+  EXPECT_THAT(kept, HasSubstr("\n(DEFUN AREA (R Q)\\n        (* 3 R R))\n(AREA 2 0)\n"));
+  EXPECT_EQ(runCommand("stat -c %a '" + (directory.path / "history").string() + "'").text, "600\n");
+  start();
+  press("Up");
+  press("C-p");
+  EXPECT_TRUE(shows("lisp> (DEFUN AREA (R Q)\n        (* 3 R R))")) << screen();
+}
+
+TEST_F(TerminalPrompt, ShowsTheBracketThatBelongs) {
+  start();
+  type("(LIST (CAR X))");
+  EXPECT_TRUE(showsStyled("\033[7m(\033[0mLIST (CAR X))")) << styledScreen();
+  press("Left");
+  EXPECT_TRUE(showsStyled("(LIST \033[7m(\033[0mCAR X))")) << styledScreen();
+  press("C-a");
+  EXPECT_TRUE(showsStyled("(LIST (CAR X)\033[7m)")) << styledScreen();
+  press("C-c");
+  // In another line, and not for one inside a string.
+  enter("(LIST \")\"");
+  type("(CDR Y))");
+  EXPECT_TRUE(showsStyled("\033[7m(\033[0mLIST \")\"")) << styledScreen();
+  press("C-c");
+  type("(LIST \")");
+  EXPECT_TRUE(shows("(LIST \")")) << screen();
+  EXPECT_THAT(styledScreen(), Not(HasSubstr("\033[7m")));
+}
+
+TEST_F(TerminalPrompt, CompletesWhatCanComeNext) {
+  std::ofstream(directory.path / "plate.lsp") << "(+ 40 2)\n";
+  start();
+  type("(COMMAND \"ci");
+  press("Tab");
+  EXPECT_TRUE(shows("(COMMAND \"CIRCLE\"")) << screen();
+  type(" \"2");
+  press("Tab");
+  EXPECT_TRUE(shows("(COMMAND \"CIRCLE\" \"2P\"")) << screen();
+  press("C-c");
+  type("(ENTMAKE (QUOTE ((0 \"li");
+  press("Tab");
+  EXPECT_TRUE(shows("((0 \"LINE\"")) << screen();
+  press("C-c");
+  type("(POLAR ");
+  press("Tab");
+  EXPECT_TRUE(shows("\n(POLAR POINT ANGLE DISTANCE)\nlisp> (POLAR")) << screen();
+  press("C-c");
+  clearScreen();
+  enter("(DEFUN BOLT (centre-point)");
+  type("(CAR cen");
+  press("Tab");
+  EXPECT_TRUE(shows("(CAR centre-point")) << screen();
+  press("C-c");
+  type(":lo");
+  press("Tab");
+  EXPECT_TRUE(shows("lisp> :load")) << screen();
+  type(directory.path.string() + "/pl");
+  press("Tab");
+  EXPECT_TRUE(shows("/plate.lsp")) << screen();
+  press("Enter");
+  EXPECT_TRUE(shows("result: 42 ")) << screen();
 }
 
 }  // namespace

@@ -92,13 +92,13 @@ class Tutorial : public testing::Test {
     std::string input;
     std::string expected;
     for (std::string line; std::getline(lines, line);) {
-      const std::size_t prompt_end =
-          line.starts_with("lisp> ") || line.starts_with("  (DEFUN") ? line.find("> ") : line.npos;
       if (line.starts_with("A form is run when")) continue;
-      if (prompt_end == std::string::npos) {
-        expected += line + "\n";
+      if (line.starts_with("lisp> ")) {
+        input += line.substr(6) + "\n";
+      } else if (line.starts_with("        ")) {
+        input += line + "\n";
       } else {
-        input += line.substr(prompt_end + 2) + "\n";
+        expected += line + "\n";
       }
     }
     EXPECT_EQ(run("", input), expected);
