@@ -179,7 +179,7 @@ Completion completeFile(std::string word) {
   return completion;
 }
 
-void addNames(Completion& completion, std::vector<std::string> names) {
+void addNames(Completion& completion, const std::vector<std::string>& names) {
   completion.keeps_case = true;
   completion.ending = " ";
   for (std::string& name : namesWith(names, completion.word)) {
@@ -193,7 +193,7 @@ Completion completePromptCommand(std::string_view text, const CompletionSource& 
     Completion completion{.word = std::string(text)};
     std::vector<std::string> names;
     for (const PromptCommand& command : promptCommands()) names.emplace_back(command.name());
-    addNames(completion, std::move(names));
+    addNames(completion, names);
     return completion;
   }
   const std::string_view command = text.substr(0, blank);
@@ -208,7 +208,7 @@ Completion completePromptCommand(std::string_view text, const CompletionSource& 
     names.emplace_back(summary.substr(0, summary.find(' ')));
   }
   for (const std::string_view type : entityTypes()) names.emplace_back(type);
-  addNames(completion, std::move(names));
+  addNames(completion, names);
   completion.ending.clear();
   return completion;
 }
@@ -282,11 +282,11 @@ Completion completeAt(std::string_view before, const CompletionSource& source) {
   if (completion.word.empty() && !lists.empty() && !lists.back().name().empty()) {
     if (source.signature) completion.hint = source.signature(lists.back().name());
     if (!completion.hint.empty()) return completion;
-    addNames(completion, std::move(names));
+    addNames(completion, names);
     return completion;
   }
   names.insert(names.end(), source.names.begin(), source.names.end());
-  addNames(completion, std::move(names));
+  addNames(completion, names);
   return completion;
 }
 
