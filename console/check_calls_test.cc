@@ -40,8 +40,8 @@ TEST(CheckCalls, FindsWhatTheDrawingWouldRefuse) {
        "2:3 COMMAND would be refused: nothing done: TEXT: needs a text"},
       {"(ENTMAKE '((0 \"CIRCLE\") (10 (0 0))))",
        "1:10 ENTMAKE would be refused: not made: CIRCLE needs a group 40, radius"},
-      {"(ENTMAKEX (LIST '(0 \"POLYLINE\") '(10 (0 0)) '(10 (1 1)) '(42 1)))",
-       "1:11 ENTMAKEX would be refused: not made: group 42: arcs inside a polyline"},
+      {"(ENTMAKEX (LIST '(0 \"POLYLINE\") '(10 (0 0)) '(10 (1 1)) '(43 1)))",
+       "1:11 ENTMAKEX would be refused: not made: group 43: widths are not drawn"},
   };
   for (const Row& row : rows) {
     EXPECT_THAT(findingsIn(row.text), ElementsAre(StartsWith(row.finding))) << row.text;

@@ -82,6 +82,10 @@ bool CommandInput::takeWord(std::string_view word) {
 
 std::string CommandInput::next() const { return atEnd() ? "" : client::printDatum(*peek()); }
 
+std::string_view CommandInput::nextText() const {
+  return atEnd() ? "" : client::asString(*peek()).value_or("");
+}
+
 std::optional<Point> CommandInput::peekPoint() const {
   if (atEnd()) return std::nullopt;
   if (const auto text = client::asString(*peek())) return readTypedPoint(*text, last_);

@@ -47,6 +47,8 @@ class CommandInput {
   void takeAny() { ++next_; }
   // The next input as text, of any kind; for messages.
   [[nodiscard]] std::string next() const;
+  // The next input when it is a text; empty otherwise. A view into the arguments.
+  [[nodiscard]] std::string_view nextText() const;
 
   [[nodiscard]] bool atPoint() const { return peekPoint().has_value(); }
   std::optional<client::Point> takePoint(std::string_view what);

@@ -12,7 +12,11 @@
 
 #include "console/colour.h"
 #include "console/command_input.h"
+#include "console/line_style.h"
+#include "console/polyline.h"
+#include "console/polyline_input.h"
 #include "console/shape.h"
+#include "lisp_worker/client/number_text.h"
 
 namespace lisp_worker::console {
 
@@ -42,6 +46,7 @@ class CommandRun {
 
   std::string line();
   std::string polyline();
+  std::string hatch();
   std::string circle();
   std::string arc();
   std::string point();
@@ -65,6 +70,7 @@ class CommandRun {
   std::string transformAll(const char* done, const Handles& handles, const Similarity& mapping);
   Handles copyAll(const Handles& handles, const Similarity& mapping);
   std::string setLayerOption(bool& is_option);
+  std::string setLayerLook(std::string_view option);
 
   Drawing& drawing_;
   CommandInput& input_;
@@ -79,25 +85,6 @@ std::string listed(const char* done, const std::vector<std::string>& handles) {
     text += " and " + std::to_string(handles.size() - kListedMax) + " more";
   }
   return text;
-}
-
-// The centre of the circle through three points; empty when they lie on a line.
-std::optional<Point> centreOf(const Point& p, const Point& q, const Point& r) {
-  const double ax = q.x - p.x;
-  const double ay = q.y - p.y;
-  const double bx = r.x - p.x;
-  const double by = r.y - p.y;
-  const double twice_area = ax * by - ay * bx;
-  const double scale = (ax * ax + ay * ay) + (bx * bx + by * by);
-  if (!(std::fabs(twice_area) > 1e-12 * scale)) return std::nullopt;
-  const double aa = ax * ax + ay * ay;
-  const double bb = bx * bx + by * by;
-  return Point{p.x + (by * aa - ay * bb) / (2 * twice_area),
-               p.y + (ax * bb - bx * aa) / (2 * twice_area), p.z};
-}
-
-double directionOf(const Point& from, const Point& to) {
-  return std::atan2(to.y - from.y, to.x - from.x);
 }
 
 double distanceOf(const Point& from, const Point& to) {
@@ -146,13 +133,56 @@ std::string CommandRun::line() {
   return add(lines);
 }
 
+// The groups of the vertices. A bulge of 0 has none.
+void appendVertices(const VertexChain& chain, DatumList& groups) {
+  for (const Vertex& vertex : chain.vertices) {
+    groups.push_back(makeGroup(kPointGroup, pointDatum(vertex.at)));
+    if (vertex.bulge != 0) groups.push_back(makeGroup(kBulgeGroup, client::number(vertex.bulge)));
+  }
+}
+
 std::string CommandRun::polyline() {
-  bool closes = false;
-  const std::vector<Point> points = takePoints(2, closes);
-  if (points.size() < 2) return "";
+  const auto chain = takePolyline(input_);
+  if (!chain) return "";
   DatumList groups = {makeGroup(kTypeGroup, client::string("POLYLINE")),
-                      makeGroup(kClosedGroup, client::number(closes ? 1 : 0))};
-  for (const Point& point : points) groups.push_back(makeGroup(kPointGroup, pointDatum(point)));
+                      makeGroup(kClosedGroup, client::number(chain->is_closed ? 1 : 0))};
+  appendVertices(*chain, groups);
+  return add({groups});
+}
+
+std::string CommandRun::hatch() {
+  DatumList groups = {makeGroup(kTypeGroup, client::string("HATCH"))};
+  const char* const pattern = input_.takeWord("SOLID")  ? "SOLID"
+                              : input_.takeWord("LINE") ? "LINE"
+                              : input_.takeWord("NET")  ? "NET"
+                                                        : nullptr;
+  if (pattern == nullptr) {
+    input_.failAtNext("needs SOLID, LINE or NET" +
+                      (input_.atEnd() ? "" : ", not " + input_.next()));
+    return "";
+  }
+  groups.push_back(makeGroup(kPatternGroup, client::string(pattern)));
+  if (std::string_view(pattern) != "SOLID") {
+    const auto distance = input_.takeNumber("a distance of its lines, in millimetres of paper");
+    const auto angle = distance ? input_.takeAngle("an angle of its lines") : std::nullopt;
+    if (!angle) return "";
+    groups.push_back(makeGroup(kPatternDistanceGroup, client::number(*distance)));
+    groups.push_back(makeGroup(kPatternAngleGroup, client::number(*angle)));
+  }
+  const auto handles = takeSelection();
+  if (!handles) return "";
+  for (const std::string& handle : *handles) {
+    const auto chain = closedChainOf(*drawing_.find(handle));
+    if (!chain) {
+      input_.fail(handle + " encloses nothing: it needs circles and closed polylines");
+      return "";
+    }
+    if (handles->size() > 1) {
+      groups.push_back(
+          makeGroup(kOutlineGroup, client::number(static_cast<double>(chain->vertices.size()))));
+    }
+    appendVertices(*chain, groups);
+  }
   return add({groups});
 }
 
@@ -355,6 +385,50 @@ std::vector<std::string> splitNames(std::string_view names) {
   return split;
 }
 
+// What comes behind the options C, L and LW of LAYER: a colour, a line type or a line weight, and
+// the layers that take it.
+std::string CommandRun::setLayerLook(std::string_view option) {
+  const auto fail = [this](const std::string& needed) {
+    input_.failAtNext("needs " + needed + (input_.atEnd() ? "" : ", not " + input_.next()));
+    return "";
+  };
+  Layer look;
+  std::string done;
+  if (option == "C") {
+    const auto colour = input_.atEnd() ? std::nullopt : readColour(input_.next());
+    if (!colour) return fail("a colour, 1 to 255 or a name such as red");
+    input_.takeAny();
+    look.colour = *colour;
+    done = "colour " + std::to_string(*colour);
+  } else if (option == "L") {
+    const bool is_known = !input_.atEnd() && dashesOf(input_.nextText());
+    if (!is_known) return fail("a line type: " + knownLineTypes());
+    look.line_type = upperCase(input_.nextText());
+    input_.takeAny();
+    done = "line type " + look.line_type;
+  } else {
+    const auto weight = input_.takeNumber("a line weight in millimetres");
+    if (!weight) return "";
+    if (!(*weight >= 0 && *weight * 100 <= kWeightMax)) {
+      input_.fail("needs a line weight from 0 to 2.11 millimetres");
+      return "";
+    }
+    look.line_weight = static_cast<int>(std::lround(*weight * 100));
+    done = "line weight " + client::printNumber(look.line_weight / 100.0);
+  }
+  const auto names = input_.takeText("names of layers");
+  if (!names) return "";
+  const auto layers = names->empty() ? std::vector{drawing_.currentLayer()} : splitNames(*names);
+  for (const std::string& name : layers) {
+    Layer layer = drawing_.layer(name);
+    if (option == "C") layer.colour = look.colour;
+    if (option == "L") layer.line_type = look.line_type;
+    if (option == "LW") layer.line_weight = look.line_weight;
+    drawing_.setLayer(std::move(layer));
+  }
+  return done + " for " + (names->empty() ? drawing_.currentLayer() : *names);
+}
+
 // One option of LAYER; `is_option` is false when none comes next.
 std::string CommandRun::setLayerOption(bool& is_option) {
   is_option = true;
@@ -364,24 +438,8 @@ std::string CommandRun::setLayerOption(bool& is_option) {
     for (const std::string& name : splitNames(*names)) drawing_.layer(name);
     return "layer " + *names;
   }
-  if (input_.takeWord("C")) {
-    const auto colour_text = input_.atEnd() ? std::nullopt : readColour(input_.next());
-    if (!colour_text) {
-      input_.failAtNext("needs a colour, 1 to 255 or a name such as red" +
-                        (input_.atEnd() ? "" : ", not " + input_.next()));
-      return "";
-    }
-    input_.takeAny();
-    const auto names = input_.takeText("names of layers");
-    if (!names) return "";
-    const auto layers = names->empty() ? std::vector{drawing_.currentLayer()} : splitNames(*names);
-    for (const std::string& name : layers) {
-      Layer layer = drawing_.layer(name);
-      layer.colour = *colour_text;
-      drawing_.setLayer(std::move(layer));
-    }
-    return "colour " + std::to_string(*colour_text) + " for " +
-           (names->empty() ? drawing_.currentLayer() : *names);
+  for (const char* const look : {"C", "L", "LW"}) {
+    if (input_.takeWord(look)) return setLayerLook(look);
   }
   const bool turns_on = input_.takeWord("ON");
   if (turns_on || input_.takeWord("OFF")) {
@@ -453,11 +511,14 @@ struct Command {
 
 constexpr std::array kCommands = {
     Command{"LINE", &CommandRun::line, R"(LINE point point... [C] "")"},
-    Command{"PLINE", &CommandRun::polyline, R"(PLINE point point... [C] "")"},
+    Command{"PLINE", &CommandRun::polyline,
+            R"(PLINE point [A arcs|L lines] point... [S on-arc point] [C] "")"},
     Command{"CIRCLE", &CommandRun::circle, "CIRCLE centre radius | centre D diameter | 2P | 3P"},
     Command{"ARC", &CommandRun::arc, "ARC point point point | C centre start end"},
     Command{"POINT", &CommandRun::point, R"(POINT point... "")"},
     Command{"TEXT", &CommandRun::text, "TEXT [J L|C|R] point height angle text"},
+    Command{"HATCH", &CommandRun::hatch,
+            R"(HATCH SOLID selection "" | LINE|NET distance angle selection "")"},
     Command{"MOVE", &CommandRun::move, R"(MOVE selection "" from to)"},
     Command{"COPY", &CommandRun::copy, R"(COPY selection "" from to [to...] "")"},
     Command{"ROTATE", &CommandRun::rotate, R"(ROTATE selection "" centre angle)"},
@@ -465,7 +526,7 @@ constexpr std::array kCommands = {
     Command{"MIRROR", &CommandRun::mirror, R"(MIRROR selection "" point point [Y|N])"},
     Command{"ERASE", &CommandRun::erase, R"(ERASE selection "")"},
     Command{"LAYER", &CommandRun::layer,
-            R"(LAYER [M|N|S name] [C colour names] [ON|OFF names] "")"},
+            R"(LAYER [M|N|S name] [C colour|L line-type|LW mm names] [ON|OFF names] "")"},
     Command{"ZOOM", &CommandRun::zoom, "ZOOM E|A | W corner corner | C centre height"},
 };
 

@@ -30,16 +30,18 @@ struct CommandResult {
 // Runs the commands that `arguments` hold, one after the other; command_input.h tells how inputs
 // are written. Names and words may be in either case. "" is the Enter key:
 //   LINE point point... [C] ""            C closes
-//   PLINE point point... [C] ""
+//   PLINE point [A arcs|L lines] point... [S on-arc point] [C] ""
 //   CIRCLE centre radius | centre D diameter | 2P point point | 3P point point point
 //   ARC point point point | C centre start end      through three points; against the clock
 //   POINT point... ""
 //   TEXT [J L|C|R] point height angle text
+//   HATCH SOLID selection "" | LINE|NET distance angle selection ""   circles, closed polylines
 //   MOVE selection "" from to             COPY selection "" from to [to...] ""
 //   ROTATE selection "" centre angle      SCALE selection "" centre factor
 //   MIRROR selection "" point point [Y|N] Y erases the originals
 //   ERASE selection ""
-//   LAYER [M|N|S name] [C colour names] [ON|OFF names] ""      names separated by commas
+//   LAYER [M|N|S name] [C colour|L line-type|LW mm names] [ON|OFF names] ""
+//                                                     names separated by commas
 //   ZOOM E|A | W corner corner | C centre height
 // Entities go on the current layer. A command does all that it is told or nothing; after one that
 // fails the rest is not run.

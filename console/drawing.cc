@@ -11,6 +11,9 @@
 #include <iterator>
 #include <utility>
 
+#include "console/command_input.h"
+#include "console/polyline.h"
+
 namespace lisp_worker::console {
 
 using client::Datum;
@@ -29,19 +32,24 @@ DatumList withoutHandle(const DatumList& groups) {
 }
 
 // The groups of an entity with those of a change in the place of the ones with their codes, all of
-// a code where its first one was; new codes come last. The handle's group is left out.
+// a code where its first one was; new codes come last. The handle's group is left out. The vertices
+// of a chain are replaced as one, because their groups belong together in their order.
 DatumList replaced(const DatumList& own, const DatumList& change) {
-  const auto has = [](const DatumList& groups, double code) {
+  const bool has_chains = hasChains(own);
+  const auto codeOf = [has_chains](const Datum& group) {
+    return has_chains && isVertexGroup(group) ? kPointGroup : *groupCode(group);
+  };
+  const auto has = [&codeOf](const DatumList& groups, double code) {
     return std::any_of(groups.begin(), groups.end(),
-                       [code](const Datum& group) { return groupCode(group) == code; });
+                       [&](const Datum& group) { return codeOf(group) == code; });
   };
   DatumList groups;
-  const auto append = [&groups](const DatumList& from, double code) {
+  const auto append = [&](const DatumList& from, double code) {
     std::copy_if(from.begin(), from.end(), std::back_inserter(groups),
-                 [code](const Datum& group) { return groupCode(group) == code; });
+                 [&](const Datum& group) { return codeOf(group) == code; });
   };
   for (const Datum& group : own) {
-    const double code = *groupCode(group);
+    const double code = codeOf(group);
     if (!has(change, code)) {
       groups.push_back(group);
     } else if (!has(groups, code)) {
@@ -49,7 +57,7 @@ DatumList replaced(const DatumList& own, const DatumList& change) {
     }
   }
   for (const Datum& group : change) {
-    const double code = *groupCode(group);
+    const double code = codeOf(group);
     if (code != kHandleGroup && !has(groups, code)) append(change, code);
   }
   return groups;
@@ -121,6 +129,11 @@ bool Drawing::modify(const Datum& groups, std::string& refusal) {
   if (findGroup(*given, kTypeGroup) != nullptr &&
       findStringGroup(*given, kTypeGroup) != findStringGroup(own, kTypeGroup)) {
     refusal = "the type of an entity cannot change";
+    return false;
+  }
+  if (hasChains(own) && findGroup(*given, kPointGroup) == nullptr &&
+      std::any_of(given->begin(), given->end(), isVertexGroup)) {
+    refusal = "bulges and outlines change with all vertices: give the groups 10 too";
     return false;
   }
   DatumList changed = replaced(own, *given);
@@ -219,6 +232,23 @@ int Drawing::colourOf(const Entity& entity) const {
   if (own != kColourByLayer) return static_cast<int>(own);
   const Layer* const layer = findLayer(findStringGroup(entity.groups, kLayerGroup));
   return layer == nullptr ? kDefaultColour : layer->colour;
+}
+
+std::vector<double> Drawing::dashesFor(const Entity& entity) const {
+  const std::string_view own = findStringGroup(entity.groups, kLineTypeGroup);
+  const Layer* const layer = findLayer(findStringGroup(entity.groups, kLayerGroup));
+  auto dashes = own.empty() || upperCase(own) == kTypeByLayer ? std::nullopt : dashesOf(own);
+  if (!dashes && layer != nullptr) dashes = dashesOf(layer->line_type);
+  std::vector<double> scaled = dashes.value_or(std::vector<double>());
+  for (double& dash : scaled) dash *= findNumberGroup(entity.groups, kLineScaleGroup, 1);
+  return scaled;
+}
+
+double Drawing::lineWidthOf(const Entity& entity) const {
+  const double own = findNumberGroup(entity.groups, kLineWeightGroup, kWeightByLayer);
+  if (own != kWeightByLayer) return lineWidth(static_cast<int>(own));
+  const Layer* const layer = findLayer(findStringGroup(entity.groups, kLayerGroup));
+  return lineWidth(layer == nullptr ? kWeightDefault : layer->line_weight);
 }
 
 Datum entityData(const Entity& entity) {

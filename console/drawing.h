@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "console/entity.h"
+#include "console/line_style.h"
 #include "console/shape.h"
 #include "console/versioned_map.h"
 #include "lisp_worker/client/datum.h"
@@ -31,6 +32,8 @@ struct Layer {
   std::string name;
   int colour = kDefaultColour;  // 1 to 255.
   bool is_visible = true;       // Entities of other layers are neither shown nor picked.
+  std::string line_type = std::string(kContinuous);  // Never BYLAYER.
+  int line_weight = kWeightDefault;                  // -3, or hundredths of a millimetre.
 
   friend bool operator==(const Layer&, const Layer&) = default;
 };
@@ -141,6 +144,10 @@ class Drawing {
   [[nodiscard]] bool isVisible(const Entity& entity) const;
   // The entity's own colour, or its layer's: 1 to 255.
   [[nodiscard]] int colourOf(const Entity& entity) const;
+  // The entity's own dashes, or its layer's, as dashesOf, with the entity's scale.
+  [[nodiscard]] std::vector<double> dashesFor(const Entity& entity) const;
+  // The width of the entity's lines in millimetres of paper.
+  [[nodiscard]] double lineWidthOf(const Entity& entity) const;
 
   // The handles that were selected last; some may be gone.
   [[nodiscard]] const std::vector<std::string>& previousSelection() const { return *previous_; }

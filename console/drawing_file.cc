@@ -1,223 +1,30 @@
-// One table (kKeyRules) says which key of a file is which group of an entity, for reading and for
-// writing. Reading stops at the first fault and says where it is.
+// Layers, coordinate systems and the file as a whole; console/entity_file.cc has the entities.
+// Reading stops at the first fault and says where it is.
 
 #include "console/drawing_file.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
-#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
 #include "console/contexts.h"
-#include "lisp_worker/client/answer_text.h"
+#include "console/entity_file.h"
+#include "console/json_parts.h"
+#include "console/line_style.h"
 
 namespace lisp_worker::console {
 
-using client::Datum;
-using client::DatumList;
-using Json = nlohmann::ordered_json;
-
 namespace {
-
-constexpr std::array<std::string_view, 3> kAlignments = {"left", "centre", "right"};
-
-// The key of a group in a file. Several keys may stand for one group: that of a point says what it
-// is in this type of entity.
-struct KeyRule {
-  std::string_view type;  // Empty for all types.
-  std::string_view key;
-  int code;
-};
-
-constexpr KeyRule kKeyRules[] = {
-    {"", "layer", kLayerGroup},           {"", "colour", kColourGroup},
-    {"POINT", "at", kPointGroup},         {"LINE", "from", kPointGroup},
-    {"LINE", "to", kEndPointGroup},       {"CIRCLE", "centre", kPointGroup},
-    {"CIRCLE", "radius", kSizeGroup},     {"ARC", "centre", kPointGroup},
-    {"ARC", "radius", kSizeGroup},        {"ARC", "start_angle", kStartAngleGroup},
-    {"ARC", "end_angle", kEndAngleGroup}, {"POLYLINE", "points", kPointGroup},
-    {"POLYLINE", "closed", kClosedGroup}, {"TEXT", "at", kPointGroup},
-    {"TEXT", "height", kSizeGroup},       {"TEXT", "text", kTextGroup},
-    {"TEXT", "angle", kStartAngleGroup},  {"TEXT", "align", kAlignmentGroup},
-};
-
-bool appliesTo(const KeyRule& rule, std::string_view type) {
-  return rule.type.empty() || rule.type == type;
-}
-
-std::string inQuotes(std::string_view text) { return '"' + std::string(text) + '"'; }
-
-std::string dumped(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 // --- Reading ----------------------------------------------------------------------------------
 
-// The mistake of an object that has a key besides these; otherwise empty.
-std::string whyUnknownKey(const Json& object, std::initializer_list<std::string_view> known) {
-  for (const auto& [key, value] : object.items()) {
-    if (std::find(known.begin(), known.end(), key) != known.end()) continue;
-    std::string message = "unknown key " + inQuotes(key) + "; known are";
-    for (const std::string_view name : known) message += " " + std::string(name);
-    return message;
-  }
-  return "";
-}
-
-// Between 2 and `size_max` numbers; empty for anything else.
-std::vector<double> readNumbers(const Json& json, std::size_t size_min, std::size_t size_max) {
-  std::vector<double> numbers;
-  if (!json.is_array() || json.size() < size_min || json.size() > size_max) return numbers;
-  for (const Json& part : json) {
-    if (!part.is_number()) return {};
-    numbers.push_back(part.get<double>());
-  }
-  return numbers;
-}
-
-std::optional<Datum> readPointDatum(const Json& json) {
-  const std::vector<double> numbers = readNumbers(json, 2, 3);
-  if (numbers.empty()) return std::nullopt;
-  DatumList parts;
-  for (const double part : numbers) parts.push_back(client::number(part));
-  return client::list(std::move(parts));
-}
-
-// Appends the group or groups that `value` means. Returns the mistake, or an empty text.
-std::string readKey(const KeyRule& rule, const Json& value, DatumList& groups) {
-  const std::string key = inQuotes(rule.key);
-  switch (rule.code) {
-    case kPointGroup:
-    case kEndPointGroup: {
-      if (rule.key != "points") {
-        auto point = readPointDatum(value);
-        if (!point) return key + " must be a point: two or three numbers";
-        groups.push_back(makeGroup(rule.code, std::move(*point)));
-        return "";
-      }
-      if (!value.is_array()) return key + " must be a list of points";
-      for (const Json& element : value) {
-        auto point = readPointDatum(element);
-        if (!point) return key + " must be a list of points: two or three numbers each";
-        groups.push_back(makeGroup(rule.code, std::move(*point)));
-      }
-      return "";
-    }
-    case kLayerGroup:
-    case kTextGroup:
-      if (!value.is_string()) return key + " must be a text";
-      groups.push_back(makeGroup(rule.code, client::string(value.get<std::string>())));
-      return "";
-    case kClosedGroup:
-      if (!value.is_boolean()) return key + " must be true or false";
-      groups.push_back(makeGroup(rule.code, client::number(value.get<bool>() ? 1 : 0)));
-      return "";
-    case kAlignmentGroup: {
-      const auto* const known = std::find(kAlignments.begin(), kAlignments.end(),
-                                          value.is_string() ? value.get<std::string>() : "");
-      if (known == kAlignments.end()) return key + R"( must be "left", "centre" or "right")";
-      groups.push_back(
-          makeGroup(rule.code, client::number(static_cast<double>(known - kAlignments.begin()))));
-      return "";
-    }
-    default:
-      if (!value.is_number()) return key + " must be a number";
-      groups.push_back(makeGroup(rule.code, client::number(value.get<double>())));
-      return "";
-  }
-}
-
-std::string readOtherGroups(const Json& value, DatumList& groups) {
-  constexpr const char* kWrong = R"("other" must be a list of [code, "value as LISP writes it"])";
-  if (!value.is_array()) return kWrong;
-  for (const Json& pair : value) {
-    if (!pair.is_array() || pair.size() != 2 || !pair[0].is_number() || !pair[1].is_string()) {
-      return kWrong;
-    }
-    auto datum = client::readDatum(pair[1].get<std::string>(), nullptr);
-    if (!datum) return kWrong;
-    groups.push_back(client::list({client::number(pair[0].get<double>()), std::move(*datum)}));
-  }
-  return "";
-}
-
-// Null for a key that entities of this type do not have.
-const KeyRule* ruleFor(const std::string& type, const std::string& key) {
-  const auto* const rule = std::find_if(
-      std::begin(kKeyRules), std::end(kKeyRules),
-      [&](const KeyRule& known) { return appliesTo(known, type) && known.key == key; });
-  return rule == std::end(kKeyRules) ? nullptr : rule;
-}
-
-bool isType(const std::string& type) {
-  return !type.empty() && std::any_of(std::begin(kKeyRules), std::end(kKeyRules),
-                                      [&](const KeyRule& rule) { return rule.type == type; });
-}
-
-std::string knownTypes() {
-  std::string types;
-  std::string_view last;
-  for (const KeyRule& rule : kKeyRules) {
-    if (rule.type != last) types += " " + std::string(rule.type);
-    last = rule.type;
-  }
-  return types;
-}
-
-std::string readEntity(const Json& json, Drawing& drawing) {
-  if (!json.is_object()) return "must be an object";
-  if (!json.contains("type")) return R"(needs a "type")";
-  if (!json["type"].is_string()) return "\"type\" must be a text, not " + dumped(json["type"]);
-  const std::string type = json["type"].get<std::string>();
-  if (!isType(type)) return "unknown type " + inQuotes(type) + "; known are" + knownTypes();
-  DatumList groups = {makeGroup(kTypeGroup, client::string(type))};
-  std::string handle;
-  std::string keys = "type handle layer colour";
-  for (const auto& [key, value] : json.items()) {
-    if (key == "type") continue;
-    std::string reason;
-    if (key == "handle") {
-      if (!value.is_string()) return R"("handle" must be a text)";
-      handle = value.get<std::string>();
-    } else if (key == "other") {
-      reason = readOtherGroups(value, groups);
-    } else {
-      const KeyRule* const rule = ruleFor(type, key);
-      if (rule == nullptr) {
-        for (const KeyRule& known : kKeyRules) {
-          if (known.type == type) keys += " " + std::string(known.key);
-        }
-        return type + " has no key " + inQuotes(key) + "; it has " + keys + " other";
-      }
-      reason = readKey(*rule, value, groups);
-    }
-    if (!reason.empty()) return reason;
-  }
-  std::string refusal;
-  const Datum datum = client::list(std::move(groups));
-  if (handle.empty()) {
-    if (drawing.add(datum, refusal)) return "";
-  } else if (drawing.addNamed(handle, datum, refusal)) {
-    return "";
-  }
-  for (const KeyRule& rule : kKeyRules) {
-    const std::string group = "group " + std::to_string(rule.code);
-    if (appliesTo(rule, type) && refusal.find(group) != std::string::npos) {
-      refusal += " (the key " + inQuotes(rule.key) + ")";
-      break;
-    }
-  }
-  return refusal;
-}
-
 std::string readLayer(const Json& json, Drawing& drawing) {
   if (!json.is_object()) return "must be an object";
-  std::string unknown = whyUnknownKey(json, {"name", "colour", "visible"});
+  std::string unknown =
+      whyUnknownKey(json, {"name", "colour", "visible", "line_type", "line_weight"});
   if (!unknown.empty()) return unknown;
   if (!json.contains("name") || !json["name"].is_string() ||
       json["name"].get<std::string>().empty()) {
@@ -234,6 +41,19 @@ std::string readLayer(const Json& json, Drawing& drawing) {
   if (json.contains("visible")) {
     if (!json["visible"].is_boolean()) return R"("visible" must be true or false)";
     layer.is_visible = json["visible"].get<bool>();
+  }
+  if (json.contains("line_type")) {
+    const bool is_known =
+        json["line_type"].is_string() && dashesOf(json["line_type"].get<std::string>());
+    if (!is_known) return "\"line_type\" must be one of " + knownLineTypes();
+    layer.line_type = json["line_type"].get<std::string>();
+  }
+  if (json.contains("line_weight")) {
+    const double weight = json["line_weight"].is_number() ? json["line_weight"].get<double>() : -1;
+    if (!(weight >= 0 && weight <= kWeightMax) || weight != std::floor(weight)) {
+      return R"("line_weight" must be hundredths of a millimetre, 0 to 211)";
+    }
+    layer.line_weight = static_cast<int>(weight);
   }
   drawing.setLayer(std::move(layer));
   return "";
@@ -354,64 +174,6 @@ std::string readRoot(const Json& root, Sheet& sheet) {
 
 // --- Writing ----------------------------------------------------------------------------------
 
-// Whole numbers without a point, as a person would write them.
-Json numberJson(double number) {
-  constexpr double kWholeMax = 1e15;
-  const bool is_negative_zero = number == 0 && std::signbit(number);
-  if (std::fabs(number) <= kWholeMax && number == std::floor(number) && !is_negative_zero) {
-    return static_cast<std::int64_t>(number);
-  }
-  return number;
-}
-
-Json pointJson(const Datum& datum) {
-  Json json = Json::array();
-  for (const Datum& part : *client::asList(datum)) {
-    json.push_back(numberJson(*client::asNumber(part)));
-  }
-  return json;
-}
-
-Json valueJson(const KeyRule& rule, const Datum& value) {
-  switch (rule.code) {
-    case kPointGroup:
-    case kEndPointGroup:
-      return pointJson(value);
-    case kLayerGroup:
-    case kTextGroup:
-      return std::string(*client::asString(value));
-    case kClosedGroup:
-      return *client::asNumber(value) == 1;
-    case kAlignmentGroup:
-      return std::string(kAlignments[static_cast<std::size_t>(*client::asNumber(value))]);
-    default:
-      return numberJson(*client::asNumber(value));
-  }
-}
-
-Json entityJson(const Entity& entity) {
-  const std::string type(findStringGroup(entity.groups, kTypeGroup));
-  Json json = {{"handle", entity.handle}, {"type", type}};
-  Json other = Json::array();
-  for (const Datum& group : entity.groups) {
-    const DatumList& parts = *client::asList(group);
-    const double code = *client::asNumber(parts.front());
-    if (code == kTypeGroup) continue;
-    const auto* const rule = std::find_if(
-        std::begin(kKeyRules), std::end(kKeyRules),
-        [&](const KeyRule& known) { return appliesTo(known, type) && known.code == code; });
-    if (rule == std::end(kKeyRules)) {
-      other.push_back({numberJson(code), client::printDatum(parts.back())});
-    } else if (rule->key == "points") {
-      json["points"].push_back(pointJson(parts.back()));
-    } else if (!json.contains(rule->key)) {
-      json[std::string(rule->key)] = valueJson(*rule, parts.back());
-    }
-  }
-  if (!other.empty()) json["other"] = std::move(other);
-  return json;
-}
-
 bool isWorld(const client::PlanarSystem& s) {
   const client::PlanarSystem world;
   return s.origin_x == world.origin_x && s.origin_y == world.origin_y && s.a == world.a &&
@@ -510,6 +272,8 @@ std::string writeSheet(const Sheet& sheet) {
   for (const Layer& layer : drawing.layers()) {
     layers.push_back(
         {{"name", layer.name}, {"colour", layer.colour}, {"visible", layer.is_visible}});
+    if (layer.line_type != kContinuous) layers.back()["line_type"] = layer.line_type;
+    if (layer.line_weight != kWeightDefault) layers.back()["line_weight"] = layer.line_weight;
   }
   appendArray(text, "layers", layers);
   text += ",\n";

@@ -8,6 +8,7 @@
 
 #include "console/files.h"
 #include "console/program.h"
+#include "lisp_worker/client/answer_text.h"
 
 namespace lisp_worker::console {
 namespace {
@@ -72,6 +73,40 @@ TEST(DrawingFile, IsReadBackAsItWasWritten) {
   EXPECT_EQ(writeSheet(*readSheet(writeSheet(emptySheet()), error)), writeSheet(emptySheet()));
 }
 
+std::string printedData(const Entity& entity) { return client::printDatum(entityData(entity)); }
+
+// Lines, arcs and hatches come back group by group.
+TEST(DrawingFile, KeepsHowThingsAreDrawn) {
+  std::string error;
+  const auto sheet = readSheet(R"({
+  "layers": [{"name": "A", "line_type": "DASHED", "line_weight": 50}],
+  "entities": [
+    {"type": "POLYLINE", "points": [[0, 0], [9, 0], [9, 9]], "bulges": [null, 1, null],
+     "line_type": "DOT", "line_scale": 2, "line_weight": 13},
+    {"type": "HATCH", "pattern": "NET", "distance": 2, "angle": 0.5,
+     "outlines": [{"points": [[0, 0], [9, 0]], "bulges": [1, 1]},
+                  {"points": [[1, 0], [2, 0], [2, 1]]}]},
+    {"type": "HATCH", "pattern": "SOLID", "outlines": [{"points": [[0, 0], [9, 0], [9, 9]]}]}]})",
+                               error);
+  ASSERT_TRUE(sheet.has_value()) << error;
+  const Drawing& drawing = sheet->drawing;
+  EXPECT_EQ(drawing.findLayer("A")->line_type, "DASHED");
+  EXPECT_EQ(drawing.findLayer("A")->line_weight, 50);
+  EXPECT_EQ(printedData(*drawing.find("E1")),
+            R"(((-1 "E1") (0 "POLYLINE") (10 (0 0)) (10 (9 0)) (42 1) (10 (9 9)) (6 "DOT") )"
+            R"((48 2) (370 13) (8 "0")))");
+  EXPECT_EQ(printedData(*drawing.find("E2")),
+            R"(((-1 "E2") (0 "HATCH") (2 "NET") (41 2) (52 0.5) (93 2) (10 (0 0)) (42 1) )"
+            R"((10 (9 0)) (42 1) (93 3) (10 (1 0)) (10 (2 0)) (10 (2 1)) (8 "0")))");
+  const auto again = readSheet(writeSheet(*sheet), error);
+  ASSERT_TRUE(again.has_value()) << error;
+  EXPECT_EQ(writeSheet(*again), writeSheet(*sheet));
+  for (const Entity& entity : drawing.entities()) {
+    EXPECT_EQ(describeEntity(*again->drawing.find(entity.handle)), describeEntity(entity));
+  }
+  EXPECT_EQ(again->drawing.layers(), drawing.layers());
+}
+
 TEST(DrawingFile, SaysWhereItCannotBeUsed) {
   struct Row {
     const char* text;
@@ -82,14 +117,28 @@ TEST(DrawingFile, SaysWhereItCannotBeUsed) {
       {"{\n  \"entities\": [,]}", "line 2, column 16: no JSON: "},
       {"{\"view\": [0, 0, 1e999, 1]}", "no JSON: "},
       {"[]", "a drawing is an object"},
+      {R"({"layers": [{"name": "A", "line_type": "FENCE"}]})",
+       "layer 1: \"line_type\" must be one of CONTINUOUS"},
+      {R"({"layers": [{"name": "A", "line_weight": 0.5}]})",
+       "layer 1: \"line_weight\" must be hundredths of a millimetre, 0 to 211"},
+      {R"({"entities": [{"type": "POLYLINE", "points": [[0, 0], [1, 1]], "bulges": [1]}]})",
+       "entity 1 (POLYLINE): \"bulges\" must be a list of as many numbers as there are points"},
+      {R"({"entities": [{"type": "POLYLINE", "points": [[0, 0], [1, 1]], "bulges": [1, "2"]}]})",
+       "entity 1 (POLYLINE): \"bulges\" must be numbers, or null"},
+      {R"({"entities": [{"type": "HATCH", "pattern": "NET", "outlines": [[0, 0]]}]})",
+       "entity 1 (HATCH): \"outlines\" must be a list of objects"},
+      {R"({"entities": [{"type": "HATCH", "pattern": "NET", "outlines": []}]})",
+       "entity 1 (HATCH): HATCH needs a group 10, outline (the key \"outlines\")"},
       {"{\"layres\": []}", "unknown key \"layres\"; known are current_layer layers"},
       {"{\"entities\": 5}", "\"entities\" must be a list"},
       {"{\"entities\": [5]}", "entity 1: must be an object"},
       {"{\"entities\": [{}]}", "entity 1: needs a \"type\""},
       {R"({"entities": [{"type": "SPHERE"}]})",
-       "entity 1 (SPHERE): unknown type \"SPHERE\"; known are POINT LINE CIRCLE ARC POLYLINE TEXT"},
+       "entity 1 (SPHERE): unknown type \"SPHERE\"; known are POINT LINE CIRCLE ARC POLYLINE TEXT "
+       "HATCH"},
       {R"({"entities": [{"type": "line", "from": [0, 0]}]})",
-       "entity 1 (line): unknown type \"line\"; known are POINT LINE CIRCLE ARC POLYLINE TEXT"},
+       "entity 1 (line): unknown type \"line\"; known are POINT LINE CIRCLE ARC POLYLINE TEXT "
+       "HATCH"},
       {R"({"entities": [{"type": [5]}]})", "entity 1: \"type\" must be a text, not [5]"},
       {R"({"entities": [{"type": "POINT", "at": [0, 0]}, {"type": "CIRCLE", "centre": [1, 1],
           "radius": 0}]})",
@@ -99,7 +148,8 @@ TEST(DrawingFile, SaysWhereItCannotBeUsed) {
       {R"({"entities": [{"type": "LINE", "from": [0]}]})",
        "entity 1 (LINE): \"from\" must be a point"},
       {R"({"entities": [{"type": "LINE", "centre": [0, 0]}]})",
-       "entity 1 (LINE): LINE has no key \"centre\"; it has type handle layer colour from to"},
+       "entity 1 (LINE): LINE has no key \"centre\"; it has type handle layer colour "
+       "line_type line_scale line_weight from to"},
       {R"({"entities": [{"type": "POINT", "at": [0, 0], "handle": "X1"}]})",
        "no handle: X1; a handle is E and a number, as E7"},
       {R"({"entities": [{"type": "POINT", "at": [0, 0], "handle": "E1"},

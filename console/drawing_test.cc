@@ -87,6 +87,28 @@ TEST_F(DrawingTest, ModifiesOnlyWhatIsNamed) {
   EXPECT_NE(drawing.findLayer("B"), nullptr);
 }
 
+// A bulge belongs to the vertex in front of it, wherever the change puts them.
+TEST_F(DrawingTest, ModifiesVerticesAsOne) {
+  add(R"(((0 "POLYLINE") (10 (0 0)) (42 1) (10 (5 0)) (8 "A") (70 0)))");
+  EXPECT_TRUE(
+      drawing.modify(read(R"(((-1 "E1") (10 (1 1)) (42 2) (10 (2 2)) (42 3) (70 1)))"), refusal))
+      << refusal;
+  EXPECT_EQ(dataOf("E1"), R"(((-1 "E1") (0 "POLYLINE") (10 (1 1)) (42 2) (10 (2 2)) (42 3) )"
+                          R"((8 "A") (70 1)))");
+  EXPECT_FALSE(drawing.modify(read(R"(((-1 "E1") (42 0)))"), refusal));
+  EXPECT_EQ(refusal, "bulges and outlines change with all vertices: give the groups 10 too");
+}
+
+TEST_F(DrawingTest, KnowsTheLinesOfAnEntity) {
+  add(R"(((0 "POINT") (8 "A") (10 (0 0)) (6 "dashed") (48 2) (370 50)))");
+  add(R"(((0 "POINT") (8 "A") (10 (0 0)) (6 "BYLAYER") (370 -1)))");
+  drawing.setLayer({"A", 1, true, "DOT", 100});
+  EXPECT_EQ(drawing.dashesFor(*drawing.find("E1")), (std::vector<double>{10, 4}));
+  EXPECT_EQ(drawing.lineWidthOf(*drawing.find("E1")), 0.5);
+  EXPECT_EQ(drawing.dashesFor(*drawing.find("E2")), (std::vector<double>{0, 1.5}));
+  EXPECT_EQ(drawing.lineWidthOf(*drawing.find("E2")), 1);
+}
+
 TEST_F(DrawingTest, RefusesToModifyWhatItCannot) {
   add(R"(((0 "POINT") (8 "A") (10 (1 2))))");
   struct Row {

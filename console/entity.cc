@@ -10,6 +10,9 @@
 #include <optional>
 #include <utility>
 
+#include "console/command_input.h"
+#include "console/line_style.h"
+#include "console/polyline.h"
 #include "console/shape.h"
 #include "lisp_worker/client/answer_text.h"
 #include "lisp_worker/client/number_text.h"
@@ -35,7 +38,7 @@ struct TypeRule {
   std::array<GroupRule, 4> groups;  // As many as have a name.
 };
 
-constexpr std::array<TypeRule, 6> kTypeRules = {{
+constexpr std::array<TypeRule, 7> kTypeRules = {{
     {"POINT", {{{kPointGroup, "at"}}}},
     {"LINE", {{{kPointGroup, "from"}, {kEndPointGroup, "to"}}}},
     {"CIRCLE", {{{kPointGroup, "centre"}, {kSizeGroup, "radius"}}}},
@@ -46,6 +49,7 @@ constexpr std::array<TypeRule, 6> kTypeRules = {{
        {kEndAngleGroup, "to angle"}}}},
     {"POLYLINE", {{{kPointGroup, "through"}}}},
     {"TEXT", {{{kPointGroup, "at"}, {kSizeGroup, "height"}, {kTextGroup, "text"}}}},
+    {"HATCH", {{{kPatternGroup, "pattern"}, {kPointGroup, "outline"}}}},
 }};
 
 const TypeRule* findTypeRule(std::string_view type) {
@@ -62,21 +66,19 @@ struct UndrawnGroup {
   std::string_view what;
 };
 
-constexpr std::array<UndrawnGroup, 13> kUndrawnGroups = {{
-    {6, "", "\"BYLAYER\" \"CONTINUOUS\"", "line types are not drawn"},
+constexpr std::array<UndrawnGroup, 9> kUndrawnGroups = {{
     {39, "", "0", "a thickness is not drawn"},
-    {48, "", "1", "a scale of line types is not drawn"},
     {210, "", "(0 0 1)", "only entities in the x y plane are drawn"},
-    {370, "", "-1 -2 -3", "line weights are not drawn"},
-    {40, "POLYLINE", "0", "widths are not drawn"},
-    {41, "POLYLINE", "0", "widths are not drawn"},
-    {43, "POLYLINE", "0", "widths are not drawn"},
-    {42, "POLYLINE", "0", "arcs inside a polyline are not drawn: add entities of type ARC"},
+    {40, "POLYLINE", "0", "widths are not drawn: give a line weight, group 370"},
+    {41, "POLYLINE", "0", "widths are not drawn: give a line weight, group 370"},
+    {43, "POLYLINE", "0", "widths are not drawn: give a line weight, group 370"},
     {41, "TEXT", "1", "letters of another width are not drawn"},
     {51, "TEXT", "0", "slanted letters are not drawn"},
     {71, "TEXT", "0", "mirrored texts are not drawn"},
     {73, "TEXT", "0", "texts stand on their points only"},
 }};
+
+bool hasSize(std::string_view type) { return type == "CIRCLE" || type == "ARC" || type == "TEXT"; }
 
 bool isHarmless(std::string_view harmless, const Datum& value) {
   const auto text = client::printDatum(value);
@@ -100,7 +102,8 @@ std::string whyUndrawn(std::string_view type, double code, const Datum& value) {
   // Angles of programs that count on may be a turn too large, but not many.
   constexpr double kAngleMax = 4 * kPi;
   const bool is_angle = (type == "ARC" && (code == kStartAngleGroup || code == kEndAngleGroup)) ||
-                        (type == "TEXT" && code == kStartAngleGroup);
+                        (type == "TEXT" && code == kStartAngleGroup) ||
+                        (type == "HATCH" && code == kPatternAngleGroup);
   const auto angle = is_angle ? asNumber(value) : std::nullopt;
   if (!angle || std::fabs(*angle) <= kAngleMax) return "";
   return "group " + std::to_string(static_cast<int>(code)) + " is in radians, and " +
@@ -114,7 +117,44 @@ bool isWholeFrom(int lowest, int highest, const Datum& value) {
   return x >= lowest && x <= highest && x == std::floor(x);
 }
 
-std::string whyBadValue(int code, const Datum& value) {
+constexpr std::array<std::string_view, 3> kPatterns = {"SOLID", "LINE", "NET"};
+constexpr double kPatternDistanceMin = 0.5;  // Closer lines are a blot.
+constexpr double kPatternDistanceMax = 1000;
+
+std::string whyBadLineType(const Datum& value) {
+  const auto name = asString(value);
+  if (name && (upperCase(*name) == kTypeByLayer || dashesOf(*name))) return "";
+  return "needs a line type: BYLAYER " + knownLineTypes();
+}
+
+// Of the groups that mean something in some types only.
+std::string whyBadValueIn(std::string_view type, int code, const Datum& value) {
+  const double number = asNumber(value).value_or(std::nan(""));
+  if (code == kSizeGroup && !hasSize(type)) return "";
+  if (code == kSizeGroup) return number > 0 ? "" : "needs a number above 0";
+  if (code == kBulgeGroup && (type == "POLYLINE" || type == "HATCH")) {
+    return std::isfinite(number) ? "" : "needs a number";
+  }
+  if (type != "HATCH") return "";
+  switch (code) {
+    case kPatternGroup: {
+      const auto name = asString(value).value_or("");
+      return std::find(kPatterns.begin(), kPatterns.end(), name) != kPatterns.end()
+                 ? ""
+                 : "needs SOLID, LINE or NET";
+    }
+    case kPatternDistanceGroup:
+      return number >= kPatternDistanceMin && number <= kPatternDistanceMax
+                 ? ""
+                 : "needs a distance from 0.5 to 1000 millimetres of paper";
+    case kPatternAngleGroup:
+      return std::isfinite(number) ? "" : "needs a number";
+    default:
+      return "";
+  }
+}
+
+std::string whyBadValue(std::string_view type, int code, const Datum& value) {
   switch (code) {
     case kTypeGroup:
     case kTextGroup:
@@ -124,11 +164,19 @@ std::string whyBadValue(int code, const Datum& value) {
     case kPointGroup:
     case kEndPointGroup:
       return isPoint(value) ? "" : "needs a point";
-    case kSizeGroup:
-      return asNumber(value).value_or(0) > 0 ? "" : "needs a number above 0";
     case kStartAngleGroup:
     case kEndAngleGroup:
       return asNumber(value) ? "" : "needs a number";
+    case kLineTypeGroup:
+      return whyBadLineType(value);
+    case kLineScaleGroup: {
+      const double scale = asNumber(value).value_or(0);
+      return scale >= 0.01 && scale <= 100 ? "" : "needs a scale from 0.01 to 100";
+    }
+    case kLineWeightGroup:
+      return isWholeFrom(kWeightDefault, kWeightMax, value)
+                 ? ""
+                 : "needs hundredths of a millimetre, 0 to 211, or -1 for the layer's weight";
     case kColourGroup:
       return isWholeFrom(1, kColourByLayer, value) ? "" : "needs a colour from 1 to 256";
     case kClosedGroup:
@@ -136,7 +184,7 @@ std::string whyBadValue(int code, const Datum& value) {
     case kAlignmentGroup:
       return isWholeFrom(0, 2, value) ? "" : "needs 0, 1 or 2";
     default:
-      return "";
+      return whyBadValueIn(type, code, value);
   }
 }
 
@@ -260,18 +308,23 @@ std::string whyNoEntity(const Datum& datum) {
       return type + " needs a group " + std::to_string(required.code) + ", " + required.name;
     }
   }
-  for (const int code :
-       {kLayerGroup, kTextGroup, kPointGroup, kEndPointGroup, kSizeGroup, kStartAngleGroup,
-        kEndAngleGroup, kColourGroup, kClosedGroup, kAlignmentGroup}) {
+  for (const int code : {kLayerGroup, kTextGroup, kPatternGroup, kPointGroup, kEndPointGroup,
+                         kSizeGroup, kPatternDistanceGroup, kBulgeGroup, kStartAngleGroup,
+                         kEndAngleGroup, kPatternAngleGroup, kColourGroup, kLineTypeGroup,
+                         kLineScaleGroup, kLineWeightGroup, kClosedGroup, kAlignmentGroup}) {
     for (const Datum& group : *groups) {
       if (groupCode(group) != code) continue;
-      const std::string reason = whyBadValue(code, asList(group)->back());
+      const std::string reason = whyBadValue(type, code, asList(group)->back());
       if (!reason.empty()) return "group " + std::to_string(code) + " " + reason;
-      if (type != "POLYLINE" || code != kPointGroup) break;  // Of the others the first counts.
+      if (!hasChains(*groups) || !isVertexGroup(group)) break;  // Of the others the first counts.
     }
   }
   if (type == "POLYLINE" && findPoints(*groups, kPointGroup).size() < 2) {
     return "POLYLINE needs two groups 10, through";
+  }
+  if (hasChains(*groups)) {
+    const std::string reason = whyNoChains(*groups);
+    if (!reason.empty()) return reason;
   }
   for (const Datum& group : *groups) {
     std::string reason = whyUndrawn(type, *groupCode(group), asList(group)->back());
@@ -291,10 +344,13 @@ struct GroupHelp {
   std::string_view otherwise;  // Without such a group.
 };
 
-constexpr std::array<GroupHelp, 19> kGroupHelp = {{
+constexpr std::array<GroupHelp, 29> kGroupHelp = {{
     {"", "0", "the type, a text", "needed"},
     {"", "8", "the layer, a text that is not empty", "the current layer"},
     {"", "62", "the colour, 1 to 255, or 256 for the layer's", "256"},
+    {"", "6", "the line type, such as \"DASHED\" or \"CENTER\"", "\"BYLAYER\""},
+    {"", "48", "as many times as long are its dashes, 0.01 to 100", "1"},
+    {"", "370", "the line weight in hundredths of a millimetre, 0 to 211", "-1, the layer's"},
     {"POINT", "10", "where it is, a point", "needed"},
     {"LINE", "10", "where it begins, a point", "needed"},
     {"LINE", "11", "where it ends, a point", "needed"},
@@ -305,12 +361,19 @@ constexpr std::array<GroupHelp, 19> kGroupHelp = {{
     {"ARC", "50", "where it begins, in radians from the x axis, against the clock", "needed"},
     {"ARC", "51", "where it ends, in radians, against the clock from its beginning", "needed"},
     {"POLYLINE", "10", "a vertex, a point; two of these groups or more, in their order", "needed"},
+    {"POLYLINE", "42", "behind a vertex: the bulge of the arc to the next one", "0, a line"},
     {"POLYLINE", "70", "1 when it is closed", "0, open"},
     {"TEXT", "10", "where it stands, a point", "needed"},
     {"TEXT", "40", "the height of its capitals, above 0", "needed"},
-    {"TEXT", "1", "the text", "needed"},
+    {"TEXT", "1", "the text; %%c %%d %%p draw signs: diameter, degrees, plus or minus", "needed"},
     {"TEXT", "50", "its direction, in radians, against the clock", "0, to the right"},
     {"TEXT", "72", "it begins at its point (0), is centred on it (1) or ends there (2)", "0"},
+    {"HATCH", "2", "the pattern: \"SOLID\", \"LINE\" or \"NET\"", "needed"},
+    {"HATCH", "10", "a vertex of an outline; two of these groups or more", "needed"},
+    {"HATCH", "42", "behind a vertex: the bulge of the arc to the next one", "0, a line"},
+    {"HATCH", "93", "an outline begins, of so many vertices; one inside another is a hole", "one"},
+    {"HATCH", "41", "the distance of its lines in millimetres of paper, 0.5 to 1000", "3"},
+    {"HATCH", "52", "the angle of its lines, in radians", "a half of a right angle"},
 }};
 
 constexpr std::string_view kCommonHelp =
@@ -319,7 +382,10 @@ constexpr std::string_view kCommonHelp =
     "its own: (10 (5 5 0)). Lengths are in the units of the drawing, angles in radians; only the\n"
     "inputs of COMMAND are in degrees. ENTGET adds the group -1, the handle, a text such as "
     "\"E7\";\n"
-    "ENTMOD finds the entity by it and changes the groups that are named.\n";
+    "ENTMOD finds the entity by it and changes the groups that are named. A bulge is the tangent "
+    "of\n"
+    "a quarter of the arc's angle, above 0 against the clock: 1 is half a circle. Dashes, weights\n"
+    "and patterns have their lengths on paper, at every scale. Line types are\n";
 
 std::string groupLines(std::string_view type) {
   constexpr std::size_t kCodeWidth = 5;
@@ -367,6 +433,7 @@ std::vector<GroupNote> groupsOf(std::string_view type) {
 
 std::string entityReference() {
   std::string text(kCommonHelp);
+  text += knownLineTypes() + ".\n";
   text += "\nEvery entity\n" + groupLines("");
   for (const TypeRule& rule : kTypeRules) {
     text += "\n" + std::string(rule.type) + "\n" + groupLines(rule.type);
@@ -380,11 +447,19 @@ std::string describeEntity(const Entity& entity) {
                      std::string(findStringGroup(entity.groups, kLayerGroup));
   const TypeRule* const rule = findTypeRule(type);
   if (rule == nullptr) return line;
-  if (type == "POLYLINE") {
-    line +=
-        findNumberGroup(entity.groups, kClosedGroup, 0) == 1 ? ": closed, through" : ": through";
+  if (hasChains(entity.groups)) {
+    const bool is_closed = findNumberGroup(entity.groups, kClosedGroup, 0) == 1;
+    line += type == "HATCH"
+                ? ": " + std::string(findStringGroup(entity.groups, kPatternGroup)) + ", inside"
+            : is_closed ? ": closed, through"
+                        : ": through";
     for (const Datum& group : entity.groups) {
-      if (groupCode(group) == kPointGroup) line += " " + displayValue(asList(group)->back());
+      const Datum& value = asList(group)->back();
+      const bool is_arc = isGroupOf(group, kBulgeGroup) && asNumber(value) != 0;
+      const bool is_next = isGroupOf(group, kOutlineGroup) && !line.ends_with("inside");
+      if (is_next) line += " and";
+      if (is_arc) line += " bulge";
+      if (is_arc || isGroupOf(group, kPointGroup)) line += " " + displayValue(value);
     }
     return line;
   }

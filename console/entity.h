@@ -5,18 +5,23 @@
 // of its own, (10 (5 5 0)). The codes:
 //
 //   -1  handle, a string; ENTGET puts it first, ENTMOD finds the entity by it
-//    0  type, a string: POINT, LINE, CIRCLE, ARC, POLYLINE or TEXT
+//    0  type, a string: POINT, LINE, CIRCLE, ARC, POLYLINE, TEXT or HATCH
 //    8  layer, a string
 //    1  text            10  point: place, start or centre     11  point: end of a line
 //   40  radius or height, above 0      50, 51  start and end of an arc, in radians, against the
 //                                              clock; 50 of a text its direction
 //   62  colour, 1 to 255; 256, or no such group, is the layer's
+//    6  line type, a string     48  its scale     370  line weight, in hundredths of a millimetre
+//   42  bulge of the arc that begins at the vertex before it (console/polyline.h)
+//    2  pattern of a hatch      93  begins an outline of so many vertices     52  angle of its
+//    lines
+//   41  distance between them, in millimetres of paper
 //   70  1 for a closed polyline        72  a text begins at its point (0, or no such group), is
 //                                          centred on it (1) or ends there (2)
 //
-// A polyline has a group 10 for each of its two or more vertices. Groups that would change how an
-// entity looks, and that the console does not draw, are refused unless they have no effect. Groups
-// with other codes are kept and not looked at. docs/ENTITIES.md has all of this for users.
+// A polyline or hatch has a group 10 for each of its two or more vertices. Groups that would change
+// how an entity looks, and that the console does not draw, are refused unless they have no effect.
+// Groups with other codes are kept and not looked at. docs/ENTITIES.md has all of this for users.
 
 #ifndef CONSOLE_ENTITY_H_
 #define CONSOLE_ENTITY_H_
@@ -34,15 +39,23 @@ namespace lisp_worker::console {
 inline constexpr int kHandleGroup = -1;
 inline constexpr int kTypeGroup = 0;
 inline constexpr int kTextGroup = 1;
+inline constexpr int kPatternGroup = 2;
+inline constexpr int kLineTypeGroup = 6;
 inline constexpr int kLayerGroup = 8;
 inline constexpr int kPointGroup = 10;
 inline constexpr int kEndPointGroup = 11;
 inline constexpr int kSizeGroup = 40;
+inline constexpr int kPatternDistanceGroup = 41;
+inline constexpr int kBulgeGroup = 42;
+inline constexpr int kLineScaleGroup = 48;
 inline constexpr int kStartAngleGroup = 50;
 inline constexpr int kEndAngleGroup = 51;
+inline constexpr int kPatternAngleGroup = 52;
 inline constexpr int kColourGroup = 62;
 inline constexpr int kClosedGroup = 70;
 inline constexpr int kAlignmentGroup = 72;
+inline constexpr int kOutlineGroup = 93;
+inline constexpr int kLineWeightGroup = 370;
 
 // The colour number that means the layer's.
 inline constexpr int kColourByLayer = 256;

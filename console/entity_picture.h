@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "console/drawing.h"
 #include "console/panel.h"
@@ -25,8 +26,12 @@ enum class Mark : std::uint8_t { None, Added, Changed, Erased };
 // The attributes of such a band. The kinds differ in colour, in width and in their dashes.
 [[nodiscard]] std::string markStyle(Mark mark);
 
-// The rules of style that the elements need.
-[[nodiscard]] std::string entityRules();
+// The attributes of a line of this width and these dashes, in millimetres of paper.
+[[nodiscard]] std::string lineStyle(const Panel& panel, double line_width,
+                                    const std::vector<double>& dashes);
+
+// The rules of style that the elements on panels like this one need.
+[[nodiscard]] std::string entityRules(const Panel& panel);
 
 }  // namespace lisp_worker::console
 

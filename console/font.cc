@@ -41,7 +41,11 @@ constexpr std::array<std::uint16_t, 0x180 - kFirst> kWidths = {
     1499, 1298, 1499, 1298, 2025, 1675, 1251, 1212, 1251, 1403, 1075, 1403, 1075, 1403, 1075, 721,
 };
 
+constexpr char32_t kDiameterSign = 0x2300;
+constexpr double kDiameterWidth = 1233;
+
 double widthOf(char32_t code) {
+  if (code == kDiameterSign) return kDiameterWidth;
   const char32_t n = std::max(code, kFirst) - kFirst;
   if (n >= kWidths.size()) return kUnitsPerEm;
   return kWidths[n] == 0 ? kWidths.front() : kWidths[n];

@@ -19,8 +19,9 @@ TEST(Font, KnowsTheWidthOfEachLetter) {
 TEST(Font, HasAWidthForEverything) {
   EXPECT_EQ(widthInFont("\x01"), widthInFont(" "));
   EXPECT_EQ(widthInFont("\xC2\x9F"), widthInFont(" "));
-  EXPECT_EQ(widthInFont("\xC6\x80"), 1);      // U+0180, the first after the table.
-  EXPECT_EQ(widthInFont("\xE2\x8C\x80"), 1);  // The sign for diameters.
+  EXPECT_EQ(widthInFont("\xC6\x80"), 1);                  // U+0180, the first after the table.
+  EXPECT_EQ(widthInFont("\xE2\x8C\x80"), 1233.0 / 2048);  // The sign for diameters.
+  EXPECT_EQ(widthInFont("\xE2\x8C\x81"), 1);
   EXPECT_EQ(widthInFont("\xFF"), widthInFont("?"));
   EXPECT_EQ(widthInFont("\xC3"), widthInFont("?"));  // Cut in the middle.
 }

@@ -268,6 +268,57 @@ TEST_F(CommandsTest, DrawArcsPolylinesPointsAndTexts) {
   EXPECT_EQ(run(R"(("TEXT" (0 0) 2 0 5))"), "nothing done: TEXT: needs a text, not 5");
 }
 
+TEST_F(CommandsTest, DrawArcsInPolylines) {
+  run(R"(("PLINE" (0 0) (10 0) "A" (10 4) "L" (0 4) "A" "C"))");  // A slot.
+  EXPECT_EQ(describe("E1"),
+            "E1 POLYLINE on layer 0: closed, through (0 0 0) (10 0 0) bulge 1 (10 4 0) (0 4 0) "
+            "bulge 1");
+  run(R"(("PLINE" (0 0) "A" "S" (5 -5) (10 0) (20 0) ""))");
+  EXPECT_EQ(describe("E2"),
+            "E2 POLYLINE on layer 0: through (0 0 0) bulge 1 (10 0 0) bulge -1 (20 0 0)");
+  EXPECT_EQ(run(R"(("PLINE" (0 0) (1 0) "A" (0 0) ""))"),
+            "nothing done: PLINE: no arc leads straight back; give a point on it with S");
+  EXPECT_EQ(run(R"(("PLINE" (0 0) "A" "S" (1 0) (2 0) ""))"),
+            "nothing done: PLINE: three points on a line make no arc");
+  EXPECT_EQ(run(R"(("PLINE" (0 0) "A" "S" 5))"),
+            "nothing done: PLINE: needs a point on the arc, not 5");
+}
+
+TEST_F(CommandsTest, FillWhatIsClosed) {
+  run(R"(("CIRCLE" (0 0) 5 "PLINE" (-9 -9) (9 -9) (9 9) "C" "LINE" (0 0) (1 1) ""))");
+  EXPECT_EQ(run(R"(("HATCH" "SOLID" "E1" ""))"), "added E4");
+  EXPECT_EQ(describe("E4"), "E4 HATCH on layer 0: SOLID, inside (5 0 0) bulge 1 (-5 0 0) bulge 1");
+  EXPECT_EQ(run(R"(("HATCH" "net" 2 30 "E1" "E2" ""))"), "added E5");
+  EXPECT_EQ(describe("E5"),
+            "E5 HATCH on layer 0: NET, inside (5 0 0) bulge 1 (-5 0 0) bulge 1 and (-9 -9 0) "
+            "(9 -9 0) (9 9 0)");
+  EXPECT_NEAR(findNumberGroup(drawing.find("E5")->groups, kPatternAngleGroup, 0), kPi / 6, 1e-12);
+  EXPECT_EQ(findNumberGroup(drawing.find("E5")->groups, kPatternDistanceGroup, 0), 2);
+  EXPECT_EQ(run(R"(("HATCH" "SOLID" "E3" ""))"),
+            "nothing done: HATCH: E3 encloses nothing: it needs circles and closed polylines");
+  EXPECT_EQ(run(R"(("HATCH" "DOTS" "E1" ""))"),
+            R"(nothing done: HATCH: needs SOLID, LINE or NET, not "DOTS")");
+  EXPECT_EQ(run(R"(("HATCH" "LINE" "E1" ""))"),
+            "nothing done: HATCH: needs a distance of its lines, in millimetres of paper, not "
+            "\"E1\"");
+}
+
+TEST_F(CommandsTest, GiveLayersLineTypesAndWeights) {
+  EXPECT_EQ(run(R"(("LAYER" "M" "AXES" "L" "center" "AXES" "LW" 0.13 "AXES,0" ""))"),
+            "the current layer is AXES, line type CENTER for AXES, line weight 0.13 for AXES,0");
+  EXPECT_EQ(drawing.findLayer("AXES")->line_type, "CENTER");
+  EXPECT_EQ(drawing.findLayer("0")->line_weight, 13);
+  EXPECT_EQ(run(R"(("LAYER" "L" "FENCE" "AXES" ""))"),
+            "nothing done: LAYER: needs a line type: CONTINUOUS DASHED HIDDEN CENTER CENTRE "
+            "DASHDOT DIVIDE PHANTOM DOT, not \"FENCE\"");
+  EXPECT_EQ(run(R"(("LAYER" "LW" 25 "AXES" ""))"),
+            "nothing done: LAYER: needs a line weight from 0 to 2.11 millimetres");
+  run(R"(("LINE" (0 0) (9 9) ""))");
+  const Entity& line = *drawing.find("E1");
+  EXPECT_EQ(drawing.dashesFor(line), *dashesOf("CENTER"));
+  EXPECT_EQ(drawing.lineWidthOf(line), 0.13);
+}
+
 TEST_F(CommandsTest, MoveCopyRotateScaleAndMirror) {
   run(R"(("LINE" (0 0) (10 0) "" "CIRCLE" (5 5) 2))");
   EXPECT_EQ(run(R"(("MOVE" "E1" "" (0 0) (1 2)))"), "moved E1");
@@ -361,7 +412,7 @@ TEST_F(CommandsTest, SayWhatTheyDoNotKnow) {
   EXPECT_EQ(
       run(R"(("EXPLODE" "E1"))"),
       "nothing done: there is no command EXPLODE: this host knows LINE PLINE CIRCLE ARC POINT "
-      "TEXT MOVE COPY ROTATE SCALE MIRROR ERASE LAYER ZOOM");
+      "TEXT HATCH MOVE COPY ROTATE SCALE MIRROR ERASE LAYER ZOOM");
   EXPECT_THAT(run(R"(("_.Explode"))"),
               testing::StartsWith("nothing done: there is no command _.EXPLODE: "));
   EXPECT_THAT(run(R"(("_."))"), testing::StartsWith("nothing done: there is no command _.: "));

@@ -13,14 +13,16 @@ namespace lisp_worker::console {
 
 // All lengths but those of `world` are in units of the page, whose y axis points down.
 struct Panel {
+  std::string name;  // Letters; no other panel of the page has it.
   double left = 0;
   double top = 0;
   double width = 0;
   double height = 0;
   double strip = 0;  // As much of the height lies below the drawing.
   Box world;
-  double scale = 1;       // For each unit of the drawing.
-  double millimetre = 1;  // For each millimetre of paper.
+  double scale = 1;        // For each unit of the drawing.
+  double millimetre = 1;   // For each millimetre of paper.
+  double line_factor = 1;  // Lines are as many times as wide as on paper.
 
   [[nodiscard]] double middleX() const { return left + width / 2; }
   [[nodiscard]] double middleY() const { return top + (height - strip) / 2; }

@@ -15,6 +15,7 @@
 
 #include "console/colour.h"
 #include "console/entity_picture.h"
+#include "console/line_style.h"
 #include "console/panel.h"
 #include "console/shape.h"
 #include "console/svg.h"
@@ -29,7 +30,8 @@ namespace {
 
 // All in pixels.
 constexpr double kPageWidth = 1120;
-constexpr double kMillimetre = 4;  // Of paper; lines and dashes look right with it.
+constexpr double kMillimetre = 4;    // Of paper, so that dashes look right.
+constexpr double kLineFactor = 1.6;  // Thin lines are hard to see on a screen.
 constexpr double kMargin = 24;
 constexpr double kGap = 20;  // Between two panels.
 constexpr double kTitleHeight = 34;
@@ -84,9 +86,8 @@ std::string scaleBar(const Panel& panel) {
 }
 
 std::string panelContent(const Panel& panel, const Drawing& drawing, const Marks& marks,
-                         const client::CoordContext& context, const PictureOptions& options,
-                         std::string_view clip) {
-  std::string text = "<g class=\"drawing\" clip-path=\"url(#" + std::string(clip) + ")\">\n";
+                         const client::CoordContext& context, const PictureOptions& options) {
+  std::string text = "<g class=\"drawing\" clip-path=\"url(#" + panel.name + ")\">\n";
   if (options.shows_cells) text += cellElements(panel, context);
   std::string shapes;
   bool is_empty = true;
@@ -108,11 +109,11 @@ std::string panelContent(const Panel& panel, const Drawing& drawing, const Marks
 
 std::string panelElement(const Panel& panel, std::string_view caption, const Drawing& drawing,
                          const Marks& marks, const client::CoordContext& context,
-                         const PictureOptions& options, std::string_view clip) {
+                         const PictureOptions& options) {
   const std::string frame = panel.frame();
   return svgLabel(panel.left, panel.top - 10, caption, "class=\"caption\"") + "<clipPath id=\"" +
-         std::string(clip) + "\"><rect " + frame + "/></clipPath>\n<rect " + frame +
-         " class=\"sheet\"/>\n" + panelContent(panel, drawing, marks, context, options, clip);
+         panel.name + "\"><rect " + frame + "/></clipPath>\n<rect " + frame +
+         " class=\"sheet\"/>\n" + panelContent(panel, drawing, marks, context, options);
 }
 
 std::string counted(std::size_t count, const char* thing, const char* things) {
@@ -153,20 +154,20 @@ class Page {
     const Panel after_panel = layOut(top);
     Panel before_panel = after_panel;
     before_panel.left = kMargin;
+    before_panel.name = "before";
     const double legend_top = top + after_panel.height + 14;
-    const std::string legend = drawLegend(legend_top);
+    const std::string legend = drawLegend(legend_top, after_panel);
     const double height = legend_top + legend_height_ + kMargin;
-    std::string text = head(height);
+    std::string text = head(height, after_panel);
     if (!options_.title.empty()) {
       text += svgLabel(kMargin, kMargin + 18, options_.title, "class=\"title\"");
     }
     if (has_two_) {
       text += panelElement(before_panel,
                            "before: " + counted(before_.entities().size(), "entity", "entities"),
-                           before_, before_marks_, context_, options_, "before");
+                           before_, before_marks_, context_, options_);
     }
-    text += panelElement(after_panel, afterCaption(), after_, after_marks_, context_, options_,
-                         "after");
+    text += panelElement(after_panel, afterCaption(), after_, after_marks_, context_, options_);
     return text + legend + "</svg>\n";
   }
 
@@ -219,6 +220,8 @@ class Page {
     const double room = kPageWidth - 2 * kMargin;
     panel.strip = kScaleHeight;
     panel.millimetre = kMillimetre;
+    panel.line_factor = kLineFactor;
+    panel.name = "after";
     panel.width = has_two_ ? (room - kGap) / 2 : room;
     panel.left = has_two_ ? kMargin + panel.width + kGap : kMargin;
     panel.top = top;
@@ -231,13 +234,13 @@ class Page {
     return panel;
   }
 
-  static std::string head(double height) {
+  static std::string head(double height, const Panel& panel) {
     return "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + svgNumber(kPageWidth) +
            "\" height=\"" + svgNumber(height) + "\" viewBox=\"0 0 " + svgNumber(kPageWidth) + " " +
            svgNumber(height) +
            "\" font-family=\"DejaVu Sans, Verdana, sans-serif\">\n"
            "<style>\n" +
-           entityRules() + systemsRules() +
+           entityRules(panel) + systemsRules() +
            ".sheet { fill: #ffffff; stroke: #b0bec5 }\n"
            ".scale { fill: none; stroke: #455a64; stroke-width: 1.4 }\n"
            ".layer { fill: none; stroke-width: 3; stroke-linecap: round }\n"
@@ -253,7 +256,7 @@ class Page {
     std::string style;  // Of the line in front of it.
   };
 
-  [[nodiscard]] std::vector<LegendItem> legendItems() const {
+  [[nodiscard]] std::vector<LegendItem> legendItems(const Panel& panel) const {
     std::set<std::string_view> in_use;
     for (const Drawing* drawing : {&before_, &after_}) {
       for (const Entity& entity : drawing->entities()) {
@@ -263,8 +266,12 @@ class Page {
     std::vector<LegendItem> items;
     for (const Layer& layer : after_.layers()) {
       if (!in_use.contains(layer.name)) continue;
+      constexpr double kShorter = 0.4;  // The line of a legend is short.
+      std::vector<double> dashes = *dashesOf(layer.line_type);
+      for (double& dash : dashes) dash *= kShorter;
       items.push_back({layer.name + (layer.is_visible ? "" : " (off)"),
-                       "stroke=\"" + paperColour(layer.colour) + "\" class=\"layer\""});
+                       "stroke=\"" + paperColour(layer.colour) + "\" class=\"layer\"" +
+                           lineStyle(panel, lineWidth(kWeightDefault), dashes)});
     }
     struct MarkRow {
       std::size_t count;
@@ -280,10 +287,10 @@ class Page {
     return items;
   }
 
-  std::string drawLegend(double top) {
+  std::string drawLegend(double top, const Panel& panel) {
     constexpr std::size_t kNameSizeMax = 20;
     constexpr std::size_t kItemMax = 30;
-    std::vector<LegendItem> items = legendItems();
+    std::vector<LegendItem> items = legendItems(panel);
     const std::size_t left_out = items.size() > kItemMax ? items.size() - kItemMax : 0;
     items.resize(items.size() - left_out);
     if (left_out != 0) items.push_back({"and " + std::to_string(left_out) + " more", ""});

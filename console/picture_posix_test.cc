@@ -102,6 +102,49 @@ TEST_F(PictureTest, DrawsLayersInTheirColoursAndLeavesHiddenOnesOut) {
   EXPECT_THAT(svg, HasSubstr(">H (off)</text>"));
 }
 
+TEST_F(PictureTest, DrawsLineTypesAndWeightsOfLayersAndEntities) {
+  run(after, R"(("LAYER" "M" "AXES" "L" "CENTER" "" "LW" 0.5 "" "" "LINE" (0 0) (9 9) ""))");
+  std::string refusal;
+  after.modify(*client::readDatum(R"(((-1 "E1") (48 0.5)))", nullptr), refusal);
+  const std::string svg = draw();
+  // A millimetre of paper is 4 pixels.
+  EXPECT_THAT(svg, HasSubstr("stroke-width=\"3.2\" stroke-dasharray=\"24 3 4 3\" "
+                             "stroke-linecap=\"butt\" data-handle=\"E1\""));
+  EXPECT_THAT(svg, HasSubstr("class=\"layer\" stroke-dasharray=\"19.2 2.4 3.2 2.4\""));
+}
+
+TEST_F(PictureTest, DrawsArcsInPolylines) {
+  run(after, R"(("PLINE" (0 0) (10 0) "A" (10 4) "L" (0 4) "A" "C"))");
+  // Two half circles, against the clock.
+  EXPECT_THAT(draw(), testing::ContainsRegex("d=\"M[0-9. ]+ L[0-9. ]+ A[0-9.]+ [0-9.]+ 0 0 0 "
+                                             "[0-9. ]+ L[0-9. ]+ A[0-9.]+ [0-9.]+ 0 0 0 "
+                                             "[0-9. ]+ Z\""));
+}
+
+TEST_F(PictureTest, FillsHatches) {
+  run(after, R"(("CIRCLE" (0 0) 5 "CIRCLE" (0 0) 2 "HATCH" "SOLID" "E1" "E2" ""))");
+  run(after, R"(("HATCH" "NET" 2 30 "E1" ""))");
+  const std::string svg = draw();
+  EXPECT_THAT(svg, HasSubstr("fill=\"#202020\" fill-rule=\"evenodd\" data-handle=\"E3\""));
+  EXPECT_THAT(svg, HasSubstr("<pattern id=\"after-E4\" patternUnits=\"userSpaceOnUse\" width=\"8\" "
+                             "height=\"8\" patternTransform=\"rotate(-30)\"><path d=\"M0 4 H8 M4 0 "
+                             "V8\" stroke=\"#202020\""));
+  EXPECT_THAT(svg, HasSubstr("fill=\"url(#after-E4)\""));
+  std::string error;
+  EXPECT_TRUE(renderPng(svg, error).has_value()) << error;
+}
+
+TEST_F(PictureTest, DrawsSignsInTexts) {
+  run(after, R"(("TEXT" (0 0) 5 0 "%%c20 %%p0.1"))");
+  EXPECT_THAT(draw(), HasSubstr(">\xE2\x8C\x80"
+                                "20 \xC2\xB1"
+                                "0.1</text>"));
+  EXPECT_DOUBLE_EQ(boundsOf(*after.entities().begin()).width(), textWidth("\xE2\x8C\x80"
+                                                                          "20 \xC2\xB1"
+                                                                          "0.1",
+                                                                          5));
+}
+
 TEST_F(PictureTest, ShowsAxesAndCellsWhenAsked) {
   run(after, R"(("LINE" (0 0) (150 150) ""))");
   EXPECT_THAT(draw(), Not(HasSubstr("class=\"axis\"")));
@@ -137,7 +180,9 @@ TEST_F(PictureTest, ManagesDrawingsOfAnySize) {
   };
   for (const char* const command :
        {R"(("POINT" (5 5) ""))", R"(("LINE" (0 0) (1e-9 0) ""))", R"(("LINE" (0 0) (0 1e12) ""))",
-        R"(("LINE" (-1e308 0) (1e308 1e308) ""))", R"(("CIRCLE" (1e300 1e300) 1e-300))"}) {
+        R"(("LINE" (-1e308 0) (1e308 1e308) ""))", R"(("PLINE" (-1e308 0) "A" (1e308 1e308) ""))",
+        R"(("PLINE" (0 0) "A" "S" (1e-9 1e9) (1 1e-300) "C" "HATCH" "NET" 0.5 1 "E1" ""))",
+        R"(("CIRCLE" (1e300 1e300) 1e-300))"}) {
     Drawing drawing;
     run(drawing, command);
     std::string error;
@@ -183,7 +228,8 @@ TEST_F(PictureTest, KnowsHowWideItsFontDrawsAText) {
   cairo_t* const pen = cairo_create(surface);
   cairo_select_font_face(pen, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
   cairo_set_font_size(pen, kSize);
-  for (const char* const text : {"WIDE", "ill", "25\xC2\xB0 \xC2\xB1 1/2", "\xC3\xA4\xC3\x96"}) {
+  for (const char* const text :
+       {"WIDE", "ill", "25\xC2\xB0 \xC2\xB1 1/2", "\xC3\xA4\xC3\x96", "\xE2\x8C\x80 20"}) {
     cairo_text_extents_t extents;
     cairo_text_extents(pen, text, &extents);
     EXPECT_NEAR(extents.x_advance / kSize, widthInFont(text), 0.01) << text;

@@ -548,7 +548,7 @@ TEST_F(ConsoleProgram, RunsAllExamples) {
   runPrograms(quoted(environment("LISP_SOURCE_DIR")) + "/examples/*.lsp");
   EXPECT_EQ(exit_code, 0) << output;
   EXPECT_THAT(output, StartsWith("== "));
-  EXPECT_THAT(output, HasSubstr("== the drawing at the end: 65 entities\n"));
+  EXPECT_THAT(output, HasSubstr("== the drawing at the end: 79 entities\n"));
 }
 
 }  // namespace

@@ -11,6 +11,8 @@
 #include <utility>
 
 #include "console/font.h"
+#include "console/polyline.h"
+#include "console/text_codes.h"
 
 namespace lisp_worker::console {
 
@@ -52,9 +54,33 @@ std::vector<Point> arcOutline(const Point& centre, double radius, double start, 
   return points;
 }
 
+// One piece of a chain: its ends, and what is between them on an arc.
+std::vector<Point> pieceOutline(const Vertex& from, const Vertex& to) {
+  const auto arc = arcBetween(from.at, to.at, from.bulge);
+  if (!arc) return {from.at, to.at};
+  const bool is_backwards = arc->sweep < 0;
+  const double start = normalizedAngle(is_backwards ? arc->start + arc->sweep : arc->start);
+  std::vector<Point> points = arcOutline(arc->centre, arc->radius, start, std::fabs(arc->sweep));
+  if (is_backwards) std::reverse(points.begin(), points.end());
+  points.front() = from.at;
+  points.back() = to.at;
+  return points;
+}
+
+void visitChain(const VertexChain& chain,
+                const std::function<void(const std::vector<Point>&)>& visit) {
+  const std::vector<Vertex>& vertices = chain.vertices;
+  for (std::size_t n = 1; n < vertices.size(); ++n) {
+    visit(pieceOutline(vertices[n - 1], vertices[n]));
+  }
+  if (chain.is_closed && !vertices.empty()) {
+    visit(pieceOutline(vertices.back(), vertices.front()));
+  }
+}
+
 std::vector<Point> textOutline(const DatumList& groups, const Point& at) {
   const double height = findNumberGroup(groups, kSizeGroup, 1);
-  const double width = textWidth(findStringGroup(groups, kTextGroup), height);
+  const double width = textWidth(drawnText(findStringGroup(groups, kTextGroup)), height);
   const double begin = -width * findNumberGroup(groups, kAlignmentGroup, 0) / 2;
   const Similarity turn = rotation(at, findNumberGroup(groups, kStartAngleGroup, 0));
   std::vector<Point> corners = {{at.x + begin, at.y, at.z},
@@ -80,6 +106,10 @@ bool segmentTouches(const Point& a, const Point& b, const Box& box) {
     if (step > 0) to = std::min(to, room / step);
   }
   return from <= to;
+}
+
+double asNumberOr(const Datum& datum, double otherwise) {
+  return client::asNumber(datum).value_or(otherwise);
 }
 
 Datum pointDatum(const Point& point, std::size_t size) {
@@ -114,8 +144,11 @@ std::vector<Point> outlineOf(const Entity& entity) {
   const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
   std::vector<Point> points = findPoints(entity.groups, kPointGroup);
   if (points.empty()) return points;
-  if (type == "POLYLINE") {
-    if (findNumberGroup(entity.groups, kClosedGroup, 0) == 1) points.push_back(points.front());
+  if (hasChains(entity.groups)) {
+    points.clear();
+    visitChain(chainsOf(entity).front(), [&points](const std::vector<Point>& piece) {
+      points.insert(points.end(), piece.begin() + (points.empty() ? 0 : 1), piece.end());
+    });
     return points;
   }
   const Point first = points.front();
@@ -131,26 +164,44 @@ std::vector<Point> outlineOf(const Entity& entity) {
   return {first};
 }
 
+void visitPieces(const Entity& entity,
+                 const std::function<void(const std::vector<Point>& piece)>& visit) {
+  if (!hasChains(entity.groups)) {
+    visit(outlineOf(entity));
+    return;
+  }
+  for (const VertexChain& chain : chainsOf(entity)) visitChain(chain, visit);
+}
+
 Box boundsOf(const Entity& entity) {
   Box box;
-  for (const Point& point : outlineOf(entity)) box.include(point);
+  visitPieces(entity, [&box](const std::vector<Point>& piece) {
+    for (const Point& point : piece) box.include(point);
+  });
   return box;
 }
 
 bool liesInside(const Entity& entity, const Box& box) {
-  const std::vector<Point> outline = outlineOf(entity);
-  return !outline.empty() &&
-         std::all_of(outline.begin(), outline.end(),
-                     [&box](const Point& point) { return box.contains(point); });
+  bool is_inside = true;
+  bool is_empty = true;
+  visitPieces(entity, [&](const std::vector<Point>& piece) {
+    is_empty = is_empty && piece.empty();
+    is_inside = is_inside && std::all_of(piece.begin(), piece.end(), [&box](const Point& point) {
+                  return box.contains(point);
+                });
+  });
+  return is_inside && !is_empty;
 }
 
 bool touches(const Entity& entity, const Box& box) {
-  const std::vector<Point> outline = outlineOf(entity);
-  if (outline.size() == 1) return box.contains(outline.front());
-  for (std::size_t n = 1; n < outline.size(); ++n) {
-    if (segmentTouches(outline[n - 1], outline[n], box)) return true;
-  }
-  return false;
+  bool is_touched = false;
+  visitPieces(entity, [&](const std::vector<Point>& piece) {
+    if (piece.size() == 1) is_touched = box.contains(piece.front());
+    for (std::size_t n = 1; n < piece.size() && !is_touched; ++n) {
+      is_touched = segmentTouches(piece[n - 1], piece[n], box);
+    }
+  });
+  return is_touched;
 }
 
 double textWidth(std::string_view text, double height) {
@@ -211,6 +262,13 @@ DatumList transformed(const DatumList& groups, const Similarity& mapping) {
     } else if (code == kSizeGroup && client::asNumber(parts.back())) {
       moved.push_back(
           makeGroup(kSizeGroup, client::number(factor * *client::asNumber(parts.back()))));
+    } else if (code == kBulgeGroup && mirrors && hasChains(groups)) {
+      moved.push_back(makeGroup(kBulgeGroup, client::number(-asNumberOr(parts.back(), 0))));
+    } else if (code == kPatternAngleGroup && type == "HATCH") {
+      has_direction = true;
+      const double angle = asNumberOr(parts.back(), 0);
+      moved.push_back(makeGroup(kPatternAngleGroup, client::number(normalizedAngle(
+                                                        mirrors ? turn - angle : turn + angle))));
     } else if (code == kStartAngleGroup && (type == "ARC" || type == "TEXT")) {
       has_direction = true;
       const double angle = mirrors && type == "ARC" ? turn - end : turn + start;
@@ -222,6 +280,12 @@ DatumList transformed(const DatumList& groups, const Similarity& mapping) {
           kEndAngleGroup, client::number(normalizedAngle(mirrors ? turn - start : turn + end))));
     } else {
       moved.push_back(group);
+    }
+  }
+  if (type == "HATCH" && !has_direction) {
+    const double angle = mirrors ? turn - kPatternAngle : turn + kPatternAngle;
+    if (normalizedAngle(angle) != kPatternAngle) {
+      moved.push_back(makeGroup(kPatternAngleGroup, client::number(normalizedAngle(angle))));
     }
   }
   if (type == "TEXT" && !has_direction && !mirrors && normalizedAngle(turn) != 0) {

@@ -5,6 +5,7 @@
 #ifndef CONSOLE_SHAPE_H_
 #define CONSOLE_SHAPE_H_
 
+#include <functional>
 #include <limits>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,9 @@
 namespace lisp_worker::console {
 
 inline constexpr double kPi = 3.14159265358979323846;
+
+// The angle of a hatch's lines without a group 52.
+inline constexpr double kPatternAngle = kPi / 4;
 
 // A rectangle along the axes. Empty until it includes a point.
 struct Box {
@@ -42,8 +46,13 @@ struct Box {
 
 // The entity as a chain of points: one for a point, the corners of the box around a text, closed
 // chains with their first point again at the end, curves in steps of at most 5 degrees with their
-// ends and quadrants exact.
+// ends and quadrants exact. Of a hatch with several outlines the first.
 [[nodiscard]] std::vector<client::Point> outlineOf(const Entity& entity);
+
+// The same in pieces, in their order, of all outlines. A piece holds for the call. The memory that
+// this takes does not depend on the count of vertices.
+void visitPieces(const Entity& entity,
+                 const std::function<void(const std::vector<client::Point>& piece)>& visit);
 
 [[nodiscard]] Box boundsOf(const Entity& entity);
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "console/polyline.h"
 #include "console/shape.h"
 
 namespace lisp_worker::console {
@@ -45,12 +46,24 @@ Point onCircle(const Point& centre, double radius, double angle) {
   return {centre.x + radius * std::cos(angle), centre.y + radius * std::sin(angle), centre.z};
 }
 
-// Of a chain of straight lines.
-void appendChain(const std::vector<Point>& chain, const std::set<std::string>& modes,
+// Of a chain of lines and arcs.
+void appendChain(const VertexChain& chain, const std::set<std::string>& modes,
                  std::vector<Point>& points) {
-  if (modes.contains("END")) points.insert(points.end(), chain.begin(), chain.end());
-  if (!modes.contains("MID")) return;
-  for (std::size_t n = 1; n < chain.size(); ++n) points.push_back(middleOf(chain[n - 1], chain[n]));
+  const std::vector<Vertex>& vertices = chain.vertices;
+  if (modes.contains("END")) {
+    for (const Vertex& vertex : vertices) points.push_back(vertex.at);
+  }
+  const std::size_t piece_count = vertices.size() - (chain.is_closed ? 0 : 1);
+  for (std::size_t n = 0; n < piece_count; ++n) {
+    const Point from = vertices[n].at;
+    const Point to = vertices[(n + 1) % vertices.size()].at;
+    const auto arc = arcBetween(from, to, vertices[n].bulge);
+    if (modes.contains("MID")) {
+      points.push_back(arc ? onCircle(arc->centre, arc->radius, arc->start + arc->sweep / 2)
+                           : middleOf(from, to));
+    }
+    if (arc && modes.contains("CEN")) points.push_back(arc->centre);
+  }
 }
 
 void appendArc(const DatumList& groups, const Point& centre, const std::set<std::string>& modes,
@@ -78,11 +91,10 @@ std::vector<Point> snapPointsOf(const Entity& entity, const std::set<std::string
   const Point first = *readPoint(*findGroup(entity.groups, kPointGroup));
   std::vector<Point> points;
   if (type == "LINE") {
-    appendChain({first, *readPoint(*findGroup(entity.groups, kEndPointGroup))}, modes, points);
+    const Point end = *readPoint(*findGroup(entity.groups, kEndPointGroup));
+    appendChain({{{first, 0}, {end, 0}}, false}, modes, points);
   } else if (type == "POLYLINE") {
-    std::vector<Point> chain = findPoints(entity.groups, kPointGroup);
-    if (findNumberGroup(entity.groups, kClosedGroup, 0) == 1) chain.push_back(chain.front());
-    appendChain(chain, modes, points);
+    appendChain(chainsOf(entity).front(), modes, points);
   } else if (type == "ARC") {
     appendArc(entity.groups, first, modes, points);
   } else if (type == "CIRCLE" && modes.contains("QUA")) {
