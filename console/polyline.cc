@@ -50,7 +50,7 @@ std::string whyNoChains(const DatumList& groups) {
   bool is_after_vertex = false;
   std::size_t count = 0;  // Of vertices in the outline.
   double announced = 0;   // By the outline's group 93; 0 without one.
-  const auto whyNoOutline = [&]() -> std::string {
+  const auto why_no_outline = [&]() -> std::string {
     if (count < 2) return is_hatch ? "an outline needs two groups 10" : "";
     if (announced == 0 || announced == static_cast<double>(count)) return "";
     return "group 93 counts the vertices of its outline, which has " + std::to_string(count);
@@ -63,7 +63,7 @@ std::string whyNoChains(const DatumList& groups) {
       if (!is_after_vertex) return "group 42 belongs behind the group 10 of its vertex, once";
       is_after_vertex = false;
     } else if (is_hatch && isGroupOf(group, kOutlineGroup)) {
-      std::string reason = count == 0 && announced == 0 ? "" : whyNoOutline();
+      std::string reason = count == 0 && announced == 0 ? "" : why_no_outline();
       if (!reason.empty()) return reason;
       announced = asNumber(asList(group)->back()).value_or(0);
       if (!(announced >= 2)) return "group 93 needs the number of vertices that follow";
@@ -71,7 +71,7 @@ std::string whyNoChains(const DatumList& groups) {
       is_after_vertex = false;
     }
   }
-  return whyNoOutline();
+  return why_no_outline();
 }
 
 std::optional<VertexChain> closedChainOf(const Entity& entity) {
