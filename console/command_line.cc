@@ -117,6 +117,8 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
       ->check(CLI::Range(1, 250000));
+  app.add_flag("--json", line.is_json,
+               "Calls, changes and results as JSON objects, one in a line, and no other text");
   app.add_flag_function(
       "--no-history", [&line](std::int64_t) { line.keeps_history = false; },
       "Do not keep the forms of the prompt in a file");
@@ -162,6 +164,11 @@ std::string whyUnusable(const CommandLine& line) {
   const auto input_count = std::count(line.program_paths.begin(), line.program_paths.end(), "-");
   if (input_count > 1) return "standard input, -, can be read only once";
   if (input_count != 0 && line.asks) return "--ask needs the keyboard, and - reads standard input";
+  if (line.is_json && line.programs.empty()) return "--json needs a program, -e or -";
+  if (line.is_json && (records || line.asks || line.check || line.test)) {
+    return "--json is for programs that run: not with --ask, --trace, --profile, --coverage, check "
+           "and test";
+  }
   const bool draws =
       !line.save_path.empty() || !line.picture_paths.empty() || line.shows_axes || line.shows_cells;
   if (line.test &&

@@ -50,6 +50,7 @@ struct CommandLine {
   bool shows_axes = false;
   bool shows_cells = false;
   bool keeps_history = true;
+  bool is_json = false;
   ColorWish color = ColorWish::Auto;
 };
 

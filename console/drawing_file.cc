@@ -292,4 +292,6 @@ std::string writeSheet(const Sheet& sheet) {
   return text;
 }
 
+std::string writeEntity(const Entity& entity) { return dumped(entityJson(entity)); }
+
 }  // namespace lisp_worker::console

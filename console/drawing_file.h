@@ -54,6 +54,9 @@ struct Sheet {
 // The text of a file that readSheet makes the same of.
 [[nodiscard]] std::string writeSheet(const Sheet& sheet);
 
+// One entity as in a drawing file, in one line.
+[[nodiscard]] std::string writeEntity(const Entity& entity);
+
 }  // namespace lisp_worker::console
 
 #endif  // CONSOLE_DRAWING_FILE_H_

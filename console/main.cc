@@ -26,6 +26,7 @@
 #include "console/progress.h"
 #include "console/prompt.h"
 #include "console/recordings.h"
+#include "console/report.h"
 #include "console/safe_output.h"
 #include "console/session.h"
 #include "console/terminal.h"
@@ -112,7 +113,7 @@ bool writeOutputs(const CommandLine& line, const Session& session, const std::st
                   const PictureWishes& wishes, std::string& error) {
   const Sheet sheet = session.sheet();
   if (!line.save_path.empty() && line.is_dry) {
-    std::cout << "not written: " << line.save_path << "   [--dry-run]\n";
+    if (!line.is_json) std::cout << "not written: " << line.save_path << "   [--dry-run]\n";
   } else if (!line.save_path.empty() && !writeFile(line.save_path, writeSheet(sheet), error)) {
     return false;
   }
@@ -124,15 +125,17 @@ bool writeOutputs(const CommandLine& line, const Session& session, const std::st
   for (const std::string& path : line.picture_paths) {
     const auto bytes = path.ends_with(".png") ? renderPng(svg, error) : std::optional(svg);
     if (!bytes || !writeFile(path, *bytes, error)) return false;
-    std::cout << "picture: " << path << "\n";
+    if (!line.is_json) std::cout << "picture: " << path << "\n";
   }
   return true;
 }
 
 void tellUnusedAnswers(const CommandLine& line, const AnswerList& answers) {
   for (const ScriptedAnswer& unused : answers.unusedAnswers()) {
-    std::cout << line.answers_path << ": line " << unused.line << ": not asked for: " << unused.call
-              << " " << displayText(unused.text) << "\n";
+    // Beside the objects it would be no object.
+    (line.is_json ? std::cerr : std::cout)
+        << line.answers_path << ": line " << unused.line << ": not asked for: " << unused.call
+        << " " << displayText(unused.text) << "\n";
   }
 }
 
@@ -150,7 +153,10 @@ void setUp(Session& session, const CommandLine& line) {
 ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
                      client::WorkerProcess& process) {
   client::WorkerClient worker(process, {.time_limit = kTimeLimit});
-  Session session(worker, std::cout);
+  std::ostream nowhere(nullptr);
+  JsonReporter reporter(std::cout);
+  Session session(worker, line.is_json ? nowhere : std::cout);
+  if (line.is_json) session.setReporter(&reporter);
   Explainer explainer;
   Recordings recordings(line);
   explainer.setWatcher(recordings.watcher());
@@ -339,6 +345,7 @@ ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output)
   std::string error;
   const auto line = parseCommandLine(arguments, workerBeside(), error);
   setUp(output, line ? line->color : ColorWish::Auto);
+  if (line && line->is_json) output.setWidth(0);
   if (!line) return complain(ExitCode::UnusableInput, error + " (--help tells more)");
   if (line->help) {
     std::cout << usage(line->help_topic);

@@ -6,9 +6,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "console/command_line.h"
 #include "testing/base/command_output.h"
@@ -99,6 +101,69 @@ TEST_F(ConsoleProgram, ReadsAProgramFromStandardInput) {
   run("check - <" + quoted(file("bad.lsp", "(CAR (FOO))")));
   EXPECT_THAT(output, HasSubstr("standard input:1:7: error: "));
   for (const char* const arguments : {"- -", "- --ask"}) {
+    run(arguments);
+    EXPECT_EQ(exit_code, 2) << arguments;
+  }
+}
+
+TEST_F(ConsoleProgram, WritesResultsCallsAndChangesAsJson) {
+  const auto lines = [this](const std::string& arguments) {
+    runPrograms("--json " + arguments);
+    std::vector<nlohmann::json> objects;
+    std::istringstream text(output);
+    for (std::string line; std::getline(text, line);) {
+      objects.push_back(nlohmann::json::parse(line, nullptr, false));
+      EXPECT_FALSE(objects.back().is_discarded()) << line;
+    }
+    return objects;
+  };
+  using Json = nlohmann::json;
+  auto objects = lines(
+      "-e '(COMMAND \"POINT\" \"1,2\" \"\") (LIST 1.5 -2 \"a\\\"b\" (QUOTE X) NIL \"\xC3\xA9\")'");
+  ASSERT_EQ(objects.size(), 3U) << output;
+  EXPECT_EQ(objects[0], Json::parse(R"({"event": "call", "program": "form 1", "number": 1,
+      "name": "COMMAND", "arguments": ["POINT", "1,2", ""], "answer": "nil", "note": "added E1",
+      "refused": false})"));
+  EXPECT_EQ(objects[1], Json::parse(R"({"event": "change", "program": "form 1", "kind": "added",
+      "entity": {"handle": "E1", "type": "POINT", "layer": "0", "at": [1, 2, 0]}})"));
+  EXPECT_EQ(objects[2]["event"], "result");
+  EXPECT_EQ(objects[2]["end"], "value");
+  EXPECT_EQ(objects[2]["value"],
+            Json::parse("[1.5, -2, \"a\\\"b\", {\"symbol\": \"X\"}, null, \"\xC3\xA9\"]"));
+  EXPECT_EQ(objects[2]["calls"], 1);
+  EXPECT_EQ(objects[2]["as_expected"], true);
+  EXPECT_EQ(exit_code, 0);
+
+  objects = lines(
+      quoted(file("bad.lsp", "(COMMAND \"POINT\" \"1,2\" \"\")\n(CAR (FOO \"\x1B\"))")) + " -e 7");
+  ASSERT_EQ(objects.size(), 3U) << output;
+  EXPECT_EQ(objects[1]["end"], "error");
+  EXPECT_EQ(objects[1]["text"], "unsupported LISP function: FOO");
+  EXPECT_THAT(objects[1]["place"].get<std::string>(), EndsWith("bad.lsp:2:7"));
+  EXPECT_THAT(objects[1]["explanation"].get<std::string>(), HasSubstr("    2 | (CAR (FOO "));
+  EXPECT_EQ(objects[1]["taken_back"], true);
+  EXPECT_FALSE(objects[1].contains("value"));
+  EXPECT_EQ(objects[2]["value"], 7);
+  EXPECT_EQ(exit_code, 1);
+
+  // Control characters arrive, and reach no terminal.
+  objects = lines("-e " + quoted("\"\x1B[2J\xC2\x9B\""));
+  ASSERT_EQ(objects.size(), 1U) << output;
+  EXPECT_EQ(objects[0]["value"], "\x1B[2J\xC2\x9B");
+  EXPECT_THAT(output, HasSubstr("\\u001b[2J\\u009b"));
+
+  objects = lines("-e '(COMMAND \"ERASE\" \"E9\" \"\")' --strict");
+  ASSERT_EQ(objects.size(), 2U) << output;
+  EXPECT_EQ(objects[0]["refused"], true);
+  EXPECT_EQ(objects[1]["end"], "cancelled");
+  EXPECT_EQ(objects[1]["refused"], 1);
+
+  objects = lines("--load " + quoted(file("lib.lsp", "(FOO)")) + " -e 7 --picture " +
+                  quoted(file("p.svg", "")));
+  ASSERT_EQ(objects.size(), 2U) << output;
+  EXPECT_THAT(objects[0]["program"].get<std::string>(), EndsWith("lib.lsp"));
+  EXPECT_EQ(objects[0]["end"], "error");
+  for (const char* const arguments : {"--json", "--json --ask -e 1", "check --json -e 1"}) {
     run(arguments);
     EXPECT_EQ(exit_code, 2) << arguments;
   }

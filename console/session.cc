@@ -12,6 +12,8 @@
 #include "console/display.h"
 #include "console/host.h"
 #include "console/safe_output.h"
+#include "explain/explanation.h"
+#include "explain/value_text.h"
 #include "lisp_worker/client/answer_text.h"
 #include "lisp_worker/client/names.h"
 #include "lisp_worker/client/worker_text.h"
@@ -144,6 +146,7 @@ ProgramEnd Session::load(const Program& library) {
     if (end != ProgramEnd::AsExpected) return end;
   }
   noteQuotes(library.text);
+  result_ = {};
   if (explainer_ != nullptr) explainer_->start(library.name, library.text, nullptr);
   const auto reply = worker_->evalStart(library.text, 0);
   if (!reply) return ProgramEnd::Broken;
@@ -153,13 +156,18 @@ ProgramEnd Session::load(const Program& library) {
   }
   if (reply->status == WorkerStatus::HostCallPending) {
     out_ << library.name << ": a library must not make host calls\n";
+    result_.text = "a library must not make host calls";
+    result_.end = ReportedResult::End::Cancelled;
+    report(library.name, ProgramEnd::Unexpected);
     return worker_->evalCancel(reply->value->run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
   }
   out_ << Style::Error << library.name << ": cannot be loaded: " << Style::Plain
        << (reply->value ? displayText(reply->value->text)
                         : whyRefused(reply->status, library.text.size()))
        << "\n";
+  noteResult(*reply, library.text.size());
   printExplanation(*reply);
+  report(library.name, ProgramEnd::Unexpected);
   return ProgramEnd::Unexpected;
 }
 
@@ -168,6 +176,8 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   if (!is_brief_) printProgram(program);
   context_ = sheet_context_;
   mismatches_.clear();
+  result_ = {};
+  reported_program_ = name;
   const bool ready = addScriptedEntities(script) && registerContext(script, 0);
   if (!ready) return worker_->fault() ? ProgramEnd::Broken : ProgramEnd::Unexpected;
   if (std::exchange(is_fresh_, false)) before_ = drawing_;
@@ -176,11 +186,14 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
   if (end != ProgramEnd::Broken && explainer_ != nullptr) {
-    tellExplanation(out_, explainer_->explainRefusals(), Style::Warning);
+    const std::string refusals = explainer_->explainRefusals();
+    noteExplanation(refusals);
+    tellExplanation(out_, refusals, Style::Warning);
   }
   settle(found, script.keeps);
   const ProgramEnd judged = judgeDrawing(end, script);
   if (!is_brief_) out_ << "\n";
+  report(name, judged);
   return judged;
 }
 
@@ -196,6 +209,7 @@ void Session::settle(const Drawing& found, bool keeps) {
   const bool has_changed = !(compared == drawing_);
   const std::size_t count = has_changed ? compareDrawings(found, drawing_).size() : 0;
   drawing_ = found;
+  result_.is_taken_back = has_changed;
   if (!has_changed) return;
   printLine("drawing", "untouched",
             "what the program had changed is taken back" +
@@ -275,12 +289,28 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     if (!registerContext(script, call_count)) {
       return cancel(*reply->value, "the context could not be registered");
     }
-    const HostAnswer answer = host.answer(*reply->value, knownArguments(*reply->value));
+    const auto known = knownArguments(*reply->value);
+    const HostAnswer answer = host.answer(*reply->value, known);
     noteQuotes(answer.text);
     if (answer.note == kByRule) picks.push_back(reply->value->call_name + " " + answer.text);
     if (!answer.failure.empty()) return cancel(*reply->value, answer.failure);
     calls_.push_back(
         {reply->value->call_name, kept(reply->value->text), kept(answer.text), answer.note});
+    result_.call_count = call_count;
+    result_.steps = reply->value->steps;
+    if (answer.is_refused) ++result_.refused_count;
+    if (reporter_ != nullptr) {
+      auto call = client::readHostCall(*reply->value, nullptr);
+      reporter_->reportCall(reported_program_,
+                            {.number = call_count,
+                             .name = reply->value->call_name,
+                             .arguments = known  ? known
+                                          : call ? std::optional(std::move(call->arguments))
+                                                 : std::nullopt,
+                             .answer = answer.text,
+                             .note = answer.note,
+                             .is_refused = answer.is_refused});
+    }
     if (is_shown) {
       tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     }
@@ -307,6 +337,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     printLine("worker", client::statusName(reply->status),
               whyRefused(reply->status, program.size()), Style::Error);
   }
+  noteResult(*reply, program.size());
   printExplanation(*reply);
   printPicks(picks);
   for (const ScriptedAnswer& unused : host.unusedAnswers()) {
@@ -319,7 +350,13 @@ ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason)
   if (worker_->fault()) return ProgramEnd::Broken;
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel", reason);
   mismatches_ = {{"an end of its own", "cancelled: " + reason}};
-  if (explainer_ != nullptr) tellExplanation(out_, explainer_->cancel(), Style::Warning);
+  result_.end = ReportedResult::End::Cancelled;
+  result_.text = reason;
+  if (explainer_ != nullptr) {
+    const std::string text = explainer_->cancel();
+    noteExplanation(text);
+    tellExplanation(out_, text, Style::Warning);
+  }
   const auto status = worker_->evalCancel(waiting.run_id);
   return status ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
@@ -329,6 +366,8 @@ ProgramEnd Session::cancelRefused(const EvalResult& waiting, const std::string& 
   printLine(is_brief_ ? "run" : "host", is_brief_ ? "cancelled" : "EvalCancel",
             waiting.call_name + " was refused: " + displayText(reason));
   mismatches_ = {{"no refused host call", waiting.call_name + " refused: " + reason}};
+  result_.end = ReportedResult::End::Cancelled;
+  result_.text = waiting.call_name + " was refused: " + reason;
   if (explainer_ != nullptr) explainer_->stop();
   return worker_->evalCancel(waiting.run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
@@ -388,7 +427,38 @@ ProgramEnd Session::judgeDrawing(ProgramEnd end, const Script& script) {
 void Session::printExplanation(const Reply<EvalResult>& reply) {
   if (explainer_ == nullptr) return;
   const std::string text = explainer_->finish(reply);
+  noteExplanation(text);
   tellExplanation(out_, text, Style::Error);
+}
+
+void Session::noteResult(const Reply<EvalResult>& reply, std::size_t program_size) {
+  const bool has_value = reply.status == WorkerStatus::Ok;
+  result_.end = has_value ? ReportedResult::End::Value : ReportedResult::End::Error;
+  result_.text = reply.value ? reply.value->text : whyRefused(reply.status, program_size);
+  if (reply.value) result_.steps = reply.value->steps;
+}
+
+void Session::noteExplanation(const std::string& text) {
+  result_.explanation += text;
+  if (text.empty() || explainer_ == nullptr || result_.end == ReportedResult::End::Value) return;
+  const explain::Fault& fault = explainer_->outcome().fault;
+  if (fault.program != nullptr) {
+    result_.place = explain::nameOfPlace(*fault.program, fault.begin);
+  }
+}
+
+void Session::report(std::string_view name, ProgramEnd end) {
+  if (reporter_ == nullptr) return;
+  result_.is_expected = end == ProgramEnd::AsExpected;
+  if (end == ProgramEnd::Broken) result_.end = ReportedResult::End::Broken;
+  // The worker's own text leaves open where a string with double quotes ends.
+  if (result_.end == ReportedResult::End::Value && explainer_ != nullptr &&
+      explainer_->outcome().kind == explain::OutcomeKind::Value) {
+    constexpr std::size_t kSizeMax = 4 * worker::kPayloadSizeMax;
+    const auto text = explain::write(explainer_->outcome().value, kSizeMax);
+    if (text) result_.value = client::readDatum(*text, nullptr);
+  }
+  reporter_->reportResult(name, result_);
 }
 
 // The lines that are not comments alone.
@@ -453,6 +523,9 @@ void Session::printLine(std::string_view speaker, std::string_view what, const s
 
 void Session::printChanges(const Drawing& before) {
   const std::vector<EntityChange> changes = compareDrawings(before, drawing_);
+  if (reporter_ != nullptr) {
+    for (const EntityChange& change : changes) reporter_->reportChange(reported_program_, change);
+  }
   for (std::size_t n = 0; n < changes.size() && n < shown_calls_max_; ++n) {
     printLine("drawing", nameOf(changes[n].kind), describeEntity(changes[n].entity),
               styleOf(changes[n].kind));

@@ -21,6 +21,7 @@
 #include "console/host.h"
 #include "console/program.h"
 #include "console/progress.h"
+#include "console/report.h"
 #include "console/safe_output.h"
 #include "console/script.h"
 #include "lisp_worker/client/coordinates.h"
@@ -106,6 +107,9 @@ class Session {
     progress_ = std::move(progress);
   }
 
+  // Told what becomes of programs; null for nobody.
+  void setReporter(Reporter* reporter) { reporter_ = reporter; }
+
   // Explains the errors of programs; null for no explanations. It must follow every program that
   // the worker runs, from the first.
   void setExplainer(Explainer* explainer) { explainer_ = explainer; }
@@ -159,6 +163,9 @@ class Session {
   ProgramEnd cancelRefused(const client::EvalResult& waiting, const std::string& reason);
   void settle(const Drawing& found, bool keeps);
   std::string placeOfWaitingCall();
+  void noteResult(const client::Reply<client::EvalResult>& reply, std::size_t program_size);
+  void noteExplanation(const std::string& text);
+  void report(std::string_view name, ProgramEnd end);
   void printPicks(const std::vector<std::string>& picks);
   void noteQuotes(std::string_view sent);
   std::optional<client::DatumList> knownArguments(const client::EvalResult& waiting);
@@ -183,6 +190,9 @@ class Session {
   Answerer* answerer_ = nullptr;
   std::function<bool(const Progress&)> progress_;
   Explainer* explainer_ = nullptr;
+  Reporter* reporter_ = nullptr;
+  std::string_view reported_program_;
+  ReportedResult result_;  // Of the program that runs.
   std::vector<CallRecord> calls_;
   std::vector<Mismatch> mismatches_;
   bool may_hold_quotes_ = false;  // Some text that the worker has may hold a double quote.
