@@ -54,7 +54,7 @@ double givenByTheSystem() {
 
 std::uint64_t workDone() {
 #ifdef LISP_COUNT_WORK
-  return lisp::work_done;
+  return lisp::workDone();
 #else
   return 0;
 #endif

@@ -32,7 +32,7 @@ struct Held {
   std::size_t symbols = symbolCount();
   std::size_t texts = textCount();
   std::size_t runs = runCount();
-  std::size_t bytes = storage::live_bytes;
+  std::size_t bytes = storage::liveBytes();
 
   bool operator==(const Held&) const = default;
 };

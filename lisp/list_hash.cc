@@ -36,13 +36,13 @@ void digestReady(Run& run) {
   countWork(count);
 }
 
-}  // namespace
-
-HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawHashPoint() << 3}; }
-
 // Has the key drawn before main(): once it serves, a worker cannot ask the system for a secret any
 // more.
 [[maybe_unused]] const HashKey& key_at_start = hashKey();
+
+}  // namespace
+
+HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawHashPoint() << 3}; }
 
 void digest(Run& run) {
   PlainStack<Run*> waiting;

@@ -24,7 +24,7 @@ LocalTable::LocalTable(std::span<const LispValue> locals)
       declarations_(locals.size()),
       bytes_(filter_.size() * sizeof(filter_[0]) + places_.size() * sizeof(places_[0]) +
              declarations_.size() * sizeof(declarations_[0])) {
-  storage::live_bytes += bytes_;
+  storage::addLiveBytes(bytes_);
   countWork(locals.size());
   for (std::uint32_t i = 0; i < locals.size(); ++i) {
     Symbol& symbol = symbolOf(locals[i].raw());
@@ -42,7 +42,7 @@ LocalTable::LocalTable(std::span<const LispValue> locals)
 }
 
 LocalTable::~LocalTable() {
-  storage::live_bytes -= bytes_;
+  storage::removeLiveBytes(bytes_);
   forget(declarations_.size());
 }
 

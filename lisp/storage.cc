@@ -48,7 +48,7 @@ Slab* slabOf(Region& region, std::size_t number) {
   return new (region.begin + number * kSlabSize) Slab{.region = &region};
 }
 
-// A slab in its first state, but for its region.
+// A slab in its first state, except for its region.
 Slab* takeSlab() {
   ++in_use_count;
   if (empty_slabs != nullptr) {
@@ -81,12 +81,6 @@ void putAside(Slab& slab) {
   empty_slabs = &slab;
 }
 
-void unlist(Slab& slab) {
-  slab.is_listed = false;
-  if (slab.next != &no_slab) slab.next->previous = slab.previous;
-  (slab.previous == nullptr ? slabs[slab.size_class] : slab.previous->next) = slab.next;
-}
-
 // Cuts some of the fresh rest into blocks, the first of which is given out first. Does nothing when
 // there is no rest.
 void cut(Slab& slab) {
@@ -101,39 +95,45 @@ void cut(Slab& slab) {
 
 }  // namespace
 
-constinit std::array<Slab*, kSizeClasses> slabs = [] {
+constinit std::array<Slab*, kSizeClasses> Slabs::first_ = [] {
   std::array<Slab*, kSizeClasses> lists{};
   lists.fill(&no_slab);
   return lists;
 }();
 
-void* refill(std::size_t size_class) {
-  while (slabs[size_class] != &no_slab) {
-    Slab& slab = *slabs[size_class];
+void Slabs::unlist(Slab& slab) {
+  slab.is_listed = false;
+  if (slab.next != &no_slab) slab.next->previous = slab.previous;
+  (slab.previous == nullptr ? first_[slab.size_class] : slab.previous->next) = slab.next;
+}
+
+void* Slabs::refill(std::size_t size_class) {
+  while (first_[size_class] != &no_slab) {
+    Slab& slab = *first_[size_class];
     if (slab.free == nullptr) cut(slab);
     if (slab.free != nullptr) break;
     unlist(slab);
   }
-  if (slabs[size_class] == &no_slab) {
+  if (first_[size_class] == &no_slab) {
     Slab* const slab = takeSlab();
     slab->is_listed = true;
     slab->size_class = static_cast<std::uint8_t>(size_class);
     slab->fresh = reinterpret_cast<std::byte*>(slab + 1);
     slab->next = &no_slab;
-    slabs[size_class] = slab;
+    first_[size_class] = slab;
     cut(*slab);
   }
-  FreeBlock* const block = slabs[size_class]->free;
-  slabs[size_class]->free = block->next;
-  ++slabs[size_class]->used;
+  FreeBlock* const block = first_[size_class]->free;
+  first_[size_class]->free = block->next;
+  ++first_[size_class]->used;
   return block;
 }
 
 // A slab that has a block again comes second, so that the first is used up first; there is a first,
 // for a list that has had a slab is never empty again. One slab stays with its size when all is
 // free, for a program that makes and drops the same thing over and over.
-void relist(Slab& slab) {
-  Slab*& first = slabs[slab.size_class];
+void Slabs::relist(Slab& slab) {
+  Slab*& first = first_[slab.size_class];
   if (!slab.is_listed) {
     slab.is_listed = true;
     slab.previous = first;

@@ -38,7 +38,7 @@ struct Region;
 
 // The head of a slab; its blocks follow.
 struct Slab {
-  FreeBlock* free = nullptr;  // Its free blocks, but for those from `fresh` on.
+  FreeBlock* free = nullptr;  // Its free blocks, except those from `fresh` on.
   std::uint32_t used = 0;     // Blocks given out.
   bool is_listed = false;     // Among the slabs of its size that may have free blocks.
   std::uint8_t size_class = 0;
@@ -48,15 +48,29 @@ struct Slab {
   Region* region = nullptr;  // Where its memory is from.
 };
 
-// The first slab of each list, by size class (block size / kGranule); never null.
-extern constinit std::array<Slab*, kSizeClasses> slabs;
+// The lists of slabs that serve blocks, and the count of live bytes. Nobody reaches them except the
+// functions below, which are in line because every value of a program passes them.
+class Slabs {
+  friend void* allocate(std::size_t size);
+  friend void deallocate(void* block, std::size_t size);
+  friend std::size_t liveBytes();
+  friend void addLiveBytes(std::size_t size);
+  friend void removeLiveBytes(std::size_t size);
 
-// Finds a block where the first slab of the list has none at hand. Throws std::bad_alloc, and is
-// not to be used after that: the worker ends then.
-[[nodiscard]] void* refill(std::size_t size_class);
+  // Finds a block where the first slab of the list has none at hand. Throws std::bad_alloc, and is
+  // not to be used after that: the worker ends then.
+  [[nodiscard]] static void* refill(std::size_t size_class);
 
-// Puts a slab where it belongs that has a free block again, or nothing but free blocks.
-void relist(Slab& slab);
+  // Puts a slab where it belongs that has a free block again, or nothing but free blocks.
+  static void relist(Slab& slab);
+
+  static void unlist(Slab& slab);
+
+  // The first slab of each list, by size class (block size / kGranule); never null.
+  static std::array<Slab*, kSizeClasses> first_;
+
+  static inline constinit std::size_t live_bytes_ = 0;
+};
 
 // Slabs that have blocks in use or are kept for their size; tests watch it for growth.
 [[nodiscard]] std::size_t slabsInUse();
@@ -69,20 +83,24 @@ inline constexpr std::size_t kSlabsKept = 256;
 // Gives the memory of up to `count` empty slabs back to the system, beyond those kept.
 void giveBack(std::size_t count);
 
-// Bytes of all blocks given out and not given back, and of what holders of values count besides
-// (LocalTable). What a kept evaluation holds is told by how it changes this.
-inline constinit std::size_t live_bytes = 0;
+// Bytes of all blocks given out and not given back, and of what holders of values add (LocalTable).
+// What a kept evaluation holds is told by how it changes this.
+[[nodiscard]] inline std::size_t liveBytes() { return Slabs::live_bytes_; }
+
+// For memory of the general allocator that belongs to a value.
+inline void addLiveBytes(std::size_t size) { Slabs::live_bytes_ += size; }
+inline void removeLiveBytes(std::size_t size) { Slabs::live_bytes_ -= size; }
 
 #ifdef LISP_PLAIN_ALLOCATION
 
 [[nodiscard]] inline void* allocate(std::size_t size) {
   countWork();
-  live_bytes += size;
+  addLiveBytes(size);
   return ::operator new(size);
 }
 
 inline void deallocate(void* block, std::size_t size) {
-  live_bytes -= size;
+  removeLiveBytes(size);
   ::operator delete(block);
 }
 
@@ -91,13 +109,13 @@ inline void deallocate(void* block, std::size_t size) {
 // Returns an uninitialised block of at least `size` bytes. Throws std::bad_alloc.
 [[nodiscard]] inline void* allocate(std::size_t size) {
   countWork();
-  live_bytes += size;
+  addLiveBytes(size);
   if (size > kSmallBlockMax) return ::operator new(size);
   const std::size_t size_class = (size + kGranule - 1) / kGranule;
-  Slab& slab = *slabs[size_class];
+  Slab& slab = *Slabs::first_[size_class];
   FreeBlock* const block = slab.free;
   if (block == nullptr) [[unlikely]]
-    return refill(size_class);
+    return Slabs::refill(size_class);
   slab.free = block->next;
   ++slab.used;
   return block;
@@ -105,7 +123,7 @@ inline void deallocate(void* block, std::size_t size) {
 
 // Gives back a block that allocate returned for the same `size`.
 inline void deallocate(void* block, std::size_t size) {
-  live_bytes -= size;
+  removeLiveBytes(size);
   if (size > kSmallBlockMax) {
     ::operator delete(block);
     return;
@@ -116,7 +134,7 @@ inline void deallocate(void* block, std::size_t size) {
   free_block->next = slab.free;
   slab.free = free_block;
   if (--slab.used == 0 || !slab.is_listed) [[unlikely]]
-    relist(slab);
+    Slabs::relist(slab);
 }
 
 #endif

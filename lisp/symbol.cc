@@ -15,19 +15,16 @@
 #include "lisp/work.h"
 
 namespace lisp {
-namespace {
 
 // The records of one kind by their bytes. It refers to them without holding them: a record leaves
 // as it is retired.
 template <typename Record>
 class InternTable {
  public:
-  explicit InternTable(RecentRecords<Record>& recent) : recent_(recent) {}
-
   Record* intern(std::string_view bytes) {
     const std::uint64_t word = packedWord(bytes);
     if (word == 0) return find(bytes);
-    auto& place = recent_.placeOf(word);
+    auto& place = RecentRecords<Record>::placeOf(word);
     if (place.word != word) {
       place = {word, find(bytes)};
     } else {
@@ -41,14 +38,14 @@ class InternTable {
     std::array<char, PackedText::kSizeMax> bytes;
     const std::size_t size = (word >> (8 * PackedText::kSizeMax)) - 1;
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(word >> (8 * i));
-    auto& place = recent_.placeOf(word);
+    auto& place = RecentRecords<Record>::placeOf(word);
     place = {word, find({bytes.data(), size})};
     return place.record;
   }
 
   void retire(Record* record) {
     assert(record->references == 0);
-    auto& place = recent_.placeOf(packedWord(record->bytes()));
+    auto& place = RecentRecords<Record>::placeOf(packedWord(record->bytes()));
     if (place.record == record) place = {};
     records_.remove(record);
     const std::size_t block_size = sizeof(Record) + record->length;
@@ -78,18 +75,19 @@ class InternTable {
   }
 
   const std::uint64_t point_ = drawHashPoint();
-  RecentRecords<Record>& recent_;
   GrowingTable<Record> records_;
 };
 
+namespace {
+
 // The tables are never destroyed: values of other static objects may outlive any order of ends.
 InternTable<Symbol>& symbolTable() {
-  static auto& table = *new InternTable<Symbol>(recent_symbols);
+  static auto& table = *new InternTable<Symbol>;
   return table;
 }
 
 InternTable<Text>& textTable() {
-  static auto& table = *new InternTable<Text>(recent_texts);
+  static auto& table = *new InternTable<Text>;
   return table;
 }
 

@@ -1,8 +1,8 @@
 // The records that interned bytes share: texts (of strings) and symbols (of names).
 //
 // Equal bytes have one record, so equality is a comparison of addresses, and what the evaluator
-// needs to know about a name stands in the name's own record: the operation it stands for and its
-// current binding. A record is given back with its last reference, so a worker that sees new names
+// needs to know about a name is in the name's own record: the operation it leads to and its current
+// binding. A record is given back with its last reference, so a worker that sees new names
 // all day does not grow. The tables hash with a secret drawn at start: nobody can choose names that
 // collide.
 
@@ -185,28 +185,40 @@ class PackedText {
   return packed.word();
 }
 
+template <typename Record>
+class InternTable;
+
 // The records of short texts asked for last, each in the one place that its bytes give it. Who
-// makes texts that share a place loses only the short cut.
+// makes texts that share a place loses only the short cut. Everybody may look a record up; only the
+// tables of names and texts, in lisp/symbol.cc, put records in and take them out.
 template <typename Record>
 class RecentRecords {
  public:
+  // The record of the text with this word, with one more reference for the caller; null when it is
+  // not among the recent ones.
+  [[nodiscard]] static Record* find(std::uint64_t word) {
+    const Place& place = placeOf(word);
+    if (place.word != word) return nullptr;
+    ++place.record->references;
+    return place.record;
+  }
+
+ private:
+  friend class InternTable<Record>;
+
   struct Place {
     std::uint64_t word = 0;
     Record* record = nullptr;  // Borrowed: a record that is retired leaves.
   };
 
   // Multiplicative hashing (Knuth, "Sorting and Searching", 6.4) with a factor of SplitMix64.
-  [[nodiscard]] Place& placeOf(std::uint64_t word) {
+  [[nodiscard]] static Place& placeOf(std::uint64_t word) {
     return places_[word * 0x94d049bb133111eb >> (64 - kBits)];
   }
 
- private:
   static constexpr int kBits = 10;
-  std::array<Place, 1 << kBits> places_{};
+  static inline constinit std::array<Place, 1 << kBits> places_{};
 };
-
-inline constinit RecentRecords<Symbol> recent_symbols;
-inline constinit RecentRecords<Text> recent_texts;
 
 // The same for a short text that is not among the recent ones.
 [[nodiscard]] Symbol* internRareSymbol(std::uint64_t word);
@@ -214,16 +226,12 @@ inline constinit RecentRecords<Text> recent_texts;
 
 // The same for short texts, in line for the reader.
 [[nodiscard]] inline Symbol* internShortSymbol(std::uint64_t word) {
-  const RecentRecords<Symbol>::Place& place = recent_symbols.placeOf(word);
-  if (place.word != word) return internRareSymbol(word);
-  ++place.record->references;
-  return place.record;
+  Symbol* const recent = RecentRecords<Symbol>::find(word);
+  return recent != nullptr ? recent : internRareSymbol(word);
 }
 [[nodiscard]] inline Text* internShortText(std::uint64_t word) {
-  const RecentRecords<Text>::Place& place = recent_texts.placeOf(word);
-  if (place.word != word) return internRareText(word);
-  ++place.record->references;
-  return place.record;
+  Text* const recent = RecentRecords<Text>::find(word);
+  return recent != nullptr ? recent : internRareText(word);
 }
 
 // Give back a record whose last reference has gone.

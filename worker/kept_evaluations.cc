@@ -70,7 +70,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     // have dropped is taken apart first. If it is too much for one request, nothing is kept.
     lisp::takeApart(kElementsDecomposed);
     may_be_kept_ = !lisp::hasDeadValues();
-    const std::size_t live_before = lisp::storage::live_bytes;
+    const std::size_t live_before = lisp::storage::liveBytes();
     if (waits()) {
       interpreter_->stepIn();
       interpreter_->setTranscript(transcript);
@@ -81,7 +81,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     transcript_ = nullptr;
     if (waits()) {
       lisp::takeApart(kElementsDecomposed);
-      values_ += static_cast<std::ptrdiff_t>(lisp::storage::live_bytes - live_before);
+      values_ += static_cast<std::ptrdiff_t>(lisp::storage::liveBytes() - live_before);
       bytes_ = static_cast<std::size_t>(std::max(values_, std::ptrdiff_t{0})) +
                interpreter_->bytesHeld() + call_bytes_ + KeepLimits::kStackBytes;
     }

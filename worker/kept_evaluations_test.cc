@@ -335,11 +335,11 @@ TEST_F(KeptEvaluationsTest, LeaveNothingBehind) {
   come_and_go();
   lisp::takeAllApart();
   const std::size_t symbols = lisp::symbolCount();
-  const std::size_t live = lisp::storage::live_bytes;
+  const std::size_t live = lisp::storage::liveBytes();
   come_and_go();
   lisp::takeAllApart();
   EXPECT_EQ(lisp::symbolCount(), symbols);
-  EXPECT_EQ(lisp::storage::live_bytes, live);
+  EXPECT_EQ(lisp::storage::liveBytes(), live);
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ double& highestShare() {
 
 }  // namespace
 
-void WorkLaw::begin() { work_before_ = lisp::work_done; }
+void WorkLaw::begin() { work_before_ = lisp::workDone(); }
 
 void WorkLaw::end(const MessageHeader& request, std::string_view payload,
                   std::string_view response) {
@@ -60,7 +60,7 @@ void WorkLaw::end(const MessageHeader& request, std::string_view payload,
   } else if (request.type == static_cast<std::uint16_t>(MessageType::EvalCancel)) {
     units += run_sizes_[request.run_id];
   }
-  const std::uint64_t work = lisp::work_done - work_before_;
+  const std::uint64_t work = lisp::workDone() - work_before_;
   const std::uint64_t granted = kWorkPerUnit * units + kWorkPerRequest;
   highestShare() = std::max(highestShare(), (static_cast<double>(work) - kWorkPerRequest) /
                                                 static_cast<double>(units + 1));

@@ -102,12 +102,12 @@ TEST(WorkLaw, CountsEveryKindOfWork) {
       response.clear();
     }
     lisp::takeAllApart();
-    const std::uint64_t before = lisp::work_done;
+    const std::uint64_t before = lisp::workDone();
     EXPECT_EQ(
         dispatcher.handleRequest(requestHeader(MessageType::EvalStart), row.program, response),
         WorkerStatus::Ok)
         << row.kind;
-    EXPECT_GE(lisp::work_done - before, row.units_min) << row.kind;
+    EXPECT_GE(lisp::workDone() - before, row.units_min) << row.kind;
   }
 }
 
