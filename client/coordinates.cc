@@ -7,29 +7,28 @@ namespace lisp_worker::client {
 
 using worker::ContextOffset;
 using worker::getF64;
+using worker::PlanarOffset;
 using worker::PointOffset;
 using worker::PointResultOffset;
 using worker::putF64;
 
 namespace {
 
-// The six doubles that a planar system and the cell plane begin with.
+// The fields that a planar system and the cell plane begin with.
 void putMapping(char* bytes, const PlanarSystem& system) {
-  const std::array<double, 6> fields = {system.origin_x, system.origin_y, system.a,
-                                        system.b,        system.c,        system.d};
-  for (const double field : fields) {
-    putF64(bytes, field);
-    bytes += sizeof(double);
-  }
+  putF64(bytes + PlanarOffset::kOriginX, system.origin_x);
+  putF64(bytes + PlanarOffset::kOriginY, system.origin_y);
+  putF64(bytes + PlanarOffset::kA, system.a);
+  putF64(bytes + PlanarOffset::kB, system.b);
+  putF64(bytes + PlanarOffset::kC, system.c);
+  putF64(bytes + PlanarOffset::kD, system.d);
 }
 
 void putSystem(char* bytes, const PlanarSystem& system) {
   putMapping(bytes, system);
-  putF64(bytes + worker::kCellPlaneSize, system.z_scale);
-  putF64(bytes + worker::kCellPlaneSize + sizeof(double), system.z_offset);
+  putF64(bytes + PlanarOffset::kZScale, system.z_scale);
+  putF64(bytes + PlanarOffset::kZOffset, system.z_offset);
 }
-
-static_assert(worker::kCellPlaneSize + 2 * sizeof(double) == worker::kPlanarSystemSize);
 
 }  // namespace
 

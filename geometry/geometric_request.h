@@ -14,16 +14,17 @@ inline constexpr std::size_t kOperandCountMax = 7;
 // A quotient stops at a divisor of at most this absolute value.
 inline constexpr double kZeroDivisorMax = 1e-300;
 
-// The operands that each operation takes and what it makes of them; x unless y is named.
+// The operands that each operation takes and what it makes of them; x unless y is named. In the
+// order of the protocol's codes; worker/geometry_request.cc checks that it is.
 enum class GeometricOperation : std::uint8_t {
-  Sum = 1,         // At least 1: added left to right, from 0.
-  Difference = 2,  // At least 1: the first minus each other in turn.
-  Product = 3,     // At least 1: multiplied left to right, from 1.
-  Quotient = 4,    // At least 2: the first divided by each other in turn.
-  Distance = 5,    // 4, two points: the length between them.
-  Angle = 6,       // 4, two points: the direction from the first to the second, in radians from
-                   // -pi to pi; 0 when they are one.
-  Polar = 7,       // 4, a base point, an angle in radians, a distance: the point (x, y) there.
+  Sum = 1,     // At least 1: added left to right, from 0.
+  Difference,  // At least 1: the first minus each other in turn.
+  Product,     // At least 1: multiplied left to right, from 1.
+  Quotient,    // At least 2: the first divided by each other in turn.
+  Distance,    // 4, two points: the length between them.
+  Angle,       // 4, two points: the direction from the first to the second, in radians from
+               // -pi to pi; 0 when they are one.
+  Polar,       // 4, a base point, an angle in radians, a distance: the point (x, y) there.
 };
 
 // A calculation as a host asks for it; nothing in it is checked yet.

@@ -12,12 +12,13 @@
 
 namespace lisp {
 
+// In the order of the protocol's codes; worker/encoding.cc checks that it is.
 enum class OutcomeKind : std::uint8_t {
-  Value = 0,
-  ReadError = 1,  // Program text or a host's answer could not be read.
-  EvalError = 2,  // Every error of evaluation, the depth limit and divergence included.
-  StepLimit = 3,
-  HostCallRequired = 4,  // The run stopped at a call that has no recorded answer.
+  Value,
+  ReadError,  // Program text or a host's answer could not be read.
+  EvalError,  // Every error of evaluation, the depth limit and divergence included.
+  StepLimit,
+  HostCallRequired,  // The run stopped at a call that has no recorded answer.
 };
 
 // A call that the host must perform.

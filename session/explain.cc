@@ -136,8 +136,17 @@ struct Reason {
 
 // The first number in which two payloads of RegisterContext differ, by its name.
 std::string describeContextChange(std::string_view before, std::string_view after) {
-  static constexpr std::array<std::string_view, 8> kFields = {
-      "origin_x", "origin_y", "a", "b", "c", "d", "z_scale", "z_offset"};
+  using System = worker::PlanarOffset;
+  static constexpr std::array<std::pair<std::string_view, std::size_t>, 8> kFields = {{
+      {"origin_x", System::kOriginX},
+      {"origin_y", System::kOriginY},
+      {"a", System::kA},
+      {"b", System::kB},
+      {"c", System::kC},
+      {"d", System::kD},
+      {"z_scale", System::kZScale},
+      {"z_offset", System::kZOffset},
+  }};
   using Offset = worker::ContextOffset;
   if (before.size() != worker::kContextPayloadSize || after.size() != before.size()) {
     return before.empty() ? "it was not there before" : "it is not a context any more";
@@ -147,15 +156,14 @@ std::string describeContextChange(std::string_view before, std::string_view afte
            client::printNumber(worker::getF64(after.data() + offset));
   };
   const auto differs = [&](std::size_t offset) {
-    return before.substr(offset, 8) != after.substr(offset, 8);
+    return before.substr(offset, sizeof(double)) != after.substr(offset, sizeof(double));
   };
   for (std::size_t system = 0; system <= worker::kSystemCount; ++system) {
     const std::string owner = system < worker::kSystemCount ? "system " + std::to_string(system)
                                                             : std::string("cell plane");
-    for (std::size_t index = 0; index < kFields.size(); ++index) {
-      const std::size_t offset =
-          Offset::kSystems + system * worker::kPlanarSystemSize + index * sizeof(double);
-      if (differs(offset)) return change(owner + ", " + std::string(kFields[index]), offset);
+    for (const auto& [name, field] : kFields) {
+      const std::size_t offset = Offset::kSystems + system * worker::kPlanarSystemSize + field;
+      if (differs(offset)) return change(owner + ", " + std::string(name), offset);
     }
   }
   if (differs(Offset::kCellSize)) return change("cell_size", Offset::kCellSize);

@@ -73,9 +73,10 @@ class Proxy {
   }
 
   void recordResponse(std::string_view frame) {
-    const bool is_frame = worker::getU32(frame.data()) == worker::kMagic &&
-                          frame.size() - worker::kHeaderSize ==
-                              worker::getU32(frame.data() + worker::HeaderOffset::kPayloadLength);
+    const bool is_frame =
+        worker::getU32(frame.data() + worker::HeaderOffset::kMagic) == worker::kMagic &&
+        frame.size() - worker::kHeaderSize ==
+            worker::getU32(frame.data() + worker::HeaderOffset::kPayloadLength);
     if (!is_frame) return recordBroken(frame);
     record([frame](Recorder& recorder) {
       recorder.onResponse(frame.substr(0, worker::kHeaderSize), frame.substr(worker::kHeaderSize));

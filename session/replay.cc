@@ -77,7 +77,8 @@ class ReplayStream::Replayer {
   // Appends what the header announces. False when that is too much or does not come.
   bool receivePayload(std::string& bytes) {
     const std::size_t size = worker::getU32(bytes.data() + worker::HeaderOffset::kPayloadLength);
-    if (worker::getU32(bytes.data()) != worker::kMagic || size > worker::kPayloadSizeMax) {
+    if (worker::getU32(bytes.data() + worker::HeaderOffset::kMagic) != worker::kMagic ||
+        size > worker::kPayloadSizeMax) {
       return false;
     }
     if (size == 0) return true;

@@ -36,7 +36,7 @@ const char* whyMalformed(RecordKind kind, std::string_view body) {
       return nullptr;
     case RecordKind::End:
       if (body.size() != kEndBodySize ||
-          worker::getU8(body.data()) >
+          worker::getU8(body.data() + EndOffset::kKind) >
               static_cast<std::uint8_t>(client::WorkerExit::Kind::Unknown)) {
         return "an end that tells nothing";
       }
@@ -216,14 +216,14 @@ std::optional<Session> readSession(const std::filesystem::path& path, std::strin
 
 std::string encodeEnd(const client::WorkerExit& exit) {
   std::string body(kEndBodySize, '\0');
-  worker::putU8(body.data(), static_cast<std::uint8_t>(exit.kind));
-  worker::putU32(body.data() + 4, exit.code);
+  worker::putU8(body.data() + EndOffset::kKind, static_cast<std::uint8_t>(exit.kind));
+  worker::putU32(body.data() + EndOffset::kCode, exit.code);
   return body;
 }
 
 client::WorkerExit decodeEnd(std::string_view body) {
-  return {static_cast<client::WorkerExit::Kind>(worker::getU8(body.data())),
-          worker::getU32(body.data() + 4)};
+  return {static_cast<client::WorkerExit::Kind>(worker::getU8(body.data() + EndOffset::kKind)),
+          worker::getU32(body.data() + EndOffset::kCode)};
 }
 
 }  // namespace lisp_worker::session

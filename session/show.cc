@@ -100,10 +100,15 @@ std::string numbersAt(std::string_view payload, std::size_t offset, std::size_t 
   std::string text;
   for (std::size_t index = 0; index < count; ++index) {
     text += (index == 0 ? "" : " ");
-    text += client::printNumber(worker::getF64(payload.data() + offset + 8 * index));
+    text += client::printNumber(worker::getF64(payload.data() + offset + index * sizeof(double)));
   }
   return text;
 }
+
+// The cell plane's two numbers for z come right after it, as a system's do.
+constexpr std::size_t kPlanarNumberCount = worker::kPlanarSystemSize / sizeof(double);
+static_assert(worker::ContextOffset::kCellZScale ==
+              worker::ContextOffset::kCellPlane + worker::PlanarOffset::kZScale);
 
 std::string showContext(std::string_view payload) {
   using Offset = worker::ContextOffset;
@@ -115,9 +120,10 @@ std::string showContext(std::string_view payload) {
       field("cell_size", numbersAt(payload, Offset::kCellSize, 1));
   for (std::size_t system = 0; system < worker::kSystemCount; ++system) {
     text += field("system " + std::to_string(system),
-                  numbersAt(payload, Offset::kSystems + system * worker::kPlanarSystemSize, 8));
+                  numbersAt(payload, Offset::kSystems + system * worker::kPlanarSystemSize,
+                            kPlanarNumberCount));
   }
-  return text + field("cell plane", numbersAt(payload, Offset::kCellPlane, 8));
+  return text + field("cell plane", numbersAt(payload, Offset::kCellPlane, kPlanarNumberCount));
 }
 
 std::string showResult(const client::EvalResult& result) {

@@ -16,25 +16,23 @@ namespace {
 
 static_assert(kSystemCount == geometry::kSystemCount);
 
-// The six doubles that begin at `bytes`.
+// The mapping that begins at `bytes`.
 geometry::PlanarMapping decodeMapping(const char* bytes) {
   return {
-      .origin_x = getF64(bytes),
-      .origin_y = getF64(bytes + 8),
-      .a = getF64(bytes + 16),
-      .b = getF64(bytes + 24),
-      .c = getF64(bytes + 32),
-      .d = getF64(bytes + 40),
+      .origin_x = getF64(bytes + PlanarOffset::kOriginX),
+      .origin_y = getF64(bytes + PlanarOffset::kOriginY),
+      .a = getF64(bytes + PlanarOffset::kA),
+      .b = getF64(bytes + PlanarOffset::kB),
+      .c = getF64(bytes + PlanarOffset::kC),
+      .d = getF64(bytes + PlanarOffset::kD),
   };
 }
 
-// The mapping and the two doubles after it.
 geometry::PlanarSystem decodeSystem(const char* bytes) {
-  static_assert(kCellPlaneSize + 16 == kPlanarSystemSize);
   return {
       .plane = decodeMapping(bytes),
-      .z_scale = getF64(bytes + kCellPlaneSize),
-      .z_offset = getF64(bytes + kCellPlaneSize + 8),
+      .z_scale = getF64(bytes + PlanarOffset::kZScale),
+      .z_offset = getF64(bytes + PlanarOffset::kZOffset),
   };
 }
 

@@ -17,6 +17,16 @@ using lisp::EvalOutcome;
 using lisp::LispValue;
 using lisp::OutcomeKind;
 
+// The kind of an outcome is sent as the number that it is.
+constexpr bool isSame(EvalStatus code, OutcomeKind kind) {
+  return static_cast<std::uint8_t>(code) == static_cast<std::uint8_t>(kind);
+}
+static_assert(isSame(EvalStatus::Value, OutcomeKind::Value));
+static_assert(isSame(EvalStatus::ReadError, OutcomeKind::ReadError));
+static_assert(isSame(EvalStatus::EvalError, OutcomeKind::EvalError));
+static_assert(isSame(EvalStatus::StepLimit, OutcomeKind::StepLimit));
+static_assert(isSame(EvalStatus::HostCallRequired, OutcomeKind::HostCallRequired));
+
 constexpr WorkerStatus statusOf(OutcomeKind kind) {
   switch (kind) {
     case OutcomeKind::Value:

@@ -5,6 +5,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 
 #include "geometry/geometric_request.h"
 
@@ -12,6 +13,18 @@ namespace lisp_worker::worker {
 namespace {
 
 static_assert(kGeometryOperandCountMax == geometry::kOperandCountMax);
+
+// A code of the protocol goes to geometry/ as the number that it is.
+constexpr bool isSame(GeometryOperation code, geometry::GeometricOperation operation) {
+  return static_cast<std::uint8_t>(code) == static_cast<std::uint8_t>(operation);
+}
+static_assert(isSame(GeometryOperation::Sum, geometry::GeometricOperation::Sum));
+static_assert(isSame(GeometryOperation::Difference, geometry::GeometricOperation::Difference));
+static_assert(isSame(GeometryOperation::Product, geometry::GeometricOperation::Product));
+static_assert(isSame(GeometryOperation::Quotient, geometry::GeometricOperation::Quotient));
+static_assert(isSame(GeometryOperation::Distance, geometry::GeometricOperation::Distance));
+static_assert(isSame(GeometryOperation::Angle, geometry::GeometricOperation::Angle));
+static_assert(isSame(GeometryOperation::Polar, geometry::GeometricOperation::Polar));
 
 geometry::GeometricRequest decodeRequest(std::string_view payload) {
   assert(payload.size() == kGeometryPayloadSize);

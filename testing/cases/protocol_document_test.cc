@@ -147,6 +147,43 @@ TEST(ProtocolDocument, ListsTheExitCodes) {
   EXPECT_EQ(numberedRowCount("Exit codes"), codes.size());
 }
 
+// The sizes of the records whose tables of bytes are under `heading`.
+std::vector<std::size_t> recordSizes(std::string_view heading) {
+  return recordSizesOf(readSource("docs/PROTOCOL.md"), heading);
+}
+
+TEST(ProtocolDocument, FillsRecordsWithoutAGap) {
+  using testing::ElementsAre;
+  EXPECT_THAT(recordSizes("The header"), ElementsAre(worker::kHeaderSize));
+  EXPECT_THAT(recordSizes("RegisterContext"),
+              ElementsAre(worker::kContextPayloadSize, worker::kPlanarSystemSize));
+  EXPECT_THAT(recordSizes("LocateCell, CellPlaneToSystem, Convert"),
+              ElementsAre(worker::kPointPayloadSize, worker::kPointResultSize));
+  EXPECT_THAT(recordSizes("GeometryRequest"),
+              ElementsAre(worker::kGeometryPayloadSize, worker::kGeometryResultSize));
+  EXPECT_THAT(recordSizes("The evaluation result"), ElementsAre(worker::kEvalResultHeaderSize));
+}
+
+TEST(ProtocolDocument, ListsTheCodesOfOperationsAndEvaluations) {
+  using worker::GeometryOperation;
+  const std::vector<Number> operations = {
+      {static_cast<std::size_t>(GeometryOperation::Sum), "Sum"},
+      {static_cast<std::size_t>(GeometryOperation::Difference), "Difference"},
+      {static_cast<std::size_t>(GeometryOperation::Product), "Product"},
+      {static_cast<std::size_t>(GeometryOperation::Quotient), "Quotient"},
+      {static_cast<std::size_t>(GeometryOperation::Distance), "Distance"},
+      {static_cast<std::size_t>(GeometryOperation::Angle), "Angle"},
+      {static_cast<std::size_t>(GeometryOperation::Polar), "Polar"},
+  };
+  EXPECT_THAT(missingRows("GeometryRequest", operations), IsEmpty());
+  std::vector<Number> statuses;
+  for (std::uint8_t status = 0;
+       status <= static_cast<std::uint8_t>(worker::EvalStatus::HostCallRequired); ++status) {
+    statuses.push_back({status, client::evalStatusName(static_cast<worker::EvalStatus>(status))});
+  }
+  EXPECT_THAT(missingRows("The evaluation result", statuses), IsEmpty());
+}
+
 TEST(ProtocolDocument, PlacesTheFieldsOfHeaders) {
   using worker::HeaderOffset;
   const std::vector<Number> fields = {
@@ -174,6 +211,16 @@ TEST(ProtocolDocument, PlacesTheFieldsOfPayloads) {
                                               {ContextOffset::kCellPlane, "cell_plane"},
                                               {ContextOffset::kCellZScale, "cell_z_scale"},
                                               {ContextOffset::kCellZOffset, "cell_z_offset"}}),
+              IsEmpty());
+  using worker::PlanarOffset;
+  EXPECT_THAT(missingRows("RegisterContext", {{PlanarOffset::kOriginX, "origin_x"},
+                                              {PlanarOffset::kOriginY, "origin_y"},
+                                              {PlanarOffset::kA, "a"},
+                                              {PlanarOffset::kB, "b"},
+                                              {PlanarOffset::kC, "c"},
+                                              {PlanarOffset::kD, "d"},
+                                              {PlanarOffset::kZScale, "z_scale"},
+                                              {PlanarOffset::kZOffset, "z_offset"}}),
               IsEmpty());
   using worker::PointOffset;
   using worker::PointResultOffset;
@@ -206,7 +253,7 @@ TEST(ProtocolDocument, PlacesTheFieldsOfPayloads) {
                                                     {EvalResultOffset::kSteps, "steps"},
                                                     {EvalResultOffset::kCallName, "call_name"},
                                                     {EvalResultOffset::kRunId, "run_id"},
-                                                    {EvalResultOffset::kReserved, "reserved"}}),
+                                                    {EvalResultOffset::kReserved2, "reserved"}}),
               IsEmpty());
 }
 

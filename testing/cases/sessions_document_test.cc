@@ -39,8 +39,32 @@ TEST(SessionsDocument, HasTheFieldsOfTheFile) {
         fieldRow(Record::kNumber, 4, "number"), fieldRow(Record::kKind, 1, "kind"),
         fieldRow(Record::kTime, 8, "time"), fieldRow(Record::kBodyChecksum, 4, "body_checksum"),
         fieldRow(Record::kHeaderChecksum, 4, "header_checksum"),
+        fieldRow(session::EndOffset::kKind, 1, "kind"),
+        fieldRow(session::EndOffset::kCode, 4, "code"),
         "\n| " + std::to_string(session::kRecordHeaderSize) + " | | body |"}) {
     EXPECT_THAT(text, HasSubstr(row));
+  }
+}
+
+TEST(SessionsDocument, FillsRecordsWithoutAGap) {
+  EXPECT_THAT(recordSizesOf(document(), "The file"),
+              testing::ElementsAre(session::kFileHeaderSize, session::kRecordHeaderSize,
+                                   session::kEndBodySize));
+}
+
+TEST(SessionsDocument, ListsTheKindsOfRecordsAndEnds) {
+  using Record = session::RecordKind;
+  using End = client::WorkerExit::Kind;
+  const auto row = [](auto kind, std::string_view name) {
+    return "\n| " + std::to_string(static_cast<int>(kind)) + " | `" + std::string(name) + "` | ";
+  };
+  const std::string text = document();
+  for (const std::string& expected :
+       {row(Record::Start, "Start"), row(Record::Request, "Request"),
+        row(Record::Response, "Response"), row(Record::Broken, "Broken"), row(Record::End, "End"),
+        row(End::Exited, "Exited"), row(End::Signaled, "Signaled"), row(End::Killed, "Killed"),
+        row(End::Unknown, "Unknown")}) {
+    EXPECT_THAT(text, HasSubstr(expected));
   }
 }
 

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <optional>
+#include <system_error>
 
 namespace lisp_worker::testing_support {
 namespace {
@@ -34,6 +36,14 @@ bool takePrefix(std::string_view& text, std::string_view prefix) {
 std::string_view trim(std::string_view text) {
   const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
   return text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+}
+
+// The number that all of `text` is.
+std::optional<std::size_t> numberOf(std::string_view text) {
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
 }
 
 // The text of a heading's line; empty for any other line.
@@ -145,6 +155,23 @@ std::vector<std::vector<std::string>> tableRows(std::string_view document,
     }
   }
   return rows;
+}
+
+std::vector<std::size_t> recordSizesOf(std::string_view document, std::string_view heading) {
+  std::vector<std::size_t> sizes;
+  bool has_gap = false;
+  for (const std::vector<std::string>& row : tableRows(document, heading)) {
+    const std::optional<std::size_t> offset = numberOf(row[0]);
+    const std::optional<std::size_t> size = row.size() < 2 ? std::nullopt : numberOf(row[1]);
+    if (!offset || !size) continue;
+    if (*offset == 0) {
+      sizes.push_back(0);
+      has_gap = false;
+    }
+    has_gap = has_gap || sizes.empty() || *offset != sizes.back();
+    if (!sizes.empty()) sizes.back() = has_gap ? 0 : *offset + *size;
+  }
+  return sizes;
 }
 
 bool fitsPattern(std::string_view text, std::string_view pattern) {

@@ -50,6 +50,11 @@ struct DocumentBlock {
 [[nodiscard]] std::vector<std::vector<std::string>> tableRows(std::string_view document,
                                                               std::string_view heading);
 
+// The sizes of the records under `heading` whose rows begin with an offset and a size. A record
+// begins at offset 0. One with a gap or an overlap has size 0.
+[[nodiscard]] std::vector<std::size_t> recordSizesOf(std::string_view document,
+                                                     std::string_view heading);
+
 // Whether `text` is `pattern` with something in the place of each of its words in angle brackets:
 // "unbound symbol: <name>" fits "unbound symbol: X".
 [[nodiscard]] bool fitsPattern(std::string_view text, std::string_view pattern);

@@ -65,7 +65,7 @@ std::string brokenResultLaw(WorkerStatus status, const std::string& payload) {
   const std::string_view bytes = payload;
   const std::string_view name_rest =
       bytes.substr(name_end, worker::EvalResultOffset::kRunId - name_end);
-  const std::string_view reserved = bytes.substr(worker::EvalResultOffset::kReserved, 8);
+  const std::string_view reserved = bytes.substr(worker::EvalResultOffset::kReserved2, 8);
   if (payload[1] != '\0' || name_rest.find_first_not_of('\0') != std::string_view::npos ||
       reserved.find_first_not_of('\0') != std::string_view::npos) {
     return "reserved bytes of a result are not zero";

@@ -13,14 +13,7 @@
 
 namespace lisp_worker::client {
 
-// How a run stopped.
-enum class EvalStatus : std::uint8_t {
-  Value = 0,             // Finished; the text is the value of the last form.
-  ReadError = 1,         // The program or an answer could not be read; the text says why.
-  EvalError = 2,         // The text is the error message.
-  StepLimit = 3,         // The text is the error message.
-  HostCallRequired = 4,  // The run waits; the text is the list of the call's arguments.
-};
+using worker::EvalStatus;
 
 struct EvalResult {
   // Ok, EvalParseError, EvalFailed, EvalStepLimit or HostCallPending, in step with eval_status.

@@ -3,7 +3,6 @@
 #ifndef LISP_WORKER_CLIENT_GEOMETRY_H_
 #define LISP_WORKER_CLIENT_GEOMETRY_H_
 
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,15 +11,7 @@
 
 namespace lisp_worker::client {
 
-enum class GeometryOperation : std::uint8_t {
-  Sum = 1,
-  Difference = 2,
-  Product = 3,
-  Quotient = 4,
-  Distance = 5,  // x1 y1 x2 y2
-  Angle = 6,     // x1 y1 x2 y2, in radians from -pi to pi
-  Polar = 7,     // x y angle distance; the only one with a y in its result
-};
+using worker::GeometryOperation;
 
 struct GeometryResult {
   double x = 0;

@@ -17,11 +17,12 @@ namespace lisp_worker::client {
 
 // How a worker ended.
 struct WorkerExit {
+  // Recorded sessions hold the numbers.
   enum class Kind : std::uint8_t {
-    Exited,    // By itself; `code` is its exit code.
-    Signaled,  // By the signal `code`. On Windows a crash is an exit code of its own.
-    Killed,    // By us, because it went on when it should have ended.
-    Unknown,   // The system would not tell, as when the host collects its children elsewhere.
+    Exited = 0,    // By itself; `code` is its exit code.
+    Signaled = 1,  // By the signal `code`. On Windows a crash is an exit code of its own.
+    Killed = 2,    // By us, because it went on when it should have ended.
+    Unknown = 3,   // The system would not tell, as when the host collects its children elsewhere.
   };
 
   Kind kind = Kind::Unknown;

@@ -52,8 +52,33 @@ struct RecordOffset {
   static constexpr std::size_t kHeaderChecksum = 24;  // u32, of the bytes of the header before it
 };
 
-static_assert(FileOffset::kChecksum + 4 == kFileHeaderSize);
-static_assert(RecordOffset::kHeaderChecksum + 4 == kRecordHeaderSize);
+// The body of an End record, a client::WorkerExit.
+struct EndOffset {
+  static constexpr std::size_t kKind = 0;      // u8, a client::WorkerExit::Kind
+  static constexpr std::size_t kReserved = 1;  // 3 bytes, zero
+  static constexpr std::size_t kCode = 4;      // u32
+};
+
+static_assert(worker::fieldsFill(kFileHeaderSize,
+                                 {{FileOffset::kMagic, kFileMagic.size()},
+                                  {FileOffset::kVersion, sizeof(std::uint16_t)},
+                                  {FileOffset::kHeaderSize, sizeof(std::uint16_t)},
+                                  {FileOffset::kReserved, 4},
+                                  {FileOffset::kStartTime, sizeof(std::uint64_t)},
+                                  {FileOffset::kReserved2, 4},
+                                  {FileOffset::kChecksum, sizeof(std::uint32_t)}}));
+static_assert(worker::fieldsFill(kRecordHeaderSize,
+                                 {{RecordOffset::kBodySize, sizeof(std::uint32_t)},
+                                  {RecordOffset::kNumber, sizeof(std::uint32_t)},
+                                  {RecordOffset::kKind, sizeof(std::uint8_t)},
+                                  {RecordOffset::kReserved, 3},
+                                  {RecordOffset::kTime, sizeof(std::uint64_t)},
+                                  {RecordOffset::kBodyChecksum, sizeof(std::uint32_t)},
+                                  {RecordOffset::kHeaderChecksum, sizeof(std::uint32_t)}}));
+static_assert(worker::fieldsFill(kEndBodySize,
+                                 {{EndOffset::kKind, sizeof(client::WorkerExit::kind)},
+                                  {EndOffset::kReserved, 3},
+                                  {EndOffset::kCode, sizeof(client::WorkerExit::code)}}));
 
 enum class RecordKind : std::uint8_t {
   Start = 1,     // A worker has been started; no body.

@@ -2,8 +2,9 @@
 //
 // A frame is a header of 64 bytes and the payload whose size the header gives. The host sends one
 // request and waits for its one response; nothing is sent unasked. This file holds all that both
-// sides must agree on: the fields of the header, the message types, the statuses, and the offset of
-// each field of a fixed-size payload. docs/PROTOCOL.md shows the same as tables.
+// sides must agree on: the fields of the header, the message types, the statuses, the other codes,
+// and the offset of each field of a fixed-size payload. docs/PROTOCOL.md shows the same as tables,
+// and a test compares the two.
 //
 // Integers are little-endian, doubles are IEEE-754 binary64, little-endian. Fields are read and
 // written byte by byte, so neither the byte order nor the record layout of the machine matters.
@@ -16,6 +17,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <limits>
 #include <span>
 
@@ -23,6 +25,24 @@ namespace lisp_worker::worker {
 
 static_assert(sizeof(double) == 8 && std::numeric_limits<double>::is_iec559,
               "doubles travel as IEEE-754 binary64");
+
+// A field of a record, in bytes.
+struct FieldExtent {
+  std::size_t offset;
+  std::size_t size;
+};
+
+// True when the fields, in this order, fill a record of `record_size` bytes without a gap. Every
+// record below is checked by it, so a wrong offset does not compile.
+[[nodiscard]] consteval bool fieldsFill(std::size_t record_size,
+                                        std::initializer_list<FieldExtent> fields) {
+  std::size_t end = 0;
+  for (const FieldExtent& field : fields) {
+    if (field.offset != end) return false;
+    end += field.size;
+  }
+  return end == record_size;
+}
 
 // Sizes in bytes.
 inline constexpr std::size_t kHeaderSize = 64;
@@ -92,24 +112,44 @@ struct HeaderOffset {
   static constexpr std::size_t kReserved = 40;
 };
 
-static_assert(HeaderOffset::kVersion == HeaderOffset::kMagic + sizeof(MessageHeader::magic));
-static_assert(HeaderOffset::kType == HeaderOffset::kVersion + sizeof(MessageHeader::version));
-static_assert(HeaderOffset::kPayloadLength == HeaderOffset::kType + sizeof(MessageHeader::type));
-static_assert(HeaderOffset::kStatus ==
-              HeaderOffset::kPayloadLength + sizeof(MessageHeader::payload_length));
-static_assert(HeaderOffset::kRequestId == HeaderOffset::kStatus + sizeof(MessageHeader::status));
-static_assert(HeaderOffset::kContextId ==
-              HeaderOffset::kRequestId + sizeof(MessageHeader::request_id));
-static_assert(HeaderOffset::kRunId == HeaderOffset::kContextId + sizeof(MessageHeader::context_id));
-static_assert(HeaderOffset::kReserved == HeaderOffset::kRunId + sizeof(MessageHeader::run_id));
-static_assert(HeaderOffset::kReserved + 24 == kHeaderSize);
+static_assert(fieldsFill(kHeaderSize,
+                         {{HeaderOffset::kMagic, sizeof(MessageHeader::magic)},
+                          {HeaderOffset::kVersion, sizeof(MessageHeader::version)},
+                          {HeaderOffset::kType, sizeof(MessageHeader::type)},
+                          {HeaderOffset::kPayloadLength, sizeof(MessageHeader::payload_length)},
+                          {HeaderOffset::kStatus, sizeof(MessageHeader::status)},
+                          {HeaderOffset::kRequestId, sizeof(MessageHeader::request_id)},
+                          {HeaderOffset::kContextId, sizeof(MessageHeader::context_id)},
+                          {HeaderOffset::kRunId, sizeof(MessageHeader::run_id)},
+                          {HeaderOffset::kReserved, 24}}));
 
-// RegisterContext: the record of a coordinate context. A planar system is eight doubles (origin_x,
-// origin_y, a, b, c, d, z_scale, z_offset), the cell plane the first six of them.
+// RegisterContext: the record of a coordinate context. A planar system is eight doubles, the cell
+// plane the first six of them.
 inline constexpr std::size_t kSystemCount = 5;
 inline constexpr std::size_t kPlanarSystemSize = 64;
 inline constexpr std::size_t kCellPlaneSize = 48;
 inline constexpr std::size_t kContextPayloadSize = 416;
+
+struct PlanarOffset {
+  static constexpr std::size_t kOriginX = 0;  // All are f64.
+  static constexpr std::size_t kOriginY = 8;
+  static constexpr std::size_t kA = 16;
+  static constexpr std::size_t kB = 24;
+  static constexpr std::size_t kC = 32;
+  static constexpr std::size_t kD = 40;
+  static constexpr std::size_t kZScale = 48;   // Not in the cell plane.
+  static constexpr std::size_t kZOffset = 56;  // Not in the cell plane.
+};
+
+static_assert(fieldsFill(kCellPlaneSize, {{PlanarOffset::kOriginX, sizeof(double)},
+                                          {PlanarOffset::kOriginY, sizeof(double)},
+                                          {PlanarOffset::kA, sizeof(double)},
+                                          {PlanarOffset::kB, sizeof(double)},
+                                          {PlanarOffset::kC, sizeof(double)},
+                                          {PlanarOffset::kD, sizeof(double)}}));
+static_assert(fieldsFill(kPlanarSystemSize, {{PlanarOffset::kOriginX, kCellPlaneSize},
+                                             {PlanarOffset::kZScale, sizeof(double)},
+                                             {PlanarOffset::kZOffset, sizeof(double)}}));
 
 struct ContextOffset {
   static constexpr std::size_t kId = 0;             // u64, equal to the header's context_id.
@@ -123,10 +163,16 @@ struct ContextOffset {
   static constexpr std::size_t kCellZOffset = 408;  // f64
 };
 
-static_assert(ContextOffset::kCellPlane ==
-              ContextOffset::kSystems + kSystemCount * kPlanarSystemSize);
-static_assert(ContextOffset::kCellZScale == ContextOffset::kCellPlane + kCellPlaneSize);
-static_assert(ContextOffset::kCellZOffset + sizeof(double) == kContextPayloadSize);
+static_assert(fieldsFill(kContextPayloadSize,
+                         {{ContextOffset::kId, sizeof(std::uint64_t)},
+                          {ContextOffset::kCellKeySeed, sizeof(std::uint64_t)},
+                          {ContextOffset::kTag, sizeof(std::uint32_t)},
+                          {ContextOffset::kReserved, 4},
+                          {ContextOffset::kCellSize, sizeof(double)},
+                          {ContextOffset::kSystems, kSystemCount* kPlanarSystemSize},
+                          {ContextOffset::kCellPlane, kCellPlaneSize},
+                          {ContextOffset::kCellZScale, sizeof(double)},
+                          {ContextOffset::kCellZOffset, sizeof(double)}}));
 
 // LocateCell, CellPlaneToSystem and Convert: one request record and one result record for all.
 inline constexpr std::size_t kPointPayloadSize = 32;
@@ -137,7 +183,8 @@ struct PointOffset {
   static constexpr std::size_t kY = 8;              // f64
   static constexpr std::size_t kZ = 16;             // f64
   static constexpr std::size_t kSourceSystem = 24;  // u8
-  static constexpr std::size_t kTargetSystem = 25;  // u8; the 6 bytes after it are ignored.
+  static constexpr std::size_t kTargetSystem = 25;  // u8
+  static constexpr std::size_t kReserved = 26;      // 6 bytes, ignored.
 };
 
 struct PointResultOffset {
@@ -145,50 +192,98 @@ struct PointResultOffset {
   static constexpr std::size_t kY = 8;   // f64; LocateCell: v
   static constexpr std::size_t kZ = 16;  // f64; LocateCell: w
   // Zero except for LocateCell.
-  static constexpr std::size_t kCellI = 24;    // i64
-  static constexpr std::size_t kCellJ = 32;    // i64
-  static constexpr std::size_t kCellKey = 40;  // u64
-  static constexpr std::size_t kTag = 48;      // u32; the 12 bytes after it are zero.
+  static constexpr std::size_t kCellI = 24;     // i64
+  static constexpr std::size_t kCellJ = 32;     // i64
+  static constexpr std::size_t kCellKey = 40;   // u64
+  static constexpr std::size_t kTag = 48;       // u32
+  static constexpr std::size_t kReserved = 52;  // 12 bytes, zero.
 };
 
-static_assert(PointOffset::kTargetSystem + 1 + 6 == kPointPayloadSize);
-static_assert(PointResultOffset::kTag + sizeof(std::uint32_t) + 12 == kPointResultSize);
+static_assert(fieldsFill(kPointPayloadSize, {{PointOffset::kX, sizeof(double)},
+                                             {PointOffset::kY, sizeof(double)},
+                                             {PointOffset::kZ, sizeof(double)},
+                                             {PointOffset::kSourceSystem, sizeof(std::uint8_t)},
+                                             {PointOffset::kTargetSystem, sizeof(std::uint8_t)},
+                                             {PointOffset::kReserved, 6}}));
+static_assert(fieldsFill(kPointResultSize, {{PointResultOffset::kX, sizeof(double)},
+                                            {PointResultOffset::kY, sizeof(double)},
+                                            {PointResultOffset::kZ, sizeof(double)},
+                                            {PointResultOffset::kCellI, sizeof(std::int64_t)},
+                                            {PointResultOffset::kCellJ, sizeof(std::int64_t)},
+                                            {PointResultOffset::kCellKey, sizeof(std::uint64_t)},
+                                            {PointResultOffset::kTag, sizeof(std::uint32_t)},
+                                            {PointResultOffset::kReserved, 12}}));
 
 // GeometryRequest.
 inline constexpr std::size_t kGeometryPayloadSize = 64;
 inline constexpr std::size_t kGeometryResultSize = 64;
 inline constexpr std::size_t kGeometryOperandCountMax = 7;
 
+enum class GeometryOperation : std::uint8_t {
+  Sum = 1,
+  Difference = 2,
+  Product = 3,
+  Quotient = 4,
+  Distance = 5,  // x1 y1 x2 y2
+  Angle = 6,     // x1 y1 x2 y2, in radians from -pi to pi
+  Polar = 7,     // x y angle distance; the only one with a y in its result
+};
+
 struct GeometryOffset {
-  static constexpr std::size_t kOperation = 0;  // u8
-  static constexpr std::size_t kCount = 1;      // u8; the 6 bytes after it are ignored.
+  static constexpr std::size_t kOperation = 0;  // u8, a GeometryOperation or any other number.
+  static constexpr std::size_t kCount = 1;      // u8
+  static constexpr std::size_t kReserved = 2;   // 6 bytes, ignored.
   static constexpr std::size_t kOperands = 8;   // kGeometryOperandCountMax f64
 };
 
 struct GeometryResultOffset {
-  static constexpr std::size_t kX = 0;  // f64
-  static constexpr std::size_t kY = 8;  // f64; the 48 bytes after it are zero.
+  static constexpr std::size_t kX = 0;          // f64
+  static constexpr std::size_t kY = 8;          // f64
+  static constexpr std::size_t kReserved = 16;  // 48 bytes, zero.
 };
 
-static_assert(GeometryOffset::kOperands + kGeometryOperandCountMax * sizeof(double) ==
-              kGeometryPayloadSize);
+static_assert(fieldsFill(kGeometryPayloadSize,
+                         {{GeometryOffset::kOperation, sizeof(GeometryOperation)},
+                          {GeometryOffset::kCount, sizeof(std::uint8_t)},
+                          {GeometryOffset::kReserved, 6},
+                          {GeometryOffset::kOperands, kGeometryOperandCountMax * sizeof(double)}}));
+static_assert(fieldsFill(kGeometryResultSize, {{GeometryResultOffset::kX, sizeof(double)},
+                                               {GeometryResultOffset::kY, sizeof(double)},
+                                               {GeometryResultOffset::kReserved, 48}}));
 
 // EvalStart and EvalResume answer with this record, followed by text_length bytes of text.
 inline constexpr std::size_t kEvalResultHeaderSize = 64;
 inline constexpr std::size_t kCallNameSize = 32;  // The last byte is always zero.
 
+// How a run stopped.
+enum class EvalStatus : std::uint8_t {
+  Value = 0,             // Finished; the text is the value of the last form.
+  ReadError = 1,         // The program or an answer could not be read; the text says why.
+  EvalError = 2,         // The text is the error message.
+  StepLimit = 3,         // The text is the error message.
+  HostCallRequired = 4,  // The run waits; the text is the list of the call's arguments.
+};
+
 struct EvalResultOffset {
-  static constexpr std::size_t kEvalStatus = 0;  // u8; the byte after it is zero.
+  static constexpr std::size_t kEvalStatus = 0;  // u8, an EvalStatus.
+  static constexpr std::size_t kReserved = 1;    // 1 byte, zero.
   static constexpr std::size_t kArgCount = 2;    // u16
   static constexpr std::size_t kTextLength = 4;  // u32
   static constexpr std::size_t kSteps = 8;       // u64
   static constexpr std::size_t kCallName = 16;   // kCallNameSize bytes, zero-filled.
   static constexpr std::size_t kRunId = 48;      // u64
-  static constexpr std::size_t kReserved = 56;   // 8 bytes, zero.
+  static constexpr std::size_t kReserved2 = 56;  // 8 bytes, zero.
 };
 
-static_assert(EvalResultOffset::kRunId == EvalResultOffset::kCallName + kCallNameSize);
-static_assert(EvalResultOffset::kReserved + 8 == kEvalResultHeaderSize);
+static_assert(fieldsFill(kEvalResultHeaderSize,
+                         {{EvalResultOffset::kEvalStatus, sizeof(EvalStatus)},
+                          {EvalResultOffset::kReserved, 1},
+                          {EvalResultOffset::kArgCount, sizeof(std::uint16_t)},
+                          {EvalResultOffset::kTextLength, sizeof(std::uint32_t)},
+                          {EvalResultOffset::kSteps, sizeof(std::uint64_t)},
+                          {EvalResultOffset::kCallName, kCallNameSize},
+                          {EvalResultOffset::kRunId, sizeof(std::uint64_t)},
+                          {EvalResultOffset::kReserved2, 8}}));
 
 // Headers as bytes. Every pattern of bytes decodes; validateHeader says if it makes sense. Encoding
 // writes the reserved bytes as zero.
