@@ -105,7 +105,8 @@ Result trans(Interpreter& interpreter, const BuiltinCall& call) {
   return make_point(*converted);
 }
 
-constexpr std::array kGeometryBuiltins = {
+// Not constexpr: GCC 12 leaves a constexpr array of a deduced type writable while the worker runs.
+constinit const std::array kGeometryBuiltins = {
     Builtin{"DISTANCE", distance},
     Builtin{"ANGLE", angle},
     Builtin{"POLAR", polar},

@@ -48,7 +48,8 @@ constexpr Builtin host_builtin(std::string_view name) {
   return {name, evaluate_host_call, Arguments::Unevaluated};
 }
 
-constexpr std::array kHostBuiltins = {
+// Not constexpr: GCC 12 leaves a constexpr array of a deduced type writable while the worker runs.
+constinit const std::array kHostBuiltins = {
     host_builtin("GETPOINT"),
     host_builtin("GETCORNER"),
     host_builtin("GETDIST"),

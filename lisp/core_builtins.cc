@@ -90,7 +90,8 @@ Result lastArgument(Interpreter& /*interpreter*/, const BuiltinCall& call) {
   return LispValue(call.arguments.back());
 }
 
-constexpr std::array kCoreBuiltins = {
+// Not constexpr: GCC 12 leaves a constexpr array of a deduced type writable while the worker runs.
+constinit const std::array kCoreBuiltins = {
     Builtin{"+", combineAll<Operation::Add>, Arguments::Evaluated, Operation::Add},
     Builtin{"-", combineAll<Operation::Subtract>, Arguments::Evaluated, Operation::Subtract},
     Builtin{"*", combineAll<Operation::Multiply>, Arguments::Evaluated, Operation::Multiply},

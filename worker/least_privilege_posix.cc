@@ -74,7 +74,7 @@ std::vector<AllowedCall> allowedCalls() {
 constexpr std::uint32_t kArgumentsOffset = offsetof(seccomp_data, args);
 constexpr std::uint32_t kNumberOffset = offsetof(seccomp_data, nr);
 
-sock_filter statement(std::uint32_t code, std::uint32_t value) {
+constexpr sock_filter statement(std::uint32_t code, std::uint32_t value) {
   return {static_cast<std::uint16_t>(code), 0, 0, value};
 }
 
@@ -84,8 +84,8 @@ sock_filter branch(std::uint32_t code, std::uint32_t value, int if_true, int if_
           static_cast<std::uint8_t>(if_false), value};
 }
 
-const sock_filter kKill = statement(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS);
-const sock_filter kAllow = statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+constexpr sock_filter kKill = statement(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS);
+constexpr sock_filter kAllow = statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
 
 sock_filter load(std::uint32_t offset) { return statement(BPF_LD | BPF_W | BPF_ABS, offset); }
 
