@@ -33,7 +33,7 @@ TEST(AssertionDeathTest, AListHasNoElementBehindItsLast) {
 TEST(AssertionDeathTest, AValueIsWhatItIsTakenFor) {
   const LispValue text = string("A");
   EXPECT_DEATH(static_cast<void>(symbolOf(text.raw())), "Symbol");
-  EXPECT_DEATH(static_cast<void>(runOf(text.raw())), "List");
+  EXPECT_DEATH(static_cast<void>(chunkOf(text.raw())), "List");
   EXPECT_DEATH(static_cast<void>(text.raw().length()), "List");
 }
 

@@ -112,7 +112,7 @@ TEST(Environment, KeepsFunctionsBesideValues) {
 TEST(Environment, AgreesWithMapsUnderRandomVersions) {
   takeAllApart();
   const std::size_t symbols = symbolCount();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   {
     constexpr int kNames = 600;  // Three levels of nodes.
     std::vector<LispValue> names;
@@ -147,7 +147,7 @@ TEST(Environment, AgreesWithMapsUnderRandomVersions) {
   }
   takeAllApart();
   EXPECT_EQ(symbolCount(), symbols);
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 }  // namespace

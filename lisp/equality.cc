@@ -1,6 +1,6 @@
-// A comparison ties every pair of runs that it must walk in the forest before it walks them. For
-// ((1 2) (1 2)) and an equal list that was read apart from it, the outer runs are tied first, then
-// the inner ones; if an inner pair came again, it would be known already. When a difference is
+// A comparison ties every pair of chunks that it must walk in the forest before it walks them. For
+// ((1 2) (1 2)) and an equal list that was read apart from it, the outer chunks are tied first,
+// then the inner ones; if an inner pair came again, it would be known already. When a difference is
 // found, all ties of this comparison are taken back.
 
 #include "lisp/equality.h"
@@ -18,12 +18,12 @@
 
 namespace lisp {
 
-// A run's place in the forest. It outlives its run while other nodes lead through it.
+// A chunk's place in the forest. It outlives its chunk while other nodes lead through it.
 struct EqualityNode : Counted {
   std::uint32_t level = 0;       // Of the edge to the peer.
   EqualityNode* peer = nullptr;  // Holds it; its priority is higher.
   std::uint64_t priority = 0;
-  std::uint64_t front_hash = 0;  // The run's, whose place the node's address has taken.
+  std::uint64_t front_hash = 0;  // The chunk's, whose place the node's address has taken.
 };
 
 namespace {
@@ -33,8 +33,8 @@ constinit std::size_t comparisons_left = kComparisonsMax;
 // A pair of lists of `length` elements whose last `known` elements are known to be equal, or will
 // be when the rest of the comparison succeeds.
 struct Pair {
-  const Run* a;
-  const Run* b;
+  const Chunk* a;
+  const Chunk* b;
   std::uint32_t length;
   std::uint32_t known;
 };
@@ -58,8 +58,8 @@ std::uint64_t drawPriority() {
   return z ^ (z >> 31);
 }
 
-// The run's node, or null.
-EqualityNode* findNode(const Run& run) { return run.hasNode() ? run.node : nullptr; }
+// The chunk's node, or null.
+EqualityNode* findNode(const Chunk& chunk) { return chunk.hasNode() ? chunk.node : nullptr; }
 
 // One pair in so many is tied though nothing else leads to it.
 constexpr std::uint64_t kLotSize = 64;
@@ -67,14 +67,14 @@ constexpr std::uint64_t kLotSize = 64;
 // Whether this pair is one of them. By lot, so that nobody can build values around it.
 bool isDrawn() { return drawPriority() % kLotSize == 0; }
 
-// The run's node, made if need be: knowledge about the elements, which stay as they are.
-EqualityNode& nodeOf(const Run& run) {
-  if (EqualityNode* const node = findNode(run)) return *node;
+// The chunk's node, made if need be: knowledge about the elements, which stay as they are.
+EqualityNode& nodeOf(const Chunk& chunk) {
+  if (EqualityNode* const node = findNode(chunk)) return *node;
   auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
   node->priority = drawPriority();
-  assert(run.hasDigest());
-  node->front_hash = run.front;
-  const_cast<Run&>(run).node = node;
+  assert(chunk.hasDigest());
+  node->front_hash = chunk.front;
+  const_cast<Chunk&>(chunk).node = node;
   return *node;
 }
 
@@ -87,8 +87,8 @@ void releaseNode(EqualityNode* node) {
   }
 }
 
-// The number of last elements in which the runs are known to be equal.
-std::uint32_t knownLevel(const Run& run_a, const Run& run_b) {
+// The number of last elements in which the chunks are known to be equal.
+std::uint32_t knownLevel(const Chunk& run_a, const Chunk& run_b) {
   const EqualityNode* a = findNode(run_a);
   const EqualityNode* b = findNode(run_b);
   if (a == nullptr || b == nullptr) return 0;
@@ -122,7 +122,7 @@ class Comparison {
   }
 
   bool run(const RawValue& a, const RawValue& b) {
-    if (!meet(runOf(a), runOf(b), a.length())) return true;
+    if (!meet(chunkOf(a), chunkOf(b), a.length())) return true;
     while (!pairs_.empty()) {
       // Word by word: a wide copy would wait for the words that have just been written.
       const Pair& last = pairs_.back();
@@ -139,18 +139,18 @@ class Comparison {
 
  private:
   // Notes that two lists must be equal. Returns false when that is known already.
-  bool meet(const Run& a, const Run& b, std::uint32_t length) {
+  bool meet(const Chunk& a, const Chunk& b, std::uint32_t length) {
     std::uint32_t known = 0;
     if (!tie(a, b, length, known)) return false;
     pairs_.push_back({&a, &b, length, known});
     return true;
   }
 
-  // Ties two runs that something else may lead to again, and a few that nothing leads to yet: a
+  // Ties two chunks that something else may lead to again, and a few that nothing leads to yet: a
   // program that takes two values apart and compares what is left at every step walks only as far
-  // as the next of those. Returns false when the runs are known to be equal up to `length`;
+  // as the next of those. Returns false when the chunks are known to be equal up to `length`;
   // otherwise raises `known` to how far they are.
-  bool tie(const Run& a, const Run& b, std::uint32_t length, std::uint32_t& known) {
+  bool tie(const Chunk& a, const Chunk& b, std::uint32_t length, std::uint32_t& known) {
     if (&a == &b) return false;
     const bool is_shared = a.references != 1 || b.references != 1 || findNode(a) != nullptr;
     if (!is_shared && !isDrawn()) return true;
@@ -189,7 +189,7 @@ class Comparison {
     }
   }
 
-  // Compares the elements of a pair from the front to those known, run by run, or gives up.
+  // Compares the elements of a pair from the front to those known, chunk by chunk, or gives up.
   bool walk(Pair pair) {
     std::uint32_t remaining = pair.length;
     while (true) {
@@ -219,7 +219,7 @@ class Comparison {
     if (a.tag() == Tag::Number) return a.number == b.number;
     if (a.tag() != Tag::List) return a.record == b.record;
     if (a.length() != b.length() || listHash(a) != listHash(b)) return false;
-    if (a.length() != 0) static_cast<void>(meet(runOf(a), runOf(b), a.length()));
+    if (a.length() != 0) static_cast<void>(meet(chunkOf(a), chunkOf(b), a.length()));
     return true;
   }
 
@@ -236,8 +236,8 @@ enum class Verdict : std::uint8_t { Equal, Different, Unclear };
 
 Verdict compareShort(const RawValue& a, const RawValue& b) {
   if (a.length() > kShortLength) return Verdict::Unclear;
-  const Run* run_a = &runOf(a);
-  const Run* run_b = &runOf(b);
+  const Chunk* run_a = &chunkOf(a);
+  const Chunk* run_b = &chunkOf(b);
   Verdict verdict = Verdict::Equal;
   for (std::uint32_t remaining = a.length(); remaining > 0; --remaining) {
     countWork();
@@ -276,8 +276,8 @@ std::size_t comparisonsLeft() { return comparisons_left; }
 
 void renewComparisons(std::size_t count) { comparisons_left = count; }
 
-std::uint64_t& hashOfNode(Run& run) { return run.node->front_hash; }
+std::uint64_t& hashOfNode(Chunk& chunk) { return chunk.node->front_hash; }
 
-void releaseNodeOf(const Run& run) { releaseNode(run.node); }
+void releaseNodeOf(const Chunk& chunk) { releaseNode(chunk.node); }
 
 }  // namespace lisp

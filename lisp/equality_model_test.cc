@@ -151,7 +151,7 @@ class Pool {
         for (LispValue& made : elements) made = element();
         return list(elements);
       }
-      case 4:  // The same elements in a run of their own.
+      case 4:  // The same elements in a chunk of their own.
         return list(std::vector<LispValue>(asList(base)->begin(), asList(base)->end()));
       case 5:
       case 6:  // The same again, from the leaves up.
@@ -164,7 +164,7 @@ class Pool {
     }
   }
 
-  // An equal value that shares nothing, in runs of other lengths.
+  // An equal value that shares nothing, in chunks of other lengths.
   LispValue rebuild(const LispValue& value) {
     if (value.kind() != ValueKind::List) return value;
     std::vector<LispValue> elements;
@@ -195,7 +195,7 @@ class EqualityModel : public testing::TestWithParam<Mix> {};
 
 TEST_P(EqualityModel, AgreesWithPlainRecursion) {
   takeAllApart();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   std::size_t equal_count = 0;
   std::size_t different_count = 0;
   for (std::uint64_t seed = 1; seed <= 12; ++seed) {
@@ -214,7 +214,7 @@ TEST_P(EqualityModel, AgreesWithPlainRecursion) {
   EXPECT_GT(equal_count, 500u);
   EXPECT_GT(different_count, 500u);
   takeAllApart();
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 INSTANTIATE_TEST_SUITE_P(

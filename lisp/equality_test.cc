@@ -44,7 +44,7 @@ LispValue numbers(int count, int last) {
   return list(elements);
 }
 
-// The same elements, each in a run of its own or nearly so.
+// The same elements, each in a chunk of its own or nearly so.
 LispValue pieced(const LispValue& flat) {
   LispValue value = list({});
   std::vector<LispValue> elements(asList(flat)->begin(), asList(flat)->end());
@@ -171,7 +171,7 @@ TEST(ValuesEqual, ForgetsWhatAFailedComparisonAssumed) {
 // Gives the list `b` the hash of `a`. No program can: the hash is keyed with a secret.
 void forgeHash(const LispValue& a, const LispValue& b) {
   EXPECT_NE(listHash(a.raw()), listHash(b.raw()));
-  frontHash(runOf(b.raw())) = listHash(a.raw());
+  frontHash(chunkOf(b.raw())) = listHash(a.raw());
 }
 
 // Lists of `length`, which differ in the last element alone and have one hash.
@@ -240,7 +240,7 @@ TEST(ValuesEqual, TakesBackWhatItAssumedOnTheWayToADifference) {
 }
 
 TEST(ValuesEqual, KnowsNoMoreThanTheElementsCompared) {
-  // Equal last elements, different first ones, of runs that grow after they were compared.
+  // Equal last elements, different first ones, of chunks that grow after they were compared.
   LispValue a = read("(1 2 3 4 5 6 7 8 9 10)");
   LispValue b = read("(1 2 3 4 5 6 7 8 9 10)");
   const LispValue longer_a = cons(number(1), a);

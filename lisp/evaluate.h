@@ -2,8 +2,8 @@
 // evaluated are numbers and variables. For the evaluator's own files only.
 //
 // An evaluator is a function that evaluates lists of one shape (lisp/form_shape.h). All have the
-// same parameters: the interpreter; `items`, the run of the list, whose first item is its name; and
-// `depth`, at which its parts are to be evaluated, one more than its own.
+// same parameters: the interpreter; `items`, the chunk of the list, whose first item is its name;
+// and `depth`, at which its parts are to be evaluated, one more than its own.
 //
 // Who counts which step: an evaluator counts the step of its own list, at depth - 1, before
 // anything else happens, and the functions in this file count the steps of atoms. An evaluator that
@@ -32,9 +32,9 @@ enum class Truth : std::uint8_t { No, Yes, Failed };
 
 // How lists of one shape are evaluated.
 struct FormEvaluator {
-  Result (*evaluate)(Interpreter&, Run& items, std::uint32_t depth);
+  Result (*evaluate)(Interpreter&, Chunk& items, std::uint32_t depth);
   // The same where only the truth of the value matters.
-  Truth (*test)(Interpreter&, Run& items, std::uint32_t depth);
+  Truth (*test)(Interpreter&, Chunk& items, std::uint32_t depth);
 };
 
 // By shape.
@@ -42,7 +42,7 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 
 // How to evaluate a list. Only what the reader has made is evaluated, and nothing of that has a
 // digest; the hash of any other list would be taken for a shape.
-[[nodiscard, gnu::always_inline]] inline const FormEvaluator& evaluatorOf(const Run& items) {
+[[nodiscard, gnu::always_inline]] inline const FormEvaluator& evaluatorOf(const Chunk& items) {
   assert(!items.isLinked() && items.shape() < kShapeCount);
   return kFormEvaluators.data()[items.shape()];
 }
@@ -58,34 +58,35 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 // --- Evaluators that other files define ---------------------------------------------------------
 
 // evaluator.cc: as if the form had no shape; what a shape falls back on.
-[[gnu::noinline]] Result evaluateByName(Interpreter& interpreter, Run& items, std::uint32_t depth);
-[[gnu::noinline]] Truth testByName(Interpreter& interpreter, Run& items, std::uint32_t depth);
+[[gnu::noinline]] Result evaluateByName(Interpreter& interpreter, Chunk& items,
+                                        std::uint32_t depth);
+[[gnu::noinline]] Truth testByName(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 
 // special_forms.cc. These leave it to the table to count the step of the list.
-Result evaluateQuote(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateQuote(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 template <bool is_observed>
-Result evaluateSetq(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateIf(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateProgn(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateWhile(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateDefun(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateAnd(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateOr(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateNot(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Truth testAnd(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Truth testOr(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Truth testNot(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateSetq(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateIf(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateProgn(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateWhile(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateDefun(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Truth testAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Truth testOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Truth testNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 // This one counts it itself: kSetSymbolShape.
-Result setSymbol(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result setSymbol(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 
 // user_call.cc. The first leaves the step to the table, too; the second is kPlainCallShape.
 template <bool is_observed>
-Result callFunction(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result callPlainly(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result callFunction(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result callPlainly(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 
 // observer.cc: kObservedShape and kObservedAtomShape.
-Result evaluateObserved(Interpreter& interpreter, Run& items, std::uint32_t depth);
-Result evaluateObservedAtom(Interpreter& interpreter, Run& items, std::uint32_t depth);
+Result evaluateObserved(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+Result evaluateObservedAtom(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 
 // evaluator.cc: a symbol whose record does not simply have its value.
 Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
@@ -94,7 +95,7 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
 
 [[gnu::always_inline]] inline Result evaluateList(Interpreter& interpreter, const LispValue& form,
                                                   std::uint32_t depth) {
-  Run& items = runOf(form.raw());
+  Chunk& items = chunkOf(form.raw());
   return evaluatorOf(items).evaluate(interpreter, items, depth + 1);
 }
 
@@ -146,14 +147,15 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
                                              std::uint32_t depth) {
   if (form.raw().tag() != Tag::List) [[unlikely]]
     return toTruth(interpreter.evaluate(form, depth));
-  Run& items = runOf(form.raw());
+  Chunk& items = chunkOf(form.raw());
   return evaluatorOf(items).test(interpreter, items, depth + 1);
 }
 
 // Evaluates the items after the first, left to right, onto the interpreter's arguments. False at
 // the first failure; what is there then stays until the run ends.
 [[nodiscard, gnu::always_inline]] inline bool pushArguments(Interpreter& interpreter,
-                                                            const Run& items, std::uint32_t depth) {
+                                                            const Chunk& items,
+                                                            std::uint32_t depth) {
   const LispValue* item = items.slots();
   for (std::uint32_t count = items.full_length - 1; count > 0; --count) {
     Result value = evaluateForm(interpreter, *++item, depth);

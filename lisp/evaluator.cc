@@ -32,12 +32,12 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol) {
 
 namespace {
 
-Result evaluateEmptyList(Interpreter& /*interpreter*/, Run& /*items*/, std::uint32_t /*depth*/) {
+Result evaluateEmptyList(Interpreter& /*interpreter*/, Chunk& /*items*/, std::uint32_t /*depth*/) {
   return nil();
 }
 
 // Any list except the empty one, by what its name means now.
-[[gnu::always_inline]] inline Result evaluateNamed(Interpreter& interpreter, Run& items,
+[[gnu::always_inline]] inline Result evaluateNamed(Interpreter& interpreter, Chunk& items,
                                                    std::uint32_t depth) {
   const RawValue& first = items.slots()[0].raw();
   if (first.tag() != Tag::Symbol) [[unlikely]] {
@@ -51,13 +51,13 @@ Result evaluateEmptyList(Interpreter& /*interpreter*/, Run& /*items*/, std::uint
 }
 
 // A list that is evaluated for the first time, and perhaps the last.
-Result evaluateFirst(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateFirst(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   items.setShape(kSeenShape);
   return evaluateNamed(interpreter, items, depth);
 }
 
 // A list that is evaluated again: from now on by its shape.
-Result evaluateSecond(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateSecond(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const RawValue& first = items.slots()[0].raw();
   if (first.tag() == Tag::Symbol) {
     interpreter.bindings().resolve(symbolOf(first));
@@ -68,11 +68,11 @@ Result evaluateSecond(Interpreter& interpreter, Run& items, std::uint32_t depth)
 
 }  // namespace
 
-Result evaluateByName(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateByName(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return evaluateNamed(interpreter, items, depth);
 }
 
-Truth testByName(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Truth testByName(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return toTruth(evaluateByName(interpreter, items, depth));
 }
 
@@ -82,7 +82,7 @@ namespace {
 
 // Calls a builtin with the arguments from `first_argument` on.
 [[gnu::always_inline]] inline Result callWith(Interpreter& interpreter, std::size_t first_argument,
-                                              const Run& items, std::uint32_t depth) {
+                                              const Chunk& items, std::uint32_t depth) {
   static_assert(sizeof(LispValue) == sizeof(RawValue));  // It has nothing but its raw value.
   const auto* const arguments =
       reinterpret_cast<const LispValue*>(interpreter.arguments().data() + first_argument);
@@ -96,7 +96,7 @@ namespace {
 }
 
 // The same, and drops the arguments.
-Result callBuiltinWith(Interpreter& interpreter, std::size_t first_argument, const Run& items,
+Result callBuiltinWith(Interpreter& interpreter, std::size_t first_argument, const Chunk& items,
                        std::uint32_t depth) {
   Result result = callWith(interpreter, first_argument, items, depth);
   for (std::size_t i = first_argument; i < interpreter.arguments().size(); ++i)
@@ -105,7 +105,7 @@ Result callBuiltinWith(Interpreter& interpreter, std::size_t first_argument, con
   return result;
 }
 
-Result callBuiltin(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callBuiltin(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const std::size_t first_argument = interpreter.arguments().size();
   if (!pushArguments(interpreter, items, depth)) return Result::failure();
   return callBuiltinWith(interpreter, first_argument, items, depth);
@@ -113,14 +113,14 @@ Result callBuiltin(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 
 // The builtin itself does the uncommon cases, errors included, with operands that are evaluated
 // already. Takes over the holds. The last operand may have failed.
-[[gnu::noinline]] Result callBuiltinOfOne(Interpreter& interpreter, const Run& items,
+[[gnu::noinline]] Result callBuiltinOfOne(Interpreter& interpreter, const Chunk& items,
                                           std::uint32_t depth, Result argument) {
   if (argument.failed()) return argument;
   interpreter.arguments().push(argument.take());
   return callBuiltinWith(interpreter, interpreter.arguments().size() - 1, items, depth);
 }
 
-[[gnu::noinline]] Result callBuiltinOfPair(Interpreter& interpreter, const Run& items,
+[[gnu::noinline]] Result callBuiltinOfPair(Interpreter& interpreter, const Chunk& items,
                                            std::uint32_t depth, Result a, Result b) {
   if (b.failed()) {
     a.drop();
@@ -138,7 +138,7 @@ const RawValue& valueAtHand(const LispValue& form) {
 
 // Lends the items after the first, variables and literals, to the interpreter's arguments. False at
 // the first variable that has no value at hand.
-[[gnu::always_inline]] inline bool lendArguments(Interpreter& interpreter, const Run& items) {
+[[gnu::always_inline]] inline bool lendArguments(Interpreter& interpreter, const Chunk& items) {
   for (std::uint32_t i = 1; i < items.full_length; ++i) {
     const RawValue& value = valueAtHand(items.slots()[i]);
     if (value.tag() > Tag::List) [[unlikely]]
@@ -149,7 +149,7 @@ const RawValue& valueAtHand(const LispValue& form) {
 }
 
 // While the builtin has the arguments, nothing can change them. A builtin does not throw.
-Result callBuiltinAtHand(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callBuiltinAtHand(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const bool is_builtin = operationOf(items) == Operation::Builtin;
   if (!is_builtin || !interpreter.bindings().areAllAtHand()) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
@@ -164,12 +164,12 @@ Result callBuiltinAtHand(Interpreter& interpreter, Run& items, std::uint32_t dep
   return result;
 }
 
-Result callFormBuiltin(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callFormBuiltin(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return callBuiltinWith(interpreter, interpreter.arguments().size(), items, depth);
 }
 
 // The arguments are evaluated before the name is reported.
-Result callUnknown(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callUnknown(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (!pushArguments(interpreter, items, depth)) return Result::failure();
   return interpreter.fail("unsupported LISP function: ", nameOf(items).bytes());
 }
@@ -246,7 +246,7 @@ template <Operation operation>
   } else if constexpr (operation == Operation::Length) {
     return RawValue::ofNumber(static_cast<double>(argument.length()));
   } else if constexpr (operation == Operation::Car) {
-    const RawValue& first = runOf(argument).own(argument.length()).raw();
+    const RawValue& first = chunkOf(argument).own(argument.length()).raw();
     retain(first);
     return first;
   } else {
@@ -266,7 +266,7 @@ template <Operand kind>
 
 // The first operand is evaluated, or has failed. The second is of any kind.
 template <Operation operation>
-[[gnu::noinline]] Result finishNumeric(Interpreter& interpreter, const Run& items,
+[[gnu::noinline]] Result finishNumeric(Interpreter& interpreter, const Chunk& items,
                                        std::uint32_t depth, Result a) {
   if (a.failed()) [[unlikely]]
     return a;
@@ -280,7 +280,7 @@ template <Operation operation>
 
 // Fallback for a form whose operator or operands have changed since it got its shape.
 template <typename Outcome>
-Outcome startAgain(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Outcome startAgain(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if constexpr (std::is_same_v<Outcome, Truth>) {
     return testByName(interpreter, items, depth);
   } else {
@@ -291,7 +291,7 @@ Outcome startAgain(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 // Arithmetic and comparison of two operands that need no evaluation, which most of all calls have.
 // Falls back before any step is counted.
 template <Operation operation, Operand first, Operand second, typename Outcome>
-Outcome callNumeric(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Outcome callNumeric(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) == operation) [[likely]] {
     const RawValue* const a = operandAtHand<first>(interpreter, items.slots()[1]);
     const RawValue* const b = operandAtHand<second>(interpreter, items.slots()[2]);
@@ -305,7 +305,7 @@ Outcome callNumeric(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 
 // The first operand needs no evaluation.
 template <Operation operation, Operand first, typename Outcome>
-Outcome callNumericOfSecond(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Outcome callNumericOfSecond(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) == operation) [[likely]] {
     const RawValue* const peeked = operandAtHand<first>(interpreter, items.slots()[1]);
     if (peeked != nullptr && peeked->tag() == Tag::Number && interpreter.countSteps(2, depth))
@@ -323,7 +323,7 @@ Outcome callNumericOfSecond(Interpreter& interpreter, Run& items, std::uint32_t 
 
 // The first operand is a form.
 template <Operation operation, Operand second, typename Outcome>
-Outcome callNumericOfFirst(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Outcome callNumericOfFirst(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) != operation || !interpreter.countSteps(1, depth - 1)) [[unlikely]]
     return startAgain<Outcome>(interpreter, items, depth);
   Result a = evaluateList(interpreter, items.slots()[1], depth);
@@ -345,7 +345,7 @@ Outcome callNumericOfFirst(Interpreter& interpreter, Run& items, std::uint32_t d
 
 // Arithmetic and comparison of whatever there is.
 template <Operation operation>
-Result callNumericOfAny(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callNumericOfAny(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
   return finishNumeric<operation>(interpreter, items, depth,
                                   evaluateItem(interpreter, items.slots()[1], depth));
@@ -353,12 +353,12 @@ Result callNumericOfAny(Interpreter& interpreter, Run& items, std::uint32_t dept
 
 // CAR or CDR of CDR upon CDR of a variable, as in (CAR (CDR (CDR P))): no list in between is made.
 template <Operation operation>
-Result callChain(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callChain(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   std::uint32_t links = 0;
   const RawValue* operand = &items.slots()[1].raw();
   bool is_chain = operationOf(items) == operation && interpreter.bindings().areAllAtHand();
-  for (; operand->tag() == Tag::List; operand = &runOf(*operand).slots()[1].raw()) {
-    is_chain = is_chain && operationOf(runOf(*operand)) == Operation::Cdr;
+  for (; operand->tag() == Tag::List; operand = &chunkOf(*operand).slots()[1].raw()) {
+    is_chain = is_chain && operationOf(chunkOf(*operand)) == Operation::Cdr;
     ++links;
   }
   const RawValue& list = symbolOf(*operand).value;
@@ -367,14 +367,14 @@ Result callChain(Interpreter& interpreter, Run& items, std::uint32_t depth) {
     return evaluateByName(interpreter, items, depth);
   }
   const std::uint32_t remaining = list.length() - links;
-  Run* run = &runOf(list);
-  if (remaining <= run->tailLength()) run = &const_cast<Run&>(findRun(*run, remaining));
-  return applyUnary<operation>(RawValue::ofList(*run, remaining));
+  Chunk* chunk = &chunkOf(list);
+  if (remaining <= chunk->tailLength()) chunk = &const_cast<Chunk&>(findChunk(*chunk, remaining));
+  return applyUnary<operation>(RawValue::ofList(*chunk, remaining));
 }
 
 // 1+, 1-, CAR, CDR and LENGTH of a variable.
 template <Operation operation>
-Result callUnary(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callUnary(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) == operation) [[likely]] {
     const RawValue* const argument =
         operandAtHand<Operand::Variable>(interpreter, items.slots()[1]);
@@ -388,7 +388,7 @@ Result callUnary(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 
 // The same of any operand.
 template <Operation operation>
-Result callUnaryOfAny(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callUnaryOfAny(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length != 2) [[unlikely]]
     return callBuiltin(interpreter, items, depth);
   Result argument = evaluateItem(interpreter, items.slots()[1], depth);
@@ -399,7 +399,7 @@ Result callUnaryOfAny(Interpreter& interpreter, Run& items, std::uint32_t depth)
   return result;
 }
 
-Result callCons(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callCons(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
   Result first = evaluateForm(interpreter, items.slots()[1], depth);
   if (first.failed()) return first;
@@ -412,7 +412,7 @@ Result callCons(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 }
 
 // Both operands are variables or literals.
-Result consAtHand(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result consAtHand(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) == Operation::Cons && interpreter.bindings().areAllAtHand()) [[likely]] {
     const RawValue& first = valueAtHand(items.slots()[1]);
     const RawValue& rest = valueAtHand(items.slots()[2]);
@@ -427,7 +427,7 @@ Result consAtHand(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 }
 
 // The arguments move from the stack into the list.
-Result callList(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callList(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const std::size_t first_argument = interpreter.arguments().size();
   if (!pushArguments(interpreter, items, depth)) return Result::failure();
   const RawValue list = makeList(interpreter.arguments().data() + first_argument,
@@ -438,29 +438,29 @@ Result callList(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 
 // --- The table: by the operation that its name means, and by operands ---------------------------
 
-using Evaluator = Result (*)(Interpreter&, Run& items, std::uint32_t depth);
-using Test = Truth (*)(Interpreter&, Run& items, std::uint32_t depth);
+using Evaluator = Result (*)(Interpreter&, Chunk& items, std::uint32_t depth);
+using Test = Truth (*)(Interpreter&, Chunk& items, std::uint32_t depth);
 
 // A condition that has no way of its own to tell its truth.
-Truth testByValue(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Truth testByValue(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return toTruth(evaluatorOf(items).evaluate(interpreter, items, depth));
 }
 
 // Counts the step of the list for evaluators that leave it to others.
 template <Evaluator evaluate>
-Result counted(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result counted(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
   return evaluate(interpreter, items, depth);
 }
 template <Test test>
-Truth countedTest(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Truth countedTest(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (!interpreter.countSteps(1, depth - 1)) return toTruth(interpreter.failLimits());
   return test(interpreter, items, depth);
 }
 
 // The same as long as the name of the list means `operation`. Special forms keep their names.
 template <Operation operation, Evaluator evaluate>
-Result guarded(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result guarded(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) != operation) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
   return counted<evaluate>(interpreter, items, depth);
@@ -512,7 +512,7 @@ constexpr FormEvaluator ofOperation() {
 
 // By the kinds of both operands.
 template <Operation operation, Operand first, Operand second, typename Outcome>
-Outcome numeric(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Outcome numeric(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if constexpr (first == Operand::Form) {
     return callNumericOfFirst<operation, second, Outcome>(interpreter, items, depth);
   } else if constexpr (second == Operand::Form) {

@@ -95,7 +95,7 @@ TEST_F(Exhaustion, FailsByComparingLongLists) {
 }
 
 TEST_F(Exhaustion, FailsByIndexingAListOfManyRuns) {
-  // Every element has a run of its own: the slot in front of its tail is always taken.
+  // Every element has a chunk of its own: the slot in front of its tail is always taken.
   const std::string build =
       "(SETQ S '($KVSEL 0)) " +
       loop(12000, "(CONS 0 (CDR S)) (SETQ S (CONS '$KVSEL (CONS I (CDR S))))");
@@ -197,14 +197,14 @@ TEST_F(Exhaustion, FailsByNewNames) {
 }
 
 TEST_F(Exhaustion, FailsByDroppingWhatItMakes) {
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   EXPECT_THAT(runAtOnce("(SETQ X nil) " + loop(15000, "(SETQ X (LIST I (LIST I I) (CONS I X)))") +
                         "(SETQ X nil)"),
               isValue("nil"));
   EXPECT_THAT(runAtOnce("(SETQ X '(1 2)) " + loop(15000, "(SETQ X (CONS X (CONS I X)))") + "(FOO)"),
               lisp_worker::testing_support::isEvalError("unsupported LISP function: FOO"));
   takeAllApart();
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 TEST_F(Exhaustion, FailsByLoopingForEver) {

@@ -29,7 +29,7 @@ bool isChain(const LispValue& form) {
   constexpr int kLinksMax = 8;
   const LispValue* operand = &form;
   for (int links = 0; links < kLinksMax && operandOf(*operand) == Operand::Form; ++links) {
-    const Run& link = runOf(operand->raw());
+    const Chunk& link = chunkOf(operand->raw());
     if (link.full_length != 2 || link.slots()[0].raw().tag() != Tag::Symbol ||
         operationOf(link) != Operation::Cdr) {
       return false;
@@ -48,7 +48,7 @@ FormShape shapeOfUnary(Operation operation, const LispValue& operand) {
 }
 
 // True when all arguments are variables and literals.
-bool hasAllAtHand(const Run& items) {
+bool hasAllAtHand(const Chunk& items) {
   return std::none_of(items.slots() + 1, items.slots() + items.full_length,
                       [](const LispValue& form) { return form.raw().tag() == Tag::List; });
 }
@@ -57,7 +57,7 @@ bool hasAllAtHand(const Run& items) {
 // functions that it calls assign to bindings of their own.
 bool mayAssign(const LispValue& form, std::uint32_t& budget) {
   if (form.raw().tag() != Tag::List || form.raw().length() == 0) return false;
-  const Run& items = runOf(form.raw());
+  const Chunk& items = chunkOf(form.raw());
   const RawValue& first = items.slots()[0].raw();
   if (first.tag() == Tag::Symbol) {
     if (symbolOf(first).operation == Operation::Setq) return true;
@@ -72,7 +72,7 @@ bool mayAssign(const LispValue& form, std::uint32_t& budget) {
 }
 
 // The same of the arguments of a call.
-bool mayAssign(const Run& items) {
+bool mayAssign(const Chunk& items) {
   constexpr std::uint32_t kFormsMax = 64;
   std::uint32_t budget = kFormsMax;
   const LispValue* const item = items.slots();
@@ -82,7 +82,7 @@ bool mayAssign(const Run& items) {
 
 }  // namespace
 
-FormShape shapeOf(const Run& items) {
+FormShape shapeOf(const Chunk& items) {
   countWork(items.full_length);
   const Operation operation = operationOf(items);
   if (!kHasSpecialShapes) return shapeOfOperation(operation);

@@ -1,7 +1,7 @@
 // What a list form looks like to the evaluator: found out when it is evaluated for the second time,
 // so that what the first time found is not asked again.
 //
-// A form has its shape in its run, where a digest would be: what is evaluated comes from program
+// A form has its shape in its chunk, where a digest would be: what is evaluated comes from program
 // text and is never compared, and nothing that can be compared is ever evaluated. A shape is an
 // index of kFormEvaluators (lisp/evaluate.h). What the form's name stands for is a part of it, and
 // is the one thing about a form that can change: so each evaluator begins with the question whether
@@ -90,8 +90,8 @@ inline constexpr FormShape kUnaryShapes =
 inline constexpr FormShape kShapeCount = shapeOfVariable(kLastUnary) + 1;
 
 // The name that a list begins with, and what it means now. It must begin with one.
-[[nodiscard]] inline Symbol& nameOf(const Run& items) { return symbolOf(items.slots()[0].raw()); }
-[[nodiscard]] inline Operation operationOf(const Run& items) { return nameOf(items).operation; }
+[[nodiscard]] inline Symbol& nameOf(const Chunk& items) { return symbolOf(items.slots()[0].raw()); }
+[[nodiscard]] inline Operation operationOf(const Chunk& items) { return nameOf(items).operation; }
 
 // False in a build for debugging (LISP_PLAIN_FORMS): there all forms of an operation have one
 // shape.
@@ -102,7 +102,7 @@ inline constexpr bool kHasSpecialShapes = true;
 #endif
 
 // The shape of a list that begins with a name whose operation is known.
-[[nodiscard]] FormShape shapeOf(const Run& items);
+[[nodiscard]] FormShape shapeOf(const Chunk& items);
 
 }  // namespace lisp
 

@@ -22,7 +22,7 @@ constexpr std::size_t kSlabsPerRequest = 32;
 void tidyUp() {
   decomposeEnvironments(kNodesPerRequest);
   decomposeFunctions(kLocalsPerRequest);
-  decomposeRuns(kElementsPerRequest);
+  decomposeChunks(kElementsPerRequest);
   storage::giveBack(kSlabsPerRequest);
   renewHaste();
   renewComparisons();
@@ -30,10 +30,10 @@ void tidyUp() {
 
 void takeApart(std::size_t count) {
   decomposeFunctions(count);
-  decomposeRuns(count);
+  decomposeChunks(count);
 }
 
-bool hasDeadValues() { return hasDeadRuns() || hasDeadFunctions(); }
+bool hasDeadValues() { return hasDeadChunks() || hasDeadFunctions(); }
 
 // Environments hold functions, functions hold lists and lists hold nothing else.
 void takeAllApart() {

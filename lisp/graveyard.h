@@ -3,10 +3,10 @@
 // A value can be of any size, so destroying one at once could delay a response, and by recursion
 // could run out of stack. So the last hold on a record only puts it into a chain, in O(1), and
 // taking a record apart puts what it held alone into its chain in turn. An example, with L the list
-// (1 (2 (3))): as L is dropped, its run waits; taking it apart releases its two elements, and the
-// run of (2 (3)) waits; and so on. Three kinds of records wait, each in a chain of its own:
+// (1 (2 (3))): as L is dropped, its chunk waits; taking it apart releases its two elements, and the
+// chunk of (2 (3)) waits; and so on. Three kinds of records wait, each in a chain of its own:
 //
-//   runs of lists        lisp/list.cc            an allocation of n elements takes 2n+2 apart
+//   chunks of lists      lisp/list.cc            an allocation of n elements takes 2n+2 apart
 //   environment nodes    lisp/environment.cc     each new node takes two apart
 //   user functions       lisp/user_function.cc   each new function takes twice its locals apart
 //

@@ -98,7 +98,7 @@ EvalOutcome Interpreter::takeFailure() {
   return outcome;
 }
 
-UserFunction* Interpreter::makeFunction(Run& items) {
+UserFunction* Interpreter::makeFunction(Chunk& items) {
   UserFunction* function = UserFunction::findPrepared(items);
   if (function == nullptr) {
     const auto kept = definitions_.find(&items);

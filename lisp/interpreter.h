@@ -141,7 +141,7 @@ class Interpreter {
   [[nodiscard]] PlainStack<RawValue>& arguments() { return arguments_; }
   // What a DEFUN form defines, with a hold for the caller; null when a parameter is not a symbol.
   // Its third element must be a list, and there must be a fourth.
-  [[nodiscard]] UserFunction* makeFunction(Run& items);
+  [[nodiscard]] UserFunction* makeFunction(Chunk& items);
 
  private:
   [[gnu::cold]] Result failWith(OutcomeKind kind, std::string_view message,
@@ -159,7 +159,7 @@ class Interpreter {
   HostCallWaiter* waiter_;
   std::size_t replay_cursor_ = 0;
   // What DEFUN forms with long parameter lists made, by form, so that a loop of DEFUN is cheap.
-  std::unordered_map<const Run*, UserFunction*> definitions_;  // Holds the functions.
+  std::unordered_map<const Chunk*, UserFunction*> definitions_;  // Holds the functions.
 
   Observer* observer_ = nullptr;
 

@@ -31,15 +31,15 @@ using lisp_worker::testing_support::Random;
 struct Held {
   std::size_t symbols = symbolCount();
   std::size_t texts = textCount();
-  std::size_t runs = runCount();
+  std::size_t chunks = chunkCount();
   std::size_t bytes = storage::liveBytes();
 
   bool operator==(const Held&) const = default;
 };
 
 std::ostream& operator<<(std::ostream& out, const Held& held) {
-  return out << held.symbols << " symbols, " << held.texts << " texts, " << held.runs << " runs, "
-             << held.bytes << " bytes";
+  return out << held.symbols << " symbols, " << held.texts << " texts, " << held.chunks
+             << " chunks, " << held.bytes << " bytes";
 }
 
 Held held() {

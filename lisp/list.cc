@@ -1,6 +1,6 @@
-// Runs: making, prepending, finding, taking apart. (CONS 1 L) claims the free slot in front of the
-// first element of L if there is one. Otherwise it makes a new linked run, whose tail is the run
-// of L.
+// Chunks: making, prepending, finding, taking apart. (CONS 1 L) claims the free slot in front of
+// the first element of L if there is one. Otherwise it makes a new linked chunk, whose tail is the
+// chunk of L.
 
 #include "lisp/list.h"
 
@@ -15,183 +15,184 @@
 namespace lisp {
 namespace {
 
-// A run that CONS makes has room for twice as many elements as the run that it continues, up to the
-// first of these: long lists cost few allocations and short ones little room. That holds for the
-// first run that continues another. Further ones, and those that begin in the middle of another run
-// or continue a flat one, begin small: a program could make thousands of them and use none.
+// A chunk that CONS makes has room for twice as many elements as the chunk that it continues, up to
+// the first of these: long lists cost few allocations and short ones little room. That holds for
+// the first chunk that continues another. Further ones, and those that begin in the middle of
+// another chunk or continue a flat one, begin small: a program could make thousands of them and use
+// none.
 constexpr std::uint32_t kLinkedCapacityMax = 16;
 constexpr std::uint32_t kFirstCapacityMax = 4;
 constexpr std::uint32_t kBranchCapacity = 2;
 
-// Elements of a dead run that are released before what was in them is taken apart.
+// Elements of a dead chunk that are released before what was in them is taken apart.
 constexpr std::size_t kElementsAtOnce = 4;
 
-std::size_t run_count = 0;
+std::size_t chunk_count = 0;
 
-// The run that is next taken apart, or further taken apart.
-constinit Run* dead_runs = nullptr;
+// The chunk that is next taken apart, or further taken apart.
+constinit Chunk* dead_chunks = nullptr;
 
 constinit std::size_t haste_left = kHasteMax;
 
-constexpr Run makeEmptyRun() {
-  Run run;
-  run.setShape(kEmptyListShape);
-  return run;
+constexpr Chunk makeEmptyChunk() {
+  Chunk chunk;
+  chunk.setShape(kEmptyListShape);
+  return chunk;
 }
 
-// The empty list's run is shared by all and never retired: its own reference stays.
-Run& emptyRun() {
-  static constinit Run run = makeEmptyRun();
-  return run;
+// The empty list's chunk is shared by all and never retired: its own reference stays.
+Chunk& emptyChunk() {
+  static constinit Chunk chunk = makeEmptyChunk();
+  return chunk;
 }
 
-constexpr std::size_t runSize(std::size_t capacity, std::size_t hashes) {
-  return sizeof(Run) + capacity * sizeof(LispValue) + hashes * sizeof(std::uint64_t);
+constexpr std::size_t chunkSize(std::size_t capacity, std::size_t hashes) {
+  return sizeof(Chunk) + capacity * sizeof(LispValue) + hashes * sizeof(std::uint64_t);
 }
 constexpr std::size_t flatSize(std::size_t capacity) {
-  return runSize(capacity, capacity > 2 ? capacity - 2 : 0);
+  return chunkSize(capacity, capacity > 2 ? capacity - 2 : 0);
 }
 constexpr std::size_t linkedSize(std::size_t capacity) {
-  return sizeof(RunLink) + runSize(capacity, capacity - 1);
+  return sizeof(ChunkLink) + chunkSize(capacity, capacity - 1);
 }
 
 // Takes apart what an allocation of so many elements is to take.
 void decomposeFor(std::uint32_t capacity) {
-  if (dead_runs == nullptr) return;
+  if (dead_chunks == nullptr) return;
   const std::size_t units = std::size_t{capacity} + 1;
   const std::size_t more = std::min(14 * units, haste_left);
   haste_left -= more;
-  decomposeRuns(2 * units + more);
+  decomposeChunks(2 * units + more);
 }
 
-Run* allocateFlat(std::uint32_t capacity) {
+Chunk* allocateFlat(std::uint32_t capacity) {
   decomposeFor(capacity);
-  auto* const run = new (storage::allocate(flatSize(capacity))) Run;
-  run->full_length = capacity;
-  ++run_count;
-  return run;
+  auto* const chunk = new (storage::allocate(flatSize(capacity))) Chunk;
+  chunk->full_length = capacity;
+  ++chunk_count;
+  return chunk;
 }
 
-Run* allocateLinked(std::uint32_t capacity) {
+Chunk* allocateLinked(std::uint32_t capacity) {
   decomposeFor(capacity);
-  auto* const link = new (storage::allocate(linkedSize(capacity))) RunLink;
-  ++run_count;
-  return new (link + 1) Run;
+  auto* const link = new (storage::allocate(linkedSize(capacity))) ChunkLink;
+  ++chunk_count;
+  return new (link + 1) Chunk;
 }
 
-void deallocateRun(Run& run) {
-  --run_count;
-  if (!run.isLinked()) {
-    storage::deallocate(&run, flatSize(run.capacity()));
+void deallocateChunk(Chunk& chunk) {
+  --chunk_count;
+  if (!chunk.isLinked()) {
+    storage::deallocate(&chunk, flatSize(chunk.capacity()));
   } else {
-    storage::deallocate(&linkOf(run), linkedSize(run.capacity()));
+    storage::deallocate(&linkOf(chunk), linkedSize(chunk.capacity()));
   }
 }
 
 // The first slot in use.
-std::uint32_t firstSlot(const Run& run) {
-  assert(run.fullLength() >= (run.isLinked() ? linkOf(run).front_length : 0));
-  return run.isLinked() ? run.fullLength() - linkOf(run).front_length : 0;
+std::uint32_t firstSlot(const Chunk& chunk) {
+  assert(chunk.fullLength() >= (chunk.isLinked() ? linkOf(chunk).front_length : 0));
+  return chunk.isLinked() ? chunk.fullLength() - linkOf(chunk).front_length : 0;
 }
 
 // Lists up to this many elements are looked through for lists among them.
 constexpr std::uint32_t kLeafLengthMax = 16;
 
-// True when the run is a flat one of atoms, such as a point.
-bool isLeaf(const Run& run) {
-  if (run.full_length > kLeafLengthMax) return false;  // So is a linked one.
-  // The whole run: it holds the elements before those in view, too.
-  return std::none_of(run.slots(), run.slots() + run.full_length, [](const LispValue& value) {
+// True when the chunk is a flat one of atoms, such as a point.
+bool isLeaf(const Chunk& chunk) {
+  if (chunk.full_length > kLeafLengthMax) return false;  // So is a linked one.
+  // The whole chunk: it holds the elements before those in view, too.
+  return std::none_of(chunk.slots(), chunk.slots() + chunk.full_length, [](const LispValue& value) {
     return value.raw().tag() == Tag::List && value.raw().length() != 0;
   });
 }
 
-// True when `element` leads to no run but perhaps a leaf.
+// True when `element` leads to no chunk but perhaps a leaf.
 bool leadsToNoList(const RawValue& element) {
-  return element.tag() != Tag::List || element.length() == 0 || isLeaf(runOf(element));
+  return element.tag() != Tag::List || element.length() == 0 || isLeaf(chunkOf(element));
 }
 
-std::uint32_t depthOf(const Run& run) { return run.isLinked() ? linkOf(run).depth : 0; }
+std::uint32_t depthOf(const Chunk& chunk) { return chunk.isLinked() ? linkOf(chunk).depth : 0; }
 
-// Skew-binary jump pointers (Myers, "An applicative random-access stack"): the jump of a run leads
-// to where its tail's jump leads on when two equal jumps meet, and to its tail otherwise, so that a
-// walk to any depth takes a number of steps logarithmic in the number of runs.
-void linkTo(Run& run, Run& tail) {
-  RunLink& link = linkOf(run);
+// Skew-binary jump pointers (Myers, "An applicative random-access stack"): the jump of a chunk
+// leads to where its tail's jump leads on when two equal jumps meet, and to its tail otherwise, so
+// that a walk to any depth takes a number of steps logarithmic in the number of chunks.
+void linkTo(Chunk& chunk, Chunk& tail) {
+  ChunkLink& link = linkOf(chunk);
   link.tail = &tail;
   link.jump = &tail;
   link.depth = depthOf(tail) + 1;
   if (!tail.isLinked()) return;
-  const Run& middle = *linkOf(tail).jump;
+  const Chunk& middle = *linkOf(tail).jump;
   if (!middle.isLinked()) return;
-  Run& far = *linkOf(middle).jump;
+  Chunk& far = *linkOf(middle).jump;
   if (depthOf(tail) - depthOf(middle) == depthOf(middle) - depthOf(far)) link.jump = &far;
 }
 
-// Puts `element` in front of what the run shows, into the slot there; `hash` is that of the list
+// Puts `element` in front of what the chunk shows, into the slot there; `hash` is that of the list
 // that begins there.
-inline RawValue claimSlot(Run& run, std::uint32_t slot, RawValue element, std::uint64_t hash) {
-  const std::uint32_t length = run.fullLength() - slot;
-  assert(length > run.tailLength());
-  linkOf(run).front_length = length;
-  (slot == 0 ? frontHash(run) : run.hashes()[slot - 1]) = hash;
-  new (run.slots() + slot) LispValue(LispValue::adopt(element));
-  return RawValue::ofList(run, length);
+inline RawValue claimSlot(Chunk& chunk, std::uint32_t slot, RawValue element, std::uint64_t hash) {
+  const std::uint32_t length = chunk.fullLength() - slot;
+  assert(length > chunk.tailLength());
+  linkOf(chunk).front_length = length;
+  (slot == 0 ? frontHash(chunk) : chunk.hashes()[slot - 1]) = hash;
+  new (chunk.slots() + slot) LispValue(LispValue::adopt(element));
+  return RawValue::ofList(chunk, length);
 }
 
-// The room of a run that continues in `tail` with a list of `length` elements.
-std::uint32_t capacityOnto(Run& tail, std::uint32_t length) {
+// The room of a chunk that continues in `tail` with a list of `length` elements.
+std::uint32_t capacityOnto(Chunk& tail, std::uint32_t length) {
   if (!tail.isLinked()) return std::min(kFirstCapacityMax, 2 * length);
-  RunLink& link = linkOf(tail);
+  ChunkLink& link = linkOf(tail);
   if (length != tail.fullLength() || link.is_continued) return kBranchCapacity;
   link.is_continued = true;
   return std::min(kLinkedCapacityMax, 2 * (length - link.tail_length));
 }
 
-// `element` in front of `list`, which is not empty, in a run of its own. An element that may lead
-// back to the run of the list must not stand in that run, which would hold itself for ever; after
-// such a one there are no free slots.
-RawValue prependRun(RawValue element, RawValue list, bool may_share) {
+// `element` in front of `list`, which is not empty, in a chunk of its own. An element that may lead
+// back to the chunk of the list must not stand in that chunk, which would hold itself for ever;
+// after such a one there are no free slots.
+RawValue prependChunk(RawValue element, RawValue list, bool may_share) {
   ensureDigest(element);
   const std::uint64_t hash = extendHash(listHash(list), element);
-  Run& tail = runOf(list);
+  Chunk& tail = chunkOf(list);
   const std::uint32_t capacity = may_share ? capacityOnto(tail, list.length()) : 1;
-  Run& run = *allocateLinked(capacity);
-  run.full_length = (list.length() + capacity) | Run::kLinked;
-  linkOf(run).tail_length = list.length();
-  linkOf(run).is_continued = false;
-  linkTo(run, tail);
-  return claimSlot(run, capacity - 1, element, hash);
+  Chunk& chunk = *allocateLinked(capacity);
+  chunk.full_length = (list.length() + capacity) | Chunk::kLinked;
+  linkOf(chunk).tail_length = list.length();
+  linkOf(chunk).is_continued = false;
+  linkTo(chunk, tail);
+  return claimSlot(chunk, capacity - 1, element, hash);
 }
 
 }  // namespace
 
-const Run& findRun(const Run& run, std::uint32_t remaining) {
-  assert(remaining >= 1 && remaining <= run.fullLength());
-  const Run* at = &run;
+const Chunk& findChunk(const Chunk& chunk, std::uint32_t remaining) {
+  assert(remaining >= 1 && remaining <= chunk.fullLength());
+  const Chunk* at = &chunk;
   while (remaining <= at->tailLength()) {
     countWork();
-    const RunLink& link = linkOf(*at);
+    const ChunkLink& link = linkOf(*at);
     at = remaining <= link.jump->tailLength() ? link.jump : link.tail;
   }
   return *at;
 }
 
 RawValue emptyList() {
-  const RawValue raw = RawValue::ofList(emptyRun(), 0);
+  const RawValue raw = RawValue::ofList(emptyChunk(), 0);
   retain(raw);
   return raw;
 }
 
 RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   if (count == 0) return emptyList();
-  assert(count < Run::kLinked);
+  assert(count < Chunk::kLinked);
   countWork(count);
-  Run* const run = allocateFlat(static_cast<std::uint32_t>(count));
-  run->setShape(kUnseenShape);
-  auto* const slots = reinterpret_cast<RawValue*>(run->slots());
+  Chunk* const chunk = allocateFlat(static_cast<std::uint32_t>(count));
+  chunk->setShape(kUnseenShape);
+  auto* const slots = reinterpret_cast<RawValue*>(chunk->slots());
   for (std::size_t i = 0; i < count; ++i) copyWords(slots[i], elements[i]);
-  return RawValue::ofList(*run, run->full_length);
+  return RawValue::ofList(*chunk, chunk->full_length);
 }
 
 RawValue makeList(const RawValue* elements, std::size_t count) {
@@ -199,7 +200,7 @@ RawValue makeList(const RawValue* elements, std::size_t count) {
   const bool holds_lists = std::any_of(elements, elements + count, [](const RawValue& element) {
     return element.tag() == Tag::List;
   });
-  if (holds_lists) digest(runOf(list));
+  if (holds_lists) digest(chunkOf(list));
   return list;
 }
 
@@ -209,25 +210,28 @@ RawValue prepend(RawValue element, RawValue list) {
     return makeList(&element, 1);
   }
   countWork();
-  Run& run = runOf(list);
-  const std::uint32_t slot = run.fullLength() - list.length();  // That of the list's first element.
+  Chunk& chunk = chunkOf(list);
+  const std::uint32_t slot =
+      chunk.fullLength() - list.length();  // That of the list's first element.
   const bool may_share = leadsToNoList(element);
-  if (!may_share || slot == 0 || !run.isLinked() || linkOf(run).front_length != list.length()) {
-    return prependRun(element, list, may_share);
+  if (!may_share || slot == 0 || !chunk.isLinked() || linkOf(chunk).front_length != list.length()) {
+    return prependChunk(element, list, may_share);
   }
   ensureDigest(element);
-  return claimSlot(run, slot - 1, element, extendHash(run.hashes()[slot - 1], element));
+  return claimSlot(chunk, slot - 1, element, extendHash(chunk.hashes()[slot - 1], element));
 }
 
 RawValue restElsewhere(const RawValue& list) {
   const std::uint32_t length = list.length() - 1;
   if (length == 0) return emptyList();
-  Run& run = runOf(list);
-  RawValue rest = RawValue::ofList(length == run.tailLength() ? *linkOf(run).tail : run, length);
-  const RawValue& element = runOf(rest).own(length).raw();
-  if (length == 1 && &runOf(rest) == &run && element.tag() == Tag::List && element.length() != 0) {
+  Chunk& chunk = chunkOf(list);
+  RawValue rest =
+      RawValue::ofList(length == chunk.tailLength() ? *linkOf(chunk).tail : chunk, length);
+  const RawValue& element = chunkOf(rest).own(length).raw();
+  if (length == 1 && &chunkOf(rest) == &chunk && element.tag() == Tag::List &&
+      element.length() != 0) {
     // The hash of this list would be made from its element's whenever it is asked for, and so, if
-    // that is such a list too, from all that nest in it. In a run of its own it is kept.
+    // that is such a list too, from all that nest in it. In a chunk of its own it is kept.
     retain(element);
     return makeList(&element, 1);
   }
@@ -235,45 +239,45 @@ RawValue restElsewhere(const RawValue& list) {
   return rest;
 }
 
-void bury(Run& run) {
-  assert(run.references == 0);
-  releaseEquality(run);
-  run.references = firstSlot(run);
-  run.next_dead = dead_runs;
-  dead_runs = &run;
+void bury(Chunk& chunk) {
+  assert(chunk.references == 0);
+  releaseEquality(chunk);
+  chunk.references = firstSlot(chunk);
+  chunk.next_dead = dead_chunks;
+  dead_chunks = &chunk;
 }
 
-// A few elements of a run at once, so that the memory of the lists among them is fetched together,
-// and then those of them that nobody holds, while they are in the cache.
-void decomposeRuns(std::size_t units) {
-  if (dead_runs == nullptr) return;  // Before registers are saved.
-  while (units > 0 && dead_runs != nullptr) {
-    Run& run = *dead_runs;
-    const LispValue* const slot = run.slots() + run.references;
-    const std::size_t left = run.capacity() - run.references;
+// A few elements of a chunk at once, so that the memory of the lists among them is fetched
+// together, and then those of them that nobody holds, while they are in the cache.
+void decomposeChunks(std::size_t units) {
+  if (dead_chunks == nullptr) return;  // Before registers are saved.
+  while (units > 0 && dead_chunks != nullptr) {
+    Chunk& chunk = *dead_chunks;
+    const LispValue* const slot = chunk.slots() + chunk.references;
+    const std::size_t left = chunk.capacity() - chunk.references;
     const std::size_t count = std::min({left, kElementsAtOnce, units});
     countWork(count + 1);
     units -= count;
     const bool is_done = count == left && units > 0;
     if (is_done) {
-      dead_runs = run.next_dead;
+      dead_chunks = chunk.next_dead;
       --units;
     } else {
-      run.references += static_cast<std::uint32_t>(count);
+      chunk.references += static_cast<std::uint32_t>(count);
     }
     for (std::size_t i = count; i-- > 0;) release(slot[i].raw());
     if (!is_done) continue;
-    if (run.isLinked() && --linkOf(run).tail->references == 0) bury(*linkOf(run).tail);
-    deallocateRun(run);
+    if (chunk.isLinked() && --linkOf(chunk).tail->references == 0) bury(*linkOf(chunk).tail);
+    deallocateChunk(chunk);
   }
 }
 
-bool hasDeadRuns() { return dead_runs != nullptr; }
+bool hasDeadChunks() { return dead_chunks != nullptr; }
 
 std::size_t hasteLeft() { return haste_left; }
 
 void renewHaste(std::size_t count) { haste_left = count; }
 
-std::size_t runCount() { return run_count; }
+std::size_t chunkCount() { return chunk_count; }
 
 }  // namespace lisp

@@ -1,18 +1,19 @@
-// How lists are stored: runs of contiguous elements, with shared tails.
+// How lists are stored: chunks of contiguous elements, with shared tails.
 //
-// A list value is a run and a number of elements k. Elements are named by how many remain from them
-// to the end of the list, themselves included: the first element of the value has k remaining, the
-// last has 1. That number never changes as lists are put together in front, so it names the same
-// element for every list that shares it.
+// A list value is a chunk and a number of elements k. Elements are named by how many remain from
+// them to the end of the list, themselves included: the first element of the value has k remaining,
+// the last has 1. That number never changes as lists are put together in front, so it names the
+// same element for every list that shares it.
 //
-// A run holds the elements with full length >= remaining > tail length; the element with r
-// remaining stands at slot full length - r. A flat run (from the reader or LIST) has no tail. A
-// linked run (from CONS) continues in its tail run at the tail length. So CDR only lowers k, moving
-// on to the tail where it begins, and CONS either claims the free slot in front of its argument's
-// first element or makes a run of one element and a few free slots. Only atoms and lists of atoms
-// claim slots: any other element might lead back to the very run, which would then hold itself.
+// A chunk holds the elements with full length >= remaining > tail length; the element with r
+// remaining stands at slot full length - r. A flat chunk (from the reader or LIST) has no tail. A
+// linked chunk (from CONS) continues in its tail chunk at the tail length. So CDR only lowers k,
+// moving on to the tail where it begins, and CONS either claims the free slot in front of its
+// argument's first element or makes a chunk of one element and a few free slots. Only atoms and
+// lists of atoms claim slots: any other element might lead back to the very chunk, which would then
+// hold itself.
 //
-// A run that is no longer held is not destroyed at once: it waits in the graveyard
+// A chunk that is no longer held is not destroyed at once: it waits in the graveyard
 // (lisp/graveyard.h). Every allocation of n elements frees 2n + 2 dead elements, or 16n + 16 while
 // the request's haste lasts. Haste gives back what one large program made long before as much is
 // made again: then slabs are empty when they are used again, and lists that are made one after
@@ -37,38 +38,38 @@ using FormShape = std::uint32_t;
 inline constexpr FormShape kUnseenShape = 0;
 inline constexpr FormShape kEmptyListShape = 1;
 
-// The head of a run; `capacity()` slots follow it, and then hashes: for every slot in use, that of
-// the list that begins there (lisp/list_hash.h), but for slot 0, which has its hash in the head,
-// and for the last slot of a flat run, whose hash is soon made. Slots in use are initialised.
+// The head of a chunk; `capacity()` slots follow it, and then hashes: for every slot in use, that
+// of the list that begins there (lisp/list_hash.h), but for slot 0, which has its hash in the head,
+// and for the last slot of a flat chunk, whose hash is soon made. Slots in use are initialised.
 //
-// Hashes are the run's digest. A list of atoms and what the reader makes have none until it is
+// Hashes are the chunk's digest. A list of atoms and what the reader makes have none until it is
 // asked for, or until the run that made them has ended and they stay: of most of these neither
-// comes. What a run leads to has a digest if it has one.
+// comes. What a chunk leads to has a digest if it has one.
 //
-// In the graveyard a run has no references, and the number of them is that of the slots that no
+// In the graveyard a chunk has no references, and the number of them is that of the slots that no
 // longer hold their element.
-struct Run : Counted {
+struct Chunk : Counted {
   static constexpr std::uint32_t kLinked = 0x80000000;
   static constexpr std::uint64_t kSearched = 0x80000000;
   static constexpr std::uint32_t kFormNumberMax = (1U << 29) - 1;
 
-  // What remains from slot 0 on, of a flat run: lists of 2^31 elements would take 32 GiB. A linked
-  // run has kLinked besides.
+  // What remains from slot 0 on, of a flat chunk: lists of 2^31 elements would take 32 GiB. A
+  // linked chunk has kLinked besides.
   std::uint32_t full_length = 0;
-  // The hash of slot 0, which is odd; or the run's node (lisp/equality.h), which the run holds and
-  // which has that hash; or, without a digest and for the empty list, the shape in the upper half,
-  // and in the lower a bit that no node's address has, and above it the number of an observed form
-  // and kSearched; or, in the graveyard, the next run. The compilers that build this let one member
-  // be read as another.
+  // The hash of slot 0, which is odd; or the chunk's node (lisp/equality.h), which the chunk holds
+  // and which has that hash; or, without a digest and for the empty list, the shape in the upper
+  // half, and in the lower a bit that no node's address has, and above it the number of an observed
+  // form and kSearched; or, in the graveyard, the next chunk. The compilers that build this let one
+  // member be read as another.
   union {
     std::uint64_t front = 1;
     EqualityNode* node;
-    Run* next_dead;
+    Chunk* next_dead;
   };
 
   [[nodiscard]] bool hasDigest() const { return (front & 3) != 2; }
   [[nodiscard]] bool hasNode() const { return (front & 3) == 0; }
-  // How a run without a digest is evaluated.
+  // How a chunk without a digest is evaluated.
   [[nodiscard]] FormShape shape() const {
     assert(!hasDigest());
     return static_cast<FormShape>(front >> 32);
@@ -82,7 +83,7 @@ struct Run : Counted {
     assert(!hasDigest());
     return static_cast<std::uint32_t>(front & ~kSearched) >> 2;
   }
-  // Whether UserFunction::prepare has been here, of a run without a digest.
+  // Whether UserFunction::prepare has been here, of a chunk without a digest.
   [[nodiscard]] bool isSearched() const {
     assert(!hasDigest());
     return (front & kSearched) != 0;
@@ -109,52 +110,54 @@ struct Run : Counted {
   [[nodiscard]] const std::uint64_t* hashes() const {
     return reinterpret_cast<const std::uint64_t*>(slots() + capacity());
   }
-  // True when the run itself holds the element with `remaining` and the slot is in use.
+  // True when the chunk itself holds the element with `remaining` and the slot is in use.
   [[nodiscard]] bool isInUse(std::uint32_t remaining) const;
-  // The element from which `remaining` elements remain; it must be one of this run's own.
+  // The element from which `remaining` elements remain; it must be one of this chunk's own.
   [[nodiscard]] const LispValue& own(std::uint32_t remaining) const {
     assert(isInUse(remaining));
     return slots()[fullLength() - remaining];
   }
 };
 
-// What stands before the head of a linked run.
-struct RunLink {
-  Run* tail;                   // Holds it.
-  Run* jump;                   // A run further down the chain of tails; borrowed from the chain.
-  std::uint32_t depth;         // Number of tails below this run.
-  std::uint32_t front_length;  // What remains from the run's first element in use.
+// What stands before the head of a linked chunk.
+struct ChunkLink {
+  Chunk* tail;                 // Holds it.
+  Chunk* jump;                 // A chunk further down the chain of tails; borrowed from the chain.
+  std::uint32_t depth;         // Number of tails below this chunk.
+  std::uint32_t front_length;  // What remains from the chunk's first element in use.
   std::uint32_t tail_length;   // Elements of the list that follow in the tail.
-  bool is_continued;           // A run with room for more elements continues in this one.
+  bool is_continued;           // A chunk with room for more elements continues in this one.
 };
 
-static_assert(sizeof(Run) == 16 && sizeof(RunLink) == 32);
+static_assert(sizeof(Chunk) == 16 && sizeof(ChunkLink) == 32);
 
-// The run in which a list begins.
-[[nodiscard]] inline Run& runOf(const RawValue& raw) {
+// The chunk in which a list begins.
+[[nodiscard]] inline Chunk& chunkOf(const RawValue& raw) {
   assert(raw.tag() == Tag::List);
-  return *static_cast<Run*>(raw.record);
+  return *static_cast<Chunk*>(raw.record);
 }
-// The link of a linked run.
-[[nodiscard]] inline RunLink& linkOf(Run& run) {
-  assert(run.isLinked());
-  return reinterpret_cast<RunLink*>(&run)[-1];
+// The link of a linked chunk.
+[[nodiscard]] inline ChunkLink& linkOf(Chunk& chunk) {
+  assert(chunk.isLinked());
+  return reinterpret_cast<ChunkLink*>(&chunk)[-1];
 }
-[[nodiscard]] inline const RunLink& linkOf(const Run& run) {
-  assert(run.isLinked());
-  return reinterpret_cast<const RunLink*>(&run)[-1];
+[[nodiscard]] inline const ChunkLink& linkOf(const Chunk& chunk) {
+  assert(chunk.isLinked());
+  return reinterpret_cast<const ChunkLink*>(&chunk)[-1];
 }
 
-inline std::uint32_t Run::tailLength() const { return isLinked() ? linkOf(*this).tail_length : 0; }
+inline std::uint32_t Chunk::tailLength() const {
+  return isLinked() ? linkOf(*this).tail_length : 0;
+}
 
-inline bool Run::isInUse(std::uint32_t remaining) const {
+inline bool Chunk::isInUse(std::uint32_t remaining) const {
   return remaining > tailLength() &&
          remaining <= (isLinked() ? linkOf(*this).front_length : full_length);
 }
 
-// The run that holds the element with `remaining` of a list that begins in `run`, found in
-// O(log runs): `remaining` must be from 1 to the list's length.
-[[nodiscard]] const Run& findRun(const Run& run, std::uint32_t remaining);
+// The chunk that holds the element with `remaining` of a list that begins in `chunk`, found in
+// O(log chunks): `remaining` must be from 1 to the list's length.
+[[nodiscard]] const Chunk& findChunk(const Chunk& chunk, std::uint32_t remaining);
 
 // A list of `count` elements; takes over the hold on each. It has a digest if there are lists among
 // them.
@@ -170,26 +173,26 @@ inline bool Run::isInUse(std::uint32_t remaining) const {
 // `element` in front of the elements of `list`; takes over both holds. O(1).
 [[nodiscard]] RawValue prepend(RawValue element, RawValue list);
 
-// For restOf: the rest that is in another run, has one element or has none.
+// For restOf: the rest that is in another chunk, has one element or has none.
 [[nodiscard]] RawValue restElsewhere(const RawValue& list);
 
 // The elements after the first of `list`, which must not be empty; a further hold. O(1).
 [[nodiscard]] inline RawValue restOf(const RawValue& list) {
   assert(list.length() > 0);
-  Run& run = runOf(list);
+  Chunk& chunk = chunkOf(list);
   const std::uint32_t length = list.length() - 1;
-  if (length <= 1 || length == run.tailLength()) return restElsewhere(list);
-  ++run.references;
-  return RawValue::ofList(run, length);
+  if (length <= 1 || length == chunk.tailLength()) return restElsewhere(list);
+  ++chunk.references;
+  return RawValue::ofList(chunk, length);
 }
 
-// The graveyard's part for runs (lisp/graveyard.h).
+// The graveyard's part for chunks (lisp/graveyard.h).
 
-// Puts a run that nobody holds into the graveyard.
-void bury(Run& run);
-// Takes at most `units` elements and heads of dead runs apart.
-void decomposeRuns(std::size_t units);
-[[nodiscard]] bool hasDeadRuns();
+// Puts a chunk that nobody holds into the graveyard.
+void bury(Chunk& chunk);
+// Takes at most `units` elements and heads of dead chunks apart.
+void decomposeChunks(std::size_t units);
+[[nodiscard]] bool hasDeadChunks();
 // The elements that allocations may yet take apart in haste, in this request; kHasteMax as it
 // begins.
 inline constexpr std::size_t kHasteMax = 1'000'000;
@@ -197,7 +200,7 @@ inline constexpr std::size_t kHasteMax = 1'000'000;
 void renewHaste(std::size_t count = kHasteMax);
 
 // Runs alive or in the graveyard; tests watch it for growth.
-[[nodiscard]] std::size_t runCount();
+[[nodiscard]] std::size_t chunkCount();
 
 }  // namespace lisp
 

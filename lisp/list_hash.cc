@@ -1,5 +1,5 @@
-// The digest of a run is made from its end to its front, one step for each element. Lists among
-// the elements need theirs first; a stack of waiting runs sees to that without recursion.
+// The digest of a chunk is made from its end to its front, one step for each element. Lists among
+// the elements need theirs first; a stack of waiting chunks sees to that without recursion.
 
 #include "lisp/list_hash.h"
 
@@ -10,29 +10,29 @@
 namespace lisp {
 namespace {
 
-// Appends the runs among the elements of `run` that have no digest to `waiting`; true when there is
-// none.
-bool isReady(const Run& run, PlainStack<Run*>& waiting) {
+// Appends the chunks among the elements of `chunk` that have no digest to `waiting`; true when
+// there is none.
+bool isReady(const Chunk& chunk, PlainStack<Chunk*>& waiting) {
   const std::size_t waiting_count = waiting.size();
-  for (std::uint32_t i = 0; i < run.full_length; ++i) {
-    const RawValue& element = run.slots()[i].raw();
-    if (lacksDigest(element)) waiting.push(&runOf(element));
+  for (std::uint32_t i = 0; i < chunk.full_length; ++i) {
+    const RawValue& element = chunk.slots()[i].raw();
+    if (lacksDigest(element)) waiting.push(&chunkOf(element));
   }
-  countWork(run.full_length);
+  countWork(chunk.full_length);
   return waiting.size() == waiting_count;
 }
 
-// Makes the digest of a flat run from those of its elements.
-void digestReady(Run& run) {
+// Makes the digest of a flat chunk from those of its elements.
+void digestReady(Chunk& chunk) {
   const HashKey& key = hashKey();
-  const std::uint32_t count = run.full_length;
+  const std::uint32_t count = chunk.full_length;
   std::uint64_t hash = key.seed;
   for (std::uint32_t i = count; i-- > 0;) {
-    const RawValue& element = run.slots()[i].raw();
+    const RawValue& element = chunk.slots()[i].raw();
     hash = extendHash(hash, element, key);
-    if (i > 0 && i + 1 < count) run.hashes()[i - 1] = hash;
+    if (i > 0 && i + 1 < count) chunk.hashes()[i - 1] = hash;
   }
-  run.front = hash;
+  chunk.front = hash;
   countWork(count);
 }
 
@@ -44,11 +44,11 @@ void digestReady(Run& run) {
 
 HashKey drawHashKey() { return {drawHashPoint(), drawHashPoint() << 3 | 1, drawHashPoint() << 3}; }
 
-void digest(Run& run) {
-  PlainStack<Run*> waiting;
-  while (!isReady(run, waiting)) {
+void digest(Chunk& chunk) {
+  PlainStack<Chunk*> waiting;
+  while (!isReady(chunk, waiting)) {
     while (waiting.size() > 0) {
-      Run& next = *waiting.top();
+      Chunk& next = *waiting.top();
       if (!next.hasDigest()) {
         if (!isReady(next, waiting)) continue;
         digestReady(next);
@@ -56,7 +56,7 @@ void digest(Run& run) {
       waiting.truncate(waiting.size() - 1);
     }
   }
-  digestReady(run);
+  digestReady(chunk);
 }
 
 }  // namespace lisp

@@ -1,11 +1,11 @@
 // Hashes of lists, which tell almost all unequal lists apart without a look at their elements.
 //
 // A list's hash is made element by element from its end to its front, with a secret drawn at start.
-// In a run with a digest every element has beside it the hash of the list that begins there, so the
-// hash of any such list is at hand, and that of a new list takes one step for each of its elements,
-// however deep they are. The hashes of lists with elements are odd. Equal lists have equal hashes;
-// two lists that somebody chose to be different have equal ones about once in 2^60 times, and then
-// a comparison walks them in vain.
+// In a chunk with a digest every element has beside it the hash of the list that begins there, so
+// the hash of any such list is at hand, and that of a new list takes one step for each of its
+// elements, however deep they are. The hashes of lists with elements are odd. Equal lists have
+// equal hashes; two lists that somebody chose to be different have equal ones about once in 2^60
+// times, and then a comparison walks them in vain.
 
 #ifndef LISP_LIST_HASH_H_
 #define LISP_LIST_HASH_H_
@@ -40,27 +40,28 @@ inline constexpr std::uint64_t kNanHash = 1;
 
 [[nodiscard]] inline std::uint64_t emptyListHash() { return hashKey().seed; }
 
-// Makes the digest of a run that has none, and of those that it leads to. Linear in their elements.
-void digest(Run& run);
+// Makes the digest of a chunk that has none, and of those that it leads to. Linear in their
+// elements.
+void digest(Chunk& chunk);
 
 // True for a list that has no digest yet. The empty list needs none.
 [[nodiscard]] inline bool lacksDigest(const RawValue& value) {
-  return value.tag() == Tag::List && value.length() != 0 && !runOf(value).hasDigest();
+  return value.tag() == Tag::List && value.length() != 0 && !chunkOf(value).hasDigest();
 }
 
 // Ensures that a list has its digest; no effect on other kinds.
 inline void ensureDigest(const RawValue& value) {
-  if (lacksDigest(value)) digest(runOf(value));
+  if (lacksDigest(value)) digest(chunkOf(value));
 }
 
-// The hash of the list that begins at `slot`, which must be in use, of a run with a digest.
-[[nodiscard]] std::uint64_t hashAt(const Run& run, std::uint32_t slot);
+// The hash of the list that begins at `slot`, which must be in use, of a chunk with a digest.
+[[nodiscard]] std::uint64_t hashAt(const Chunk& chunk, std::uint32_t slot);
 
 // The hash of a list with a digest.
 [[nodiscard]] inline std::uint64_t digestedHash(const RawValue& list) {
   if (list.length() == 0) return emptyListHash();
-  const Run& run = runOf(list);
-  return hashAt(run, run.fullLength() - list.length());
+  const Chunk& chunk = chunkOf(list);
+  return hashAt(chunk, chunk.fullLength() - list.length());
 }
 
 // The hash of a list.
@@ -98,14 +99,14 @@ inline void ensureDigest(const RawValue& value) {
   return (static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64)) | 3;
 }
 
-inline std::uint64_t hashAt(const Run& run, std::uint32_t slot) {
-  assert(run.hasDigest() && run.isInUse(run.fullLength() - slot));
-  if (slot == 0) return frontHash(run);
-  if (slot + 1 == run.full_length) {  // Of a flat run.
-    // Not a list with elements, or restOf would have made a run of it: nothing is asked further.
-    return extendHash(emptyListHash(), run.slots()[slot].raw());
+inline std::uint64_t hashAt(const Chunk& chunk, std::uint32_t slot) {
+  assert(chunk.hasDigest() && chunk.isInUse(chunk.fullLength() - slot));
+  if (slot == 0) return frontHash(chunk);
+  if (slot + 1 == chunk.full_length) {  // Of a flat chunk.
+    // Not a list with elements, or restOf would have made a chunk of it: nothing is asked further.
+    return extendHash(emptyListHash(), chunk.slots()[slot].raw());
   }
-  return run.hashes()[slot - 1];
+  return chunk.hashes()[slot - 1];
 }
 
 }  // namespace lisp

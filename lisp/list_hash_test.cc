@@ -42,13 +42,13 @@ TEST(ListHash, IsThatOfEveryEqualList) {
 
 TEST(Digest, OfALiteralIsThatOfTheSameListMadeOtherwise) {
   const LispValue literal = lisp_worker::testing_support::read("(1 (2 (3 ()) \"x\") (4 5) nil)");
-  EXPECT_FALSE(runOf(literal.raw()).hasDigest());  // None yet.
+  EXPECT_FALSE(chunkOf(literal.raw()).hasDigest());  // None yet.
   const LispValue made =
       list({number(1), list({number(2), list({number(3), list({})}), string("x")}),
             list({number(4), number(5)}), nil()});
-  EXPECT_TRUE(runOf(made.raw()).hasDigest());
+  EXPECT_TRUE(chunkOf(made.raw()).hasDigest());
   EXPECT_EQ(listHash(literal.raw()), listHash(made.raw()));
-  EXPECT_TRUE(runOf(literal.raw()).hasDigest());
+  EXPECT_TRUE(chunkOf(literal.raw()).hasDigest());
 }
 
 TEST(Digest, FindsNanAtAnyDepthOfAListWithoutOne) {

@@ -101,7 +101,7 @@ TEST(ListHoldsNan, LooksAtTheElementsInView) {
 TEST(ListHoldsNan, LooksThroughRunsThatAreShared) {
   const LispValue plain = read("(1 2)");
   const LispValue a = cons(number(0), plain);
-  const LispValue with_nan = cons(number(kNan), a);  // Shares the run of `a`.
+  const LispValue with_nan = cons(number(kNan), a);  // Shares the chunk of `a`.
   EXPECT_FALSE(holdsNan(a));
   EXPECT_TRUE(holdsNan(with_nan));
   EXPECT_TRUE(holdsNan(cons(number(1), with_nan)));
@@ -115,20 +115,20 @@ TEST(ListHoldsNan, LooksThroughRunsThatAreShared) {
 
 TEST(RunCount, ReturnsToItsStartWhenValuesGo) {
   takeAllApart();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   {
     LispValue value = read("(1 (2 (3)) ((4)))");
     for (int i = 0; i < 1000; ++i) value = cons(value, rest(value));
-    EXPECT_GT(runCount(), runs);
+    EXPECT_GT(chunkCount(), chunks);
   }
   takeAllApart();
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
-// An element that shares the run in front of which it is put must not stand in that run.
+// An element that shares the chunk in front of which it is put must not stand in that chunk.
 TEST(RunCount, ReturnsToItsStartWhenListsHoldThemselves) {
   takeAllApart();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   {
     const LispValue begin = cons(number(0), cons(number(1), read("(2 3 4)")));
     LispValue a = begin, b = begin, c = begin, d = begin, e = begin;
@@ -136,50 +136,50 @@ TEST(RunCount, ReturnsToItsStartWhenListsHoldThemselves) {
       a = cons(a, a);
       b = cons(list({b}), b);
       c = cons(cons(number(i), c), c);
-      d = cons(rest(list({list({d}), nil()})), d);  // Its run holds what is not in view.
+      d = cons(rest(list({list({d}), nil()})), d);  // Its chunk holds what is not in view.
       e = cons(nil(), cons(list({number(1), list({nil(), e})}), e));
     }
     EXPECT_EQ(asList(a)->size(), 105u);
     EXPECT_EQ(asList(*(asList(a)->begin()))->size(), 104u);
   }
   takeAllApart();
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 TEST(Decompose, TakesAsManyUnitsAsItIsGiven) {
   takeAllApart();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   { const LispValue value = list(std::vector<LispValue>(100, nil())); }
-  EXPECT_EQ(runCount(), runs + 1);
-  decomposeRuns(100);  // 100 elements and the head are 101 units.
-  EXPECT_EQ(runCount(), runs + 1);
-  decomposeRuns(2);
-  EXPECT_EQ(runCount(), runs);
-  decomposeRuns(1000);
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks + 1);
+  decomposeChunks(100);  // 100 elements and the head are 101 units.
+  EXPECT_EQ(chunkCount(), chunks + 1);
+  decomposeChunks(2);
+  EXPECT_EQ(chunkCount(), chunks);
+  decomposeChunks(1000);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 TEST(Decompose, KeepsTheDeadFromPilingUp) {
   takeAllApart();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   const LispValue element = string("held");
   for (int i = 0; i < 10000; ++i) {
     LispValue value = list({element, element, list({element})});
     value = cons(element, value);
-    ASSERT_LT(runCount(), runs + 20);
+    ASSERT_LT(chunkCount(), chunks + 20);
   }
   takeAllApart();
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 TEST(Decompose, TakesDeepAndLongStructuresApartWithoutRecursion) {
   lisp_worker::testing_support::runOnSmallStack([] {
     takeAllApart();
-    const std::size_t runs = runCount();
+    const std::size_t chunks = chunkCount();
     {
       const LispValue deep = nest(nil(), 1'000'000);
       LispValue chain = read("(0 0)");
-      // Each list begins in a run of its own, because the slot before its tail is taken.
+      // Each list begins in a chunk of its own, because the slot before its tail is taken.
       for (int i = 0; i < 100'000; ++i) {
         const LispValue taken = cons(nil(), chain);
         chain = cons(number(i), chain);
@@ -188,7 +188,7 @@ TEST(Decompose, TakesDeepAndLongStructuresApartWithoutRecursion) {
       EXPECT_EQ(asList(copy)->size(), 1u);
     }
     takeAllApart();
-    EXPECT_EQ(runCount(), runs);
+    EXPECT_EQ(chunkCount(), chunks);
   });
 }
 
@@ -208,7 +208,7 @@ TEST(Prepend, OntoALongListCostsTheSameEachTime) {
   takeAllApart();
 }
 
-// Steps of findRun would show as time: 50,000 runs, each element looked up by its index.
+// Steps of findChunk would show as time: 50,000 chunks, each element looked up by its index.
 TEST(LispList, FindsElementsOfAListOfManyRunsByIndex) {
   std::vector<LispValue> taken;
   LispValue value = read("(0)");
@@ -243,7 +243,7 @@ void expectSame(const Modelled& modelled, Random& random) {
 
 TEST(LispList, AgreesWithVectorsUnderRandomConsAndCdr) {
   takeAllApart();
-  const std::size_t runs = runCount();
+  const std::size_t chunks = chunkCount();
   for (std::uint64_t seed = 1; seed <= 8; ++seed) {
     Random random(seed);
     std::vector<Modelled> pool(12, {list({}), {}});
@@ -271,7 +271,7 @@ TEST(LispList, AgreesWithVectorsUnderRandomConsAndCdr) {
     }
   }
   takeAllApart();
-  EXPECT_EQ(runCount(), runs);
+  EXPECT_EQ(chunkCount(), chunks);
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ bool hasItems(const LispValue& form) {
 }
 
 std::span<const LispValue> itemsOf(const LispValue& form) {
-  const Run& items = runOf(form.raw());
+  const Chunk& items = chunkOf(form.raw());
   return {items.slots(), items.full_length};
 }
 
@@ -80,7 +80,7 @@ class Copier {
     std::vector<RawValue> raw;
     for (LispValue& item : items) raw.push_back(item.release());
     LispValue form = LispValue::adopt(makeLiteral(raw.data(), raw.size()));
-    runOf(form.raw()).setShape(shape, number);
+    chunkOf(form.raw()).setShape(shape, number);
     return form;
   }
 
@@ -109,7 +109,7 @@ LispValue observedProgram(const LispValue& forms) {
 namespace {
 
 // Assignments and calls tell more than that they are entered and left.
-Result evaluateByObservedName(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateByObservedName(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const RawValue& first = items.slots()[0].raw();
   if (first.tag() != Tag::Symbol) return evaluateByName(interpreter, items, depth);
   Symbol& name = symbolOf(first);
@@ -134,12 +134,12 @@ Result tell(Observer* observer, FormNumber number, const Evaluate& evaluate) {
 
 }  // namespace
 
-Result evaluateObserved(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateObserved(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return tell(interpreter.observer(), items.formNumber(),
               [&] { return evaluateByObservedName(interpreter, items, depth); });
 }
 
-Result evaluateObservedAtom(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateObservedAtom(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return tell(interpreter.observer(), items.formNumber(),
               [&] { return interpreter.evaluate(items.slots()[0], depth - 1); });
 }

@@ -8,7 +8,7 @@
 
 namespace lisp {
 
-Result evaluateQuote(Interpreter& interpreter, Run& items, std::uint32_t /*depth*/) {
+Result evaluateQuote(Interpreter& interpreter, Chunk& items, std::uint32_t /*depth*/) {
   if (items.full_length != 2) return interpreter.fail("quote expects one argument");
   return LispValue(items.slots()[1]);
 }
@@ -40,7 +40,7 @@ void assignObserved(Interpreter& interpreter, Symbol& symbol, const RawValue& va
 }  // namespace
 
 template <bool is_observed>
-Result evaluateSetq(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateSetq(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count % 2 == 0 || count < 3) return interpreter.fail("setq expects symbol/value pairs");
   const LispValue* target = items.slots() + 1;
@@ -60,17 +60,17 @@ Result evaluateSetq(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   }
 }
 
-template Result evaluateSetq<false>(Interpreter& interpreter, Run& items, std::uint32_t depth);
-template Result evaluateSetq<true>(Interpreter& interpreter, Run& items, std::uint32_t depth);
+template Result evaluateSetq<false>(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+template Result evaluateSetq<true>(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 
 // One pair, whose target is a symbol.
-Result setSymbol(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result setSymbol(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (!interpreter.countSteps(1, depth - 1)) [[unlikely]]
     return interpreter.failLimits();
   return setTo(interpreter, items.slots()[1], items.slots()[2], depth);
 }
 
-Result evaluateIf(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateIf(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count != 3 && count != 4) {
     return interpreter.fail("if expects condition, true and optional false expression");
@@ -86,12 +86,12 @@ Result evaluateIf(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   return evaluateItem(interpreter, *branch, depth);
 }
 
-Result evaluateProgn(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateProgn(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length == 1) return nil();
   return evaluateSequence(interpreter, {items.slots() + 1, items.full_length - 1}, depth);
 }
 
-Result evaluateWhile(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateWhile(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length < 2) return interpreter.fail("while expects a condition");
   const LispValue* const condition = items.slots() + 1;
   const LispValue* const end = items.slots() + items.full_length;
@@ -112,7 +112,7 @@ Result evaluateWhile(Interpreter& interpreter, Run& items, std::uint32_t depth) 
   }
 }
 
-Result evaluateAnd(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Result result = truth();
   for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() != Tag::Nil; ++i) {
     result.drop();
@@ -122,7 +122,7 @@ Result evaluateAnd(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   return result;
 }
 
-Result evaluateOr(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Result result = nil();
   for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() == Tag::Nil; ++i) {
     result = evaluateItem(interpreter, items.slots()[i], depth);
@@ -131,7 +131,7 @@ Result evaluateOr(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 }
 
 // NOT and NULL.
-Result evaluateNot(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result evaluateNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   switch (testNot(interpreter, items, depth)) {
     case Truth::Failed:
       return Result::failure();
@@ -144,7 +144,7 @@ Result evaluateNot(Interpreter& interpreter, Run& items, std::uint32_t depth) {
 
 // The same for conditions, whose truth is all that matters.
 
-Truth testAnd(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Truth testAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Truth result = Truth::Yes;
   for (std::uint32_t i = 1; i < items.full_length && result == Truth::Yes; ++i) {
     result = testForm(interpreter, items.slots()[i], depth);
@@ -152,7 +152,7 @@ Truth testAnd(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   return result;
 }
 
-Truth testOr(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Truth testOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Truth result = Truth::No;
   for (std::uint32_t i = 1; i < items.full_length && result == Truth::No; ++i) {
     result = testForm(interpreter, items.slots()[i], depth);
@@ -160,7 +160,7 @@ Truth testOr(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   return result;
 }
 
-Truth testNot(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Truth testNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length != 2)
     return toTruth(interpreter.fail(nameOf(items).bytes(), " expects one argument"));
   switch (testForm(interpreter, items.slots()[1], depth)) {
@@ -173,7 +173,7 @@ Truth testNot(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   }
 }
 
-Result evaluateDefun(Interpreter& interpreter, Run& items, std::uint32_t /*depth*/) {
+Result evaluateDefun(Interpreter& interpreter, Chunk& items, std::uint32_t /*depth*/) {
   const LispValue* const item = items.slots();
   if (items.full_length < 4 || item[1].kind() != ValueKind::Symbol ||
       item[2].kind() != ValueKind::List) {

@@ -17,7 +17,7 @@ namespace {
 }  // namespace
 
 template <bool is_observed>
-Result callFunction(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callFunction(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const Symbol& name = nameOf(items);
   UserFunction& function = *name.function;
   // 1. Arity, before any argument is evaluated.
@@ -49,12 +49,12 @@ Result callFunction(Interpreter& interpreter, Run& items, std::uint32_t depth) {
   return result;
 }
 
-template Result callFunction<false>(Interpreter& interpreter, Run& items, std::uint32_t depth);
-template Result callFunction<true>(Interpreter& interpreter, Run& items, std::uint32_t depth);
+template Result callFunction<false>(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
+template Result callFunction<true>(Interpreter& interpreter, Chunk& items, std::uint32_t depth);
 
 // A call whose arguments assign nothing: no more than steps 1, 3, 5 and 6. Other calls, and those
 // of functions with many locals, are callFunction's.
-Result callPlainly(Interpreter& interpreter, Run& items, std::uint32_t depth) {
+Result callPlainly(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) != Operation::UserFunction) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
   UserFunction& function = *nameOf(items).function;

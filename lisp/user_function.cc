@@ -23,20 +23,20 @@ constexpr std::size_t kBodyIndex = 3;
 
 // Of a flat list, as the reader makes them.
 std::span<const LispValue> elementsOf(const LispValue& list) {
-  assert(list.raw().length() == runOf(list.raw()).full_length);
-  return {runOf(list.raw()).slots(), list.raw().length()};
+  assert(list.raw().length() == chunkOf(list.raw()).full_length);
+  return {chunkOf(list.raw()).slots(), list.raw().length()};
 }
 
 // Those that wait to be taken apart.
 constinit UserFunction* dead_functions = nullptr;
 
 // What a form begins with if that is a special form, which no program can define anew.
-Operation specialFormOf(const Run& form) {
+Operation specialFormOf(const Chunk& form) {
   const RawValue& first = form.slots()[0].raw();
   return first.tag() == Tag::Symbol ? symbolOf(first).base_operation : Operation::Unknown;
 }
 
-std::uint64_t hashOf(const Run& form) {
+std::uint64_t hashOf(const Chunk& form) {
   return reinterpret_cast<std::uintptr_t>(&form) * 0x94d049bb133111eb >> 32;
 }
 
@@ -44,7 +44,7 @@ bool isSeparator(const LispValue& name) { return &symbolOf(name.raw()) == kSlash
 
 }  // namespace
 
-bool isDefinition(const Run& items) {
+bool isDefinition(const Chunk& items) {
   const LispValue* const item = items.slots();
   if (items.full_length <= kBodyIndex || item[1].kind() != ValueKind::Symbol ||
       item[kParametersIndex].kind() != ValueKind::List) {
@@ -57,7 +57,7 @@ bool isDefinition(const Run& items) {
 }
 
 UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
-  assert(isDefinition(runOf(form_.raw())));
+  assert(isDefinition(chunkOf(form_.raw())));
   const std::span<const LispValue> items = elementsOf(form_);
   const std::span<const LispValue> names = elementsOf(items[kParametersIndex]);
   const auto separator = std::find_if(names.begin(), names.end(), isSeparator);
@@ -77,7 +77,7 @@ UserFunction::DefinitionTable& UserFunction::preparedFunctions() {
   return table;
 }
 
-UserFunction* UserFunction::findPrepared(const Run& items) {
+UserFunction* UserFunction::findPrepared(const Chunk& items) {
   if (!items.isSearched()) return nullptr;
   const Definition* definition = preparedFunctions().firstOf(hashOf(items));
   while (definition != nullptr && definition->form != &items) definition = definition->next;
@@ -85,7 +85,7 @@ UserFunction* UserFunction::findPrepared(const Run& items) {
 }
 
 void UserFunction::addInner(UserFunction* function) {
-  const Run& form = runOf(function->form_.raw());
+  const Chunk& form = chunkOf(function->form_.raw());
   inner_.push_back(
       std::make_unique<Definition>(Definition{hashOf(form), nullptr, &form, function}));
   preparedFunctions().insert(inner_.back().get());
@@ -100,15 +100,15 @@ void UserFunction::releaseLastInner() {
 
 void UserFunction::prepare() {
   struct Waiting {
-    Run* form;
+    Chunk* form;
     UserFunction* owner;  // The function that it is directly inside.
   };
-  Run& whole = runOf(form_.raw());
+  Chunk& whole = chunkOf(form_.raw());
   if (whole.isSearched()) return;
   PlainStack<Waiting> waiting;
   waiting.push({&whole, this});
   while (waiting.size() > 0) {
-    Run& form = *waiting.top().form;
+    Chunk& form = *waiting.top().form;
     UserFunction* owner = waiting.top().owner;
     waiting.truncate(waiting.size() - 1);
     form.setSearched();
@@ -124,9 +124,9 @@ void UserFunction::prepare() {
       const RawValue& item = form.slots()[i].raw();
       if (!lacksDigest(item)) continue;
       if (operation == Operation::Quote) {
-        digest(runOf(item));
+        digest(chunkOf(item));
       } else {
-        waiting.push({&runOf(item), owner});
+        waiting.push({&chunkOf(item), owner});
       }
     }
   }

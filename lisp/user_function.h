@@ -40,7 +40,7 @@ class UserFunction : public Counted {
   // all lists that it quotes. Linear in the form, and nothing the second time.
   void prepare();
   // The function that was prepared for the DEFUN form `items`, or null.
-  [[nodiscard]] static UserFunction* findPrepared(const Run& items);
+  [[nodiscard]] static UserFunction* findPrepared(const Chunk& items);
 
   // All of them symbols. Among the locals stand further "/", which declare nothing.
   [[nodiscard]] std::span<const LispValue> params() const { return params_; }
@@ -60,7 +60,7 @@ class UserFunction : public Counted {
   struct Definition {
     std::uint64_t hash;
     Definition* next;
-    const Run* form;
+    const Chunk* form;
     UserFunction* function;  // Holds it.
   };
   using DefinitionTable = GrowingTable<Definition>;
@@ -83,7 +83,7 @@ class UserFunction : public Counted {
 
 // Whether a form that begins with DEFUN defines a function: it has a name, a list of symbols, and
 // something to evaluate.
-[[nodiscard]] bool isDefinition(const Run& items);
+[[nodiscard]] bool isDefinition(const Chunk& items);
 
 // Destroys a function whose last reference has gone, or, when it has many locals or functions
 // inside it, puts it to those that wait to be taken apart.

@@ -1,5 +1,5 @@
 // Makers and accessors of values. Elements of a list are found from its end: in a list of 5,
-// element 1 has 4 remaining, and the run that holds it is the first whose tail is shorter than
+// element 1 has 4 remaining, and the chunk that holds it is the first whose tail is shorter than
 // that.
 
 #include "lisp/value.h"
@@ -19,22 +19,22 @@ namespace lisp {
 void refuseKind() { throw std::bad_variant_access(); }
 
 void retire(RawValue raw) {
-  if (raw.tag() == Tag::List) return bury(runOf(raw));
+  if (raw.tag() == Tag::List) return bury(chunkOf(raw));
   if (raw.tag() == Tag::String) return retireText(&textOf(raw));
   retireSymbol(&symbolOf(raw));
 }
 
-LispList::Iterator::Iterator(const Run* run, std::uint32_t left) : run_(run), left_(left) {
-  if (left_ > 0) element_ = &run_->own(left_);
+LispList::Iterator::Iterator(const Chunk* chunk, std::uint32_t left) : chunk_(chunk), left_(left) {
+  if (left_ > 0) element_ = &chunk_->own(left_);
 }
 
 LispList::Iterator& LispList::Iterator::operator++() {
   assert(left_ > 0);
   --left_;
   ++element_;
-  if (left_ > 0 && left_ == run_->tailLength()) {
-    run_ = linkOf(*run_).tail;
-    element_ = &run_->own(left_);
+  if (left_ > 0 && left_ == chunk_->tailLength()) {
+    chunk_ = linkOf(*chunk_).tail;
+    element_ = &chunk_->own(left_);
   }
   return *this;
 }
@@ -42,8 +42,8 @@ LispList::Iterator& LispList::Iterator::operator++() {
 const LispValue& LispList::operator[](std::uint32_t index) const {
   assert(index < length_);
   const std::uint32_t remaining = length_ - index;
-  const Run& run = remaining > run_->tailLength() ? *run_ : findRun(*run_, remaining);
-  return run.own(remaining);
+  const Chunk& chunk = remaining > chunk_->tailLength() ? *chunk_ : findChunk(*chunk_, remaining);
+  return chunk.own(remaining);
 }
 
 LispValue number(double value) { return LispValue::adopt(RawValue::ofNumber(value)); }
@@ -79,7 +79,7 @@ std::optional<std::string_view> asText(const LispValue& value) {
 std::optional<LispList> asList(const LispValue& value) {
   checkKind(value);
   if (value.kind() != ValueKind::List) return std::nullopt;
-  return LispList(&runOf(value.raw()), value.raw().length());
+  return LispList(&chunkOf(value.raw()), value.raw().length());
 }
 
 bool isNumberList(const LispValue& value) {
@@ -93,9 +93,9 @@ std::optional<LispList> asSelectionSet(const LispValue& value) {
   checkKind(value);
   const RawValue& list = value.raw();
   if (list.tag() != Tag::List || list.length() == 0) return std::nullopt;
-  const RawValue& mark = runOf(list).own(list.length()).raw();
+  const RawValue& mark = chunkOf(list).own(list.length()).raw();
   if (mark.tag() != Tag::Symbol || mark.record != kSelectionSetSymbol) return std::nullopt;
-  return LispList(&runOf(list), list.length());
+  return LispList(&chunkOf(list), list.length());
 }
 
 bool valuesEqual(const LispValue& a, const LispValue& b) {

@@ -6,7 +6,7 @@
 //
 // A value is two machine words. The first holds the kind and, for a list, the number of elements;
 // the second holds the double or the address of a counted record: a Text or a Symbol, which are
-// interned (equal bytes, one record), or a Run of elements (lisp/list.h).
+// interned (equal bytes, one record), or a Chunk of elements (lisp/list.h).
 
 #ifndef LISP_VALUE_H_
 #define LISP_VALUE_H_
@@ -45,7 +45,7 @@ struct Counted {
 
 struct Symbol;
 struct Text;
-struct Run;
+struct Chunk;
 
 // The two words of a value without ownership: what registers, slots and elements hold. Each is read
 // and written whole: a word written in halves is slow to read back.
@@ -78,10 +78,10 @@ struct RawValue {
     raw.record = record;
     return raw;
   }
-  [[nodiscard]] static RawValue ofList(Counted& run, std::uint32_t length) {
+  [[nodiscard]] static RawValue ofList(Counted& chunk, std::uint32_t length) {
     RawValue raw;
     raw.head = static_cast<std::uint64_t>(Tag::List) | (static_cast<std::uint64_t>(length) << 32);
-    raw.record = &run;
+    raw.record = &chunk;
     return raw;
   }
 };
@@ -174,7 +174,7 @@ class LispList {
     using reference = const LispValue&;
 
     Iterator() = default;
-    Iterator(const Run* run, std::uint32_t left);
+    Iterator(const Chunk* chunk, std::uint32_t left);
     // There must be an element.
     reference operator*() const {
       assert(left_ > 0);
@@ -190,24 +190,24 @@ class LispList {
     bool operator==(const Iterator& other) const { return left_ == other.left_; }
 
    private:
-    const Run* run_ = nullptr;
+    const Chunk* chunk_ = nullptr;
     const LispValue* element_ = nullptr;
     std::uint32_t left_ = 0;  // Elements from here to the end.
   };
 
-  LispList(const Run* run, std::uint32_t length) : run_(run), length_(length) {}
+  LispList(const Chunk* chunk, std::uint32_t length) : chunk_(chunk), length_(length) {}
 
   [[nodiscard]] std::uint32_t size() const { return length_; }
   [[nodiscard]] bool empty() const { return length_ == 0; }
   // Element `index`, which must be below size(). O(1) in a list read from text or made by LIST,
-  // O(log runs) in one that CONS pieced together.
+  // O(log chunks) in one that CONS pieced together.
   [[nodiscard]] const LispValue& operator[](std::uint32_t index) const;
   [[nodiscard]] const LispValue& front() const { return (*this)[0]; }
-  [[nodiscard]] Iterator begin() const { return {run_, length_}; }
+  [[nodiscard]] Iterator begin() const { return {chunk_, length_}; }
   [[nodiscard]] Iterator end() const { return {}; }
 
  private:
-  const Run* run_;
+  const Chunk* chunk_;
   std::uint32_t length_;
 };
 
@@ -247,7 +247,7 @@ inline void checkKind(const LispValue& value) {
 
 // Structural equality, any depth, without recursion. Kinds never mix: nil is not (). -0.0 equals
 // 0.0; NaN equals nothing, itself included, and so does a list that holds one at any depth. Work is
-// bounded by the distinct runs of both values, and what was once found equal is not walked again.
+// bounded by the distinct chunks of both values, and what was once found equal is not walked again.
 [[nodiscard]] bool valuesEqual(const LispValue& a, const LispValue& b);
 
 }  // namespace lisp

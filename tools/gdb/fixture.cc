@@ -29,20 +29,22 @@ lisp::LispValue cons(lisp::LispValue element, lisp::LispValue list) {
 // The debugger stops here.
 [[gnu::noinline]] void stop(const lisp::LispValue& nothing, const lisp::LispValue& flat,
                             const lisp::LispValue& linked, const lisp::LispValue& deep,
-                            const lisp::RawValue& raw, const lisp::Run* run, const lisp::Run* built,
-                            const lisp::Text* text, const lisp::Symbol* symbol,
-                            const lisp::UserFunction* function,
+                            const lisp::RawValue& raw, const lisp::Chunk* chunk,
+                            const lisp::Chunk* built, const lisp::Text* text,
+                            const lisp::Symbol* symbol, const lisp::UserFunction* function,
                             const lisp::Environment& environment,
                             const lisp::Environment& no_environment) {
   asm volatile("" ::"r"(&nothing), "r"(&flat), "r"(&linked), "r"(&deep) : "memory");
-  asm volatile("" ::"r"(&raw), "r"(run), "r"(built), "r"(text), "r"(symbol) : "memory");
+  asm volatile("" ::"r"(&raw), "r"(chunk), "r"(built), "r"(text), "r"(symbol) : "memory");
   asm volatile("" ::"r"(function), "r"(&environment), "r"(&no_environment) : "memory");
 }
 
 // The debugger stops here, too.
-[[gnu::noinline]] void stopInRun(const lisp::Run* form) { asm volatile("" ::"r"(form) : "memory"); }
+[[gnu::noinline]] void stopInRun(const lisp::Chunk* form) {
+  asm volatile("" ::"r"(form) : "memory");
+}
 
-const lisp::Run* evaluated_form = nullptr;
+const lisp::Chunk* evaluated_form = nullptr;
 
 lisp::Result look(lisp::Interpreter& /*interpreter*/, const lisp::BuiltinCall& /*call*/) {
   stopInRun(evaluated_form);
@@ -58,7 +60,7 @@ void runAndStop() {
   lisp::Interpreter interpreter(environment, nullptr, nullptr);
   interpreter.start({});
   const lisp::LispValue form = read("(< X 4)");
-  evaluated_form = &lisp::runOf(form.raw());
+  evaluated_form = &lisp::chunkOf(form.raw());
   const lisp::LispValue program =
       read("(PROGN (SETQ X 0) (DEFUN G () (SETQ X 9) (LOOK)) (DEFUN F (X) (G) X))");
   interpreter.evaluate(program, 0).drop();
@@ -87,8 +89,8 @@ int main() {
   const lisp::LispValue function_name = lisp::symbol("F");
   environment.set(lisp::symbolOf(function_name.raw()),
                   {lisp::RawValue::of(lisp::Tag::Unbound), function});
-  stop(lisp::nil(), flat, linked, deep, text.raw(), &lisp::runOf(flat.raw()),
-       &lisp::runOf(linked.raw()), &lisp::textOf(text.raw()), &symbol, function, environment,
+  stop(lisp::nil(), flat, linked, deep, text.raw(), &lisp::chunkOf(flat.raw()),
+       &lisp::chunkOf(linked.raw()), &lisp::textOf(text.raw()), &symbol, function, environment,
        lisp::Environment());
   lisp::releaseFunction(function);
   runAndStop();

@@ -2,11 +2,11 @@
 
   gdb -x tools/gdb/lisp_printers.py build/debug/lisp_worker
 
-Printers for LispValue and RawValue, Run, Symbol, Text, UserFunction and Environment, for pointers
+Printers for LispValue and RawValue, Chunk, Symbol, Text, UserFunction and Environment, for pointers
 to them as for themselves. They only read memory, so they work in a core file, too. Long values are
 cut: `set print elements` says after how many elements, and lists are followed four deep.
 
-A run of a form shows the name of its shape. The command `lisp-bindings` shows the resident
+A chunk of a form shows the name of its shape. The command `lisp-bindings` shows the resident
 interpreter: the bindings in force of all names that the run has touched, and the trail, from the
 binding that was shadowed last.
 """
@@ -48,28 +48,28 @@ def record_of(raw, name):
     return raw["record"].cast(lisp_type(name).pointer()).dereference()
 
 
-def tail_of(run):
-    """The tail of a linked run, and how many elements of the list follow in it."""
-    link = (run.address.cast(lisp_type("RunLink").pointer()) - 1).dereference()
+def tail_of(chunk):
+    """The tail of a linked chunk, and how many elements of the list follow in it."""
+    link = (chunk.address.cast(lisp_type("ChunkLink").pointer()) - 1).dereference()
     return link["tail"], int(link["tail_length"])
 
 
-def slots_of(run):
-    return (run.address + 1).cast(lisp_type("RawValue").pointer())
+def slots_of(chunk):
+    return (chunk.address + 1).cast(lisp_type("RawValue").pointer())
 
 
-def elements_of(run, remaining):
-    """The elements of a list with so many, as raw values, from run to run."""
+def elements_of(chunk, remaining):
+    """The elements of a list with so many, as raw values, from chunk to chunk."""
     while remaining > 0:
-        full_length = int(run["full_length"])
-        tail, tail_length = tail_of(run) if full_length & LINKED else (None, 0)
+        full_length = int(chunk["full_length"])
+        tail, tail_length = tail_of(chunk) if full_length & LINKED else (None, 0)
         full_length &= ~LINKED
-        slots = slots_of(run)
+        slots = slots_of(chunk)
         while remaining > tail_length:
             yield slots[full_length - remaining]
             remaining -= 1
         if remaining > 0:
-            run = tail.dereference()
+            chunk = tail.dereference()
 
 
 def text_of(raw, depth=0):
@@ -85,15 +85,15 @@ def text_of(raw, depth=0):
     if tag == 3:
         return bytes_after(record_of(raw, "Symbol"))
     if tag == 4:
-        return list_text(record_of(raw, "Run"), length, depth)
+        return list_text(record_of(raw, "Chunk"), length, depth)
     return STATES.get(tag, f"<tag {tag}>")
 
 
-def list_text(run, length, depth=0):
+def list_text(chunk, length, depth=0):
     if depth == NESTING_MAX:
         return "(...)" if length else "()"
     words = []
-    for element in elements_of(run, length):
+    for element in elements_of(chunk, length):
         if len(words) == limit():
             words.append("...")
             break
@@ -151,22 +151,22 @@ class LispValuePrinter(Printer):
         return text_of(self.value["raw_"])
 
 
-class RunPrinter(Printer):
+class ChunkPrinter(Printer):
     def to_string(self):
-        run = self.value
-        full_length = int(run["full_length"])
-        if int(run["references"]) == 0:
-            return "run that waits in the graveyard"
+        chunk = self.value
+        full_length = int(chunk["full_length"])
+        if int(chunk["references"]) == 0:
+            return "chunk that waits in the graveyard"
         if not full_length & LINKED:
-            front = int(run["front"])
+            front = int(chunk["front"])
             is_form = front & 3 == 2 and front >> 32 > 1  # It has a shape that it has got as a form.
             shape = f", shape {shape_name(front >> 32)}" if is_form else ""
-            return f"flat run, {holders(run)}{shape}: {list_text(run, full_length)}"
-        link = (run.address.cast(lisp_type("RunLink").pointer()) - 1).dereference()
+            return f"flat chunk, {holders(chunk)}{shape}: {list_text(chunk, full_length)}"
+        link = (chunk.address.cast(lisp_type("ChunkLink").pointer()) - 1).dereference()
         used, tail_length = int(link["front_length"]), int(link["tail_length"])
         slots = (full_length & ~LINKED) - tail_length
-        return (f"linked run, {holders(run)}, {used - tail_length} of {slots} slots used, "
-                f"{tail_length} elements in the tail: {list_text(run, used)}")
+        return (f"linked chunk, {holders(chunk)}, {used - tail_length} of {slots} slots used, "
+                f"{tail_length} elements in the tail: {list_text(chunk, used)}")
 
 
 class TextPrinter(Printer):
@@ -229,7 +229,7 @@ def entries_of(node):
 PRINTERS = {
     "lisp::RawValue": RawValuePrinter,
     "lisp::LispValue": LispValuePrinter,
-    "lisp::Run": RunPrinter,
+    "lisp::Chunk": ChunkPrinter,
     "lisp::Text": TextPrinter,
     "lisp::Symbol": SymbolPrinter,
     "lisp::UserFunction": UserFunctionPrinter,
