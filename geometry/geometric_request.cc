@@ -14,58 +14,57 @@
 namespace geometry {
 namespace {
 
-GeometricResult failure(GeometricOutcome outcome) { return {.outcome = outcome}; }
+GeometryResult failure(GeometryOutcome outcome) { return {.outcome = outcome}; }
 
 // A result is sent even when it is not finite.
-GeometricResult computed(double x, double y = 0) {
+GeometryResult computed(double x, double y = 0) {
   const bool finite = std::isfinite(x) && std::isfinite(y);
-  return {.outcome = finite ? GeometricOutcome::Computed : GeometricOutcome::Degenerate,
-          .x = x,
-          .y = y};
+  return {
+      .outcome = finite ? GeometryOutcome::Computed : GeometryOutcome::Degenerate, .x = x, .y = y};
 }
 
-GeometricResult sum(std::span<const double> operands) {
+GeometryResult sum(std::span<const double> operands) {
   double total = 0;
   for (const double operand : operands) total += operand;
   return computed(total);
 }
 
-GeometricResult difference(std::span<const double> operands) {
+GeometryResult difference(std::span<const double> operands) {
   double rest = operands[0];
   for (const double operand : operands.subspan(1)) rest -= operand;
   return computed(rest);
 }
 
-GeometricResult product(std::span<const double> operands) {
+GeometryResult product(std::span<const double> operands) {
   double total = 1;
   for (const double operand : operands) total *= operand;
   return computed(total);
 }
 
 // A divisor too close to 0 decides, also after an earlier division that overflowed.
-GeometricResult quotient(std::span<const double> operands) {
+GeometryResult quotient(std::span<const double> operands) {
   double rest = operands[0];
   for (const double divisor : operands.subspan(1)) {
-    if (std::abs(divisor) <= kZeroDivisorMax) return failure(GeometricOutcome::Degenerate);
+    if (std::abs(divisor) <= kZeroDivisorMax) return failure(GeometryOutcome::Degenerate);
     rest /= divisor;
   }
   return computed(rest);
 }
 
 // hypot(x2 - x1, y2 - y1)
-GeometricResult distance(std::span<const double> operands) {
+GeometryResult distance(std::span<const double> operands) {
   const double x1 = operands[0], y1 = operands[1], x2 = operands[2], y2 = operands[3];
   return computed(hypotenuse(x2 - x1, y2 - y1));
 }
 
 // atan2(y2 - y1, x2 - x1)
-GeometricResult angle(std::span<const double> operands) {
+GeometryResult angle(std::span<const double> operands) {
   const double x1 = operands[0], y1 = operands[1], x2 = operands[2], y2 = operands[3];
   return computed(arc_tangent(y2 - y1, x2 - x1));
 }
 
 // (x + r*cos(phi), y + r*sin(phi))
-GeometricResult polar(std::span<const double> operands) {
+GeometryResult polar(std::span<const double> operands) {
   const double x = operands[0], y = operands[1], phi = operands[2], r = operands[3];
   return computed(x + r * cosine(phi), y + r * sine(phi));
 }
@@ -74,10 +73,10 @@ GeometricResult polar(std::span<const double> operands) {
 struct Formula {
   std::size_t count_min;
   std::size_t count_max;
-  GeometricResult (*compute)(std::span<const double> operands);
+  GeometryResult (*compute)(std::span<const double> operands);
 };
 
-// In the order of GeometricOperation, whose first is 1.
+// In the order of GeometryOperation, whose first is 1.
 constexpr std::array kFormulas = {
     Formula{1, kOperandCountMax, sum},
     Formula{1, kOperandCountMax, difference},
@@ -87,22 +86,22 @@ constexpr std::array kFormulas = {
     Formula{4, 4, angle},
     Formula{4, 4, polar},
 };
-static_assert(kFormulas.size() == static_cast<std::size_t>(GeometricOperation::Polar));
+static_assert(kFormulas.size() == static_cast<std::size_t>(GeometryOperation::Polar));
 
 }  // namespace
 
-GeometricResult compute_geometric_request(const GeometricRequest& request) {
+GeometryResult compute_geometric_request(const GeometryRequest& request) {
   // A host sees which check failed first: keep this order.
-  if (request.count > kOperandCountMax) return failure(GeometricOutcome::BadOperands);
+  if (request.count > kOperandCountMax) return failure(GeometryOutcome::BadOperands);
   const std::span<const double> operands(request.operands.data(), request.count);
   const auto is_finite = [](double operand) { return std::isfinite(operand); };
-  if (!std::ranges::all_of(operands, is_finite)) return failure(GeometricOutcome::BadOperands);
+  if (!std::ranges::all_of(operands, is_finite)) return failure(GeometryOutcome::BadOperands);
   if (request.operation == 0 || request.operation > kFormulas.size()) {
-    return failure(GeometricOutcome::UnknownOperation);
+    return failure(GeometryOutcome::UnknownOperation);
   }
   const Formula& formula = kFormulas[request.operation - std::size_t{1}];
   if (request.count < formula.count_min || request.count > formula.count_max) {
-    return failure(GeometricOutcome::BadOperands);
+    return failure(GeometryOutcome::BadOperands);
   }
   return formula.compute(operands);
 }

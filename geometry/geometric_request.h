@@ -16,7 +16,7 @@ inline constexpr double kZeroDivisorMax = 1e-300;
 
 // The operands that each operation takes and what it makes of them; x unless y is named. In the
 // order of the protocol's codes; worker/geometry_request.cc checks that it is.
-enum class GeometricOperation : std::uint8_t {
+enum class GeometryOperation : std::uint8_t {
   Sum = 1,     // At least 1: added left to right, from 0.
   Difference,  // At least 1: the first minus each other in turn.
   Product,     // At least 1: multiplied left to right, from 1.
@@ -28,27 +28,27 @@ enum class GeometricOperation : std::uint8_t {
 };
 
 // A calculation as a host asks for it; nothing in it is checked yet.
-struct GeometricRequest {
-  std::uint8_t operation = 0;  // A GeometricOperation, or any other number.
+struct GeometryRequest {
+  std::uint8_t operation = 0;  // A GeometryOperation, or any other number.
   std::uint8_t count = 0;      // The number of operands in use. The others are ignored.
   std::array<double, kOperandCountMax> operands{};
 };
 
-enum class GeometricOutcome {
+enum class GeometryOutcome {
   Computed,
   BadOperands,  // Too many or too few of them, or one that is NaN or infinite.
   UnknownOperation,
   Degenerate,  // A divisor too close to 0, or a result that is NaN or infinite.
 };
 
-struct GeometricResult {
-  GeometricOutcome outcome = GeometricOutcome::Computed;
+struct GeometryResult {
+  GeometryOutcome outcome = GeometryOutcome::Computed;
   // The result, a NaN or an infinity included; 0 when nothing was computed.
   double x = 0;
   double y = 0;
 };
 
-[[nodiscard]] GeometricResult compute_geometric_request(const GeometricRequest& request);
+[[nodiscard]] GeometryResult compute_geometric_request(const GeometryRequest& request);
 
 }  // namespace geometry
 

@@ -20,14 +20,14 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr double kPi = 3.141592653589793;
 
-constexpr auto kComputed = GeometricOutcome::Computed;
-constexpr auto kBadOperands = GeometricOutcome::BadOperands;
-constexpr auto kUnknownOperation = GeometricOutcome::UnknownOperation;
-constexpr auto kDegenerate = GeometricOutcome::Degenerate;
+constexpr auto kComputed = GeometryOutcome::Computed;
+constexpr auto kBadOperands = GeometryOutcome::BadOperands;
+constexpr auto kUnknownOperation = GeometryOutcome::UnknownOperation;
+constexpr auto kDegenerate = GeometryOutcome::Degenerate;
 
 // A request of all the operands listed; the operands beyond are NaN, which nobody may look at.
-GeometricRequest request_of(int operation, std::initializer_list<double> operands) {
-  GeometricRequest request;
+GeometryRequest request_of(int operation, std::initializer_list<double> operands) {
+  GeometryRequest request;
   request.operation = static_cast<std::uint8_t>(operation);
   request.count = static_cast<std::uint8_t>(operands.size());
   request.operands.fill(kNan);
@@ -39,7 +39,7 @@ GeometricRequest request_of(int operation, std::initializer_list<double> operand
 struct ResultRow {
   int operation;
   std::vector<double> operands;
-  GeometricOutcome outcome;
+  GeometryOutcome outcome;
   double x;
   double y;
 
@@ -53,11 +53,11 @@ class GeometricRequests : public testing::TestWithParam<ResultRow> {};
 
 TEST_P(GeometricRequests, GiveTheirResultToTheLastBit) {
   const ResultRow& row = GetParam();
-  GeometricRequest request = request_of(row.operation, {});
+  GeometryRequest request = request_of(row.operation, {});
   request.count = static_cast<std::uint8_t>(row.operands.size());
   for (std::size_t i = 0; i < row.operands.size(); ++i) request.operands[i] = row.operands[i];
 
-  const GeometricResult result = compute_geometric_request(request);
+  const GeometryResult result = compute_geometric_request(request);
   EXPECT_EQ(result.outcome, row.outcome);
   EXPECT_EQ(std::bit_cast<std::uint64_t>(result.x), std::bit_cast<std::uint64_t>(row.x))
       << result.x << " is not " << row.x;
@@ -157,43 +157,43 @@ INSTANTIATE_TEST_SUITE_P(UnknownOperations, GeometricRequests,
                                          ResultRow{255, {1, 2, 3, 4}, kUnknownOperation, 0, 0},
                                          ResultRow{0, {}, kUnknownOperation, 0, 0}));
 
-TEST(GeometricRequest, TurnsAPolarPointCounterclockwise) {
-  const GeometricResult quarter = compute_geometric_request(request_of(7, {1, 2, kPi / 2, 10}));
+TEST(GeometryRequest, TurnsAPolarPointCounterclockwise) {
+  const GeometryResult quarter = compute_geometric_request(request_of(7, {1, 2, kPi / 2, 10}));
   EXPECT_EQ(quarter.outcome, kComputed);
   EXPECT_DOUBLE_EQ(quarter.x, 1);
   EXPECT_DOUBLE_EQ(quarter.y, 12);
-  const GeometricResult sixth = compute_geometric_request(request_of(7, {1, 2, kPi / 6, 10}));
+  const GeometryResult sixth = compute_geometric_request(request_of(7, {1, 2, kPi / 6, 10}));
   EXPECT_EQ(sixth.outcome, kComputed);
   EXPECT_DOUBLE_EQ(sixth.x, 1 + 5 * std::sqrt(3));
   EXPECT_DOUBLE_EQ(sixth.y, 7);
 }
 
-TEST(GeometricRequest, RoundsTheProductsOfAPolarPointBeforeAdding) {
+TEST(GeometryRequest, RoundsTheProductsOfAPolarPointBeforeAdding) {
   const double x_step = 3 * cosine(1.0);
   const double y_step = 3 * sine(1.0);
-  const GeometricResult result = compute_geometric_request(request_of(7, {-x_step, -y_step, 1, 3}));
+  const GeometryResult result = compute_geometric_request(request_of(7, {-x_step, -y_step, 1, 3}));
   EXPECT_EQ(result.outcome, kComputed);
   EXPECT_EQ(result.x, 0);
   EXPECT_EQ(result.y, 0);
 }
 
-TEST(GeometricRequest, SendsAnOverflowOfYAlone) {
-  const GeometricResult result =
+TEST(GeometryRequest, SendsAnOverflowOfYAlone) {
+  const GeometryResult result =
       compute_geometric_request(request_of(7, {0, kLargest, kPi / 2, kLargest}));
   EXPECT_EQ(result.outcome, kDegenerate);
   EXPECT_TRUE(std::isfinite(result.x));
   EXPECT_EQ(result.y, kInfinity);
 }
 
-TEST(GeometricRequest, SendsANan) {
-  const GeometricResult result = compute_geometric_request(request_of(3, {1e200, 1e200, 0}));
+TEST(GeometryRequest, SendsANan) {
+  const GeometryResult result = compute_geometric_request(request_of(3, {1e200, 1e200, 0}));
   EXPECT_EQ(result.outcome, kDegenerate);
   EXPECT_TRUE(std::isnan(result.x));
   EXPECT_EQ(result.y, 0);
 }
 
-TEST(GeometricRequest, RefusesMoreThanSevenOperands) {
-  GeometricRequest request = request_of(1, {1, 1, 1, 1, 1, 1, 1});
+TEST(GeometryRequest, RefusesMoreThanSevenOperands) {
+  GeometryRequest request = request_of(1, {1, 1, 1, 1, 1, 1, 1});
   EXPECT_EQ(compute_geometric_request(request).outcome, kComputed);
   for (const int count : {8, 9, 255}) {
     request.count = static_cast<std::uint8_t>(count);
@@ -201,12 +201,12 @@ TEST(GeometricRequest, RefusesMoreThanSevenOperands) {
   }
 }
 
-TEST(GeometricRequest, RefusesANonFiniteOperandAmongThoseMeant) {
+TEST(GeometryRequest, RefusesANonFiniteOperandAmongThoseMeant) {
   for (const double bad : {kInfinity, -kInfinity, kNan, -kNan}) {
     for (std::size_t position = 0; position < kOperandCountMax; ++position) {
-      GeometricRequest request = request_of(1, {1, 1, 1, 1, 1, 1, 1});
+      GeometryRequest request = request_of(1, {1, 1, 1, 1, 1, 1, 1});
       request.operands[position] = bad;
-      const GeometricResult result = compute_geometric_request(request);
+      const GeometryResult result = compute_geometric_request(request);
       EXPECT_EQ(result.outcome, kBadOperands) << bad << " at " << position;
       EXPECT_EQ(result.x, 0);
       // Beyond the count the same operand is nobody's.
@@ -219,8 +219,8 @@ TEST(GeometricRequest, RefusesANonFiniteOperandAmongThoseMeant) {
 
 // Of several faults the first check decides: count above 7, a non-finite operand, the operation,
 // the count that the operation needs.
-TEST(GeometricRequest, ChecksInItsOrder) {
-  GeometricRequest unknown_and_too_many = request_of(99, {1});
+TEST(GeometryRequest, ChecksInItsOrder) {
+  GeometryRequest unknown_and_too_many = request_of(99, {1});
   unknown_and_too_many.count = 8;
   EXPECT_EQ(compute_geometric_request(unknown_and_too_many).outcome, kBadOperands);
   EXPECT_EQ(compute_geometric_request(request_of(99, {kNan})).outcome, kBadOperands);

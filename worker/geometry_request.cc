@@ -15,21 +15,21 @@ namespace {
 static_assert(kGeometryOperandCountMax == geometry::kOperandCountMax);
 
 // A code of the protocol goes to geometry/ as the number that it is.
-constexpr bool isSame(GeometryOperation code, geometry::GeometricOperation operation) {
+constexpr bool isSame(GeometryOperation code, geometry::GeometryOperation operation) {
   return static_cast<std::uint8_t>(code) == static_cast<std::uint8_t>(operation);
 }
-static_assert(isSame(GeometryOperation::Sum, geometry::GeometricOperation::Sum));
-static_assert(isSame(GeometryOperation::Difference, geometry::GeometricOperation::Difference));
-static_assert(isSame(GeometryOperation::Product, geometry::GeometricOperation::Product));
-static_assert(isSame(GeometryOperation::Quotient, geometry::GeometricOperation::Quotient));
-static_assert(isSame(GeometryOperation::Distance, geometry::GeometricOperation::Distance));
-static_assert(isSame(GeometryOperation::Angle, geometry::GeometricOperation::Angle));
-static_assert(isSame(GeometryOperation::Polar, geometry::GeometricOperation::Polar));
+static_assert(isSame(GeometryOperation::Sum, geometry::GeometryOperation::Sum));
+static_assert(isSame(GeometryOperation::Difference, geometry::GeometryOperation::Difference));
+static_assert(isSame(GeometryOperation::Product, geometry::GeometryOperation::Product));
+static_assert(isSame(GeometryOperation::Quotient, geometry::GeometryOperation::Quotient));
+static_assert(isSame(GeometryOperation::Distance, geometry::GeometryOperation::Distance));
+static_assert(isSame(GeometryOperation::Angle, geometry::GeometryOperation::Angle));
+static_assert(isSame(GeometryOperation::Polar, geometry::GeometryOperation::Polar));
 
-geometry::GeometricRequest decodeRequest(std::string_view payload) {
+geometry::GeometryRequest decodeRequest(std::string_view payload) {
   assert(payload.size() == kGeometryPayloadSize);
   const char* const bytes = payload.data();
-  geometry::GeometricRequest request;
+  geometry::GeometryRequest request;
   request.operation = getU8(bytes + GeometryOffset::kOperation);
   request.count = getU8(bytes + GeometryOffset::kCount);
   for (std::size_t i = 0; i < request.operands.size(); ++i) {
@@ -38,21 +38,21 @@ geometry::GeometricRequest decodeRequest(std::string_view payload) {
   return request;
 }
 
-void encodeResult(const geometry::GeometricResult& result, std::string& response) {
+void encodeResult(const geometry::GeometryResult& result, std::string& response) {
   response.resize(kGeometryResultSize);
   putF64(response.data() + GeometryResultOffset::kX, result.x);
   putF64(response.data() + GeometryResultOffset::kY, result.y);
 }
 
-WorkerStatus statusOf(geometry::GeometricOutcome outcome) {
+WorkerStatus statusOf(geometry::GeometryOutcome outcome) {
   switch (outcome) {
-    case geometry::GeometricOutcome::Computed:
+    case geometry::GeometryOutcome::Computed:
       return WorkerStatus::Ok;
-    case geometry::GeometricOutcome::BadOperands:
+    case geometry::GeometryOutcome::BadOperands:
       return WorkerStatus::InvalidRequest;
-    case geometry::GeometricOutcome::UnknownOperation:
+    case geometry::GeometryOutcome::UnknownOperation:
       return WorkerStatus::UnknownType;
-    case geometry::GeometricOutcome::Degenerate:
+    case geometry::GeometryOutcome::Degenerate:
       break;
   }
   return WorkerStatus::Degenerate;
@@ -62,7 +62,7 @@ WorkerStatus statusOf(geometry::GeometricOutcome outcome) {
 
 WorkerStatus handleGeometryRequest(std::string_view payload, std::string& response) {
   if (payload.size() != kGeometryPayloadSize) return WorkerStatus::InvalidRequest;
-  const geometry::GeometricResult result =
+  const geometry::GeometryResult result =
       geometry::compute_geometric_request(decodeRequest(payload));
   encodeResult(result, response);
   return statusOf(result.outcome);
