@@ -18,7 +18,7 @@
 #include "lisp/printer.h"
 #include "lisp/reader.h"
 #include "lisp_worker/worker/frame.h"
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 
 namespace {
 
@@ -30,9 +30,9 @@ void require(bool holds, benchmark::State& state, const char* message) {
 
 void runProgram(benchmark::State& state, const lisp_worker::bench::BenchProgram& program) {
   const geometry::ContextTable contexts;
-  const lisp_worker::worker::Evaluation evaluation(contexts);  // Makes the builtins known.
+  const lisp_worker::worker::EvaluationRequests evaluation(contexts);  // Makes the builtins known.
   const lisp::Environment environment;
-  host::Program read{program.text, {}};
+  host::StoredProgram read{program.text, {}};
   std::uint64_t steps = 0;
   for (auto _ : state) {
     lisp::Interpreter interpreter(environment, nullptr, nullptr);
@@ -69,7 +69,7 @@ class Conversation {
 
  private:
   geometry::ContextTable contexts_;
-  lisp_worker::worker::Evaluation evaluation_;
+  lisp_worker::worker::EvaluationRequests evaluation_;
   std::string response_;
 };
 

@@ -12,15 +12,15 @@
 #include "host/run.h"
 #include "lisp/environment.h"
 #include "lisp/interpreter.h"
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 
 namespace {
 
 void runLisp(benchmark::State& state, const lisp_worker::bench::BenchProgram& program) {
   const geometry::ContextTable contexts;
-  const lisp_worker::worker::Evaluation evaluation(contexts);  // Makes the builtins known.
+  const lisp_worker::worker::EvaluationRequests evaluation(contexts);  // Makes the builtins known.
   const lisp::Environment environment;
-  host::Program read{program.text, {}};
+  host::StoredProgram read{program.text, {}};
   for (auto _ : state) {
     lisp::Interpreter interpreter(environment, nullptr, nullptr);
     const lisp::EvalOutcome outcome = host::run_program(interpreter, read, {});

@@ -36,11 +36,11 @@ WorkerStatus Dispatcher::dispatch(const MessageHeader& request, std::string_view
     case MessageType::GeometryRequest:
       return handleGeometryRequest(payload, response);
     case MessageType::EvalStart:
-      return evaluation_.handleEvalStart(request, payload, response);
+      return evaluation_requests_.handleEvalStart(request, payload, response);
     case MessageType::EvalResume:
-      return evaluation_.handleEvalResume(request, payload, response);
+      return evaluation_requests_.handleEvalResume(request, payload, response);
     case MessageType::EvalCancel:
-      return evaluation_.handleEvalCancel(request);
+      return evaluation_requests_.handleEvalCancel(request);
     case MessageType::Shutdown:
       return WorkerStatus::Ok;
   }

@@ -8,7 +8,7 @@
 
 #include "geometry/context_table.h"
 #include "lisp_worker/worker/frame.h"
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 #include "worker/work_law.h"
 
 namespace lisp_worker::worker {
@@ -18,7 +18,8 @@ namespace lisp_worker::worker {
 class Dispatcher {
  public:
   // Tests choose how much of stopped evaluations is kept.
-  explicit Dispatcher(const KeepLimits& keep_limits = {}) : evaluation_(contexts_, keep_limits) {}
+  explicit Dispatcher(const KeepLimits& keep_limits = {})
+      : evaluation_requests_(contexts_, keep_limits) {}
   Dispatcher(const Dispatcher&) = delete;
   Dispatcher& operator=(const Dispatcher&) = delete;
 
@@ -35,7 +36,7 @@ class Dispatcher {
 
   [[no_unique_address]] WorkLaw law_;
   geometry::ContextTable contexts_;
-  Evaluation evaluation_;
+  EvaluationRequests evaluation_requests_;
 };
 
 }  // namespace lisp_worker::worker

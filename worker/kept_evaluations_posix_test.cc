@@ -10,7 +10,7 @@
 
 #include "geometry/context_table.h"
 #include "lisp/graveyard.h"
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 #include "worker/kept_evaluations.h"
 #include "worker/side_stack.h"
 
@@ -43,7 +43,7 @@ TEST(KeptEvaluations, UseLittleOfTheirStackAtTheDepthLimit) {
   if (SideStack::size() > std::size_t{256} << 10) GTEST_SKIP() << "functions are larger here";
   lisp::takeAllApart();
   geometry::ContextTable contexts;
-  Evaluation evaluation(contexts, {.steps_min = 0});
+  EvaluationRequests evaluation(contexts, {.steps_min = 0});
   std::string program = "(GETDIST) ";
   for (int i = 0; i < 126; ++i) program += "(ENTGET ";
   program += "(GETDIST)" + std::string(126, ')');

@@ -13,7 +13,7 @@
 #include "lisp/graveyard.h"
 #include "lisp/storage.h"
 #include "lisp/symbol.h"
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 
 namespace lisp_worker::worker {
 namespace {
@@ -67,7 +67,7 @@ class KeptEvaluationsTest : public testing::Test {
   }
 
   geometry::ContextTable contexts_;
-  std::optional<Evaluation> evaluation_{std::in_place, contexts_, kFromTheFirstAnswer};
+  std::optional<EvaluationRequests> evaluation_{std::in_place, contexts_, kFromTheFirstAnswer};
 };
 
 TEST_F(KeptEvaluationsTest, BeginWithTheFirstAnswer) {
@@ -314,7 +314,7 @@ TEST_F(KeptEvaluationsTest, AreGivenUpAtEverySoManyAnswers) {
 TEST_F(KeptEvaluationsTest, LeaveNothingBehind) {
   const auto come_and_go = [] {
     geometry::ContextTable contexts;
-    Evaluation evaluation(contexts, kFromTheFirstAnswer);
+    EvaluationRequests evaluation(contexts, kFromTheFirstAnswer);
     for (int i = 0; i < 100; ++i) {
       MessageHeader request;
       std::string response;

@@ -1,4 +1,4 @@
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 
 #include <gtest/gtest.h>
 
@@ -112,7 +112,7 @@ class EvaluationTest : public testing::Test {
 
  private:
   std::optional<geometry::ContextTable> contexts_{std::in_place};
-  Evaluation evaluation_{*contexts_};
+  EvaluationRequests evaluation_{*contexts_};
 };
 
 TEST_F(EvaluationTest, StartAnswersEachKindOfOutcomeWithItsStatus) {
@@ -385,27 +385,27 @@ TEST_F(EvaluationTest, AThousandCallsInOneProgramAreAnsweredOneByOne) {
 TEST_F(EvaluationTest, LeavesNothingOfAnEndedRun) {
   start("1");
   lisp::takeAllApart();  // Environments of earlier tests, too.
-  const std::size_t runs = lisp::runCount();
-  const auto runs_after_tidying = [] {
+  const std::size_t chunks = lisp::chunkCount();
+  const auto chunks_after_tidying = [] {
     lisp::tidyUp();
-    return lisp::runCount();
+    return lisp::chunkCount();
   };
   const auto waiting_run = [this] {
     const std::uint64_t run = start("(SETQ X (GETPOINT)) (GETDIST)").runId();
     return resume(run, "((1 2) (3 (4)) (5))").runId();
   };
   const std::uint64_t cancelled = waiting_run();
-  EXPECT_GT(lisp::runCount(), runs + 5);
+  EXPECT_GT(lisp::chunkCount(), chunks + 5);
   cancel(cancelled);
-  EXPECT_EQ(runs_after_tidying(), runs);
+  EXPECT_EQ(chunks_after_tidying(), chunks);
   resume(waiting_run(), ")");
-  EXPECT_EQ(runs_after_tidying(), runs);
+  EXPECT_EQ(chunks_after_tidying(), chunks);
   registerContext(5, 1);
   const std::uint64_t orphaned =
       resume(start("(SETQ X (GETPOINT)) (GETDIST)", 5).runId(), "((1))").runId();
   forgetContexts();
   resume(orphaned, "1");
-  EXPECT_EQ(runs_after_tidying(), runs);
+  EXPECT_EQ(chunks_after_tidying(), chunks);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 // Nothing persistent changes before the outcome is known: the environment is replaced by a value
 // alone, and a pending run is stored only for a host call.
 
-#include "worker/evaluation.h"
+#include "worker/evaluation_requests.h"
 
 #include <optional>
 #include <utility>
@@ -28,15 +28,16 @@ bool isHostCall(const EvalOutcome& outcome) { return outcome.host_call.has_value
 
 }  // namespace
 
-Evaluation::Evaluation(const geometry::ContextTable& contexts, const KeepLimits& keep_limits)
+EvaluationRequests::EvaluationRequests(const geometry::ContextTable& contexts,
+                                       const KeepLimits& keep_limits)
     : contexts_(contexts), kept_(keep_limits) {
   lisp::installBuiltins(lisp::coreBuiltins());
   lisp::installBuiltins(host::host_builtins());
   lisp::installBuiltins(geometry::geometry_builtins());
 }
 
-WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::string_view payload,
-                                         std::string& response) {
+WorkerStatus EvaluationRequests::handleEvalStart(const MessageHeader& request,
+                                                 std::string_view payload, std::string& response) {
   // 1. The context.
   const CoordContext* context = nullptr;
   if (request.context_id != 0) {
@@ -44,7 +45,7 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
     if (context == nullptr) return WorkerStatus::ContextNotFound;
   }
   // 2. and 3. The run, on the persistent environment.
-  host::Program program{payload, {}};
+  host::StoredProgram program{payload, {}};
   EvalOutcome outcome;
   {
     Interpreter interpreter(environment_, context, nullptr);
@@ -67,8 +68,8 @@ WorkerStatus Evaluation::handleEvalStart(const MessageHeader& request, std::stri
   return encodeEvalResponse(outcome, run_id, response);
 }
 
-WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::string_view payload,
-                                          std::string& response) {
+WorkerStatus EvaluationRequests::handleEvalResume(const MessageHeader& request,
+                                                  std::string_view payload, std::string& response) {
   // 1. The run.
   PendingRun* const run = pending_runs_.findRun(request.run_id);
   if (run == nullptr) return WorkerStatus::InvalidRequest;
@@ -91,7 +92,7 @@ WorkerStatus Evaluation::handleEvalResume(const MessageHeader& request, std::str
   return resume(*run, std::move(*answer), response);
 }
 
-WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& response) {
+WorkerStatus EvaluationRequests::resume(PendingRun& run, LispValue answer, std::string& response) {
   // 4. The answered call joins the transcript.
   run.transcript.push_back(
       {std::move(run.pending_call.name), std::move(run.pending_call.arguments), std::move(answer)});
@@ -112,12 +113,12 @@ WorkerStatus Evaluation::resume(PendingRun& run, LispValue answer, std::string& 
   return encodeEvalResponse(outcome, run_id, response);
 }
 
-WorkerStatus Evaluation::handleEvalCancel(const MessageHeader& request) {
+WorkerStatus EvaluationRequests::handleEvalCancel(const MessageHeader& request) {
   endRun(request.run_id);  // Nothing is ever stored under 0.
   return WorkerStatus::Ok;
 }
 
-void Evaluation::endRun(std::uint64_t run_id) {
+void EvaluationRequests::endRun(std::uint64_t run_id) {
   kept_.drop(run_id);
   pending_runs_.eraseRun(run_id);
 }

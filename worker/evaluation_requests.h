@@ -1,7 +1,7 @@
 // The evaluation requests: programs, the host's answers, cancellations.
 
-#ifndef WORKER_EVALUATION_H_
-#define WORKER_EVALUATION_H_
+#ifndef WORKER_EVALUATION_REQUESTS_H_
+#define WORKER_EVALUATION_REQUESTS_H_
 
 #include <cstdint>
 #include <string>
@@ -18,10 +18,11 @@ namespace lisp_worker::worker {
 
 // Owns what evaluations leave behind: the persistent environment, which changes only when a run
 // ends with a value, and the pending runs.
-class Evaluation {
+class EvaluationRequests {
  public:
   // Programs run under the contexts of `contexts`, which must outlive this.
-  explicit Evaluation(const geometry::ContextTable& contexts, const KeepLimits& keep_limits = {});
+  explicit EvaluationRequests(const geometry::ContextTable& contexts,
+                              const KeepLimits& keep_limits = {});
 
   // Each carries out one request, returns the status of the response and leaves its payload in
   // `response`: an evaluation result, or nothing when the request was refused.
@@ -53,4 +54,4 @@ class Evaluation {
 
 }  // namespace lisp_worker::worker
 
-#endif  // WORKER_EVALUATION_H_
+#endif  // WORKER_EVALUATION_REQUESTS_H_
