@@ -22,11 +22,11 @@ namespace session = lisp_worker::session;
 
 using lisp_worker::session::FileEnd;
 using lisp_worker::session::Record;
+using lisp_worker::session::RecordedSession;
 using lisp_worker::session::RecordKind;
-using lisp_worker::session::Session;
 
 void checkFile(std::string_view bytes) {
-  const std::optional<Session> read = session::decodeSession(bytes, nullptr);
+  const std::optional<RecordedSession> read = session::decodeSession(bytes, nullptr);
   if (!read) return;
   const std::string written = session::encodeSession(*read);
   // Reserved bytes of a header are not read, and only its checksum covers them.
@@ -35,8 +35,8 @@ void checkFile(std::string_view bytes) {
                 "a whole file has nothing besides its records", read->end_text);
 }
 
-Session makeSession(fuzz::Input& input) {
-  Session made;
+RecordedSession makeSession(fuzz::Input& input) {
+  RecordedSession made;
   made.start_time = input.byte();
   for (int count = input.byte() % 8; count > 0; --count) {
     Record& record = made.records.emplace_back();
@@ -49,7 +49,7 @@ Session makeSession(fuzz::Input& input) {
 }
 
 // Records, of which those from the `intact`-th on may be missing, and no others.
-void checkRecords(const Session& read, const Session& made, std::size_t intact,
+void checkRecords(const RecordedSession& read, const RecordedSession& made, std::size_t intact,
                   std::string_view law) {
   const std::size_t count = read.records.size();
   fuzz::require(count >= intact && count <= made.records.size(), law);
@@ -57,9 +57,9 @@ void checkRecords(const Session& read, const Session& made, std::size_t intact,
 }
 
 void checkRecording(fuzz::Input& input) {
-  const Session made = makeSession(input);
+  const RecordedSession made = makeSession(input);
   std::string bytes = session::encodeSession(made);
-  const std::optional<Session> read = session::decodeSession(bytes, nullptr);
+  const std::optional<RecordedSession> read = session::decodeSession(bytes, nullptr);
   fuzz::require(read && read->end == FileEnd::Whole, "what is written can be read");
   fuzz::require(read->records == made.records, "records come back");
 
@@ -71,12 +71,12 @@ void checkRecording(fuzz::Input& input) {
     if (end > at) break;
     ++intact;
   }
-  const std::optional<Session> cut = session::decodeSession(bytes.substr(0, at), nullptr);
+  const std::optional<RecordedSession> cut = session::decodeSession(bytes.substr(0, at), nullptr);
   if (cut) checkRecords(*cut, made, intact, "a file that was cut tells all before the cut");
   const std::uint8_t change = input.byte();
   if (change == 0) return;
   bytes[at] = static_cast<char>(bytes[at] ^ change);
-  const std::optional<Session> damaged = session::decodeSession(bytes, nullptr);
+  const std::optional<RecordedSession> damaged = session::decodeSession(bytes, nullptr);
   if (!damaged) return;  // Of the file's own header.
   checkRecords(*damaged, made, intact, "a damaged file tells all before the damage");
   fuzz::require(damaged->end != FileEnd::Whole && damaged->records.size() == intact,

@@ -13,9 +13,9 @@ using worker::WorkerStatus;
 
 namespace {
 
-class Reader {
+class ConversationReader {
  public:
-  Conversation read(const Session& session) && {
+  Conversation read(const RecordedSession& session) && {
     for (std::size_t number = 0; number < session.records.size(); ++number) {
       const Record& record = session.records[number];
       switch (record.kind) {
@@ -126,7 +126,9 @@ const Evaluation* Conversation::callOf(std::size_t run, std::size_t number) cons
   return isCall(evaluation) ? &evaluation : nullptr;
 }
 
-Conversation understand(const Session& session) { return Reader().read(session); }
+Conversation understand(const RecordedSession& session) {
+  return ConversationReader().read(session);
+}
 
 std::optional<MessageHeader> headerOf(const Record& record) {
   if (record.body.size() < worker::kHeaderSize) return std::nullopt;

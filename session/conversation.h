@@ -56,7 +56,7 @@ struct Conversation {
 
 // Puts a session's frames together. A frame that fits nowhere, such as the resume of a run that
 // never waited, is a run of its own without a program.
-[[nodiscard]] Conversation understand(const Session& session);
+[[nodiscard]] Conversation understand(const RecordedSession& session);
 
 // The header of a record's frame; empty when it is shorter than one.
 [[nodiscard]] std::optional<worker::MessageHeader> headerOf(const Record& record);

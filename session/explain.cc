@@ -286,12 +286,13 @@ std::optional<std::size_t> firstDifferentCourse(const Conversation& recorded,
   return std::nullopt;
 }
 
-Explanation explainRecords(const Session& recorded, const Session& made, std::size_t number) {
-  const auto line = [number](const Session& session) {
+Explanation explainRecords(const RecordedSession& recorded, const RecordedSession& made,
+                           std::size_t number) {
+  const auto line = [number](const RecordedSession& session) {
     return number < session.records.size() ? describeRecord(session.records[number], number)
                                            : std::string("(the session has ended)");
   };
-  const auto is_broken = [number](const Session& session) {
+  const auto is_broken = [number](const RecordedSession& session) {
     return number < session.records.size() && session.records[number].kind == RecordKind::Broken;
   };
   const bool has_ended = is_broken(recorded) != is_broken(made);
@@ -314,12 +315,12 @@ std::size_t divergentCall(const std::string& message, std::string& name) {
 // The course that the run of `evaluation` would take if it were started where it ended: under the
 // contexts of that moment, on the variables of its own start, with its own answers. A course for
 // each evaluation.
-std::vector<Course> remakeRun(const Session& session, const Conversation& conversation,
+std::vector<Course> remakeRun(const RecordedSession& session, const Conversation& conversation,
                               const Evaluation& evaluation, const client::WorkerStarter& starter,
                               std::chrono::milliseconds time_limit) {
   const Run& run = conversation.runs[evaluation.run];
   const std::size_t start = conversation.evaluations[run.evaluations[0]].request_record;
-  Session again;
+  RecordedSession again;
   const auto add = [&](std::size_t record) {
     again.records.push_back(session.records[record]);
     again.records.push_back({RecordKind::Response, 0, {}});
@@ -396,7 +397,8 @@ std::string_view causeName(Cause cause) {
   return kNames[static_cast<std::size_t>(cause)];
 }
 
-std::optional<Explanation> explainDifference(const Session& recorded, const Session& made) {
+std::optional<Explanation> explainDifference(const RecordedSession& recorded,
+                                             const RecordedSession& made) {
   const std::optional<std::size_t> number = firstDifference(recorded, made);
   if (!number) return std::nullopt;
   const Conversation before = understand(recorded);
@@ -419,7 +421,7 @@ std::optional<Explanation> explainDifference(const Session& recorded, const Sess
   return compose(titleOf(a), compareCourses(course_before, course_after), reason);
 }
 
-std::optional<Explanation> explainDivergence(const Session& session,
+std::optional<Explanation> explainDivergence(const RecordedSession& session,
                                              const client::WorkerStarter* starter,
                                              std::chrono::milliseconds time_limit) {
   const Conversation conversation = understand(session);

@@ -108,7 +108,7 @@ std::string programOf(const std::vector<Call>& calls) {
   return program + "'DONE";
 }
 
-Session hold(const Script& script) {
+RecordedSession hold(const Script& script) {
   SessionMaker maker;
   client::Worker& worker = maker.worker();
   EXPECT_EQ(worker.registerContext(script.context), worker::WorkerStatus::Ok);
@@ -123,7 +123,7 @@ Session hold(const Script& script) {
 
 // As if one and the same host had met another worker: the requests of `recorded`, what came of
 // them from `made`.
-Session withRequestsOf(const Session& recorded, Session made) {
+RecordedSession withRequestsOf(const RecordedSession& recorded, RecordedSession made) {
   for (std::size_t number = 0; number < made.records.size(); ++number) {
     const bool is_request = number < recorded.records.size() &&
                             recorded.records[number].kind == RecordKind::Request &&
@@ -162,9 +162,9 @@ void forEverySeed(Check check) {
 // Two sessions whose programs differ as if the worker had changed.
 std::optional<Explanation> explainChange(const std::vector<Call>& before,
                                          const std::vector<Call>& after) {
-  const Session recorded = hold(
+  const RecordedSession recorded = hold(
       {.setup = {}, .program = programOf(before), .context = contextWithOrigin(0), .answers = {}});
-  const Session made = hold(
+  const RecordedSession made = hold(
       {.setup = {}, .program = programOf(after), .context = contextWithOrigin(0), .answers = {}});
   return explainDifference(recorded, withRequestsOf(recorded, made));
 }
@@ -245,9 +245,9 @@ TEST(ExplainGenerated, FindsAContextThatIsAnotherOne) {
     const int before = generator.random().between(0, 99);
     const int after = before + generator.random().between(1, 99);
     const std::string program = programOf(calls);
-    const Session recorded = hold(
+    const RecordedSession recorded = hold(
         {.setup = {}, .program = program, .context = contextWithOrigin(before), .answers = {}});
-    const Session made =
+    const RecordedSession made =
         hold({.setup = {}, .program = program, .context = contextWithOrigin(after), .answers = {}});
     const auto explanation = explainDifference(recorded, made);
     expectExplained(explanation, Cause::ContextReplaced);
@@ -319,14 +319,14 @@ TEST(ExplainGenerated, FindsChangedDefinitions) {
                                       "; how a shape is made\n(DEFUN SHAPE (N) " + body + ")"};
     };
     const std::string program = programOf(calls);
-    const Session recorded = hold({.setup = setup("(LIST N 1)"),
-                                   .program = program,
-                                   .context = contextWithOrigin(0),
-                                   .answers = {}});
-    const Session made = hold({.setup = setup("(LIST N 2)"),
-                               .program = program,
-                               .context = contextWithOrigin(0),
-                               .answers = {}});
+    const RecordedSession recorded = hold({.setup = setup("(LIST N 1)"),
+                                           .program = program,
+                                           .context = contextWithOrigin(0),
+                                           .answers = {}});
+    const RecordedSession made = hold({.setup = setup("(LIST N 2)"),
+                                       .program = program,
+                                       .context = contextWithOrigin(0),
+                                       .answers = {}});
     const auto explanation = explainDifference(recorded, made);
     expectExplained(explanation, Cause::DefinitionsChanged);
     EXPECT_THAT(explanation->text, HasSubstr("line 2: (DEFUN SHAPE (N) (LIST N 1)) became "
@@ -347,7 +347,7 @@ TEST(ExplainGenerated, FindsAnotherAnswerOfTheHost) {
                   .program = program,
                   .context = contextWithOrigin(0),
                   .answers = answers};
-    const Session recorded = hold(script);
+    const RecordedSession recorded = hold(script);
     script.answers[2 * generator.random().below(calls.size())] = client::string("elsewhere");
     const auto explanation = explainDifference(recorded, hold(script));
     expectExplained(explanation, Cause::AnswerChanged);
@@ -374,11 +374,11 @@ TEST(ExplainGenerated, FindsNaN) {
 
 TEST(ExplainGenerated, FindsAWorkerThatEnded) {
   forEverySeed([](Generator& generator) {
-    const Session recorded = hold({.setup = {},
-                                   .program = programOf(generator.calls(1)),
-                                   .context = contextWithOrigin(0),
-                                   .answers = {}});
-    Session made = recorded;
+    const RecordedSession recorded = hold({.setup = {},
+                                           .program = programOf(generator.calls(1)),
+                                           .context = contextWithOrigin(0),
+                                           .answers = {}});
+    RecordedSession made = recorded;
     std::size_t last = 2 + generator.random().below(made.records.size() - 2);
     while (made.records[last].kind != RecordKind::Response) --last;
     made.records.resize(last + 1);

@@ -68,9 +68,9 @@ std::unique_ptr<SessionReader> openChecked(const std::string& path) {
   return mayUse(path, reader->end(), reader->endText()) ? open(path) : nullptr;
 }
 
-std::optional<Session> load(const std::string& path) {
+std::optional<RecordedSession> load(const std::string& path) {
   std::string error;
-  std::optional<Session> session = readSession(path, &error);
+  std::optional<RecordedSession> session = readSession(path, &error);
   if (!session) complain(ExitCode::UnusableInput, error);
   if (session && !mayUse(path, session->end, session->end_text)) return std::nullopt;
   return session;
@@ -151,11 +151,11 @@ ExitCode diff(const CommandLine& line) {
 }
 
 ExitCode explain(const CommandLine& line) {
-  const std::optional<Session> recorded = load(line.files[0]);
+  const std::optional<RecordedSession> recorded = load(line.files[0]);
   if (!recorded) return ExitCode::UnusableInput;
   std::optional<Explanation> explanation;
   if (line.files.size() == 2) {
-    const std::optional<Session> made = load(line.files[1]);
+    const std::optional<RecordedSession> made = load(line.files[1]);
     if (!made) return ExitCode::UnusableInput;
     explanation = explainDifference(*recorded, *made);
   } else if (line.worker.empty()) {

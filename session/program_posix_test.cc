@@ -78,11 +78,11 @@ class SessionProgram : public testing::Test {
 
   [[nodiscard]] fs::path recording() const { return directory_ / "recorded.session"; }
 
-  [[nodiscard]] Session recorded() const {
+  [[nodiscard]] RecordedSession recorded() const {
     std::string error;
     auto session = readSession(recording(), &error);
     EXPECT_TRUE(session.has_value()) << error;
-    return session.value_or(Session{});
+    return session.value_or(RecordedSession{});
   }
 
   fs::path directory_ =
@@ -223,7 +223,7 @@ TEST_F(SessionProgram, RecordsBetweenAHostAndItsWorker) {
     EXPECT_EQ(worker.run(long_program)->text, "(7)");
     EXPECT_EQ(worker.stop(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
   }
-  const Session session = recorded();
+  const RecordedSession session = recorded();
   EXPECT_EQ(session.end, FileEnd::Whole);
   ASSERT_EQ(session.records.size(), 12u);
   EXPECT_EQ(session.records[7].body.substr(worker::kHeaderSize), long_program);
@@ -313,7 +313,7 @@ TEST_F(SessionProgram, LeavesAReadableRecordingWhenItIsKilled) {
     fs::remove(recording());
     ASSERT_TRUE(worker.restart());  // Kills the one before.
     ASSERT_EQ(worker.ping(), WorkerStatus::Ok);
-    const Session session = recorded();
+    const RecordedSession session = recorded();
     EXPECT_EQ(session.end, FileEnd::Whole);
     EXPECT_EQ(session.records.size(), 3u);
   }

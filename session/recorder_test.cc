@@ -25,7 +25,7 @@ class RecorderTest : public testing::Test {
       std::filesystem::temp_directory_path() / "lisp_worker_recorder_test.session";
 };
 
-std::vector<RecordKind> kindsOf(const Session& session) {
+std::vector<RecordKind> kindsOf(const RecordedSession& session) {
   std::vector<RecordKind> kinds;
   for (const Record& record : session.records) kinds.push_back(record.kind);
   return kinds;

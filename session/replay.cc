@@ -145,7 +145,7 @@ namespace {
 // The records of a session in memory, which must outlive this.
 class SessionStream final : public RecordStream {
  public:
-  explicit SessionStream(const Session& session) : session_(session) {}
+  explicit SessionStream(const RecordedSession& session) : session_(session) {}
 
   bool next(Record& record) override {
     if (next_ == session_.records.size()) return false;
@@ -154,7 +154,7 @@ class SessionStream final : public RecordStream {
   }
 
  private:
-  const Session& session_;
+  const RecordedSession& session_;
   std::size_t next_ = 0;
 };
 
@@ -240,7 +240,7 @@ bool isSame(const Window& a, const Window& b) {
 
 }  // namespace
 
-ReplayReport replaySession(const Session& recorded, const client::WorkerStarter& starter,
+ReplayReport replaySession(const RecordedSession& recorded, const client::WorkerStarter& starter,
                            std::chrono::milliseconds time_limit) {
   SessionStream source(recorded);
   ReplayStream stream(source, starter, time_limit);
@@ -266,7 +266,7 @@ std::optional<RecordDifference> firstDifference(RecordStream& a, RecordStream& b
   return RecordDifference{number, one.current(), other.current()};
 }
 
-std::optional<std::size_t> firstDifference(const Session& a, const Session& b) {
+std::optional<std::size_t> firstDifference(const RecordedSession& a, const RecordedSession& b) {
   SessionStream one(a);
   SessionStream other(b);
   const std::optional<RecordDifference> found = firstDifference(one, other, nullptr);

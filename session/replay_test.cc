@@ -71,7 +71,7 @@ TEST(RecordedSessions, AreHeldAgainstEveryByteOfEveryResponse) {
       const Record& record = recorded->records[number];
       if (record.kind != RecordKind::Response) continue;
       for (std::size_t at = 0; at < record.body.size(); at += 13) {
-        Session changed = *recorded;
+        RecordedSession changed = *recorded;
         changed.records[number].body[at] ^= 0x20;
         ASSERT_EQ(firstDifference(*recorded, changed), number);
         ++count;
@@ -81,7 +81,7 @@ TEST(RecordedSessions, AreHeldAgainstEveryByteOfEveryResponse) {
   EXPECT_GT(count, 1000u);
 }
 
-Session someSession() {
+RecordedSession someSession() {
   SessionMaker maker;
   EXPECT_TRUE(maker.worker().run("(SETQ A 5)").has_value());
   EXPECT_TRUE(maker.worker()
@@ -92,7 +92,7 @@ Session someSession() {
 }
 
 TEST(Replay, MakesARecordForEachOfTheRecording) {
-  Session recorded = someSession();
+  RecordedSession recorded = someSession();
   recorded.records.push_back(
       {RecordKind::End, 0, encodeEnd({client::WorkerExit::Kind::Exited, 0})});
   const ReplayReport report = replaySession(recorded, &InProcessWorker::start, kPatience);
@@ -102,8 +102,8 @@ TEST(Replay, MakesARecordForEachOfTheRecording) {
 }
 
 TEST(Replay, StartsAFreshWorkerWhereTheRecordingDid) {
-  Session recorded = someSession();
-  const Session once = recorded;
+  RecordedSession recorded = someSession();
+  const RecordedSession once = recorded;
   recorded.records.insert(recorded.records.end(), once.records.begin(), once.records.end());
   const ReplayReport report = replaySession(recorded, &InProcessWorker::start, kPatience);
   EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
@@ -120,7 +120,7 @@ TEST(Replay, TellsThatThereIsNoWorker) {
 // A program that takes requests and never answers, as long as its input does not end.
 TEST(Replay, GivesUpAWorkerThatDoesNotAnswer) {
   const std::string path = testing_support::environment("LISP_FAULTY_WORKER_PATH");
-  Session recorded = someSession();
+  RecordedSession recorded = someSession();
   // What the faulty worker takes for its orders: no fault known to it, so one that stalls.
   recorded.records[1].body =
       std::string("\3\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 16) + recorded.records[1].body;
@@ -139,9 +139,9 @@ TEST(Replay, GivesUpAWorkerThatDoesNotAnswer) {
 
 // A session in which `end` came instead of the first response, after `came`, if anything came; and
 // another worker after that.
-Session endedInstead(client::WorkerExit end, const std::optional<std::string>& came) {
-  const Session whole = someSession();
-  Session session = whole;
+RecordedSession endedInstead(client::WorkerExit end, const std::optional<std::string>& came) {
+  const RecordedSession whole = someSession();
+  RecordedSession session = whole;
   session.records.resize(2);
   if (came) session.records.push_back({RecordKind::Broken, 0, *came});
   session.records.push_back({RecordKind::End, 0, encodeEnd(end)});
@@ -157,7 +157,7 @@ TEST(Replay, GoesOnAfterAnEndFromOutside) {
   for (const auto& came :
        {std::optional<std::string>(), std::optional<std::string>(""),
         std::optional<std::string>(response.substr(0, 70)), std::optional(response)}) {
-    Session recorded = endedInstead(kKilledByOthers, came);
+    RecordedSession recorded = endedInstead(kKilledByOthers, came);
     const ReplayReport report = replaySession(recorded, realWorker(), kPatience);
     EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
     EXPECT_EQ(firstDifference(report.made, recorded), std::nullopt);
@@ -165,13 +165,13 @@ TEST(Replay, GoesOnAfterAnEndFromOutside) {
     recorded.records.back().body.back() ^= 1;
     EXPECT_EQ(firstDifference(recorded, report.made), recorded.records.size() - 1);
   }
-  const Session other = endedInstead(kKilledByOthers, "rubbish");
+  const RecordedSession other = endedInstead(kKilledByOthers, "rubbish");
   EXPECT_EQ(firstDifference(other, replaySession(other, realWorker(), kPatience).made), 2u);
 }
 
 // What ends there is the recording, and not the worker.
 TEST(Replay, InventsNoEndForAWorkerWithARequestInHand) {
-  const Session recorded = endedInstead({Kind::Exited, 0}, std::nullopt);
+  const RecordedSession recorded = endedInstead({Kind::Exited, 0}, std::nullopt);
   for (int n = 0; n < 20; ++n) {
     const ReplayReport report = replaySession(recorded, realWorker(), kPatience);
     ASSERT_EQ(report.made.records[2].kind, RecordKind::End);
@@ -184,25 +184,25 @@ TEST(Replay, ComparesAnEndThatAWorkerHasMadeItself) {
   for (const client::WorkerExit end :
        {client::WorkerExit{Kind::Signaled, 11}, client::WorkerExit{Kind::Exited, 8},
         client::WorkerExit{Kind::Exited, 0xC0000005}}) {
-    const Session recorded = endedInstead(end, "");
+    const RecordedSession recorded = endedInstead(end, "");
     EXPECT_EQ(firstDifference(recorded, replaySession(recorded, realWorker(), kPatience).made), 2u);
   }
   // Its host has given it up, because nothing came: that is about the worker, too.
-  const Session stuck = endedInstead({Kind::Killed, 0}, "");
+  const RecordedSession stuck = endedInstead({Kind::Killed, 0}, "");
   EXPECT_EQ(firstDifference(stuck, replaySession(stuck, realWorker(), kPatience).made), 2u);
 }
 
 TEST(FirstDifference, LeavesTimesAside) {
-  const Session a = someSession();
-  Session b = a;
+  const RecordedSession a = someSession();
+  RecordedSession b = a;
   b.start_time = 99;
   for (Record& record : b.records) record.time += 1000;
   EXPECT_EQ(firstDifference(a, b), std::nullopt);
 }
 
 TEST(FirstDifference, IsTheEndOfTheShorterSession) {
-  const Session a = someSession();
-  Session b = a;
+  const RecordedSession a = someSession();
+  RecordedSession b = a;
   b.records.pop_back();
   EXPECT_EQ(firstDifference(a, b), b.records.size());
   EXPECT_EQ(firstDifference(b, a), b.records.size());
@@ -210,11 +210,11 @@ TEST(FirstDifference, IsTheEndOfTheShorterSession) {
 
 TEST(FirstDifference, CountsHowAWorkerEndedOnlyIfItEndedByItself) {
   const auto ending = [](client::WorkerExit exit) {
-    Session session = someSession();
+    RecordedSession session = someSession();
     session.records.push_back({RecordKind::End, 0, encodeEnd(exit)});
     return session;
   };
-  const Session fine = ending({Kind::Exited, 0});
+  const RecordedSession fine = ending({Kind::Exited, 0});
   const std::size_t last = fine.records.size() - 1;
   EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 5})), last);
   EXPECT_EQ(firstDifference(fine, ending({Kind::Exited, 0xC0000005})), last);

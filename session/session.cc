@@ -84,9 +84,9 @@ std::optional<SessionReader::Source> openSource(const std::filesystem::path& pat
 }
 
 // Everything that `reader`, which may be null, has to give.
-std::optional<Session> readAll(const std::unique_ptr<SessionReader>& reader) {
+std::optional<RecordedSession> readAll(const std::unique_ptr<SessionReader>& reader) {
   if (reader == nullptr) return std::nullopt;
-  Session session;
+  RecordedSession session;
   session.start_time = reader->startTime();
   Record record;
   while (reader->next(record)) session.records.push_back(std::move(record));
@@ -124,7 +124,7 @@ std::string encodeRecord(RecordKind kind, std::uint32_t number, std::uint64_t ti
   return bytes;
 }
 
-std::string encodeSession(const Session& session) {
+std::string encodeSession(const RecordedSession& session) {
   std::string bytes = encodeFileHeader(session.start_time);
   std::uint32_t number = 0;
   for (const Record& record : session.records) {
@@ -199,7 +199,7 @@ bool SessionReader::stop(FileEnd end, const std::string& what) {
   return false;
 }
 
-std::optional<Session> decodeSession(std::string_view bytes, std::string* error_out) {
+std::optional<RecordedSession> decodeSession(std::string_view bytes, std::string* error_out) {
   return readAll(SessionReader::begin(
       [bytes](char* buffer, std::size_t size) mutable {
         size = std::min(size, bytes.size());
@@ -210,7 +210,8 @@ std::optional<Session> decodeSession(std::string_view bytes, std::string* error_
       error_out));
 }
 
-std::optional<Session> readSession(const std::filesystem::path& path, std::string* error_out) {
+std::optional<RecordedSession> readSession(const std::filesystem::path& path,
+                                           std::string* error_out) {
   return readAll(SessionReader::open(path, error_out));
 }
 

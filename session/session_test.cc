@@ -15,12 +15,12 @@ using client::WorkerExit;
 using testing::HasSubstr;
 using testing_support::SessionMaker;
 
-Session someSession() {
+RecordedSession someSession() {
   SessionMaker maker;
   EXPECT_TRUE(maker.worker().run("(+ 1 2)").has_value());
   EXPECT_TRUE(maker.worker().run("(GETPOINT \"To: \")").has_value());
   maker.worker().stop();
-  Session session = maker.session();
+  RecordedSession session = maker.session();
   session.start_time = 1234567890;
   session.records.push_back({RecordKind::Broken, 5, "half"});
   session.records.push_back({RecordKind::End, 6, encodeEnd({WorkerExit::Kind::Signaled, 11})});
@@ -38,7 +38,7 @@ TEST(Crc32, IsTheWellKnownOne) {
 }
 
 TEST(SessionFile, ReadsWhatWasWritten) {
-  const Session session = someSession();
+  const RecordedSession session = someSession();
   std::string error;
   const auto read = decodeSession(encodeSession(session), &error);
   ASSERT_TRUE(read.has_value()) << error;
@@ -49,7 +49,7 @@ TEST(SessionFile, ReadsWhatWasWritten) {
 }
 
 TEST(SessionFile, TellsEverythingUpToItsLastWholeRecordWhereverItIsCut) {
-  const Session session = someSession();
+  const RecordedSession session = someSession();
   const std::string bytes = encodeSession(session);
   std::vector<std::size_t> ends = {kFileHeaderSize};  // Of the records, as offsets.
   for (const Record& record : session.records) {
@@ -79,7 +79,7 @@ TEST(SessionFile, TellsEverythingUpToItsLastWholeRecordWhereverItIsCut) {
 }
 
 TEST(SessionFile, NoticesEveryFlippedBit) {
-  const Session session = someSession();
+  const RecordedSession session = someSession();
   const std::string bytes = encodeSession(session);
   for (std::size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
     std::string flipped = bytes;

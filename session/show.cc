@@ -184,7 +184,7 @@ std::string describeRecord(const Record& record, std::size_t number) {
   return text;
 }
 
-std::string showSession(const Session& session) {
+std::string showSession(const RecordedSession& session) {
   std::string text;
   for (std::size_t number = 0; number < session.records.size(); ++number) {
     text += describeRecord(session.records[number], number) + "\n";

@@ -91,7 +91,7 @@ TEST(ShowSession, HasALineForEachRecord) {
 }
 
 TEST(ShowSession, TellsWhatIsNotAFrame) {
-  Session session;
+  RecordedSession session;
   session.records = {{RecordKind::Request, 0, "KLSP"}, {RecordKind::Broken, 2000000, "x"}};
   session.end = FileEnd::Cut;
   session.end_text = "the file ends inside record 2, in its header";
@@ -110,7 +110,7 @@ TEST(ShowRecord, HasEverything) {
   ASSERT_TRUE(maker.worker().registerContext(context).has_value());
   ASSERT_TRUE(maker.worker().evalStart("; a comment\n(GETPOINT 1 2)", 0).has_value());
   ASSERT_TRUE(maker.worker().convert(3, {1, 2, 3}, 0, 0).has_value());
-  const Session& session = maker.session();
+  const RecordedSession& session = maker.session();
   EXPECT_EQ(showRecord(session.records[0], 0), describeRecord(session.records[0], 0) + "\n");
   const std::string registration = showRecord(session.records[1], 1);
   EXPECT_THAT(registration, HasSubstr("\n  type            2\n"));

@@ -19,7 +19,7 @@ class SessionMaker : private client::FrameObserver {
   SessionMaker() : worker_(&InProcessWorker::start, {.time_limit = {}, .observer = this}) {}
 
   [[nodiscard]] client::Worker& worker() { return worker_; }
-  [[nodiscard]] const session::Session& session() const { return session_; }
+  [[nodiscard]] const session::RecordedSession& session() const { return session_; }
 
  private:
   void onStart() override { add(session::RecordKind::Start, {}); }
@@ -40,7 +40,7 @@ class SessionMaker : private client::FrameObserver {
     session_.records.push_back({kind, 100 * session_.records.size(), std::move(body)});
   }
 
-  session::Session session_;
+  session::RecordedSession session_;
   client::Worker worker_;  // Last: it is gone before the session that it adds to.
 };
 

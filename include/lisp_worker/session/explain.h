@@ -46,15 +46,15 @@ struct Explanation {
 inline constexpr std::size_t kExplanationLinesMax = 25;
 
 // What sets `made` apart from `recorded`. Empty when nothing does.
-[[nodiscard]] std::optional<Explanation> explainDifference(const Session& recorded,
-                                                           const Session& made);
+[[nodiscard]] std::optional<Explanation> explainDifference(const RecordedSession& recorded,
+                                                           const RecordedSession& made);
 
 // The first divergence that a worker has reported within the session. The worker does not tell the
 // arguments of the call that it refused; with `starter`, unless that is null, the run is held
 // again under the contexts of that moment to see them; `time_limit` is for each response to that.
 // Empty when there is no divergence.
 [[nodiscard]] std::optional<Explanation> explainDivergence(
-    const Session& session, const client::WorkerStarter* starter,
+    const RecordedSession& session, const client::WorkerStarter* starter,
     std::chrono::milliseconds time_limit = std::chrono::seconds(10));
 
 }  // namespace lisp_worker::session

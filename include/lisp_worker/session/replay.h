@@ -38,12 +38,12 @@ class ReplayStream final : public RecordStream {
 };
 
 struct ReplayReport {
-  Session made;
+  RecordedSession made;
   std::string error;  // Why the replay could not be held; empty when it could.
 };
 
 // The same for a whole session.
-[[nodiscard]] ReplayReport replaySession(const Session& recorded,
+[[nodiscard]] ReplayReport replaySession(const RecordedSession& recorded,
                                          const client::WorkerStarter& starter,
                                          std::chrono::milliseconds time_limit);
 
@@ -63,7 +63,8 @@ struct RecordDifference {
                                                               std::size_t* count_out);
 
 // The number of those records in whole sessions.
-[[nodiscard]] std::optional<std::size_t> firstDifference(const Session& a, const Session& b);
+[[nodiscard]] std::optional<std::size_t> firstDifference(const RecordedSession& a,
+                                                         const RecordedSession& b);
 
 }  // namespace lisp_worker::session
 

@@ -103,7 +103,7 @@ enum class FileEnd : std::uint8_t {
   Damaged,  // At a record whose checksum or contents are wrong.
 };
 
-struct Session {
+struct RecordedSession {
   std::uint64_t start_time = 0;  // Microseconds since 1970 in UTC.
   std::vector<Record> records;   // All before the end.
   FileEnd end = FileEnd::Whole;
@@ -114,7 +114,7 @@ struct Session {
 [[nodiscard]] std::string encodeFileHeader(std::uint64_t start_time);
 [[nodiscard]] std::string encodeRecord(RecordKind kind, std::uint32_t number, std::uint64_t time,
                                        std::string_view body);
-[[nodiscard]] std::string encodeSession(const Session& session);
+[[nodiscard]] std::string encodeSession(const RecordedSession& session);
 
 // Records one after the other, from a file or from elsewhere.
 class RecordStream {
@@ -163,11 +163,12 @@ class SessionReader final : public RecordStream {
 
 // Reads as much of a file as can be trusted. Empty when it is no session file of this version at
 // all, with the reason in `error_out`.
-[[nodiscard]] std::optional<Session> decodeSession(std::string_view bytes, std::string* error_out);
+[[nodiscard]] std::optional<RecordedSession> decodeSession(std::string_view bytes,
+                                                           std::string* error_out);
 
 // The same for a file by its path.
-[[nodiscard]] std::optional<Session> readSession(const std::filesystem::path& path,
-                                                 std::string* error_out);
+[[nodiscard]] std::optional<RecordedSession> readSession(const std::filesystem::path& path,
+                                                         std::string* error_out);
 
 // The body of an End record.
 [[nodiscard]] std::string encodeEnd(const client::WorkerExit& exit);

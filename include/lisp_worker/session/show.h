@@ -14,7 +14,7 @@ namespace lisp_worker::session {
 [[nodiscard]] std::string describeRecord(const Record& record, std::size_t number);
 
 // The whole session, a line a record, with a line on its end when it is not whole.
-[[nodiscard]] std::string showSession(const Session& session);
+[[nodiscard]] std::string showSession(const RecordedSession& session);
 
 // Everything in one record: the fields of its header, and its payload as text, as fields or as
 // bytes, whichever it is.
