@@ -27,7 +27,7 @@ namespace {
 // stands still meanwhile.
 constexpr std::chrono::milliseconds kEndGrace{100};
 
-struct Program {
+struct ProgramState {
   std::shared_ptr<const ProgramSettings> settings;
   RunReport report;
   std::uint64_t run_id = 0;  // Of the worker, while the run waits there.
@@ -84,7 +84,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
 
   ProgramId submit(std::string text, ProgramSettings settings) {
     const ProgramId id = next_program_id_++;
-    Program& program = programs_[id];
+    ProgramState& program = programs_[id];
     if (settings.time_limit.count() > 0) {
       program.deadline = momentAfter(settings.time_limit);
       deadlines_.insert({*program.deadline, id});
@@ -104,7 +104,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
   }
 
   bool answer(ProgramId id, const Datum& datum) {
-    Program* const program = findWaiting(id);
+    ProgramState* const program = findWaiting(id);
     if (program == nullptr) return false;
     std::string reason;
     std::optional<std::string> text = answerText(datum, &reason);
@@ -125,7 +125,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
   }
 
   bool decline(ProgramId id) {
-    const Program* const program = findWaiting(id);
+    const ProgramState* const program = findWaiting(id);
     if (program == nullptr) return false;
     giveUp(id, RunEnd::Unanswered, "the host has not answered " + program->call_name);
     poke();
@@ -181,7 +181,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     using State = ProgramProgress::State;
     const auto found = programs_.find(id);
     if (found == programs_.end()) return std::nullopt;
-    const Program& program = found->second;
+    const ProgramState& program = found->second;
     const bool is_in_hand = exchange_ != nullptr && exchange_->programInHand() == id;
     return ProgramProgress{.state = program.is_waiting ? State::Waiting
                                     : is_in_hand       ? State::Evaluating
@@ -329,7 +329,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
 
   // --- Programs ---
 
-  Program* findWaiting(ProgramId id) {
+  ProgramState* findWaiting(ProgramId id) {
     const auto found = programs_.find(id);
     return found != programs_.end() && found->second.is_waiting ? &found->second : nullptr;
   }
@@ -347,7 +347,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
   }
 
   void takeEvaluation(ProgramId id, MessageType type, Reply<EvalResult> reply) {
-    Program& program = programs_.at(id);
+    ProgramState& program = programs_.at(id);
     const bool is_start = type == MessageType::EvalStart;
     if (is_start && reply.value && reply.value->run_id != 0) {
       next_run_id_ = reply.value->run_id + 1;
@@ -365,7 +365,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     }
   }
 
-  void takeCall(ProgramId id, Program& program, const EvalResult& result) {
+  void takeCall(ProgramId id, ProgramState& program, const EvalResult& result) {
     program.is_waiting = true;
     program.call_name = result.call_name;
     if (program.verdict) return stop(id, *program.verdict);
@@ -390,7 +390,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
 
   // Ends a waiting program for a reason of the host's side.
   void giveUp(ProgramId id, RunEnd reason, std::string text) {
-    Program& program = programs_.at(id);
+    ProgramState& program = programs_.at(id);
     cancelRun(program.run_id);
     program.report.end = reason;
     program.report.text = std::move(text);
@@ -399,7 +399,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
 
   // Ends a program that is not being evaluated at once, any other after its evaluation.
   void stop(ProgramId id, ProgramOutcome::Kind kind) {
-    Program& program = programs_.at(id);
+    ProgramState& program = programs_.at(id);
     if (exchange_ != nullptr && exchange_->programInHand() == id) {
       program.verdict = kind;
       if (program.deadline) deadlines_.erase({*program.deadline, id});
@@ -412,7 +412,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
 
   void end(ProgramId id, ProgramOutcome::Kind kind) {
     const auto found = programs_.find(id);
-    Program& program = found->second;
+    ProgramState& program = found->second;
     if (program.deadline) deadlines_.erase({*program.deadline, id});
     if (program.settings->on_end) {
       callbacks_.emplace_back(
@@ -473,7 +473,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
   std::vector<ProgramId> cancellations_;
 
   std::unique_ptr<AsyncExchange> exchange_;  // On channel_; null after a fault.
-  std::map<ProgramId, Program> programs_;
+  std::map<ProgramId, ProgramState> programs_;
   std::set<std::pair<steady_clock::time_point, ProgramId>> deadlines_;
   std::vector<CoordContext> contexts_;  // In the order of their first registration.
   std::deque<std::function<void()>> callbacks_;

@@ -48,7 +48,7 @@ const explain::Form* findForm(const std::vector<explain::Form>& forms, std::size
 }
 
 // From a call to one of its arguments.
-void narrow(explain::Fault& fault, std::size_t argument) {
+void narrow(explain::FaultyForm& fault, std::size_t argument) {
   if (fault.program == nullptr) return;
   const explain::Form* const call = findForm(fault.program->reading.forms, fault.begin, fault.end);
   if (call == nullptr || argument + 1 >= call->items.size()) return;
@@ -138,7 +138,7 @@ explain::Outcome Explainer::evaluateAgain(explain::Watcher* watcher) {
 
 std::string Explainer::explainUnreadableAnswer(const client::EvalResult& result) {
   outcome_ = evaluateAgain(watcher_);  // Stops at the call that was answered.
-  const explain::Fault call = outcome_.fault;
+  const explain::FaultyForm call = outcome_.fault;
   const auto answer = explain::explainAnswer(last_answer_);
   if (!answer || answer->message != result.text) return "";
   outcome_ = *answer;

@@ -22,7 +22,7 @@ bool contains(std::span<const std::string> names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-Cause causeOfLimits(const Failure& failure) {
+FailureCause causeOfLimits(const Failure& failure) {
   if (failure.kind == lisp::OutcomeKind::StepLimit) {
     return {&failure.form, "an end within " + std::to_string(failure.limits.step_limit) + " steps",
             "the table shows where they went: does the condition of that WHILE ever become nil?"};
@@ -33,9 +33,9 @@ Cause causeOfLimits(const Failure& failure) {
           "time: about 60 calls; a WHILE takes none"};
 }
 
-Cause causeOfUnbound(const Failure& failure) {
+FailureCause causeOfUnbound(const Failure& failure) {
   const std::string name(failure.form.name());
-  Cause cause{&failure.form, "a variable that has been given a value", ""};
+  FailureCause cause{&failure.form, "a variable that has been given a value", ""};
   const std::vector<std::string> near = similarNames(name, failure.variables);
   if (std::string habit = adviceOnHabit(failure.form, failure.source); !habit.empty()) {
     cause.advice = std::move(habit);
@@ -51,11 +51,11 @@ Cause causeOfUnbound(const Failure& failure) {
   return cause;
 }
 
-Cause causeOfUnknown(const Failure& failure) {
+FailureCause causeOfUnknown(const Failure& failure) {
   const std::string_view name = failure.form.operatorName();
-  Cause cause{&failure.form.items.front(),
-              "a special form, a builtin or a function that has been defined",
-              "define it with DEFUN before this line, or load the library that does"};
+  FailureCause cause{&failure.form.items.front(),
+                     "a special form, a builtin or a function that has been defined",
+                     "define it with DEFUN before this line, or load the library that does"};
   std::vector<std::string> names(failure.functions.begin(), failure.functions.end());
   for (const Entry& entry : entries()) names.emplace_back(entry.name);
   if (std::string habit = adviceOnHabit(failure.form, failure.source); !habit.empty()) {
@@ -66,7 +66,7 @@ Cause causeOfUnknown(const Failure& failure) {
   return cause;
 }
 
-Cause causeOfArity(const Form& call, const Function& callee) {
+FailureCause causeOfArity(const Form& call, const Function& callee) {
   const Form& definition = *callee.definition;
   const std::string name(definition.items[1].name());
   std::string pattern = "(" + name;
@@ -84,7 +84,7 @@ Cause causeOfArity(const Form& call, const Function& callee) {
               std::to_string(source.lineOf(definition.begin))};
 }
 
-Cause causeInDefun(const Form& form, const std::string& syntax) {
+FailureCause causeInDefun(const Form& form, const std::string& syntax) {
   const std::vector<Form>& items = form.items;
   if (items.size() > 1 && !items[1].isSymbol()) {
     return {&items[1], syntax, "a function has a name"};
@@ -102,7 +102,7 @@ Cause causeInDefun(const Form& form, const std::string& syntax) {
 }
 
 // A mistake in a special form can be seen in its text.
-Cause causeInSpecialForm(const Form& form, const Source& source) {
+FailureCause causeInSpecialForm(const Form& form, const Source& source) {
   const std::string syntax(form.entry->form);
   if (std::string habit = adviceOnHabit(form, source); !habit.empty()) {
     return {&form, syntax, std::move(habit)};
@@ -123,7 +123,7 @@ Cause causeInSpecialForm(const Form& form, const Source& source) {
       "there are " + counted(form.items.size() - 1, "part") + "; look where the parentheses close"};
 }
 
-Cause causeInCount(const Failure& failure, const Entry& entry) {
+FailureCause causeInCount(const Failure& failure, const Entry& entry) {
   std::string takes = counted(entry.count_min, "argument");
   if (entry.count_max == kAnyCount) {
     takes = "at least " + takes;
@@ -140,7 +140,7 @@ Cause causeInCount(const Failure& failure, const Entry& entry) {
           true};
 }
 
-Cause causeInTrans(const Failure& failure) {
+FailureCause causeInTrans(const Failure& failure) {
   if (failure.message.ends_with("singular")) {
     const std::size_t target = geometry::read_system_code(failure.arguments[2]).value_or(0);
     return {&failure.form, "a system that can be converted into, and finite coordinates",
@@ -153,7 +153,7 @@ Cause causeInTrans(const Failure& failure) {
 }
 
 // The first argument that is not of the kind that the builtin asks for is to blame.
-Cause causeInBuiltin(const Failure& failure, const Entry& entry) {
+FailureCause causeInBuiltin(const Failure& failure, const Entry& entry) {
   const std::size_t count = failure.arguments.size();
   if (count < entry.count_min || count > entry.count_max) return causeInCount(failure, entry);
   const bool lacks_context = failure.message.ends_with("registered context");
@@ -169,7 +169,7 @@ Cause causeInBuiltin(const Failure& failure, const Entry& entry) {
 
 }  // namespace
 
-Cause causeOf(const Failure& failure) {
+FailureCause causeOf(const Failure& failure) {
   const Form& form = failure.form;
   const bool is_limit = failure.kind == lisp::OutcomeKind::StepLimit ||
                         failure.message == "LISP evaluation depth exceeded";

@@ -31,14 +31,14 @@ struct Failure {
   lisp::EvalLimits limits;
 };
 
-struct Cause {
+struct FailureCause {
   const Form* at = nullptr;  // What the caret should show: the form or a part of it.
   std::string expected;
   std::string advice;
   bool is_of_values = false;  // The values of the arguments matter.
 };
 
-[[nodiscard]] Cause causeOf(const Failure& failure);
+[[nodiscard]] FailureCause causeOf(const Failure& failure);
 
 // The advice for a text that cannot be read.
 [[nodiscard]] std::string adviceForReading(std::string_view message);

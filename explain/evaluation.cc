@@ -106,8 +106,8 @@ class Witness : public lisp::Observer {
   [[nodiscard]] const FunctionTable& functions() const { return functions_; }
 
   // Where and why the run has stopped, with `message`.
-  [[nodiscard]] Fault explain(OutcomeKind kind, std::string_view message,
-                              const lisp::EvalLimits& limits) const {
+  [[nodiscard]] FaultyForm explain(OutcomeKind kind, std::string_view message,
+                                   const lisp::EvalLimits& limits) const {
     if (!has_failed_) return faultOfUnusedAnswers();
     const Form& form = *open_.back().form;
     const std::string text = textOf(form);
@@ -115,7 +115,7 @@ class Witness : public lisp::Observer {
     const std::vector<std::string> variables = variableNames();
     const std::vector<std::string> functions = functionNames();
     const bool is_call = beginsWithName(form);
-    const Cause cause =
+    const FailureCause cause =
         causeOf({.kind = kind,
                  .message = message,
                  .form = form,
@@ -128,7 +128,7 @@ class Witness : public lisp::Observer {
                  .variables = variables,
                  .functions = functions,
                  .limits = limits});
-    Fault fault = faultAt(*cause.at);
+    FaultyForm fault = faultAt(*cause.at);
     fault.expected = cause.expected;
     fault.advice = cause.advice;
     if (cause.is_of_values) noteValues(form, fault);
@@ -202,8 +202,8 @@ class Witness : public lisp::Observer {
     return defined != functions_.end() ? &defined->second : definitions_.findFunction(record);
   }
 
-  [[nodiscard]] Fault faultAt(const Form& at) const {
-    Fault fault{.program = currentProgram(), .begin = at.begin, .end = at.end};
+  [[nodiscard]] FaultyForm faultAt(const Form& at) const {
+    FaultyForm fault{.program = currentProgram(), .begin = at.begin, .end = at.end};
     for (std::size_t n = calls_.size(); n-- > 0;) {
       const Form& call = *open_[calls_[n].open_count - 1].form;
       fault.calls.push_back({nameOf(calls_[n].function), calls_[n].caller, call.begin, call.end});
@@ -211,10 +211,10 @@ class Witness : public lisp::Observer {
     return fault;
   }
 
-  [[nodiscard]] Fault faultOfUnusedAnswers() const {
+  [[nodiscard]] FaultyForm faultOfUnusedAnswers() const {
     static const Form kNothing{};
     const std::vector<Form>& forms = program_->reading.forms;
-    Fault fault = faultAt(forms.empty() ? kNothing : forms.back());
+    FaultyForm fault = faultAt(forms.empty() ? kNothing : forms.back());
     fault.expected = "the same host calls as in the evaluation before";
     fault.advice = "something that the calls depend on has changed outside: a coordinate system?";
     return fault;
@@ -230,7 +230,7 @@ class Witness : public lisp::Observer {
   }
 
   // Notes the values of the arguments of the call, except those that can be seen in the text.
-  void noteValues(const Form& call, Fault& fault) const {
+  void noteValues(const Form& call, FaultyForm& fault) const {
     constexpr std::size_t kCountMax = 6;
     const std::span<const LispValue> values = arguments();
     for (std::size_t n = 0; n < values.size() && n < kCountMax; ++n) {
@@ -271,7 +271,7 @@ class Witness : public lisp::Observer {
 
   // Something may have failed that would not have been evaluated where the form around it is known,
   // such as a clause of COND.
-  void adviseOnForeignForm(Fault& fault) const {
+  void adviseOnForeignForm(FaultyForm& fault) const {
     const std::size_t first = calls_.empty() ? 0 : calls_.back().open_count;
     for (std::size_t n = first; n + 1 < open_.size(); ++n) {
       const Form& form = *open_[n].form;
@@ -354,7 +354,7 @@ Outcome evaluate(const ProgramPointer& program, Definitions& definitions,
   Witness witness(program, definitions, answers, transcript, *watcher);
   lisp::Interpreter interpreter(definitions.environment(), context, &transcript);
   interpreter.observe(&witness);
-  host::Program observed{{}, program->observed};
+  host::StoredProgram observed{{}, program->observed};
   const lisp::EvalOutcome result = host::run_program(interpreter, observed, limits);
   watcher->ended();
   Outcome outcome;
@@ -381,7 +381,7 @@ std::string refusalOf(std::string_view name, std::span<const LispValue> argument
   lisp::Interpreter interpreter(environment, nullptr, nullptr);
   lisp::Observer nobody;
   interpreter.observe(&nobody);
-  host::Program program{{}, lisp::observedProgram(lisp::list({lisp::list(items)}))};
+  host::StoredProgram program{{}, lisp::observedProgram(lisp::list({lisp::list(items)}))};
   return host::run_program(interpreter, program, {}).message;
 }
 

@@ -93,7 +93,7 @@ struct NamedValue {
 };
 
 // Where an evaluation has stopped and why.
-struct Fault {
+struct FaultyForm {
   ProgramPointer program;
   std::size_t begin = 0;  // What the caret shows.
   std::size_t end = 0;
@@ -110,7 +110,8 @@ struct AnsweredCall {
   lisp::LispValue answer;
   std::string refusal = {};  // Why the host has not done what the call asks for; empty if it has.
   std::optional<std::vector<lisp::LispValue>> arguments = {};
-  std::optional<Fault> fault = {};  // Where a refused call stands, once an evaluation has met it.
+  std::optional<FaultyForm> fault =
+      {};  // Where a refused call stands, once an evaluation has met it.
 };
 
 // How many steps a line of a function has taken.
@@ -128,7 +129,7 @@ struct Outcome {
   lisp::LispValue value;
   std::string message;  // The worker's own.
   std::uint64_t steps = 0;
-  Fault fault;                         // Unless the kind is Value.
+  FaultyForm fault;                    // Unless the kind is Value.
   std::vector<StepCount> step_counts;  // The most first.
 };
 

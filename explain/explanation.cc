@@ -24,7 +24,7 @@ std::string textOf(const CallSite& call) {
   return std::string(text) + (is_cut ? " ..." : "");
 }
 
-void appendCalls(std::string& text, const Fault& fault) {
+void appendCalls(std::string& text, const FaultyForm& fault) {
   const std::size_t count = fault.calls.size();
   for (std::size_t n = 0; n < count; ++n) {
     if (count > kShownCallsMax && n == kShownCallsMax / 2) {
@@ -40,7 +40,7 @@ void appendCalls(std::string& text, const Fault& fault) {
 }
 
 // Place and message, the line with a caret, the values and the chain of calls.
-std::string describe(const Fault& fault, const std::string& message) {
+std::string describe(const FaultyForm& fault, const std::string& message) {
   std::string text = nameOfPlace(*fault.program, fault.begin) + ": " + message + "\n" +
                      showPlace(fault.program->source, fault.begin, fault.end);
   for (std::size_t n = 0; n < fault.values.size(); ++n) {
@@ -84,7 +84,7 @@ std::string explanationOf(const AnsweredCall& call) {
 }
 
 std::string explanationOf(const Outcome& outcome) {
-  const Fault& fault = outcome.fault;
+  const FaultyForm& fault = outcome.fault;
   std::string text = describe(fault, outcome.message);
   if (!fault.expected.empty()) appendLine(text, "expected", fault.expected);
   if (!fault.advice.empty()) appendLine(text, "try", fault.advice);

@@ -75,7 +75,7 @@ class Follower::Evaluation : private lisp::Observer, private lisp::HostCallWaite
                                     this);
       interpreter.observe(this);
       interpreter_ = &interpreter;
-      host::Program observed{{}, program_->observed};
+      host::StoredProgram observed{{}, program_->observed};
       static_cast<void>(host::run_program(interpreter, observed, {}));
     }
     pass(false);

@@ -105,11 +105,11 @@ class Pair {
   bool run(const std::string& text) {
     lisp::EvalOutcome first;
     {
-      host::Program program{text, {}};
+      host::StoredProgram program{text, {}};
       lisp::Interpreter interpreter(environment_, nullptr, answered_ ? &transcript_ : nullptr);
       first = host::run_program(interpreter, program, kLimits);
     }
-    host::Program program{text, {}};
+    host::StoredProgram program{text, {}};
     lisp::Interpreter interpreter(environment_, nullptr, answered_ ? &transcript_ : nullptr);
     const lisp::EvalOutcome outcome = host::run_program(interpreter, program, kLimits);
     lisp_worker::fuzz::require(first.kind == outcome.kind && first.steps == outcome.steps &&

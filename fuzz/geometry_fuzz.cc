@@ -187,13 +187,13 @@ std::optional<double> resultOf(std::uint8_t operation, std::uint8_t count, const
 }
 
 void checkRequest(lisp_worker::fuzz::Input& input) {
-  using geometry::GeometricOutcome;
-  geometry::GeometricRequest request;
+  using geometry::GeometryOutcome;
+  geometry::GeometryRequest request;
   request.operation = input.byte() % 10;
   request.count = input.byte() % 10;
   const bool is_tame = input.byte() % 2 != 0;
   for (double& operand : request.operands) operand = is_tame ? tame(input) : input.number();
-  const geometry::GeometricResult result = geometry::compute_geometric_request(request);
+  const geometry::GeometryResult result = geometry::compute_geometric_request(request);
 
   const bool is_known = request.operation >= 1 && request.operation <= 7;
   bool are_operands_good = request.count <= geometry::kOperandCountMax;
@@ -202,21 +202,21 @@ void checkRequest(lisp_worker::fuzz::Input& input) {
   }
   const std::uint8_t least = request.operation == 4 ? 2 : 1;
   const bool is_count_good = request.operation >= 5 ? request.count == 4 : request.count >= least;
-  GeometricOutcome expected = GeometricOutcome::Computed;
+  GeometryOutcome expected = GeometryOutcome::Computed;
   double x = 0;
   double y = 0;
   if (!are_operands_good) {
-    expected = GeometricOutcome::BadOperands;
+    expected = GeometryOutcome::BadOperands;
   } else if (!is_known) {
-    expected = GeometricOutcome::UnknownOperation;
+    expected = GeometryOutcome::UnknownOperation;
   } else if (!is_count_good) {
-    expected = GeometricOutcome::BadOperands;
+    expected = GeometryOutcome::BadOperands;
   } else {
     const auto& o = request.operands;
     const std::optional<double> value = resultOf(request.operation, request.count, o.data());
     x = value.value_or(0);
     if (request.operation == 7) y = o[1] + o[3] * std::sin(o[2]);
-    if (!value || !std::isfinite(x) || !std::isfinite(y)) expected = GeometricOutcome::Degenerate;
+    if (!value || !std::isfinite(x) || !std::isfinite(y)) expected = GeometryOutcome::Degenerate;
   }
   lisp_worker::fuzz::require(result.outcome == expected,
                              "a geometric request is judged in its order");

@@ -31,7 +31,7 @@ constexpr lisp::EvalLimits kLimits{3000, 128};
 
 EvalOutcome replay(const std::string& text, const HostTranscript* transcript) {
   const lisp::Environment environment;
-  host::Program program{text, {}};
+  host::StoredProgram program{text, {}};
   lisp::Interpreter interpreter(environment, nullptr, transcript);
   return host::run_program(interpreter, program, kLimits);
 }

@@ -1,5 +1,5 @@
 // All forms are read before the first is evaluated, so a program with a fault at its end has no
-// effect. A replay reads nothing: the forms are kept in the Program.
+// effect. A replay reads nothing: the forms are kept in the StoredProgram.
 
 #include "host/run.h"
 
@@ -33,7 +33,7 @@ EvalOutcome make_error_outcome(const Interpreter& interpreter, OutcomeKind kind,
   return outcome;
 }
 
-EvalOutcome run_program(Interpreter& interpreter, Program& program,
+EvalOutcome run_program(Interpreter& interpreter, StoredProgram& program,
                         const lisp::EvalLimits& limits) {
   interpreter.start(limits);
   if (!program.forms) {

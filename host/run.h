@@ -14,7 +14,7 @@
 namespace host {
 
 // A program that waits for its host is run many times and read once.
-struct Program {
+struct StoredProgram {
   std::string_view text;                 // Borrowed until the first run has read it; then empty.
   std::optional<lisp::LispValue> forms;  // A list of all forms, once they have been read.
 };
@@ -26,7 +26,7 @@ struct Program {
 // Runs `program` under `limits`. Reads every form before it evaluates any; then evaluates them in
 // order and stops at the first that fails; at the end every recorded answer must have been used.
 // The value is the last form's, or nil when there are none.
-[[nodiscard]] lisp::EvalOutcome run_program(lisp::Interpreter& interpreter, Program& program,
+[[nodiscard]] lisp::EvalOutcome run_program(lisp::Interpreter& interpreter, StoredProgram& program,
                                             const lisp::EvalLimits& limits);
 
 }  // namespace host

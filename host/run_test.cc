@@ -81,7 +81,7 @@ TEST(RunProgram, EvaluatesTopLevelFormsAtDepthZero) {
 TEST(RunProgram, ResetsCountsEachTime) {
   lisp::installBuiltins(lisp::coreBuiltins());
   const lisp::Environment environment;
-  Program program{"(+ 1 2)", {}};
+  StoredProgram program{"(+ 1 2)", {}};
   for (int i = 0; i < 3; ++i) {
     Interpreter interpreter(environment, nullptr, nullptr);
     EXPECT_THAT(run_program(interpreter, program, {3, 128}), AllOf(isValue("3"), took(3)));
@@ -92,7 +92,7 @@ TEST(RunProgram, ResetsCountsEachTime) {
 
 TEST(RunProgram, ThatCannotBeReadStaysUnread) {
   const lisp::Environment environment;
-  Program program{"1 (", {}};
+  StoredProgram program{"1 (", {}};
   for (int i = 0; i < 2; ++i) {
     Interpreter interpreter(environment, nullptr, nullptr);
     EXPECT_THAT(run_program(interpreter, program, {}), isReadError("unterminated list"));

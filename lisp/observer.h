@@ -7,7 +7,7 @@
 //   const auto forms = lisp::readForms("(SETQ A (+ 1 2))", error);
 //   Watcher watcher;                                    // An Observer of yours.
 //   interpreter.observe(&watcher);
-//   host::Program program{{}, lisp::observedProgram(*forms)};
+//   host::StoredProgram program{{}, lisp::observedProgram(*forms)};
 //   host::run_program(interpreter, program, limits);
 //
 // The data of a program are numbered in the order in which they begin in its text, from 0:

@@ -130,7 +130,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
   }
 
   const std::uint64_t run_id_;
-  host::Program program_;
+  host::StoredProgram program_;
   const lisp::Environment environment_;
   const CoordContext* const context_;
   std::optional<CoordContext> context_before_;  // As it was when the evaluation began.

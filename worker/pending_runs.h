@@ -18,7 +18,7 @@ namespace lisp_worker::worker {
 struct PendingRun {
   std::uint64_t run_id = 0;
   std::uint64_t context_id = 0;  // Of the request that began the run; 0 for no context.
-  host::Program program;
+  host::StoredProgram program;
   lisp::Environment environment;    // The environment that every replay starts from.
   lisp::HostTranscript transcript;  // The answers received so far.
   lisp::HostCall pending_call;      // The call that the run waits for.

@@ -66,7 +66,7 @@ class FaultyRuns : public testing::Test {
 
   [[nodiscard]] bool isRight(const FaultyProgram& faulty, const std::string& told) const {
     const explain::Outcome& outcome = explainer.outcome();
-    const explain::Fault& fault = outcome.fault;
+    const explain::FaultyForm& fault = outcome.fault;
     if (faulty.bad_answer_at_call != 0) {
       const auto program = explain::readProgram("p", faulty.text);
       return told.find("asked at  " + explain::nameOfPlace(*program, faulty.places[0]) + "\n") !=

@@ -115,7 +115,7 @@ std::string messageOf(const std::string& text) {
   context.systems[4].plane = {0, 0, 1, 0, 0, 0};
   const lisp::Environment environment;
   lisp::Interpreter interpreter(environment, &context, nullptr);
-  host::Program program{text, {}};
+  host::StoredProgram program{text, {}};
   const lisp::EvalOutcome outcome = host::run_program(interpreter, program, {.step_limit = 100});
   return outcome.kind == lisp::OutcomeKind::EvalError ? outcome.message : "";
 }

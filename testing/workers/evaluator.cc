@@ -23,7 +23,7 @@ void installAll() {
 Evaluator::Evaluator(lisp::EvalLimits limits) : limits_(limits) { installAll(); }
 
 lisp::EvalOutcome Evaluator::run(std::string_view program) {
-  host::Program source{program, {}};
+  host::StoredProgram source{program, {}};
   lisp::Interpreter interpreter(environment_, nullptr, nullptr);
   lisp::EvalOutcome outcome = host::run_program(interpreter, source, limits_);
   if (outcome.kind == lisp::OutcomeKind::Value) interpreter.commit(environment_);
@@ -48,7 +48,7 @@ Replay& Replay::answered(std::string_view name, std::string_view arguments,
 
 lisp::EvalOutcome Replay::run(lisp::EvalLimits limits) const {
   installAll();
-  host::Program source{program_, {}};
+  host::StoredProgram source{program_, {}};
   const lisp::Environment environment;
   lisp::Interpreter interpreter(environment, nullptr, &transcript_);
   return host::run_program(interpreter, source, limits);
