@@ -105,8 +105,8 @@ Result trans(Interpreter& interpreter, const BuiltinCall& call) {
   return make_point(*converted);
 }
 
-// Not constexpr: GCC 12 leaves a constexpr array of a deduced type writable while the worker runs.
-constinit const std::array kGeometryBuiltins = {
+// GCC 12 would leave a std::array of deduced size writable while the worker runs.
+constexpr Builtin kGeometryBuiltins[] = {
     Builtin{"DISTANCE", distance},
     Builtin{"ANGLE", angle},
     Builtin{"POLAR", polar},

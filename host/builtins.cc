@@ -3,7 +3,6 @@
 
 #include "host/builtins.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -48,8 +47,8 @@ constexpr Builtin host_builtin(std::string_view name) {
   return {name, evaluate_host_call, Arguments::Unevaluated};
 }
 
-// Not constexpr: GCC 12 leaves a constexpr array of a deduced type writable while the worker runs.
-constinit const std::array kHostBuiltins = {
+// GCC 12 would leave a std::array of deduced size writable while the worker runs.
+constexpr Builtin kHostBuiltins[] = {
     host_builtin("GETPOINT"),
     host_builtin("GETCORNER"),
     host_builtin("GETDIST"),

@@ -90,29 +90,29 @@ Result lastArgument(Interpreter& /*interpreter*/, const BuiltinCall& call) {
   return LispValue(call.arguments.back());
 }
 
-// Not constexpr: GCC 12 leaves a constexpr array of a deduced type writable while the worker runs.
-constinit const std::array kCoreBuiltins = {
-    Builtin{"+", combineAll<Operation::Add>, Arguments::Evaluated, Operation::Add},
-    Builtin{"-", combineAll<Operation::Subtract>, Arguments::Evaluated, Operation::Subtract},
-    Builtin{"*", combineAll<Operation::Multiply>, Arguments::Evaluated, Operation::Multiply},
-    Builtin{"/", combineAll<Operation::Divide>, Arguments::Evaluated, Operation::Divide},
-    Builtin{"1+", refuseOne, Arguments::Evaluated, Operation::Increment},
-    Builtin{"1-", refuseOne, Arguments::Evaluated, Operation::Decrement},
-    Builtin{"LIST", nullptr, Arguments::Evaluated, Operation::List},
-    Builtin{"CAR", noElement, Arguments::Evaluated, Operation::Car},
-    Builtin{"CDR", noElement, Arguments::Evaluated, Operation::Cdr},
-    Builtin{"CONS", refuseCons, Arguments::Evaluated, Operation::Cons},
-    Builtin{"LENGTH", refuseLength, Arguments::Evaluated, Operation::Length},
-    Builtin{"EQ", equal},
-    Builtin{"EQUAL", equal},
-    Builtin{"=", refuseTwo, Arguments::Evaluated, Operation::NumberEqual},
-    Builtin{"/=", refuseTwo, Arguments::Evaluated, Operation::NumberNotEqual},
-    Builtin{"<", refuseTwo, Arguments::Evaluated, Operation::Less},
-    Builtin{">", refuseTwo, Arguments::Evaluated, Operation::Greater},
-    Builtin{"<=", refuseTwo, Arguments::Evaluated, Operation::LessOrEqual},
-    Builtin{">=", refuseTwo, Arguments::Evaluated, Operation::GreaterOrEqual},
-    Builtin{"PRINC", lastArgument},
-    Builtin{"PRIN1", lastArgument},
+// GCC 12 would leave a std::array of deduced size writable while the worker runs.
+constexpr Builtin kCoreBuiltins[] = {
+    {"+", combineAll<Operation::Add>, Arguments::Evaluated, Operation::Add},
+    {"-", combineAll<Operation::Subtract>, Arguments::Evaluated, Operation::Subtract},
+    {"*", combineAll<Operation::Multiply>, Arguments::Evaluated, Operation::Multiply},
+    {"/", combineAll<Operation::Divide>, Arguments::Evaluated, Operation::Divide},
+    {"1+", refuseOne, Arguments::Evaluated, Operation::Increment},
+    {"1-", refuseOne, Arguments::Evaluated, Operation::Decrement},
+    {"LIST", nullptr, Arguments::Evaluated, Operation::List},
+    {"CAR", noElement, Arguments::Evaluated, Operation::Car},
+    {"CDR", noElement, Arguments::Evaluated, Operation::Cdr},
+    {"CONS", refuseCons, Arguments::Evaluated, Operation::Cons},
+    {"LENGTH", refuseLength, Arguments::Evaluated, Operation::Length},
+    {"EQ", equal},
+    {"EQUAL", equal},
+    {"=", refuseTwo, Arguments::Evaluated, Operation::NumberEqual},
+    {"/=", refuseTwo, Arguments::Evaluated, Operation::NumberNotEqual},
+    {"<", refuseTwo, Arguments::Evaluated, Operation::Less},
+    {">", refuseTwo, Arguments::Evaluated, Operation::Greater},
+    {"<=", refuseTwo, Arguments::Evaluated, Operation::LessOrEqual},
+    {">=", refuseTwo, Arguments::Evaluated, Operation::GreaterOrEqual},
+    {"PRINC", lastArgument},
+    {"PRIN1", lastArgument},
 };
 
 }  // namespace
