@@ -1,3 +1,12 @@
+// The C interface: each function turns its arguments into the types of client/, calls one function
+// there, and turns the result into codes and texts.
+//
+// No exception passes into C. Functions that may throw catch everything and report it as their own
+// error; a host's callback that fails leaves runProgram as a HostError. A handle, a value and a run
+// are C++ objects behind pointers to incomplete types, and the texts that are lent live in them
+// (lend). Every pointer may be null, so each function asks first; viewOf, workerOf, datumOf and
+// reportOf know what null means.
+
 #include "lisp_worker/c_interface/lisp_worker.h"
 
 #include <chrono>

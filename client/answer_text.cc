@@ -1,3 +1,7 @@
+// Answers in both directions: a Datum as text that the worker reads, and a text of the language as
+// a Datum. The reader is the client's own, with the worker's messages, because a host links no
+// evaluator. It recurses into lists, at most kTextNestingMax levels: the worker refuses more.
+
 #include "lisp_worker/client/answer_text.h"
 
 #include <algorithm>

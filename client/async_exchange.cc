@@ -1,3 +1,11 @@
+// One request is in hand at a time, as the protocol asks. begin() makes its frame; sendMore() and
+// receiveMore() move as many bytes as the pipes take and give, and keep where they are: the frame's
+// bytes that have been sent (`sent_`), the response's that have come (`received_`). A fault ends
+// everything; it is kept until the owner has asked for it.
+//
+// A response is checked as soon as its header is complete, so that a payload of the wrong worker is
+// not waited for.
+
 #include "client/async_exchange.h"
 
 #include <array>
@@ -88,6 +96,8 @@ std::size_t AsyncExchange::missingSize() const {
   return whole - received_.size();
 }
 
+// Takes the response of the request in hand apart from what follows it. The worker sends nothing
+// unasked, so bytes that remain are a fault.
 void AsyncExchange::takeBytes(std::string_view bytes) {
   while (!fault_ && in_hand_ && !bytes.empty()) {
     const std::string_view part = bytes.substr(0, missingSize());

@@ -1,3 +1,20 @@
+// All state is in the Core, which AsyncWorker and a process() in progress share: a callback may
+// destroy the AsyncWorker, and process() still has something to return to.
+//
+// process() works in rounds until nothing moves any more. A round takes cancellations, ends
+// programs whose time has passed, moves bytes (AsyncExchange), and then calls back. Nothing calls a
+// callback of the host's from the middle of a step: a step puts it into `callbacks_`, and
+// callBack() takes it from there when the state is consistent. So a callback may call anything
+// here.
+//
+// A program is in `programs_` from submit() to end(). It is queued, in hand or waiting. In hand
+// means that the exchange has its evaluation on the way; such a program cannot be taken back, so
+// cancel() and the time limit leave a verdict, and the evaluation's end carries that out (stop,
+// takeCall).
+//
+// Only cancel() and kill() may be called from other threads. They touch what `mutex_` guards, and
+// wake the thread that waits for the handle.
+
 #include "lisp_worker/client/async_worker.h"
 
 #include <algorithm>
@@ -68,6 +85,8 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
 
   [[nodiscard]] WaitHandle handle() const { return channel_ == nullptr ? -1 : channel_->handle(); }
 
+  // Not reentrant: a call inside a callback returns at once, and the round in progress does its
+  // work. The last condition keeps on while the worker has answered and another request is queued.
   void process() {
     if (is_processing_) return;
     const std::shared_ptr<Core> keeps_this = shared_from_this();
@@ -82,6 +101,8 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     if (observer_failure_) std::rethrow_exception(std::exchange(observer_failure_, nullptr));
   }
 
+  // A program that cannot be sent ends like any other: its on_end is called by process(), never
+  // here, so the host has the id before it hears of the end.
   ProgramId submit(std::string text, ProgramSettings settings) {
     const ProgramId id = next_program_id_++;
     ProgramState& program = programs_[id];
@@ -237,6 +258,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     return true;
   }
 
+  // An exception of the observer is kept for process(): what is being done here must be finished.
   // The channel stays, for its handle.
   void endWorker(std::chrono::milliseconds grace) {
     const std::lock_guard lock(mutex_);
@@ -265,6 +287,8 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     if (exchange_->fault()) concludeFault();
   }
 
+  // Ends the worker that has broken the contract or gone. The exit code tells why a worker has
+  // ended by itself, so one whose output has ended gets a moment to exit.
   void concludeFault() {
     fault_ = exchange_->fault();
     const bool is_ending =
@@ -346,6 +370,8 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     exchange_->add(std::move(request));
   }
 
+  // The worker counts run ids from 1 on. `next_run_id_` follows the count, because a run whose call
+  // was too long to send waits under an id that no response tells (endUntoldRun).
   void takeEvaluation(ProgramId id, MessageType type, Reply<EvalResult> reply) {
     ProgramState& program = programs_.at(id);
     const bool is_start = type == MessageType::EvalStart;
@@ -365,6 +391,7 @@ class AsyncWorker::Core : public std::enable_shared_from_this<AsyncWorker::Core>
     }
   }
 
+  // The host hears of the call later, in callBack(): by then the program may have been cancelled.
   void takeCall(ProgramId id, ProgramState& program, const EvalResult& result) {
     program.is_waiting = true;
     program.call_name = result.call_name;

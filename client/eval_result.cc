@@ -1,3 +1,7 @@
+// A payload is taken apart only after all its parts are known to agree: its sizes, the two
+// statuses, and whether a call, a name and a run id belong together. So a caller needs no check of
+// its own.
+
 #include "lisp_worker/client/eval_result.h"
 
 #include <algorithm>
@@ -32,7 +36,7 @@ std::optional<EvalStatus> evalStatusOf(WorkerStatus status) {
   }
 }
 
-// What is wrong with a payload of these sizes, or null.
+// The reason why a payload contradicts itself or the status; null when it does not.
 const char* whyMalformed(WorkerStatus status, std::string_view payload) {
   if (payload.size() < worker::kEvalResultHeaderSize) {
     return "the payload is too short for an evaluation result";
@@ -53,7 +57,7 @@ const char* whyMalformed(WorkerStatus status, std::string_view payload) {
   return nullptr;
 }
 
-// What is wrong with a result that has a call where none belongs, or none where one does; or null.
+// The reason why a call or a run id is there where none belongs, or missing; otherwise null.
 const char* whyContradictory(const EvalResult& result) {
   if (result.eval_status == EvalStatus::HostCallRequired) {
     if (result.call_name.empty()) return "a host call without a name";

@@ -1,3 +1,7 @@
+// Checks and messages of both clients, the waiting and the asynchronous one: the header of a
+// request, the faults of a response, and the sentences about them. A fault's message names the
+// request and how far its response had come, because that is all that a host has in its log.
+
 #include "client/exchange.h"
 
 #include <span>

@@ -1,3 +1,7 @@
+// A switch for each enumeration gives an enumerator its name and its explanation, so the compilers
+// find one that has none. Tables for looking a name up are made from these switches at compile
+// time.
+
 #include "lisp_worker/client/names.h"
 
 #include <algorithm>
@@ -156,7 +160,7 @@ constexpr Row<std::uint32_t> kSignals[] = {
     {31, "SIGSYS", "a forbidden system call"},
 };
 
-// What Windows gives as the exit code of a program that has crashed.
+// Windows gives these as the exit code of a program that has crashed.
 constexpr Row<std::uint32_t> kCrashCodes[] = {
     {0xC0000005, "0xC0000005", "it has crashed, by a bad memory access"},
     {0xC000001D, "0xC000001D", "it has crashed, by an illegal instruction"},

@@ -1,3 +1,6 @@
+// Numbers as the language reads them, without the C library's functions, which depend on the locale
+// that the host has set.
+
 #include "lisp_worker/client/number_text.h"
 
 #include <algorithm>

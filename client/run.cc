@@ -1,3 +1,7 @@
+// One program from its start to its end, in a loop: evaluate, ask the host, resume. Two guards undo
+// what a callback that throws would leave behind: a run that waits in the worker, and a transaction
+// of the host that is open.
+
 #include "lisp_worker/client/run.h"
 
 #include <utility>

@@ -1,3 +1,12 @@
+// Every operation goes through perform(): it starts a worker if none runs, and afterwards takes
+// over the fault that the client has met. A callback inside an operation may call further
+// operations, so they nest; only the outermost one ends a faulty worker (`depth_`), because the
+// others still use the client.
+//
+// A worker is ended in three ways. stop() asks it to, and waits. A fault ends it at once, or, when
+// its output has ended, after the moment it may need to exit with a code that tells why. restart()
+// and the destructor let it go. Contexts are kept here, and registered anew with each worker.
+
 #include "lisp_worker/client/worker.h"
 
 #include <algorithm>

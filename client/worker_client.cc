@@ -1,3 +1,11 @@
+// Each request is one exchange(): header and payload in one write, then the header of the response,
+// which is checked before its payload is read, then the payload. The first thing that goes wrong
+// becomes the fault, and from then on every request returns nothing: after a broken response nobody
+// knows where the next one begins.
+//
+// The methods then compare the contents of the response with what the protocol allows for the type
+// of the request: its statuses, and the size of the payload for each.
+
 #include "lisp_worker/client/worker_client.h"
 
 #include <algorithm>

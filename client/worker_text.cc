@@ -1,3 +1,7 @@
+// Reads what the worker writes, which is not what it reads: strings are not escaped. So a double
+// quote inside a string cannot always be told from its end. A quote counts as the end when a value
+// may end there: before a blank, before a closing parenthesis, or at the end of the text.
+
 #include "lisp_worker/client/worker_text.h"
 
 #include <cstdint>
@@ -38,7 +42,7 @@ class WorkerTextReader {
     return position_ < text_.size() && text_[position_] == c;
   }
 
-  // Whether a value can end just before `position`.
+  // True when a value can end just before `position`.
   [[nodiscard]] bool valueEndsAt(std::size_t position) const {
     return position == text_.size() || text_[position] == ' ' || text_[position] == ')';
   }

@@ -1,3 +1,12 @@
+// From the worker's message and the values at hand to what a person can do about it. causeOf
+// decides by the kind of failure first (limits, host calls), then by the form that has failed: a
+// name without a value, a list without a function's name, an unknown function, a user function, a
+// special form, a builtin. Habits from other languages (explain/habits.h) are asked wherever a name
+// is not known.
+//
+// Nothing is evaluated here. A builtin's message does not say which argument it refused; the first
+// one that is not of the kind in the reference (explain/reference.h) is.
+
 #include "explain/cause.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The mirror of the worker's persistent environment, with the texts that functions come from; and
+// the search for similar names.
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -10,7 +13,7 @@ namespace {
 
 std::string_view nameOf(const Function& function) { return function.definition->items[1].name(); }
 
-// How many letters must be changed, left out, put in or exchanged with the next.
+// The number of letters to change, leave out, put in or exchange with the next, at least.
 std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::vector<std::size_t>> cost(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
   for (std::size_t i = 0; i <= a.size(); ++i) {
@@ -60,6 +63,7 @@ std::vector<std::string> Definitions::functionNames() const {
   return names;
 }
 
+// A function that was defined anew has another record; the old one's entry goes.
 void Definitions::keep(lisp::Interpreter& finished, const std::set<std::string>& variables,
                        const FunctionTable& functions) {
   finished.commit(environment_);

@@ -1,3 +1,13 @@
+// The Witness is the observer of one run. It keeps a stack of the forms that are open and, for
+// calls of builtins, the values of their arguments. At the first failure it stops listening, so the
+// stack still shows the state of that moment when explain() asks for it. An example:
+//
+//   (DEFUN F (X) (+ X (CAR X)))
+//   (F 5)
+//
+// As + fails, (F 5) and (+ X (CAR X)) are open, and 5 and nil are the values of the latter's
+// operands.
+
 #include "explain/evaluation.h"
 
 #include <algorithm>
@@ -86,6 +96,8 @@ class Witness : public lisp::Observer {
     calls_.pop_back();
   }
 
+  // The arguments of a recorded call are those with which the program first made it. The transcript
+  // gets them too, so that the evaluator finds its own call equal.
   void hostCalled(std::string_view name, std::span<const LispValue> arguments) override {
     watcher_.hostCalled(name, arguments);
     if (next_answer_ == answers_.size() || answers_[next_answer_].arguments) return;
@@ -166,6 +178,7 @@ class Witness : public lisp::Observer {
     return std::string(function.definition->items[1].name());
   }
 
+  // The last line is remembered: most steps are on the line of the one before.
   void count(const Form& form) {
     const Form* const definition = calls_.empty() ? nullptr : calls_.back().function.definition;
     const StepKey key{definition, currentProgram().get(), form.line};

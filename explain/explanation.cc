@@ -1,3 +1,6 @@
+// The text of an explanation: the message, the line with a caret, the calls that led there, the
+// values, and the advice.
+
 #include "explain/explanation.h"
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// Two passes over one table of places, which the worker's reader fills. TreeMaker gives each value
+// its place: values and places come in the same order. FaultFinder looks for the place to show when
+// a text cannot be read, which is seldom where the reader stopped: a missing parenthesis is noticed
+// at the end of the text. It goes by the indentation, which shows what the writer meant.
+
 #include "explain/form.h"
 
 #include <utility>

@@ -1,3 +1,7 @@
+// A table of names, and functions for what no pattern can tell. A row's usage is matched with the
+// form item by item: each parameter takes one form, "..." the rest. `instead` is then written with
+// these forms' texts in place of the parameters, so the advice is in the program's own words.
+
 #include "explain/habits.h"
 
 #include <algorithm>
@@ -362,7 +366,7 @@ std::string adviceOnCoordinates(std::string_view text) {
          " for a number with a fraction, " + point + " for a point";
 }
 
-// What begins with a number and goes on with something that belongs to no number.
+// A number with something behind it that belongs to no number.
 std::string adviceOnNumber(std::string_view text) {
   const std::size_t size = std::min(text.find_first_not_of("0123456789."), text.size());
   if (size == 0 || size == text.size() || !isNumberText(text.substr(0, size))) return "";

@@ -1,3 +1,6 @@
+// Asks the functions of the worker itself that its builtins use (read_point, asSelectionSet), so a
+// kind fits here exactly when the builtin accepts it.
+
 #include "explain/kind.h"
 
 #include "explain/value_text.h"

@@ -1,3 +1,7 @@
+// Collects all names in one walk over the forms, and answers questions about calls by walks from
+// function to function. Each step of those walks takes a unit of one budget, because a program can
+// be written in which every function calls every other.
+
 #include "explain/program_names.h"
 
 #include <algorithm>
@@ -67,6 +71,8 @@ void ProgramNames::collectDefinition(const Form& form) {
   definitions_[std::string(form.items[1].name())].push_back(std::move(definition));
 }
 
+// Only definitions of the top level certainly take effect, in their order. One inside a list may
+// not be evaluated at all, so with any of those nothing is known.
 const Definition* ProgramNames::definitionAt(Position position,
                                              const std::vector<Definition>& definitions) const {
   const Definition* latest = nullptr;
@@ -86,6 +92,7 @@ bool ProgramNames::areAllAfter(Position end, const std::vector<Definition>& defi
   });
 }
 
+// Follows the calls of `function`. One that has the variable as its own hides it from those below.
 bool ProgramNames::asksFor(const std::string& variable, const std::string& function) const {
   Names reached = {function};
   std::vector<std::string> pending = {function};

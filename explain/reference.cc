@@ -1,3 +1,7 @@
+// One row for each special form, builtin and host call. `:doc`, the checker and the explanations
+// read it, and tests compare it with the tables of the evaluator: every name is in both, and each
+// example gives the result beside it.
+
 #include "explain/reference.h"
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// Values as text for people (shorten) and for the reader (write). Unlike the worker's printer this
+// one escapes strings, writes the shortest digits that read back the same, and refuses what has no
+// text: an infinity, a symbol whose name would be read as something else, nesting near the reader's
+// limit.
+
 #include "explain/value_text.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Requests and responses are matched in their order, because the worker answers in turn. Run ids
+// and context ids begin anew with each worker, so what is known of them is forgotten at each start;
+// a run keeps its index in the conversation.
+
 #include "session/conversation.h"
 
 #include <deque>

@@ -1,3 +1,13 @@
+// Explains where two conversations part. Both are reduced to courses: for each evaluation the call
+// that it stopped at, or its end. The first pair of courses that differ is shown side by side, and
+// then the cause is looked for, from the surest to the vaguest: something that the host sent
+// differently before (findChangedRequest), and only then something about the two calls themselves
+// (compareCalls).
+//
+// A divergence inside one session has no second conversation. So the run is held once more on a
+// worker of its own, under the contexts of the moment at which it diverged (remakeRun): its courses
+// are the other side.
+
 #include "lisp_worker/session/explain.h"
 
 #include <algorithm>
@@ -32,8 +42,8 @@ constexpr std::size_t kArgumentRowsMax = 10;
 constexpr std::string_view kDivergenceMessage = "LISP host replay divergence at call ";
 constexpr std::string_view kUnusedMessage = "LISP host replay transcript has unused answers";
 
-// What an evaluation has come to, in the form in which two are compared: a call with its arguments,
-// or an end with its text.
+// The end of an evaluation, as two are compared: a call with its arguments, or an end with its
+// text.
 struct Course {
   bool is_call = false;
   std::string name;               // Of the call, or of the end: "EvalFailed".
@@ -189,7 +199,7 @@ std::string describeTextChange(std::string_view before, std::string_view after) 
   }
 }
 
-// What the hosts have said differently before or with evaluation `index`: the earliest of it.
+// The earliest request, up to that of evaluation `index`, in which the hosts differ.
 std::optional<Reason> findChangedRequest(const Conversation& recorded, const Conversation& made,
                                          std::size_t index) {
   const std::size_t last =
@@ -218,7 +228,7 @@ std::optional<Reason> findChangedRequest(const Conversation& recorded, const Con
   return std::nullopt;
 }
 
-// Whether the run of `evaluation` makes `call` after it.
+// True when the run of `evaluation` makes `call` after it.
 bool isMadeLater(const Conversation& conversation, const Evaluation& evaluation,
                  const Course& call) {
   const std::vector<std::size_t>& evaluations = conversation.runs[evaluation.run].evaluations;
@@ -228,7 +238,7 @@ bool isMadeLater(const Conversation& conversation, const Evaluation& evaluation,
   });
 }
 
-// What sets the two courses themselves apart, when both were asked the same.
+// The difference between the two courses themselves, when both were asked the same.
 Reason compareCalls(const Conversation& recorded, const Evaluation& a, const Course& before,
                     const Conversation& made, const Evaluation& b, const Course& after) {
   if (holdsNaN(before) && before.name == after.name) {

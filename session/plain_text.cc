@@ -1,3 +1,6 @@
+// Makes text safe and short for a terminal: control characters and bytes that are not UTF-8 are
+// written as escapes, and what is too long is cut between letters.
+
 #include "session/plain_text.h"
 
 #include <algorithm>

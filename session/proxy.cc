@@ -1,3 +1,8 @@
+// Two directions, a thread for each. This one carries the responses; a second one carries the
+// requests, because reading them may block for ever. A frame is recorded before it is passed on, so
+// a recording never lacks what the other side has seen. Bytes that are no frame are passed on all
+// the same: a proxy changes nothing.
+
 #include "session/proxy.h"
 
 #include <cstddef>

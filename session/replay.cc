@@ -1,3 +1,8 @@
+// A replay sends the recorded requests to a worker and notes what comes, record by record, so that
+// a file of any length takes the memory of one record. The comparison then walks both streams side
+// by side. It looks one record ahead: a response that is cut counts as equal as far as it goes if
+// an end from outside follows it.
+
 #include "lisp_worker/session/replay.h"
 
 #include <algorithm>
@@ -195,13 +200,13 @@ bool isCrash(std::uint32_t signal) {
 // The exit code of a program on Windows that was ended by the keys ^C.
 constexpr std::uint32_t kInterruptedCode = 0xC000013A;
 
-// Whether a worker has been ended by somebody who was not its host.
+// True when somebody who was not its host has ended a worker.
 bool isFromOutside(const WorkerExit& exit) {
   return (exit.kind == WorkerExit::Kind::Signaled && !isCrash(exit.code)) ||
          (exit.kind == WorkerExit::Kind::Exited && exit.code == kInterruptedCode);
 }
 
-// Whether this end tells about the worker. One that could not write a response tells about its
+// True when this end tells about the worker. One that could not write a response tells about its
 // host.
 bool isByItself(const Record& end) {
   const WorkerExit exit = decodeEnd(end.body);
@@ -214,7 +219,7 @@ bool isByItself(const Record& end) {
          !is_code(worker::ExitCode::PayloadUnwritten);
 }
 
-// Whether a response has been cut by an end from outside.
+// True when an end from outside has cut a response.
 bool isCutFromOutside(const Window& window) {
   const std::optional<Record>& end = window.following();
   return window.current()->kind == RecordKind::Broken && end && end->kind == RecordKind::End &&

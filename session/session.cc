@@ -1,3 +1,7 @@
+// The file of a recorded session, in both directions. The reader trusts nothing: it compares the
+// checksum of a record's header before it believes the size in it, and the body's before the body
+// is used. It stops at the first record that is cut or damaged and says which; all before are good.
+
 #include "lisp_worker/session/session.h"
 
 #include <algorithm>
@@ -18,7 +22,7 @@ bool isKnown(std::uint8_t kind) {
          kind <= static_cast<std::uint8_t>(RecordKind::End);
 }
 
-// What is wrong with a body of this kind, whose checksum is right; or null.
+// The reason why a body of this kind makes no sense although its checksum is right; or null.
 const char* whyMalformed(RecordKind kind, std::string_view body) {
   switch (kind) {
     case RecordKind::Start:

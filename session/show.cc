@@ -1,3 +1,6 @@
+// A line for each record, or all of one. Texts of a session come from anywhere, so all of them pass
+// plainText before they reach a terminal.
+
 #include "lisp_worker/session/show.h"
 
 #include <array>
