@@ -1,6 +1,11 @@
 // The rows of the core builtins. The evaluator performs the common cases of most of them itself
 // (lisp/evaluator.cc), so the functions here have the rest: other counts of arguments, and the
 // errors.
+//
+// So + - * and / can be performed in two places, and both combine two numbers by combine()
+// (lisp/core_builtins.h). With the functions here alone, recursion takes 83 % more instructions,
+// list walking 60 % and points 48 % (bench/count_instructions). Of all other builtins that the
+// evaluator performs, the functions here only refuse arguments.
 
 #include "lisp/core_builtins.h"
 

@@ -176,6 +176,9 @@ Result callUnknown(Interpreter& interpreter, Chunk& items, std::uint32_t depth) 
 
 // --- Builtins that the evaluator performs itself ------------------------------------------------
 
+// Their common cases; the functions in the rows of their tables have the rest
+// (lisp/core_builtins.cc, which says what this is worth).
+
 // The outcome of a comparison, or of a Result, as a value or as a truth.
 template <typename Outcome>
 inline Outcome outcome(bool holds) {
