@@ -1,4 +1,12 @@
 // Workers as children on Linux: two pipes, and a thread that keeps the worker.
+//
+// The worker is started by vfork, because a fork would copy the page tables of a large host; so
+// between vfork and exec only system calls are made (becomeWorker). It is to die with its host, and
+// the system ties that to the thread that started it: therefore the Keeper, a thread that waits
+// until the worker is let go.
+//
+// Our end of the worker's input does not block, so that a deadline also ends a write into a full
+// pipe. Reading waits by poll. Finishing is closing both pipes, waiting for the grace, and killing.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -174,6 +182,7 @@ class PosixWorkerProcess final : public WorkerProcess {
 
   ~PosixWorkerProcess() override { PosixWorkerProcess::finishWithin(kExitGrace); }
 
+  // Until all is taken, the deadline has passed, or the worker has closed its input.
   bool write(std::string_view bytes) override {
     assert(!bytes.empty());
     SigpipeGuard guard;
@@ -286,6 +295,7 @@ class PosixWorkerProcess final : public WorkerProcess {
     }
   }
 
+  // A worker that ended by itself a moment before is reported with its own end.
   void kill() {
     ::kill(process_, SIGKILL);
     int status = 0;

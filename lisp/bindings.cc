@@ -20,6 +20,8 @@ Bindings::Bindings(const Environment& environment) : environment_(&environment) 
   resident_ = this;
 }
 
+// A run that failed leaves calls and arguments unfinished. Unwinding the trail to its beginning
+// brings the global bindings back, which are then put at rest.
 Bindings::~Bindings() {
   stepIn();
   unwind(0);
@@ -121,6 +123,8 @@ void Bindings::define(Symbol& name, UserFunction* function) {
 
 // --- Calls --------------------------------------------------------------------------------------
 
+// Called before the arguments are evaluated. From here on assignments to this frame's locals are
+// logged under the snapshot's number, until enterCall has copied what they were.
 Bindings::Call Bindings::prepareCall() {
   Call call{};
   call.snapshot = ++last_snapshot_;
@@ -146,6 +150,8 @@ void Bindings::enterCall(Call& call, const UserFunction& function, const RawValu
   }
 }
 
+// The log is dropped when no call around this one still prepares its arguments in the same frame:
+// that one may copy older entries.
 void Bindings::leaveCall(const Call& call) {
   unwind(call.trail_begin);
   if (late_frame_ == frame_) [[unlikely]]

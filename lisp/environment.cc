@@ -47,6 +47,7 @@ struct LeafNode : EnvironmentNode {
   Entry entries[kFanout];
 };
 
+// Nodes that nobody holds, in a chain, to be taken apart (lisp/graveyard.h).
 EnvironmentNode* dead_nodes = nullptr;
 
 InnerNode& innerOf(EnvironmentNode& node) {
@@ -67,6 +68,7 @@ EnvironmentNode* makeNode(bool leaf) {
   return new (block) InnerNode;
 }
 
+// Only puts the node into the chain: a tree may hold anything, so it is taken apart bit by bit.
 void releaseNode(EnvironmentNode* node) {
   if (node == nullptr || --node->references > 0) return;
   node->next_dead = dead_nodes;
@@ -147,6 +149,10 @@ Binding Environment::find(const Symbol& symbol) const {
   return leafOf(*node).entries[slotAt(index, 0)].binding;
 }
 
+// 1. Let the tree grow upwards until it has a place for the name: the old root becomes child 0 of a
+//    new one. An empty tree only notes the height.
+// 2. Go down, with a node of this version's own at each level.
+// 3. Put the binding in with new holds, then release the old one: both may be the same values.
 void Environment::set(Symbol& symbol, const Binding& binding) {
   assignEnvironmentIndex(symbol);
   countWork(height_ + 1);
@@ -172,6 +178,8 @@ void Environment::set(Symbol& symbol, const Binding& binding) {
   releaseEntry(std::exchange(entry, fresh));
 }
 
+// Each unit is a node: sixteen entries or children are released, and children that nobody else
+// holds join the chain.
 void decomposeEnvironments(std::size_t nodes) {
   for (; nodes > 0 && dead_nodes != nullptr; --nodes) {
     EnvironmentNode* const node = dead_nodes;

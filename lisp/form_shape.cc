@@ -54,7 +54,9 @@ bool hasAllAtHand(const Chunk& items) {
 }
 
 // True when evaluating `form` may assign to a variable, as far as `budget` forms tell. The
-// functions that it calls assign to bindings of their own.
+// functions that it calls assign to bindings of their own. A plain call binds its arguments without
+// a log, so none of them may assign to a local of the caller; SETQ keeps its meaning for good, so
+// the answer does too.
 bool mayAssign(const LispValue& form, std::uint32_t& budget) {
   if (form.raw().tag() != Tag::List || form.raw().length() == 0) return false;
   const Chunk& items = chunkOf(form.raw());

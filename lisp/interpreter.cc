@@ -44,6 +44,8 @@ Result Interpreter::evaluate(const LispValue& form, std::uint32_t depth) {
   return evaluateForm(*this, form, depth);
 }
 
+// For builtins that evaluate their arguments themselves, such as host calls: these may wait for the
+// host, and then the arguments are counted into what giving up the run costs (form_arguments_).
 bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint32_t depth,
                                     std::vector<LispValue>& values) {
   assert(!items.empty());
@@ -59,6 +61,8 @@ bool Interpreter::evaluateArguments(std::span<const LispValue> items, std::uint3
   return true;
 }
 
+// Parks the failure and returns its mark. A failure is parked once in a run: nothing is evaluated
+// after the first one, so nothing overwrites it.
 Result Interpreter::failWith(OutcomeKind kind, std::string_view message, std::string_view name) {
   failure_kind_ = kind;
   failure_message_.assign(message).append(name);
@@ -69,6 +73,8 @@ Result Interpreter::fail(std::string_view message, std::string_view name) {
   return failWith(OutcomeKind::EvalError, message, name);
 }
 
+// Takes the refused step off all the same: at the step limit steps_left_ wraps around, and
+// stepsUsed() is one more than the limit, as the contract has it.
 Result Interpreter::failLimits() {
   if (steps_left_-- == 0) {
     return failWith(OutcomeKind::StepLimit, "LISP evaluation step limit exceeded");
@@ -98,6 +104,10 @@ EvalOutcome Interpreter::takeFailure() {
   return outcome;
 }
 
+// A DEFUN that is evaluated again makes an equal function, so the first one may serve. Inner
+// functions of committed ones were made ahead (UserFunction::prepare). One with many parameters is
+// kept for its next evaluation, because making it costs as much as they are; a small one is made
+// anew.
 UserFunction* Interpreter::makeFunction(Chunk& items) {
   UserFunction* function = UserFunction::findPrepared(items);
   if (function == nullptr) {

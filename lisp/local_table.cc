@@ -17,6 +17,9 @@ constexpr std::size_t kLocalsPerWord = 4;  // Of the filter: sixteen bits each.
 
 }  // namespace
 
+// Each local sets its bit in the filter, takes a place by its hash, and is chained to its name's
+// record, so that from a name all tables that declare it can be found. A name that occurs twice
+// counts once, and its second declaration stays empty.
 LocalTable::LocalTable(std::span<const LispValue> locals)
     : locals_(locals),
       filter_(locals.size() / kLocalsPerWord + 1),
@@ -54,6 +57,7 @@ std::size_t LocalTable::find(const Symbol& symbol) const {
   return slot;
 }
 
+// From the last on, and not all at once: a function may declare hundreds of thousands of locals.
 std::size_t LocalTable::forget(std::size_t count) {
   const std::size_t forgotten = std::min(count, declarations_.size());
   countWork(forgotten);

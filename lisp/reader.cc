@@ -239,6 +239,13 @@ RawValue Reader::readLongName() {
   return RawValue::ofNumber(*value);
 }
 
+// One loop reads a form with all inside it. An apostrophe counts as an open list of its own that
+// ends with the next form: kQuoteMark in open_forms, without elements. The order of the checks
+// shows in the messages: at the end of the text an open list is unterminated, whatever its depth;
+// anything else that begins is refused by its depth first.
+//
+// `notes` is told where each form begins and ends, for those who want places; for the others it is
+// nothing, and the compiler leaves it out.
 template <typename Notes>
 RawValue Reader::read(std::uint32_t depth, Notes& notes) {
   // For each list that is open, the place of its first element among elements_.

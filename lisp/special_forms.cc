@@ -39,6 +39,8 @@ void assignObserved(Interpreter& interpreter, Symbol& symbol, const RawValue& va
 
 }  // namespace
 
+// Pairs are assigned one after the other, so a failure leaves those before it assigned. The
+// binding takes over the hold on each value except the last, which is the result as well.
 template <bool is_observed>
 Result evaluateSetq(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
@@ -70,6 +72,7 @@ Result setSymbol(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   return setTo(interpreter, items.slots()[1], items.slots()[2], depth);
 }
 
+// Without a false branch the value is nil.
 Result evaluateIf(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   const std::uint32_t count = items.full_length;
   if (count != 3 && count != 4) {
@@ -91,6 +94,8 @@ Result evaluateProgn(Interpreter& interpreter, Chunk& items, std::uint32_t depth
   return evaluateSequence(interpreter, {items.slots() + 1, items.full_length - 1}, depth);
 }
 
+// The value is that of the form evaluated last, nil without one. A loop without a body only tests
+// its condition; each test counts its steps, so the step limit ends it.
 Result evaluateWhile(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (items.full_length < 2) return interpreter.fail("while expects a condition");
   const LispValue* const condition = items.slots() + 1;
@@ -122,6 +127,7 @@ Result evaluateAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) 
   return result;
 }
 
+// Only nil continues the loop, and nil holds nothing that had to be dropped.
 Result evaluateOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Result result = nil();
   for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() == Tag::Nil; ++i) {
@@ -173,6 +179,7 @@ Truth testNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   }
 }
 
+// The name of a special form is accepted and returned, but keeps its meaning (Bindings::define).
 Result evaluateDefun(Interpreter& interpreter, Chunk& items, std::uint32_t /*depth*/) {
   const LispValue* const item = items.slots();
   if (items.full_length < 4 || item[1].kind() != ValueKind::Symbol ||

@@ -125,6 +125,8 @@ Symbol* internRareSymbol(std::uint64_t word) { return symbolTable().internShort(
 
 Text* internRareText(std::uint64_t word) { return textTable().internShort(word); }
 
+// The place in environments can be given to another name: no version has the old one any more, or
+// it would hold the record.
 void retireSymbol(Symbol* symbol) {
   if (symbol->environment_index != kNoEnvironmentIndex) {
     freeEnvironmentIndexes().push_back(symbol->environment_index);

@@ -56,6 +56,9 @@ bool isDefinition(const Chunk& items) {
                      [](const LispValue& name) { return name.kind() == ValueKind::Symbol; });
 }
 
+// Parameters, locals and body are views into the form, which this holds. A function that binds its
+// locals late gets an arity that no call has, so that no call of it takes the plain way
+// (callPlainly).
 UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
   assert(isDefinition(chunkOf(form_.raw())));
   const std::span<const LispValue> items = elementsOf(form_);
@@ -98,6 +101,9 @@ void UserFunction::releaseLastInner() {
   releaseFunction(function);
 }
 
+// Walks through the body with a list of forms that wait, because forms nest up to 512 levels. Each
+// form is marked as searched: findPrepared looks only for those that are. Constants get their
+// digests now, so a later program that compares them is not charged for making these.
 void UserFunction::prepare() {
   struct Waiting {
     Chunk* form;
@@ -132,6 +138,8 @@ void UserFunction::prepare() {
   }
 }
 
+// A small function is destroyed at once, which is O(1): its form is a list and goes to the
+// graveyard. One with a table of locals or with inner functions waits, as its parts are many.
 void retireFunction(UserFunction* function) {
   assert(function->references == 0);
   if (!function->bindsLocalsLate() && function->inner_.empty()) {
@@ -144,6 +152,8 @@ void retireFunction(UserFunction* function) {
 
 bool hasDeadFunctions() { return dead_functions != nullptr; }
 
+// A unit is an inner function or the declaration of a local. A function that loses its last part is
+// destroyed.
 void decomposeFunctions(std::size_t count) {
   while (dead_functions != nullptr) {
     UserFunction* const function = dead_functions;

@@ -28,6 +28,7 @@ LispList::Iterator::Iterator(const Chunk* chunk, std::uint32_t left) : chunk_(ch
   if (left_ > 0) element_ = &chunk_->own(left_);
 }
 
+// Steps from slot to slot, and into the tail where the chunk ends: O(1), without findChunk.
 LispList::Iterator& LispList::Iterator::operator++() {
   assert(left_ > 0);
   --left_;
@@ -98,6 +99,8 @@ std::optional<LispList> asSelectionSet(const LispValue& value) {
   return LispList(&chunkOf(list), list.length());
 }
 
+// Atoms are equal by one comparison, since names and texts are interned. Lists of one length are
+// left to the forest (lisp/equality.h), which compares their hashes first.
 bool valuesEqual(const LispValue& a, const LispValue& b) {
   checkKind(a);
   checkKind(b);
