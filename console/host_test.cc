@@ -1,5 +1,6 @@
 #include "console/host.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "console/command_input.h"
