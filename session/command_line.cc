@@ -1,5 +1,5 @@
-// Commands and options are tables: a row says how many files a command takes, or which commands take
-// an option. So each message about a wrong command line is made in one place.
+// Commands and options are tables: a row says how many files a command takes, or which commands
+// take an option. So each message about a wrong command line is made in one place.
 
 #include "session/command_line.h"
 
