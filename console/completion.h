@@ -24,20 +24,20 @@ struct Candidate {
 struct Completion {
   std::string word;                        // Before the cursor, as it has been typed.
   std::vector<Candidate> candidates = {};  // In the order in which they are shown.
-  std::string ending = {};                 // What comes after the only candidate.
+  std::string ending = {};                 // Follows the only candidate.
   bool keeps_case = false;                 // Letters follow those of the word, small or capital.
   std::string hint = {};                   // Shown when there is no word yet.
 
-  // What the word becomes: as much as all candidates have in common, and the end if there is only
+  // The word with as much as all candidates have in common, and the ending if there is only
   // one. The word itself when nothing can be added.
   [[nodiscard]] std::string extended() const;
 };
 
-// What a session has to offer.
+// Names that a session has to offer.
 struct CompletionSource {
   std::vector<std::string> names = {};   // Of functions and variables, in capitals.
   std::vector<std::string> layers = {};  // Of the drawing.
-  // How a function is called: "(POLAR POINT ANGLE DISTANCE)"; empty for unknown ones.
+  // The call of a function: "(POLAR POINT ANGLE DISTANCE)"; empty for unknown ones.
   std::function<std::string(std::string_view name)> signature = {};
 };
 

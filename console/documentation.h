@@ -1,5 +1,5 @@
-// What :doc knows: forms and functions of the dialect, host calls, commands of COMMAND, entities
-// with their groups, commands of the prompt, and habits from elsewhere.
+// All that :doc knows: forms and functions of the dialect, host calls, commands of COMMAND,
+// entities with their groups, commands of the prompt, and habits from elsewhere.
 
 #ifndef CONSOLE_DOCUMENTATION_H_
 #define CONSOLE_DOCUMENTATION_H_
@@ -31,10 +31,10 @@ struct Topic {
 // have, with what to write here.
 [[nodiscard]] std::vector<Topic> topicsAbout(std::string_view word, bool with_habits);
 
-// What is known of `name` itself, in capitals: some lines; empty when that is nothing.
+// The description of `name` itself, in capitals: some lines; empty when nothing is known of it.
 [[nodiscard]] std::string describeName(std::string_view name);
 
-// What to write in the place of a name that only other languages have; otherwise empty.
+// Advice on a name that only other languages have; otherwise empty.
 [[nodiscard]] std::string describeHabit(std::string_view name);
 
 }  // namespace lisp_worker::console

@@ -13,7 +13,7 @@
 namespace lisp_worker::console {
 
 // Where the innermost list or string that is still open begins; empty when the text is whole, or
-// when no more text could make it so.
+// when no more text could make it whole.
 [[nodiscard]] std::optional<std::size_t> openAt(std::string_view text);
 
 // The parenthesis that belongs to the one at `at`, which may be either; empty when there is none,

@@ -21,7 +21,7 @@ class LineEditor {
     Interrupted,  // By Ctrl-C; the line is dropped.
   };
 
-  // What can come at the end of `before`, the text up to the cursor.
+  // Tells from `before`, the text up to the cursor, what can come next.
   using Completer = std::function<Completion(std::string_view before)>;
 
   virtual ~LineEditor() = default;

@@ -166,7 +166,7 @@ class TerminalEditor : public LineEditor {
 
   static char* promptOf(EditLine* editor) { return of(editor).prompt_.data(); }
 
-  // What is edited, and the byte of it before which the cursor is.
+  // The text that is edited, and the byte of it before which the cursor is.
   static std::string_view textOf(EditLine* editor) {
     const LineInfo* const info = el_line(editor);
     return {info->buffer, static_cast<std::size_t>(info->lastchar - info->buffer)};

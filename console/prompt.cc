@@ -489,7 +489,7 @@ std::vector<std::string> Prompt::sessionNames() const {
   return names;
 }
 
-// How a function is called: "(POLAR POINT ANGLE DISTANCE)". Empty for an unknown one.
+// The call of a function: "(POLAR POINT ANGLE DISTANCE)". Empty for an unknown one.
 std::string Prompt::signatureOf(std::string_view name) const {
   if (const auto* const function = explainer_.definitions().findFunctionNamed(name)) {
     std::string signature = "(" + std::string(name);

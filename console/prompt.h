@@ -95,7 +95,7 @@ class Prompt {
   std::vector<State> undo_;  // The last program's is at the end.
   std::vector<State> redo_;  // The next one's is at the end.
   std::size_t input_count_ = 0;
-  std::optional<std::string> last_value_ = "nil";  // Empty when no text stands for it.
+  std::optional<std::string> last_value_ = "nil";  // Empty when no text can be written for it.
   std::string last_form_;
   std::string last_path_;  // Of the last program, if it is a file; then it comes before the form.
   std::chrono::steady_clock::duration last_time_{};  // Without the time that picks have taken.

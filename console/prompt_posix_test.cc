@@ -76,7 +76,7 @@ TEST_F(PipedPrompt, UnderstandsHelpAndQuitWithoutAColon) {
   }
   EXPECT_THAT(say("help\n"), HasSubstr(":doc NAME"));
   EXPECT_THAT(say("?\n"), HasSubstr(":doc NAME"));
-  // What a program has defined comes first.
+  // A definition of the program comes first.
   EXPECT_EQ(say("(SETQ HELP 7)\nhelp\n(DEFUN QUIT () 8)\n(quit)\n"),
             "result: 7   [2 steps]\nresult: 7   [1 step]\nresult: QUIT   [1 step]\n"
             "result: 8   [2 steps]\n");

@@ -1,4 +1,4 @@
-// What becomes of programs, for those who want data instead of text.
+// The calls, changes and results of programs, for those who want data instead of text.
 
 #ifndef CONSOLE_REPORT_H_
 #define CONSOLE_REPORT_H_

@@ -454,7 +454,7 @@ void Session::report(std::string_view name, ProgramEnd end) {
   // The worker's own text leaves open where a string with double quotes ends.
   if (result_.end == ReportedResult::End::Value && explainer_ != nullptr &&
       explainer_->outcome().kind == explain::OutcomeKind::Value) {
-    constexpr std::size_t kSizeMax = 4 * worker::kPayloadSizeMax;
+    constexpr std::size_t kSizeMax = std::size_t{4} * worker::kPayloadSizeMax;
     const auto text = explain::write(explainer_->outcome().value, kSizeMax);
     if (text) result_.value = client::readDatum(*text, nullptr);
   }
