@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "check/check.h"
 #include "console/drawing_file.h"
 #include "console/explainer.h"
 #include "console/files.h"
@@ -19,7 +20,6 @@
 #include "console/program.h"
 #include "console/script.h"
 #include "console/session.h"
-#include "explain/check.h"
 #include "lisp_worker/client/process.h"
 #include "lisp_worker/client/worker_client.h"
 #include "testing/base/test_environment.h"
@@ -170,14 +170,14 @@ TEST_F(Examples, PassTheChecker) {
     std::vector<explain::ProgramPointer> texts;
     appendTexts(*program, texts);
     const Expectation& expectation = *program->script.expectation;
-    for (const explain::Finding& finding : explain::check(texts, 0)) {
+    for (const check::Finding& finding : check::findingsIn(texts, 0)) {
       const bool is_its_failure = expectation.kind == Expectation::Kind::Error &&
                                   finding.message == expectation.text &&
                                   finding.program == texts.back();
       // A loop without end is found by its contents.
       const bool is_its_loop = expectation.text == "LISP evaluation step limit exceeded" &&
-                               finding.severity == explain::Severity::Warning;
-      EXPECT_TRUE(is_its_failure || is_its_loop) << explain::describe(finding);
+                               finding.severity == check::Severity::Warning;
+      EXPECT_TRUE(is_its_failure || is_its_loop) << check::describe(finding);
     }
   }
 }

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "check/check.h"
 #include "console/check_calls.h"
 #include "console/command_line.h"
 #include "console/display.h"
@@ -31,7 +32,6 @@
 #include "console/session.h"
 #include "console/terminal.h"
 #include "console/test_runner.h"
-#include "explain/check.h"
 #include "explain/evaluation.h"
 #include "lisp_worker/client/names.h"
 #include "lisp_worker/client/process.h"
@@ -257,16 +257,16 @@ ExitCode testPrograms(const Inputs& inputs, const CommandLine& line) {
 // Counts and prints what the checks find.
 class CheckReport {
  public:
-  void add(std::vector<explain::Finding> findings) {
+  void add(std::vector<check::Finding> findings) {
     std::stable_sort(
         findings.begin(), findings.end(),
-        [](const explain::Finding& a, const explain::Finding& b) { return a.begin < b.begin; });
-    for (const explain::Finding& finding : findings) {
-      ++(finding.severity == explain::Severity::Error ? error_count_ : warning_count_);
-      std::cout << explain::describe(finding);
+        [](const check::Finding& a, const check::Finding& b) { return a.begin < b.begin; });
+    for (const check::Finding& finding : findings) {
+      ++(finding.severity == check::Severity::Error ? error_count_ : warning_count_);
+      std::cout << check::describe(finding);
     }
-    if (findings.size() >= explain::kFindingCountMax) {
-      std::cout << "... of more than " << explain::kFindingCountMax << " these are the first\n";
+    if (findings.size() >= check::kFindingCountMax) {
+      std::cout << "... of more than " << check::kFindingCountMax << " these are the first\n";
     }
   }
 
@@ -289,7 +289,7 @@ void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& t
   for (const Program& library : program.libraries) appendTexts(library, texts, report, true);
   texts.push_back(explain::readProgram(program.name, program.text));
   if (is_library && texts.back()->reading.fault) {
-    report.add(explain::check(texts, texts.size() - 1));
+    report.add(check::findingsIn(texts, texts.size() - 1));
   }
 }
 
@@ -299,8 +299,8 @@ ExitCode checkPrograms(const Inputs& inputs) {
   for (const Program& library : inputs.libraries) appendTexts(library, texts, report, true);
   for (const Program& program : inputs.programs) {
     appendTexts(program, texts, report, false);
-    std::vector<explain::Finding> findings = explain::check(texts, texts.size() - 1);
-    for (explain::Finding& finding : checkCalls(texts.back())) {
+    std::vector<check::Finding> findings = check::findingsIn(texts, texts.size() - 1);
+    for (check::Finding& finding : checkCalls(texts)) {
       findings.push_back(std::move(finding));
     }
     report.add(std::move(findings));

@@ -9,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "explain/check.h"
 #include "explain/evaluation.h"
 #include "explain/explanation.h"
 #include "explain/value_text.h"
@@ -257,18 +256,6 @@ TEST(Habits, AreAdvisedOnInWords) {
     EXPECT_THAT(explanationOf(outcomeOf(std::string(kBefore) + row.program)),
                 HasSubstr(row.advice + std::string("\n")))
         << row.program;
-  }
-}
-
-TEST(Habits, AreKnownToTheChecker) {
-  for (const Row& row : kRows) {
-    if (*row.instead == '\0') continue;
-    const ProgramPointer program = readProgram("p.lsp", std::string(kBefore) + row.program);
-    const std::vector<Finding> findings = check(std::span(&program, 1), 0);
-    const std::string advice = std::string("write ") + row.instead + row.words;
-    EXPECT_TRUE(std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
-      return finding.advice == advice;
-    })) << row.program;
   }
 }
 

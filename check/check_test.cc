@@ -1,4 +1,4 @@
-#include "explain/check.h"
+#include "check/check.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,10 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "explain/form.h"
+#include "explain/habits.h"
 #include "testing/base/test_environment.h"
 
-namespace explain {
+namespace check {
 namespace {
+
+using explain::Place;
+using explain::readProgram;
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -21,7 +26,7 @@ std::vector<std::string> findingsIn(const std::vector<std::string>& texts) {
   std::vector<ProgramPointer> programs;
   for (const std::string& text : texts) programs.push_back(readProgram("p", text));
   std::vector<std::string> lines;
-  for (const Finding& finding : check(programs, programs.size() - 1)) {
+  for (const Finding& finding : check::findingsIn(programs, programs.size() - 1)) {
     const Place place = finding.program->source.placeOf(finding.begin);
     lines.push_back(std::to_string(place.line) + ":" + std::to_string(place.column) +
                     (finding.severity == Severity::Error ? " error " : " warning ") +
@@ -31,43 +36,56 @@ std::vector<std::string> findingsIn(const std::vector<std::string>& texts) {
 }
 
 TEST(Check, FindsNothingWhereNothingIsWrong) {
-  for (const char* const text : {"",
-                                 "(SETQ A 1) (+ A 2)",
-                                 "(DEFUN F (X / Y) (SETQ Y X) Y) (F 1)",
-                                 "'(UNKNOWN (5 6))",
-                                 "(DEFUN F (X) (G)) (DEFUN G () X) (F 1)",
-                                 "(CAR '())",
-                                 "(IF T 1)",
-                                 "()",
-                                 "(LENGTH '())",
-                                 "(DEFUN G () (F 1)) (DEFUN F (X) X) (G)",
-                                 "(IF NIL (DEFUN F (X) X)) (F 1)",
-                                 "(WHILE T (DEFUN F (X) X) (F 1))",
-                                 "(SETQ X \"a\") (SETQ X 5) (+ X 1)",
-                                 "(SETQ X \"a\") (DEFUN F (X) (+ X 1)) (F 5)",
-                                 "(POLAR '(0 0) 6.2 5)",
-                                 "(SETQ N 0) (WHILE (< N 5) (SETQ N (1+ N)))",
-                                 "(SETQ N 0) (DEFUN UP () (SETQ N (1+ N))) (WHILE (< N 5) (UP))",
-                                 "(SETQ N 0) (WHILE (< N 5) (IF T (SETQ N (1+ N))))",
-                                 "(WHILE (GETPOINT) 1)",
-                                 "(DEFUN F (/ N) (SETQ N 5) N) (F)",
-                                 "(POLAR '(1 2) 0 5)",
-                                 "(EQ NIL \"x\")",
-                                 "(/ 0 5)",
-                                 "(- 0)",
-                                 "(SSLENGTH '($KVSEL \"E1\"))",
-                                 "(WHILE (< 1 0))",
-                                 "(GETPOINT)",
-                                 "(TRANS '(1 2) 0 1)",
-                                 "(DEFUN F (A) A) (F 1) (DEFUN F (A B) A) (F 1 2)",
-                                 "(DEFUN F (A) A) (IF T (DEFUN F (A B) A)) (F 1)",
-                                 "(DEFUN F (A) A) (DEFUN F (A B) A) (DEFUN G () (F 1))",
-                                 "(DEFUN F (X) (G)) (DEFUN G () (H)) (DEFUN H () X) (F 1)",
-                                 "(DEFUN F () (SETQ X 1)) (F) X",
-                                 "(DEFUN F (A) X) (SETQ X 1) (F (SETQ X 2))",
-                                 "(DEFUN F (X) X) (DEFUN G (X) (F (SETQ X 2))) (G 1)",
-                                 "(PROGN)",
-                                 "T"}) {
+  for (const char* const text :
+       {"",
+        "(SETQ A 1) (+ A 2)",
+        "(DEFUN F (X / Y) (SETQ Y X) Y) (F 1)",
+        "'(UNKNOWN (5 6))",
+        "(DEFUN F (X) (G)) (DEFUN G () X) (F 1)",
+        "(CAR '())",
+        "(IF T 1)",
+        "()",
+        "(LENGTH '())",
+        "(DEFUN G () (F 1)) (DEFUN F (X) X) (G)",
+        "(IF NIL (DEFUN F (X) X)) (F 1)",
+        "(IF (= 1 2) (SETQ S '(1)) (SETQ S 5)) (LENGTH S) (+ S 1)",
+        "(DEFUN S () (SETQ X 5)) (SETQ X \"a\") (S) (+ X 1)",
+        "(SETQ X \"a\") (WHILE (GETPOINT) (SETQ X 5)) (+ X 1)",
+        "(SETQ X (= 1 2)) (OR X (SETQ X 5)) (+ X 1)",
+        "(SETQ X NIL) (IF X (+ X 1))",
+        "(DEFUN F (/ S) (IF (SETQ S (SSGET)) (SSLENGTH S) 0)) (F)",
+        "(SETQ S (SSGET)) (IF (NOT S) 0 (SSLENGTH S))",
+        "(SETQ S (SSGET)) (IF (AND S (> (SSLENGTH S) 2)) (SSNAME S 0))",
+        "(SETQ S (SSGET)) (AND S (SSNAME S 0))",
+        "(SETQ S (SSGET)) (SSNAME S (- (SSLENGTH S) 1))",
+        "(SETQ S (SSGET) N 0) (WHILE (< N (SSLENGTH S)) (SETQ N (1+ N))) (SSNAME S 0)",
+        "(SETQ S (SSGET)) (WHILE S (SSLENGTH S) (SETQ S (SSGET)))",
+        "(DEFUN F (N) (IF (> N 0) (G (- N 1)) 0)) (DEFUN G (N) (F N)) (F 3)",
+        "(DEFUN F (A) (G)) (DEFUN G () A) (F 1)",
+        "(SETQ X \"a\") (SETQ X 5) (+ X 1)",
+        "(SETQ X \"a\") (DEFUN F (X) (+ X 1)) (F 5)",
+        "(POLAR '(0 0) 6.2 5)",
+        "(SETQ N 0) (WHILE (< N 5) (SETQ N (1+ N)))",
+        "(SETQ N 0) (DEFUN UP () (SETQ N (1+ N))) (WHILE (< N 5) (UP))",
+        "(SETQ N 0) (WHILE (< N 5) (IF T (SETQ N (1+ N))))",
+        "(WHILE (GETPOINT) 1)",
+        "(DEFUN F (/ N) (SETQ N 5) N) (F)",
+        "(POLAR '(1 2) 0 5)",
+        "(EQ NIL \"x\")",
+        "(/ 0 5)",
+        "(- 0)",
+        "(SSLENGTH '($KVSEL \"E1\"))",
+        "(WHILE (< 1 0))",
+        "(GETPOINT)",
+        "(TRANS '(1 2) 0 1)",
+        "(DEFUN F (A) A) (F 1) (DEFUN F (A B) (+ A B)) (F 1 2)",
+        "(DEFUN F (A) A) (IF T (DEFUN F (A B) (LIST A B))) (F 1)",
+        "(DEFUN F (X) (G)) (DEFUN G () (H)) (DEFUN H () X) (F 1)",
+        "(DEFUN F () (SETQ X 1)) (F) X",
+        "(DEFUN F (A) (+ A X)) (SETQ X 1) (F (SETQ X 2))",
+        "(DEFUN F (X) X) (DEFUN G (X) (F (SETQ X 2)) X) (G 1)",
+        "(PROGN)",
+        "T"}) {
     EXPECT_THAT(findingsIn({text}), IsEmpty()) << text;
   }
 }
@@ -105,13 +123,20 @@ TEST(Check, FindsWhatCannotWork) {
       {"(DEFUN F (X) (+ X Y)) 1", "1:19 error unbound symbol: Y"},
       {"(DEFUN F (X) X)\n(LIST X)", "2:7 error unbound symbol: X"},
       {"(DEFUN F (X) X)\n(DEFUN G () X)\n(F (G))", "2:13 error unbound symbol: X"},
-      {"(DEFUN F (/ X) (SETQ X 1))\n(F)\nX", "3:1 error unbound symbol: X"},
-      {"(DEFUN F (A) A)\n(DEFUN F (A B) A)\n(F 1)", "3:1 error wrong argument count for F"},
+      {"(DEFUN F (/ X) (SETQ X 1) X)\n(F)\nX", "3:1 error unbound symbol: X"},
+      {"(DEFUN F (A) A)\n(F 1)(DEFUN F (A B) (+ A B))\n(F 1)",
+       "3:1 error wrong argument count for F"},
       {"(COND ((= 1 2) 5) (T 6))", "1:2 error unsupported LISP function: COND"},
       {"(F 1)\n(DEFUN F (X) X)", "1:2 error unsupported LISP function: F"},
       {"(+ 1 (LIST 2))", "1:6 error + expects numbers"},
       {"(SETQ X \"a\")\n(+ X 1)", "2:4 error + expects numbers"},
       {"(SETQ P '(1 2))\n(+ P 1)", "2:4 error + expects numbers"},
+      {"(SETQ X 5)\n(SETQ X \"a\")\n(+ X 1)", "3:4 error + expects numbers"},
+      {"(SETQ P (POLAR '(0 0) 0 5))\n(* P 2)", "2:4 error * expects numbers"},
+      {"(DEFUN F (X / R) (SETQ R \"a\") (* R X))\n(F 5)", "1:34 error * expects numbers"},
+      {"(DEFUN F (X / R) (* R X))\n(F 5)", "1:21 error * expects numbers"},
+      {"(IF T (SETQ X \"a\") (SETQ X '(1)))\n(+ X 1)", "2:4 error + expects numbers"},
+      {"(SETQ X (LIST 1 2) Y (+ X 1))", "1:25 error + expects numbers"},
       {"(FOREACH P '(1 2) (LIST P))", "1:2 error unsupported LISP function: FOREACH"},
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
@@ -137,9 +162,9 @@ TEST(Check, WarnsOfWhatSurprises) {
        "1:23 warning this assigns a copy of X when OUTER has called INNER"},
       {"(DEFUN A () (SETQ X 1))\n(DEFUN B () (A))\n(DEFUN C (/ X) (B) X)",
        "1:19 warning this assigns a copy of X when C has called A"},
-      {"(DEFUN F (A) X)\n(DEFUN G (X) (F (SETQ X 2)))",
+      {"(DEFUN F (A) (+ A X))\n(DEFUN G (X) (F (SETQ X 2)))",
        "2:23 warning F does not see what is assigned to X here"},
-      {"(DEFUN F (A) (H))\n(DEFUN H () X)\n(DEFUN G (X) (F (LIST (SETQ X 2))))",
+      {"(DEFUN F (A) (H) A)\n(DEFUN H () X)\n(DEFUN G (X) (F (LIST (SETQ X 2))))",
        "3:29 warning F does not see what is assigned to X here"},
       {"(WHILE (CDR '(1)) 1)", "1:8 warning this condition is a list, and a list is never nil"},
       {"(SETQ T 1)", "1:7 warning T is always T"},
@@ -147,6 +172,24 @@ TEST(Check, WarnsOfWhatSurprises) {
       {"(DEFUN IF (X) X)", "1:8 warning a special form cannot be replaced"},
       {"(DEFUN CAR (X) X)", "1:8 warning this replaces a builtin function"},
       {"(CAR)", "1:1 warning CAR of 0 values"},
+      {"(SETQ S (SSGET \"X\"))\n(SSNAME S 0)\n(SSLENGTH S)",
+       "2:9 warning SSGET answers nil when it finds nothing"},
+      {"(DEFUN F (/ S) (SETQ S (SSGET)) (IF (NOT S) 1) (SSNAME S 0))\n(F)",
+       "1:56 warning SSGET answers nil when it finds nothing"},
+      {"(SETQ P (GETPOINT \"At: \"))\n(+ P 1)", "2:4 warning + expects numbers"},
+      {"(SETQ A 45)\n(POLAR '(0 0) A 5)", "2:15 warning angles are in radians"},
+      {"(WHILE T (COMMAND \"POINT\" \"0,0\"))", "1:8 warning nothing ends this loop"},
+      {"(DEFUN F (X) (COMMAND \"POINT\" X))\n(SETQ N 0)\n(WHILE (< N 5) (F \"0,0\"))",
+       "3:8 warning nothing in this loop changes N"},
+      {"(DEFUN UP () (SETQ N 1))\n(DEFUN F (N) (WHILE (< N 5) (LIST N)))\n(F 1)",
+       "2:21 warning nothing in this loop changes N"},
+      {"(DEFUN F (A B) A)\n(F 1 2)", "1:13 warning F does not use B"},
+      {"(DEFUN F (A / TMP) A)\n(F 1)", "1:15 warning F does not use TMP"},
+      {"(DEFUN F (A / TMP) (SETQ TMP A) A)\n(F 1)", "1:15 warning F does not use TMP"},
+      {"(DEFUN F (A) A)\n(DEFUN G () 1)\n(DEFUN F (A) (+ A 1))\n(F 1)",
+       "3:8 warning F is defined twice"},
+      {"(DEFUN F () (G))\n(F)\n(DEFUN G () 1)",
+       "2:1 warning F may call G, which is not defined yet"},
       {"(SSNAME (SSGET \"X\") 0)", "1:9 warning SSGET answers nil when it finds nothing"},
       {"(POLAR '(0 0) 90 5)", "1:15 warning angles are in radians"},
       {"(SETQ N 0)\n(WHILE (< N 5) (LIST N))", "2:8 warning nothing in this loop changes N"},
@@ -155,11 +198,12 @@ TEST(Check, WarnsOfWhatSurprises) {
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
   // Its own name: nothing surprising.
-  EXPECT_THAT(findingsIn({"(DEFUN F (/ X) (SETQ X 1)) (DEFUN G (X) (F) X)"}), IsEmpty());
+  EXPECT_THAT(findingsIn({"(DEFUN F (/ X) (SETQ X 1) X) (DEFUN G (X) (F) X)"}), IsEmpty());
 }
 
 // Texts that made the checker slow: long lists, many functions that call each other, many
-// definitions of one name, an error in every form. Each at most a second.
+// definitions of one name, an error in every form, many assignments deep inside. Each at most a
+// second.
 TEST(Check, TakesLargeTexts) {
   const auto repeated = [](std::size_t count, const auto& make) {
     std::string text;
@@ -180,6 +224,18 @@ TEST(Check, TakesLargeTexts) {
       repeated(20000, [](std::size_t) { return "(DEFUN F (A) A) (F 1)\n"; }),
       repeated(20000, [&](std::size_t n) { return "(SETQ A" + number(n) + " 1)\n"; }),
       repeated(100000, [](std::size_t) { return "(FOO 1)\n"; }),
+      repeated(120, [](std::size_t) { return "(WHILE X "; }) +
+          repeated(60000, [&](std::size_t n) { return "(SETQ A" + number(n) + " 1)"; }) +
+          std::string(120, ')'),
+      repeated(120, [](std::size_t) { return "(IF X "; }) + "(PROGN " +
+          repeated(60000, [&](std::size_t n) { return "(SETQ A" + number(n) + " 1)"; }) +
+          std::string(121, ')'),
+      "(SETQ L 1)" + repeated(50000, [](std::size_t) { return "(SETQ L (LIST L L))"; }),
+      repeated(20000,
+               [&](std::size_t n) {
+                 return "(DEFUN F" + number(n) + " (A B) (F" + number(n + 1) + " A))(F" +
+                        number(n) + " 1 2)\n";
+               }),
   };
   const auto seconds_max =
       static_cast<double>(lisp_worker::testing_support::setting("LISP_CHECK_SECONDS", 1));
@@ -196,10 +252,27 @@ TEST(Check, KnowsWhatEarlierProgramsDefine) {
   EXPECT_THAT(findingsIn({"(NO-SUCH)", "1"}), IsEmpty());  // Not of the last text.
 }
 
+// The advice on habits from other languages.
+TEST(Check, KnowsHabits) {
+  int count = 0;
+  for (const explain::Habit& habit : explain::habits()) {
+    const std::vector<ProgramPointer> programs = {
+        readProgram("p", "(SETQ A 1 L '(1)) (" + std::string(habit.name()) + " A L)")};
+    const std::string advice =
+        explain::adviceOnHabit(programs[0]->reading.forms[1], programs[0]->source);
+    if (advice.empty()) continue;
+    ++count;
+    std::vector<std::string> found;
+    for (const Finding& finding : check::findingsIn(programs, 0)) found.push_back(finding.advice);
+    EXPECT_THAT(found, testing::Contains(advice)) << habit.name();
+  }
+  EXPECT_GT(count, 30);
+}
+
 TEST(Check, DescribesAFindingWithItsLine) {
   const std::vector<ProgramPointer> programs = {
       readProgram("a.lsp", "(SETQ LENGTH 5)\n(* 2 LENGHT)")};
-  const std::vector<Finding> findings = check(programs, 0);
+  const std::vector<Finding> findings = check::findingsIn(programs, 0);
   ASSERT_EQ(findings.size(), 1u);
   EXPECT_EQ(describe(findings[0]),
             "a.lsp:2:6: error: unbound symbol: LENGHT\n"
@@ -209,4 +282,4 @@ TEST(Check, DescribesAFindingWithItsLine) {
 }
 
 }  // namespace
-}  // namespace explain
+}  // namespace check

@@ -1,8 +1,8 @@
 // The checker walks every form as the evaluator would, without evaluating it, and reports what must
 // fail (errors) and what is seldom meant (warnings). It knows the builtins from the reference
-// (explain/reference.h), and the names of all programs from a first walk (explain/program_names.h).
+// (explain/reference.h), and the names of all programs from a first walk (check/program_names.h).
 
-#include "explain/check.h"
+#include "check/check.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,15 +12,30 @@
 #include <string_view>
 #include <utility>
 
+#include "check/flow.h"
+#include "check/program_names.h"
 #include "explain/explanation.h"
+#include "explain/form.h"
 #include "explain/habits.h"
-#include "explain/program_names.h"
+#include "explain/kind.h"
+#include "explain/reference.h"
 #include "explain/value_text.h"
 
-namespace explain {
+namespace check {
 namespace {
 
+using explain::adviceAround;
+using explain::adviceOnHabit;
+using explain::counted;
+using explain::entries;
+using explain::Entry;
+using explain::findEntry;
+using explain::Form;
+using explain::Group;
+using explain::Kind;
+using explain::Place;
 using lisp::LispValue;
+using lisp::ValueKind;
 
 // The value of a form that is a constant.
 std::optional<LispValue> constantOf(const Form& form) {
@@ -50,11 +65,14 @@ class Checker {
         findings_.push_back(
             {Severity::Error, program_, fault->begin, fault->end, fault->message, fault->hint});
       }
+      flow_.emplace(program_->reading.forms, names_);
       for (const Form& form : program_->reading.forms) {
         outermost_ = &form;
         look(form, 1, nullptr);
       }
       lookAtNames();
+      lookAtOwnNames();
+      lookAtDefinitions();
     }
     return std::move(findings_);
   }
@@ -114,8 +132,9 @@ class Checker {
   void lookAtVariable(const Form& form, const Definition* inside) {
     const std::string name(form.name());
     if (name == "T" || names_.globals().contains(name) || isLocal(name, inside)) return;
-    std::vector<std::string> names(names_.globals().begin(), names_.globals().end());
-    if (inside != nullptr) {
+    std::vector<std::string> names;
+    if (mayCompare()) names.assign(names_.globals().begin(), names_.globals().end());
+    if (inside != nullptr && mayCompare()) {
       names.insert(names.end(), inside->own_names.begin(), inside->own_names.end());
     }
     std::string advice = "nothing that it sees assigns it: give it a value with SETQ, or quote it";
@@ -129,12 +148,16 @@ class Checker {
     error(form, "unbound symbol: " + name, advice);
   }
 
+  [[nodiscard]] bool mayCompare() const {
+    constexpr std::size_t kComparisonsMax = 500'000;
+    return compared_ <= kComparisonsMax;
+  }
+
   // Comparing names is costly: not for all names of a text that has very many.
   std::vector<std::string> namesNear(const std::string& name,
                                      const std::vector<std::string>& names) {
-    constexpr std::size_t kComparisonsMax = 500'000;
     compared_ += names.size();
-    return compared_ > kComparisonsMax ? std::vector<std::string>() : similarNames(name, names);
+    return mayCompare() ? explain::similarNames(name, names) : std::vector<std::string>();
   }
 
   void lookAtUnknown(const Form& form) {
@@ -216,10 +239,54 @@ class Checker {
     }
     lookAtConstants(form);
     if (entry.name == "POLAR") lookAtAngle(form.items[2]);
-    if (entry.name == "SSNAME" && form.items[1].operatorName() == "SSGET") {
-      report(Severity::Warning, form.items[1], "SSGET answers nil when it finds nothing",
-             "keep its answer in a variable, and ask with IF whether there is one");
+    if (entry.name == "SSNAME") lookAtSelection(form.items[1]);
+  }
+
+  // A selection that has not been asked whether there is one, or how long it is.
+  void lookAtSelection(const Form& selection) {
+    const Known* const known = flow_->find(selection);
+    if (known == nullptr || known->host_call == nullptr || !known->mayBe(ValueKind::Nil)) return;
+    if (known->host_call->operatorName() != "SSGET") return;
+    if (!warned_calls_.insert(known->host_call).second) return;
+    report(Severity::Warning, selection, "SSGET answers nil when it finds nothing",
+           "keep its answer in a variable, and ask with IF whether there is one");
+  }
+
+  // True when nothing that the argument may be is accepted.
+  static bool isWrong(Kind wanted, const Known& known) {
+    if (known.constant) return !explain::fits(wanted, *known.constant);
+    switch (wanted) {
+      case Kind::Any:
+        return false;
+      case Kind::Number:
+      case Kind::Divisor:
+      case Kind::System:
+        return !known.mayBe(ValueKind::Number);
+      case Kind::List:
+      case Kind::SelectionSet:
+      case Kind::Point:
+        return !known.mayBe(ValueKind::List);
     }
+    return false;
+  }
+
+  // One of the values that it may be; for messages.
+  static LispValue exampleOf(const Known& known) {
+    if (known.constant) return *known.constant;
+    if (known.mayBe(ValueKind::Number)) return lisp::number(1);
+    if (known.mayBe(ValueKind::List)) return explain::valueOf(Kind::List);
+    if (known.mayBe(ValueKind::String)) return lisp::string("text");
+    if (known.mayBe(ValueKind::Symbol)) return lisp::truth();
+    return lisp::nil();
+  }
+
+  // What is known of an argument that is to be of that kind.
+  Known knownOf(const Form& argument, Kind wanted) const {
+    if (const Known* const known = flow_->find(argument); known != nullptr) return *known;
+    if (auto value = knownValueOf(argument, wanted)) {
+      return {.kinds = Known::bitOf(value->kind()), .constant = std::move(value)};
+    }
+    return {};
   }
 
   // The value of a form, or one of its kind: a constant, a new list where a number is needed, a
@@ -241,7 +308,7 @@ class Checker {
 
   // An angle that is a round number of degrees; nobody means so many turns.
   void lookAtAngle(const Form& angle) {
-    const auto value = constantOf(angle);
+    const auto value = knownOf(angle, Kind::Number).constant;
     const auto degrees = value ? lisp::asNumber(*value) : std::nullopt;
     if (!degrees || std::fabs(*degrees) < 10 || std::fmod(*degrees, 5) != 0) return;
     report(Severity::Warning, angle, "angles are in radians",
@@ -254,15 +321,24 @@ class Checker {
     const Entry& entry = *form.entry;
     int error_count = 0;
     for (std::size_t n = 0; n + 1 < form.items.size() && error_count < kErrorCountMax; ++n) {
-      const auto constant = knownValueOf(form.items[n + 1], entry.kindAt(n));
-      if (!constant || fits(entry.kindAt(n), *constant)) continue;
+      const Form& argument = form.items[n + 1];
+      const Known known = knownOf(argument, entry.kindAt(n));
+      if (!isWrong(entry.kindAt(n), known)) continue;
       ++error_count;
+      const LispValue example = exampleOf(known);
       std::vector<LispValue> arguments;
       for (std::size_t i = 0; i + 1 < form.items.size(); ++i) {
-        arguments.push_back(i == n ? *constant : valueOf(entry.kindAt(i)));
+        arguments.push_back(i == n ? example : explain::valueOf(entry.kindAt(i)));
       }
-      error(form.items[n + 1], refusalOf(entry.name, arguments),
-            "it takes " + expectationOf(entry.kindAt(n), *constant));
+      const std::string message = explain::refusalOf(entry.name, arguments);
+      if (message.empty()) continue;
+      if (known.host_call == nullptr) {
+        error(argument, message, "it takes " + explain::expectationOf(entry.kindAt(n), example));
+      } else {
+        report(Severity::Warning, argument, message,
+               std::string(known.host_call->operatorName()) + " answers " +
+                   explain::kindOf(example) + (known.mayBe(ValueKind::Nil) ? ", or nil" : ""));
+      }
     }
   }
 
@@ -283,7 +359,7 @@ class Checker {
     if (name == "SETQ") return lookAtAssignments(form, depth, inside);
     if (name == "WHILE") {
       lookAtCondition(form);
-      lookAtLoop(form);
+      lookAtLoop(form, inside);
     }
     for (std::size_t n = 1; n < form.items.size(); ++n) look(form.items[n], depth + 1, inside);
   }
@@ -310,29 +386,45 @@ class Checker {
                                  [&names](const Form& item) { return isFixed(item, names); });
   }
 
-  // True when evaluating the form may assign one of the names, in a function that it calls at
-  // least.
-  bool mayAssign(const Form& form, const Names& names) const {
+  // True when evaluating the form may assign one of the names. A function that it calls assigns a
+  // copy of what is the own of `inside`.
+  bool mayAssign(const Form& form, const Names& names, const Definition* inside) const {
     if (!form.isList() || form.items.empty() || isQuote(form)) return false;
-    if (form.entry == nullptr || names_.definitions().contains(form.operatorName())) return true;
+    const bool is_own = names_.definitions().contains(form.operatorName());
+    if (form.entry == nullptr && !is_own) return true;
+    if (is_own && std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+          const bool is_copied = inside != nullptr && inside->own_names.contains(name);
+          return !is_copied && names_.assignedInFunctions().contains(name);
+        })) {
+      return true;
+    }
     for (std::size_t n = 1; n < form.items.size(); ++n) {
       const bool is_target = form.operatorName() == "SETQ" && n % 2 == 1;
-      if (is_target ? names.contains(form.items[n].name()) : mayAssign(form.items[n], names)) {
+      if (is_target ? names.contains(form.items[n].name())
+                    : mayAssign(form.items[n], names, inside)) {
         return true;
       }
     }
     return false;
   }
 
-  void lookAtLoop(const Form& form) {
+  void lookAtLoop(const Form& form, const Definition* inside) {
+    const Form& condition = form.items[1];
+    const auto value = constantOf(condition);
+    if (value && value->kind() != ValueKind::Nil) {
+      report(Severity::Warning, condition, "nothing ends this loop",
+             "it runs until the step limit ends the program: ask for something that the loop "
+             "changes");
+      return;
+    }
     Names names;
-    if (!isFixed(form.items[1], names) || names.empty()) return;
+    if (!isFixed(condition, names) || names.empty() || !names_.spend()) return;
     for (std::size_t n = 2; n < form.items.size(); ++n) {
-      if (mayAssign(form.items[n], names)) return;
+      if (mayAssign(form.items[n], names, inside)) return;
     }
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : " or ") + name;
-    report(Severity::Warning, form.items[1], "nothing in this loop changes " + text,
+    report(Severity::Warning, condition, "nothing in this loop changes " + text,
            "it runs never, or until the step limit ends the program");
   }
 
@@ -368,6 +460,93 @@ class Checker {
                name + " stays when " + first.function + " returns",
                "only " + first.function + " uses it: declare it as local, (DEFUN " +
                    first.function + " (... / " + name + ") ...)");
+      }
+    }
+  }
+
+  // Parameters and locals that neither their function nor one that it calls asks for.
+  void lookAtOwnNames() {
+    for (const auto& [name, definitions] : names_.definitions()) {
+      for (const Definition& definition : definitions) {
+        if (definition.position.first == program_index_) lookAtOwnNamesOf(definition);
+      }
+    }
+  }
+
+  void lookAtOwnNamesOf(const Definition& definition) {
+    bool is_local = false;
+    for (const Form& item : definition.form->items[2].items) {
+      const std::string name(item.name());
+      if (name == "/") {
+        is_local = true;
+        continue;
+      }
+      if (!item.isSymbol() || name == "T" || definition.reads.contains(name)) continue;
+      const bool is_read_elsewhere =
+          std::any_of(definition.calls.begin(), definition.calls.end(),
+                      [&](const std::string& callee) { return names_.asksFor(name, callee); });
+      if (is_read_elsewhere || names_.isSpent()) continue;
+      report(Severity::Warning, item, std::string(nameOf(definition)) + " does not use " + name,
+             is_local ? "leave it out, or ask for what is assigned to it"
+                      : "a parameter that nobody asks for: leave it out, here and in the calls");
+    }
+  }
+
+  // Functions that are defined again before anything may have called them, and those that a call
+  // reaches before they are defined.
+  void lookAtDefinitions() {
+    std::map<std::string_view, const Form*> waiting;  // Outermost definitions, not called yet.
+    for (const Form& form : program_->reading.forms) {
+      if (form.operatorName() == "DEFUN" && names_.definitionsByForm().contains(&form)) {
+        const std::string_view name = form.items[1].name();
+        const auto [earlier, is_new] = waiting.try_emplace(name, &form);
+        if (is_new) continue;
+        report(Severity::Warning, form.items[1], std::string(name) + " is defined twice",
+               "the definition in line " + std::to_string(earlier->second->line) +
+                   " is never called: take one of them out");
+        earlier->second = &form;
+      } else if (const Form* const call = findOwnCall(form)) {
+        waiting.clear();
+        lookAtReach(form, *call);
+      }
+    }
+  }
+
+  // The first call of a function that some program defines.
+  const Form* findOwnCall(const Form& form) const {
+    if (!form.isList() || form.items.empty() || isQuote(form)) return nullptr;
+    if (form.operatorName() == "DEFUN") return nullptr;
+    if (names_.definitions().contains(form.operatorName())) return &form;
+    for (const Form& item : form.items) {
+      if (const Form* const call = findOwnCall(item)) return call;
+    }
+    return nullptr;
+  }
+
+  // A call at the top level, of a function that calls one which is defined only later.
+  void lookAtReach(const Form& outermost, const Form& call) {
+    const std::string first(call.operatorName());
+    const Position end = {program_index_, outermost.end};
+    Names reached = {first};
+    std::vector<std::string> pending = {first};
+    while (!pending.empty()) {
+      const auto found = names_.definitions().find(std::exchange(pending.back(), ""));
+      pending.pop_back();
+      if (found == names_.definitions().end() || !names_.spend()) continue;
+      if (found->first != first && findEntry(found->first) == nullptr &&
+          names_.areAllAfter(end, found->second)) {
+        const auto& later = found->second.front().position;
+        const Place place = programs_[later.first]->source.placeOf(later.second);
+        report(Severity::Warning, call,
+               first + " may call " + found->first + ", which is not defined yet",
+               "it is defined only later, in line " + std::to_string(place.line) +
+                   ": move the definition up");
+        return;
+      }
+      for (const Definition& definition : found->second) {
+        for (const std::string& callee : definition.calls) {
+          if (names_.spend() && reached.insert(callee).second) pending.push_back(callee);
+        }
       }
     }
   }
@@ -440,7 +619,9 @@ class Checker {
   std::span<const ProgramPointer> programs_;
   std::size_t program_index_ = 0;
   ProgramPointer program_;
-  const Form* outermost_ = nullptr;  // The form of the top level that is being looked at.
+  std::optional<Flow> flow_;
+  std::set<const Form*> warned_calls_;  // Host calls whose answers may be nil, and are not tested.
+  const Form* outermost_ = nullptr;     // The form of the top level that is being looked at.
   ProgramNames names_;
   std::size_t compared_ = 0;  // Names that have been compared with others.
   std::vector<Finding> findings_;
@@ -448,17 +629,17 @@ class Checker {
 
 }  // namespace
 
-std::vector<Finding> check(std::span<const ProgramPointer> programs, std::size_t first_shown) {
+std::vector<Finding> findingsIn(std::span<const ProgramPointer> programs, std::size_t first_shown) {
   return Checker(programs).run(first_shown);
 }
 
 std::string describe(const Finding& finding) {
-  std::string text = nameOfPlace(*finding.program, finding.begin) +
+  std::string text = explain::nameOfPlace(*finding.program, finding.begin) +
                      (finding.severity == Severity::Error ? ": error: " : ": warning: ") +
                      finding.message + "\n" +
-                     showPlace(finding.program->source, finding.begin, finding.end);
+                     explain::showPlace(finding.program->source, finding.begin, finding.end);
   if (!finding.advice.empty()) text += "  " + finding.advice + "\n";
   return text;
 }
 
-}  // namespace explain
+}  // namespace check

@@ -8,8 +8,8 @@
 // one budget; when it is used up they find nothing, so the checker says less rather than something
 // wrong.
 
-#ifndef EXPLAIN_PROGRAM_NAMES_H_
-#define EXPLAIN_PROGRAM_NAMES_H_
+#ifndef CHECK_PROGRAM_NAMES_H_
+#define CHECK_PROGRAM_NAMES_H_
 
 #include <cstddef>
 #include <functional>
@@ -21,10 +21,13 @@
 #include <utility>
 #include <vector>
 
-#include "explain/check.h"
+#include "check/check.h"
 #include "explain/form.h"
 
-namespace explain {
+namespace check {
+
+using explain::Form;
+using explain::ProgramPointer;
 
 using Names = std::set<std::string, std::less<>>;
 
@@ -48,6 +51,7 @@ struct Assignment {
   const Form* value = nullptr;
   std::size_t program_index = 0;
   std::string function;  // That it stands in; empty at the top level.
+  bool is_own = false;   // The name is that function's own.
 };
 
 [[nodiscard]] bool isQuote(const Form& form);
@@ -76,6 +80,8 @@ class ProgramNames {
   }
   // Names that some assignment may give to a global variable.
   [[nodiscard]] const Names& globals() const { return globals_; }
+  // Names that functions assign and that are not their own.
+  [[nodiscard]] const Names& assignedInFunctions() const { return assigned_in_functions_; }
   // Parameters and locals of any function.
   [[nodiscard]] const Names& allOwnNames() const { return all_own_names_; }
   // Names of variables that the top level asks for.
@@ -109,11 +115,12 @@ class ProgramNames {
   std::map<std::string, std::vector<const Definition*>, std::less<>> callers_of_;  // By callee.
   std::map<std::string, std::vector<Assignment>, std::less<>> assignments_;
   Names globals_;
+  Names assigned_in_functions_;
   Names all_own_names_;
   Names top_reads_;
   mutable std::size_t work_ = 0;
 };
 
-}  // namespace explain
+}  // namespace check
 
-#endif  // EXPLAIN_PROGRAM_NAMES_H_
+#endif  // CHECK_PROGRAM_NAMES_H_

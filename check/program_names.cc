@@ -2,11 +2,11 @@
 // function to function. Each step of those walks takes a unit of one budget, because a program can
 // be written in which every function calls every other.
 
-#include "explain/program_names.h"
+#include "check/program_names.h"
 
 #include <algorithm>
 
-namespace explain {
+namespace check {
 
 bool isQuote(const Form& form) { return form.entry != nullptr && form.entry->name == "QUOTE"; }
 
@@ -41,10 +41,12 @@ void ProgramNames::collect(const Form& form, Definition* inside) {
   for (std::size_t n = 1; n < form.items.size(); ++n) {
     const bool is_target = name == "SETQ" && n % 2 == 1;
     if (is_target && n + 1 < form.items.size() && form.items[n].isSymbol()) {
+      const bool is_own = inside != nullptr && inside->own_names.contains(form.items[n].name());
       const std::string function =
           inside == nullptr ? "" : std::string(inside->form->items[1].name());
       assignments_[std::string(form.items[n].name())].push_back(
-          {&form.items[n], &form.items[n + 1], program_index_, function});
+          {&form.items[n], &form.items[n + 1], program_index_, function, is_own});
+      if (inside != nullptr && !is_own) assigned_in_functions_.emplace(form.items[n].name());
     }
     if (!is_target) {
       collect(form.items[n], inside);
@@ -132,4 +134,4 @@ std::string ProgramNames::callerWith(const std::string& variable,
   return "";
 }
 
-}  // namespace explain
+}  // namespace check
