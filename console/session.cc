@@ -441,7 +441,7 @@ void Session::noteResult(const Reply<EvalResult>& reply, std::size_t program_siz
 void Session::noteExplanation(const std::string& text) {
   result_.explanation += text;
   if (text.empty() || explainer_ == nullptr || result_.end == ReportedResult::End::Value) return;
-  const explain::Fault& fault = explainer_->outcome().fault;
+  const explain::FaultyForm& fault = explainer_->outcome().fault;
   if (fault.program != nullptr) {
     result_.place = explain::nameOfPlace(*fault.program, fault.begin);
   }
