@@ -117,6 +117,9 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
       ->check(CLI::Range(1, 250000));
+  app.add_option("--port", line.port, "The port of watch; else one that is free")
+      ->type_name("N")
+      ->check(CLI::Range(1, 65535));
   app.add_flag("--json", line.is_json,
                "Calls, changes and results as JSON objects, one in a line, and no other text");
   app.add_flag_function(
@@ -182,6 +185,16 @@ std::string whyUnusable(const CommandLine& line) {
                               !(line.drawing_path + line.answers_path).empty();
   if (line.check && runs_otherwise)
     return "check runs nothing; of the options it takes --load only";
+  if (line.watch && (line.program_paths.size() != 1 || !line.forms.empty())) {
+    return "watch needs one program";
+  }
+  if (line.watch &&
+      (records || line.is_json || line.asks || line.is_brief || line.shows_all_calls ||
+       line.keeps || line.is_dry || !line.picture_paths.empty() ||
+       !(line.save_path + line.answers_path).empty())) {
+    return "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only";
+  }
+  if (!line.watch && line.port != 0) return "--port is for watch";
   for (const std::string& path : line.picture_paths) {
     if (!isPicturePath(path)) return "--picture " + path + ": the name must end in .svg or .png";
   }
@@ -213,7 +226,8 @@ std::string usage() {
   return "usage: lisp_console [OPTIONS] [PROGRAM...]\n"
          "       lisp_console [OPTIONS] -e FORM...\n"
          "       lisp_console check [--load FILE] PROGRAM...\n"
-         "       lisp_console test [OPTIONS] PROGRAM...\n\n" +
+         "       lisp_console test [OPTIONS] PROGRAM...\n"
+         "       lisp_console watch [--port N] [OPTIONS] PROGRAM\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
 }
 
@@ -228,7 +242,8 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   // A word in front, not an option: so that a program may be named like it behind "--".
   line.check = !arguments.empty() && arguments.front() == "check";
   line.test = !arguments.empty() && arguments.front() == "test";
-  const bool has_word = line.check || line.test;
+  line.watch = !arguments.empty() && arguments.front() == "watch";
+  const bool has_word = line.check || line.test || line.watch;
   std::vector<std::string> reversed(arguments.begin() + (has_word ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
   const auto asks_for = [&](const char* option) {

@@ -101,6 +101,27 @@ TEST(CommandLine, SaysWhatIsWrong) {
             "--picture a.gif: the name must end in .svg or .png");
 }
 
+TEST(CommandLine, TakesWatchWithOneProgram) {
+  std::string error;
+  const Arguments arguments = {"watch", "a.lsp", "--port", "8123", "--strict"};
+  const auto line = parseCommandLine(arguments, "w", error);
+  ASSERT_TRUE(line.has_value()) << error;
+  EXPECT_TRUE(line->watch);
+  EXPECT_EQ(line->port, 8123);
+  EXPECT_EQ(errorOf({"watch"}), "watch needs one program");
+  EXPECT_EQ(errorOf({"watch", "a.lsp", "b.lsp"}), "watch needs one program");
+  EXPECT_EQ(errorOf({"watch", "a.lsp", "--load", "l", "--drawing", "d", "--max-calls", "5"}),
+            "was taken");
+  for (const Arguments& option : {Arguments{"--brief"}, {"--ask"}, {"--keep"}, {"--save", "x"}}) {
+    Arguments refused = {"watch", "a.lsp"};
+    refused.insert(refused.end(), option.begin(), option.end());
+    EXPECT_EQ(errorOf(refused),
+              "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only");
+  }
+  EXPECT_EQ(errorOf({"a.lsp", "--port", "8123"}), "--port is for watch");
+  EXPECT_NE(errorOf({"watch", "a.lsp", "--port", "65536"}), "was taken");
+}
+
 TEST(CommandLine, ExplainsEveryOptionAndCommand) {
   const std::string text = usage();
   for (const char* const word :

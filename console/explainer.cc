@@ -211,7 +211,10 @@ std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
                        outcome_.steps == result.steps &&
                        (result.eval_status == EvalStatus::Value || outcome_.message == result.text);
   if (!is_same) {
-    for (explain::AnsweredCall& call : answers_) call.fault.reset();  // It need not be there.
+    for (explain::AnsweredCall& call : answers_) {  // They need not be there.
+      call.fault.reset();
+      call.place.reset();
+    }
     return "no explanation: followed here, the program comes to \"" + outcome_.message +
            "\" after " + counted(outcome_.steps) + "\n";
   }

@@ -64,6 +64,10 @@ class Explainer {
   // Told of the evaluation of each program and library that has come to an end; null for nobody.
   void setWatcher(explain::Watcher* watcher) { watcher_ = watcher; }
 
+  // The answered calls of the program, each with its place once an evaluation has met it: after
+  // finish, cancel, stop or placeOfWaitingCall.
+  [[nodiscard]] const std::vector<explain::AnsweredCall>& answeredCalls() const { return answers_; }
+
   // The outcome of the last program as evaluated here, with its steps by line.
   [[nodiscard]] const explain::Outcome& outcome() const { return outcome_; }
 

@@ -21,25 +21,8 @@ using client::DatumList;
 
 namespace {
 
-// The text among the arguments, and what there is to type.
-std::string promptOf(const client::HostCall& call) {
-  for (const Datum& argument : call.arguments) {
-    if (const auto text = client::asString(argument)) return std::string(*text);
-  }
-  if (call.name == "GETDIST") return "Distance: ";
-  if (call.name == "SSGET") return "Select (all, l, p, w x,y x,y, or handles): ";
-  return "Point: ";
-}
-
 std::optional<client::Point> baseOf(const client::HostCall& call) {
   return call.arguments.empty() ? std::nullopt : readPoint(call.arguments.front());
-}
-
-const char* helpFor(const std::string& call) {
-  if (call == "GETDIST") return "a distance is a number, 12.5, or a point to measure to, 10,20";
-  if (call == "SSGET")
-    return "all, l (the last), p (the previous), w x,y x,y, c x,y x,y, E1 E2 ...";
-  return "a point is 10,20 or @5,0 (from the last), @10<45, or cen 10,20 to snap; Enter for none";
 }
 
 bool asksForSelection(const client::HostCall& call) {
@@ -56,8 +39,30 @@ std::optional<client::Point> readSnapped(const std::string& line, const client::
 
 }  // namespace
 
-std::optional<Datum> Keyboard::readPick(const client::HostCall& call, Drawing& drawing,
-                                        const std::string& line) {
+bool asksPerson(const client::HostCall& call) {
+  return call.name == "GETPOINT" || call.name == "GETCORNER" || call.name == "GETDIST" ||
+         (call.name == "SSGET" && asksForSelection(call));
+}
+
+std::string questionOf(const client::HostCall& call) {
+  for (const Datum& argument : call.arguments) {
+    if (const auto text = client::asString(argument)) return std::string(*text);
+  }
+  if (call.name == "GETDIST") return "Distance: ";
+  if (call.name == "SSGET") return "Select (all, l, p, w x,y x,y, or handles): ";
+  return "Point: ";
+}
+
+const char* helpForPick(const std::string& call_name) {
+  if (call_name == "GETDIST")
+    return "a distance is a number, 12.5, or a point to measure to, 10,20";
+  if (call_name == "SSGET")
+    return "all, l (the last), p (the previous), w x,y x,y, c x,y x,y, E1 E2 ...";
+  return "a point is 10,20 or @5,0 (from the last), @10<45, or cen 10,20 to snap; Enter for none";
+}
+
+std::optional<Datum> readPick(const client::HostCall& call, Drawing& drawing,
+                              const std::string& line, client::Point& last) {
   if (line.empty()) return client::nil();
   if (call.name == "SSGET") {
     DatumList words;
@@ -76,7 +81,7 @@ std::optional<Datum> Keyboard::readPick(const client::HostCall& call, Drawing& d
     }
     return members.empty() ? client::nil() : client::selectionSet(std::move(members));
   }
-  const client::Point base = baseOf(call).value_or(last_);
+  const client::Point base = baseOf(call).value_or(last);
   if (call.name == "GETDIST") {
     const auto number = client::readNumber(line);
     if (number && std::isfinite(*number)) return client::number(*number);
@@ -86,14 +91,12 @@ std::optional<Datum> Keyboard::readPick(const client::HostCall& call, Drawing& d
   if (call.name == "GETDIST") {
     return client::number(std::hypot(point->x - base.x, point->y - base.y));
   }
-  last_ = *point;
+  last = *point;
   return client::point(point->x, point->y, point->z);
 }
 
 std::optional<HostAnswer> Keyboard::answer(const client::HostCall& call, Drawing& drawing) {
-  const bool is_pick = call.name == "GETPOINT" || call.name == "GETCORNER" ||
-                       call.name == "GETDIST" || (call.name == "SSGET" && asksForSelection(call));
-  if (!is_pick) return std::nullopt;
+  if (!asksPerson(call)) return std::nullopt;
   if (before_asking_) before_asking_();
   HostAnswer answer = ask(call, drawing);
   if (after_asking_) after_asking_();
@@ -103,7 +106,7 @@ std::optional<HostAnswer> Keyboard::answer(const client::HostCall& call, Drawing
 HostAnswer Keyboard::ask(const client::HostCall& call, Drawing& drawing) {
   for (;;) {
     std::string line;
-    switch (editor_.read(promptOf(call), line)) {
+    switch (editor_.read(questionOf(call), line)) {
       case LineEditor::Result::End:
         return HostAnswer{"nil", "", "no answer was given to " + call.name};
       case LineEditor::Result::Interrupted:
@@ -117,10 +120,10 @@ HostAnswer Keyboard::ask(const client::HostCall& call, Drawing& drawing) {
     line = begin == std::string::npos
                ? ""
                : line.substr(begin, line.find_last_not_of(" \t") - begin + 1);
-    if (const auto datum = readPick(call, drawing, line)) {
+    if (const auto datum = readPick(call, drawing, line, last_)) {
       return HostAnswer{client::printDatum(*datum), "from the keyboard", ""};
     }
-    std::cout << helpFor(call.name) << "\n";
+    std::cout << helpForPick(call.name) << "\n";
   }
 }
 

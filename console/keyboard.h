@@ -14,6 +14,19 @@
 
 namespace lisp_worker::console {
 
+// True for a call that a person answers: GETPOINT, GETCORNER, GETDIST, and SSGET without a way of
+// selecting; a filter there may be.
+[[nodiscard]] bool asksPerson(const client::HostCall& call);
+
+// The question, as the program puts it or else as the console does; and what may be typed.
+[[nodiscard]] std::string questionOf(const client::HostCall& call);
+[[nodiscard]] const char* helpForPick(const std::string& call_name);
+
+// The answer that a typed line is to a call that asks a person. Empty when it is none. A selection
+// becomes the drawing's previous one. `last` is what @ counts from, and the next point.
+[[nodiscard]] std::optional<client::Datum> readPick(const client::HostCall& call, Drawing& drawing,
+                                                    const std::string& line, client::Point& last);
+
 // Answers GETPOINT, GETCORNER, GETDIST, and SSGET without a way of selecting (a filter there may
 // be), with the prompt that the
 // program gives. A point is typed as 10,20 or @5,0 or @10<45, or picked up from the drawing as
@@ -35,8 +48,6 @@ class Keyboard : public Answerer {
 
  private:
   HostAnswer ask(const client::HostCall& call, Drawing& drawing);
-  std::optional<client::Datum> readPick(const client::HostCall& call, Drawing& drawing,
-                                        const std::string& line);
 
   LineEditor& editor_;
   std::function<void()> before_asking_;

@@ -32,6 +32,7 @@
 #include "console/session.h"
 #include "console/terminal.h"
 #include "console/test_runner.h"
+#include "console/watch/watch.h"
 #include "explain/evaluation.h"
 #include "lisp_worker/client/names.h"
 #include "lisp_worker/client/process.h"
@@ -332,6 +333,19 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
                                                     : ExitCode::SomeUnexpected;
 }
 
+ExitCode watchProgram(const CommandLine& line) {
+  std::string error;
+  const bool is_served = watch({.worker_path = line.worker_path,
+                                .program_path = line.program_paths.front(),
+                                .library_paths = line.library_paths,
+                                .drawing_path = line.drawing_path,
+                                .is_strict = line.is_strict,
+                                .host_call_count_max = line.host_call_count_max,
+                                .port = line.port},
+                               std::cout, error);
+  return is_served ? ExitCode::AllAsExpected : complain(ExitCode::UnusableInput, error);
+}
+
 // Colours and line breaks, where a person sees them.
 void setUp(SafeOutput& output, ColorWish wish) {
   const bool is_wanted = wish == ColorWish::Always || (wish == ColorWish::Auto && wantColours());
@@ -355,6 +369,7 @@ ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output)
     std::cout << "lisp_console " << client::libraryVersion() << "\n";
     return ExitCode::AllAsExpected;
   }
+  if (line->watch) return watchProgram(*line);
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);

@@ -85,9 +85,18 @@ std::string scaleBar(const Panel& panel) {
          svgLabel(end + 8, y, client::printNumber(length), "class=\"note\"");
 }
 
+std::string mappingOf(const Panel& panel) {
+  return " data-panel=\"" + panel.name + "\" data-frame=\"" + svgNumber(panel.left) + " " +
+         svgNumber(panel.top) + " " + svgNumber(panel.width) + " " +
+         svgNumber(panel.height - panel.strip) + "\" data-mapping=\"" +
+         client::printNumber(panel.x(0)) + " " + client::printNumber(panel.y(0)) + " " +
+         client::printNumber(panel.scale) + "\"";
+}
+
 std::string panelContent(const Panel& panel, const Drawing& drawing, const Marks& marks,
                          const client::CoordContext& context, const PictureOptions& options) {
-  std::string text = "<g class=\"drawing\" clip-path=\"url(#" + panel.name + ")\">\n";
+  std::string text = "<g class=\"drawing\" clip-path=\"url(#" + panel.name + ")\"" +
+                     (options.tells_mapping ? mappingOf(panel) : "") + ">\n";
   if (options.shows_cells) text += cellElements(panel, context);
   std::string shapes;
   bool is_empty = true;

@@ -16,6 +16,9 @@ struct PictureOptions {
   std::string title;        // Above everything; may be empty.
   bool shows_axes = false;  // Of the coordinate systems that are not the world.
   bool shows_cells = false;
+  // The group of each panel says in attributes which panel it is, "before" or "after", where it
+  // lies, and in data-mapping="X Y SCALE" how points get there: to (X + x*SCALE, Y - y*SCALE).
+  bool tells_mapping = false;
 };
 
 // The text of an SVG file: both drawings side by side, in the same scale, each layer in its

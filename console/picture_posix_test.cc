@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
 #include "console/commands.h"
@@ -10,6 +11,7 @@
 #include "console/font.h"
 #include "console/picture.h"
 #include "console/shape.h"
+#include "console/svg.h"
 #include "lisp_worker/client/answer_text.h"
 
 namespace lisp_worker::console {
@@ -90,6 +92,21 @@ TEST_F(PictureTest, NamesEachEntityForPointersAndScripts) {
               HasSubstr("data-handle=\"E1\"><title>E1 LINE on layer A &amp; B</title></path>"));
   EXPECT_THAT(svg, HasSubstr("data-handle=\"E2\"><title>E2 CIRCLE on layer A &amp; B</title>"));
   EXPECT_THAT(svg, HasSubstr("data-handle=\"E3\"><title>E3 TEXT on layer A &amp; B</title>word<"));
+}
+
+TEST_F(PictureTest, TellsAPageHowToFindPointsInIt) {
+  run(after, R"(("LINE" (0 0) (100 50) "" "CIRCLE" (10 10) 5))");
+  EXPECT_EQ(countOf(draw(), "data-mapping"), 0u);
+  options.tells_mapping = true;
+  const std::string svg = draw();
+  const std::size_t at = svg.find("data-mapping=\"") + 14;
+  double x = 0;
+  double y = 0;
+  double scale = 0;
+  ASSERT_EQ(std::sscanf(svg.c_str() + at, "%lf %lf %lf", &x, &y, &scale), 3);
+  const std::string centre = "<circle cx=\"" + svgNumber(x + 10 * scale) + "\" cy=\"" +
+                             svgNumber(y - 10 * scale) + "\" r=\"" + svgNumber(5 * scale);
+  EXPECT_THAT(svg, HasSubstr(centre));
 }
 
 TEST_F(PictureTest, DrawsLayersInTheirColoursAndLeavesHiddenOnesOut) {

@@ -121,6 +121,17 @@ std::string whyUnknownModes(std::string_view modes) {
   return "this host cannot snap to" + unknown + "; it knows end, mid, cen, qua, nod and ins";
 }
 
+std::vector<Point> snapPoints(const Drawing& drawing, std::string_view modes) {
+  const std::set<std::string> wanted = splitModes(modes);
+  std::vector<Point> points;
+  for (const Entity& entity : drawing.entities()) {
+    if (!drawing.isVisible(entity)) continue;
+    const std::vector<Point> more = snapPointsOf(entity, wanted);
+    points.insert(points.end(), more.begin(), more.end());
+  }
+  return points;
+}
+
 std::optional<Point> snapPoint(const Drawing& drawing, const Point& near, std::string_view modes) {
   const std::set<std::string> wanted = splitModes(modes);
   std::optional<Point> nearest;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "console/drawing.h"
 #include "lisp_worker/client/coordinates.h"
@@ -24,6 +25,9 @@ inline constexpr double kSnapAperture = 10;
 [[nodiscard]] std::optional<client::Point> snapPoint(const Drawing& drawing,
                                                      const client::Point& near,
                                                      std::string_view modes);
+
+// All points of visible entities of the kinds that `modes` names, in the order of the entities.
+[[nodiscard]] std::vector<client::Point> snapPoints(const Drawing& drawing, std::string_view modes);
 
 // Names the unknown modes, for a person; empty when all are known.
 [[nodiscard]] std::string whyUnknownModes(std::string_view modes);

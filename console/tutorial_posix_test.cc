@@ -105,6 +105,18 @@ class Tutorial : public testing::Test {
     executed_ += "./dev prompt\n";
   }
 
+  // A command that prints an address and goes on until Ctrl-C.
+  void runWatch(const std::string& text) const {
+    const std::string kCommand = "./dev run watch ";
+    ASSERT_TRUE(text.starts_with(kCommand)) << text;
+    const std::string file = text.substr(kCommand.size(), text.size() - kCommand.size() - 1);
+    const std::string output =
+        runCommand("cd '" + directory_.string() + "' && timeout --preserve-status -s INT 1 '" +
+                   environment("LISP_CONSOLE_PATH") + "' watch " + file + " 2>&1")
+            .text;
+    EXPECT_THAT(output, testing::StartsWith("watching " + file + " at http://127.0.0.1:"));
+  }
+
   std::string executed_;  // The commands, in lines.
 
  private:
@@ -130,8 +142,8 @@ TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
       ++prompt_count;
     } else {
       EXPECT_EQ(block.info, "sh");
-      EXPECT_EQ(block.text, "./dev run\n");
-      executed_ += block.text;  // By the next test.
+      executed_ += block.text;
+      if (block.text != "./dev run\n") runWatch(block.text);  // The other is for the next test.
     }
   }
   // Commands in sentences are executed too.

@@ -58,6 +58,7 @@ class Witness : public lisp::Observer {
   void entered(lisp::FormNumber number) override {
     watcher_.entered(currentProgram(), number);
     const Form& form = *currentProgram()->forms_by_number[number];
+    if (!open_.empty() && isConditionOfLoop(form, *open_.back().form)) ++open_.back().round;
     open_.push_back({&form, values_.size()});
     count(form);
   }
@@ -107,6 +108,7 @@ class Witness : public lisp::Observer {
 
   void hostAnswered(const lisp::HostTranscriptEntry& /*entry*/) override {
     AnsweredCall& call = answers_[next_answer_++];
+    if (!call.place) call.place = placeOfCall();
     watcher_.hostAnswered(call);
     if (call.refusal.empty() || call.fault) return;
     const Form& form = *open_.back().form;
@@ -161,6 +163,7 @@ class Witness : public lisp::Observer {
   struct OpenForm {
     const Form* form;
     std::size_t first_value;  // Of its arguments, in values_.
+    std::uint64_t round = 0;  // Of a loop; 0 for other forms.
   };
   struct Call {
     Function function;
@@ -193,6 +196,29 @@ class Witness : public lisp::Observer {
       last_count_ = &count;
     }
     ++last_count_->count;
+  }
+
+  static bool isConditionOfLoop(const Form& form, const Form& around) {
+    return around.items.size() > 1 && &form == &around.items[1] && around.operatorName() == "WHILE";
+  }
+
+  // The place of the host call that is open.
+  [[nodiscard]] HostCallPlace placeOfCall() const {
+    const Form& form = *open_.back().form;
+    HostCallPlace place{.program = currentProgram(), .begin = form.begin, .end = form.end};
+    std::size_t call = calls_.size();  // The innermost whose function may hold the form.
+    for (std::size_t n = open_.size(); n-- > 0;) {
+      while (call > 0 && n < calls_[call - 1].open_count) {
+        const Form& site = *open_[calls_[--call].open_count - 1].form;
+        if (place.calls.size() == kKeptWayMax) continue;
+        place.calls.push_back(
+            {nameOf(calls_[call].function), calls_[call].caller, site.begin, site.end});
+      }
+      if (open_[n].round == 0 || place.loops.size() == kKeptWayMax) continue;
+      place.loops.push_back({call == 0 ? program_ : calls_[call - 1].function.program,
+                             open_[n].form->line, open_[n].round});
+    }
+    return place;
   }
 
   // A special form keeps its name, and nothing is defined.

@@ -103,13 +103,31 @@ struct FaultyForm {
   std::string advice = {};
 };
 
-// A host call that has been answered. `arguments` are filled in by the evaluation that reaches the
-// call first.
+// A loop in progress: its round is counted from 1.
+struct LoopRound {
+  ProgramPointer program;
+  std::size_t line = 1;  // Of the loop.
+  std::uint64_t round = 1;
+};
+
+// Where a host call stands, and the way to it: of long ways the innermost part.
+struct HostCallPlace {
+  ProgramPointer program;
+  std::size_t begin = 0;
+  std::size_t end = 0;
+  std::vector<CallSite> calls = {};   // Innermost first, as the next.
+  std::vector<LoopRound> loops = {};  // In the functions around it too.
+};
+inline constexpr std::size_t kKeptWayMax = 8;
+
+// A host call that has been answered. `arguments` and `place` are filled in by the evaluation that
+// reaches the call first.
 struct AnsweredCall {
   std::string name;
   lisp::LispValue answer;
   std::string refusal = {};  // Why the host has not done what the call asks for; empty if it has.
   std::optional<std::vector<lisp::LispValue>> arguments = {};
+  std::optional<HostCallPlace> place = {};
   std::optional<FaultyForm> fault =
       {};  // Where a refused call stands, once an evaluation has met it.
 };

@@ -210,6 +210,43 @@ TEST(Explanation, ShowsTheCallThatTheHostHasRefused) {
             "  in        MAKE, called at p.lsp:4:1  (MAKE 2)\n");
 }
 
+TEST(AnsweredCalls, KnowTheirPlaceAndTheWayToIt) {
+  std::vector<AnsweredCall> answers(3, {.name = "ENTMAKE", .answer = lisp::nil()});
+  Definitions definitions;
+  static_cast<void>(evaluate(readProgram("p.lsp",
+                                         "(DEFUN MAKE (G)\n  (ENTMAKE G))\n(SETQ N 0)\n"
+                                         "(WHILE (< N 2)\n  (MAKE N)\n  (SETQ N (1+ N)))\n"
+                                         "(ENTMAKE 1)"),
+                             definitions, answers, nullptr));
+  ASSERT_TRUE(answers[1].place.has_value());
+  const HostCallPlace& place = *answers[1].place;
+  EXPECT_EQ(place.program->source.text().substr(place.begin, place.end - place.begin),
+            "(ENTMAKE G)");
+  ASSERT_EQ(place.calls.size(), 1u);
+  EXPECT_EQ(place.calls[0].function, "MAKE");
+  EXPECT_EQ(nameOfPlace(*place.calls[0].program, place.calls[0].begin), "p.lsp:5:3");
+  ASSERT_EQ(place.loops.size(), 1u);
+  EXPECT_EQ(place.loops[0].line, 4u);
+  EXPECT_EQ(place.loops[0].round, 2u);
+  EXPECT_EQ(place.loops[0].program, place.program);
+  EXPECT_EQ(answers[0].place->loops[0].round, 1u);
+  EXPECT_TRUE(answers[2].place->calls.empty());
+  EXPECT_TRUE(answers[2].place->loops.empty());
+}
+
+TEST(AnsweredCalls, KnowOnlyTheInnermostPartOfALongWay) {
+  std::vector<AnsweredCall> answers(1, {.name = "ENTMAKE", .answer = lisp::nil()});
+  Definitions definitions;
+  static_cast<void>(
+      evaluate(readProgram("p.lsp",
+                           "(DEFUN F (N / K)\n  (SETQ K 1)\n  (WHILE (> K 0)\n    (SETQ K 0)\n"
+                           "    (IF (= N 0) (ENTMAKE 1) (F (1- N)))))\n(F 12)"),
+               definitions, answers, nullptr));
+  ASSERT_TRUE(answers[0].place.has_value());
+  EXPECT_EQ(answers[0].place->calls.size(), kKeptWayMax);
+  EXPECT_EQ(answers[0].place->loops.size(), kKeptWayMax);
+}
+
 TEST(Explanation, PointsAtWhatIsMissingInAText) {
   struct Row {
     const char* text;
