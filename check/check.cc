@@ -280,7 +280,7 @@ class Checker {
     return lisp::nil();
   }
 
-  // What is known of an argument that is to be of that kind.
+  // The knowledge of an argument that is to be of that kind.
   Known knownOf(const Form& argument, Kind wanted) const {
     if (const Known* const known = flow_->find(argument); known != nullptr) return *known;
     if (auto value = knownValueOf(argument, wanted)) {

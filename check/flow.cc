@@ -107,7 +107,7 @@ Known Flow::look(const Form& form) {
   return is_special ? lookAtSpecialForm(form) : lookAtCall(form);
 }
 
-// What the last item comes to.
+// The value of the last item.
 Known Flow::lookAtItems(const Form& form, std::size_t begin) {
   Known last = constant(lisp::nil());
   for (std::size_t n = begin; n < form.items.size(); ++n) last = look(form.items[n]);

@@ -1,4 +1,5 @@
-// What arguments of calls may be where they stand, as far as it is known without running a program.
+// The kinds that arguments of calls may have where they stand, as far as they are known without
+// running a program.
 //
 //   (SETQ X "a")           X is the text "a"
 //   (IF (READY) (SETQ X 5))
@@ -27,7 +28,7 @@
 
 namespace check {
 
-// What a form may come to.
+// The values that a form may come to.
 struct Known {
   static constexpr unsigned kAny = 0x1F;
 

@@ -50,7 +50,7 @@ struct Assignment {
   const Form* target = nullptr;
   const Form* value = nullptr;
   std::size_t program_index = 0;
-  std::string function;  // That it stands in; empty at the top level.
+  std::string function;  // The function around it; empty at the top level.
   bool is_own = false;   // The name is that function's own.
 };
 

@@ -56,7 +56,7 @@ struct CommandLine {
   ColorWish color = ColorWish::Auto;
 };
 
-// What --help prints.
+// The text of --help.
 [[nodiscard]] std::string usage();
 
 // The text of --help for a topic. The only topic is "entities"; any other yields the whole text.

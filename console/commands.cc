@@ -385,7 +385,7 @@ std::vector<std::string> splitNames(std::string_view names) {
   return split;
 }
 
-// What comes behind the options C, L and LW of LAYER: a colour, a line type or a line weight, and
+// The inputs behind the options C, L and LW of LAYER: a colour, a line type or a line weight, and
 // the layers that take it.
 std::string CommandRun::setLayerLook(std::string_view option) {
   const auto fail = [this](const std::string& needed) {

@@ -1,4 +1,4 @@
-// How often the lines of programs were evaluated, as --coverage prints it:
+// Counts of the evaluations of each line of programs, as --coverage prints them:
 //
 //   == coverage of plate.lsp: 3 of 4 lines (75.0%), 1 of 2 branches
 //         1 |    1 | (SETQ N 5)
@@ -60,7 +60,7 @@ class Coverage : public explain::Watcher {
     const char* name;
     std::uint64_t taken;
   };
-  // What is to be known of a file, computed from its counts.
+  // The results for a file, computed from its counts.
   struct Report {
     // By line: how often it was evaluated; kNoCode where nothing is.
     std::vector<std::uint64_t> lines;

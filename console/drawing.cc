@@ -257,6 +257,18 @@ Datum entityData(const Entity& entity) {
   return client::list(std::move(groups));
 }
 
+std::string_view nameOf(EntityChange::Kind kind) {
+  switch (kind) {
+    case EntityChange::Kind::Added:
+      return "added";
+    case EntityChange::Kind::Changed:
+      return "changed";
+    case EntityChange::Kind::Erased:
+      return "erased";
+  }
+  return "";
+}
+
 std::vector<EntityChange> compareDrawings(const Drawing& before, const Drawing& after) {
   std::vector<EntityChange> changes;
   std::vector<EntityChange> erased;

@@ -194,6 +194,9 @@ struct EntityChange {
   friend bool operator==(const EntityChange&, const EntityChange&) = default;
 };
 
+// "added", "changed" or "erased".
+[[nodiscard]] std::string_view nameOf(EntityChange::Kind kind);
+
 // The changes from `before`, an earlier state of the same drawing, to `after`: changed and added
 // entities in their order, then erased ones. The cost depends on the changes alone.
 [[nodiscard]] std::vector<EntityChange> compareDrawings(const Drawing& before,

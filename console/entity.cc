@@ -92,7 +92,7 @@ bool isHarmless(std::string_view harmless, const Datum& value) {
   return false;
 }
 
-// Why a group cannot be drawn as it says; empty when it can, or has no effect.
+// The reason why a group cannot be drawn as it says; empty when it can, or has no effect.
 std::string whyUndrawn(std::string_view type, double code, const Datum& value) {
   for (const UndrawnGroup& group : kUndrawnGroups) {
     const bool is_meant = group.code == code && (group.type.empty() || group.type == type);

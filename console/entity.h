@@ -73,7 +73,7 @@ struct Entity {
 [[nodiscard]] std::optional<double> groupCode(const client::Datum& datum);
 [[nodiscard]] bool isGroup(const client::Datum& datum);
 
-// Whether `datum` is a group with that code.
+// True when `datum` is a group with that code.
 [[nodiscard]] bool isGroupOf(const client::Datum& datum, int code);
 
 // The value of the first group with `code`; null when there is none. A pointer into `groups`.
@@ -94,7 +94,7 @@ struct Entity {
 // True for a list of two or three finite numbers.
 [[nodiscard]] bool isPoint(const client::Datum& datum);
 
-// Why `datum` cannot be the groups of an entity, for a person; empty when it can.
+// The reason why `datum` cannot be the groups of an entity, for a person; empty when it can.
 [[nodiscard]] std::string whyNoEntity(const client::Datum& datum);
 
 // The groups of an entity of this type, with their units and defaults; empty for an unknown type.

@@ -13,7 +13,7 @@ namespace lisp_worker::console {
 // Adds the entity to the drawing. Returns the mistake, or an empty text.
 [[nodiscard]] std::string readEntity(const Json& json, Drawing& drawing);
 
-// What readEntity makes the same of.
+// The inverse of readEntity.
 [[nodiscard]] Json entityJson(const Entity& entity);
 
 }  // namespace lisp_worker::console

@@ -13,7 +13,7 @@
 
 namespace lisp_worker::console {
 
-// What a program has done to an entity.
+// The effect of a program on an entity.
 enum class Mark : std::uint8_t { None, Added, Changed, Erased };
 
 // The entity's shape in its colour. It must stand in an element of the class "drawing".

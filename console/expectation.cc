@@ -77,7 +77,7 @@ bool isNearGroup(const Datum& a, const Datum& b) {
          std::equal(group_a->begin(), group_a->end(), group_b->begin(), group_b->end(), isNear);
 }
 
-// How many of the wanted groups the entity has.
+// The number of the wanted groups that the entity has.
 std::size_t sharedCount(const DatumList& entity, const DatumList& wanted) {
   return static_cast<std::size_t>(
       std::count_if(wanted.begin(), wanted.end(), [&entity](const Datum& group) {

@@ -1,4 +1,4 @@
-// What a program's ";@ expect" lines say, compared with what has become of the program.
+// Compares the ";@ expect" lines of a program with what has become of it.
 
 #ifndef CONSOLE_EXPECTATION_H_
 #define CONSOLE_EXPECTATION_H_

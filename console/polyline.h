@@ -35,7 +35,7 @@ struct VertexChain {
 // True for the groups of a vertex and of an outline, whose order matters.
 [[nodiscard]] bool isVertexGroup(const client::Datum& group);
 
-// What is wrong with the vertices of a polyline or hatch, for a person; otherwise empty.
+// The mistake in the vertices of a polyline or hatch, for a person; empty when there is none.
 [[nodiscard]] std::string whyNoChains(const client::DatumList& groups);
 
 // The closed chain of a circle, or of a polyline that is closed or returns to its beginning. Empty

@@ -35,7 +35,7 @@ class Prompt {
   // Once the prompt is open: the session that programs run in, and the source of picks in it.
   [[nodiscard]] Session& session() { return *session_; }
   [[nodiscard]] Answerer& keyboard() { return *keyboard_; }
-  // What :picture shows.
+  // The subject of :picture.
   void setPictureWishes(const PictureWishes& wishes) { picture_wishes_ = wishes; }
 
   // Runs a library before the first prompt.
@@ -47,7 +47,7 @@ class Prompt {
   std::size_t converse(std::string& error);
 
  private:
-  // What :undo goes back to, and :redo forward.
+  // The states that :undo goes back to, and :redo forward.
   struct State {
     std::string program;  // The name of the one that lies between it and the next.
     Session::State session;

@@ -1,4 +1,5 @@
-// What the command line asks to be recorded of the programs that run: trace, profile, coverage.
+// The recordings that the command line asks for, of the programs that run: trace, profile,
+// coverage.
 
 #ifndef CONSOLE_RECORDINGS_H_
 #define CONSOLE_RECORDINGS_H_

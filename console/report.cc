@@ -64,18 +64,6 @@ const char* nameOf(ReportedResult::End end) {
   return "";
 }
 
-const char* nameOf(EntityChange::Kind kind) {
-  switch (kind) {
-    case EntityChange::Kind::Added:
-      return "added";
-    case EntityChange::Kind::Changed:
-      return "changed";
-    case EntityChange::Kind::Erased:
-      return "erased";
-  }
-  return "";
-}
-
 void writeLine(std::ostream& out, const Json& json) {
   constexpr bool kOnlyAscii = true;
   out << json.dump(-1, ' ', kOnlyAscii, Json::error_handler_t::replace) << "\n";

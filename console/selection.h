@@ -27,7 +27,7 @@ namespace lisp_worker::console {
 [[nodiscard]] std::optional<std::vector<std::string>> selectEntities(
     const Drawing& drawing, const client::DatumList& arguments, std::string& refusal);
 
-// Whether `datum` is a filter as above, and whether an entity has every group of one.
+// True when `datum` is a filter as above; true when an entity has every group of one.
 [[nodiscard]] bool isFilter(const client::Datum& datum);
 [[nodiscard]] bool fitsFilter(const Entity& entity, const client::DatumList& filter);
 

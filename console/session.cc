@@ -50,18 +50,6 @@ Style styleOf(EntityChange::Kind kind) {
   return Style::Plain;
 }
 
-std::string_view nameOf(EntityChange::Kind kind) {
-  switch (kind) {
-    case EntityChange::Kind::Added:
-      return "added";
-    case EntityChange::Kind::Changed:
-      return "changed";
-    case EntityChange::Kind::Erased:
-      return "erased";
-  }
-  return "";
-}
-
 // "(0 0 1 0 0 1 1 0)"
 std::string describeSystem(const client::PlanarSystem& s) {
   return client::printDatum(

@@ -1,4 +1,4 @@
-// What comparisons have learnt: which chunks hold equal elements, and how far.
+// The knowledge of former comparisons: which chunks hold equal elements, and how far.
 //
 // valuesEqual must not walk equal storage twice: neither within one comparison, where sharing can
 // make a value exponentially larger than its storage, nor from one comparison to the next. So

@@ -1,4 +1,4 @@
-// How lists are stored: chunks of contiguous elements, with shared tails.
+// Storage of lists: chunks of contiguous elements, with shared tails.
 //
 // A list value is a chunk and a number of elements k. Elements are named by how many remain from
 // them to the end of the list, themselves included: the first element of the value has k remaining,
@@ -69,7 +69,7 @@ struct Chunk : Counted {
 
   [[nodiscard]] bool hasDigest() const { return (front & 3) != 2; }
   [[nodiscard]] bool hasNode() const { return (front & 3) == 0; }
-  // How a chunk without a digest is evaluated.
+  // The evaluator of a chunk without a digest.
   [[nodiscard]] FormShape shape() const {
     assert(!hasDigest());
     return static_cast<FormShape>(front >> 32);
@@ -119,7 +119,7 @@ struct Chunk : Counted {
   }
 };
 
-// What stands before the head of a linked chunk.
+// The part before the head of a linked chunk.
 struct ChunkLink {
   Chunk* tail;                 // Holds it.
   Chunk* jump;                 // A chunk further down the chain of tails; borrowed from the chain.

@@ -299,7 +299,7 @@ TEST_F(KeptEvaluationsTest, MayBeNone) {
   EXPECT_EQ(text_, "(1 2)");
 }
 
-// What was given up is replayed, and then kept again.
+// An evaluation that was given up is replayed, and then kept again.
 TEST_F(KeptEvaluationsTest, AreGivenUpAtEverySoManyAnswers) {
   useLimits({.steps_min = 0, .give_up_every = 2});
   const std::uint64_t run = start("(LIST (GETDIST) (GETDIST) (GETDIST) (GETDIST))");

@@ -1,4 +1,4 @@
-// What the thread of the session and the threads of the server pass to each other.
+// The messages that the thread of the session and the threads of the server pass to each other.
 //
 // The session's thread owns everything else. It writes states, texts that pages show, and takes the
 // answers that pages give. Each function may be called by any thread.

@@ -44,7 +44,7 @@ class PageRunner : private Answerer {
     Program program;
     std::optional<Sheet> sheet;
   };
-  // What pages show. It stays when a file cannot be read any more.
+  // The contents of the pages. They stay when a file cannot be read any more.
   struct Shown {
     Inputs inputs = {};
     std::vector<PageMessage> messages = {};

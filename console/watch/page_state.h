@@ -65,7 +65,7 @@ struct PageState {
 // The text of the object, in one line.
 [[nodiscard]] std::string pageText(const PageState& state);
 
-// What the checks find in a program after its libraries.
+// The findings of the checks in a program after its libraries.
 [[nodiscard]] std::vector<PageMessage> checkMessages(const std::vector<Program>& libraries,
                                                      const Program& program);
 

@@ -10,7 +10,8 @@
 
 namespace lisp_worker::console {
 
-// What changes whenever a file is saved: by writing into it, or by putting another in its place.
+// A stamp that changes whenever a file is saved: by writing into it, or by putting another in its
+// place.
 // Empty when there is no file. A save within the same tick of the file system's clock, with the
 // same size, is told by nothing, so look again a moment later than the last change.
 [[nodiscard]] std::string fingerprintOf(const std::string& path);

@@ -1,4 +1,4 @@
-// What the tests and the pictures of the page share: a console that watches a file, and a browser.
+// A console that watches a file, and a browser: shared by the tests and the pictures of the page.
 
 import {spawn} from "node:child_process";
 import {mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync} from "node:fs";

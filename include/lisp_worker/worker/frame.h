@@ -255,7 +255,7 @@ static_assert(fieldsFill(kGeometryResultSize, {{GeometryResultOffset::kX, sizeof
 inline constexpr std::size_t kEvalResultHeaderSize = 64;
 inline constexpr std::size_t kCallNameSize = 32;  // The last byte is always zero.
 
-// How a run stopped.
+// The end of a run.
 enum class EvalStatus : std::uint8_t {
   Value = 0,             // Finished; the text is the value of the last form.
   ReadError = 1,         // The program or an answer could not be read; the text says why.
