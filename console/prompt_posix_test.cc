@@ -395,6 +395,8 @@ class TerminalPrompt : public testing::Test {
     return false;
   }
 
+  static void waitALittle() { std::this_thread::sleep_for(std::chrono::milliseconds(10)); }
+
   void type(const std::string& keys) { tmux("send-keys -l '" + keys + "'"); }
   void press(const std::string& key) { tmux("send-keys " + key); }
   // True when the screen comes to show the text, with its sequences.
@@ -416,9 +418,18 @@ class TerminalPrompt : public testing::Test {
     tmux("clear-history");
   }
 
+  [[nodiscard]] std::string cursor() const {
+    return tmux("display-message -p '#{cursor_x} #{cursor_y}'");
+  }
+
+  // Keys that come all at once are taken for a paste. So Enter is pressed when the line is there,
+  // and nothing more before it has moved the cursor.
   void enter(const std::string& line) {
     type(line);
+    for (int n = 0; n < 100 && screen().find(line) == std::string::npos; ++n) waitALittle();
+    const std::string before = cursor();
     press("Enter");
+    for (int n = 0; n < 100 && cursor() == before; ++n) waitALittle();
   }
 
   Directory directory;
