@@ -284,7 +284,8 @@ class Checker {
   Known knownOf(const Form& argument, Kind wanted) const {
     if (const Known* const known = flow_->find(argument); known != nullptr) return *known;
     if (auto value = knownValueOf(argument, wanted)) {
-      return {.kinds = Known::bitOf(value->kind()), .constant = std::move(value)};
+      const auto kinds = Known::bitOf(value->kind());
+      return {.kinds = kinds, .constant = std::move(value)};
     }
     return {};
   }

@@ -36,20 +36,20 @@ DatumList withoutHandle(const DatumList& groups) {
 // of a chain are replaced as one, because their groups belong together in their order.
 DatumList replaced(const DatumList& own, const DatumList& change) {
   const bool has_chains = hasChains(own);
-  const auto codeOf = [has_chains](const Datum& group) {
+  const auto code_of = [has_chains](const Datum& group) {
     return has_chains && isVertexGroup(group) ? kPointGroup : *groupCode(group);
   };
-  const auto has = [&codeOf](const DatumList& groups, double code) {
+  const auto has = [&code_of](const DatumList& groups, double code) {
     return std::any_of(groups.begin(), groups.end(),
-                       [&](const Datum& group) { return codeOf(group) == code; });
+                       [&](const Datum& group) { return code_of(group) == code; });
   };
   DatumList groups;
   const auto append = [&](const DatumList& from, double code) {
     std::copy_if(from.begin(), from.end(), std::back_inserter(groups),
-                 [&](const Datum& group) { return codeOf(group) == code; });
+                 [&](const Datum& group) { return code_of(group) == code; });
   };
   for (const Datum& group : own) {
-    const double code = codeOf(group);
+    const double code = code_of(group);
     if (!has(change, code)) {
       groups.push_back(group);
     } else if (!has(groups, code)) {
@@ -57,7 +57,7 @@ DatumList replaced(const DatumList& own, const DatumList& change) {
     }
   }
   for (const Datum& group : change) {
-    const double code = codeOf(group);
+    const double code = code_of(group);
     if (code != kHandleGroup && !has(groups, code)) append(change, code);
   }
   return groups;

@@ -323,7 +323,7 @@ std::string whyNoEntity(const Datum& datum) {
     return "POLYLINE needs two groups 10, through";
   }
   if (hasChains(*groups)) {
-    const std::string reason = whyNoChains(*groups);
+    std::string reason = whyNoChains(*groups);
     if (!reason.empty()) return reason;
   }
   for (const Datum& group : *groups) {
