@@ -26,7 +26,7 @@ struct Completion {
   std::vector<Candidate> candidates = {};  // In the order in which they are shown.
   std::string ending = {};                 // Follows the only candidate.
   bool keeps_case = false;                 // Letters follow those of the word, small or capital.
-  std::string hint = {};                   // Shown when there is no word yet.
+  std::string hint = {};                   // Shown before the first letter of a word.
 
   // The word with as much as all candidates have in common, and the ending if there is only
   // one. The word itself when nothing can be added.

@@ -44,7 +44,7 @@ class Coverage : public explain::Watcher {
  private:
   struct File {
     std::vector<std::uint64_t> entered;         // By the form's number.
-    std::vector<std::uint64_t> nil_count = {};  // How often the form came to nil.
+    std::vector<std::uint64_t> nil_count = {};  // The number of times the form came to nil.
     std::unordered_map<const explain::Form*, std::size_t> numbers =
         {};                                                     // Of the first program's forms.
     std::unordered_map<std::size_t, std::uint64_t> calls = {};  // By the byte of the DEFUN.

@@ -16,7 +16,7 @@ namespace lisp_worker::console {
 // The effect of a program on an entity.
 enum class Mark : std::uint8_t { None, Added, Changed, Erased };
 
-// The entity's shape in its colour. It must stand in an element of the class "drawing".
+// The entity's shape in its colour, for an element of the class "drawing".
 [[nodiscard]] std::string entityElement(const Panel& panel, const Drawing& drawing,
                                         const Entity& entity);
 

@@ -131,7 +131,7 @@ TEST_F(PageRunnerTest, AsksPagesAndGoesOn) {
   EXPECT_THAT(question["place"], HasSubstr("a.lsp:2:9"));
   EXPECT_FALSE(question.contains("base"));
   EXPECT_EQ(question["snaps"], json::parse("[[0,0,\"end\"],[10,0,\"end\"],[5,0,\"mid\"]]"));
-  EXPECT_EQ(page["calls"][0]["line"], 1);  // What has been drawn so far.
+  EXPECT_EQ(page["calls"][0]["line"], 1);  // The calls until now.
   EXPECT_TRUE(mailbox.answer(1, "no point"));
   question = waitFor("asking")["question"];
   EXPECT_EQ(question["number"], 2);
