@@ -98,7 +98,7 @@ std::vector<std::string> similarNames(std::string_view name, std::span<const std
   constexpr std::size_t kNameSizeMax = 64;
   constexpr std::size_t kCountMax = 3;
   std::vector<std::pair<std::size_t, std::string>> near;
-  const std::size_t distance_max = name.size() <= 3 ? 1 : name.size() <= 6 ? 2 : 3;
+  const std::size_t distance_max = name.size() <= 4 ? 1 : name.size() <= 6 ? 2 : 3;
   for (const std::string& candidate : names) {
     if (candidate.size() > kNameSizeMax || name.size() > kNameSizeMax || candidate == name)
       continue;

@@ -259,6 +259,12 @@ TEST(Explanation, PointsAtWhatIsMissingInAText) {
       {"(A (B \"b))\n(C \"d)\n", "p.lsp:1:7: unterminated list", "closing quote may be missing"},
       {"(A) )", "p.lsp:1:5: unexpected ')'", "closed already"},
       {"\"abc", "p.lsp:1:1: unterminated string", "has no end"},
+      {"(A 5 \"3/4\" BOLT\")\n", "p.lsp:1:6: unterminated string",
+       "a double quote inside a text is written \\\": \"3/4\\\" BOLT\""},
+      {"(A \"6\" x\")\n(B \"c\")\n", "p.lsp:1:4: unterminated string",
+       "a double quote inside a text is written \\\": \"6\\\" x\""},
+      {"(A \"b\" C \"d)\n", "p.lsp:1:10: unterminated string", "has no end"},
+      {"(A \"b\") (C \"d)\n", "p.lsp:1:12: unterminated string", "has no end"},
       {"A '", "p.lsp:1:3: unexpected end of input", "nothing follows"},
   };
   for (const Row& row : rows) {

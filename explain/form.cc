@@ -142,6 +142,22 @@ class FaultFinder {
                                         ", which begins no further right");
   }
 
+  // Where a text begins that may end only at `quote`, behind another quote on its line: "3/4"
+  // BOLT".
+  [[nodiscard]] std::optional<std::size_t> textBefore(std::size_t quote) const {
+    const std::size_t start = source_.lineStart(source_.lineOf(quote));
+    const std::string_view line = source_.text().substr(start, quote - start);
+    const std::size_t inner = line.rfind('"');
+    const std::size_t begin =
+        inner == 0 || inner == line.npos ? line.npos : line.rfind('"', inner - 1);
+    // Between other texts there are blanks or parentheses alone, and a blank before the next.
+    const bool has_words = begin != line.npos && line[inner - 1] != '\\' && line.back() != ' ' &&
+                           line.back() != '\t' &&
+                           line.find_first_not_of(" \t()'", inner + 1) != line.npos &&
+                           line.find_first_of("()'", inner + 1) == line.npos;
+    return has_words ? std::optional(start + begin) : std::nullopt;
+  }
+
   static ReadFault atByte(std::size_t begin, std::string hint) {
     return {.message = {}, .begin = begin, .end = begin + 1, .hint = std::move(hint)};
   }
@@ -149,6 +165,16 @@ class FaultFinder {
   [[nodiscard]] ReadFault wholeString(std::size_t begin, std::string hint) const {
     const std::size_t line = source_.lineOf(begin);
     const std::size_t end = source_.lineStart(line) + source_.line(line).size();
+    if (const auto before = textBefore(begin)) {
+      const std::string_view text = source_.text().substr(*before, begin - *before);
+      const std::size_t inner = text.find('"', 1);
+      return {.message = {},
+              .begin = *before,
+              .end = begin + 1,
+              .hint = "a double quote inside a text is written \\\": " +
+                      std::string(text.substr(0, inner)) + "\\" + std::string(text.substr(inner)) +
+                      "\""};
+    }
     return {.message = {}, .begin = begin, .end = end, .hint = std::move(hint)};
   }
 

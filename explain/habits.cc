@@ -134,6 +134,18 @@ std::string insteadOfDefine(const Form& form, const Source& source) {
          textFrom(target.items, 1, source) + ") " + textFrom(form.items, 2, source) + ")";
 }
 
+// (LOAD "lib.lsp")
+std::string insteadOfLoad(const Form& form, const Source& source) {
+  const bool has_name =
+      form.items.size() >= 2 && form.items[1].value.kind() == lisp::ValueKind::String;
+  if (!has_name) return "";
+  std::string name = textOf(form.items[1], source);
+  name = name.substr(1, name.size() - 2);
+  return ";@ load " + name +
+         " in a line of its own, above the program, in the place of this; or run it with --load " +
+         name;
+}
+
 constexpr std::string_view kNoTexts =
     "there are no functions over texts: keep what you need as a list of numbers or whole texts";
 constexpr std::string_view kNoKinds =
@@ -142,6 +154,19 @@ constexpr std::string_view kNoOutput = "programs have no output; its value is wh
 constexpr std::string_view kLists = "or load examples/lib/lists.lsp, which defines it";
 constexpr std::string_view kOnlyLists = "load examples/lib/lists.lsp, which defines it";
 constexpr std::string_view kWalk = "walk the list in a WHILE, with CAR and CDR";
+constexpr std::string_view kNumberText =
+    "COMMAND \"TEXT\" takes a number as its text; texts cannot be joined";
+constexpr std::string_view kNoPrompt =
+    "programs have no output: leave it out, or put it into the question of a GETPOINT";
+constexpr std::string_view kNoExit =
+    "a program ends with its last form: put what may be left out into an IF";
+constexpr std::string_view kNoSettings =
+    "there are no settings to ask for or to change: leave it out";
+constexpr std::string_view kNoSet =
+    "SSGET alone makes selection sets: keep the handles in a list, COMMAND takes them one by one";
+constexpr std::string_view kPartialEntity =
+    "ENTMOD changes the groups that it gets and keeps the others: "
+    "(ENTMOD (LIST (LIST -1 HANDLE) '(8 \"WALLS\")))";
 constexpr std::string_view kNoRoot =
     "there is none; (DISTANCE '(0 0) (LIST A B)) is the root of A*A + B*B";
 
@@ -160,6 +185,12 @@ constexpr std::array kHabits = {
           "for A of 0 and more"},
     Habit{"(REM A B)", "(PROGN (SETQ R A) (WHILE (>= R B) (SETQ R (- R B))) R)",
           "for A of 0 and more"},
+    Habit{"(FIX X)", "(PROGN (SETQ R 0) (WHILE (<= (1+ R) X) (SETQ R (1+ R))) R)",
+          "for X of 0 and more"},
+    Habit{"(FLOOR X)", "(PROGN (SETQ R 0) (WHILE (<= (1+ R) X) (SETQ R (1+ R))) R)",
+          "for X of 0 and more"},
+    Habit{"(ROUND X)", "(PROGN (SETQ R 0) (WHILE (<= (+ R 0.5) X) (SETQ R (1+ R))) R)",
+          "for X of 0 and more"},
     Habit{"(SQRT X)", "", kNoRoot},
     Habit{"(EXPT X N)", "", "multiply in a WHILE; (* X X) is the square"},
     Habit{"(SIN A)", "(CAR (CDR (POLAR '(0 0) A 1)))"},
@@ -217,7 +248,12 @@ constexpr std::array kHabits = {
     Habit{"(MAPCAR F LIST)", "", kWalk},
     Habit{"(MAPC F LIST)", "", kWalk},
     Habit{"(LOAD FILE)", "",
-          "a line ;@ load FILE above the program, or --load FILE, loads a library"},
+          "a line ;@ load FILE above the program, or --load FILE, loads a library", false,
+          insteadOfLoad},
+    Habit{"(EXIT)", "", kNoExit},
+    Habit{"(QUIT)", "", kNoExit},
+    Habit{"(GETVAR NAME)", "", kNoSettings},
+    Habit{"(SETVAR NAME VALUE)", "", kNoSettings},
     // Forms.
     Habit{"(COND (TEST BODY) (T BODY))", "", "nest IFs", true, insteadOfCond},
     Habit{"(CASE KEY (VALUE BODY))", "", "nest IFs", true, insteadOfCase},
@@ -241,6 +277,14 @@ constexpr std::array kHabits = {
     Habit{"(RETURN VALUE)", "",
           "the last form of a function is its value; end a WHILE by its condition"},
     // Texts and output.
+    Habit{"(ITOA N)", "N", kNumberText},
+    Habit{"(RTOS X ...)", "X", kNumberText},
+    Habit{"(ATOI TEXT)", "", kNoTexts},
+    Habit{"(ATOF TEXT)", "", kNoTexts},
+    Habit{"(STRLEN TEXT)", "", kNoTexts},
+    Habit{"(STRCASE TEXT)", "", kNoTexts},
+    Habit{"(PROMPT TEXT)", "", kNoPrompt},
+    Habit{"(ALERT TEXT)", "", kNoPrompt},
     Habit{"(STRCAT A B)", "", kNoTexts},
     Habit{"(SUBSTR TEXT START)", "", kNoTexts},
     Habit{"(CONCAT A B)", "", kNoTexts},
@@ -254,6 +298,16 @@ constexpr std::array kHabits = {
     Habit{"(GETINT ...)", "(GETDIST ...)", "it asks for a number by two points or by typing"},
     Habit{"(GETANGLE BASE ...)", "(ANGLE BASE (GETPOINT BASE ...))"},
     Habit{"(GETSTRING ...)", "", "no host call asks for a text: write it in the program"},
+    Habit{"(GETKWORD ...)", "", "no host call asks for a word: write it in the program"},
+    Habit{"(INITGET ...)", "", "leave it out, and ask what the answer is: nil is no point"},
+    // The drawing.
+    Habit{"(ENTLAST)", "(SSNAME (SSGET \"L\") 0)"},
+    Habit{"(ENTSEL ...)", "(SSNAME (SSGET) 0)", "SSGET lets the user select"},
+    Habit{"(ENTNEXT ...)", "", "SSGET \"X\" finds all entities; SSNAME takes one after the other"},
+    Habit{"(ENTDEL HANDLE)", "(COMMAND \"ERASE\" HANDLE \"\")"},
+    Habit{"(SUBST NEW OLD GROUPS)", "", kPartialEntity},
+    Habit{"(SSADD ...)", "", kNoSet},
+    Habit{"(SSDEL ...)", "", kNoSet},
 };
 
 // --- Patterns ----------------------------------------------------------------------------------
@@ -314,6 +368,21 @@ std::string adviceFrom(const std::string& instead, const std::string& words) {
   return "write " + instead + (words.empty() ? "" : "; " + words);
 }
 
+bool mentions(const Form& form, std::string_view name) {
+  return form.name() == name ||
+         std::any_of(form.items.begin(), form.items.end(),
+                     [name](const Form& item) { return mentions(item, name); });
+}
+
+// The variables that the texts of habits make get names that the form does not have.
+void renameOwn(const Form& form, Filling& filling) {
+  for (const char* const own : {"I", "R", "ITEMS"}) {
+    std::string name = own;
+    while (mentions(form, name)) name += "2";
+    filling.try_emplace(own, name);
+  }
+}
+
 std::string adviceOf(const Habit& habit, const Form& form, const Source& source) {
   if (habit.build != nullptr) {
     const std::string instead = habit.build(form, source);
@@ -323,6 +392,7 @@ std::string adviceOf(const Habit& habit, const Form& form, const Source& source)
   const Source usage("usage", std::string(habit.usage));
   const bool is_usual = matches(readForms(usage).forms.front(), form, source, filling, 1);
   if (!is_usual) filling.clear();
+  if (is_usual) renameOwn(form, filling);
   const bool is_name = is_usual && habit.usage.find("NAME") != std::string_view::npos;
   return adviceFrom(filled(habit.instead, filling),
                     is_name ? filled(habit.advice, filling) : std::string(habit.advice));
@@ -488,10 +558,28 @@ bool beginsItsLine(const Form& form, const Source& source) {
              .find_first_not_of(" \t") == std::string_view::npos;
 }
 
+// "3/4" BOLT": a name between a text and a quote that was to end it.
+std::string adviceOnInnerQuote(const Form& form, const Source& source) {
+  const std::size_t start = source.lineStart(form.line);
+  const std::string_view line = source.line(form.line);
+  const std::size_t at = form.begin - start;
+  const std::size_t closing = line.find('"', at);
+  const std::size_t inner = line.substr(0, at).rfind('"');
+  if (closing == line.npos || inner == line.npos || inner == 0) return "";
+  const std::size_t opening = line.rfind('"', inner - 1);
+  const bool is_one = opening != line.npos && line[closing - 1] != ' ' &&
+                      line.substr(inner, closing - inner).find_first_of("()';") == line.npos;
+  if (!is_one) return "";
+  return "a double quote inside a text is written \\\": " +
+         std::string(line.substr(opening, inner - opening)) + "\\" +
+         std::string(line.substr(inner, closing - inner)) + "\"";
+}
+
 std::string adviceOnName(const Form& form, const Source& source) {
   const std::string_view text = rawText(form, source);
   const std::string_view line = restOfLine(form, source);
   const std::string_view after = line.substr(std::min(text.size(), line.size()));
+  if (std::string advice = adviceOnInnerQuote(form, source); !advice.empty()) return advice;
   if (text == "#" && after.starts_with("'")) {
     return "write " + std::string(after.substr(0, after.find_first_of(" )", 1))) +
            ": a function is called by its name";

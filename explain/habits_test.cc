@@ -17,6 +17,7 @@ namespace explain {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr std::string_view kBefore = "(SETQ L '(1 2 3) LL '((1 2) (3 4)) N 2 P '(0 0)) ";
 
@@ -35,6 +36,8 @@ struct Row {
 };
 
 constexpr const char* kInLists = "; or load examples/lib/lists.lsp, which defines it";
+constexpr const char* kNumberText =
+    "; COMMAND \"TEXT\" takes a number as its text; texts cannot be joined";
 constexpr const char* kNoOutput = "; programs have no output; its value is what it was given";
 constexpr const char* kLocals =
     "; in a function, make the variables its locals: (DEFUN F (... / A B) ...)";
@@ -54,6 +57,27 @@ constexpr std::array kRows = {
         "; for A of 0 and more"},
     Row{"(REM 7 3)", "(PROGN (SETQ R 7) (WHILE (>= R 3) (SETQ R (- R 3))) R)", "1",
         "; for A of 0 and more"},
+    Row{"(FIX 7.6)", "(PROGN (SETQ R 0) (WHILE (<= (1+ R) 7.6) (SETQ R (1+ R))) R)", "7",
+        "; for X of 0 and more"},
+    Row{"(FLOOR 7)", "(PROGN (SETQ R 0) (WHILE (<= (1+ R) 7) (SETQ R (1+ R))) R)", "7",
+        "; for X of 0 and more"},
+    Row{"(ROUND 7.5)", "(PROGN (SETQ R 0) (WHILE (<= (+ R 0.5) 7.5) (SETQ R (1+ R))) R)", "8",
+        "; for X of 0 and more"},
+    Row{"(ITOA N)", "N", "2", kNumberText},
+    Row{"(RTOS (/ 5 N) 2 1)", "(/ 5 N)", "2.5", kNumberText},
+    Row{"(ENTLAST)", "(SSNAME (SSGET \"L\") 0)", ""},
+    Row{"(ENTSEL \"Which?\")", "(SSNAME (SSGET) 0)", "", "; SSGET lets the user select"},
+    Row{"(ENTDEL \"E7\")", "(COMMAND \"ERASE\" \"E7\" \"\")", ""},
+    Row{"(LOAD \"lib.lsp\")",
+        ";@ load lib.lsp in a line of its own, above the program, in the place of this; or run it "
+        "with --load lib.lsp",
+        ""},
+    Row{"(REPEAT 3 (SETQ I2 0 I (* 2 N)) (SETQ N (+ I I2)))",
+        "(SETQ I22 0) (WHILE (< I22 3) (SETQ I2 0 I (* 2 N)) (SETQ N (+ I I2)) (SETQ I22 (1+ "
+        "I22)))",
+        "3"},
+    Row{"(REPEAT 2 (SETQ I (* 2 N)) (SETQ N I))",
+        "(SETQ I2 0) (WHILE (< I2 2) (SETQ I (* 2 N)) (SETQ N I) (SETQ I2 (1+ I2)))", "2"},
     Row{"(SIN 0)", "(CAR (CDR (POLAR '(0 0) 0 1)))", "0"},
     Row{"(COS 0)", "(CAR (POLAR '(0 0) 0 1))", "1"},
     Row{"(TAN 0)", "(/ (CAR (CDR (POLAR '(0 0) 0 1))) (CAR (POLAR '(0 0) 0 1)))", "0"},
@@ -167,6 +191,13 @@ struct WordsRow {
 
 constexpr const char* kNoTexts =
     "there are no functions over texts: keep what you need as a list of numbers or whole texts";
+constexpr const char* kNoExit =
+    "a program ends with its last form: put what may be left out into an IF";
+constexpr const char* kNoSettings = "there are no settings to ask for or to change: leave it out";
+constexpr const char* kNoPrompt =
+    "programs have no output: leave it out, or put it into the question of a GETPOINT";
+constexpr const char* kNoSet =
+    "SSGET alone makes selection sets: keep the handles in a list, COMMAND takes them one by one";
 constexpr const char* kNoKinds =
     "no function tells the kind of a value: the program knows what it has put where";
 constexpr const char* kOnlyLists = "load examples/lib/lists.lsp, which defines it";
@@ -195,8 +226,29 @@ constexpr std::array kWordsRows = {
     WordsRow{"(EVAL '(+ 1 2))", "write the form itself where it is to be evaluated"},
     WordsRow{"(MAPCAR '1+ L)", "walk the list in a WHILE, with CAR and CDR"},
     WordsRow{"(MAPC '1+ L)", "walk the list in a WHILE, with CAR and CDR"},
-    WordsRow{"(LOAD \"lib.lsp\")",
-             "a line ;@ load FILE above the program, or --load FILE, loads a library"},
+    WordsRow{"(LOAD N)", "a line ;@ load FILE above the program, or --load FILE, loads a library"},
+    WordsRow{"(EXIT)", kNoExit},
+    WordsRow{"(QUIT)", kNoExit},
+    WordsRow{"(GETVAR \"OSMODE\")", kNoSettings},
+    WordsRow{"(SETVAR \"OSMODE\" 0)", kNoSettings},
+    WordsRow{"(ATOI \"5\")", kNoTexts},
+    WordsRow{"(ATOF \"5\")", kNoTexts},
+    WordsRow{"(STRLEN \"abc\")", kNoTexts},
+    WordsRow{"(STRCASE \"abc\")", kNoTexts},
+    WordsRow{"(PROMPT \"abc\")", kNoPrompt},
+    WordsRow{"(ALERT \"abc\")", kNoPrompt},
+    WordsRow{"(GETKWORD \"abc\")", "no host call asks for a word: write it in the program"},
+    WordsRow{"(INITGET 1)", "leave it out, and ask what the answer is: nil is no point"},
+    WordsRow{"(ENTNEXT)", "SSGET \"X\" finds all entities; SSNAME takes one after the other"},
+    WordsRow{"(SUBST '(8 \"A\") '(8 \"B\") LL)",
+             "ENTMOD changes the groups that it gets and keeps the others: "
+             "(ENTMOD (LIST (LIST -1 HANDLE) '(8 \"WALLS\")))"},
+    WordsRow{"(SSADD N)", kNoSet},
+    WordsRow{"(SSDEL N)", kNoSet},
+    WordsRow{"(LIST \"3/4\" BOLT\" \")",
+             "a double quote inside a text is written \\\": \"3/4\\\" BOLT\""},
+    WordsRow{"(LIST \"3/4\" HEX BOLT\" \")",
+             "a double quote inside a text is written \\\": \"3/4\\\" HEX BOLT\""},
     WordsRow{"(DO ((I 0 (1+ I))) ((> I 5)) I)",
              "count in a WHILE: (SETQ I 0) (WHILE (< I N) ... (SETQ I (1+ I)))"},
     WordsRow{"(RETURN N)",
@@ -285,6 +337,7 @@ TEST(Habits, AreNotSeenInWhatIsOnesOwn) {
   EXPECT_EQ(findHabit("BOLT"), nullptr);
   EXPECT_THAT(explanationOf(outcomeOf("(SETQ A1 5) A2")), HasSubstr("did you mean A1?"));
   EXPECT_THAT(explanationOf(outcomeOf("(WASHER 1)")), HasSubstr("define it with DEFUN"));
+  EXPECT_THAT(explanationOf(outcomeOf("(HOLE 1)")), Not(HasSubstr("WHILE")));
   EXPECT_THAT(explanationOf(outcomeOf("((1 2) 3)")), HasSubstr("quote it: '((1 2) 3)"));
   EXPECT_THAT(explanationOf(outcomeOf("(DEFUN FIRST (X) X) (FIRST 1 2)")),
               HasSubstr("FIRST is defined at"));
