@@ -59,13 +59,17 @@ class Checker {
       : programs_(programs), names_(programs) {}
 
   std::vector<Finding> run(std::size_t first_shown) {
-    for (program_index_ = first_shown; program_index_ < programs_.size(); ++program_index_) {
+    for (program_index_ = 0; program_index_ < programs_.size(); ++program_index_) {
       program_ = programs_[program_index_];
+      if (program_index_ < first_shown) {  // Only its functions count.
+        static_cast<void>(Flow(program_->reading.forms, names_, signatures_));
+        continue;
+      }
       if (const auto& fault = program_->reading.fault) {
         findings_.push_back(
             {Severity::Error, program_, fault->begin, fault->end, fault->message, fault->hint});
       }
-      flow_.emplace(program_->reading.forms, names_);
+      flow_.emplace(program_->reading.forms, names_, signatures_);
       for (const Form& form : program_->reading.forms) {
         outermost_ = &form;
         look(form, 1, nullptr);
@@ -73,6 +77,7 @@ class Checker {
       lookAtNames();
       lookAtOwnNames();
       lookAtDefinitions();
+      lookAtTypedCommands();
     }
     return std::move(findings_);
   }
@@ -201,9 +206,72 @@ class Checker {
             name + " takes " + counted(definition.parameters.size(), "argument") + "; there are " +
                 std::to_string(count));
     }
+    if (may_fit && form.entry == nullptr && definitions.size() == 1) {
+      lookAtGivenArguments(form, definitions.front());
+    }
     if (inside == nullptr) return;
     for (std::size_t n = 1; n < form.items.size(); ++n)
       lookAtLateAssignments(form, form.items[n], *inside);
+  }
+
+  // A builtin, reached from a parameter through calls, and the function that calls it.
+  struct Destination {
+    Argument argument;
+    const Definition* function;
+  };
+
+  using Asked = std::set<std::pair<const Form*, std::size_t>>;  // Parameters of DEFUNs.
+
+  // The builtin that certainly gets the parameter and refuses all that `argument` may be.
+  std::optional<Destination> findRefusal(const Form& argument, const Definition& function,
+                                         std::size_t parameter, Asked& asked) {
+    constexpr std::size_t kAskedMax = 20;  // In one search, and in all.
+    constexpr std::size_t kAllAskedMax = 50'000;
+    const auto signature = signatures_.find(function.form);
+    if (signature == signatures_.end() || asked.size() > kAskedMax) return {};
+    if (++asked_count_ > kAllAskedMax) return {};
+    if (!asked.emplace(function.form, parameter).second) return {};
+    const auto uses = signature->second.uses.find(parameter);
+    if (uses == signature->second.uses.end()) return {};
+    for (const Argument& use : uses->second) {
+      if (names_.definitions().contains(use.call->operatorName())) {
+        const Definition* const next = names_.onlyDefinition(*use.call);
+        if (next == nullptr || use.call->entry != nullptr) continue;
+        auto found = findRefusal(argument, *next, use.index, asked);
+        if (found) return found;
+      } else if (use.call->entry != nullptr && use.call->entry->group == Group::Builtin) {
+        const Kind wanted = use.call->entry->kindAt(use.index);
+        const std::size_t count = use.call->items.size() - 1;
+        const bool is_whole =
+            count >= use.call->entry->count_min && count <= use.call->entry->count_max;
+        const bool is_wrong = takesElements(*use.call->entry)
+                                  ? hasNoElements(argument)
+                                  : isWrong(wanted, knownOf(argument, wanted));
+        if (is_whole && is_wrong) return {{use, &function}};
+      }
+    }
+    return {};
+  }
+
+  // Arguments that fail inside the function that is called.
+  void lookAtGivenArguments(const Form& form, const Definition& function) {
+    for (std::size_t n = 0; n < function.parameters.size(); ++n) {
+      const Form& argument = form.items[n + 1];
+      Asked asked;
+      const auto found = findRefusal(argument, function, n, asked);
+      if (!found) continue;
+      const Form& call = *found->argument.call;
+      const explain::Program& program = *programs_[found->function->position.first];
+      const std::string way = std::string(nameOf(function)) + " takes it as " +
+                              function.parameters[n] + ", and it comes to " +
+                              std::string(call.entry->name) + " at " +
+                              explain::nameOfPlace(program, call.begin) + ": ";
+      if (takesElements(*call.entry)) {
+        reportNoElements(argument, call, way);
+      } else {
+        reportRefusal(argument, call, found->argument.index, way);
+      }
+    }
   }
 
   // Assignments in an argument, to local variables that the called function asks for.
@@ -228,7 +296,7 @@ class Checker {
     const Entry& entry = *form.entry;
     const std::size_t count = form.items.size() - 1;
     if (count < entry.count_min || count > entry.count_max) {
-      if (entry.name == "CAR" || entry.name == "CDR") {
+      if (takesElements(entry)) {
         report(Severity::Warning, form, std::string(entry.name) + " of " + counted(count, "value"),
                "it is nil: " + std::string(entry.form));
         return;
@@ -238,8 +306,33 @@ class Checker {
       return;
     }
     lookAtConstants(form);
+    if (takesElements(entry)) lookAtElement(form.items[1], form);
     if (entry.name == "POLAR") lookAtAngle(form.items[2]);
     if (entry.name == "SSNAME") lookAtSelection(form.items[1]);
+  }
+
+  static bool takesElements(const Entry& entry) {
+    return entry.name == "CAR" || entry.name == "CDR";
+  }
+
+  // True when CAR and CDR of it are nil, and not because it is nil or an empty list itself.
+  bool hasNoElements(const Form& argument) const {
+    const Known known = knownOf(argument, Kind::Number);
+    return !known.mayBe(ValueKind::List) && !known.mayBe(ValueKind::Nil);
+  }
+
+  // Part of a text or a number, often of a point that is written as for COMMAND: "10,20".
+  void lookAtElement(const Form& argument, const Form& call) {
+    if (hasNoElements(argument)) reportNoElements(argument, call, "");
+  }
+
+  void reportNoElements(const Form& argument, const Form& call, const std::string& way) {
+    const LispValue example = exampleOf(knownOf(argument, Kind::Number));
+    report(Severity::Warning, argument,
+           std::string(call.entry->name) + " of " + explain::kindOf(example) + " is nil",
+           way + (example.kind() == ValueKind::String
+                      ? "a point is a list here: '(10 20), not \"10,20\", which is for COMMAND"
+                      : "it takes " + std::string(call.entry->form)));
   }
 
   // A selection that has not been asked whether there is one, or how long it is.
@@ -311,9 +404,13 @@ class Checker {
   void lookAtAngle(const Form& angle) {
     const auto value = knownOf(angle, Kind::Number).constant;
     const auto degrees = value ? lisp::asNumber(*value) : std::nullopt;
+    constexpr int kReportsMax = 3;  // One who writes degrees writes them everywhere.
+    constexpr std::size_t kAngleTextMax = 30;
     if (!degrees || std::fabs(*degrees) < 10 || std::fmod(*degrees, 5) != 0) return;
+    if (++angle_count_ > kReportsMax) return;
     report(Severity::Warning, angle, "angles are in radians",
-           "degrees are turned into radians by (* DEGREES 0.017453292519943295)");
+           "degrees are turned into radians: (* " + explain::shorten(*value, kAngleTextMax) +
+               " 0.017453292519943295)");
   }
 
   // A constant of a wrong kind is tried in the builtin itself, which knows what it says then.
@@ -323,23 +420,32 @@ class Checker {
     int error_count = 0;
     for (std::size_t n = 0; n + 1 < form.items.size() && error_count < kErrorCountMax; ++n) {
       const Form& argument = form.items[n + 1];
-      const Known known = knownOf(argument, entry.kindAt(n));
-      if (!isWrong(entry.kindAt(n), known)) continue;
+      if (!isWrong(entry.kindAt(n), knownOf(argument, entry.kindAt(n)))) continue;
       ++error_count;
-      const LispValue example = exampleOf(known);
-      std::vector<LispValue> arguments;
-      for (std::size_t i = 0; i + 1 < form.items.size(); ++i) {
-        arguments.push_back(i == n ? example : explain::valueOf(entry.kindAt(i)));
-      }
-      const std::string message = explain::refusalOf(entry.name, arguments);
-      if (message.empty()) continue;
-      if (known.host_call == nullptr) {
-        error(argument, message, "it takes " + explain::expectationOf(entry.kindAt(n), example));
-      } else {
-        report(Severity::Warning, argument, message,
-               std::string(known.host_call->operatorName()) + " answers " +
-                   explain::kindOf(example) + (known.mayBe(ValueKind::Nil) ? ", or nil" : ""));
-      }
+      reportRefusal(argument, form, n, "");
+    }
+  }
+
+  // Reports at `argument` that the builtin of `call` refuses it as its argument of this index. The
+  // advice begins with `way`.
+  void reportRefusal(const Form& argument, const Form& call, std::size_t index,
+                     const std::string& way) {
+    const Entry& entry = *call.entry;
+    const Known known = knownOf(argument, entry.kindAt(index));
+    const LispValue example = exampleOf(known);
+    std::vector<LispValue> arguments;
+    for (std::size_t i = 0; i + 1 < call.items.size(); ++i) {
+      arguments.push_back(i == index ? example : explain::valueOf(entry.kindAt(i)));
+    }
+    const std::string message = explain::refusalOf(entry.name, arguments);
+    if (message.empty()) return;
+    if (known.host_call == nullptr) {
+      error(argument, message,
+            way + "it takes " + explain::expectationOf(entry.kindAt(index), example));
+    } else {
+      report(Severity::Warning, argument, message,
+             way + std::string(known.host_call->operatorName()) + " answers " +
+                 explain::kindOf(example) + (known.mayBe(ValueKind::Nil) ? ", or nil" : ""));
     }
   }
 
@@ -442,6 +548,7 @@ class Checker {
         used.push_back(name);
       }
     }
+    std::map<std::string, std::vector<const Assignment*>> leaks;  // First ones, by function.
     for (const auto& [name, assignments] : names_.assignments()) {
       const Assignment& first = assignments.front();
       if (first.program_index != program_index_ || names_.topReads().contains(name)) continue;
@@ -457,12 +564,43 @@ class Checker {
                  std::all_of(assignments.begin(), assignments.end(), [&](const Assignment& each) {
                    return each.function == *reading->second.begin();
                  })) {
-        report(Severity::Warning, *first.target,
-               name + " stays when " + first.function + " returns",
-               "only " + first.function + " uses it: declare it as local, (DEFUN " +
-                   first.function + " (... / " + name + ") ...)");
+        leaks[first.function].push_back(&first);
       }
     }
+    for (auto& [function, assignments] : leaks) reportLeaks(function, assignments);
+  }
+
+  // Variables that only `function` uses and that are not its own; one finding for all of them.
+  void reportLeaks(const std::string& function, std::vector<const Assignment*>& assignments) {
+    std::sort(assignments.begin(), assignments.end(),
+              [](const auto* a, const auto* b) { return a->target->begin < b->target->begin; });
+    constexpr std::size_t kNamedMax = 8;
+    const std::size_t count = assignments.size();
+    std::string names;
+    std::string listed;
+    for (std::size_t n = 0; n < count && n < kNamedMax; ++n) {
+      const std::string name(assignments[n]->target->name());
+      names += (n == 0 ? "" : n + 1 == count ? " and " : ", ") + name;
+      listed += (n == 0 ? "" : " ") + name;
+    }
+    if (count > kNamedMax) {
+      names += " and " + std::to_string(count - kNamedMax) + " more";
+      listed += " ...";
+    }
+    const bool is_one = count == 1;
+    const Definition& definition = names_.definitions().find(function)->second.back();
+    std::string parameters;
+    bool has_slash = false;
+    for (const Form& item : definition.form->items[2].items) {
+      parameters += std::string(item.name()) + " ";
+      has_slash = has_slash || item.name() == "/";
+    }
+    report(Severity::Warning, *assignments.front()->target,
+           names + (is_one ? " stays when " : " stay when ") + function + " returns",
+           "only " + function +
+               (is_one ? " uses it: declare it as local" : " uses them: declare them as locals") +
+               ", (DEFUN " + function + " (" + parameters + (has_slash ? "" : "/ ") + listed +
+               ") ...)");
   }
 
   // Parameters and locals that neither their function nor one that it calls asks for.
@@ -510,6 +648,17 @@ class Checker {
         waiting.clear();
         lookAtReach(form, *call);
       }
+    }
+  }
+
+  // Functions that are meant to be typed as commands, which this host does not offer.
+  void lookAtTypedCommands() {
+    for (const Form& form : program_->reading.forms) {
+      if (form.operatorName() != "DEFUN" || !names_.definitionsByForm().contains(&form)) continue;
+      const std::string name(form.items[1].name());
+      if (!name.starts_with("C:") || names_.isCalled(name)) continue;
+      report(Severity::Warning, form.items[1], "nothing calls " + name,
+             "commands of one's own are not typed here: a last line (" + name + ") runs it");
     }
   }
 
@@ -620,7 +769,10 @@ class Checker {
   std::span<const ProgramPointer> programs_;
   std::size_t program_index_ = 0;
   ProgramPointer program_;
+  Signatures signatures_;
   std::optional<Flow> flow_;
+  std::size_t asked_count_ = 0;         // Parameters that were followed into functions.
+  int angle_count_ = 0;                 // Angles in degrees.
   std::set<const Form*> warned_calls_;  // Host calls whose answers may be nil, and are not tested.
   const Form* outermost_ = nullptr;     // The form of the top level that is being looked at.
   ProgramNames names_;

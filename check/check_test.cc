@@ -84,6 +84,19 @@ TEST(Check, FindsNothingWhereNothingIsWrong) {
         "(DEFUN F () (SETQ X 1)) (F) X",
         "(DEFUN F (A) (+ A X)) (SETQ X 1) (F (SETQ X 2))",
         "(DEFUN F (X) X) (DEFUN G (X) (F (SETQ X 2)) X) (G 1)",
+        "(DEFUN F (P) (IF P (+ P 1) 0)) (F NIL)",
+        "(DEFUN F (P) (AND P (+ P 1))) (F NIL)",
+        "(DEFUN F (P) (SETQ P 5) (+ P 1)) (F \"a\")",
+        "(DEFUN F (P) (IF (EQUAL P \"a\") 1 (+ P 1))) (F \"a\")",
+        "(DEFUN F (P) (+ P 1)) (IF T (DEFUN F (P) P)) (F \"a\")",
+        "(DEFUN F (P / N) (SETQ N 0) (WHILE (< N (LENGTH P)) (SETQ N (1+ N) P (CDR P)))) (F '(1))",
+        "(DEFUN F (P) (DEFUN G (P) (+ P 1)) P) (F \"a\")",
+        "(DEFUN F (P) (G P)) (DEFUN G (P) (F P)) (F 1)",
+        "(DEFUN F (P) P) (+ 1 (F 2)) (LIST (F \"a\"))",
+        "(DEFUN F (N) (IF (> N 1) N)) (+ 1 (F 2))",
+        "(DEFUN F (N) (IF (< N 1) 1 (* N (F (- N 1))))) (+ 1 (F 5))",
+        "(DEFUN C:BOLTS () 1) (C:BOLTS)",
+        "(DEFUN F (P) (CAR P)) (F NIL) (F '())",
         "(PROGN)",
         "T"}) {
     EXPECT_THAT(findingsIn({text}), IsEmpty()) << text;
@@ -138,6 +151,19 @@ TEST(Check, FindsWhatCannotWork) {
       {"(IF T (SETQ X \"a\") (SETQ X '(1)))\n(+ X 1)", "2:4 error + expects numbers"},
       {"(SETQ X (LIST 1 2) Y (+ X 1))", "1:25 error + expects numbers"},
       {"(FOREACH P '(1 2) (LIST P))", "1:2 error unsupported LISP function: FOREACH"},
+      {"(DEFUN F (P) (+ P 1))\n(F \"a\")", "2:4 error + expects numbers"},
+      {"(DEFUN F (P) (+ P 1))\n(SETQ X '(1 2))\n(F X)", "3:4 error + expects numbers"},
+      {"(DEFUN F (A P / Q) (SETQ Q P) (LIST A (* 2 Q)))\n(F 1 (LIST 1 2))",
+       "2:6 error * expects numbers"},
+      {"(DEFUN F (P) (IF (> P 1) 2 3))\n(F \"a\")", "2:4 error > expects two numbers"},
+      {"(DEFUN F (P / N) (SETQ N 0) (WHILE (< N P) (SETQ N (1+ N))))\n(F \"a\")",
+       "2:4 error < expects two numbers"},
+      {"(DEFUN G (Q) (LENGTH Q))\n(DEFUN F (P) (G P))\n(F 5)", "3:4 error length expects list"},
+      {"(DEFUN F (P) (G P))\n(DEFUN G (Q) (LENGTH Q))\n(F 5)", "3:4 error length expects list"},
+      {"(DEFUN F (A B) (/ A B))\n(F 1 0)", "2:6 error division by zero"},
+      {"(DEFUN F () \"a\")\n(+ 1 (F))", "2:6 error + expects numbers"},
+      {"(DEFUN F (N) (IF (> N 1) \"a\" '(1 2)))\n(SETQ X (F 5))\n(* 2 X)",
+       "3:6 error * expects numbers"},
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
 }
@@ -191,10 +217,18 @@ TEST(Check, WarnsOfWhatSurprises) {
       {"(DEFUN F () (G))\n(F)\n(DEFUN G () 1)",
        "2:1 warning F may call G, which is not defined yet"},
       {"(SSNAME (SSGET \"X\") 0)", "1:9 warning SSGET answers nil when it finds nothing"},
+      {"(DEFUN F (P) (+ P 1))\n(F (GETPOINT))", "2:4 warning + expects numbers"},
+      {"(DEFUN ALL () (SSGET))\n(SSNAME (ALL) 0)",
+       "2:9 warning SSGET answers nil when it finds nothing"},
       {"(POLAR '(0 0) 90 5)", "1:15 warning angles are in radians"},
       {"(SETQ N 0)\n(WHILE (< N 5) (LIST N))", "2:8 warning nothing in this loop changes N"},
       {"(SETQ COUNT 5)\n(SETQ CUONT 6)\n(LIST COUNT)", "2:7 warning nobody asks for CUONT"},
       {"(DEFUN F () (SETQ TEMP 5) (LIST TEMP))\n(F)", "1:19 warning TEMP stays when F returns"},
+      {"(DEFUN F (A) (SETQ Q A TEMP 5) (LIST TEMP Q))\n(F 1)",
+       "1:20 warning Q and TEMP stay when F returns"},
+      {"(SETQ P \"0,0\")\n(+ 1 (CAR P))", "2:11 warning CAR of a text is nil"},
+      {"(DEFUN F (P) (CAR (CDR P)))\n(F \"0,0\")", "2:4 warning CDR of a text is nil"},
+      {"(DEFUN C:BOLTS () (COMMAND \"POINT\" \"0,0\" \"\"))", "1:8 warning nothing calls C:BOLTS"},
   };
   for (const Row& row : rows) EXPECT_THAT(findingsIn({row.text}), ElementsAre(row.finding));
   // Its own name: nothing surprising.
@@ -220,6 +254,12 @@ TEST(Check, TakesLargeTexts) {
                  return "(DEFUN F" + number(n) + " (A / L" + number(n) + ") (SETQ X" + number(n) +
                         " A) (F" + number((n * 7 + 1) % 2000) + " Y) (F" +
                         number((n * 13 + 5) % 2000) + " (SETQ A 1)) (LIST Z" + number(n) + "))\n";
+               }),
+      repeated(12000,
+               [&](std::size_t n) {
+                 return "(DEFUN F" + number(n) + " (P) (F" + number((n * 7 + 1) % 12000) +
+                        " P) (F" + number((n * 13 + 5) % 12000) + " P))(F" + number(n) +
+                        " \"a\")\n";
                }),
       repeated(20000, [](std::size_t) { return "(DEFUN F (A) A) (F 1)\n"; }),
       repeated(20000, [&](std::size_t n) { return "(SETQ A" + number(n) + " 1)\n"; }),
@@ -267,6 +307,47 @@ TEST(Check, KnowsHabits) {
     EXPECT_THAT(found, testing::Contains(advice)) << habit.name();
   }
   EXPECT_GT(count, 30);
+}
+
+TEST(Check, NamesTheCallThatAnArgumentComesTo) {
+  const std::vector<ProgramPointer> programs = {
+      readProgram("lib.lsp", "(DEFUN HALF (N)\n  (/ N 2))\n(DEFUN MIDDLE (P) (HALF P))"),
+      readProgram("a.lsp", "(MIDDLE '(2 4))")};
+  const std::vector<Finding> findings = check::findingsIn(programs, 1);
+  ASSERT_EQ(findings.size(), 1u);
+  EXPECT_EQ(describe(findings[0]),
+            "a.lsp:1:9: error: / expects numbers\n"
+            "    1 | (MIDDLE '(2 4))\n"
+            "      |         ^^^^^^\n"
+            "  MIDDLE takes it as P, and it comes to / at lib.lsp:2:3: it takes a number, not a "
+            "list\n");
+}
+
+TEST(Check, FillsAdviceInFromTheProgram) {
+  const auto adviceOn = [](const std::string& text) {
+    const std::vector<Finding> findings =
+        check::findingsIn(std::vector{readProgram("a.lsp", text)}, 0);
+    return findings.empty() ? "" : findings.front().advice;
+  };
+  EXPECT_EQ(adviceOn("(DEFUN F (A / B) (SETQ B A C B D C) (LIST B C D)) (F 1)"),
+            "only F uses them: declare them as locals, (DEFUN F (A / B C D) ...)");
+  EXPECT_EQ(adviceOn("(DEFUN F () (SETQ B 1) B) (F)"),
+            "only F uses it: declare it as local, (DEFUN F (/ B) ...)");
+  EXPECT_EQ(adviceOn("(POLAR '(0 0) 45 5)"),
+            "degrees are turned into radians: (* 45 0.017453292519943295)");
+  std::string many = "(DEFUN F () (SETQ";
+  for (int n = 0; n < 10; ++n) many += " A" + std::to_string(n) + " 1";
+  many += ") (+";
+  for (int n = 0; n < 10; ++n) many += " A" + std::to_string(n);
+  EXPECT_EQ(adviceOn(many + ")) (F)"),
+            "only F uses them: declare them as locals, (DEFUN F (/ A0 A1 A2 A3 A4 A5 A6 A7 ...) "
+            "...)");
+}
+
+TEST(Check, WarnsOfAnglesInDegreesThreeTimesOnly) {
+  std::string text;
+  for (int n = 0; n < 9; ++n) text += "(POLAR '(0 0) 90 5)\n";
+  EXPECT_EQ(findingsIn({text}).size(), 3u);
 }
 
 TEST(Check, DescribesAFindingWithItsLine) {

@@ -24,6 +24,7 @@ Known kinds(unsigned bits) { return {.kinds = bits}; }
 Known joined(const Known& a, const Known& b) {
   Known either = kinds(a.kinds | b.kinds);
   either.host_call = a.host_call != nullptr ? a.host_call : b.host_call;
+  if (a.parameter == b.parameter) either.parameter = a.parameter;
   if (a.constant && b.constant && lisp::valuesEqual(*a.constant, *b.constant)) {
     either.constant = a.constant;
   }
@@ -80,7 +81,8 @@ unsigned kindsIn(const Rows& rows, std::string_view name) {
 
 }  // namespace
 
-Flow::Flow(const std::vector<Form>& forms, const ProgramNames& names) : names_(names) {
+Flow::Flow(const std::vector<Form>& forms, const ProgramNames& names, Signatures& signatures)
+    : names_(names), signatures_(signatures) {
   for (const Form& form : forms) static_cast<void>(look(form));
 }
 
@@ -142,25 +144,34 @@ Known Flow::lookAtChoice(const Form& form) {
   static_cast<void>(look(form.items[1]));
   const std::size_t mark = trail_.size();
   assume(form.items[1], true);
-  const Known one = look(form.items[2]);
+  const Known one = lookInDoubt(form.items[2]);
   std::vector<Change> changes = takeBack(mark);
   assume(form.items[1], false);
-  const Known other = form.items.size() > 3 ? look(form.items[3]) : constant(lisp::nil());
+  const Known other = form.items.size() > 3 ? lookInDoubt(form.items[3]) : constant(lisp::nil());
   join(std::move(changes), takeBack(mark));
   return joined(one, other);
+}
+
+Known Flow::lookInDoubt(const Form& form) {
+  ++doubts_;
+  Known value = look(form);
+  --doubts_;
+  return value;
 }
 
 // AND and OR: each item is evaluated only if the one before has let it.
 Known Flow::lookAtSequence(const Form& form, bool goes_on_when_true) {
   constexpr std::size_t kItemsMax = 16;
   if (form.items.size() > kItemsMax) {
+    ++doubts_;
     static_cast<void>(lookAtItems(form, 1));
+    --doubts_;
     forgetAssigned(form);
     return {};
   }
   std::vector<std::size_t> marks;
   for (std::size_t n = 1; n < form.items.size(); ++n) {
-    static_cast<void>(look(form.items[n]));
+    static_cast<void>(n == 1 ? look(form.items[n]) : lookInDoubt(form.items[n]));
     if (n + 1 == form.items.size()) break;
     marks.push_back(trail_.size());
     assume(form.items[n], goes_on_when_true);
@@ -174,7 +185,9 @@ Known Flow::lookAtLoop(const Form& form) {
   static_cast<void>(look(form.items[1]));
   const std::size_t mark = trail_.size();
   assume(form.items[1], true);
+  ++doubts_;
   static_cast<void>(lookAtItems(form, 2));
+  --doubts_;
   static_cast<void>(takeBack(mark));
   return {};
 }
@@ -185,14 +198,29 @@ void Flow::lookAtFunction(const Form& form) {
   const Definition* const outer = std::exchange(inside_, found->second);
   auto outer_values = std::exchange(values_, {});
   auto outer_trail = std::exchange(trail_, {});
+  const std::size_t outer_doubts = std::exchange(doubts_, 0);
   const std::vector<Form>& names = form.items[2].items;
-  auto local =
+  const auto slash =
       std::find_if(names.begin(), names.end(), [](const Form& name) { return name.name() == "/"; });
-  for (; local != names.end(); ++local) values_[local->name()] = constant(lisp::nil());
-  static_cast<void>(lookAtItems(form, 3));
+  for (auto name = names.begin(); name != slash; ++name) {
+    values_[name->name()] = {.parameter = static_cast<std::size_t>(name - names.begin())};
+  }
+  for (auto name = slash; name != names.end(); ++name) {
+    values_[name->name()] = constant(lisp::nil());
+  }
+  Known result = lookAtItems(form, 3);
+  result.parameter = Known::kNoParameter;
+  if (spend(0)) signatures_[&form].result = std::move(result);
+  doubts_ = outer_doubts;
   inside_ = outer;
   values_ = std::move(outer_values);
   trail_ = std::move(outer_trail);
+}
+
+void Flow::noteUse(const Form& call, std::size_t index, const Known& argument) {
+  if (inside_ == nullptr || doubts_ != 0 || argument.parameter == Known::kNoParameter) return;
+  std::vector<Argument>& uses = signatures_[inside_->form].uses[argument.parameter];
+  if (uses.size() < Signature::kUsesMax) uses.push_back({&call, index});
 }
 
 Known Flow::lookAtCall(const Form& form) {
@@ -206,9 +234,14 @@ Known Flow::lookAtCall(const Form& form) {
     if (makes_list && argument.constant) elements.push_back(*argument.constant);
     const bool is_literal = !form.items[n].isSymbol() && !form.items[n].isList();
     const bool is_interesting = argument.kinds != Known::kAny && !is_literal;
-    if (is_known && is_interesting) arguments_[&form.items[n]] = std::move(argument);
+    noteUse(form, n - 1, argument);
+    if (is_interesting) arguments_[&form.items[n]] = std::move(argument);
   }
-  if (!is_known) return {};
+  if (!is_known) {
+    const Definition* const only = form.entry == nullptr ? names_.onlyDefinition(form) : nullptr;
+    const auto found = only == nullptr ? signatures_.end() : signatures_.find(only->form);
+    return found == signatures_.end() ? Known() : found->second.result;
+  }
   // A later argument may have asked what an earlier one is.
   for (std::size_t n = 1; n + 1 < form.items.size() && n < kAskedItemsMax; ++n) {
     const auto argument = arguments_.find(&form.items[n]);

@@ -6,6 +6,7 @@
 //   (+ X 1)                X is a text or a number: no complaint
 //   (SETQ S (SSGET "X"))   S is a list or nil
 //   (IF S (SSLENGTH S))    S is a list here, because it was asked for
+//   (DEFUN F (P) (+ P 1))  the first argument of F goes to +
 //
 // The forms are walked in the order in which they are evaluated, with what each variable may be at
 // the moment. At the top level these are the variables that no function assigns, in a function its
@@ -16,6 +17,8 @@
 #define CHECK_FLOW_H_
 
 #include <cstddef>
+#include <limits>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -31,6 +34,7 @@ namespace check {
 // The values that a form may come to.
 struct Known {
   static constexpr unsigned kAny = 0x1F;
+  static constexpr std::size_t kNoParameter = std::numeric_limits<std::size_t>::max();
 
   static constexpr unsigned bitOf(lisp::ValueKind kind) {
     return 1U << static_cast<unsigned>(kind);
@@ -39,16 +43,35 @@ struct Known {
   unsigned kinds = kAny;                         // A bit for each kind that is possible.
   std::optional<lisp::LispValue> constant = {};  // The only possible value.
   const explain::Form* host_call = nullptr;      // It may be this call's answer.
+  std::size_t parameter = kNoParameter;          // It is what the function was given for this one.
 
   [[nodiscard]] bool mayBe(lisp::ValueKind kind) const { return (kinds & bitOf(kind)) != 0; }
 };
 
+// An argument of a call, counted from 0.
+struct Argument {
+  const explain::Form* call = nullptr;
+  std::size_t index = 0;
+};
+
+// The effects of a function's body that hold for every call of it that ends.
+struct Signature {
+  static constexpr std::size_t kUsesMax = 4;  // Of one parameter.
+
+  std::map<std::size_t, std::vector<Argument>> uses = {};  // Where each parameter certainly goes.
+  Known result = {};
+};
+
+// By the DEFUN.
+using Signatures = std::unordered_map<const explain::Form*, Signature>;
+
 class Flow {
  public:
-  // `names` are those of all programs that run before these forms, and of theirs.
-  Flow(const std::vector<explain::Form>& forms, const ProgramNames& names);
+  // `names` are those of all programs that run before these forms, and of theirs; `signatures` is
+  // what is known of functions of the programs before, and takes those that are defined here.
+  Flow(const std::vector<explain::Form>& forms, const ProgramNames& names, Signatures& signatures);
 
-  // Of an argument of a builtin function or a host call; null when nothing is known of it.
+  // Of an argument of a call; null when nothing is known of it.
   [[nodiscard]] const Known* find(const explain::Form& argument) const;
 
  private:
@@ -62,6 +85,9 @@ class Flow {
   Known lookAtLoop(const explain::Form& form);
   void lookAtFunction(const explain::Form& form);
   Known lookAtCall(const explain::Form& form);
+  // The form may not be evaluated.
+  Known lookInDoubt(const explain::Form& form);
+  void noteUse(const explain::Form& call, std::size_t index, const Known& argument);
 
   [[nodiscard]] bool isTracked(std::string_view name) const;
   [[nodiscard]] Known valueOf(std::string_view name) const;
@@ -76,7 +102,9 @@ class Flow {
   bool spend(std::size_t work);
 
   const ProgramNames& names_;
+  Signatures& signatures_;
   const Definition* inside_ = nullptr;
+  std::size_t doubts_ = 0;  // Conditions and loops of the function that are around the form.
   std::size_t work_ = 0;
   std::unordered_map<std::string_view, Known> values_;
   std::vector<std::pair<std::string_view, std::optional<Known>>> trail_;  // Values before.

@@ -37,7 +37,7 @@ void ProgramNames::collect(const Form& form, Definition* inside) {
     collectDefinition(form);
     return;
   }
-  if (inside != nullptr) inside->calls.insert(name);
+  (inside != nullptr ? inside->calls : top_calls_).insert(name);
   for (std::size_t n = 1; n < form.items.size(); ++n) {
     const bool is_target = name == "SETQ" && n % 2 == 1;
     if (is_target && n + 1 < form.items.size() && form.items[n].isSymbol()) {
@@ -71,6 +71,12 @@ void ProgramNames::collectDefinition(const Form& form) {
   }
   for (std::size_t n = 3; n < form.items.size(); ++n) collect(form.items[n], &definition);
   definitions_[std::string(form.items[1].name())].push_back(std::move(definition));
+}
+
+const Definition* ProgramNames::onlyDefinition(const Form& call) const {
+  const auto found = definitions_.find(call.operatorName());
+  return found != definitions_.end() && found->second.size() == 1 ? &found->second.front()
+                                                                  : nullptr;
 }
 
 // Only definitions of the top level certainly take effect, in their order. One inside a list may

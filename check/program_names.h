@@ -69,6 +69,8 @@ class ProgramNames {
       const {
     return definitions_;
   }
+  // The definition that `call` calls, when its name has no other; otherwise null.
+  [[nodiscard]] const Definition* onlyDefinition(const Form& call) const;
   // By their DEFUNs.
   [[nodiscard]] const std::map<const Form*, const Definition*>& definitionsByForm() const {
     return definition_of_;
@@ -84,6 +86,10 @@ class ProgramNames {
   [[nodiscard]] const Names& assignedInFunctions() const { return assigned_in_functions_; }
   // Parameters and locals of any function.
   [[nodiscard]] const Names& allOwnNames() const { return all_own_names_; }
+  // True when the top level or a function calls that name.
+  [[nodiscard]] bool isCalled(std::string_view name) const {
+    return top_calls_.contains(name) || callers_of_.contains(name);
+  }
   // Names of variables that the top level asks for.
   [[nodiscard]] const Names& topReads() const { return top_reads_; }
 
@@ -118,6 +124,7 @@ class ProgramNames {
   Names assigned_in_functions_;
   Names all_own_names_;
   Names top_reads_;
+  Names top_calls_;
   mutable std::size_t work_ = 0;
 };
 

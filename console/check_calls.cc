@@ -1,6 +1,6 @@
-// Walks the forms of a program and looks at calls of the drawing whose arguments are constants: an
-// entity list that ENTMAKE would refuse, an unknown command, a selection mode or an object snap
-// that is none. Arguments that are computed are not looked at.
+// Walks the forms of a program and tries its calls of the drawing on a scratch drawing, as far as
+// their arguments are known. What is refused there because of an argument that is known is refused
+// everywhere, unless it is about the entities that there are.
 
 #include "console/check_calls.h"
 
@@ -18,6 +18,8 @@
 #include "console/commands.h"
 #include "console/drawing.h"
 #include "console/entity.h"
+#include "console/selection.h"
+#include "console/snap.h"
 #include "explain/form.h"
 #include "explain/value_text.h"
 #include "lisp_worker/client/answer_text.h"
@@ -34,9 +36,28 @@ namespace {
 
 constexpr std::size_t kTextSizeMax = 100000;
 
-// Commands that act on selected entities: their effect depends on the drawing.
+// Commands that act on selected entities, which come first of their inputs.
 constexpr std::array<std::string_view, 6> kSelectingCommands = {"MOVE",  "COPY",   "ROTATE",
                                                                 "SCALE", "MIRROR", "ERASE"};
+
+bool isSelecting(std::string_view command) {
+  return std::find(kSelectingCommands.begin(), kSelectingCommands.end(), command) !=
+         kSelectingCommands.end();
+}
+
+// A drawing in which there is something to select.
+Drawing scratchDrawing() {
+  Drawing drawing;
+  static_cast<void>(
+      runCommand(drawing, {client::string("CIRCLE"), client::point(0, 0, 0), client::number(1)}));
+  return drawing;
+}
+
+// Without the sign that other command lines put in front of a name.
+std::string commandNamed(std::string_view typed) {
+  const std::string capitals = upperCase(typed);
+  return capitals.substr(std::min(capitals.find_first_not_of("_.-'"), capitals.size()));
+}
 
 bool isQuoted(const Form& form) { return form.items.size() == 2 && form.operatorName() == "QUOTE"; }
 
@@ -78,7 +99,9 @@ std::optional<double> unknownGroupIn(const Datum& entity) {
 class CallChecker {
  public:
   explicit CallChecker(std::span<const explain::ProgramPointer> programs)
-      : program_(programs.back()), names_(programs), flow_(program_->reading.forms, names_) {}
+      : program_(programs.back()),
+        names_(programs),
+        flow_(program_->reading.forms, names_, signatures_) {}
 
   std::vector<check::Finding> run() {
     for (const Form& form : program_->reading.forms) look(form);
@@ -136,34 +159,95 @@ class CallChecker {
     if (!form.isList() || isQuoted(form)) return;
     const std::string_view name = form.operatorName();
     if (name == "COMMAND" || name == "COMMAND-S") lookAtCommand(form);
+    if (name == "SSGET") lookAtSelection(form);
+    if (name == "OSNAP") lookAtSnap(form);
     if (name == "ENTMAKE" || name == "ENTMAKEX") lookAtEntity(form);
     for (const Form& item : form.items) look(item);
   }
 
   void lookAtCommand(const Form& form) {
-    DatumList inputs;
-    for (std::size_t n = 1; n < form.items.size(); ++n) {
-      auto input = constantOf(form.items[n]);
+    const std::size_t count = form.items.size() - 1;
+    const auto first = count == 0 ? std::nullopt : constantOf(form.items[1]);
+    const auto typed = first ? client::asString(*first) : std::nullopt;
+    if (!typed || typed->empty()) return;
+    DatumList inputs = {*first};
+    std::vector<std::size_t> places = {1};  // Of the inputs among the items.
+    std::size_t next = 2;
+    if (isSelecting(commandNamed(*typed))) {
+      // Of the selection only its end is looked for.
+      while (next <= count && !isEnter(form.items[next])) ++next;
+      if (next > count) return;
+      inputs.push_back(client::string("ALL"));
+      places.push_back(next);
+    }
+    for (; next <= count; ++next) {
+      auto input = constantOf(form.items[next]);
       if (!input) break;
       inputs.push_back(*std::move(input));
+      places.push_back(next);
     }
-    const auto command = inputs.empty() ? std::nullopt : client::asString(inputs.front());
-    if (!command) return;
-    const std::string typed = upperCase(*command);
-    const bool is_known = isCommand(typed);
-    const bool selects = std::find(kSelectingCommands.begin(), kSelectingCommands.end(), typed) !=
-                         kSelectingCommands.end();
-    const bool is_whole = inputs.size() + 1 == form.items.size();
-    if (is_known && (selects || !is_whole)) return;
-    Drawing scratch;
+    Drawing scratch = scratch_;
     const CommandResult result = runCommand(scratch, inputs);
+    if (result.is_whole) return;
+    const bool is_whole = next > count;
+    if (!is_whole && !result.failed_argument) return;  // What is not known may be what it needs.
+    const auto says = [&result](std::string_view part) {
+      return result.text.find(part) != std::string::npos;
+    };
     // Behind the first command there may be one that depends on the drawing.
-    const bool is_first = result.text.starts_with("nothing done: ") ||
-                          result.text.find("there is no command ") != std::string::npos;
-    if (result.is_whole || !is_first || typed.empty()) return;
-    const std::size_t argument = result.failed_argument.value_or(form.items.size());
-    const Form& at = argument + 1 < form.items.size() ? form.items[argument + 1] : form;
-    report(at, "COMMAND would be refused: " + result.text);
+    const bool is_certain = says("there is no command ") || says(" takes no more, ");
+    if (!is_certain && !result.text.starts_with("nothing done: ")) return;
+    if (says("there is no entity ") || says(": nothing is selected") || says(" encloses nothing")) {
+      return;
+    }
+    const std::size_t at = result.failed_argument.value_or(inputs.size());
+    report(at < places.size() ? form.items[places[at]] : form,
+           "COMMAND would be refused: " + result.text);
+  }
+
+  bool isEnter(const Form& form) const {
+    const auto input = constantOf(form);
+    return input && client::asString(*input) == "";
+  }
+
+  // All of its arguments; empty when one is not known.
+  std::optional<DatumList> argumentsOf(const Form& form) const {
+    DatumList arguments;
+    for (std::size_t n = 1; n < form.items.size(); ++n) {
+      auto argument = constantOf(form.items[n]);
+      if (!argument) return std::nullopt;
+      arguments.push_back(*std::move(argument));
+    }
+    return arguments;
+  }
+
+  void lookAtSelection(const Form& form) {
+    const auto arguments = argumentsOf(form);
+    if (!arguments) return;
+    std::string refusal;
+    if (!selectEntities(Drawing(), *arguments, refusal)) {
+      report(form, "SSGET would be refused: " + refusal);
+      return;
+    }
+    const DatumList* const filter = arguments->empty() || !isFilter(arguments->back())
+                                        ? nullptr
+                                        : client::asList(arguments->back());
+    if (filter == nullptr) return;
+    const std::string type = upperCase(findStringGroup(*filter, kTypeGroup));
+    const std::vector<std::string_view> types = entityTypes();
+    const bool may_fit = type.empty() || type.find_first_of("*?,") != std::string_view::npos ||
+                         std::find(types.begin(), types.end(), type) != types.end();
+    if (may_fit) return;
+    report(form.items.back(),
+           "this finds nothing: " +
+               whyNoEntity(client::list({makeGroup(kTypeGroup, client::string(type))})));
+  }
+
+  void lookAtSnap(const Form& form) {
+    const auto modes = form.items.size() == 3 ? constantOf(form.items[2]) : std::nullopt;
+    const auto names = modes ? client::asString(*modes) : std::nullopt;
+    const std::string unknown = names ? whyUnknownModes(*names) : "";
+    if (!unknown.empty()) report(form.items[2], "OSNAP would be refused: " + unknown);
   }
 
   void lookAtEntity(const Form& form) {
@@ -183,20 +267,71 @@ class CallChecker {
 
   explain::ProgramPointer program_;
   check::ProgramNames names_;
+  check::Signatures signatures_;
   check::Flow flow_;
+  const Drawing scratch_ = scratchDrawing();
   std::vector<check::Finding> findings_;
 };
 
 }  // namespace
 
+namespace {
+
+bool isTooLong(const explain::ProgramPointer& program) {
+  return program->source.text().size() > worker::kPayloadSizeMax;
+}
+
+check::Finding tooLong(const explain::ProgramPointer& program, const char* what) {
+  return {check::Severity::Error,
+          program,
+          0,
+          0,
+          std::string("the ") + what + " is too long to send: it has " +
+              std::to_string(program->source.text().size()) + " bytes, and " +
+              std::to_string(worker::kPayloadSizeMax) + " are the most",
+          "move functions into libraries of their own (--load)"};
+}
+
+// The first host call that is certainly made when the form is evaluated; null when none is.
+const Form* findHostCall(const Form& form) {
+  if (form.entry == nullptr) return nullptr;
+  const std::string_view name = form.entry->name;
+  if (name == "QUOTE" || name == "DEFUN") return nullptr;
+  if (form.entry->group == explain::Group::HostCall) return &form;
+  const bool has_branches = name == "IF" || name == "WHILE" || name == "AND" || name == "OR";
+  const std::size_t count =
+      has_branches ? std::min<std::size_t>(form.items.size(), 2) : form.items.size();
+  for (std::size_t n = 1; n < count; ++n) {
+    if (const Form* const call = findHostCall(form.items[n])) return call;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
 std::vector<check::Finding> checkCalls(std::span<const explain::ProgramPointer> programs) {
-  const explain::ProgramPointer& program = programs.back();
-  const std::size_t size = program->source.text().size();
-  if (size <= worker::kPayloadSizeMax) return CallChecker(programs).run();
-  return {{check::Severity::Error, program, 0, 0,
-           "the program is too long to send: it has " + std::to_string(size) + " bytes, and " +
-               std::to_string(worker::kPayloadSizeMax) + " are the most",
-           "move functions into libraries of their own (--load)"}};
+  if (isTooLong(programs.back())) return {tooLong(programs.back(), "program")};
+  return CallChecker(programs).run();
+}
+
+std::vector<check::Finding> checkLibrary(const explain::ProgramPointer& library) {
+  if (isTooLong(library)) return {tooLong(library, "library")};
+  const std::vector<Form>& forms = library->reading.forms;
+  std::vector<check::Finding> findings;
+  for (const Form& form : forms) {
+    const Form* const call = findHostCall(form);
+    const bool is_own =
+        call != nullptr && std::any_of(forms.begin(), forms.end(), [&](const auto& f) {
+          return f.operatorName() == "DEFUN" && f.items.size() > 1 &&
+                 f.items[1].name() == call->operatorName();
+        });
+    if (call == nullptr || is_own) continue;
+    findings.push_back({check::Severity::Error, library, call->begin, call->end,
+                        "a library must not make host calls",
+                        "put the call into a function, for the programs that load the library"});
+    break;
+  }
+  return findings;
 }
 
 }  // namespace lisp_worker::console

@@ -74,8 +74,13 @@ bool CommandInput::takeEnter() {
   return true;
 }
 
-bool CommandInput::takeWord(std::string_view word) {
-  if (atEnd() || upperCase(client::asString(*peek()).value_or("")) != word) return false;
+bool CommandInput::isBehindEnter() const {
+  return next_ == 0 || client::asString(arguments_[next_ - 1]) == "";
+}
+
+bool CommandInput::takeWord(std::string_view word, std::string_view in_full) {
+  const std::string typed = upperCase(nextText());
+  if (typed.empty() || (typed != word && typed != in_full)) return false;
   ++next_;
   return true;
 }
@@ -136,12 +141,18 @@ std::optional<double> CommandInput::takeAngle(std::string_view what) {
 
 std::optional<std::string> CommandInput::takeText(std::string_view what) {
   const auto text = atEnd() ? std::nullopt : client::asString(*peek());
-  if (!text) {
+  const auto number = atEnd() ? std::nullopt : client::asNumber(*peek());
+  if (!text && !(number && std::isfinite(*number))) {
     failFor(what);
     return std::nullopt;
   }
   ++next_;
-  return std::string(*text);
+  if (text) return std::string(*text);
+  // More digits would be those of the computation.
+  constexpr double kSteps = 1e6;
+  constexpr double kRoundedMax = 1e9;
+  const bool is_rounded = std::fabs(*number) < kRoundedMax;
+  return client::printNumber(is_rounded ? std::round(*number * kSteps) / kSteps + 0.0 : *number);
 }
 
 std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawing& drawing) {
@@ -154,8 +165,8 @@ std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawin
     if (const DatumList* const set = client::asList(*peek())) {
       for (const Datum& member : *set) choose(client::asString(member).value_or(""));
       ++next_;
-    } else if (takeWord("W") || takeWord("C")) {
-      const bool is_window = upperCase(*client::asString(arguments_[next_ - 1])) == "W";
+    } else if (takeWord("W", "WINDOW") || takeWord("C", "CROSSING")) {
+      const bool is_window = upperCase(*client::asString(arguments_[next_ - 1])).front() == 'W';
       const auto corner = takePoint("a corner");
       const auto opposite = corner ? takePoint("the opposite corner") : std::nullopt;
       if (!opposite) return std::nullopt;
@@ -166,9 +177,9 @@ std::optional<std::vector<std::string>> CommandInput::takeSelection(const Drawin
       for (auto entity = all.begin(); entity != all.end(); ++entity) {
         chosen.insert(chosen.end(), entity.place());
       }
-    } else if (takeWord("L")) {
+    } else if (takeWord("L", "LAST")) {
       if (!drawing.entities().empty()) choose(drawing.entities().back().handle);
-    } else if (takeWord("P")) {
+    } else if (takeWord("P", "PREVIOUS")) {
       for (const std::string& handle : drawing.previousSelection()) choose(handle);
     } else if (const auto handle = client::asString(*peek())) {
       if (drawing.find(*handle) == nullptr) {

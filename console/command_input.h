@@ -35,14 +35,17 @@ class CommandInput {
 
   // The command that error() speaks of.
   void setCommand(std::string_view command) { command_ = command; }
+  [[nodiscard]] const std::string& command() const { return command_; }
   [[nodiscard]] const std::string& error() const { return error_; }
 
   [[nodiscard]] bool atEnd() const { return next_ == arguments_.size(); }
   // True when nothing is left or Enter comes next. takeEnter also consumes the Enter.
   [[nodiscard]] bool atEnter() const;
   bool takeEnter();
-  // Consumes the next input when it is one of these words, in either case.
-  bool takeWord(std::string_view word);
+  // True when nothing has been consumed or Enter was the last input.
+  [[nodiscard]] bool isBehindEnter() const;
+  // Consumes the next input when it is this word, short or in full, in either case.
+  bool takeWord(std::string_view word, std::string_view in_full = "");
   // Passes over the next input.
   void takeAny() { ++next_; }
   // The next input as text, of any kind; for messages.
@@ -57,6 +60,7 @@ class CommandInput {
   std::optional<double> takeNumber(std::string_view what);
   // Radians, from degrees.
   std::optional<double> takeAngle(std::string_view what);
+  // A text; a number is one too, with up to six digits behind the point.
   std::optional<std::string> takeText(std::string_view what);
 
   // Handles, selection sets, and the words ALL, L (the last entity), P (what was selected last),

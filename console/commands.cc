@@ -16,6 +16,7 @@
 #include "console/polyline.h"
 #include "console/polyline_input.h"
 #include "console/shape.h"
+#include "explain/evaluation.h"
 #include "lisp_worker/client/number_text.h"
 
 namespace lisp_worker::console {
@@ -69,7 +70,7 @@ class CommandRun {
   std::optional<Handles> takeSelection();
   std::string transformAll(const char* done, const Handles& handles, const Similarity& mapping);
   Handles copyAll(const Handles& handles, const Similarity& mapping);
-  std::string setLayerOption(bool& is_option);
+  std::string setLayerOption();
   std::string setLayerLook(std::string_view option);
 
   Drawing& drawing_;
@@ -95,7 +96,7 @@ std::vector<Point> CommandRun::takePoints(std::size_t count_min, bool& closes) {
   std::vector<Point> points;
   closes = false;
   while (points.size() < count_min || !input_.takeEnter()) {
-    if (points.size() > 2 && input_.takeWord("C")) {
+    if (points.size() > 2 && input_.takeWord("C", "CLOSE")) {
       closes = true;
       break;
     }
@@ -208,7 +209,7 @@ std::string CommandRun::circle() {
   }
   const auto centre = input_.takePoint("a centre");
   if (!centre) return "";
-  const double factor = input_.takeWord("D") ? 0.5 : 1;
+  const double factor = input_.takeWord("D", "DIAMETER") ? 0.5 : 1;
   const auto size = input_.takeDistance("a radius", *centre);
   return size ? add({circleGroups(*centre, *size * factor)}) : "";
 }
@@ -217,7 +218,7 @@ std::string CommandRun::arc() {
   std::optional<Point> centre;
   std::optional<Point> start;
   std::optional<Point> end;
-  if (input_.takeWord("C")) {
+  if (input_.takeWord("C", "CENTER")) {
     centre = input_.takePoint("a centre");
     start = centre ? input_.takePoint("a start") : std::nullopt;
     end = start ? input_.takePoint("an end") : std::nullopt;
@@ -252,12 +253,12 @@ std::string CommandRun::point() {
 
 std::string CommandRun::text() {
   double alignment = 0;
-  if (input_.takeWord("J")) {
-    if (input_.takeWord("C")) {
+  if (input_.takeWord("J", "JUSTIFY")) {
+    if (input_.takeWord("C", "CENTER")) {
       alignment = 1;
-    } else if (input_.takeWord("R")) {
+    } else if (input_.takeWord("R", "RIGHT")) {
       alignment = 2;
-    } else if (!input_.takeWord("L")) {
+    } else if (!input_.takeWord("L", "LEFT")) {
       input_.failAtNext("needs L, C or R after J" +
                         (input_.atEnd() ? "" : ", not " + input_.next()));
       return "";
@@ -363,8 +364,8 @@ std::string CommandRun::mirror() {
     return "";
   }
   const Similarity mapping = reflection(*from, *to);
-  if (input_.takeWord("Y")) return transformAll("mirrored", *handles, mapping);
-  if (!input_.takeWord("N")) input_.takeEnter();
+  if (input_.takeWord("Y", "YES")) return transformAll("mirrored", *handles, mapping);
+  if (!input_.takeWord("N", "NO")) input_.takeEnter();
   return listed("added mirrored", copyAll(*handles, mapping));
 }
 
@@ -429,18 +430,17 @@ std::string CommandRun::setLayerLook(std::string_view option) {
   return done + " for " + (names->empty() ? drawing_.currentLayer() : *names);
 }
 
-// One option of LAYER; `is_option` is false when none comes next.
-std::string CommandRun::setLayerOption(bool& is_option) {
-  is_option = true;
-  if (input_.takeWord("N")) {
+// One option of LAYER.
+std::string CommandRun::setLayerOption() {
+  if (input_.takeWord("N", "NEW")) {
     const auto names = input_.takeText("names of layers");
     if (!names) return "";
     for (const std::string& name : splitNames(*names)) drawing_.layer(name);
     return "layer " + *names;
   }
-  for (const char* const look : {"C", "L", "LW"}) {
-    if (input_.takeWord(look)) return setLayerLook(look);
-  }
+  if (input_.takeWord("C", "COLOR") || input_.takeWord("COLOUR")) return setLayerLook("C");
+  if (input_.takeWord("L", "LTYPE")) return setLayerLook("L");
+  if (input_.takeWord("LW", "LWEIGHT")) return setLayerLook("LW");
   const bool turns_on = input_.takeWord("ON");
   if (turns_on || input_.takeWord("OFF")) {
     const auto names = input_.takeText("names of layers");
@@ -452,7 +452,11 @@ std::string CommandRun::setLayerOption(bool& is_option) {
     }
     return *names + (turns_on ? " on" : " off");
   }
-  if (!input_.takeWord("M")) input_.takeWord("S");
+  if (!input_.takeWord("M", "MAKE") && !input_.takeWord("S", "SET")) {
+    input_.failAtNext("needs M, S or N and a name, C, L or LW and a look, ON or OFF" +
+                      (input_.atEnd() ? "" : ", not " + input_.next()));
+    return "";
+  }
   const auto name = input_.takeText("a name");
   if (!name || name->empty()) {
     if (name) input_.fail("needs a name");
@@ -465,8 +469,7 @@ std::string CommandRun::setLayerOption(bool& is_option) {
 std::string CommandRun::layer() {
   std::string done;
   do {
-    bool is_option = false;
-    const std::string step = setLayerOption(is_option);
+    const std::string step = setLayerOption();
     if (step.empty()) return "";
     done += (done.empty() ? "" : ", ") + step;
   } while (!input_.takeEnter());
@@ -474,17 +477,17 @@ std::string CommandRun::layer() {
 }
 
 std::string CommandRun::zoom() {
-  if (input_.takeWord("E") || input_.takeWord("A")) {
+  if (input_.takeWord("E", "EXTENTS") || input_.takeWord("A", "ALL")) {
     drawing_.setView(std::nullopt);
     return "the view is the whole drawing";
   }
   Box box;
-  if (input_.takeWord("W")) {
+  if (input_.takeWord("W", "WINDOW")) {
     const auto corner = input_.takePoint("a corner");
     const auto opposite = corner ? input_.takePoint("the opposite corner") : std::nullopt;
     if (!opposite) return "";
     box = boxBetween(*corner, *opposite);
-  } else if (input_.takeWord("C")) {
+  } else if (input_.takeWord("C", "CENTER")) {
     const auto centre = input_.takePoint("a centre");
     const auto height = centre ? input_.takeNumber("a height") : std::nullopt;
     if (!height) return "";
@@ -530,20 +533,69 @@ constexpr std::array kCommands = {
     Command{"ZOOM", &CommandRun::zoom, "ZOOM E|A | W corner corner | C centre height"},
 };
 
-std::string runNext(Drawing& drawing, CommandInput& input) {
+// Commands of other command lines, and the way to the same here.
+struct ForeignCommand {
+  std::string_view name;
+  std::string_view instead;
+};
+
+constexpr std::array kForeignCommands = {
+    ForeignCommand{"RECTANG", "PLINE with four corners and \"C\" draws a rectangle"},
+    ForeignCommand{"RECTANGLE", "PLINE with four corners and \"C\" draws a rectangle"},
+    ForeignCommand{"POLYGON", "PLINE through points of POLAR, and \"C\", draws a polygon"},
+    ForeignCommand{"DTEXT", "TEXT writes a text"},
+    ForeignCommand{"MTEXT", "TEXT writes a line of text"},
+    ForeignCommand{"BHATCH", "HATCH fills what is selected"},
+    ForeignCommand{"ARRAY", "COPY in a WHILE makes an array, with ROTATE a round one"},
+    ForeignCommand{"OFFSET", "SCALE of a COPY makes a parallel circle; compute other outlines"},
+    ForeignCommand{"DIMLINEAR", "LINE and TEXT draw a dimension, as in examples/30_dimension.lsp"},
+    ForeignCommand{"DONUT", "two times CIRCLE, and HATCH SOLID, draw a ring"},
+    ForeignCommand{"ELLIPSE", "PLINE through computed points draws an ellipse"},
+    ForeignCommand{"FILLET", "PLINE with A draws a rounded corner"},
+    ForeignCommand{"DELETE", "ERASE takes entities away"},
+    ForeignCommand{"REGEN", "leave it out: nothing has to be drawn anew"},
+    ForeignCommand{"REDRAW", "leave it out: nothing has to be drawn anew"},
+    ForeignCommand{"SETVAR", "leave it out: there are no settings"},
+    ForeignCommand{"UNDO", "leave it out: a program that fails leaves nothing behind"},
+    ForeignCommand{"INSERT", "there are no blocks: load a library that draws the part"},
+};
+
+std::string_view insteadOf(std::string_view command) {
+  const auto* const found =
+      std::find_if(kForeignCommands.begin(), kForeignCommands.end(),
+                   [command](const ForeignCommand& known) { return known.name == command; });
+  return found == kForeignCommands.end() ? std::string_view() : found->instead;
+}
+
+// `before` is the command that has just got all that it takes; empty when there was none.
+std::string runNext(Drawing& drawing, CommandInput& input, std::string_view before) {
+  if (input.nextText().empty()) {
+    input.failAtNext(before.empty() ? "needs the name of a command, not " + input.next()
+                                    : "takes no more, and " + input.next() + " names no command");
+    return "";
+  }
   const auto typed = input.takeText("the name of a command");
-  if (!typed) return "";
   // Other command lines know prefixes: the name in any language, the command's own definition.
   const std::string capitals = upperCase(*typed);
   const std::string name =
-      capitals.substr(std::min(capitals.find_first_not_of("_."), capitals.size()));
+      capitals.substr(std::min(capitals.find_first_not_of("_.-'"), capitals.size()));
   const auto command = std::find_if(kCommands.begin(), kCommands.end(),
                                     [&name](const Command& known) { return known.name == name; });
   if (command == kCommands.end()) {
-    input.setCommand("there is no command " + capitals);
-    std::string names;
-    for (const Command& known : kCommands) names += " " + std::string(known.name);
-    input.fail("this host knows" + names);
+    input.setCommand((before.empty() ? "" : std::string(before) + " takes no more, and ") +
+                     "there is no command " + capitals);
+    std::vector<std::string> names;
+    std::string listed;
+    for (const Command& known : kCommands) {
+      names.emplace_back(known.name);
+      listed += " " + names.back();
+    }
+    const auto near = explain::similarNames(name, names);
+    const std::string_view instead = insteadOf(name);
+    input.fail((!instead.empty() ? std::string(instead) + "; "
+                : near.empty()   ? ""
+                                 : "did you mean " + near.front() + "? ") +
+               "this host knows" + listed);
     return "";
   }
   input.setCommand(name);
@@ -574,7 +626,8 @@ CommandResult runCommand(Drawing& drawing, const DatumList& arguments) {
     while (!input.atEnd() && input.takeEnter()) {
     }
     if (input.atEnd()) break;
-    const std::string step = runNext(drawing, input);
+    const std::string before = input.isBehindEnter() ? "" : input.command();
+    const std::string step = runNext(drawing, input, before);
     if (!input.error().empty()) {
       return {(done.empty() ? "nothing done: " : done + "; then nothing: ") + input.error(), false,
               input.failedArgument()};

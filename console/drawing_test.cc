@@ -182,6 +182,8 @@ TEST_F(SelectionTest, TakesWhatHasEveryGroupOfTheFilter) {
 TEST_F(SelectionTest, TakesPatternsForNames) {
   EXPECT_THAT(select(R"((((0 "C*"))))"), ElementsAre("E3"));
   EXPECT_THAT(select(R"((((0 "ARC,LINE"))))"), ElementsAre("E1", "E2"));
+  EXPECT_THAT(select(R"((((0 "arc,l*"))))"), ElementsAre("E1", "E2"));
+  EXPECT_THAT(select(R"((((8 "b"))))"), IsEmpty());
   EXPECT_THAT(select(R"((((8 "?") (0 "*I*"))))"), ElementsAre("E1", "E2", "E3"));
   EXPECT_THAT(select(R"((((8 "??"))))"), IsEmpty());
 }
@@ -203,6 +205,7 @@ TEST_F(SelectionTest, TakesTheLastAndThePrevious) {
 TEST_F(SelectionTest, LeavesHiddenLayersOutUnlessAskedForAll) {
   drawing.setLayer({"B", 1, false});
   EXPECT_THAT(select("()"), ElementsAre("E1"));
+  EXPECT_THAT(select(R"(("_x"))"), ElementsAre("E1", "E2", "E3"));
   EXPECT_THAT(select(R"(("X"))"), ElementsAre("E1", "E2", "E3"));
   EXPECT_THAT(select(R"(("C" (-1 -1) (2 2)))"), ElementsAre("E1"));
 }
@@ -213,11 +216,13 @@ TEST_F(SelectionTest, SaysWhyItCannotSelect) {
     const char* refusal;
   };
   const Row rows[] = {
-      {R"(("Q" (0 0) (1 1)))", "no way of selecting: Q"},
+      {R"(("Q" (0 0) (1 1)))", "no way of selecting: Q; there are X, A, W, C, L and P"},
       {R"(("W" (0 0)))", "a window needs two corners"},
       {R"(("X" 5))", "a filter is a list of groups"},
-      {R"(("X" ("LINE")))", "a filter is a list of groups"},
-      {R"((((0 "LINE" 1))))", "a filter is a list of groups"},
+      {R"(("X" ("LINE")))", "a group is a list of a code and a value"},
+      {R"((((0 "LINE" 1))))", "a group is a list of a code and a value"},
+      {R"((((0 . "LINE"))))",
+       "a group is a list of a code and a value: (0 \"LINE\"), not (0 . \"LINE\")"},
       {R"(("X" () ()))", "too many arguments"},
   };
   for (const Row& row : rows) {

@@ -292,13 +292,15 @@ std::string whyNoType(const std::string& type) {
 
 }  // namespace
 
+std::string whyNoGroup(const Datum& datum) {
+  return groupCode(datum) ? "" : "a group is a list of a code and a value" + spellingOfGroup(datum);
+}
+
 std::string whyNoEntity(const Datum& datum) {
   const DatumList* const groups = asList(datum);
   if (groups == nullptr) return "an entity is a list of groups";
   for (const Datum& group : *groups) {
-    if (!groupCode(group)) {
-      return "a group is a list of a code and a value" + spellingOfGroup(group);
-    }
+    if (std::string reason = whyNoGroup(group); !reason.empty()) return reason;
   }
   const std::string type(findStringGroup(*groups, kTypeGroup));
   const TypeRule* const rule = findTypeRule(type);

@@ -94,6 +94,9 @@ struct Entity {
 // True for a list of two or three finite numbers.
 [[nodiscard]] bool isPoint(const client::Datum& datum);
 
+// The reason why `datum` is not a group, for a person; empty when it is one.
+[[nodiscard]] std::string whyNoGroup(const client::Datum& datum);
+
 // The reason why `datum` cannot be the groups of an entity, for a person; empty when it can.
 [[nodiscard]] std::string whyNoEntity(const client::Datum& datum);
 

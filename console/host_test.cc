@@ -118,7 +118,7 @@ TEST_F(HostTest, RefusesWithNilAndAReason) {
   EXPECT_EQ(answer("ENTMOD", "()"), "nil");
   EXPECT_EQ(note, "not changed: an entity is a list of groups");
   EXPECT_EQ(answer("SSGET", R"(("Q"))"), "nil");
-  EXPECT_EQ(note, "nothing selected: no way of selecting: Q");
+  EXPECT_EQ(note, "nothing selected: no way of selecting: Q; there are X, A, W, C, L and P");
 }
 
 TEST_F(HostTest, ModifiesAndSelectsEntities) {
@@ -266,7 +266,7 @@ TEST_F(CommandsTest, DrawArcsPolylinesPointsAndTexts) {
   EXPECT_NEAR(findNumberGroup(drawing.find("E5")->groups, kStartAngleGroup, 0), kPi / 2, 1e-12);
   EXPECT_EQ(describe("E7"), "E7 POINT on layer 0: at (8 8 0)");
   EXPECT_EQ(run(R"(("POINT"))"), "nothing done: POINT: needs a point");
-  EXPECT_EQ(run(R"(("TEXT" (0 0) 2 0 5))"), "nothing done: TEXT: needs a text, not 5");
+  EXPECT_EQ(run(R"(("TEXT" (0 0) 2 0 nil))"), "nothing done: TEXT: needs a text, not nil");
 }
 
 TEST_F(CommandsTest, DrawArcsInPolylines) {
@@ -382,8 +382,7 @@ TEST_F(CommandsTest, KeepLayers) {
   EXPECT_EQ(describe("E1"), "E1 POINT on layer WALLS: at (1 1 0)");
   EXPECT_EQ(drawing.findLayer("WALLS")->colour, 1);
   EXPECT_FALSE(drawing.findLayer("B")->is_visible);
-  EXPECT_EQ(run(R"(("LAYER" "A" ""))"), "the current layer is A");
-  EXPECT_EQ(run(R"(("LAYER" ""))"), "nothing done: LAYER: needs a name");
+  EXPECT_EQ(run(R"(("LAYER" "S" ""))"), "nothing done: LAYER: needs a name");
   EXPECT_EQ(run(R"(("LAYER" "C" "mauve" "A"))"),
             "nothing done: LAYER: needs a colour, 1 to 255 or a name such as red, not \"mauve\"");
   run(R"(("LAYER" "OFF" "WALLS" ""))");
@@ -420,6 +419,53 @@ TEST_F(CommandsTest, SayWhatTheyDoNotKnow) {
   EXPECT_EQ(run("()"), "nothing done: no command");
   EXPECT_EQ(run(R"((""))"), "nothing done: no command");
   EXPECT_EQ(run("(5)"), "nothing done: COMMAND: needs the name of a command, not 5");
+}
+
+TEST_F(CommandsTest, TakeNoMoreThanTheyNeed) {
+  EXPECT_EQ(run(R"(("CIRCLE" (0 0) 5 7))"),
+            "added E1; then nothing: CIRCLE: takes no more, and 7 names no command");
+  EXPECT_THAT(run(R"(("CIRCLE" (0 0) 5 "R"))"),
+              testing::StartsWith("added E2; then nothing: CIRCLE takes no more, and there is no "
+                                  "command R: this host knows"));
+  EXPECT_THAT(run(R"(("CIRCEL" (0 0) 5))"),
+              testing::StartsWith("nothing done: there is no command CIRCEL: did you mean CIRCLE? "
+                                  "this host knows LINE"));
+}
+
+TEST_F(CommandsTest, TakeNumbersAsTexts) {
+  run(R"(("TEXT" (0 0) 5 0 12))");
+  run(R"(("TEXT" (0 9) 5 0 33.333333333333336))");
+  run(R"(("TEXT" (0 18) 5 0 -0.1))");
+  EXPECT_THAT(describe("E1"), testing::HasSubstr("text \"12\""));
+  EXPECT_THAT(describe("E2"), testing::HasSubstr("text \"33.333333\""));
+  EXPECT_THAT(describe("E3"), testing::HasSubstr("text \"-0.1\""));
+  EXPECT_EQ(run(R"(("TEXT" (0 0) 5 0 (1 2)))"), "nothing done: TEXT: needs a text, not (1 2)");
+}
+
+TEST_F(CommandsTest, TellTheWayToWhatOthersHave) {
+  EXPECT_THAT(run(R"(("-rectang" (0 0) (5 5)))"),
+              testing::StartsWith("nothing done: there is no command -RECTANG: PLINE with four "
+                                  "corners and \"C\" draws a rectangle; this host knows LINE"));
+  EXPECT_EQ(run(R"(("-layer" "m" "A" ""))"), "the current layer is A");
+}
+
+TEST_F(CommandsTest, KnowTheirOptionsInFull) {
+  EXPECT_EQ(run(R"(("LAYER" "Make" "A" "Color" 3 "A" "LWeight" 0.5 "A" ""))"),
+            "the current layer is A, colour 3 for A, line weight 0.5 for A");
+  EXPECT_EQ(run(R"(("LINE" (0 0) (5 0) (5 5) "close"))"), "added E1 E2 E3");
+  EXPECT_EQ(run(R"(("CIRCLE" (0 0) "Diameter" 5))"), "added E4");
+  EXPECT_EQ(run(R"(("ERASE" "Last" ""))"), "erased E4");
+  EXPECT_EQ(run(R"(("ERASE" "Window" (-1 -1) (6 6) ""))"), "erased E1 E2 E3");
+}
+
+TEST_F(CommandsTest, RefuseUnknownOptionsOfLayer) {
+  EXPECT_EQ(
+      run(R"(("LAYER" "FREEZE" "A" ""))"),
+      "nothing done: LAYER: needs M, S or N and a name, C, L or LW and a look, ON or OFF, not "
+      "\"FREEZE\"");
+  EXPECT_EQ(run(R"(("LAYER"))"),
+            "nothing done: LAYER: needs M, S or N and a name, C, L or LW and a look, ON or OFF");
+  EXPECT_EQ(drawing.currentLayer(), "0");
 }
 
 class AnswerListTest : public HostTest {

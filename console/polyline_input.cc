@@ -57,11 +57,11 @@ class PolylineInput {
     if (!first) return std::nullopt;
     chain_.vertices.push_back({*first, 0});
     while (chain_.vertices.size() < 2 || !input_.takeEnter()) {
-      if (input_.takeWord("A")) {
+      if (input_.takeWord("A", "ARC")) {
         draws_arcs_ = true;
-      } else if (input_.takeWord("L")) {
+      } else if (input_.takeWord("L", "LINE")) {
         draws_arcs_ = false;
-      } else if (chain_.vertices.size() > 1 && input_.takeWord("C")) {
+      } else if (chain_.vertices.size() > 1 && input_.takeWord("C", "CLOSE")) {
         if (draws_arcs_ && !setArcTo(chain_.vertices.front().at)) return std::nullopt;
         chain_.is_closed = true;
         break;
@@ -74,7 +74,7 @@ class PolylineInput {
 
  private:
   bool takeNext() {
-    const bool is_through = draws_arcs_ && input_.takeWord("S");
+    const bool is_through = draws_arcs_ && input_.takeWord("S", "SECOND");
     const auto between = is_through ? input_.takePoint("a point on the arc") : std::nullopt;
     if (is_through && !between) return false;
     const auto point = input_.takePoint(draws_arcs_ ? "the end of the arc" : "another point");

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "console/command_input.h"
+
 namespace lisp_worker::console {
 
 using client::Datum;
@@ -58,15 +60,22 @@ bool fitsGroup(const Datum& group, const Datum& wanted) {
   }
   const DatumList* const own = client::asList(group);
   const auto text = own->front() == parts.front() ? client::asString(own->back()) : std::nullopt;
-  return text && (*text == *patterns || fitsAnyPattern(*text, *patterns));
+  // Types are in capitals, however they are asked for.
+  const std::string wanted_text =
+      code == kTypeGroup ? upperCase(*patterns) : std::string(*patterns);
+  return text && (*text == wanted_text || fitsAnyPattern(*text, wanted_text));
 }
 
 // The entities that the way of selecting in front of `arguments` finds; `next` is moved behind it.
 std::optional<std::vector<std::string>> selectByMode(const Drawing& drawing,
                                                      const DatumList& arguments, std::size_t& next,
                                                      std::string& refusal) {
-  const auto mode = arguments.empty() ? std::nullopt : client::asString(arguments[0]);
-  if (mode) ++next;
+  const auto typed = arguments.empty() ? std::nullopt : client::asString(arguments[0]);
+  std::optional<std::string> mode;
+  if (typed) {
+    ++next;
+    mode = upperCase(typed->substr(typed->starts_with('_') ? 1 : 0));
+  }
   if (mode == "W" || mode == "C") {
     const auto corner = arguments.size() < 3 ? std::nullopt : readPoint(arguments[1]);
     const auto opposite = arguments.size() < 3 ? std::nullopt : readPoint(arguments[2]);
@@ -89,7 +98,7 @@ std::optional<std::vector<std::string>> selectByMode(const Drawing& drawing,
       if (mode == "X" || drawing.isVisible(entity)) handles.push_back(entity.handle);
     }
   } else {
-    refusal = "no way of selecting: " + std::string(*mode);
+    refusal = "no way of selecting: " + std::string(*typed) + "; there are X, A, W, C, L and P";
     return std::nullopt;
   }
   return handles;
@@ -97,10 +106,16 @@ std::optional<std::vector<std::string>> selectByMode(const Drawing& drawing,
 
 }  // namespace
 
-bool isFilter(const Datum& datum) {
+std::string whyNoFilter(const Datum& datum) {
   const DatumList* const groups = client::asList(datum);
-  return groups != nullptr && std::all_of(groups->begin(), groups->end(), isGroup);
+  if (groups == nullptr) return "a filter is a list of groups";
+  for (const Datum& group : *groups) {
+    if (std::string reason = whyNoGroup(group); !reason.empty()) return reason;
+  }
+  return "";
 }
+
+bool isFilter(const Datum& datum) { return whyNoFilter(datum).empty(); }
 
 bool fitsFilter(const Entity& entity, const DatumList& filter) {
   return std::all_of(filter.begin(), filter.end(), [&entity](const Datum& wanted) {
@@ -126,10 +141,8 @@ std::optional<std::vector<std::string>> selectEntities(const Drawing& drawing,
   if (!handles) return std::nullopt;
   DatumList filter;
   if (next < arguments.size()) {
-    if (!isFilter(arguments[next])) {
-      refusal = "a filter is a list of groups";
-      return std::nullopt;
-    }
+    refusal = whyNoFilter(arguments[next]);
+    if (!refusal.empty()) return std::nullopt;
     filter = *client::asList(arguments[next]);
     ++next;
   }

@@ -51,6 +51,17 @@ constexpr const char* kBlocks[] = {
     "(COMMAND \"LAYER\" \"M\" \"L%\" \"\")\n(ENTMAKE (LIST '(0 \"LINE\") '(10 (0 0)) (LIST 11 "
     "#P)))\n",
     "(SETQ O% (OSNAP #P \"end\"))\n(SETQ AT% (OR O% #P))\n(COMMAND \"POINT\" AT%)\n",
+    "(DEFUN HALF% (N) (/ N 2))\n(DEFUN CENTRE% (A B) (LIST (HALF% (+ (CAR A) (CAR B))) (HALF% "
+    "#N)))\n"
+    "(COMMAND \"POINT\" (CENTRE% #P #P) \"\")\n",
+    "(DEFUN SCALED% (V F)\n  (IF (EQUAL F NIL) V (* V F)))\n(+ (SCALED% #N NIL) (SCALED% #M 2))\n",
+    "(DEFUN SHOW% (WHAT SIZE)\n  (IF (EQUAL WHAT \"size\") (+ SIZE 1) (PRINC SIZE)))\n"
+    "(SHOW% \"size\" #N)\n(SHOW% \"name\" \"plate\")\n",
+    "(DEFUN SUM% (L / S)\n  (SETQ S 0)\n  (WHILE (> (LENGTH L) 0)\n    (SETQ S (+ S (CAR L)) L "
+    "(CDR "
+    "L)))\n  S)\n(* 2 (SUM% (LIST #N #M)))\n",
+    "(DEFUN FIRST% (S) (IF S (SSNAME S 0)))\n(SETQ E% (FIRST% (SSGET)))\n(IF E% (ENTGET E%))\n",
+    "(DEFUN NOTHING% () NIL)\n(SETQ X% (NOTHING%))\n(IF X% (+ X% 1) 0)\n",
     "(DEFUN DEEP% (N / M)\n  (SETQ M (* N 2))\n  (IF (< N 3)\n    (PROGN (SETQ M (+ M 1)) (DEEP% "
     "(1+ N)))\n"
     "    M))\n(DEEP% 0)\n",
