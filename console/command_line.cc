@@ -15,11 +15,11 @@ namespace lisp_worker::console {
 namespace {
 
 constexpr const char* kDescription =
-    R"(Runs programs in the worker's LISP dialect against a drawing in memory, shows the conversation with
-the worker, explains errors, and draws what became of the drawing. All programs share the worker and
-the drawing, in the order given. Without a program it reads forms from a prompt, where it asks you
-for picks and is brief unless you want --all-calls; --save and --picture write at its end. Forms that
--e gives are run as programs, and briefly too. The name - is that of standard input.)";
+    R"(Runs programs in the worker's LISP dialect against a drawing in memory, shows what each comes to
+and what it has changed, explains errors and refused calls, and draws what became of the drawing. All
+programs share the worker and the drawing, in the order given. Without a program it reads forms from
+a prompt, where it asks you for picks; --save and --picture write at its end. Forms that -e gives are
+run as programs. The name - is that of standard input.)";
 
 constexpr const char* kNotes = R"(
 A program can say in comments how it wants to be run. Each takes a line of its own:
@@ -99,9 +99,11 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Answer host calls from lines such as GETPOINT 10,20, before you are asked")
       ->type_name("FILE");
   app.add_flag("--ask", line.asks, "Ask you for points, distances and selections");
-  app.add_flag("--brief", line.is_brief, "Only results, errors and changes, no conversation");
-  app.add_flag("--all-calls", line.shows_all_calls,
-               "Show every host call and every change, however many");
+  app.add_flag("--conversation", line.shows_conversation,
+               "Show all that goes to the worker and comes from it: programs, host calls, answers");
+  app.add_flag("--all", line.shows_all,
+               "Show every change and the whole of results, however many and long");
+  app.add_flag("--brief", line.is_brief, "Without --conversation: as it is anyway");
   app.add_flag("--keep", line.keeps, "Keep what a program has drawn before it failed");
   app.add_flag("--strict", line.is_strict, "End a program at the first host call that is refused");
   app.add_flag("--dry-run", line.is_dry, "Show what would change, and do not write --save's file");
@@ -164,6 +166,9 @@ std::string whyUnusable(const CommandLine& line) {
     if (line.test) return "test needs a program";
     if (records) return "--trace, --profile and --coverage need a program";
   }
+  if (line.is_brief && line.shows_conversation) {
+    return "--brief is without the conversation, and --conversation with it";
+  }
   const auto input_count = std::count(line.program_paths.begin(), line.program_paths.end(), "-");
   if (input_count > 1) return "standard input, -, can be read only once";
   if (input_count != 0 && line.asks) return "--ask needs the keyboard, and - reads standard input";
@@ -174,13 +179,13 @@ std::string whyUnusable(const CommandLine& line) {
   }
   const bool draws =
       !line.save_path.empty() || !line.picture_paths.empty() || line.shows_axes || line.shows_cells;
-  if (line.test &&
-      (draws || line.asks || line.is_brief || line.shows_all_calls || line.keeps || line.is_dry)) {
+  if (line.test && (draws || line.asks || line.shows_conversation || line.shows_all || line.keeps ||
+                    line.is_dry)) {
     return "test takes --load, --drawing, --answers, --strict, --max-calls, --trace, --profile and "
            "--coverage only";
   }
-  const bool runs_otherwise = draws || records || line.asks || line.is_brief ||
-                              line.shows_all_calls || line.keeps || line.is_strict || line.is_dry ||
+  const bool runs_otherwise = draws || records || line.asks || line.shows_conversation ||
+                              line.shows_all || line.keeps || line.is_strict || line.is_dry ||
                               line.host_call_count_max != 0 ||
                               !(line.drawing_path + line.answers_path).empty();
   if (line.check && runs_otherwise)
@@ -188,10 +193,9 @@ std::string whyUnusable(const CommandLine& line) {
   if (line.watch && (line.program_paths.size() != 1 || !line.forms.empty())) {
     return "watch needs one program";
   }
-  if (line.watch &&
-      (records || line.is_json || line.asks || line.is_brief || line.shows_all_calls ||
-       line.keeps || line.is_dry || !line.picture_paths.empty() ||
-       !(line.save_path + line.answers_path).empty())) {
+  if (line.watch && (records || line.is_json || line.asks || line.shows_conversation ||
+                     line.shows_all || line.keeps || line.is_dry || !line.picture_paths.empty() ||
+                     !(line.save_path + line.answers_path).empty())) {
     return "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only";
   }
   if (!line.watch && line.port != 0) return "--port is for watch";
@@ -272,8 +276,6 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.programs = programsInOrder(app, line);
   error = whyUnusable(line);
   if (!error.empty()) return std::nullopt;
-  // A form is asked for its value, not for the conversation.
-  line.is_brief = line.is_brief || (!line.forms.empty() && !line.shows_all_calls);
   return line;
 }
 

@@ -39,8 +39,9 @@ struct CommandLine {
   std::vector<std::string> picture_paths;
   std::string answers_path;
   bool asks = false;
-  bool is_brief = false;
-  bool shows_all_calls = false;
+  bool is_brief = false;  // Asked for; it is so anyway.
+  bool shows_conversation = false;
+  bool shows_all = false;
   bool keeps = false;
   bool is_strict = false;
   bool is_dry = false;

@@ -62,7 +62,7 @@ TEST(CommandLine, TakesEveryOption) {
   const auto line =
       parseCommandLine(Arguments{"--drawing", "in.json", "--save=out.json", "--picture", "a.svg",
                                  "--picture", "b.png", "--load", "lib.lsp", "prog.lsp", "--answers",
-                                 "picks.txt", "--brief", "--all-calls", "--axes", "--cells"},
+                                 "picks.txt", "--conversation", "--all", "--axes", "--cells"},
                        "w", error);
   ASSERT_TRUE(line.has_value()) << error;
   EXPECT_EQ(line->drawing_path, "in.json");
@@ -71,7 +71,7 @@ TEST(CommandLine, TakesEveryOption) {
   EXPECT_THAT(line->library_paths, ElementsAre("lib.lsp"));
   EXPECT_THAT(line->program_paths, ElementsAre("prog.lsp"));
   EXPECT_EQ(line->answers_path, "picks.txt");
-  EXPECT_TRUE(line->is_brief && line->shows_all_calls && line->shows_axes && line->shows_cells);
+  EXPECT_TRUE(line->shows_conversation && line->shows_all && line->shows_axes && line->shows_cells);
   EXPECT_FALSE(line->asks || line->check);
 }
 
@@ -91,7 +91,11 @@ TEST(CommandLine, SaysWhatIsWrong) {
             "there is no option --pictures; did you mean --picture?");
   EXPECT_EQ(errorOf({"a.lsp", "-q"}), "there is no option -q");
   EXPECT_EQ(errorOf({"check"}), "check needs a program");
-  for (const Arguments& option : {Arguments{"--brief"}, {"--ask"}, {"--axes"}, {"--save", "x"}}) {
+  EXPECT_EQ(errorOf({"--brief", "a.lsp"}), "was taken");
+  EXPECT_EQ(errorOf({"--brief", "--conversation", "a.lsp"}),
+            "--brief is without the conversation, and --conversation with it");
+  for (const Arguments& option :
+       {Arguments{"--conversation"}, {"--ask"}, {"--axes"}, {"--save", "x"}}) {
     Arguments arguments = {"check", "a.lsp"};
     arguments.insert(arguments.end(), option.begin(), option.end());
     EXPECT_EQ(errorOf(arguments), "check runs nothing; of the options it takes --load only");
@@ -112,7 +116,8 @@ TEST(CommandLine, TakesWatchWithOneProgram) {
   EXPECT_EQ(errorOf({"watch", "a.lsp", "b.lsp"}), "watch needs one program");
   EXPECT_EQ(errorOf({"watch", "a.lsp", "--load", "l", "--drawing", "d", "--max-calls", "5"}),
             "was taken");
-  for (const Arguments& option : {Arguments{"--brief"}, {"--ask"}, {"--keep"}, {"--save", "x"}}) {
+  for (const Arguments& option :
+       {Arguments{"--conversation"}, {"--ask"}, {"--keep"}, {"--save", "x"}}) {
     Arguments refused = {"watch", "a.lsp"};
     refused.insert(refused.end(), option.begin(), option.end());
     EXPECT_EQ(errorOf(refused),
@@ -126,7 +131,7 @@ TEST(CommandLine, ExplainsEveryOptionAndCommand) {
   const std::string text = usage();
   for (const char* const word :
        {"--worker", "--load", "--drawing", "--save", "--picture", "--axes", "--cells", "--answers",
-        "--ask", "--brief", "--all-calls", ";@ drawing", ";@ expect value", "MIRROR", "ZOOM",
+        "--ask", "--conversation", "--all", ";@ drawing", ";@ expect value", "MIRROR", "ZOOM",
         "Exit codes: 0"}) {
     EXPECT_THAT(text, testing::HasSubstr(word));
   }

@@ -201,6 +201,11 @@ Completion completePromptCommand(std::string_view text, const CompletionSource& 
   for (const char* const takes_file : {":load", ":save", ":picture", ":edit"}) {
     if (command == takes_file) return completeFile(std::move(word));
   }
+  for (const char* const takes_form : {":time", ":trace", ":profile", ":coverage"}) {
+    if (command != takes_form) continue;
+    const bool may_be_file = command != ":time" && !word.empty() && !word.starts_with('(');
+    return may_be_file ? completeFile(std::move(word)) : completeAt(word, source);
+  }
   Completion completion{.word = std::move(word)};
   if (command != ":doc") return completion;
   std::vector<std::string> names = source.names;

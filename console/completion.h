@@ -5,6 +5,7 @@
 //   (COMMAND "CI      commands; behind one of them its options
 //   '((0 "            types of entities; '((0 "CIRCLE") ( their groups; (8 " layers
 //   :lo   :load pl    commands of the prompt, and names of files
+//   :trace (POL       forms, behind commands that run one
 
 #ifndef CONSOLE_COMPLETION_H_
 #define CONSOLE_COMPLETION_H_

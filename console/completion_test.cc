@@ -50,6 +50,16 @@ TEST(Completion, OffersParametersOfTheFunctionAround) {
   EXPECT_THAT(candidatesAt("(DEFUN F (width) width)\n(LIST wi"), IsEmpty());
 }
 
+TEST(Completion, OffersWhatAFormNeedsBehindCommandsThatRunOne) {
+  EXPECT_THAT(candidatesAt(":tr"), ElementsAre(":trace"));
+  EXPECT_THAT(candidatesAt(":co"), ElementsAre(":coverage"));
+  for (const char* const command : {":time", ":trace", ":profile", ":coverage"}) {
+    EXPECT_THAT(candidatesAt(std::string(command) + " (LIST (pl"), ElementsAre("PLATE"));
+    EXPECT_THAT(candidatesAt(std::string(command) + " (COMMAND \"ci"), ElementsAre("CIRCLE"));
+  }
+  EXPECT_THAT(candidatesAt(":trace /de"), ElementsAre("/dev/"));
+}
+
 TEST(Completion, OffersCommandsAndTheirOptions) {
   EXPECT_THAT(candidatesAt("(COMMAND \""), IsSupersetOf({"CIRCLE", "LINE", "LAYER", "ZOOM"}));
   EXPECT_THAT(candidatesAt("(command-s \"c"), ElementsAre("CIRCLE", "COPY"));

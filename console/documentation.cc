@@ -21,8 +21,11 @@ constexpr std::array kPromptCommands = {
     PromptCommand{":vars", "the variables with their values, and the functions"},
     PromptCommand{":last", "the last value; in a form the name means that value"},
     PromptCommand{":time [FORM]", "how long a form takes, or how long the last program took"},
+    PromptCommand{":trace FORM", "run a form or a .lsp file, and list the calls that it makes"},
+    PromptCommand{":profile FORM", "run it, and show where its steps and its time go"},
+    PromptCommand{":coverage FORM", "run it, and show how often each line was evaluated"},
     PromptCommand{":steps", "where the steps of the last program went, by function and line"},
-    PromptCommand{":calls", "the host calls of the last program, with their answers"},
+    PromptCommand{":calls [all]", "the host calls of the last program, with their answers"},
     PromptCommand{":drawing", "what the drawing holds"},
     PromptCommand{":picture [FILE]", "draw it, before and after, as .svg or .png (drawing.svg)"},
     PromptCommand{":undo", "take back the last program: drawing, variables and functions"},
@@ -56,6 +59,9 @@ std::vector<Topic> allTopics(bool with_habits) {
   for (const explain::Entry& entry : explain::entries()) {
     topics.push_back(
         {std::string(entry.name), std::string(entry.form) + "  " + std::string(entry.meaning)});
+    if (!entry.messages.empty()) {
+      topics.push_back({std::string(entry.name), "errors: " + std::string(entry.messages)});
+    }
   }
   for (const std::string_view summary : commandSummaries()) {
     topics.push_back({std::string(summary.substr(0, summary.find(' '))),

@@ -178,6 +178,16 @@ std::string Explainer::cancel() {
   return waits ? explain::explanationOf(outcome_) : "";
 }
 
+std::string Explainer::callOfTypedCommand() const {
+  const std::vector<explain::Form>& forms = program_->reading.forms;
+  const bool are_functions =
+      !forms.empty() && std::all_of(forms.begin(), forms.end(), [](const explain::Form& form) {
+        return form.operatorName() == "DEFUN" && form.items.size() > 1;
+      });
+  const std::string name(are_functions ? forms.back().items[1].name() : "");
+  return name.starts_with("C:") ? "(" + name + ")" : "";
+}
+
 std::string Explainer::explainRefusals() const {
   constexpr std::size_t kShownMax = 5;
   std::string text;

@@ -61,6 +61,10 @@ class Explainer {
   // too many. Once the program has come to an end.
   [[nodiscard]] std::string explainRefusals() const;
 
+  // The last function of a program of functions alone, when its name is that of a command to be
+  // typed, C:NAME: a call of it. Otherwise empty.
+  [[nodiscard]] std::string callOfTypedCommand() const;
+
   // Told of the evaluation of each program and library that has come to an end; null for nobody.
   void setWatcher(explain::Watcher* watcher) { watcher_ = watcher; }
 

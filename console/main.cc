@@ -145,10 +145,8 @@ void setUp(Session& session, const CommandLine& line) {
   session.setKeep(line.keeps);
   session.setStrict(line.is_strict);
   if (line.host_call_count_max != 0) session.setHostCallCountMax(line.host_call_count_max);
-  if (line.shows_all_calls) {
-    session.setShownCallsMax(std::max(kHostCallCountMax, line.host_call_count_max));
-    session.setWholeResults(true);
-  }
+  session.setBrief(!line.shows_conversation);
+  session.setWhole(line.shows_all);
 }
 
 ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
@@ -162,7 +160,6 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   Recordings recordings(line);
   explainer.setWatcher(recordings.watcher());
   session.setExplainer(&explainer);
-  session.setBrief(line.is_brief);
   session.setNames(inputs.programs.size() > 1);
   setUp(session, line);
   ProgressLine progress;
@@ -199,7 +196,7 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
     wishes.cells = wishes.cells || program.script.picture.cells;
     title = std::filesystem::path(program.name).filename().string();
   }
-  if (!worker.fault() && !line.is_brief) session.printDrawing();
+  if (!worker.fault() && line.shows_conversation) session.printDrawing();
   tellUnusedAnswers(line, answers);
   const std::string broken = endWorker(worker, process);
   if (inputs.programs.size() > 1) title = std::to_string(inputs.programs.size()) + " programs";
@@ -284,14 +281,14 @@ class CheckReport {
 };
 
 // A program and the libraries that it loads, in the order in which they run. Of a library only
-// that it cannot be read is reported.
+// that it cannot be read, sent or loaded is reported.
 void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& texts,
                  CheckReport& report, bool is_library) {
   for (const Program& library : program.libraries) appendTexts(library, texts, report, true);
   texts.push_back(explain::readProgram(program.name, program.text));
-  if (is_library && texts.back()->reading.fault) {
-    report.add(check::findingsIn(texts, texts.size() - 1));
-  }
+  if (!is_library) return;
+  report.add(texts.back()->reading.fault ? check::findingsIn(texts, texts.size() - 1)
+                                         : checkLibrary(texts.back()));
 }
 
 ExitCode checkPrograms(const Inputs& inputs) {
@@ -314,7 +311,6 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
   std::string error;
   if (!prompt.open(error)) return complain(ExitCode::WorkerBroken, error);
   Session& session = prompt.session();
-  if (line.shows_all_calls) session.setBrief(line.is_brief);
   setUp(session, line);
   AnswerList answers(line.answers_path, inputs.answers, &prompt.keyboard());
   session.setAnswerer(&answers);

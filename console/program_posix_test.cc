@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -68,12 +69,66 @@ class ConsoleProgram : public testing::Test {
 };
 
 TEST_F(ConsoleProgram, RunsProgramsOneAfterTheOther) {
-  runPrograms(quoted(file("a.lsp", "(SETQ X 5)\n")) + " " + quoted(file("b.lsp", "(* X 2)\n")));
+  runPrograms("--conversation " + quoted(file("a.lsp", "(SETQ X 5)\n")) + " " +
+              quoted(file("b.lsp", "(* X 2)\n")));
   EXPECT_EQ(exit_code, 0);
   EXPECT_THAT(output, HasSubstr("    (* X 2)\n"
                                 "host    EvalStart         the program, 8 bytes, under context 1\n"
                                 "worker  Ok                result: 10   [3 steps]\n"));
   EXPECT_THAT(output, EndsWith("== the drawing at the end: 0 entities\n"));
+}
+
+// What a person wants to know fits on a screen; the rest only when it is asked for.
+TEST_F(ConsoleProgram, ShowsTheConversationOnlyWhenItIsTold) {
+  const std::string path = quoted(file(
+      "a.lsp", "(SETQ N 0)\n(WHILE (< N 20) (SETQ N (1+ N)) (COMMAND \"CIRCLE\" \"0,0\" N))\n"));
+  const std::string again =
+      quoted(file("b.lsp",
+                  "(SETQ N 0)\n(WHILE (< N 20) (SETQ N (1+ N)) (COMMAND \"POINT\" \"0,0\" \"\"))\n"
+                  "(COMMAND \"ERASE\" \"E1\" \"E2\" \"\")\n"));
+  runPrograms(path);
+  EXPECT_THAT(output, StartsWith("result: "));
+  EXPECT_THAT(
+      output,
+      EndsWith("drawing added             E12 CIRCLE on layer 0: centre (0 0 0), radius 12\n"
+               "drawing ...               and 8 more added   [--all shows them]\n"));
+  EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 14);
+  runPrograms(path + " --brief");
+  EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 14);
+  runPrograms(path + " " + again);
+  EXPECT_THAT(output, HasSubstr("and 8 more added, 2 more erased "));
+  runPrograms(path + " --all");
+  EXPECT_THAT(output, StartsWith("result: "));
+  EXPECT_THAT(output, EndsWith(" radius 20\n"));
+  EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 21);
+  runPrograms(path + " --conversation");
+  EXPECT_THAT(output, HasSubstr("worker  HostCallPending   call 20: COMMAND with "));
+  EXPECT_THAT(output, HasSubstr("drawing added             E20 CIRCLE "));
+  EXPECT_THAT(output, HasSubstr("== the drawing at the end: 20 entities\n"));
+  run("--brief --conversation -e 1");
+  EXPECT_EQ(exit_code, 2);
+}
+
+TEST_F(ConsoleProgram, TellsHowLayersHaveChanged) {
+  const std::string a = quoted(file(
+      "a.lsp", "(COMMAND \"LAYER\" \"M\" \"A\" \"C\" 3 \"A\" \"LW\" 0.5 \"A\" \"N\" \"B\" \"\")"));
+  const std::string b = quoted(
+      file("b.lsp", "(COMMAND \"LAYER\" \"OFF\" \"A\" \"L\" \"CENTER\" \"B\" \"S\" \"0\" \"\")"));
+  runPrograms(a + " " + b);
+  EXPECT_THAT(output, HasSubstr("drawing layer             A: colour 3, line weight 0.5\n"
+                                "drawing current layer     A\n=="));
+  EXPECT_THAT(output, EndsWith("drawing layer             A: off\n"
+                               "drawing layer             B: line type CENTER\n"
+                               "drawing current layer     0\n"));
+}
+
+TEST_F(ConsoleProgram, TellsHowToRunWhatIsDefinedAsACommand) {
+  const std::string hint = "hint    nothing drawn yet (C:BOLTS) runs what is defined here\n";
+  const std::string defines = "(DEFUN C:BOLTS () (COMMAND \"POINT\" \"0,0\" \"\"))\n";
+  runPrograms(quoted(file("a.lsp", defines)));
+  EXPECT_THAT(output, HasSubstr(hint));
+  runPrograms(quoted(file("a.lsp", defines + "(C:BOLTS)\n")));
+  EXPECT_THAT(output, Not(HasSubstr("hint")));
 }
 
 TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
@@ -84,7 +139,7 @@ TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
                                             "result: 11   .3 steps.\n"));
   runPrograms("-e '(+ 1 2)'");
   EXPECT_EQ(output, "result: 3   [3 steps]\n");
-  runPrograms("-e '(+ 1 2)' --all-calls");
+  runPrograms("-e '(+ 1 2)' --conversation");
   EXPECT_THAT(output, HasSubstr("host    EvalStart "));
   runPrograms("-e '(CAR (FOO))'");
   EXPECT_EQ(exit_code, 1);
@@ -96,7 +151,7 @@ TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
 
 TEST_F(ConsoleProgram, ReadsAProgramFromStandardInput) {
   const std::string path = file("in.lsp", "\xEF\xBB\xBF(LIST 1\n  (CAR '(2)))");
-  runPrograms("- --brief <" + quoted(path));
+  runPrograms("- <" + quoted(path));
   EXPECT_EQ(output, "result: (1 2)   [4 steps]\n");
   run("check - <" + quoted(file("bad.lsp", "(CAR (FOO))")));
   EXPECT_THAT(output, HasSubstr("standard input:1:7: error: "));
@@ -259,7 +314,7 @@ TEST_F(ConsoleProgram, ShowsWhatTheDrawingHasRefused) {
                             "number above 0\n"
                             "    1 | (COMMAND \"CIRCLE\" '(0 0) -5)\n"
                             "      |                          ^^\n";
-  for (const char* const option : {"", "--brief "}) {
+  for (const char* const option : {"", "--conversation "}) {
     runPrograms(option + quoted(path));
     EXPECT_EQ(exit_code, 4);
     EXPECT_THAT(output, HasSubstr(shown));
@@ -280,8 +335,7 @@ TEST_F(ConsoleProgram, SaysByItsExitCodeThatACallWasRefused) {
   EXPECT_EQ(exit_code, 0);
   runPrograms(quoted(file("a.lsp", "(SETQ N 0)(WHILE (< N 6) (SETQ N (1+ N)) " + refused + ")")));
   EXPECT_THAT(output, HasSubstr("... and 1 more call was refused\n"));
-  runPrograms("--brief --strict " +
-              quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")\n" + refused)));
+  runPrograms("--strict " + quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")\n" + refused)));
   EXPECT_EQ(exit_code, 1);
   EXPECT_THAT(output, StartsWith("run     cancelled         COMMAND was refused: nothing done: "
                                  "CIRCLE: group 40 needs a number above 0\n"));
@@ -309,7 +363,7 @@ TEST_F(ConsoleProgram, TakesBackWhatAFailedProgramHasDrawn) {
 TEST_F(ConsoleProgram, ShowsWhatWouldChangeWithoutWritingIt) {
   const std::string good = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));
   const std::string saved = file("saved.json", "as it was");
-  runPrograms("--brief --dry-run --save " + quoted(saved) + " " + good);
+  runPrograms("--dry-run --save " + quoted(saved) + " " + good);
   EXPECT_EQ(exit_code, 0);
   EXPECT_EQ(output,
             "result: nil   [4 steps]\n"
@@ -321,9 +375,9 @@ TEST_F(ConsoleProgram, ShowsWhatWouldChangeWithoutWritingIt) {
 
 TEST_F(ConsoleProgram, LetsAProgramMakeMoreHostCallsOrFewer) {
   const std::string path = quoted(file("a.lsp", "(GETDIST)(GETDIST)(GETDIST)"));
-  runPrograms("--brief --max-calls 3 " + path);
+  runPrograms("--max-calls 3 " + path);
   EXPECT_EQ(exit_code, 0);
-  runPrograms("--brief --max-calls 2 " + path);
+  runPrograms("--max-calls 2 " + path);
   EXPECT_EQ(exit_code, 1);
   EXPECT_THAT(output, StartsWith("run     cancelled         this program makes more than 2 host "
                                  "calls (--max-calls allows more)\n"));
@@ -339,9 +393,9 @@ TEST_F(ConsoleProgram, EndsAProgramAtCtrlC) {
   const std::string picture = file("picture.svg", "");
   const auto result = runCommand(
       "timeout --preserve-status -s INT 0.3 " + quoted(environment("LISP_CONSOLE_PATH")) +
-      " --worker " + quoted(environment("LISP_WORKER_PATH")) +
-      " --brief --max-calls 250000 --save " + quoted(saved) + " --picture " + quoted(picture) +
-      " " + good + " " + quoted(endless) + " " + after + " </dev/null 2>&1");
+      " --worker " + quoted(environment("LISP_WORKER_PATH")) + " --max-calls 250000 --save " +
+      quoted(saved) + " --picture " + quoted(picture) + " " + good + " " + quoted(endless) + " " +
+      after + " </dev/null 2>&1");
   EXPECT_EQ(result.exit_code, 1) << result.text;
   EXPECT_THAT(result.text, HasSubstr("run     cancelled         cancelled after "));
   EXPECT_THAT(result.text, HasSubstr(endless + ":3:3: CAD host call required: GETDIST"));
@@ -390,7 +444,7 @@ TEST_F(ConsoleProgram, FindsItsWorkerHoweverItIsFoundItself) {
   std::filesystem::create_symlink(own, link);
   for (const std::string& command : {"PATH=" + quoted(own.parent_path()) + " lisp_console",
                                      quoted(link), "cd / && " + quoted(own)}) {
-    const auto result = runCommand(command + " --brief " + quoted(path) + " 2>&1");
+    const auto result = runCommand(command + " " + quoted(path) + " 2>&1");
     EXPECT_EQ(result.text, "result: 42   [3 steps]\n") << command;
   }
 }
@@ -406,7 +460,7 @@ TEST_F(ConsoleProgram, NamesTheLineThatNamesAFile) {
 }
 
 TEST_F(ConsoleProgram, TakesAByteOrderMark) {
-  runPrograms("--brief " + quoted(file("a.lsp", "\xEF\xBB\xBF(+ 1 2)\n")));
+  runPrograms(quoted(file("a.lsp", "\xEF\xBB\xBF(+ 1 2)\n")));
   EXPECT_EQ(exit_code, 0);
   EXPECT_EQ(output, "result: 3   [3 steps]\n");
 }
@@ -414,17 +468,17 @@ TEST_F(ConsoleProgram, TakesAByteOrderMark) {
 TEST_F(ConsoleProgram, TakesPointsInAFileOfAnswersAsTheyAreTyped) {
   const std::string program = quoted(file("a.lsp", "(LIST (GETPOINT) (GETCORNER) (GETDIST))"));
   const std::string answers = file("picks.txt", "GETPOINT 1,2\nGETCORNER 3,4,5\nGETDIST 6\n");
-  runPrograms("--brief --answers " + quoted(answers) + " " + program);
+  runPrograms("--answers " + quoted(answers) + " " + program);
   EXPECT_EQ(output, "result: ((1 2 0) (3 4 5) 6)   [4 steps]\n");
   const std::string bad = file("bad.txt", "GETDIST 1,5\n");
-  runPrograms("--brief --answers " + quoted(bad) + " " + program);
+  runPrograms("--answers " + quoted(bad) + " " + program);
   EXPECT_EQ(exit_code, 2);
   EXPECT_EQ(output, "lisp_console: " + bad +
                         ": line 1: answer to GETDIST: a distance is a number, not 1,5\n");
 }
 
 TEST_F(ConsoleProgram, SaysWhenItHasPickedItself) {
-  runPrograms("--brief " + quoted(file("a.lsp", "(GETPOINT)(GETDIST)")));
+  runPrograms(quoted(file("a.lsp", "(GETPOINT)(GETDIST)")));
   EXPECT_EQ(output,
             "result: 10   [2 steps]\n"
             "picks   picked by rule    GETPOINT (0 0 0), GETDIST 10   [--ask asks you, "
@@ -434,24 +488,23 @@ TEST_F(ConsoleProgram, SaysWhenItHasPickedItself) {
 TEST_F(ConsoleProgram, NamesTheProgramsOfSeveral) {
   const std::string a = file("a.lsp", "1");
   const std::string b = file("b.lsp", "2");
-  runPrograms("--brief " + quoted(a) + " " + quoted(b));
+  runPrograms(quoted(a) + " " + quoted(b));
   EXPECT_EQ(output, "== " + a + "\nresult: 1   [1 step]\n== " + b + "\nresult: 2   [1 step]\n");
 }
 
 TEST_F(ConsoleProgram, ShowsLongResults) {
   const std::string program =
       quoted(file("a.lsp", "(SETQ L nil N 0)(WHILE (< N 2000) (SETQ L (CONS N L) N (1+ N)))L"));
-  runPrograms("--brief " + program);
+  runPrograms(program);
   EXPECT_THAT(output, HasSubstr(" 1300 "));
   EXPECT_THAT(output, HasSubstr("bytes in all)"));
-  runPrograms("--brief --all-calls " + program);
+  runPrograms("--all " + program);
   EXPECT_THAT(output, HasSubstr(" 2 1 0)   ["));
 }
 
 // A text that holds a double quote is told from two by asking the program.
 TEST_F(ConsoleProgram, TakesTextsWithDoubleQuotes) {
-  runPrograms("--brief " +
-              quoted(file("a.lsp",
+  runPrograms(quoted(file("a.lsp",
                           "(COMMAND \"TEXT\" \"0,0\" 5 0 \"3/4\\\" BOLT\")\n"
                           "(ENTMAKE '((0 \"TEXT\") (1 \"6\\\" x 2\\\"\") (10 (1 1)) (40 2)))\n"
                           "(DEFUN NOTE (S) (COMMAND \"TEXT\" \"0,9\" 5 0 S))\n"
@@ -469,7 +522,7 @@ TEST_F(ConsoleProgram, PutsTheCaretUnderTheRefusedArgument) {
                                 "(COMMAND \"MOVE\" \"E7\" \"\" '(0 0) '(1 1))\n"
                                 "(OSNAP '(0 0) \"perp\")\n"
                                 "(COMMAND \"LINE\" '(0 0))\n");
-  runPrograms("--brief " + quoted(path));
+  runPrograms(quoted(path));
   EXPECT_EQ(exit_code, 4);
   EXPECT_THAT(output, HasSubstr("1 | (COMMAND \"CIRCLE\" '(0 0) -5)\n"
                                 "      |                          ^^\n"));
@@ -502,7 +555,7 @@ TEST_F(ConsoleProgram, EscapesWhatATerminalWouldObey) {
                             ")\n:load " + evil + "\n");
   for (const std::string& arguments :
        {quoted(bad), "check " + quoted(bad), "--drawing " + quoted(drawing) + " " + quoted(good),
-        quoted(script), quoted(good), "--brief " + quoted(good), quoted("--" + evil),
+        quoted(script), quoted(good), "--conversation " + quoted(good), quoted("--" + evil),
         "--picture " + quoted(evil) + " " + quoted(good), "<" + quoted(prompts)}) {
     const bool checks = arguments.starts_with("check");
     if (checks) {
@@ -564,7 +617,7 @@ TEST_F(ConsoleProgram, ChecksAFileOfAnswersBeforeItStarts) {
 TEST_F(ConsoleProgram, TellsWhichAnswersAreLeftAndWhichAreMissing) {
   const std::string program = file("a.lsp", "(DEFUN PICK ()\n  (GETPOINT))\n(PICK)\n(PICK)\n");
   const std::string answers = file("picks.txt", "GETDIST 5\n\nGETPOINT (1 2)\n");
-  runPrograms("--brief " + quoted(program) + " --answers " + quoted(answers));
+  runPrograms(quoted(program) + " --answers " + quoted(answers));
   EXPECT_EQ(exit_code, 1);
   EXPECT_EQ(output,
             "run     cancelled         " + answers +
@@ -595,7 +648,7 @@ TEST_F(ConsoleProgram, TellsWhatIsWrongWithTheWorker) {
 }
 
 TEST_F(ConsoleProgram, TakesAnEmptyProgram) {
-  runPrograms(quoted(file("empty.lsp", "")));
+  runPrograms("--conversation " + quoted(file("empty.lsp", "")));
   EXPECT_EQ(exit_code, 0);
   EXPECT_THAT(output, HasSubstr("worker  Ok                result: nil   [0 steps]\n"));
 }
@@ -605,12 +658,13 @@ TEST_F(ConsoleProgram, DoesNotSendTooLongAProgram) {
   EXPECT_EQ(exit_code, 0);
   runPrograms(quoted(file("long.lsp", "1" + std::string(1048576, ' '))));
   EXPECT_EQ(exit_code, 1);
-  EXPECT_THAT(output, HasSubstr("worker  BadRequest        the program is too long to send: it has "
-                                "1048577 bytes, and 1048576 are the most; move functions"));
+  EXPECT_THAT(output,
+              StartsWith("error: the program is too long to send: it has 1048577 bytes, and "
+                         "1048576 are the most; move functions"));
 }
 
 TEST_F(ConsoleProgram, RunsAllExamples) {
-  runPrograms(quoted(environment("LISP_SOURCE_DIR")) + "/examples/*.lsp");
+  runPrograms("--conversation " + quoted(environment("LISP_SOURCE_DIR")) + "/examples/*.lsp");
   EXPECT_EQ(exit_code, 0) << output;
   EXPECT_THAT(output, StartsWith("== "));
   EXPECT_THAT(output, HasSubstr("== the drawing at the end: 79 entities\n"));

@@ -13,13 +13,16 @@
 
 #include "console/command_input.h"
 #include "console/completion.h"
+#include "console/coverage.h"
 #include "console/display.h"
 #include "console/documentation.h"
 #include "console/external_editor.h"
 #include "console/files.h"
 #include "console/form_layout.h"
 #include "console/picture.h"
+#include "console/profile.h"
 #include "console/safe_output.h"
+#include "console/trace_listing.h"
 #include "explain/explanation.h"
 #include "explain/form.h"
 #include "explain/reference.h"
@@ -33,6 +36,7 @@ namespace {
 constexpr std::size_t kUndoMax = 100;
 constexpr std::size_t kLastValueSizeMax = 200000;
 constexpr std::size_t kTopicsShownMax = 15;
+constexpr std::size_t kCallsShownMax = 24;
 constexpr std::size_t kNameWidth = 16;
 const std::string kPrompt = "lisp> ";
 
@@ -261,13 +265,15 @@ void Prompt::runCommand(std::string_view line) {
               << Style::Plain << "\n";
   } else if (name == ":time") {
     showTime(argument);
+  } else if (name == ":trace" || name == ":profile" || name == ":coverage") {
+    record(name, argument);
   } else if (name == ":edit") {
     edit(argument);
   } else if (name == ":steps") {
     std::cout << explainer_.outcome().steps << " steps in the last program\n"
               << explain::stepTable(explainer_.outcome(), 12);
   } else if (name == ":calls") {
-    showCalls();
+    showCalls(argument == "all");
   } else if (name == ":drawing") {
     session_->printDrawing("the drawing");
   } else if (name == ":picture") {
@@ -366,6 +372,31 @@ void Prompt::showTime(const std::string& form) {
   std::cout << "time: " << text.str() << "\n";
 }
 
+void Prompt::record(std::string_view recording, const std::string& argument) {
+  if (argument.empty()) {
+    std::cout << recording.substr(1) << " what? " << recording << " FORM, or a .lsp file\n";
+    return;
+  }
+  TraceListing trace;
+  Profile profile;
+  Coverage coverage;
+  explainer_.setWatcher(recording == ":trace"     ? static_cast<explain::Watcher*>(&trace)
+                        : recording == ":profile" ? static_cast<explain::Watcher*>(&profile)
+                                                  : &coverage);
+  if (argument.ends_with(".lsp")) {
+    loadFile(argument);
+  } else {
+    runInput(argument);
+  }
+  explainer_.setWatcher(nullptr);
+  if (recording == ":trace") {
+    std::cout << (trace.text().empty() ? "== trace: no calls of functions or of the host\n"
+                                       : trace.text());
+  } else {
+    std::cout << (recording == ":profile" ? profile.text() : coverage.text());
+  }
+}
+
 // The last program's file, or its form, or the file that is named.
 void Prompt::edit(const std::string& path) {
   std::string error;
@@ -398,13 +429,19 @@ void Prompt::edit(const std::string& path) {
   }
 }
 
-void Prompt::showCalls() const {
+void Prompt::showCalls(bool all) const {
   const std::vector<CallRecord>& calls = session_->calls();
   if (calls.empty()) std::cout << "the last program has made no host calls\n";
-  for (std::size_t n = 0; n < calls.size(); ++n) {
+  const std::size_t count = all ? calls.size() : std::min(calls.size(), kCallsShownMax);
+  for (std::size_t n = 0; n < count; ++n) {
     std::cout << "  " << n + 1 << "  (" << calls[n].name << " "
               << displayWorkerText(calls[n].arguments) << ")  =>  " << displayText(calls[n].answer)
               << "   [" << displayText(calls[n].note) << "]\n";
+  }
+  if (count < calls.size()) {
+    const std::size_t more = calls.size() - count;
+    std::cout << "... and " << more << (more == 1 ? " more call" : " more calls")
+              << ": :calls all shows them\n";
   }
 }
 

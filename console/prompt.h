@@ -72,8 +72,11 @@ class Prompt {
   void showEntry(const std::string& name) const;
   void showVariables() const;
   void showTime(const std::string& form);
+  // Runs a form or a file, and shows what `recording` prints of it: ":trace", ":profile" or
+  // ":coverage".
+  void record(std::string_view recording, const std::string& argument);
   void edit(const std::string& path);
-  void showCalls() const;
+  void showCalls(bool all) const;
   void step(std::vector<State>& from, std::vector<State>& to, const char* done);
   void loadFile(const std::string& path);
   void saveFile(const std::string& path);

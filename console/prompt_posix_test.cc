@@ -123,6 +123,8 @@ TEST_F(PipedPrompt, SearchesTheDocumentation) {
   EXPECT_THAT(say(":doc text\n"), HasSubstr("also in the texts of\n"));
   EXPECT_THAT(say(":doc :undo\n"), HasSubstr(":undo   [of the prompt]\n  take back"));
   EXPECT_THAT(say(":doc taken\n"), HasSubstr("  :redo  "));
+  EXPECT_THAT(say(":doc ssname expects\n"),
+              HasSubstr("  SSNAME            errors: ssname expects"));
   EXPECT_THAT(say(":doc zzyzx\n"), HasSubstr("nothing is known of ZZYZX\n"));
   EXPECT_THAT(say(":doc x\n"), HasSubstr("nothing is known of X"));
 }
@@ -267,11 +269,44 @@ TEST_F(PipedPrompt, TakesAnswersFromAFileBeforeItAsks) {
   EXPECT_THAT(said, HasSubstr("Second? 1,2\nresult: (1 2 0)"));
 }
 
+TEST_F(PipedPrompt, TracesProfilesAndCoversAForm) {
+  std::ofstream(directory.path / "two.lsp") << "(DEFUN TWO () 2)\n(TWO)\n";
+  const std::string twice = "(DEFUN TWICE (X) (IF (< X 0) 0 (* 2 X)))\n";
+  std::string said = say(twice + ":trace (TWICE (TWICE 3))\n(TWICE 1)\n:trace two.lsp\n");
+  EXPECT_THAT(said, HasSubstr("result: 12   [17 steps]\n"
+                              "== trace of input 2: 2 calls\n"
+                              "input 2:1:8             1  (TWICE 3) = 6\n"
+                              "input 2:1:1             1  (TWICE 6) = 12\n"
+                              "result: 2   [9 steps]\n"));
+  EXPECT_THAT(said, HasSubstr("two.lsp:2:1             1  (TWO) = 2\n"));
+  said = say(twice + ":profile (TWICE 3)\n");
+  EXPECT_THAT(said, HasSubstr("result: 6   "));
+  EXPECT_THAT(said, HasSubstr("== profile"));
+  EXPECT_THAT(said, HasSubstr("TWICE"));
+  said = say(twice + ":coverage (TWICE 3)\n");
+  EXPECT_THAT(said, HasSubstr("== coverage of input 1: "));
+  EXPECT_THAT(said, HasSubstr("the THEN of IF was never taken\n"));
+  said = say(":trace\n:trace (+ 1 2)\n:coverage (FOO)\n(+ 1 1)\n");
+  EXPECT_THAT(said, HasSubstr("trace what? :trace FORM, or a .lsp file\n"));
+  EXPECT_THAT(said, HasSubstr("== trace: no calls of functions or of the host\n"));
+  EXPECT_THAT(said, HasSubstr("unsupported LISP function: FOO"));
+  EXPECT_THAT(said, testing::EndsWith("result: 2   [3 steps]\n"));
+}
+
+TEST_F(PipedPrompt, ShortensALongListOfCalls) {
+  const std::string loop = "(SETQ N 0)\n(WHILE (< N 30) (SETQ N (1+ N)) (OSNAP '(0 0) \"end\"))\n";
+  const std::string said = say(loop + ":calls\n");
+  EXPECT_THAT(said, HasSubstr("\n  24  (OSNAP "));
+  EXPECT_THAT(said, Not(HasSubstr("\n  25  (OSNAP ")));
+  EXPECT_THAT(said, HasSubstr("\n... and 6 more calls: :calls all shows them\n"));
+  EXPECT_THAT(say(loop + ":calls all\n"), HasSubstr("\n  30  (OSNAP "));
+}
+
 TEST_F(PipedPrompt, ShowsCallsOnlyWhenItIsTold) {
   const std::string draws = "(COMMAND \"POINT\" \"1,1\" \"\")\n";
   EXPECT_THAT(say(draws, "--brief"), Not(HasSubstr("HostCallPending")));
   EXPECT_THAT(say(draws), Not(HasSubstr("HostCallPending")));
-  EXPECT_THAT(say(draws, "--all-calls"), HasSubstr("HostCallPending   call 1: COMMAND with"));
+  EXPECT_THAT(say(draws, "--conversation"), HasSubstr("HostCallPending   call 1: COMMAND with"));
 }
 
 TEST_F(PipedPrompt, WritesAtItsEndWhatTheCommandLineWants) {

@@ -60,7 +60,7 @@ TEST_F(RecordingConsole, ListsTracesProfilesAndCoverageOfProgramsAndLibraries) {
         ";@ load lib.lsp\n(ENTMAKE (LIST '(0 \"CIRCLE\") '(10 (0 0)) '(40 5)))\n"
         "(TWICE 4)\n");
   write("b.lsp", ";@ load lib.lsp\n(TWICE \"x\")\n");
-  run("--brief --trace --profile --coverage --coverage-file out.info a.lsp b.lsp");
+  run("--trace --profile --coverage --coverage-file out.info a.lsp b.lsp");
   EXPECT_EQ(exit_code, 1);
   EXPECT_THAT(output,
               HasSubstr("== trace of a.lsp: 2 calls\n"
@@ -90,7 +90,7 @@ TEST_F(RecordingConsole, RefusesAFileThatCannotBeWrittenBeforeAnythingRuns) {
 
 TEST_F(RecordingConsole, ShowsNoControlCharactersOfPrograms) {
   write("a.lsp", "(DEFUN F (X) X) ; \x1B[2J\n(F \"\x1B[31m\")\n(IF T \"\x1B]0;\" 2)");
-  run("--brief --trace --profile --coverage a.lsp");
+  run("--trace --profile --coverage a.lsp");
   EXPECT_EQ(exit_code, 0);
   EXPECT_THAT(output, Not(HasSubstr("\x1B")));
   EXPECT_THAT(output, HasSubstr("== coverage of a.lsp"));

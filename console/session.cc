@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <optional>
 #include <ostream>
+#include <span>
 #include <utility>
 
 #include "console/display.h"
@@ -16,6 +17,7 @@
 #include "explain/value_text.h"
 #include "lisp_worker/client/answer_text.h"
 #include "lisp_worker/client/names.h"
+#include "lisp_worker/client/number_text.h"
 #include "lisp_worker/client/worker_text.h"
 
 namespace lisp_worker::console {
@@ -84,6 +86,34 @@ std::string whyRefused(WorkerStatus status, std::size_t program_size) {
   return "the program is too long to send: it has " + counted(program_size, "byte") + ", and " +
          std::to_string(worker::kPayloadSizeMax) +
          " are the most; move functions into libraries of their own (--load)";
+}
+
+// "colour 3, off": what makes the layer look other than before; empty when nothing does.
+std::string describeLook(const Layer& before, const Layer& layer) {
+  std::string text;
+  const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+  if (layer.colour != before.colour) add("colour " + std::to_string(layer.colour));
+  if (layer.line_type != before.line_type) add("line type " + layer.line_type);
+  if (layer.line_weight != before.line_weight) {
+    add(layer.line_weight < 0 ? "the usual line weight"
+                              : "line weight " + client::printNumber(layer.line_weight / 100.0));
+  }
+  if (layer.is_visible != before.is_visible) add(layer.is_visible ? "on" : "off");
+  return text;
+}
+
+// "5 more added, 2 more erased"
+std::string countedKinds(std::span<const EntityChange> changes) {
+  std::string text;
+  for (const auto kind :
+       {EntityChange::Kind::Added, EntityChange::Kind::Changed, EntityChange::Kind::Erased}) {
+    const auto count = std::count_if(changes.begin(), changes.end(),
+                                     [kind](const auto& change) { return change.kind == kind; });
+    if (count == 0) continue;
+    text +=
+        (text.empty() ? "" : ", ") + std::to_string(count) + " more " + std::string(nameOf(kind));
+  }
+  return text;
 }
 
 // The caret or the bar below the line of a program.
@@ -263,8 +293,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
   std::size_t call_count = 0;
   std::vector<std::string> picks;
   while (reply && reply->status == WorkerStatus::HostCallPending) {
-    const bool is_shown = ++call_count <= shown_calls_max_;
-    if (is_shown) printResponse(*reply, call_count);
+    printResponse(*reply, ++call_count);
     if (call_count > host_call_count_max_) {
       return cancel(*reply->value, "this program makes more than " +
                                        counted(host_call_count_max_, "host call") +
@@ -299,9 +328,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
                              .note = answer.note,
                              .is_refused = answer.is_refused});
     }
-    if (is_shown) {
-      tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
-    }
+    tell("host", "EvalResume", displayText(answer.text) + "   [" + answer.note + "]");
     if (explainer_ != nullptr) {
       explainer_->answer(reply->value->call_name, answer.text, answer.is_refused ? answer.note : "",
                          answer.refused_argument);
@@ -314,19 +341,20 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
   }
   if (!reply) return ProgramEnd::Broken;
   has_value_ = reply->status == WorkerStatus::Ok;
-  if (call_count > shown_calls_max_) {
-    tell("", "...",
-         "and " + counted(call_count - shown_calls_max_, "more host call") +
-             " (--all-calls shows them)");
-  }
   if (reply->value) {
     printResponse(*reply, call_count);
+  } else if (is_brief_) {
+    out_ << Style::Error << "error: " << whyRefused(reply->status, program.size()) << Style::Plain
+         << "\n";
   } else {
     printLine("worker", client::statusName(reply->status),
               whyRefused(reply->status, program.size()), Style::Error);
   }
   noteResult(*reply, program.size());
   printExplanation(*reply);
+  const std::string call =
+      has_value_ && explainer_ != nullptr ? explainer_->callOfTypedCommand() : "";
+  if (!call.empty()) printLine("hint", "nothing drawn yet", call + " runs what is defined here");
   printPicks(picks);
   for (const ScriptedAnswer& unused : host.unusedAnswers()) {
     printLine("script", "not asked for", unused.call + " " + displayText(unused.text));
@@ -473,8 +501,9 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
   switch (result.eval_status) {
     case EvalStatus::Value:
       style = Style::Value;
-      text = "result: " + displayWorkerText(result.text, results_are_whole_ ? result.text.size() * 2
-                                                                            : kResultSizeMax);
+      text = "result: " + displayWorkerText(result.text, is_whole_ || !is_brief_
+                                                             ? result.text.size() * 2
+                                                             : kResultSizeMax);
       break;
     case EvalStatus::HostCallRequired:
       if (is_brief_) return;
@@ -509,18 +538,33 @@ void Session::printLine(std::string_view speaker, std::string_view what, const s
   out_ << style << line << Style::Plain << "\n";
 }
 
+void Session::printLayerChanges(const Drawing& before) {
+  Drawing untouched = before;  // It gives new layers the look that nobody has asked for.
+  for (const Layer& layer : drawing_.layers()) {
+    const std::string look = describeLook(untouched.layer(layer.name), layer);
+    if (!look.empty()) printLine("drawing", "layer", layer.name + ": " + look, Style::Changed);
+  }
+  if (before.currentLayer() != drawing_.currentLayer()) {
+    printLine("drawing", "current layer", drawing_.currentLayer(), Style::Changed);
+  }
+}
+
 void Session::printChanges(const Drawing& before) {
   const std::vector<EntityChange> changes = compareDrawings(before, drawing_);
   if (reporter_ != nullptr) {
     for (const EntityChange& change : changes) reporter_->reportChange(reported_program_, change);
   }
-  for (std::size_t n = 0; n < changes.size() && n < shown_calls_max_; ++n) {
+  const bool is_cut = changes.size() > kShownChangesMax && is_brief_ && !is_whole_;
+  const std::size_t count = is_cut ? kShownChangesMax : changes.size();
+  for (std::size_t n = 0; n < count; ++n) {
     printLine("drawing", nameOf(changes[n].kind), describeEntity(changes[n].entity),
               styleOf(changes[n].kind));
   }
-  if (changes.size() > shown_calls_max_) {
-    printLine("drawing", "...", "and " + counted(changes.size() - shown_calls_max_, "more change"));
+  if (is_cut) {
+    printLine("drawing", "...",
+              "and " + countedKinds(std::span(changes).subspan(count)) + "   [--all shows them]");
   }
+  printLayerChanges(before);
 }
 
 std::string endWorker(client::WorkerClient& worker, client::WorkerProcess& process) {

@@ -45,14 +45,14 @@ inline constexpr std::size_t kHostCallCountMax = 10000;
 // For the worker's answer to one request: it takes milliseconds, at the very worst some seconds.
 inline constexpr std::chrono::milliseconds kTimeLimit{60000};
 
-// Of the host calls of a program, and of the changes that it makes to the drawing, only this many
-// are shown unless the caller wants more.
-inline constexpr std::size_t kShownCallsMax = 24;
+// Of the changes that a program makes to the drawing only this many are listed, unless everything
+// is shown.
+inline constexpr std::size_t kShownChangesMax = 12;
 
 // Of the drawing at the end only so many entities.
 inline constexpr std::size_t kListedEntitiesMax = 60;
 
-// Of a longer result only this many bytes, unless every host call is shown.
+// Of a longer result only this many bytes, unless everything is shown.
 inline constexpr std::size_t kResultSizeMax = 4000;
 
 // Of a longer program only this many lines are printed, comments not counted.
@@ -128,12 +128,11 @@ class Session {
 
   // Without the conversation, only what a program comes to and what becomes of the drawing.
   void setBrief(bool is_brief) { is_brief_ = is_brief; }
+  // Also when the session is brief, all changes are listed and results are printed whole. In a
+  // conversation they always are.
+  void setWhole(bool is_whole) { is_whole_ = is_whole; }
   // Each program's name is printed before what it comes to, also when the session is brief.
   void setNames(bool shows_names) { shows_names_ = shows_names; }
-  // Results are printed whole, however long.
-  void setWholeResults(bool are_whole) { results_are_whole_ = are_whole; }
-  // Of the host calls of a program only this many are shown, and the last.
-  void setShownCallsMax(std::size_t count) { shown_calls_max_ = count; }
 
   // Runs a program on the drawing that it brings with it, or on what there is, after its libraries.
   ProgramEnd run(const Program& program);
@@ -148,7 +147,8 @@ class Session {
   // Prints what all programs have left in the drawing.
   void printDrawing(std::string_view heading = "the drawing at the end");
 
-  // Prints what makes the drawing differ from `before`, an earlier state of it.
+  // Prints what makes the drawing differ from `before`, an earlier state of it: entities, the looks
+  // of layers and the current one.
   void printChanges(const Drawing& before);
 
   [[nodiscard]] const Drawing& drawing() const { return drawing_; }
@@ -156,6 +156,7 @@ class Session {
   [[nodiscard]] const Drawing& drawingBefore() const { return before_; }
 
  private:
+  void printLayerChanges(const Drawing& before);
   bool addScriptedEntities(const Script& script);
   bool registerContext(const Script& script, std::size_t at_call);
   ProgramEnd converse(std::string_view program, const Script& script);
@@ -172,7 +173,7 @@ class Session {
   ProgramEnd judge(const client::Reply<client::EvalResult>& reply, const Script& script);
   ProgramEnd judgeDrawing(ProgramEnd end, const Script& script);
 
-  // Prints unless the session is brief, or the call is one of too many.
+  // Prints unless the session is brief.
   void tell(std::string_view speaker, std::string_view what, const std::string& text);
   void printExplanation(const client::Reply<client::EvalResult>& reply);
   void printProgram(std::string_view program);
@@ -201,10 +202,9 @@ class Session {
   bool is_strict_ = false;
   bool is_brief_ = false;
   bool shows_names_ = false;
-  bool results_are_whole_ = false;
+  bool is_whole_ = false;
   std::size_t host_call_count_max_ = kHostCallCountMax;
   std::size_t refused_count_ = 0;
-  std::size_t shown_calls_max_ = kShownCallsMax;
 };
 
 // Ends the conversation with a worker and waits for its process. Why it has not ended well;

@@ -109,7 +109,7 @@ test("shows errors and warnings with the console's own texts", () => {
 `;
   return withPage(program, {}, async (page, watch) => {
     await waitForStatus(page, "failed");
-    const run = spawnSync(process.env.LISP_CONSOLE_PATH, ["--brief", "--keep", "a.lsp"],
+    const run = spawnSync(process.env.LISP_CONSOLE_PATH, ["--keep", "a.lsp"],
                           {cwd: watch.directory, encoding: "utf8"});
     const check = spawnSync(process.env.LISP_CONSOLE_PATH, ["check", "a.lsp"],
                             {cwd: watch.directory, encoding: "utf8"});
