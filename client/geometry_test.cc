@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace lisp_worker::client {
 namespace {
@@ -23,6 +27,17 @@ TEST(EncodeGeometryRequest, HasRoomForSevenOperands) {
   const std::string payload = encodeGeometryRequest(GeometryOperation::Sum, operands);
   EXPECT_EQ(worker::getF64(payload.data() + 56), 7);
   EXPECT_EQ(encodeGeometryRequest(GeometryOperation::Sum, {}).size(), 64u);
+}
+
+// The worker refuses these counts, as worker/geometry_requests_test.cc shows.
+TEST(EncodeGeometryRequest, SendsTheFirstOperandsOfTooManyWithTheirCount) {
+  for (const std::size_t count : {8U, 9U, 255U, 256U, 263U, 1000U}) {
+    const std::vector<double> operands(count, 1.5);
+    const std::string payload = encodeGeometryRequest(GeometryOperation::Sum, operands);
+    ASSERT_EQ(payload.size(), 64u) << count;
+    EXPECT_EQ(worker::getU8(payload.data() + 1), std::min<std::size_t>(count, 255)) << count;
+    EXPECT_EQ(worker::getF64(payload.data() + 56), 1.5) << count;
+  }
 }
 
 TEST(DecodeGeometryResult, TakesXAndY) {

@@ -20,7 +20,8 @@ struct GeometryResult {
   friend bool operator==(const GeometryResult&, const GeometryResult&) = default;
 };
 
-// The payload of a request. At most worker::kGeometryOperandCountMax operands.
+// The payload of a request. Of more than worker::kGeometryOperandCountMax operands the first are
+// sent, with a count for which the worker refuses the request (WorkerStatus::InvalidRequest).
 [[nodiscard]] std::string encodeGeometryRequest(GeometryOperation operation,
                                                 std::span<const double> operands);
 
