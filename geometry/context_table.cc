@@ -2,6 +2,9 @@
 
 #include "geometry/context_table.h"
 
+#include <algorithm>
+#include <cassert>
+
 namespace geometry {
 
 bool ContextTable::register_context(const CoordContext& context) {
@@ -10,6 +13,7 @@ bool ContextTable::register_context(const CoordContext& context) {
   for (std::optional<CoordContext>& slot : slots_) {
     if (!slot.has_value() || slot->id == context.id) {
       slot = context;
+      assert(is_consistent());
       return true;
     }
   }
@@ -22,6 +26,13 @@ const CoordContext* ContextTable::find_context(std::uint64_t id) const {
     if (slot->id == id) return &*slot;
   }
   return nullptr;
+}
+
+bool ContextTable::is_consistent() const {
+  // The search ends at the first free slot and finds the first slot with an id.
+  return std::all_of(slots_.begin(), slots_.end(), [this](const auto& slot) {
+    return !slot.has_value() || find_context(slot->id) == &*slot;
+  });
 }
 
 }  // namespace geometry

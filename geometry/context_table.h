@@ -31,7 +31,9 @@ class ContextTable {
   [[nodiscard]] const CoordContext* find_context(std::uint64_t id) const;
 
  private:
-  // Slots in use come first.
+  // For assertions: slots in use come first, and no two have the same id.
+  [[nodiscard]] bool is_consistent() const;
+
   std::array<std::optional<CoordContext>, kSlotCount> slots_;
 };
 

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "geometry/elementary_functions.h"
+#include "lisp/arithmetic.h"
 
 namespace geometry {
 namespace {
@@ -45,7 +46,7 @@ GeometryResult product(std::span<const double> operands) {
 GeometryResult quotient(std::span<const double> operands) {
   double rest = operands[0];
   for (const double divisor : operands.subspan(1)) {
-    if (std::abs(divisor) <= kZeroDivisorMax) return failure(GeometryOutcome::Degenerate);
+    if (lisp::isRefusedDivisor(divisor)) return failure(GeometryOutcome::Degenerate);
     rest /= divisor;
   }
   return computed(rest);

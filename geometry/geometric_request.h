@@ -11,16 +11,14 @@ namespace geometry {
 
 inline constexpr std::size_t kOperandCountMax = 7;
 
-// A quotient stops at a divisor of at most this absolute value.
-inline constexpr double kZeroDivisorMax = 1e-300;
-
 // The operands that each operation takes and what it makes of them; x unless y is named. In the
-// order of the protocol's codes; worker/geometry_request.cc checks that it is.
+// order of the protocol's codes; worker/geometry_requests.cc checks that it is.
 enum class GeometryOperation : std::uint8_t {
   Sum = 1,     // At least 1: added left to right, from 0.
   Difference,  // At least 1: the first minus each other in turn.
   Product,     // At least 1: multiplied left to right, from 1.
-  Quotient,    // At least 2: the first divided by each other in turn.
+  Quotient,    // At least 2: the first divided by each other in turn, up to one that is refused
+               // (lisp::isRefusedDivisor).
   Distance,    // 4, two points: the length between them.
   Angle,       // 4, two points: the direction from the first to the second, in radians from
                // -pi to pi; 0 when they are one.

@@ -157,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(UnknownOperations, GeometricRequests,
                                          ResultRow{255, {1, 2, 3, 4}, kUnknownOperation, 0, 0},
                                          ResultRow{0, {}, kUnknownOperation, 0, 0}));
 
-TEST(GeometryRequest, TurnsAPolarPointCounterclockwise) {
+TEST(ComputeGeometricRequest, TurnsAPolarPointCounterclockwise) {
   const GeometryResult quarter = compute_geometric_request(request_of(7, {1, 2, kPi / 2, 10}));
   EXPECT_EQ(quarter.outcome, kComputed);
   EXPECT_DOUBLE_EQ(quarter.x, 1);
@@ -168,7 +168,7 @@ TEST(GeometryRequest, TurnsAPolarPointCounterclockwise) {
   EXPECT_DOUBLE_EQ(sixth.y, 7);
 }
 
-TEST(GeometryRequest, RoundsTheProductsOfAPolarPointBeforeAdding) {
+TEST(ComputeGeometricRequest, RoundsTheProductsOfAPolarPointBeforeAdding) {
   const double x_step = 3 * cosine(1.0);
   const double y_step = 3 * sine(1.0);
   const GeometryResult result = compute_geometric_request(request_of(7, {-x_step, -y_step, 1, 3}));
@@ -177,7 +177,7 @@ TEST(GeometryRequest, RoundsTheProductsOfAPolarPointBeforeAdding) {
   EXPECT_EQ(result.y, 0);
 }
 
-TEST(GeometryRequest, SendsAnOverflowOfYAlone) {
+TEST(ComputeGeometricRequest, SendsAnOverflowOfYAlone) {
   const GeometryResult result =
       compute_geometric_request(request_of(7, {0, kLargest, kPi / 2, kLargest}));
   EXPECT_EQ(result.outcome, kDegenerate);
@@ -185,14 +185,14 @@ TEST(GeometryRequest, SendsAnOverflowOfYAlone) {
   EXPECT_EQ(result.y, kInfinity);
 }
 
-TEST(GeometryRequest, SendsANan) {
+TEST(ComputeGeometricRequest, SendsANan) {
   const GeometryResult result = compute_geometric_request(request_of(3, {1e200, 1e200, 0}));
   EXPECT_EQ(result.outcome, kDegenerate);
   EXPECT_TRUE(std::isnan(result.x));
   EXPECT_EQ(result.y, 0);
 }
 
-TEST(GeometryRequest, RefusesMoreThanSevenOperands) {
+TEST(ComputeGeometricRequest, RefusesMoreThanSevenOperands) {
   GeometryRequest request = request_of(1, {1, 1, 1, 1, 1, 1, 1});
   EXPECT_EQ(compute_geometric_request(request).outcome, kComputed);
   for (const int count : {8, 9, 255}) {
@@ -201,7 +201,7 @@ TEST(GeometryRequest, RefusesMoreThanSevenOperands) {
   }
 }
 
-TEST(GeometryRequest, RefusesANonFiniteOperandAmongThoseMeant) {
+TEST(ComputeGeometricRequest, RefusesANonFiniteOperandAmongThoseMeant) {
   for (const double bad : {kInfinity, -kInfinity, kNan, -kNan}) {
     for (std::size_t position = 0; position < kOperandCountMax; ++position) {
       GeometryRequest request = request_of(1, {1, 1, 1, 1, 1, 1, 1});
@@ -219,7 +219,7 @@ TEST(GeometryRequest, RefusesANonFiniteOperandAmongThoseMeant) {
 
 // Of several faults the first check decides: count above 7, a non-finite operand, the operation,
 // the count that the operation needs.
-TEST(GeometryRequest, ChecksInItsOrder) {
+TEST(ComputeGeometricRequest, ChecksInItsOrder) {
   GeometryRequest unknown_and_too_many = request_of(99, {1});
   unknown_and_too_many.count = 8;
   EXPECT_EQ(compute_geometric_request(unknown_and_too_many).outcome, kBadOperands);

@@ -311,7 +311,7 @@ TEST(CellPlaneToSystem, NeedsNoInverseOfTheCellPlaneAndNoCellSize) {
 // Arithmetic as written: every product rounds before it is added, sums go from left to right, an
 // inverse multiplies by the reciprocal of the determinant, z is divided.
 
-TEST(Arithmetic, RoundsProductsBeforeAdding) {
+TEST(TransformArithmetic, RoundsProductsBeforeAdding) {
   CoordContext context = identity_context();
   const double one_and_a_bit = 1 + 0x1p-30;
   context.systems[0].plane = {.origin_x = -(1 + 0x1p-29), .a = one_and_a_bit, .d = 1};
@@ -320,13 +320,13 @@ TEST(Arithmetic, RoundsProductsBeforeAdding) {
   expect_point(to_world(context, {one_and_a_bit, 0, one_and_a_bit}, 0), {0, 0, 0});
 }
 
-TEST(Arithmetic, AddsFromLeftToRight) {
+TEST(TransformArithmetic, AddsFromLeftToRight) {
   CoordContext context = identity_context();
   context.systems[0].plane = {.origin_x = 1e16, .origin_y = 1e16, .a = 1, .b = 1, .c = 1, .d = 1};
   expect_point(to_world(context, {1, 1, 0}, 0), {1e16, 1e16, 0});
 }
 
-TEST(Arithmetic, RoundsTheProductsOfADeterminant) {
+TEST(TransformArithmetic, RoundsTheProductsOfADeterminant) {
   // a*d is 1 + 2^-26 + 2^-54 exactly, and 1 + 2^-26 when rounded, which c*b is as well.
   CoordContext context = identity_context();
   context.systems[0].plane = {.a = 1 + 0x1p-27, .b = 1 + 0x1p-26, .c = 1, .d = 1 + 0x1p-27};
