@@ -119,7 +119,7 @@ const char* const kEntityList = "((0 \"CIRCLE\") (8 \"WALLS\") (10 (12.5 -3.75 0
 void readText(benchmark::State& state, const char* unit) {
   const std::string text = repeated(unit, kTextSize);
   std::string error;
-  for (auto _ : state) benchmark::DoNotOptimize(lisp::readForms(text, error));
+  for (auto _ : state) benchmark::DoNotOptimize(lisp::readForms(text, &error));
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 BENCHMARK_CAPTURE(readText, entities, kEntityList);

@@ -17,6 +17,7 @@
 #include "explain/reference.h"
 #include "explain/value_text.h"
 #include "geometry/builtins.h"
+#include "lisp/reader.h"
 
 namespace explain {
 namespace {
@@ -211,10 +212,10 @@ FailureCause causeOf(const Failure& failure) {
 }
 
 std::string adviceForReading(std::string_view message) {
-  if (message == "unterminated list") return "close it with )";
-  if (message == "unterminated string") return "end it with a double quote";
-  if (message == "unexpected ')'") return "take it out, or open a list before it";
-  if (message == "unexpected end of input") return "take the apostrophe out, or quote something";
+  if (message == lisp::kUnterminatedListMessage) return "close it with )";
+  if (message == lisp::kUnterminatedStringMessage) return "end it with a double quote";
+  if (message == lisp::kUnexpectedCloseMessage) return "take it out, or open a list before it";
+  if (message == lisp::kUnexpectedEndMessage) return "take the apostrophe out, or quote something";
   return "build the value step by step with LIST and CONS";
 }
 

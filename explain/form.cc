@@ -55,10 +55,11 @@ class FaultFinder {
   [[nodiscard]] ReadFault find(const std::string& message, std::size_t at) const {
     ReadFault fault = describe(message, at);
     fault.message = message;
-    fault.is_unfinished = message == "unterminated list" || message == "unterminated string" ||
-                          message == "unexpected end of input";
+    fault.is_unfinished = message == lisp::kUnterminatedListMessage ||
+                          message == lisp::kUnterminatedStringMessage ||
+                          message == lisp::kUnexpectedEndMessage;
     const std::size_t innermost = open_lists_.empty() ? fault.begin : open_lists_.back();
-    fault.open_at = message == "unterminated string" ? at : innermost;
+    fault.open_at = message == lisp::kUnterminatedStringMessage ? at : innermost;
     return fault;
   }
 
@@ -117,15 +118,15 @@ class FaultFinder {
   }
 
   [[nodiscard]] ReadFault describe(const std::string& message, std::size_t at) const {
-    if (message == "unterminated string") {
+    if (message == lisp::kUnterminatedStringMessage) {
       return wholeString(first_long_string_.value_or(at),
                          first_long_string_ ? "this string goes on over the end of its line"
                                             : "this string has no end");
     }
-    if (message == "unexpected end of input") {
+    if (message == lisp::kUnexpectedEndMessage) {
       return atByte(last_quote_, "nothing follows this apostrophe");
     }
-    if (message == "parser nesting limit exceeded") {
+    if (message == lisp::kTooDeepMessage) {
       return atByte(at, "more than 512 lists and apostrophes stand around this");
     }
     // A text over several lines is mostly one whose closing quote is missing, and then the
@@ -135,7 +136,8 @@ class FaultFinder {
           *first_long_string_,
           "this text goes on over the end of its line: its closing quote may be missing");
     }
-    if (message == "unexpected ')'") return atByte(at, "every list before it is closed already");
+    if (message == lisp::kUnexpectedCloseMessage)
+      return atByte(at, "every list before it is closed already");
     if (!suspect_) return atByte(open_lists_.front(), "the text ends before this list does");
     return atByte(suspect_->opener, "this list should end before line " +
                                         std::to_string(suspect_->line) +

@@ -95,7 +95,7 @@ void build(std::uint8_t operation, lisp_worker::fuzz::Input& input, std::vector<
       Twin& first = stack.back();
       list.literal.elements.insert(list.literal.elements.begin(), first.literal);
       first.literal = std::move(list.literal);
-      first.value = LispValue::adopt(lisp::prepend(first.value.release(), list.value.release()));
+      first.value = LispValue::adopt(lisp::prepend(first.value.take(), list.value.take()));
       return;
     }
     default:  // A copy of a value below, or the rest of the list on top.

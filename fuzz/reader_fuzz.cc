@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text = lisp_worker::fuzz::Input(data, size).rest();
   std::string error;
   std::string literal_error;
-  const std::optional<LispValue> program = lisp::readForms(text, error);
+  const std::optional<LispValue> program = lisp::readForms(text, &error);
   const std::optional<std::vector<LiteralValue>> literal_forms =
       lisp_worker::testing_support::literalParseAll(text, &literal_error);
   lisp_worker::fuzz::requireEqual(error, literal_error, "both readers find the same fault");

@@ -38,7 +38,7 @@ EvalOutcome run_program(Interpreter& interpreter, StoredProgram& program,
   interpreter.start(limits);
   if (!program.forms) {
     std::string error;
-    program.forms = lisp::readForms(program.text, error);
+    program.forms = lisp::readForms(program.text, &error);
     if (!program.forms) {
       return make_error_outcome(interpreter, OutcomeKind::ReadError, std::move(error));
     }

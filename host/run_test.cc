@@ -41,21 +41,21 @@ TEST(MakeErrorOutcome, HoldsKindMessageAndStepsAndNothingElse) {
               AllOf(isEvalError(""), took(1)));
 }
 
-TEST(RunProgram, WithoutFormsIsNil) {
+TEST(ProgramRun, WithoutFormsIsNil) {
   for (const char* const program :
        {"", " ", "\x1A", "; comment", "\n\t\v\f\r ;a\n ;b \x1A (\n\x1A\x1A;c"}) {
     EXPECT_THAT(evaluate(program), AllOf(isValue("nil"), took(0))) << program;
   }
 }
 
-TEST(RunProgram, YieldsTheLastForm) {
+TEST(ProgramRun, YieldsTheLastForm) {
   EXPECT_THAT(evaluate("1 2 3"), AllOf(isValue("3"), took(3)));
   EXPECT_THAT(evaluate("(SETQ A 1)(SETQ B (1+ A))\x1A (LIST A B) ; end"), isValue("(1 2)"));
   EXPECT_THAT(evaluate("'(1 2)"), isValue("(1 2)"));
   EXPECT_THAT(evaluate("1 nil"), isValue("nil"));
 }
 
-TEST(RunProgram, ReadsEveryFormBeforeItEvaluatesAny) {
+TEST(ProgramRun, ReadsEveryFormBeforeItEvaluatesAny) {
   for (const auto& [program, message] :
        {std::pair{"(GETPOINT) (", "unterminated list"}, std::pair{"(FOO) )", "unexpected ')'"},
         std::pair{"(WHILE T) \"", "unterminated string"},
@@ -66,19 +66,19 @@ TEST(RunProgram, ReadsEveryFormBeforeItEvaluatesAny) {
               isReadError("parser nesting limit exceeded"));
 }
 
-TEST(RunProgram, StopsAtTheFirstFormThatFails) {
+TEST(ProgramRun, StopsAtTheFirstFormThatFails) {
   EXPECT_THAT(evaluate("1 (/ 1 0) (FOO)"), AllOf(isEvalError("division by zero"), took(4)));
   EXPECT_THAT(evaluate("1 (GETPOINT) (FOO)"), AllOf(requiresHostCall("GETPOINT", "()"), took(2)));
   EXPECT_THAT(evaluate("1 2 3", {2, 128}), AllOf(isStepLimit(), took(3)));
 }
 
-TEST(RunProgram, EvaluatesTopLevelFormsAtDepthZero) {
+TEST(ProgramRun, EvaluatesTopLevelFormsAtDepthZero) {
   EXPECT_THAT(evaluate("1 (LIST 2)", {10, 1}), isValue("(2)"));
   EXPECT_THAT(evaluate("1 (LIST (LIST 2))", {10, 1}),
               isEvalError("LISP evaluation depth exceeded"));
 }
 
-TEST(RunProgram, ResetsCountsEachTime) {
+TEST(ProgramRun, ResetsCountsEachTime) {
   lisp::installBuiltins(lisp::coreBuiltins());
   const lisp::Environment environment;
   StoredProgram program{"(+ 1 2)", {}};
@@ -90,7 +90,7 @@ TEST(RunProgram, ResetsCountsEachTime) {
   EXPECT_EQ(lisp::asList(program.forms.value())->size(), 1u);
 }
 
-TEST(RunProgram, ThatCannotBeReadStaysUnread) {
+TEST(ProgramRun, ThatCannotBeReadStaysUnread) {
   const lisp::Environment environment;
   StoredProgram program{"1 (", {}};
   for (int i = 0; i < 2; ++i) {
@@ -101,7 +101,7 @@ TEST(RunProgram, ThatCannotBeReadStaysUnread) {
   }
 }
 
-TEST(RunProgram, MustUseEveryAnswer) {
+TEST(ProgramRun, MustUseEveryAnswer) {
   EXPECT_THAT(Replay("").answered("GETPOINT", "1").run(),
               AllOf(isEvalError(kUnusedAnswers), took(0)));
   EXPECT_THAT(Replay("; nothing").answered("GETPOINT", "1").run(), isEvalError(kUnusedAnswers));
@@ -117,7 +117,7 @@ TEST(RunProgram, MustUseEveryAnswer) {
   EXPECT_THAT(Replay("(").answered("GETPOINT", "1").run(), isReadError("unterminated list"));
 }
 
-TEST(RunProgram, MakesNoHostCallInABranchNotTaken) {
+TEST(ProgramRun, MakesNoHostCallInABranchNotTaken) {
   EXPECT_THAT(evaluate("(IF nil (GETPOINT) 1)"), isValue("1"));
   EXPECT_THAT(Replay("(IF nil (GETPOINT) 1)").answered("GETPOINT", "2").run(),
               isEvalError(kUnusedAnswers));

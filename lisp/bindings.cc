@@ -54,9 +54,8 @@ void Bindings::assignSlowly(Symbol& symbol, RawValue value) {
   }
 }
 
-// Assigns while arguments are evaluated, takes over the hold on `value`, and notes what the binding
-// was, once for each call that is being prepared: the binding's history tells what any of them has
-// copied.
+// Assigns while arguments are evaluated; takes over the hold on `value`. Logs the old value, at
+// most once per call in preparation. From the log each such call can find what it copied.
 void Bindings::logAssignment(Symbol& symbol, RawValue value) {
   const bool is_logged = symbol.owner == frame_ && symbol.history != 0 &&
                          log_[symbol.history - 1].snapshot >= pending_snapshot_;

@@ -12,11 +12,10 @@
 //
 // As G assigns X, the records and the trail are:
 //
-//   record   value  owner                 trail   name  value  owner   saved by
-//   X        9      2                     0       X     1      0       the call of F: X is a
-//   parameter Y        nil    1                     1       Y     -      0       the call of F: Y
-//   is a local Z        3      0                     2       X     5      1       the assignment in
-//   G
+//   record  value  owner       trail  name  value  owner  saved by
+//   X       9      2           0      X     1      0      the call of F: X is a parameter
+//   Y       nil    1           1      Y     -      0      the call of F: Y is a local
+//   Z       3      0           2      X     5      1      the assignment in G
 //
 // Z has no binding in any call, so the assignment in F is to the global. As G returns, the trail is
 // unwound to 2 and X is 5 again; as F returns, it is unwound to 0, and X is 1 and Y is unbound.

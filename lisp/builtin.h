@@ -26,8 +26,8 @@ class Interpreter;
 class [[nodiscard]] Result {
  public:
   // Take over the hold.
-  Result(const RawValue& value) : raw_(value) {}        // NOLINT(google-explicit-constructor)
-  Result(LispValue&& value) : raw_(value.release()) {}  // NOLINT(google-explicit-constructor)
+  Result(const RawValue& value) : raw_(value) {}     // NOLINT(google-explicit-constructor)
+  Result(LispValue&& value) : raw_(value.take()) {}  // NOLINT(google-explicit-constructor)
   [[nodiscard]] static Result failure() { return {RawValue::of(Tag::Failed)}; }
 
   Result(const Result&) = delete;
@@ -36,24 +36,34 @@ class [[nodiscard]] Result {
   Result(Result&&) = default;
   Result& operator=(Result&&) = default;
 #else
-  Result(Result&& other) noexcept : raw_(other.take()) {}
+  Result(Result&& other) noexcept : raw_(other.moveOut()) {}
   Result& operator=(Result&& other) noexcept {
     assert(!isCounted(raw_));
-    raw_ = other.take();
+    raw_ = other.moveOut();
     return *this;
   }
   ~Result() { assert(!isCounted(raw_)); }
 #endif
 
   [[nodiscard]] bool failed() const { return raw_.tag() == Tag::Failed; }
+  // True for a value of this kind. A failure is of none: where this holds, failed() does not.
+  [[nodiscard]] bool is(Tag kind) const {
+    assert(kind <= Tag::List);
+    return raw_.tag() == kind;
+  }
   // A look at the value, which stays with the Result.
   [[nodiscard]] const RawValue& raw() const { return raw_; }
-  // Hands the hold to the caller and leaves nil.
-  [[nodiscard]] RawValue take() { return std::exchange(raw_, RawValue()); }
-  // Gives the hold up and leaves nil.
+  // Hands the hold to the caller and leaves nil. Not of a failure, which is to be passed on.
+  [[nodiscard]] RawValue take() {
+    assert(!failed());
+    return moveOut();
+  }
+  // Gives the hold up and leaves nil. Not of a failure.
   void drop() { release(take()); }
 
  private:
+  [[nodiscard]] RawValue moveOut() { return std::exchange(raw_, RawValue()); }
+
   RawValue raw_;
 };
 

@@ -62,7 +62,7 @@ LeafNode& leafOf(EnvironmentNode& node) {
 std::size_t sizeOf(bool leaf) { return leaf ? sizeof(LeafNode) : sizeof(InnerNode); }
 
 EnvironmentNode* makeNode(bool leaf) {
-  decomposeEnvironments(2);
+  takeEnvironmentsApart(2);
   void* const block = storage::allocate(sizeOf(leaf));
   if (leaf) return new (block) LeafNode;
   return new (block) InnerNode;
@@ -180,7 +180,7 @@ void Environment::set(Symbol& symbol, const Binding& binding) {
 
 // Each unit is a node: sixteen entries or children are released, and children that nobody else
 // holds join the chain.
-void decomposeEnvironments(std::size_t nodes) {
+void takeEnvironmentsApart(std::size_t nodes) {
   for (; nodes > 0 && dead_nodes != nullptr; --nodes) {
     EnvironmentNode* const node = dead_nodes;
     dead_nodes = node->next_dead;

@@ -42,13 +42,13 @@ class Environment {
   void set(Symbol& symbol, const Binding& binding);
 
  private:
-  EnvironmentNode* root_ = nullptr;
-  std::uint32_t height_ = 0;  // Levels of nodes above the leaves.
+  EnvironmentNode* root_ = nullptr;  // Holds it; null when no name has a binding.
+  std::uint32_t height_ = 0;         // Levels of nodes above the leaves.
 };
 
 // The graveyard's part for nodes (lisp/graveyard.h): takes apart at most `nodes` nodes that no
 // version needs any more. Setting a binding takes apart more nodes than it makes.
-void decomposeEnvironments(std::size_t nodes);
+void takeEnvironmentsApart(std::size_t nodes);
 
 }  // namespace lisp
 

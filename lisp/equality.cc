@@ -33,7 +33,7 @@ constinit std::size_t comparisons_left = kComparisonsMax;
 // A pair of lists of `length` elements whose last `known` elements are known to be equal, or will
 // be when the rest of the comparison succeeds.
 struct Pair {
-  const Chunk* a;
+  const Chunk* a;  // Borrowed from the values that are compared.
   const Chunk* b;
   std::uint32_t length;
   std::uint32_t known;
@@ -41,7 +41,7 @@ struct Pair {
 
 // An edge as it was before it was overwritten; holds the former peer.
 struct FormerEdge {
-  EqualityNode* node;
+  EqualityNode* node;  // Borrowed from its chunk.
   EqualityNode* peer;
   std::uint32_t level;
 };
@@ -50,7 +50,7 @@ struct FormerEdge {
 std::uint64_t priority_state = drawHashPoint();
 
 // SplitMix64's sequence from a secret start: unique priorities, as good as random.
-std::uint64_t drawPriority() {
+std::uint64_t nextPriority() {
   priority_state += 0x9e3779b97f4a7c15;
   std::uint64_t z = priority_state;
   z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
@@ -61,17 +61,17 @@ std::uint64_t drawPriority() {
 // The chunk's node, or null.
 EqualityNode* findNode(const Chunk& chunk) { return chunk.hasNode() ? chunk.node : nullptr; }
 
-// One pair in so many is tied though nothing else leads to it.
-constexpr std::uint64_t kLotSize = 64;
+// One pair in so many is tied though nothing else leads to its chunks.
+constexpr std::uint64_t kUnsharedPairs = 64;
 
-// Whether this pair is one of them. By lot, so that nobody can build values around it.
-bool isDrawn() { return drawPriority() % kLotSize == 0; }
+// True once in kUnsharedPairs times, at random, so that nobody can build values around it.
+bool isChosenToTie() { return nextPriority() % kUnsharedPairs == 0; }
 
 // The chunk's node, made if need be: knowledge about the elements, which stay as they are.
 EqualityNode& nodeOf(const Chunk& chunk) {
   if (EqualityNode* const node = findNode(chunk)) return *node;
   auto* const node = new (storage::allocate(sizeof(EqualityNode))) EqualityNode;
-  node->priority = drawPriority();
+  node->priority = nextPriority();
   assert(chunk.hasDigest());
   node->front_hash = chunk.front;
   const_cast<Chunk&>(chunk).node = node;
@@ -88,11 +88,11 @@ void releaseNode(EqualityNode* node) {
 }
 
 // The number of last elements in which the chunks are known to be equal.
-std::uint32_t knownLevel(const Chunk& run_a, const Chunk& run_b) {
-  const EqualityNode* a = findNode(run_a);
-  const EqualityNode* b = findNode(run_b);
+std::uint32_t knownLevel(const Chunk& chunk_a, const Chunk& chunk_b) {
+  const EqualityNode* a = findNode(chunk_a);
+  const EqualityNode* b = findNode(chunk_b);
   if (a == nullptr || b == nullptr) return 0;
-  std::uint32_t level = std::min(run_a.fullLength(), run_b.fullLength());
+  std::uint32_t level = std::min(chunk_a.fullLength(), chunk_b.fullLength());
   while (a != b) {
     countWork();
     if (a->priority > b->priority) std::swap(a, b);
@@ -111,9 +111,9 @@ const EqualityNode* climb(const EqualityNode* node, std::uint32_t level) {
 // Elements that a comparison may visit whatever others have visited before.
 constexpr std::size_t kElementsOfItsOwn = 32;
 
-// One comparison: the pairs still to be walked and the edges drawn on the way. Edges are drawn
-// before their pairs have been walked, so that a pair met again is not walked again; when the
-// comparison fails or is given up, every edge is taken back.
+// One comparison: the pairs still to be walked and the edges inserted on the way. Edges are
+// inserted before their pairs have been walked, so that a pair met again is not walked again; when
+// the comparison fails or is given up, every edge is taken back.
 class Comparison {
  public:
   ~Comparison() {
@@ -139,31 +139,31 @@ class Comparison {
 
  private:
   // Notes that two lists must be equal. Returns false when that is known already.
-  bool meet(const Chunk& a, const Chunk& b, std::uint32_t length) {
+  [[nodiscard]] bool meet(const Chunk& a, const Chunk& b, std::uint32_t length) {
     std::uint32_t known = 0;
     if (!tie(a, b, length, known)) return false;
     pairs_.push_back({&a, &b, length, known});
     return true;
   }
 
-  // Ties two chunks that something else may lead to again, and a few that nothing leads to yet: a
-  // program that takes two values apart and compares what is left at every step walks only as far
-  // as the next of those. Returns false when the chunks are known to be equal up to `length`;
-  // otherwise raises `known` to how far they are.
-  bool tie(const Chunk& a, const Chunk& b, std::uint32_t length, std::uint32_t& known) {
+  // Ties shared chunks always, unshared ones with chance 1 in kUnsharedPairs, so that repeated
+  // comparisons of ever shorter lists soon meet a tied pair. Returns false when the chunks are
+  // known to be equal up to `length`; otherwise raises `known` to how far they are.
+  [[nodiscard]] bool tie(const Chunk& a, const Chunk& b, std::uint32_t length,
+                         std::uint32_t& known) {
     if (&a == &b) return false;
     const bool is_shared = a.references != 1 || b.references != 1 || findNode(a) != nullptr;
-    if (!is_shared && !isDrawn()) return true;
+    if (!is_shared && !isChosenToTie()) return true;
     known = std::max(known, knownLevel(a, b));
     if (known >= length) return false;
-    draw(&nodeOf(a), &nodeOf(b), length);
+    insertEdge(&nodeOf(a), &nodeOf(b), length);
     return true;
   }
 
-  // Draws an edge of `level` between two nodes. It takes its place where the levels on both ways up
-  // fall below `level`; an edge that it displaces joins the same two trees at its own, lower level,
-  // and is drawn anew from there.
-  void draw(EqualityNode* a, EqualityNode* b, std::uint32_t level) {
+  // Joins two nodes by an edge of `level`. Climbs from both while the edges there have at least
+  // this level, and puts the new edge where they end. If another edge was there, inserts that one
+  // again, higher up: it has a lower level and still joins the same two trees.
+  void insertEdge(EqualityNode* a, EqualityNode* b, std::uint32_t level) {
     while (true) {
       a = const_cast<EqualityNode*>(climb(a, level));
       b = const_cast<EqualityNode*>(climb(b, level));
@@ -236,15 +236,15 @@ enum class Verdict : std::uint8_t { Equal, Different, Unclear };
 
 Verdict compareShort(const RawValue& a, const RawValue& b) {
   if (a.length() > kShortLength) return Verdict::Unclear;
-  const Chunk* run_a = &chunkOf(a);
-  const Chunk* run_b = &chunkOf(b);
+  const Chunk* chunk_a = &chunkOf(a);
+  const Chunk* chunk_b = &chunkOf(b);
   Verdict verdict = Verdict::Equal;
   for (std::uint32_t remaining = a.length(); remaining > 0; --remaining) {
     countWork();
-    if (remaining <= run_a->tailLength()) run_a = linkOf(*run_a).tail;
-    if (remaining <= run_b->tailLength()) run_b = linkOf(*run_b).tail;
-    const RawValue& x = run_a->own(remaining).raw();
-    const RawValue& y = run_b->own(remaining).raw();
+    if (remaining <= chunk_a->tailLength()) chunk_a = linkOf(*chunk_a).tail;
+    if (remaining <= chunk_b->tailLength()) chunk_b = linkOf(*chunk_b).tail;
+    const RawValue& x = chunk_a->own(remaining).raw();
+    const RawValue& y = chunk_b->own(remaining).raw();
     if (x.tag() != y.tag()) return Verdict::Different;
     if (x.tag() == Tag::Number) {
       if (x.number != y.number) return Verdict::Different;

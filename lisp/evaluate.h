@@ -49,7 +49,7 @@ extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 
 // The truth of a result, which it releases.
 [[nodiscard]] inline Truth toTruth(Result result) {
-  if (result.raw().tag() == Tag::Nil) return Truth::No;
+  if (result.is(Tag::Nil)) return Truth::No;
   if (result.failed()) return Truth::Failed;
   result.drop();
   return Truth::Yes;
@@ -114,6 +114,7 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
     retain(*value);
     return *value;
   }
+  // By contract a value that is of no kind fails like a form. Only a defect of ours makes one.
   if (raw.tag() > Tag::List) [[unlikely]]
     return interpreter.fail("invalid list");
   retain(raw);
@@ -157,7 +158,7 @@ Result evaluateSymbolSlowly(Interpreter& interpreter, Symbol& symbol);
                                                             const Chunk& items,
                                                             std::uint32_t depth) {
   const LispValue* item = items.slots();
-  for (std::uint32_t count = items.full_length - 1; count > 0; --count) {
+  for (std::uint32_t count = items.flatLength() - 1; count > 0; --count) {
     Result value = evaluateForm(interpreter, *++item, depth);
     if (value.failed()) [[unlikely]]
       return false;

@@ -89,7 +89,7 @@ namespace {
   const Symbol& name = nameOf(items);
   const BuiltinCall call{name.bytes(),
                          {arguments, interpreter.arguments().size() - first_argument},
-                         {items.slots(), items.full_length},
+                         {items.slots(), items.flatLength()},
                          depth};
   assert(name.builtin->function != nullptr);
   return name.builtin->function(interpreter, call);
@@ -139,7 +139,7 @@ const RawValue& valueAtHand(const LispValue& form) {
 // Lends the items after the first, variables and literals, to the interpreter's arguments. False at
 // the first variable that has no value at hand.
 [[gnu::always_inline]] inline bool lendArguments(Interpreter& interpreter, const Chunk& items) {
-  for (std::uint32_t i = 1; i < items.full_length; ++i) {
+  for (std::uint32_t i = 1; i < items.flatLength(); ++i) {
     const RawValue& value = valueAtHand(items.slots()[i]);
     if (value.tag() > Tag::List) [[unlikely]]
       return false;
@@ -154,7 +154,7 @@ Result callBuiltinAtHand(Interpreter& interpreter, Chunk& items, std::uint32_t d
   if (!is_builtin || !interpreter.bindings().areAllAtHand()) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
   const std::size_t first_argument = interpreter.arguments().size();
-  if (!lendArguments(interpreter, items) || !interpreter.countSteps(items.full_length, depth))
+  if (!lendArguments(interpreter, items) || !interpreter.countSteps(items.flatLength(), depth))
       [[unlikely]] {
     interpreter.arguments().truncate(first_argument);
     return evaluateByName(interpreter, items, depth);
@@ -228,7 +228,7 @@ inline Outcome applyNumeric(double a, double b) {
   }
 }
 
-// True when applyUnary may be called.
+// True when applyUnary may be called; not for a failure, which is of none of these kinds.
 template <Operation operation>
 bool isApplicable(const RawValue& argument) {
   if (operation == Operation::Length) return argument.tag() == Tag::List;
@@ -267,15 +267,16 @@ template <Operand kind>
   return interpreter.bindings().areAllAtHand() ? &symbolOf(form.raw()).value : nullptr;
 }
 
-// The first operand is evaluated, or has failed. The second is of any kind.
+// The first operand is evaluated, or has failed. The second is of any kind; if it fails, it is no
+// number, and callBuiltinOfPair passes the failure on.
 template <Operation operation>
 [[gnu::noinline]] Result finishNumeric(Interpreter& interpreter, const Chunk& items,
                                        std::uint32_t depth, Result a) {
   if (a.failed()) [[unlikely]]
     return a;
   Result b = evaluateItem(interpreter, items.slots()[2], depth);
-  if (a.raw().tag() == Tag::Number && b.raw().tag() == Tag::Number &&
-      isApplicable<operation>(b.raw().number)) [[likely]] {
+  if (a.is(Tag::Number) && b.is(Tag::Number) && isApplicable<operation>(b.raw().number))
+      [[likely]] {
     return applyNumeric<operation, Result>(a.raw().number, b.raw().number);
   }
   return callBuiltinOfPair(interpreter, items, depth, std::move(a), std::move(b));
@@ -315,7 +316,7 @@ Outcome callNumericOfSecond(Interpreter& interpreter, Chunk& items, std::uint32_
         [[likely]] {
       const double a = peeked->number;
       Result b = evaluateList(interpreter, items.slots()[2], depth);
-      if (b.raw().tag() == Tag::Number && isApplicable<operation>(b.raw().number)) [[likely]]
+      if (b.is(Tag::Number) && isApplicable<operation>(b.raw().number)) [[likely]]
         return applyNumeric<operation, Outcome>(a, b.raw().number);
       return outcome<Outcome>(
           callBuiltinOfPair(interpreter, items, depth, RawValue::ofNumber(a), std::move(b)));
@@ -332,13 +333,13 @@ Outcome callNumericOfFirst(Interpreter& interpreter, Chunk& items, std::uint32_t
   Result a = evaluateList(interpreter, items.slots()[1], depth);
   if constexpr (second != Operand::Form) {
     const RawValue* const b = operandAtHand<second>(interpreter, items.slots()[2]);
-    if (a.raw().tag() == Tag::Number && b != nullptr && b->tag() == Tag::Number &&
+    if (a.is(Tag::Number) && b != nullptr && b->tag() == Tag::Number &&
         isApplicable<operation>(b->number) && interpreter.countSteps(1, depth)) [[likely]] {
       return applyNumeric<operation, Outcome>(a.raw().number, b->number);
     }
-  } else if (a.raw().tag() == Tag::Number) [[likely]] {
+  } else if (a.is(Tag::Number)) [[likely]] {
     Result b = evaluateList(interpreter, items.slots()[2], depth);
-    if (b.raw().tag() == Tag::Number && isApplicable<operation>(b.raw().number)) [[likely]]
+    if (b.is(Tag::Number) && isApplicable<operation>(b.raw().number)) [[likely]]
       return applyNumeric<operation, Outcome>(a.raw().number, b.raw().number);
     return outcome<Outcome>(
         callBuiltinOfPair(interpreter, items, depth, std::move(a), std::move(b)));
@@ -349,7 +350,7 @@ Outcome callNumericOfFirst(Interpreter& interpreter, Chunk& items, std::uint32_t
 // Arithmetic and comparison of whatever there is.
 template <Operation operation>
 Result callNumericOfAny(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
+  if (items.flatLength() != 3) return callBuiltin(interpreter, items, depth);
   return finishNumeric<operation>(interpreter, items, depth,
                                   evaluateItem(interpreter, items.slots()[1], depth));
 }
@@ -392,7 +393,7 @@ Result callUnary(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
 // The same of any operand.
 template <Operation operation>
 Result callUnaryOfAny(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  if (items.full_length != 2) [[unlikely]]
+  if (items.flatLength() != 2) [[unlikely]]
     return callBuiltin(interpreter, items, depth);
   Result argument = evaluateItem(interpreter, items.slots()[1], depth);
   if (!isApplicable<operation>(argument.raw())) [[unlikely]]
@@ -403,7 +404,7 @@ Result callUnaryOfAny(Interpreter& interpreter, Chunk& items, std::uint32_t dept
 }
 
 Result callCons(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  if (items.full_length != 3) return callBuiltin(interpreter, items, depth);
+  if (items.flatLength() != 3) return callBuiltin(interpreter, items, depth);
   Result first = evaluateForm(interpreter, items.slots()[1], depth);
   if (first.failed()) return first;
   Result rest = evaluateForm(interpreter, items.slots()[2], depth);
@@ -451,22 +452,22 @@ Truth testByValue(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
 
 // Counts the step of the list for evaluators that leave it to others.
 template <Evaluator evaluate>
-Result counted(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
+Result afterStep(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (!interpreter.countSteps(1, depth - 1)) return interpreter.failLimits();
   return evaluate(interpreter, items, depth);
 }
 template <Test test>
-Truth countedTest(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
+Truth testAfterStep(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (!interpreter.countSteps(1, depth - 1)) return toTruth(interpreter.failLimits());
   return test(interpreter, items, depth);
 }
 
 // The same as long as the name of the list means `operation`. Special forms keep their names.
 template <Operation operation, Evaluator evaluate>
-Result guarded(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
+Result ifStillMeant(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   if (operationOf(items) != operation) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
-  return counted<evaluate>(interpreter, items, depth);
+  return afterStep<evaluate>(interpreter, items, depth);
 }
 
 template <FormShape index>
@@ -474,41 +475,41 @@ constexpr FormEvaluator ofOperation() {
   constexpr auto operation = static_cast<Operation>(index);
   switch (operation) {
     case Operation::Quote:
-      return {counted<evaluateQuote>, testByValue};
+      return {afterStep<evaluateQuote>, testByValue};
     case Operation::Setq:
-      return {counted<evaluateSetq<false>>, testByValue};
+      return {afterStep<evaluateSetq<false>>, testByValue};
     case Operation::If:
-      return {counted<evaluateIf>, testByValue};
+      return {afterStep<evaluateIf>, testByValue};
     case Operation::Progn:
-      return {counted<evaluateProgn>, testByValue};
+      return {afterStep<evaluateProgn>, testByValue};
     case Operation::While:
-      return {counted<evaluateWhile>, testByValue};
+      return {afterStep<evaluateWhile>, testByValue};
     case Operation::Defun:
-      return {counted<evaluateDefun>, testByValue};
+      return {afterStep<evaluateDefun>, testByValue};
     case Operation::And:
-      return {counted<evaluateAnd>, countedTest<testAnd>};
+      return {afterStep<evaluateAnd>, testAfterStep<testAnd>};
     case Operation::Or:
-      return {counted<evaluateOr>, countedTest<testOr>};
+      return {afterStep<evaluateOr>, testAfterStep<testOr>};
     case Operation::Not:
     case Operation::Null:
-      return {counted<evaluateNot>, countedTest<testNot>};
+      return {afterStep<evaluateNot>, testAfterStep<testNot>};
     case Operation::UserFunction:
-      return {guarded<operation, callFunction<false>>, testByValue};
+      return {ifStillMeant<operation, callFunction<false>>, testByValue};
     case Operation::Cons:
-      return {guarded<operation, callCons>, testByValue};
+      return {ifStillMeant<operation, callCons>, testByValue};
     case Operation::List:
-      return {guarded<operation, callList>, testByValue};
+      return {ifStillMeant<operation, callList>, testByValue};
     case Operation::Builtin:
-      return {guarded<operation, callBuiltin>, testByValue};
+      return {ifStillMeant<operation, callBuiltin>, testByValue};
     case Operation::FormBuiltin:
-      return {guarded<operation, callFormBuiltin>, testByValue};
+      return {ifStillMeant<operation, callFormBuiltin>, testByValue};
     case Operation::Unknown:
-      return {guarded<operation, callUnknown>, testByValue};
+      return {ifStillMeant<operation, callUnknown>, testByValue};
     default:
       if constexpr (isNumeric(operation)) {
-        return {guarded<operation, callNumericOfAny<operation>>, testByValue};
+        return {ifStillMeant<operation, callNumericOfAny<operation>>, testByValue};
       } else if constexpr (isUnary(operation)) {
-        return {guarded<operation, callUnaryOfAny<operation>>, testByValue};
+        return {ifStillMeant<operation, callUnaryOfAny<operation>>, testByValue};
       }
   }
 }
@@ -549,7 +550,7 @@ constexpr FormEvaluator ofShape() {
     case kUnseenShape:
       return {evaluateFirst, testByValue};
     case kEmptyListShape:
-      return {counted<evaluateEmptyList>, testByValue};
+      return {afterStep<evaluateEmptyList>, testByValue};
     case kSeenShape:
       return {evaluateSecond, testByValue};
     case kCarChainShape:

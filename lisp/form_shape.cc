@@ -30,7 +30,7 @@ bool isChain(const LispValue& form) {
   const LispValue* operand = &form;
   for (int links = 0; links < kLinksMax && operandOf(*operand) == Operand::Form; ++links) {
     const Chunk& link = chunkOf(operand->raw());
-    if (link.full_length != 2 || link.slots()[0].raw().tag() != Tag::Symbol ||
+    if (link.flatLength() != 2 || link.slots()[0].raw().tag() != Tag::Symbol ||
         operationOf(link) != Operation::Cdr) {
       return false;
     }
@@ -49,7 +49,7 @@ FormShape shapeOfUnary(Operation operation, const LispValue& operand) {
 
 // True when all arguments are variables and literals.
 bool hasAllAtHand(const Chunk& items) {
-  return std::none_of(items.slots() + 1, items.slots() + items.full_length,
+  return std::none_of(items.slots() + 1, items.slots() + items.flatLength(),
                       [](const LispValue& form) { return form.raw().tag() == Tag::List; });
 }
 
@@ -65,7 +65,7 @@ bool mayAssign(const LispValue& form, std::uint32_t& budget) {
     if (symbolOf(first).operation == Operation::Setq) return true;
     if (symbolOf(first).operation == Operation::Quote) return false;
   }
-  for (std::uint32_t i = 1; i < items.full_length; ++i) {
+  for (std::uint32_t i = 1; i < items.flatLength(); ++i) {
     if (budget == 0) return true;
     --budget;
     if (mayAssign(items.slots()[i], budget)) return true;
@@ -78,29 +78,29 @@ bool mayAssign(const Chunk& items) {
   constexpr std::uint32_t kFormsMax = 64;
   std::uint32_t budget = kFormsMax;
   const LispValue* const item = items.slots();
-  return std::any_of(item + 1, item + items.full_length,
+  return std::any_of(item + 1, item + items.flatLength(),
                      [&](const LispValue& argument) { return mayAssign(argument, budget); });
 }
 
 }  // namespace
 
 FormShape shapeOf(const Chunk& items) {
-  countWork(items.full_length);
+  countWork(items.flatLength());
   const Operation operation = operationOf(items);
   if (!kHasSpecialShapes) return shapeOfOperation(operation);
   const LispValue* const item = items.slots();
-  if (isNumeric(operation) && items.full_length == 3) {
+  if (isNumeric(operation) && items.flatLength() == 3) {
     const std::optional<Operand> first = operandOf(item[1]);
     const std::optional<Operand> second = operandOf(item[2]);
     if (first && second) return shapeOfNumeric(operation, *first, *second);
   }
-  if (isUnary(operation) && items.full_length == 2) return shapeOfUnary(operation, item[1]);
+  if (isUnary(operation) && items.flatLength() == 2) return shapeOfUnary(operation, item[1]);
   if (operation == Operation::Builtin && hasAllAtHand(items)) return kBuiltinAtHandShape;
-  if (operation == Operation::Cons && items.full_length == 3 && hasAllAtHand(items)) {
+  if (operation == Operation::Cons && items.flatLength() == 3 && hasAllAtHand(items)) {
     return kConsAtHandShape;
   }
   if (operation == Operation::UserFunction && !mayAssign(items)) return kPlainCallShape;
-  if (operation == Operation::Setq && items.full_length == 3 &&
+  if (operation == Operation::Setq && items.flatLength() == 3 &&
       item[1].raw().tag() == Tag::Symbol) {
     return kSetSymbolShape;
   }

@@ -20,17 +20,17 @@ constexpr std::size_t kSlabsPerRequest = 32;
 }  // namespace
 
 void tidyUp() {
-  decomposeEnvironments(kNodesPerRequest);
-  decomposeFunctions(kLocalsPerRequest);
-  decomposeChunks(kElementsPerRequest);
+  takeEnvironmentsApart(kNodesPerRequest);
+  takeFunctionsApart(kLocalsPerRequest);
+  takeChunksApart(kElementsPerRequest);
   storage::giveBack(kSlabsPerRequest);
   renewHaste();
   renewComparisons();
 }
 
 void takeApart(std::size_t count) {
-  decomposeFunctions(count);
-  decomposeChunks(count);
+  takeFunctionsApart(count);
+  takeChunksApart(count);
 }
 
 bool hasDeadValues() { return hasDeadChunks() || hasDeadFunctions(); }
@@ -38,7 +38,7 @@ bool hasDeadValues() { return hasDeadChunks() || hasDeadFunctions(); }
 // Environments hold functions, functions hold lists and lists hold nothing else.
 void takeAllApart() {
   constexpr std::size_t kAll = std::size_t{1} << 40;
-  decomposeEnvironments(kAll);
+  takeEnvironmentsApart(kAll);
   while (hasDeadValues()) takeApart(kAll);
 }
 

@@ -82,10 +82,19 @@ Result Interpreter::failLimits() {
   return fail("LISP evaluation depth exceeded");
 }
 
+// The message is made as the failure is taken (hostCallOutcome).
 Result Interpreter::requireHostCall(HostCall call) {
   failure_host_call_ = std::move(call);
-  return failWith(OutcomeKind::HostCallRequired,
-                  "CAD host call required: ", failure_host_call_->name);
+  return failWith(OutcomeKind::HostCallRequired, {});
+}
+
+EvalOutcome Interpreter::hostCallOutcome(HostCall call) const {
+  EvalOutcome outcome;
+  outcome.kind = OutcomeKind::HostCallRequired;
+  outcome.message = "CAD host call required: " + call.name;
+  outcome.host_call = std::move(call);
+  outcome.steps = stepsUsed();
+  return outcome;
 }
 
 bool Interpreter::awaitAnswer(const HostCall& call) {
@@ -96,9 +105,10 @@ bool Interpreter::awaitAnswer(const HostCall& call) {
 
 EvalOutcome Interpreter::takeFailure() {
   assert(failure_kind_ != OutcomeKind::Value);
+  const OutcomeKind kind = std::exchange(failure_kind_, OutcomeKind::Value);
+  if (kind == OutcomeKind::HostCallRequired) return hostCallOutcome(*std::move(failure_host_call_));
   EvalOutcome outcome;
-  outcome.kind = std::exchange(failure_kind_, OutcomeKind::Value);
-  outcome.host_call = std::exchange(failure_host_call_, std::nullopt);
+  outcome.kind = kind;
   outcome.message = std::move(failure_message_);
   outcome.steps = stepsUsed();
   return outcome;
@@ -121,7 +131,7 @@ UserFunction* Interpreter::makeFunction(Chunk& items) {
   const LispValue& names = items.slots()[2];
   countWork(names.raw().length());
   if (!areSymbols(*asList(names))) return nullptr;
-  function = new UserFunction(LispValue::share(RawValue::ofList(items, items.full_length)));
+  function = new UserFunction(LispValue::share(RawValue::ofList(items, items.flatLength())));
   if (names.raw().length() >= kKeptParametersMin) {
     definitions_.emplace(&items, function);
     retainFunction(function);

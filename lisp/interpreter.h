@@ -91,6 +91,9 @@ class Interpreter {
   [[gnu::cold]] Result fail(std::string_view message, std::string_view name = {});  // EvalError
   Result requireHostCall(HostCall call);
 
+  // The outcome of a run that has stopped at `call`, as it is now.
+  [[nodiscard]] EvalOutcome hostCallOutcome(HostCall call) const;
+
   // The parked failure as the outcome of the run. Call once, after a Result that failed.
   [[nodiscard]] EvalOutcome takeFailure();
 

@@ -72,6 +72,22 @@ TEST(Evaluate, RefusesATagThatIsNoKind) {
   EXPECT_THAT(interpreter.takeFailure(), isEvalError("invalid list"));
 }
 
+// A function with few parameters is made anew; one with sixteen names or more is kept for its form.
+TEST(Definitions, WithManyNamesAreMadeOnce) {
+  for (const int count : {15, 16, 17}) {
+    std::string text = "(DEFUN F (";
+    for (int i = 0; i < count; ++i) text += " P" + std::to_string(i);
+    const LispValue form = read(text + ") 1)");
+    const Environment environment;
+    Interpreter interpreter(environment, nullptr, nullptr);
+    UserFunction* const first = interpreter.makeFunction(chunkOf(form.raw()));
+    UserFunction* const second = interpreter.makeFunction(chunkOf(form.raw()));
+    EXPECT_EQ(first == second, count >= 16) << count;
+    releaseFunction(first);
+    releaseFunction(second);
+  }
+}
+
 TEST(Variables, AreFoundLocallyFirstThenGlobally) {
   EXPECT_THAT(evaluate("(SETQ A 1) A"), isValue("1"));
   EXPECT_THAT(evaluate("(SETQ A 1) (DEFUN F (A) A) (LIST (F 2) A)"), isValue("(2 1)"));

@@ -1,16 +1,16 @@
 // How names are bound only when they are touched.
 //
 // A call that declares many locals, or whose arguments have assigned many of its caller's
-// variables, binds none of these names as it begins. It is noted in late_calls_ instead. Before a
-// name is read or assigned whose binding belongs to a call outside the innermost of these, bindLate
-// looks whether one of them would have bound it, and does so. An example, where F declares twenty
-// locals A to T and G is called by F:
+// variables, binds none of these names as it begins. It is noted in late_calls_ instead. Later a
+// name is touched. If such a call lies inside the call that owns the name's binding, bindLate asks
+// whether the inner one would have bound the name; if so, it binds the name now, in the call in
+// progress. An example, where F declares twenty locals A to T and calls G:
 //
-//   (DEFUN G () (SETQ C 1))     C is touched in G (call 2); its binding in force is global (owner
-//   0).
+//   (DEFUN G () (SETQ C 1))
 //
-// F (call 1) binds late and 0 < 1, so F's table of locals is asked for C. It is there: C is bound
-// to nil in G's call, and then assigned. F itself never binds it unless it touches it.
+// C is touched in G (call 2), and its binding in force is global (owner 0). F (call 1) binds late
+// and 0 < 1, so F's table of locals is asked for C. It is there: C is bound to nil in G's call, and
+// then assigned. F itself never binds it unless it touches it.
 
 #include <algorithm>
 #include <cassert>
@@ -59,15 +59,14 @@ void Bindings::leaveLate() {
   late_frame_ = late_calls_.empty() ? 0 : late_calls_.back().frame;
 }
 
-// Binds `symbol` in the call in progress when a call that binds late, inside the one that owns the
-// binding in force, would have bound it: to nil when it is one of its locals; to what it was when
-// arguments have changed it since the copy was taken that the callee of the owner works on. All
-// calls further inside have copied that one's binding.
-//
-// When there is nothing to bind, the name's record notes it: for this run, the owner, and the
-// latest call that binds late. That holds for all calls in progress that were entered by then,
-// since no call can change what one outside it has bound. So of calls inside each other each is
-// looked at once for a name, however often the name is touched.
+// Let O be the call that owns the binding of `symbol` in force, and P the call that O has made.
+//   1. If a call inside O binds late and declares the name, binds it to nil.
+//   2. Otherwise, if P binds late and its arguments have changed the name after P's copy of O's
+//      variables was taken, binds it to what it was in that copy. The calls inside P copied that.
+//   3. Otherwise there is nothing to bind. The name's record notes it: for this run, for O, and up
+//      to the latest call that binds late. That stays true for the calls entered by then, since no
+//      call can change what one outside it has bound. So for one name each call is looked at once,
+//      however often the name is touched.
 void Bindings::bindLate(Symbol& symbol) {
   const std::uint64_t state = lateStateOf(symbol);
   std::uint32_t entry_seen = 0;
@@ -105,8 +104,8 @@ std::uint64_t Bindings::lateStateOf(const Symbol& symbol) const {
   return (late_run_ << kOwnerBits | symbol.owner) << kEntryBits | late_entries_;
 }
 
-// Whether a call in progress that binds late, from the one at place `first` on, has `symbol` among
-// its locals. Asks the name for its tables or the calls for their names, whichever are fewer.
+// True when a call in progress that binds late, from the one at place `first` on, has `symbol`
+// among its locals. Asks the name for its tables or the calls for their names, whichever are fewer.
 bool Bindings::isDeclaredSince(const Symbol& symbol, std::size_t first) const {
   const LocalDeclaration* declaration = symbol.declarations;
   for (std::size_t i = first; i < late_calls_.size() && declaration != nullptr; ++i) {

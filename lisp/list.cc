@@ -57,24 +57,24 @@ constexpr std::size_t linkedSize(std::size_t capacity) {
 }
 
 // Takes apart what an allocation of so many elements is to take.
-void decomposeFor(std::uint32_t capacity) {
+void takeApartFor(std::uint32_t capacity) {
   if (dead_chunks == nullptr) return;
   const std::size_t units = std::size_t{capacity} + 1;
   const std::size_t more = std::min(14 * units, haste_left);
   haste_left -= more;
-  decomposeChunks(2 * units + more);
+  takeChunksApart(2 * units + more);
 }
 
 Chunk* allocateFlat(std::uint32_t capacity) {
-  decomposeFor(capacity);
+  takeApartFor(capacity);
   auto* const chunk = new (storage::allocate(flatSize(capacity))) Chunk;
-  chunk->full_length = capacity;
+  chunk->full_length_and_flag = capacity;
   ++chunk_count;
   return chunk;
 }
 
 Chunk* allocateLinked(std::uint32_t capacity) {
-  decomposeFor(capacity);
+  takeApartFor(capacity);
   auto* const link = new (storage::allocate(linkedSize(capacity))) ChunkLink;
   ++chunk_count;
   return new (link + 1) Chunk;
@@ -100,11 +100,12 @@ constexpr std::uint32_t kLeafLengthMax = 16;
 
 // True when the chunk is a flat one of atoms, such as a point.
 bool isLeaf(const Chunk& chunk) {
-  if (chunk.full_length > kLeafLengthMax) return false;  // So is a linked one.
+  if (chunk.full_length_and_flag > kLeafLengthMax) return false;  // Too long, or linked.
   // The whole chunk: it holds the elements before those in view, too.
-  return std::none_of(chunk.slots(), chunk.slots() + chunk.full_length, [](const LispValue& value) {
-    return value.raw().tag() == Tag::List && value.raw().length() != 0;
-  });
+  return std::none_of(chunk.slots(), chunk.slots() + chunk.flatLength(),
+                      [](const LispValue& value) {
+                        return value.raw().tag() == Tag::List && value.raw().length() != 0;
+                      });
 }
 
 // True when `element` leads to no chunk but perhaps a leaf.
@@ -158,7 +159,7 @@ RawValue prependChunk(RawValue element, RawValue list, bool may_share) {
   Chunk& tail = chunkOf(list);
   const std::uint32_t capacity = may_share ? capacityOnto(tail, list.length()) : 1;
   Chunk& chunk = *allocateLinked(capacity);
-  chunk.full_length = (list.length() + capacity) | Chunk::kLinked;
+  chunk.full_length_and_flag = (list.length() + capacity) | Chunk::kLinked;
   linkOf(chunk).tail_length = list.length();
   linkOf(chunk).is_continued = false;
   linkTo(chunk, tail);
@@ -192,7 +193,7 @@ RawValue makeLiteral(const RawValue* elements, std::size_t count) {
   chunk->setShape(kUnseenShape);
   auto* const slots = reinterpret_cast<RawValue*>(chunk->slots());
   for (std::size_t i = 0; i < count; ++i) copyWords(slots[i], elements[i]);
-  return RawValue::ofList(*chunk, chunk->full_length);
+  return RawValue::ofList(*chunk, chunk->flatLength());
 }
 
 RawValue makeList(const RawValue* elements, std::size_t count) {
@@ -249,7 +250,7 @@ void bury(Chunk& chunk) {
 
 // A few elements of a chunk at once, so that the memory of the lists among them is fetched
 // together, and then those of them that nobody holds, while they are in the cache.
-void decomposeChunks(std::size_t units) {
+void takeChunksApart(std::size_t units) {
   if (dead_chunks == nullptr) return;  // Before registers are saved.
   while (units > 0 && dead_chunks != nullptr) {
     Chunk& chunk = *dead_chunks;

@@ -6,7 +6,7 @@
 // same element for every list that shares it.
 //
 // A chunk holds the elements with full length >= remaining > tail length; the element with r
-// remaining stands at slot full length - r. A flat chunk (from the reader or LIST) has no tail. A
+// remaining is in slot full length - r. A flat chunk (from the reader or LIST) has no tail. A
 // linked chunk (from CONS) continues in its tail chunk at the tail length. So CDR only lowers k,
 // moving on to the tail where it begins, and CONS either claims the free slot in front of its
 // argument's first element or makes a chunk of one element and a few free slots. Only atoms and
@@ -39,12 +39,14 @@ inline constexpr FormShape kUnseenShape = 0;
 inline constexpr FormShape kEmptyListShape = 1;
 
 // The head of a chunk; `capacity()` slots follow it, and then hashes: for every slot in use, that
-// of the list that begins there (lisp/list_hash.h), but for slot 0, which has its hash in the head,
-// and for the last slot of a flat chunk, whose hash is soon made. Slots in use are initialised.
+// of the list that begins there (lisp/list_hash.h). Two slots have none there: slot 0 has its hash
+// in the head, and the last slot of a flat chunk stores none, since making it takes one step. Slots
+// in use are initialised.
 //
-// Hashes are the chunk's digest. A list of atoms and what the reader makes have none until it is
-// asked for, or until the run that made them has ended and they stay: of most of these neither
-// comes. What a chunk leads to has a digest if it has one.
+// Hashes are the chunk's digest. Lists of atoms and lists from the reader get theirs when they are
+// first compared, or as the run ends that made them, if a variable or a function keeps them. Most
+// are neither compared nor kept, so they never get one. All chunks that a chunk with a digest leads
+// to have a digest, too.
 //
 // In the graveyard a chunk has no references, and the number of them is that of the slots that no
 // longer hold their element.
@@ -53,14 +55,17 @@ struct Chunk : Counted {
   static constexpr std::uint64_t kSearched = 0x80000000;
   static constexpr std::uint32_t kFormNumberMax = (1U << 29) - 1;
 
-  // What remains from slot 0 on, of a flat chunk: lists of 2^31 elements would take 32 GiB. A
-  // linked chunk has kLinked besides.
-  std::uint32_t full_length = 0;
-  // The hash of slot 0, which is odd; or the chunk's node (lisp/equality.h), which the chunk holds
-  // and which has that hash; or, without a digest and for the empty list, the shape in the upper
-  // half, and in the lower a bit that no node's address has, and above it the number of an observed
-  // form and kSearched; or, in the graveyard, the next chunk. The compilers that build this let one
-  // member be read as another.
+  // The full length, and in a linked chunk the flag kLinked besides. The flag never meets the
+  // length: a list of 2^31 elements would take 32 GiB.
+  std::uint32_t full_length_and_flag = 0;
+  // One of four:
+  //   - with a digest: the hash of slot 0, which is odd;
+  //   - with a digest, once it was compared: the address of the chunk's node (lisp/equality.h),
+  //     lowest bits 00. The chunk holds the node, and the node has the hash;
+  //   - without a digest, and for the empty list: lowest bits 10, above them the number of an
+  //     observed form, then kSearched, and the shape in the upper half;
+  //   - in the graveyard: the next chunk.
+  // The compilers that build this let one member be read as another.
   union {
     std::uint64_t front = 1;
     EqualityNode* node;
@@ -93,9 +98,14 @@ struct Chunk : Counted {
     front |= kSearched;
   }
 
-  [[nodiscard]] bool isLinked() const { return (full_length & kLinked) != 0; }
+  [[nodiscard]] bool isLinked() const { return (full_length_and_flag & kLinked) != 0; }
   // What remains from slot 0 on.
-  [[nodiscard]] std::uint32_t fullLength() const { return full_length & ~kLinked; }
+  [[nodiscard]] std::uint32_t fullLength() const { return full_length_and_flag & ~kLinked; }
+  // The same of a flat chunk, as all forms are: its number of slots.
+  [[nodiscard]] std::uint32_t flatLength() const {
+    assert(!isLinked());
+    return full_length_and_flag;
+  }
   // Elements of the list that follow in the tail; 0 when flat.
   [[nodiscard]] std::uint32_t tailLength() const;
   [[nodiscard]] std::uint32_t capacity() const { return fullLength() - tailLength(); }
@@ -152,7 +162,7 @@ inline std::uint32_t Chunk::tailLength() const {
 
 inline bool Chunk::isInUse(std::uint32_t remaining) const {
   return remaining > tailLength() &&
-         remaining <= (isLinked() ? linkOf(*this).front_length : full_length);
+         remaining <= (isLinked() ? linkOf(*this).front_length : full_length_and_flag);
 }
 
 // The chunk that holds the element with `remaining` of a list that begins in `chunk`, found in
@@ -191,7 +201,7 @@ inline bool Chunk::isInUse(std::uint32_t remaining) const {
 // Puts a chunk that nobody holds into the graveyard.
 void bury(Chunk& chunk);
 // Takes at most `units` elements and heads of dead chunks apart.
-void decomposeChunks(std::size_t units);
+void takeChunksApart(std::size_t units);
 [[nodiscard]] bool hasDeadChunks();
 // The elements that allocations may yet take apart in haste, in this request; kHasteMax as it
 // begins.
@@ -199,7 +209,7 @@ inline constexpr std::size_t kHasteMax = 1'000'000;
 [[nodiscard]] std::size_t hasteLeft();
 void renewHaste(std::size_t count = kHasteMax);
 
-// Runs alive or in the graveyard; tests watch it for growth.
+// Chunks alive or in the graveyard; tests watch them for growth.
 [[nodiscard]] std::size_t chunkCount();
 
 }  // namespace lisp

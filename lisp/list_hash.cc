@@ -14,18 +14,18 @@ namespace {
 // there is none.
 bool isReady(const Chunk& chunk, PlainStack<Chunk*>& waiting) {
   const std::size_t waiting_count = waiting.size();
-  for (std::uint32_t i = 0; i < chunk.full_length; ++i) {
+  for (std::uint32_t i = 0; i < chunk.flatLength(); ++i) {
     const RawValue& element = chunk.slots()[i].raw();
     if (lacksDigest(element)) waiting.push(&chunkOf(element));
   }
-  countWork(chunk.full_length);
+  countWork(chunk.flatLength());
   return waiting.size() == waiting_count;
 }
 
 // Makes the digest of a flat chunk from those of its elements.
 void digestReady(Chunk& chunk) {
   const HashKey& key = hashKey();
-  const std::uint32_t count = chunk.full_length;
+  const std::uint32_t count = chunk.flatLength();
   std::uint64_t hash = key.seed;
   for (std::uint32_t i = count; i-- > 0;) {
     const RawValue& element = chunk.slots()[i].raw();

@@ -102,8 +102,9 @@ inline void ensureDigest(const RawValue& value) {
 inline std::uint64_t hashAt(const Chunk& chunk, std::uint32_t slot) {
   assert(chunk.hasDigest() && chunk.isInUse(chunk.fullLength() - slot));
   if (slot == 0) return frontHash(chunk);
-  if (slot + 1 == chunk.full_length) {  // Of a flat chunk.
-    // Not a list with elements, or restOf would have made a chunk of it: nothing is asked further.
+  if (slot + 1 == chunk.full_length_and_flag) {  // Of a flat chunk.
+    // The last element is never a list with elements here (restOf makes a chunk of such a tail), so
+    // this call does not recurse.
     return extendHash(emptyListHash(), chunk.slots()[slot].raw());
   }
   return chunk.hashes()[slot - 1];

@@ -35,8 +35,7 @@ TEST(ListHash, TellsElementsOfDifferentKindsApart) {
 TEST(ListHash, IsThatOfEveryEqualList) {
   EXPECT_EQ(hashOfListOf(number(-0.0)), hashOfListOf(number(0.0)));
   const LispValue tail = list({number(2), string("B")});
-  const LispValue joined =
-      LispValue::adopt(prepend(number(1).release(), LispValue(tail).release()));
+  const LispValue joined = LispValue::adopt(prepend(number(1).take(), LispValue(tail).take()));
   EXPECT_EQ(listHash(joined.raw()), listHash(list({number(1), number(2), string("B")}).raw()));
 }
 
@@ -66,7 +65,7 @@ TEST(Digest, IsMadeOnceOfWhatManyListsShare) {
   // Each level holds the one before twice: 2^40 ways lead to the innermost.
   LispValue value = list({number(1)});
   for (int level = 0; level < 40; ++level) {
-    const std::vector<RawValue> elements = {LispValue(value).release(), LispValue(value).release()};
+    const std::vector<RawValue> elements = {LispValue(value).take(), LispValue(value).take()};
     value = LispValue::adopt(makeLiteral(elements.data(), elements.size()));
   }
   EXPECT_NE(listHash(value.raw()), listHash(list({number(1)}).raw()));

@@ -31,7 +31,7 @@ bool holdsNan(const LispValue& value) { return listHoldsNan(value.raw()); }
 TEST(MakeList, TakesTheElementsOver) {
   takeAllApart();
   const std::size_t text_count = textCount();
-  std::vector<RawValue> elements = {number(1).release(), string("over").release()};
+  std::vector<RawValue> elements = {number(1).take(), string("over").take()};
   {
     const LispValue value = LispValue::adopt(makeList(elements.data(), elements.size()));
     EXPECT_EQ(textOf(value), "(1 \"over\")");
@@ -151,11 +151,11 @@ TEST(Decompose, TakesAsManyUnitsAsItIsGiven) {
   const std::size_t chunks = chunkCount();
   { const LispValue value = list(std::vector<LispValue>(100, nil())); }
   EXPECT_EQ(chunkCount(), chunks + 1);
-  decomposeChunks(100);  // 100 elements and the head are 101 units.
+  takeChunksApart(100);  // 100 elements and the head are 101 units.
   EXPECT_EQ(chunkCount(), chunks + 1);
-  decomposeChunks(2);
+  takeChunksApart(2);
   EXPECT_EQ(chunkCount(), chunks);
-  decomposeChunks(1000);
+  takeChunksApart(1000);
   EXPECT_EQ(chunkCount(), chunks);
 }
 
@@ -241,6 +241,26 @@ void expectSame(const Modelled& modelled, Random& random) {
   ASSERT_EQ(index, 0u);
 }
 
+// The same list with some elements put in front or taken from there; sometimes as a flat one.
+Modelled changed(Modelled made, int number_in_front, Random& random) {
+  const std::size_t repeats = random.chance(1, 4) ? random.below(40) : 1;
+  const bool grow = random.chance(5, 9);
+  for (std::size_t i = 0; i < repeats; ++i) {
+    if (grow || made.model.empty()) {
+      made.model.push_back(number_in_front);
+      made.value = cons(number(number_in_front), made.value);
+    } else {
+      made.model.pop_back();
+      made.value = rest(made.value);
+    }
+  }
+  if (random.chance(1, 50)) {
+    const LispList elements = asList(made.value).value();
+    made.value = list(std::vector<LispValue>(elements.begin(), elements.end()));
+  }
+  return made;
+}
+
 TEST(LispList, AgreesWithVectorsUnderRandomConsAndCdr) {
   takeAllApart();
   const std::size_t chunks = chunkCount();
@@ -248,22 +268,7 @@ TEST(LispList, AgreesWithVectorsUnderRandomConsAndCdr) {
     Random random(seed);
     std::vector<Modelled> pool(12, {list({}), {}});
     for (int round = 0; round < 20'000; ++round) {
-      Modelled made = random.pick(pool);
-      const std::size_t repeats = random.chance(1, 4) ? random.below(40) : 1;
-      const bool grow = random.chance(5, 9);
-      for (std::size_t i = 0; i < repeats; ++i) {
-        if (grow || made.model.empty()) {
-          made.model.push_back(round);
-          made.value = cons(number(round), made.value);
-        } else {
-          made.model.pop_back();
-          made.value = rest(made.value);
-        }
-      }
-      if (random.chance(1, 50)) {  // A flat list of the same elements.
-        const LispList elements = asList(made.value).value();
-        made.value = list(std::vector<LispValue>(elements.begin(), elements.end()));
-      }
+      Modelled made = changed(random.pick(pool), round, random);
       ASSERT_NO_FATAL_FAILURE(expectSame(made, random));
       Modelled& replaced = pool[random.below(pool.size())];
       replaced = std::move(made);

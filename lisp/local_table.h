@@ -19,7 +19,8 @@ class LocalTable;
 // One of the tables that a name is in. All of a name's are linked, so that a name can be asked for
 // its tables as well as a table for its names.
 struct LocalDeclaration {
-  const LocalTable* table = nullptr;  // Null for a name that occurred before.
+  const LocalTable* table = nullptr;  // Null for a name that occurred before. It holds this record.
+  // Borrowed from their tables: a table that goes takes its own out of the chain (forget).
   LocalDeclaration* next = nullptr;
   LocalDeclaration** link = nullptr;  // What leads here: the name's record, or the one before.
 };
@@ -73,7 +74,7 @@ class ActiveTables {
 
  private:
   struct Place {
-    const LocalTable* table = nullptr;
+    const LocalTable* table = nullptr;  // Borrowed from the function, which its call holds.
     std::uint32_t call = kNone;
   };
 

@@ -29,7 +29,7 @@ bool hasItems(const LispValue& form) {
 
 std::span<const LispValue> itemsOf(const LispValue& form) {
   const Chunk& items = chunkOf(form.raw());
-  return {items.slots(), items.full_length};
+  return {items.slots(), items.flatLength()};
 }
 
 // True when the item at `index` is evaluated, now or as the body of a function, of a list that
@@ -78,7 +78,7 @@ class Copier {
 
   static LispValue make(std::vector<LispValue> items, FormShape shape, FormNumber number) {
     std::vector<RawValue> raw;
-    for (LispValue& item : items) raw.push_back(item.release());
+    for (LispValue& item : items) raw.push_back(item.take());
     LispValue form = LispValue::adopt(makeLiteral(raw.data(), raw.size()));
     chunkOf(form.raw()).setShape(shape, number);
     return form;
@@ -102,7 +102,7 @@ LispValue observedProgram(const LispValue& forms) {
   if (!hasItems(forms)) return forms;
   Copier copier;
   std::vector<RawValue> copies;
-  for (const LispValue& form : itemsOf(forms)) copies.push_back(copier.copy(form).release());
+  for (const LispValue& form : itemsOf(forms)) copies.push_back(copier.copy(form).take());
   return LispValue::adopt(makeLiteral(copies.data(), copies.size()));
 }
 

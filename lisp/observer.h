@@ -4,7 +4,7 @@
 // and run that instead of the program:
 //
 //   std::string error;
-//   const auto forms = lisp::readForms("(SETQ A (+ 1 2))", error);
+//   const auto forms = lisp::readForms("(SETQ A (+ 1 2))", &error);
 //   Watcher watcher;                                    // An Observer of yours.
 //   interpreter.observe(&watcher);
 //   host::StoredProgram program{{}, lisp::observedProgram(*forms)};

@@ -60,7 +60,7 @@ EvalOutcome runObserved(Interpreter& interpreter, std::string_view text,
                         const EvalLimits& limits = {}) {
   const lisp_worker::testing_support::Evaluator installs_builtins;
   std::string error;
-  const LispValue program = observedProgram(readForms(text, error).value());
+  const LispValue program = observedProgram(readForms(text, &error).value());
   interpreter.start(limits);
   EvalOutcome outcome;
   const LispList forms = asList(program).value();

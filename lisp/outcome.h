@@ -34,7 +34,7 @@ struct EvalOutcome {
   std::optional<HostCall> host_call;  // Present for HostCallRequired only.
   std::string message;                // Empty for Value.
   std::uint64_t steps = 0;            // Evaluation steps counted when the outcome was made.
-  std::uint64_t reserved = 0;
+  std::uint64_t reserved = 0;         // Always 0, as the bytes of a result that nothing uses yet.
 };
 
 // One answered host call.

@@ -80,8 +80,6 @@ RawValue quoted(RawValue form) {
   return makeLiteral(elements.data(), elements.size());
 }
 
-constexpr std::string_view kTooDeep = "parser nesting limit exceeded";
-
 // What stands for a quote mark among the lists that are open.
 constexpr std::size_t kQuoteMark = std::numeric_limits<std::size_t>::max();
 
@@ -175,7 +173,7 @@ RawValue Reader::readLongString() {
     scratch_.push_back(unescaped(*at));
     piece = at + 1;
   }
-  return fail("unterminated string");
+  return fail(kUnterminatedStringMessage);
 }
 
 // The usual way of each kind of atom stands in line in read(), which is where reading's time goes.
@@ -257,8 +255,8 @@ RawValue Reader::read(std::uint32_t depth, Notes& notes) {
     for (; at_ != end_ && *at_ == ' '; ++at_) countWork();
     // Between elements a list looks for its end first, at its own level.
     if (at_ == end_) {
-      if (in_list()) return fail("unterminated list");
-      return fail(is_too_deep() ? kTooDeep : "unexpected end of input");
+      if (in_list()) return fail(kUnterminatedListMessage);
+      return fail(is_too_deep() ? kTooDeepMessage : kUnexpectedEndMessage);
     }
     RawValue form;
     const char* const begin = at_;
@@ -272,14 +270,14 @@ RawValue Reader::read(std::uint32_t depth, Notes& notes) {
         continue;
       case Class::Open:
       case Class::Quote:
-        if (is_too_deep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeepMessage);
         notes.open(begin);
         if (*at_ == '\'') notes.note(begin, begin + 1);
         open_forms[open_count++] = *at_ == '(' ? elements_.size() : kQuoteMark;
         ++at_;
         continue;
       case Class::Close: {
-        if (!in_list()) return fail(is_too_deep() ? kTooDeep : "unexpected ')'");
+        if (!in_list()) return fail(is_too_deep() ? kTooDeepMessage : kUnexpectedCloseMessage);
         notes.close(++at_);
         const std::size_t first = open_forms[--open_count];
         form = makeLiteral(elements_.data() + first, elements_.size() - first);
@@ -287,18 +285,18 @@ RawValue Reader::read(std::uint32_t depth, Notes& notes) {
         break;
       }
       case Class::String:
-        if (is_too_deep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeepMessage);
         form = readString();
         if (form.tag() == Tag::Failed) return form;
         notes.note(begin, at_);
         break;
       case Class::Number:
-        if (is_too_deep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeepMessage);
         form = readNumberOrName();
         notes.note(begin, at_);
         break;
       case Class::Name:
-        if (is_too_deep()) return fail(kTooDeep);
+        if (is_too_deep()) return fail(kTooDeepMessage);
         form = readName();
         notes.note(begin, at_);
         break;
@@ -325,17 +323,17 @@ RawValue Reader::fail(std::string_view message) {
 
 std::optional<LispValue> parseProgram(std::string_view text, std::string* error_out) {
   std::string error;
-  const std::optional<LispValue> forms = readForms(text, error);
-  if (forms && asList(*forms)->size() != 1) error = "expected exactly one form";
+  const std::optional<LispValue> forms = readForms(text, &error);
+  if (forms && asList(*forms)->size() != 1) error = kNotOneFormMessage;
   if (error_out != nullptr) *error_out = error;
   if (!error.empty()) return std::nullopt;
   return asList(*forms)->front();
 }
 
-std::optional<LispValue> readForms(std::string_view text, std::string& error_out) {
+std::optional<LispValue> readForms(std::string_view text, std::string* error_out) {
   Reader reader(text);
   std::optional<LispValue> forms = reader.readForms();
-  error_out = reader.error();
+  if (error_out != nullptr) *error_out = reader.error();
   return forms;
 }
 

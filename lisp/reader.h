@@ -21,6 +21,14 @@ namespace lisp {
 // The deepest level at which a form is read; the outermost form stands at level 0.
 inline constexpr std::uint32_t kNestingMax = 512;
 
+// Every message of a read that fails. Who explains them to people compares with these.
+inline constexpr std::string_view kUnterminatedListMessage = "unterminated list";
+inline constexpr std::string_view kUnterminatedStringMessage = "unterminated string";
+inline constexpr std::string_view kUnexpectedEndMessage = "unexpected end of input";
+inline constexpr std::string_view kUnexpectedCloseMessage = "unexpected ')'";
+inline constexpr std::string_view kTooDeepMessage = "parser nesting limit exceeded";
+inline constexpr std::string_view kNotOneFormMessage = "expected exactly one form";
+
 // The text of each datum, in the order in which they begin; borrowed from the text that is read.
 // 'X is three data: the list 'X, the apostrophe for QUOTE, and X. Of a list that has no end, the
 // text is empty, at its beginning.
@@ -51,17 +59,17 @@ class Reader {
 
  private:
   template <typename Notes>
-  std::optional<LispValue> readAll(Notes notes);
+  [[nodiscard]] std::optional<LispValue> readAll(Notes notes);
   // Read what begins at at_ and advance past it. Tag::Failed on failure, with error_ set.
   template <typename Notes>
-  RawValue read(std::uint32_t depth, Notes& notes);
-  RawValue readString();
-  RawValue readLongString();
-  RawValue readNumberOrName();
-  RawValue readName();
-  RawValue readLongName();
+  [[nodiscard]] RawValue read(std::uint32_t depth, Notes& notes);
+  [[nodiscard]] RawValue readString();
+  [[nodiscard]] RawValue readLongString();
+  [[nodiscard]] RawValue readNumberOrName();
+  [[nodiscard]] RawValue readName();
+  [[nodiscard]] RawValue readLongName();
 
-  RawValue fail(std::string_view message);
+  [[nodiscard]] RawValue fail(std::string_view message);
   void skipComment();
 
   const char* at_;
@@ -71,13 +79,13 @@ class Reader {
   std::string scratch_;
 };
 
-// Reads a text that must hold exactly one form: a host's answer. On failure returns nothing and
-// sets `error_out`, when given, to the message; on success clears it.
+// Both set `error_out`, when given, to the message of a failure, and clear it on success.
+
+// Reads a text that must hold exactly one form, as a host's answer must. Nothing on failure.
 [[nodiscard]] std::optional<LispValue> parseProgram(std::string_view text, std::string* error_out);
 
-// Reads all forms of a program, none included, as one list. On failure returns nothing and sets
-// `error_out`.
-[[nodiscard]] std::optional<LispValue> readForms(std::string_view text, std::string& error_out);
+// Reads all forms of a program, none included, as one list. Nothing on failure.
+[[nodiscard]] std::optional<LispValue> readForms(std::string_view text, std::string* error_out);
 
 }  // namespace lisp
 

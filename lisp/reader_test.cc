@@ -251,18 +251,19 @@ TEST(ParseProgram, ReadsNamesAndStringsOfEveryLength) {
 TEST(ReadForms, ReadsAnyNumberOfForms) {
   std::string error = "not cleared";
   for (const char* const text : {"", "  ", "\x1A", "; comment", "\n;a\n;b"}) {
-    EXPECT_EQ(textOf(readForms(text, error).value()), "()") << text;
+    EXPECT_EQ(textOf(readForms(text, &error).value()), "()") << text;
     EXPECT_EQ(error, "");
   }
-  const LispValue forms = readForms("1(2)\"3\"'4 five\x1A six", error).value();
+  const LispValue forms = readForms("1(2)\"3\"'4 five\x1A six", &error).value();
   EXPECT_EQ(textOf(forms), "(1 (2) \"3\" (QUOTE 4) FIVE\x1A SIX)");
 }
 
 TEST(ReadForms, ReportsTheFirstFailureAndNoForms) {
+  EXPECT_FALSE(readForms("1 2 (", nullptr).has_value());
   std::string error;
-  EXPECT_FALSE(readForms("1 2 (", error).has_value());
+  EXPECT_FALSE(readForms("1 2 (", &error).has_value());
   EXPECT_EQ(error, "unterminated list");
-  EXPECT_FALSE(readForms("1 ) (", error).has_value());
+  EXPECT_FALSE(readForms("1 ) (", &error).has_value());
   EXPECT_EQ(error, "unexpected ')'");
 }
 

@@ -9,7 +9,7 @@
 namespace lisp {
 
 Result evaluateQuote(Interpreter& interpreter, Chunk& items, std::uint32_t /*depth*/) {
-  if (items.full_length != 2) return interpreter.fail("quote expects one argument");
+  if (items.flatLength() != 2) return interpreter.fail("quote expects one argument");
   return LispValue(items.slots()[1]);
 }
 
@@ -43,7 +43,7 @@ void assignObserved(Interpreter& interpreter, Symbol& symbol, const RawValue& va
 // binding takes over the hold on each value except the last, which is the result as well.
 template <bool is_observed>
 Result evaluateSetq(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  const std::uint32_t count = items.full_length;
+  const std::uint32_t count = items.flatLength();
   if (count % 2 == 0 || count < 3) return interpreter.fail("setq expects symbol/value pairs");
   const LispValue* target = items.slots() + 1;
   for (const LispValue* const last = items.slots() + count - 2;; target += 2) {
@@ -74,7 +74,7 @@ Result setSymbol(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
 
 // Without a false branch the value is nil.
 Result evaluateIf(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  const std::uint32_t count = items.full_length;
+  const std::uint32_t count = items.flatLength();
   if (count != 3 && count != 4) {
     return interpreter.fail("if expects condition, true and optional false expression");
   }
@@ -90,16 +90,16 @@ Result evaluateIf(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
 }
 
 Result evaluateProgn(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  if (items.full_length == 1) return nil();
-  return evaluateSequence(interpreter, {items.slots() + 1, items.full_length - 1}, depth);
+  if (items.flatLength() == 1) return nil();
+  return evaluateSequence(interpreter, {items.slots() + 1, items.flatLength() - 1}, depth);
 }
 
 // The value is that of the form evaluated last, nil without one. A loop without a body only tests
 // its condition; each test counts its steps, so the step limit ends it.
 Result evaluateWhile(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  if (items.full_length < 2) return interpreter.fail("while expects a condition");
+  if (items.flatLength() < 2) return interpreter.fail("while expects a condition");
   const LispValue* const condition = items.slots() + 1;
-  const LispValue* const end = items.slots() + items.full_length;
+  const LispValue* const end = items.slots() + items.flatLength();
   Result last = nil();
   while (true) {
     const Truth truth = testForm(interpreter, *condition, depth);
@@ -119,7 +119,7 @@ Result evaluateWhile(Interpreter& interpreter, Chunk& items, std::uint32_t depth
 
 Result evaluateAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Result result = truth();
-  for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() != Tag::Nil; ++i) {
+  for (std::uint32_t i = 1; i < items.flatLength() && !result.is(Tag::Nil); ++i) {
     result.drop();
     result = evaluateItem(interpreter, items.slots()[i], depth);
     if (result.failed()) return result;
@@ -127,10 +127,11 @@ Result evaluateAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) 
   return result;
 }
 
-// Only nil continues the loop, and nil holds nothing that had to be dropped.
+// Only nil continues the loop, and nil holds nothing that had to be dropped. A failure ends it and
+// is returned like a value.
 Result evaluateOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Result result = nil();
-  for (std::uint32_t i = 1; i < items.full_length && result.raw().tag() == Tag::Nil; ++i) {
+  for (std::uint32_t i = 1; i < items.flatLength() && result.is(Tag::Nil); ++i) {
     result = evaluateItem(interpreter, items.slots()[i], depth);
   }
   return result;
@@ -152,7 +153,7 @@ Result evaluateNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth) 
 
 Truth testAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Truth result = Truth::Yes;
-  for (std::uint32_t i = 1; i < items.full_length && result == Truth::Yes; ++i) {
+  for (std::uint32_t i = 1; i < items.flatLength() && result == Truth::Yes; ++i) {
     result = testForm(interpreter, items.slots()[i], depth);
   }
   return result;
@@ -160,14 +161,14 @@ Truth testAnd(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
 
 Truth testOr(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
   Truth result = Truth::No;
-  for (std::uint32_t i = 1; i < items.full_length && result == Truth::No; ++i) {
+  for (std::uint32_t i = 1; i < items.flatLength() && result == Truth::No; ++i) {
     result = testForm(interpreter, items.slots()[i], depth);
   }
   return result;
 }
 
 Truth testNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
-  if (items.full_length != 2)
+  if (items.flatLength() != 2)
     return toTruth(interpreter.fail(nameOf(items).bytes(), " expects one argument"));
   switch (testForm(interpreter, items.slots()[1], depth)) {
     case Truth::Failed:
@@ -182,7 +183,7 @@ Truth testNot(Interpreter& interpreter, Chunk& items, std::uint32_t depth) {
 // The name of a special form is accepted and returned, but keeps its meaning (Bindings::define).
 Result evaluateDefun(Interpreter& interpreter, Chunk& items, std::uint32_t /*depth*/) {
   const LispValue* const item = items.slots();
-  if (items.full_length < 4 || item[1].kind() != ValueKind::Symbol ||
+  if (items.flatLength() < 4 || item[1].kind() != ValueKind::Symbol ||
       item[2].kind() != ValueKind::List) {
     return interpreter.fail("defun syntax error");
   }

@@ -127,7 +127,7 @@ inline constexpr std::uint32_t kTruthOwner = 0xFFFFFFFF;
 inline constexpr std::uint32_t kNoEnvironmentIndex = 0xFFFFFFFF;
 
 // The record of a name. The fields after `base_operation` belong to the run in progress and are at
-// rest (NotLoaded, Unresolved) between runs; see lisp/interpreter.h.
+// rest (NotLoaded, Unresolved) between runs; see lisp/bindings.h.
 struct Symbol : Interned<Symbol> {
   RawValue value = RawValue::of(Tag::NotLoaded);  // The binding in force; holds its record.
   std::uint32_t owner = kGlobalOwner;  // The call that made the binding, 0 for the global one.
@@ -137,10 +137,11 @@ struct Symbol : Interned<Symbol> {
   Operation operation = Operation::Unresolved;  // Of lists that begin with the name.
   UserFunction* function = nullptr;             // Loaded or defined in this run; holds it.
   const Builtin* builtin = nullptr;
-  std::uint32_t history = 0;  // Of the binding in force; see Interpreter::logAssignment.
+  std::uint32_t history = 0;  // Of the binding in force; see Bindings::logAssignment.
   std::uint32_t environment_index = kNoEnvironmentIndex;  // Its place in every Environment.
-  LocalDeclaration* declarations = nullptr;  // In the functions that bind it late when called.
-  std::uint64_t nothing_late = 0;            // See Interpreter::bindLate.
+  // In the functions that bind it late when called. Borrowed: they leave with their LocalTable.
+  LocalDeclaration* declarations = nullptr;
+  std::uint64_t nothing_late = 0;  // See Bindings::bindLate.
 };
 
 [[nodiscard]] inline Symbol& symbolOf(const RawValue& raw) {

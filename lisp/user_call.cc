@@ -21,7 +21,7 @@ Result callFunction(Interpreter& interpreter, Chunk& items, std::uint32_t depth)
   const Symbol& name = nameOf(items);
   UserFunction& function = *name.function;
   // 1. Arity, before any argument is evaluated.
-  if (items.full_length - 1 != function.params().size()) [[unlikely]] {
+  if (items.flatLength() - 1 != function.params().size()) [[unlikely]] {
     return interpreter.fail("wrong argument count for ", name.bytes());
   }
   // The record found here serves the call to its end, whatever redefines the name meanwhile.
@@ -58,14 +58,14 @@ Result callPlainly(Interpreter& interpreter, Chunk& items, std::uint32_t depth) 
   if (operationOf(items) != Operation::UserFunction) [[unlikely]]
     return evaluateByName(interpreter, items, depth);
   UserFunction& function = *nameOf(items).function;
-  if (items.full_length - 1 != function.plainArity() || !interpreter.countSteps(1, depth - 1))
+  if (items.flatLength() - 1 != function.plainArity() || !interpreter.countSteps(1, depth - 1))
       [[unlikely]] {
     return evaluateByName(interpreter, items, depth);
   }
   ++function.references;
   Bindings& bindings = interpreter.bindings();
   std::size_t trail_begin = 0;
-  if (items.full_length == 2) {
+  if (items.flatLength() == 2) {
     Result argument = evaluateForm(interpreter, items.slots()[1], depth);
     if (argument.failed()) [[unlikely]]
       return leaveUncalled(function);

@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "lisp/user_function.h"
 #include "testing/base/outcome_matchers.h"
+#include "testing/base/value_text.h"
 #include "testing/workers/evaluator.h"
 
 namespace lisp {
@@ -17,6 +19,7 @@ using lisp_worker::testing_support::evaluate;
 using lisp_worker::testing_support::Evaluator;
 using lisp_worker::testing_support::isEvalError;
 using lisp_worker::testing_support::isValue;
+using lisp_worker::testing_support::read;
 using lisp_worker::testing_support::took;
 using testing::AllOf;
 
@@ -186,6 +189,37 @@ TEST(UserCall, WithManyLocalsBindsThemAll) {
                 "(DEFUN O (/ X A2 A3 A4 A5 A6 A7 A8 A9 A10 A11 A12 A13 A14 A15 A16 A17) (M 1)) (O)",
        "((1 2) 1)"},
   });
+}
+
+// `count` names with the letter, each with a blank and `behind` after it: "A1 x A2 x ".
+std::string names(char letter, int count, const std::string& behind = "") {
+  std::string text;
+  for (int i = 1; i <= count; ++i) text += letter + std::to_string(i) + ' ' + behind;
+  return text;
+}
+
+TEST(UserCall, BindsLocalsLateFromSeventeenOn) {
+  for (const int count : {15, 16, 17}) {
+    const std::string define =
+        "(DEFUN F (/ " + names('A', count) + ") (LIST A1 (SETQ A1 1) A9 (G)))";
+    const UserFunction function(read(define));
+    EXPECT_EQ(function.bindsLocalsLate(), count > 16) << count;
+    EXPECT_THAT(evaluate("(SETQ A1 'GLOBAL) (DEFUN G () A1)" + define + "(LIST (F) A1)"),
+                isValue("((nil 1 nil 1) GLOBAL)"))
+        << count;
+  }
+}
+
+// Up to eight are bound as the call begins, and more when they are touched.
+TEST(UserCall, CopiesAnyNumberOfNamesThatArgumentsAssign) {
+  for (const int count : {7, 8, 9}) {
+    const std::string last = "A" + std::to_string(count);
+    const std::string program = "(DEFUN G (X) (LIST A1 " + last + "))(DEFUN F (/ " +
+                                names('A', count) + ") (SETQ " + names('A', count, "1 ") +
+                                ") (LIST (G (SETQ " + names('A', count, "2 ") + ")) A1 " + last +
+                                ")) (F)";
+    EXPECT_THAT(evaluate(program), isValue("((1 1) 2 2)")) << program;
+  }
 }
 
 // Enough changes by arguments for a call to undo each only when it is touched.

@@ -23,7 +23,7 @@ constexpr std::size_t kBodyIndex = 3;
 
 // Of a flat list, as the reader makes them.
 std::span<const LispValue> elementsOf(const LispValue& list) {
-  assert(list.raw().length() == chunkOf(list.raw()).full_length);
+  assert(list.raw().length() == chunkOf(list.raw()).flatLength());
   return {chunkOf(list.raw()).slots(), list.raw().length()};
 }
 
@@ -46,7 +46,7 @@ bool isSeparator(const LispValue& name) { return &symbolOf(name.raw()) == kSlash
 
 bool isDefinition(const Chunk& items) {
   const LispValue* const item = items.slots();
-  if (items.full_length <= kBodyIndex || item[1].kind() != ValueKind::Symbol ||
+  if (items.flatLength() <= kBodyIndex || item[1].kind() != ValueKind::Symbol ||
       item[kParametersIndex].kind() != ValueKind::List) {
     return false;
   }
@@ -70,7 +70,7 @@ UserFunction::UserFunction(LispValue form) : form_(std::move(form)) {
                                    : static_cast<std::uint32_t>(params_.size());
   body_ = items.subspan(kBodyIndex);
   if (bindsLocalsLate()) {
-    decomposeFunctions(2 * locals_.size());
+    takeFunctionsApart(2 * locals_.size());
     local_table_ = std::make_unique<LocalTable>(locals_);
   }
 }
@@ -118,15 +118,15 @@ void UserFunction::prepare() {
     UserFunction* owner = waiting.top().owner;
     waiting.truncate(waiting.size() - 1);
     form.setSearched();
-    countWork(form.full_length);
+    countWork(form.flatLength());
     const Operation operation = specialFormOf(form);
     if (operation == Operation::Defun && &form != &whole && isDefinition(form)) {
       auto* const inner =
-          new UserFunction(LispValue::share(RawValue::ofList(form, form.full_length)));
+          new UserFunction(LispValue::share(RawValue::ofList(form, form.flatLength())));
       owner->addInner(inner);
       owner = inner;
     }
-    for (std::uint32_t i = 0; i < form.full_length; ++i) {
+    for (std::uint32_t i = 0; i < form.flatLength(); ++i) {
       const RawValue& item = form.slots()[i].raw();
       if (!lacksDigest(item)) continue;
       if (operation == Operation::Quote) {
@@ -154,7 +154,7 @@ bool hasDeadFunctions() { return dead_functions != nullptr; }
 
 // A unit is an inner function or the declaration of a local. A function that loses its last part is
 // destroyed.
-void decomposeFunctions(std::size_t count) {
+void takeFunctionsApart(std::size_t count) {
   while (dead_functions != nullptr) {
     UserFunction* const function = dead_functions;
     for (; count > 0 && !function->inner_.empty(); --count) {

@@ -23,7 +23,7 @@ namespace lisp {
 class UserFunction : public Counted {
  public:
   // Up to this many locals are bound as a call begins. A call of a function with more binds each
-  // only when it is first touched (Interpreter::bindLate), so that calling costs the bindings
+  // only when it is first touched (Bindings::bindLate), so that calling costs the bindings
   // touched, not the bindings declared.
   static constexpr std::size_t kEagerLocalsMax = 16;
 
@@ -66,7 +66,7 @@ class UserFunction : public Counted {
   using DefinitionTable = GrowingTable<Definition>;
 
   friend void retireFunction(UserFunction* function);
-  friend void decomposeFunctions(std::size_t count);
+  friend void takeFunctionsApart(std::size_t count);
   static DefinitionTable& preparedFunctions();
   void addInner(UserFunction* function);
   void releaseLastInner();
@@ -91,7 +91,7 @@ void retireFunction(UserFunction* function);
 
 // Takes up to `count` locals and inner functions apart of functions that are no longer needed. Who
 // makes a function with many locals does so for twice as many.
-void decomposeFunctions(std::size_t count);
+void takeFunctionsApart(std::size_t count);
 
 // True while some of these wait.
 [[nodiscard]] bool hasDeadFunctions();

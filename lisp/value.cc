@@ -60,7 +60,7 @@ LispValue symbol(std::string_view name) {
 LispValue list(std::span<const LispValue> elements) {
   std::vector<RawValue> holds;
   holds.reserve(elements.size());
-  for (const LispValue& element : elements) holds.push_back(LispValue(element).release());
+  for (const LispValue& element : elements) holds.push_back(LispValue(element).take());
   return LispValue::adopt(makeList(holds.data(), holds.size()));
 }
 

@@ -129,29 +129,29 @@ class LispValue {
   LispValue(LispValue&& other) noexcept : raw_(std::exchange(other.raw_, RawValue())) {}
   LispValue& operator=(const LispValue& other) {
     retain(other.raw_);
-    lisp::release(std::exchange(raw_, other.raw_));
+    release(std::exchange(raw_, other.raw_));
     return *this;
   }
   LispValue& operator=(LispValue&& other) noexcept {
     const RawValue taken = std::exchange(other.raw_, RawValue());
-    lisp::release(std::exchange(raw_, taken));
+    release(std::exchange(raw_, taken));
     return *this;
   }
-  ~LispValue() { lisp::release(raw_); }
+  ~LispValue() { release(raw_); }
 
-  // Takes over the hold that `raw` stands for.
+  // Takes over the hold on `raw`.
   [[nodiscard]] static LispValue adopt(RawValue raw) {
     LispValue value;
     value.raw_ = raw;
     return value;
   }
-  // A further hold on what `raw` stands for.
+  // A further hold on the record of `raw`.
   [[nodiscard]] static LispValue share(const RawValue& raw) {
     retain(raw);
     return adopt(raw);
   }
   // Hands the hold to the caller and leaves nil.
-  [[nodiscard]] RawValue release() { return std::exchange(raw_, RawValue()); }
+  [[nodiscard]] RawValue take() { return std::exchange(raw_, RawValue()); }
 
   [[nodiscard]] const RawValue& raw() const { return raw_; }
   [[nodiscard]] ValueKind kind() const { return static_cast<ValueKind>(raw_.tag()); }

@@ -68,7 +68,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     transcript_ = &transcript;
     // Memory that is freed meanwhile would be counted as freed by this evaluation, so what others
     // have dropped is taken apart first. If it is too much for one request, nothing is kept.
-    lisp::takeApart(kElementsDecomposed);
+    lisp::takeApart(kElementsTakenApart);
     may_be_kept_ = !lisp::hasDeadValues();
     const std::size_t live_before = lisp::storage::liveBytes();
     if (waits()) {
@@ -80,7 +80,7 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     }
     transcript_ = nullptr;
     if (waits()) {
-      lisp::takeApart(kElementsDecomposed);
+      lisp::takeApart(kElementsTakenApart);
       values_ += static_cast<std::ptrdiff_t>(lisp::storage::liveBytes() - live_before);
       bytes_ = static_cast<std::size_t>(std::max(values_, std::ptrdiff_t{0})) +
                interpreter_->bytesHeld() + call_bytes_ + KeepLimits::kStackBytes;
@@ -106,16 +106,14 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
     const std::size_t bindings = interpreter.bindingsTouched() + call.arguments.size();
     if (!may_be_kept_ || bindings > bindings_max_) return false;
     call_bytes_ = call.arguments.capacity() * sizeof(lisp::LispValue);
-    outcome_ = host::make_error_outcome(interpreter, OutcomeKind::HostCallRequired,
-                                        "CAD host call required: " + call.name);
-    outcome_.host_call = call;
+    outcome_ = interpreter.hostCallOutcome(call);
     stack_->leave();
     return transcript_ != nullptr;
   }
 
  private:
   // The elements of dropped lists that a request frees before it looks if any are left.
-  static constexpr std::size_t kElementsDecomposed = 4096;
+  static constexpr std::size_t kElementsTakenApart = 4096;
 
   void runOnStack() {
     Interpreter interpreter(environment_, context_, transcript_, this);
@@ -132,14 +130,14 @@ class KeptEvaluation final : public lisp::HostCallWaiter {
   const std::uint64_t run_id_;
   host::StoredProgram program_;
   const lisp::Environment environment_;
-  const CoordContext* const context_;
+  const CoordContext* const context_;  // Borrowed from the ContextTable, which keeps its places.
   std::optional<CoordContext> context_before_;  // As it was when the evaluation began.
   std::unique_ptr<SideStack> stack_;
   const std::size_t bindings_max_;
 
   const lisp::HostTranscript* transcript_ = nullptr;  // While it is evaluated; null gives it up.
   bool may_be_kept_ = false;
-  Interpreter* interpreter_ = nullptr;  // On the side stack.
+  Interpreter* interpreter_ = nullptr;  // On the side stack; null when nothing runs there.
   EvalOutcome outcome_;
   lisp::Environment environment_after_;
   std::ptrdiff_t values_ = 0;   // Bytes of values that the evaluation has made and not dropped.
@@ -190,12 +188,14 @@ EvalOutcome KeptEvaluations::evaluate(PendingRun& run, const CoordContext* conte
   } else {
     finish(std::move(evaluation));
   }
+  assert(isConsistent());
   return outcome;
 }
 
 void KeptEvaluations::drop(std::uint64_t run_id) {
   std::unique_ptr<KeptEvaluation> evaluation = take(run_id);
   if (evaluation != nullptr) finish(std::move(evaluation));
+  assert(isConsistent());
 }
 
 std::unique_ptr<KeptEvaluation> KeptEvaluations::take(std::uint64_t run_id) {
@@ -218,7 +218,7 @@ void KeptEvaluations::keep(std::unique_ptr<KeptEvaluation> evaluation) {
   bytes_ += evaluation->bytes();
   kept_.push_back(std::move(evaluation));
   while (kept_.size() > limits_.count_max || bytes_ > limits_.bytes_max) {
-    drop(kept_.front()->runId());
+    finish(take(kept_.front()->runId()));
   }
 }
 
@@ -226,6 +226,15 @@ void KeptEvaluations::keep(std::unique_ptr<KeptEvaluation> evaluation) {
 void KeptEvaluations::finish(std::unique_ptr<KeptEvaluation> evaluation) {
   if (evaluation->waits()) evaluation->giveUp();
   spare_stack_ = evaluation->takeStack();
+}
+
+bool KeptEvaluations::isConsistent() const {
+  std::size_t bytes = 0;
+  for (const auto& evaluation : kept_) {
+    if (!evaluation->waits()) return false;
+    bytes += evaluation->bytes();
+  }
+  return bytes == bytes_ && bytes <= limits_.bytes_max && kept_.size() <= limits_.count_max;
 }
 
 }  // namespace lisp_worker::worker

@@ -75,6 +75,8 @@ class KeptEvaluations {
   [[nodiscard]] std::unique_ptr<SideStack> takeStack();
   void keep(std::unique_ptr<KeptEvaluation> evaluation);
   void finish(std::unique_ptr<KeptEvaluation> evaluation);
+  // For assertions: all that are kept wait, bytes_ is their sum, and the limits are kept.
+  [[nodiscard]] bool isConsistent() const;
 
   const KeepLimits limits_;
   std::vector<std::unique_ptr<KeptEvaluation>> kept_;  // The one answered longest ago comes first.

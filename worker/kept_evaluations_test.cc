@@ -93,6 +93,16 @@ TEST_F(KeptEvaluationsTest, LeaveShortEvaluationsToReplay) {
   EXPECT_EQ(answers, 2U);
 }
 
+TEST_F(KeptEvaluationsTest, TakeAThousandStepsBeforeTheirFirstCall) {
+  for (const int steps : {999, 1000, 1001}) {
+    useLimits({});
+    std::string program;
+    for (int i = 1; i < steps; ++i) program += "1 ";
+    resume(start(program + "(GETDIST) (GETDIST)"));
+    EXPECT_EQ(kept(), steps < 1000 ? 0U : 1U) << steps;
+  }
+}
+
 TEST_F(KeptEvaluationsTest, GoWithTheirRun) {
   const std::uint64_t cancelled = start("(LIST (GETDIST) (GETDIST) (GETDIST))");
   resume(cancelled);
@@ -199,6 +209,21 @@ TEST_F(KeptEvaluationsTest, DoNotKeepOneThatHoldsTooMuchAlone) {
 }
 
 // Evaluated arguments count, of the call that waits and of those around it.
+TEST_F(KeptEvaluationsTest, MayHoldAsMuchAsTheLimitAndNoByteMore) {
+  const std::string program = "(SETQ L (LIST 1 2 3)) (GETDIST) (GETDIST)";
+  const auto bytes_kept = [&](const KeepLimits& limits) {
+    useLimits(limits);
+    lisp::takeAllApart();
+    resume(start(program));
+    return bytes();
+  };
+  const std::size_t needed = bytes_kept(kFromTheFirstAnswer);
+  ASSERT_GT(needed, KeepLimits::kStackBytes);
+  EXPECT_EQ(bytes_kept({.bytes_max = needed - 1, .steps_min = 0}), 0U);
+  EXPECT_EQ(bytes_kept({.bytes_max = needed, .steps_min = 0}), needed);
+  EXPECT_EQ(bytes_kept({.bytes_max = needed + 1, .steps_min = 0}), needed);
+}
+
 TEST_F(KeptEvaluationsTest, DoNotKeepManyArguments) {
   std::string numbers;
   for (int i = 0; i < 10000; ++i) numbers += " 1";
@@ -238,6 +263,20 @@ TEST_F(KeptEvaluationsTest, KeepOnlyWhatTouchesFewBindings) {
     const std::uint64_t run = start(program + "(GETDIST) (GETDIST)");
     resume(run);
     EXPECT_EQ(kept(), globals == 4 ? 1U : 0U) << globals;
+  }
+}
+
+TEST_F(KeptEvaluationsTest, TouchAtMostTenThousandBindings) {
+  for (const int bindings : {9999, 10000, 10001}) {
+    useLimits({});
+    std::string program = "(SETQ";
+    // GETDIST is the last of them.
+    for (int i = 1; i < bindings; ++i) program += " V" + std::to_string(i) + " 1";
+    const std::uint64_t run = start(program + ") (GETDIST) (GETDIST)");
+    ASSERT_NE(run, 0U);
+    lisp::takeAllApart();
+    resume(run);
+    EXPECT_EQ(kept(), bindings <= 10000 ? 1U : 0U) << bindings;
   }
 }
 

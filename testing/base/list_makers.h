@@ -14,7 +14,7 @@ namespace lisp_worker::testing_support {
 [[nodiscard]] inline lisp::LispValue cons(const lisp::LispValue& element,
                                           const lisp::LispValue& list) {
   return lisp::LispValue::adopt(
-      lisp::prepend(lisp::LispValue(element).release(), lisp::LispValue(list).release()));
+      lisp::prepend(lisp::LispValue(element).take(), lisp::LispValue(list).take()));
 }
 
 // The elements of `list` after the first, which it must have, as CDR takes them.

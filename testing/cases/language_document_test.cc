@@ -96,9 +96,11 @@ std::vector<std::string> listedMessages() {
   return messages;
 }
 
-// The literals in the calls that make failures, in all sources of the language and its builtins.
+// The literals in the calls that make failures, and in the constants of messages, in all sources of
+// the language and its builtins.
 std::vector<std::string> messagesOfTheSources() {
-  static const std::regex kCall("\\b(?:fail\\w*|make_error_outcome)\\(([^;{]*);");
+  static const std::regex kCall(
+      "\\b(?:fail\\w*\\(|make_error_outcome\\(|k\\w+Message = |message = )([^;{]*);");
   static const std::regex kLiteral("\"([^\"]+)\"");
   std::vector<std::string> messages;
   for (const char* directory : {"lisp", "host", "geometry"}) {

@@ -23,7 +23,7 @@ lisp::LispValue read(const char* text) {
 }
 
 lisp::LispValue cons(lisp::LispValue element, lisp::LispValue list) {
-  return lisp::LispValue::adopt(lisp::prepend(element.release(), list.release()));
+  return lisp::LispValue::adopt(lisp::prepend(element.take(), list.take()));
 }
 
 // The debugger stops here.

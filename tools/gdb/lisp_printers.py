@@ -61,7 +61,7 @@ def slots_of(chunk):
 def elements_of(chunk, remaining):
     """The elements of a list with so many, as raw values, from chunk to chunk."""
     while remaining > 0:
-        full_length = int(chunk["full_length"])
+        full_length = int(chunk["full_length_and_flag"])
         tail, tail_length = tail_of(chunk) if full_length & LINKED else (None, 0)
         full_length &= ~LINKED
         slots = slots_of(chunk)
@@ -154,7 +154,7 @@ class LispValuePrinter(Printer):
 class ChunkPrinter(Printer):
     def to_string(self):
         chunk = self.value
-        full_length = int(chunk["full_length"])
+        full_length = int(chunk["full_length_and_flag"])
         if int(chunk["references"]) == 0:
             return "chunk that waits in the graveyard"
         if not full_length & LINKED:
