@@ -1,3 +1,7 @@
+// Two threads that take turns, with one mutex and one condition: either the follower waits for a
+// call, or the evaluation for an answer. The evaluation ends when the follower is destroyed: it is
+// told that there will be no answer, and unwinds like any run that stops at a host call.
+
 #include "explain/follower.h"
 
 #include <condition_variable>

@@ -1,3 +1,6 @@
+// The file is opened to be appended to and never to be truncated, so nobody's recording is lost by
+// a path that was given twice.
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -10,6 +13,7 @@
 namespace lisp_worker::session {
 namespace {
 
+// A recording holds what a user has typed and drawn.
 constexpr mode_t kOfItsUserOnly = 0600;
 
 class PosixAppendFile final : public AppendFile {
@@ -20,8 +24,10 @@ class PosixAppendFile final : public AppendFile {
   ~PosixAppendFile() override { ::close(descriptor_); }
 
   bool append(std::string_view bytes, std::string* error_out) override {
+    // After a fork two processes have the file, and their records would be mixed.
     if (::getpid() != maker_) return fail("this process is a copy of its maker", error_out);
     while (!bytes.empty()) {
+      // A disk that is nearly full takes a part; the next call says why it does not take the rest.
       const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
       if (count < 0 && errno == EINTR) continue;
       if (count <= 0) return fail(client::systemMessage(errno), error_out);
@@ -44,6 +50,8 @@ class PosixAppendFile final : public AppendFile {
 
 std::unique_ptr<AppendFile> createAppendFile(const std::filesystem::path& path,
                                              std::string* error_out) {
+  // O_EXCL refuses a file that exists, and a symbolic link; a program that the host starts does not
+  // inherit the descriptor.
   const int descriptor =
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, kOfItsUserOnly);
   if (descriptor < 0) {

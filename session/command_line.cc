@@ -40,6 +40,7 @@ constexpr Option kOptions[] = {
     {"--", {Command::Proxy, Command::Proxy}},
 };
 
+// The whole text must be the number: "12x" is a mistake and not 12.
 template <typename Number>
 bool readNumber(std::string_view text, Number& number) {
   const char* const end = text.data() + text.size();
@@ -47,6 +48,8 @@ bool readNumber(std::string_view text, Number& number) {
   return read.ec == std::errc() && read.ptr == end;
 }
 
+// Reads from left to right and stops at the first mistake. What a command needs is checked after
+// all arguments are read, since options may come before files or after them.
 class Parser {
  public:
   explicit Parser(const std::vector<std::string_view>& arguments) : arguments_(arguments) {}
@@ -110,10 +113,12 @@ class Parser {
     if (next_ == arguments_.size()) return fail(std::string(argument) + " needs a value");
     const std::string_view value = arguments_[next_++];
     if (value.empty()) return fail(std::string(argument) + " needs a value that is not empty");
+    // The second value would hide the first, which is never meant.
     if (!given_.insert(argument).second) return fail(std::string(argument) + " is given twice");
     if (argument == "--worker" || argument == "--") {
       line_.worker = value;
     } else if (argument == "--record" && command == Command::Proxy) {
+      // The proxy records into a file; show takes the number of a record.
       line_.recording = value;
     } else if (argument == "--record") {
       line_.number = 0;

@@ -20,7 +20,7 @@ CommandLine parsed(const std::vector<std::string_view>& arguments) {
   return line.value_or(CommandLine{});
 }
 
-TEST(CommandLine, TakesEveryCommand) {
+TEST(SessionCommandLine, TakesEveryCommand) {
   EXPECT_EQ(parsed({"--help"}).command, Command::Help);
   EXPECT_EQ(parsed({"help"}).command, Command::Help);
   EXPECT_EQ(parsed({"--version"}).command, Command::Version);
@@ -39,7 +39,7 @@ TEST(CommandLine, TakesEveryCommand) {
   EXPECT_EQ(proxy.worker, "w");
 }
 
-TEST(CommandLine, SaysWhatIsWrong) {
+TEST(SessionCommandLine, SaysWhatIsWrong) {
   EXPECT_EQ(errorOf({}), "no command given");
   EXPECT_EQ(errorOf({"play"}), "no command named play");
   EXPECT_EQ(errorOf({"show"}), "show needs 1 file");

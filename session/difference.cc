@@ -1,3 +1,7 @@
+// Both values are walked together, depth first and from the left, so the first difference is the
+// one that a reader of the text would meet first. Recursion is bounded by the nesting of what the
+// client reads (client::kTextNestingMax).
+
 #include "session/difference.h"
 
 #include <algorithm>
@@ -15,6 +19,7 @@ using client::DatumList;
 
 constexpr std::string_view kNothing = "nothing";
 
+// A list may end before the other one does.
 std::string elementText(const DatumList& list, std::size_t index) {
   return index < list.size() ? client::printDatum(list[index]) : std::string(kNothing);
 }
@@ -24,6 +29,7 @@ std::optional<Difference> differenceAt(const std::string& path, const Datum& rec
   const DatumList* const a = asList(recorded);
   const DatumList* const b = asList(made);
   if (a == nullptr || b == nullptr) {
+    // A list and an atom differ as a whole; so does a NaN from itself, since == is that of doubles.
     if (recorded == made) return std::nullopt;
     return Difference{path.empty() ? "the value" : path, client::printDatum(recorded),
                       client::printDatum(made)};
@@ -34,6 +40,7 @@ std::optional<Difference> differenceAt(const std::string& path, const Datum& rec
     if (index >= a->size() || index >= b->size()) {
       return Difference{here, elementText(*a, index), elementText(*b, index)};
     }
+    // Only the outermost list has arguments; what is inside has elements.
     if (auto found = differenceAt(here, (*a)[index], (*b)[index], "element")) return found;
   }
   return std::nullopt;
@@ -41,8 +48,8 @@ std::optional<Difference> differenceAt(const std::string& path, const Datum& rec
 
 }  // namespace
 
-std::optional<Difference> firstDifference(const Datum& recorded, const Datum& made,
-                                          const std::string& element_name) {
+std::optional<Difference> firstDifferentElement(const Datum& recorded, const Datum& made,
+                                                const std::string& element_name) {
   return differenceAt("", recorded, made, element_name);
 }
 

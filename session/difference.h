@@ -20,9 +20,9 @@ struct Difference {
 // The first place, from left to right, in which the elements of two lists differ. The outermost
 // list's elements are named `element_name`. A NaN differs from everything, itself included, as it
 // does in the worker. Empty when the lists are equal.
-[[nodiscard]] std::optional<Difference> firstDifference(const client::Datum& recorded,
-                                                        const client::Datum& made,
-                                                        const std::string& element_name);
+[[nodiscard]] std::optional<Difference> firstDifferentElement(const client::Datum& recorded,
+                                                              const client::Datum& made,
+                                                              const std::string& element_name);
 
 // Whether a value is a NaN or holds one.
 [[nodiscard]] bool holdsNaN(const client::Datum& datum);

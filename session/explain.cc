@@ -125,8 +125,8 @@ std::vector<std::string> compareCourses(const Course& recorded, const Course& ma
   }
   if (recorded.contents && made.contents && recorded.is_call == made.is_call &&
       recorded.name == made.name) {
-    const auto found = firstDifference(*recorded.contents, *made.contents,
-                                       recorded.is_call ? "argument" : "element");
+    const auto found = firstDifferentElement(*recorded.contents, *made.contents,
+                                             recorded.is_call ? "argument" : "element");
     if (found) {
       lines.push_back(plainText("first difference: " + found->path + ": " +
                                     plainText(found->recorded, kColumnWidth) + " became " +

@@ -1,3 +1,6 @@
+// What has come is kept until its frame is whole, which its header tells. Between calls no more
+// than one unfinished frame is kept.
+
 #include "session/frame_splitter.h"
 
 #include <cstddef>

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "lisp_worker/client/process.h"
@@ -18,7 +22,9 @@
 #include "lisp_worker/session/replay.h"
 #include "lisp_worker/session/session.h"
 #include "lisp_worker/session/show.h"
+#include "lisp_worker/worker/frame.h"
 #include "session/command_line.h"
+#include "session/frame_stream.h"
 #include "session/plain_text.h"
 #include "session/proxy.h"
 
@@ -89,8 +95,35 @@ client::WorkerStarter starterOf(const std::string& path) {
   };
 }
 
+// The frames of a stream that is no recording; nothing if the file is a recording, or none at all.
+std::optional<RecordedSession> framesIn(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;
+  std::ifstream file(path, std::ios::binary);
+  std::string bytes(worker::kHeaderSize, '\0');
+  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  if (!beginsWithFrame(bytes)) return std::nullopt;
+  bytes.append(std::istreambuf_iterator<char>(file), {});
+  return sessionOfFrames(bytes);
+}
+
+ExitCode showFrames(const RecordedSession& session, const std::optional<std::size_t>& number) {
+  if (!number) {
+    print(showSession(session));
+    return ExitCode::Done;
+  }
+  if (*number >= session.records.size()) {
+    return complain(ExitCode::UnusableInput,
+                    "there are " + counted(session.records.size(), "record"));
+  }
+  print(showRecord(session.records[*number], *number));
+  return ExitCode::Done;
+}
+
 // What comes before a damage can still be looked at.
 ExitCode show(const CommandLine& line) {
+  if (const auto frames = framesIn(line.files[0])) return showFrames(*frames, line.number);
   const auto reader = open(line.files[0]);
   if (reader == nullptr) return ExitCode::UnusableInput;
   Record record;

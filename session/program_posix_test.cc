@@ -115,6 +115,22 @@ TEST_F(SessionProgram, ShowsASession) {
   EXPECT_THAT(none.text, HasSubstr("lisp_session: there are 28 records"));
 }
 
+TEST_F(SessionProgram, ShowsABareStreamOfFrames) {
+  const std::string program = testing_support::frameBytes(
+      testing_support::requestHeader(worker::MessageType::EvalStart), "(SETQ A 5)");
+  std::ofstream(recording(), std::ios::binary) << program << program.substr(0, 70);
+  const Output all = run("show " + recording().string());
+  EXPECT_EQ(all.exit_code, 0);
+  EXPECT_EQ(all.text,
+            "    0  0.000000  host    EvalStart         10 bytes: (SETQ A 5)\n"
+            "the stream ends inside the frame after record 0\n");
+  EXPECT_THAT(run("show " + recording().string() + " --record 0").text,
+              HasSubstr("\n(SETQ A 5)\n"));
+  const Output none = run("show " + recording().string() + " --record 1");
+  EXPECT_EQ(none.exit_code, 2);
+  EXPECT_EQ(none.text, "lisp_session: there are 1 record\n");
+}
+
 TEST_F(SessionProgram, SendsNoControlCharacters) {
   {
     client::Worker worker(proxyFor(workerExecutable()));

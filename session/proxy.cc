@@ -77,6 +77,7 @@ class Proxy {
     record([frame](Recorder& recorder) { recorder.onRequest(frame); });
   }
 
+  // The splitter makes a frame of a faulty header, too; from a worker that is a broken response.
   void recordResponse(std::string_view frame) {
     const bool is_frame =
         worker::getU32(frame.data() + worker::HeaderOffset::kMagic) == worker::kMagic &&
@@ -103,6 +104,8 @@ class Proxy {
     recorder_ = nullptr;
   }
 
+  // Ends as the worker has ended, so that the host cannot tell the proxy from it; but a worker that
+  // has ended well, with a recording that is not whole, is told by an exit code of the proxy's own.
   [[noreturn]] void finish(const client::WorkerExit& exit) {
     record([&exit](Recorder& recorder) { recorder.onEnd(exit); });
     const std::lock_guard lock(mutex_);  // Nothing is recorded any more.
@@ -121,7 +124,7 @@ class Proxy {
 
 void runProxy(client::WorkerProcess& worker, Recorder* recorder,
               const std::function<void(const std::string& reason)>& complain) {
-  keepAliveOnBrokenPipe();
+  surviveBrokenPipe();
   Proxy(worker, recorder, complain).run();
 }
 

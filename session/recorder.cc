@@ -1,3 +1,6 @@
+// A recorder may be called from any thread, so everything is under one lock, the clock and the
+// number of a record included: records are in the file in the order of their numbers and times.
+
 #include "lisp_worker/session/recorder.h"
 
 #include <utility>
@@ -13,10 +16,12 @@ std::unique_ptr<Recorder> Recorder::create(const std::filesystem::path& path,
   if (file == nullptr) return nullptr;
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   const auto start_time = static_cast<std::uint64_t>(duration_cast<microseconds>(now).count());
+  // Without its header a file could not be read, so it is not worth beginning.
   if (!file->append(encodeFileHeader(start_time), error_out)) return nullptr;
   return std::unique_ptr<Recorder>(new Recorder(std::move(file)));
 }
 
+// Times in records are counted on a clock that nobody can set back.
 Recorder::Recorder(std::unique_ptr<AppendFile> file)
     : file_(std::move(file)), begin_(std::chrono::steady_clock::now()) {}
 
@@ -25,6 +30,7 @@ std::string Recorder::failure() const {
   return failure_;
 }
 
+// The first failure stays: it is why the recording has ended.
 void Recorder::onStart() {
   const std::lock_guard lock(mutex_);
   if (has_worker_ && failure_.empty()) failure_ = "two workers at a time share the recorder";
@@ -51,6 +57,8 @@ void Recorder::record(RecordKind kind, std::string_view body) {
   recordLocked(kind, body);
 }
 
+// Nothing is written after a failure, so what is in the file is always a beginning of what has
+// happened, without a gap.
 void Recorder::recordLocked(RecordKind kind, std::string_view body) {
   if (!failure_.empty()) return;
   const auto time = duration_cast<microseconds>(std::chrono::steady_clock::now() - begin_);

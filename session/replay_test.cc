@@ -91,7 +91,7 @@ RecordedSession someSession() {
   return maker.session();
 }
 
-TEST(Replay, MakesARecordForEachOfTheRecording) {
+TEST(SessionReplay, MakesARecordForEachOfTheRecording) {
   RecordedSession recorded = someSession();
   recorded.records.push_back(
       {RecordKind::End, 0, encodeEnd({client::WorkerExit::Kind::Exited, 0})});
@@ -101,7 +101,7 @@ TEST(Replay, MakesARecordForEachOfTheRecording) {
   EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
 }
 
-TEST(Replay, StartsAFreshWorkerWhereTheRecordingDid) {
+TEST(SessionReplay, StartsAFreshWorkerWhereTheRecordingDid) {
   RecordedSession recorded = someSession();
   const RecordedSession once = recorded;
   recorded.records.insert(recorded.records.end(), once.records.begin(), once.records.end());
@@ -109,7 +109,7 @@ TEST(Replay, StartsAFreshWorkerWhereTheRecordingDid) {
   EXPECT_EQ(firstDifference(recorded, report.made), std::nullopt);
 }
 
-TEST(Replay, TellsThatThereIsNoWorker) {
+TEST(SessionReplay, TellsThatThereIsNoWorker) {
   const ReplayReport report = replaySession(
       someSession(),
       [](std::string* error_out) { return client::startWorker("no/such/worker", error_out); },
@@ -118,7 +118,7 @@ TEST(Replay, TellsThatThereIsNoWorker) {
 }
 
 // A program that takes requests and never answers, as long as its input does not end.
-TEST(Replay, GivesUpAWorkerThatDoesNotAnswer) {
+TEST(SessionReplay, GivesUpAWorkerThatDoesNotAnswer) {
   const std::string path = testing_support::environment("LISP_FAULTY_WORKER_PATH");
   RecordedSession recorded = someSession();
   // What the faulty worker takes for its orders: no fault known to it, so one that stalls.
@@ -152,7 +152,7 @@ RecordedSession endedInstead(client::WorkerExit end, const std::optional<std::st
 using Kind = client::WorkerExit::Kind;
 constexpr client::WorkerExit kKilledByOthers{Kind::Signaled, 9};
 
-TEST(Replay, GoesOnAfterAnEndFromOutside) {
+TEST(SessionReplay, GoesOnAfterAnEndFromOutside) {
   const std::string response = someSession().records[2].body;
   for (const auto& came :
        {std::optional<std::string>(), std::optional<std::string>(""),
@@ -170,7 +170,7 @@ TEST(Replay, GoesOnAfterAnEndFromOutside) {
 }
 
 // What ends there is the recording, and not the worker.
-TEST(Replay, InventsNoEndForAWorkerWithARequestInHand) {
+TEST(SessionReplay, InventsNoEndForAWorkerWithARequestInHand) {
   const RecordedSession recorded = endedInstead({Kind::Exited, 0}, std::nullopt);
   for (int n = 0; n < 20; ++n) {
     const ReplayReport report = replaySession(recorded, realWorker(), kPatience);
@@ -180,7 +180,7 @@ TEST(Replay, InventsNoEndForAWorkerWithARequestInHand) {
   }
 }
 
-TEST(Replay, ComparesAnEndThatAWorkerHasMadeItself) {
+TEST(SessionReplay, ComparesAnEndThatAWorkerHasMadeItself) {
   for (const client::WorkerExit end :
        {client::WorkerExit{Kind::Signaled, 11}, client::WorkerExit{Kind::Exited, 8},
         client::WorkerExit{Kind::Exited, 0xC0000005}}) {

@@ -48,33 +48,48 @@ TEST(SessionFile, ReadsWhatWasWritten) {
   EXPECT_EQ(read->end_text, "");
 }
 
-TEST(SessionFile, TellsEverythingUpToItsLastWholeRecordWhereverItIsCut) {
-  const RecordedSession session = someSession();
-  const std::string bytes = encodeSession(session);
-  std::vector<std::size_t> ends = {kFileHeaderSize};  // Of the records, as offsets.
+TEST(SessionFile, IsNoneWhenCutInsideItsHeader) {
+  const std::string bytes = encodeSession(someSession());
+  for (std::size_t size = 0; size < kFileHeaderSize; ++size) {
+    std::string error;
+    EXPECT_FALSE(decodeSession(std::string_view(bytes).substr(0, size), &error)) << size;
+    EXPECT_EQ(error, size < kFileMagic.size() ? "not a recorded session"
+                                              : "cut inside the header of the file");
+  }
+}
+
+// The place behind each record that the file of `session` has, after that behind its header.
+std::vector<std::size_t> recordEnds(const RecordedSession& session) {
+  std::vector<std::size_t> ends = {kFileHeaderSize};
   for (const Record& record : session.records) {
     ends.push_back(ends.back() + kRecordHeaderSize + record.body.size());
   }
-  for (std::size_t size = 0; size < bytes.size(); ++size) {
+  return ends;
+}
+
+// What is read of the first bytes of a file: the first records of `session`, and perhaps a cut one.
+void expectBeginning(const RecordedSession& read, const RecordedSession& session,
+                     std::size_t record_count, bool is_cut) {
+  EXPECT_EQ(read.records.size(), record_count);
+  EXPECT_TRUE(std::equal(read.records.begin(), read.records.end(), session.records.begin()));
+  EXPECT_EQ(read.end, is_cut ? FileEnd::Cut : FileEnd::Whole);
+  if (!is_cut) return;
+  EXPECT_THAT(read.end_text, HasSubstr("the file ends inside record " +
+                                       std::to_string(record_count) + ", in its "));
+}
+
+TEST(SessionFile, TellsEverythingUpToItsLastWholeRecordWhereverItIsCut) {
+  const RecordedSession session = someSession();
+  const std::string bytes = encodeSession(session);
+  const std::vector<std::size_t> ends = recordEnds(session);
+  std::size_t whole = 0;
+  for (std::size_t size = kFileHeaderSize; size < bytes.size(); ++size) {
     SCOPED_TRACE(size);
+    if (ends[whole + 1] == size) ++whole;
     std::string error;
     const auto read = decodeSession(std::string_view(bytes).substr(0, size), &error);
-    if (size < kFileHeaderSize) {
-      EXPECT_FALSE(read.has_value());
-      EXPECT_EQ(error, size < kFileMagic.size() ? "not a recorded session"
-                                                : "cut inside the header of the file");
-      continue;
-    }
     ASSERT_TRUE(read.has_value()) << error;
-    std::size_t whole = 0;
-    while (ends[whole + 1] <= size) ++whole;
-    EXPECT_EQ(read->records.size(), whole);
-    EXPECT_TRUE(std::equal(read->records.begin(), read->records.end(), session.records.begin()));
-    EXPECT_EQ(read->end, ends[whole] == size ? FileEnd::Whole : FileEnd::Cut);
-    if (read->end == FileEnd::Cut) {
-      EXPECT_THAT(read->end_text,
-                  HasSubstr("the file ends inside record " + std::to_string(whole) + ", in its "));
-    }
+    expectBeginning(*read, session, whole, ends[whole] != size);
   }
 }
 

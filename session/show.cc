@@ -22,6 +22,7 @@ using worker::WorkerStatus;
 
 namespace {
 
+// Columns of a line; a text that is longer is cut, and `show --record` has it whole.
 constexpr std::size_t kTextWidth = 64;
 constexpr std::size_t kSpeakerWidth = 8;
 constexpr std::size_t kWhatWidth = 18;
@@ -34,6 +35,7 @@ std::string timeText(std::uint64_t microseconds) {
   return text.data();
 }
 
+// Of a record whose body is a whole frame.
 std::string_view payloadOf(const Record& record) {
   return std::string_view(record.body).substr(worker::kHeaderSize);
 }
@@ -59,6 +61,7 @@ std::string describeRequest(const Record& record, const MessageHeader& header) {
 
 std::string describeResponse(const Record& record, const MessageHeader& header) {
   const auto status = static_cast<WorkerStatus>(header.status);
+  // Only an evaluation's payload can be decoded as one: its status says so, and its size.
   const auto result = client::decodeEvalResult(status, payloadOf(record), nullptr);
   if (!result) return header.payload_length == 0 ? "" : counted(header.payload_length, "byte");
   std::string text;
@@ -83,6 +86,7 @@ Line lineOf(const Record& record) {
     case RecordKind::End:
       return {"", "end", client::describeExit(decodeEnd(record.body))};
     case RecordKind::Request:
+      // The proxy records what came of a request that the host has not finished.
       if (!header) return {"host", "cut request", counted(record.body.size(), "byte")};
       return {"host", std::string(client::messageTypeName(static_cast<MessageType>(header->type))),
               describeRequest(record, *header)};
@@ -139,6 +143,7 @@ std::string showResult(const client::EvalResult& result) {
   return text + "\n" + result.text + "\n";
 }
 
+// In hexadecimal: the bytes may come from a process that is not a worker at all.
 std::string showBytes(std::string_view bytes) {
   std::string text;
   for (std::size_t begin = 0; begin < bytes.size(); begin += kBytesPerLine) {
@@ -167,6 +172,7 @@ std::string showPayload(const Record& record, const MessageHeader& header) {
     case MessageType::EvalResume:
       return "\n" + std::string(payload) + "\n";
     case MessageType::RegisterContext:
+      // A host may send any size; the worker refuses all but one.
       return payload.size() == worker::kContextPayloadSize ? showContext(payload)
                                                            : showBytes(payload);
     default:
@@ -183,7 +189,7 @@ std::string describeRecord(const Record& record, std::size_t number) {
   std::string text = std::string(index.data()) + timeText(record.time) + "  " +
                      padded(line.speaker, kSpeakerWidth) + padded(line.what, kWhatWidth) +
                      line.details;
-  text.erase(text.find_last_not_of(' ') + 1);
+  text.erase(text.find_last_not_of(' ') + 1);  // Of columns that are padded and have nothing after.
   return text;
 }
 

@@ -14,7 +14,7 @@ namespace lisp_worker::session {
 // 0 when the input has ended.
 [[nodiscard]] std::size_t readStandardInput(char* buffer, std::size_t size);
 
-// False when nobody reads any more. Raises no signal after keepAliveOnBrokenPipe.
+// False when nobody reads any more. Raises no signal after surviveBrokenPipe.
 [[nodiscard]] bool writeStandardOutput(std::string_view bytes);
 
 // Closes one of them: whoever is at its other end can write no more, or sees the end.
@@ -22,7 +22,7 @@ void closeStandardInput();
 void closeStandardOutput();
 
 // Makes a write into a pipe that nobody reads fail instead of ending the process.
-void keepAliveOnBrokenPipe();
+void surviveBrokenPipe();
 
 // Ends this process at once in the way in which a worker has ended, so that whoever started it
 // cannot tell the two apart.

@@ -35,7 +35,7 @@ void closeStandardInput() { ::close(STDIN_FILENO); }
 
 void closeStandardOutput() { ::close(STDOUT_FILENO); }
 
-void keepAliveOnBrokenPipe() { std::signal(SIGPIPE, SIG_IGN); }
+void surviveBrokenPipe() { std::signal(SIGPIPE, SIG_IGN); }
 
 void endLike(const client::WorkerExit& exit) {
   if (exit.kind == client::WorkerExit::Kind::Exited) ::_exit(static_cast<int>(exit.code));

@@ -37,7 +37,7 @@ void closeStandardInput() { ::CloseHandle(::GetStdHandle(STD_INPUT_HANDLE)); }
 
 void closeStandardOutput() { ::CloseHandle(::GetStdHandle(STD_OUTPUT_HANDLE)); }
 
-void keepAliveOnBrokenPipe() {}  // This system has no such signal.
+void surviveBrokenPipe() {}  // This system has no such signal.
 
 void endLike(const client::WorkerExit& exit) {
   const bool is_told = exit.kind == client::WorkerExit::Kind::Exited;

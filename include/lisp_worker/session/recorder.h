@@ -28,8 +28,8 @@ class Recorder final : public client::FrameObserver {
  public:
   // Begins a new file; one that exists already is left alone. Null when that cannot be, with the
   // reason in `error_out`.
-  static std::unique_ptr<Recorder> create(const std::filesystem::path& path,
-                                          std::string* error_out);
+  [[nodiscard]] static std::unique_ptr<Recorder> create(const std::filesystem::path& path,
+                                                        std::string* error_out);
 
   void onStart() override;
   void onRequest(std::string_view frame) override;
