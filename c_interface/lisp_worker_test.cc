@@ -428,20 +428,6 @@ TEST(CInterface, HasTheNumbersOfTheOther) {
   EXPECT_STREQ(lisp_exit_code_explanation(LISP_EXIT_OUT_OF_MEMORY), "it ran out of memory");
 }
 
-static_assert(LISP_COMPUTE_SUM == static_cast<int>(lisp_worker::client::GeometryOperation::Sum));
-static_assert(LISP_COMPUTE_DIFFERENCE ==
-              static_cast<int>(lisp_worker::client::GeometryOperation::Difference));
-static_assert(LISP_COMPUTE_PRODUCT ==
-              static_cast<int>(lisp_worker::client::GeometryOperation::Product));
-static_assert(LISP_COMPUTE_QUOTIENT ==
-              static_cast<int>(lisp_worker::client::GeometryOperation::Quotient));
-static_assert(LISP_COMPUTE_DISTANCE ==
-              static_cast<int>(lisp_worker::client::GeometryOperation::Distance));
-static_assert(LISP_COMPUTE_ANGLE ==
-              static_cast<int>(lisp_worker::client::GeometryOperation::Angle));
-static_assert(LISP_COMPUTE_POLAR ==
-              static_cast<int>(lisp_worker::client::GeometryOperation::Polar));
-
 TEST(CInterface, TellsAFault) {
   const WorkerHandle worker(lisp_worker_new("no/such/worker", 0));
   EXPECT_STREQ(lisp_worker_fault(worker.get()), "");

@@ -54,7 +54,8 @@ endif()
 # lisp_quicken_build(<test program>)
 #
 # Tests take most of the time of a build. GoogleTest's headers, which every test file includes
-# anyway, are read once for all. What its macros expand to is not optimised in the builds with few
+# anyway, are read once for all; and with them how enumerators are printed, which every test needs and
+# none names. What its macros expand to is not optimised in the builds with few
 # random conversations; in the others that would slow down the templates that tests share with the
 # code under test.
 function(lisp_quicken_build name)
@@ -70,7 +71,8 @@ function(lisp_quicken_build name)
   if(first)
     target_precompile_headers(${name} REUSE_FROM ${first})
   else()
-    target_precompile_headers(${name} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+    target_precompile_headers(${name} PRIVATE <gmock/gmock.h> <gtest/gtest.h>
+                                              ${PROJECT_SOURCE_DIR}/testing/base/enum_printer.h)
     set_property(GLOBAL PROPERTY lisp_precompiled_by ${name})
   endif()
 endfunction()

@@ -8,7 +8,7 @@
 
 #include "lisp/graveyard.h"
 #include "worker/context_requests.h"
-#include "worker/geometry_request.h"
+#include "worker/geometry_requests.h"
 
 namespace lisp_worker::worker {
 

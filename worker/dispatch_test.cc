@@ -88,8 +88,9 @@ TEST_F(DispatcherTest, KeepsContextsForPointRequests) {
 }
 
 TEST_F(DispatcherTest, AnswersGeometryWithoutAContext) {
-  EXPECT_EQ(send(MessageType::GeometryRequest, geometryPayload(1, 2, {1, 2}), 999),
-            WorkerStatus::Ok);
+  EXPECT_EQ(
+      send(MessageType::GeometryRequest, geometryPayload(GeometryOperation::Sum, 2, {1, 2}), 999),
+      WorkerStatus::Ok);
   ASSERT_EQ(response_.size(), 64U);
   EXPECT_EQ(getF64(response_.data()), 3);
 }

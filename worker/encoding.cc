@@ -40,6 +40,7 @@ constexpr WorkerStatus statusOf(OutcomeKind kind) {
     case OutcomeKind::HostCallRequired:
       return WorkerStatus::HostCallPending;
   }
+  // By contract an outcome of any other kind has failed. Only a defect of ours makes one.
   return WorkerStatus::EvalFailed;
 }
 

@@ -18,7 +18,7 @@ inline constexpr std::size_t kTextSizeMax = kPayloadSizeMax - kEvalResultHeaderS
 
 // Fills `payload` with the response to an evaluation and returns its status. `run_id` names the
 // pending run that is kept, 0 for none. A text longer than kTextSizeMax leaves `payload` empty and
-// is a InvalidRequest.
+// is an InvalidRequest.
 [[nodiscard]] WorkerStatus encodeEvalResponse(const lisp::EvalOutcome& outcome,
                                               std::uint64_t run_id, std::string& payload);
 

@@ -1,7 +1,7 @@
 // Decodes 64 bytes, has geometry/ compute, encodes 64 bytes. Unlike other requests, a failed one
 // has a payload too: the number that was not finite, or zeros.
 
-#include "worker/geometry_request.h"
+#include "worker/geometry_requests.h"
 
 #include <cassert>
 #include <cstddef>
@@ -53,8 +53,9 @@ WorkerStatus statusOf(geometry::GeometryOutcome outcome) {
     case geometry::GeometryOutcome::UnknownOperation:
       return WorkerStatus::UnknownType;
     case geometry::GeometryOutcome::Degenerate:
-      break;
+      return WorkerStatus::Degenerate;
   }
+  assert(false);  // There is no other outcome.
   return WorkerStatus::Degenerate;
 }
 

@@ -1,7 +1,7 @@
 // The geometric request: its 64 bytes as a calculation, and the result as 64 bytes.
 
-#ifndef WORKER_GEOMETRY_REQUEST_H_
-#define WORKER_GEOMETRY_REQUEST_H_
+#ifndef WORKER_GEOMETRY_REQUESTS_H_
+#define WORKER_GEOMETRY_REQUESTS_H_
 
 #include <string>
 #include <string_view>
@@ -20,4 +20,4 @@ namespace lisp_worker::worker {
 
 }  // namespace lisp_worker::worker
 
-#endif  // WORKER_GEOMETRY_REQUEST_H_
+#endif  // WORKER_GEOMETRY_REQUESTS_H_

@@ -13,17 +13,16 @@
 #include <vector>
 
 #include "lisp_worker/worker/frame.h"
+#include "testing/base/same_bytes.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/memory_stream.h"
 #include "testing/wire/wire_frames.h"
 
 namespace lisp_worker::worker {
-
-void PrintTo(ExitCode code, std::ostream* out) { *out << "exit code " << static_cast<int>(code); }
-
 namespace {
 
 using testing::ElementsAre;
+using testing_support::areSameBytes;
 using testing_support::frameBytes;
 using testing_support::geometryPayload;
 using testing_support::headerBytes;
@@ -82,7 +81,8 @@ std::vector<std::string> frames() {
       frameBytes(in_context, identityContextRecord(7)),
       frameBytes(convert, pointPayload(1, 2, 3, 0, 1)),
       frameBytes(convert, "too short"),
-      frameBytes(requestHeader(MessageType::GeometryRequest), geometryPayload(1, 2, {1, 2})),
+      frameBytes(requestHeader(MessageType::GeometryRequest),
+                 geometryPayload(GeometryOperation::Sum, 2, {1, 2})),
       frameBytes(requestHeader(MessageType::EvalStart), "(LIST (GETPOINT \"from\") (GETDIST))"),
       frameBytes(resume, "(1 2)"),
       frameBytes(resume, "5"),
@@ -124,13 +124,13 @@ TEST(ExitCodes, HaveTheirNumbers) {
   EXPECT_EQ(static_cast<int>(ExitCode::PayloadUnwritten), 7);
 }
 
-TEST(Worker, FinishesSilentlyWithoutInput) {
+TEST(WorkerLoop, FinishesSilentlyWithoutInput) {
   const Life life = live("");
   EXPECT_EQ(life.exit_code, ExitCode::Finished);
   EXPECT_EQ(life.output, "");
 }
 
-TEST(Worker, FinishesSilentlyInsideAHeader) {
+TEST(WorkerLoop, FinishesSilentlyInsideAHeader) {
   for (std::size_t size = 1; size < 64; ++size) {
     const Life life = live(ping().substr(0, size));
     EXPECT_EQ(life.exit_code, ExitCode::Finished) << size;
@@ -138,7 +138,7 @@ TEST(Worker, FinishesSilentlyInsideAHeader) {
   }
 }
 
-TEST(Worker, EndsSilentlyInsideAPayload) {
+TEST(WorkerLoop, EndsSilentlyInsideAPayload) {
   const std::string frame =
       frameBytes(requestHeader(MessageType::EvalStart), std::string(100, ' '));
   const Life life = live(frame.substr(0, 64 + 40));
@@ -149,7 +149,7 @@ TEST(Worker, EndsSilentlyInsideAPayload) {
   EXPECT_EQ(live(frame).exit_code, ExitCode::Finished);
 }
 
-TEST(Worker, AnswersEveryFrameInTurn) {
+TEST(WorkerLoop, AnswersEveryFrameInTurn) {
   const Life life = live(conversation());
   EXPECT_EQ(life.exit_code, ExitCode::Finished);
   const std::vector<WireResponse> responses = life.responses();
@@ -161,11 +161,11 @@ TEST(Worker, AnswersEveryFrameInTurn) {
   EXPECT_EQ(responses[8].payload.substr(64), "((1 2) 5)");
 }
 
-TEST(Worker, BuildsEveryHeaderAfresh) {
+TEST(WorkerLoop, BuildsEveryHeaderAfresh) {
   MessageHeader request = headerWithIds(MessageType::GeometryRequest);
   request.status = 0xFFFFFFFF;
   request.run_id = 99;
-  std::string frame = frameBytes(request, geometryPayload(1, 2, {1, 2}));
+  std::string frame = frameBytes(request, geometryPayload(GeometryOperation::Sum, 2, {1, 2}));
   frame.replace(40, 24, 24, '\xFF');
 
   MessageHeader expected;
@@ -178,7 +178,7 @@ TEST(Worker, BuildsEveryHeaderAfresh) {
   EXPECT_EQ(live(frame).output.substr(0, 64), headerBytes(expected));
 }
 
-TEST(Worker, IgnoresTheReservedBytesOfARequest) {
+TEST(WorkerLoop, IgnoresTheReservedBytesOfARequest) {
   for (std::size_t i = 0; i < 64; ++i) {
     const bool is_reserved = (i >= 12 && i < 16) || i >= 40;
     if (!is_reserved) continue;
@@ -188,7 +188,7 @@ TEST(Worker, IgnoresTheReservedBytesOfARequest) {
   }
 }
 
-TEST(Worker, AnswersAtEveryLengthAfterEveryOther) {
+TEST(WorkerLoop, AnswersAtEveryLengthAfterEveryOther) {
   const MessageHeader header = requestHeader(MessageType::EvalStart);
   std::string input;
   std::vector<std::string> texts;
@@ -200,11 +200,11 @@ TEST(Worker, AnswersAtEveryLengthAfterEveryOther) {
   const std::vector<WireResponse> responses = life.responses();
   ASSERT_EQ(responses.size(), texts.size());
   for (std::size_t i = 0; i < texts.size(); ++i) {
-    EXPECT_TRUE(responses[i].payload.substr(64) == texts[i]) << i;
+    EXPECT_TRUE(areSameBytes(responses[i].payload.substr(64), texts[i])) << i;
   }
 }
 
-TEST(Worker, StaysAlignedAfterAnIgnoredPayload) {
+TEST(WorkerLoop, StaysAlignedAfterAnIgnoredPayload) {
   // The ignored payload looks like a frame that would end the worker.
   const std::string trap = frameBytes(requestHeader(MessageType::Shutdown));
   for (const int type : {1, 9, 0, 10, 254, 256, 0xFFFF}) {
@@ -219,7 +219,7 @@ TEST(Worker, StaysAlignedAfterAnIgnoredPayload) {
   }
 }
 
-TEST(Worker, EchoesIdsInEveryResponse) {
+TEST(WorkerLoop, EchoesIdsInEveryResponse) {
   for (int type = 0; type <= 256; ++type) {
     MessageHeader header = headerWithIds(MessageType::Ping);
     header.type = static_cast<std::uint16_t>(type);
@@ -296,7 +296,7 @@ INSTANTIATE_TEST_SUITE_P(
         FaultRow{"version before length", kMagic, 0, 0xFFFFFFFF, WorkerStatus::BadVersion,
                  ExitCode::BadVersion}));
 
-TEST(Worker, AcceptsThePayloadLimit) {
+TEST(WorkerLoop, AcceptsThePayloadLimit) {
   for (const std::size_t size : {0xFFFFFU, 0x100000U}) {
     const Life life =
         live(frameBytes(requestHeader(MessageType::Ping), std::string(size, '\xFF')) + ping());
@@ -305,7 +305,7 @@ TEST(Worker, AcceptsThePayloadLimit) {
   }
 }
 
-TEST(Worker, EvaluatesAProgramOfThePayloadLimit) {
+TEST(WorkerLoop, EvaluatesAProgramOfThePayloadLimit) {
   std::string program = "(+ 1 2)";
   program.resize(0x100000, ' ');
   const Life life = live(frameBytes(requestHeader(MessageType::EvalStart), program));
@@ -315,7 +315,7 @@ TEST(Worker, EvaluatesAProgramOfThePayloadLimit) {
 
 // Shutdown.
 
-TEST(Worker, AnswersAShutdownAndReadsNoFurther) {
+TEST(WorkerLoop, AnswersAShutdownAndReadsNoFurther) {
   for (const std::string_view payload : {"", "ignored"}) {
     const std::string frame = frameBytes(headerWithIds(MessageType::Shutdown), payload);
     const Life life = live(frame + ping());
@@ -330,14 +330,14 @@ TEST(Worker, AnswersAShutdownAndReadsNoFurther) {
   }
 }
 
-TEST(Worker, FinishesAfterAShutdownThatItCannotAnswer) {
+TEST(WorkerLoop, FinishesAfterAShutdownThatItCannotAnswer) {
   for (std::size_t size = 0; size < 64; ++size) {
     const Life life = live(frameBytes(requestHeader(MessageType::Shutdown), "ignored"), size);
     EXPECT_EQ(life.exit_code, ExitCode::Finished) << size;
   }
 }
 
-TEST(Worker, NeedsThePayloadOfAShutdown) {
+TEST(WorkerLoop, NeedsThePayloadOfAShutdown) {
   const std::string frame = frameBytes(requestHeader(MessageType::Shutdown), "ignored");
   const Life life = live(frame.substr(0, frame.size() - 1));
   EXPECT_EQ(life.exit_code, ExitCode::PayloadCut);
@@ -346,7 +346,7 @@ TEST(Worker, NeedsThePayloadOfAShutdown) {
 
 // A conversation cut anywhere, in either direction.
 
-TEST(Worker, EndsAsItShouldWhereverTheInputEnds) {
+TEST(WorkerLoop, EndsAsItShouldWhereverTheInputEnds) {
   const std::string whole_output = live(conversation()).output;
   const std::vector<std::string> requests = frames();
   std::size_t begin = 0;        // Of the request that is cut.
@@ -364,7 +364,7 @@ TEST(Worker, EndsAsItShouldWhereverTheInputEnds) {
   }
 }
 
-TEST(Worker, EndsAsItShouldWhereverTheOutputFails) {
+TEST(WorkerLoop, EndsAsItShouldWhereverTheOutputFails) {
   const std::string whole_output = live(conversation()).output;
   std::size_t begin = 0;  // Of the response that is cut.
   std::size_t size = 64 + getU32(whole_output.data() + 8);
@@ -382,7 +382,7 @@ TEST(Worker, EndsAsItShouldWhereverTheOutputFails) {
   EXPECT_EQ(live(conversation(), whole_output.size()).exit_code, ExitCode::Finished);
 }
 
-TEST(Worker, SaysTheSameWhateverThePiecesThatBytesComeIn) {
+TEST(WorkerLoop, SaysTheSameWhateverThePiecesThatBytesComeIn) {
   const std::string whole_output = live(conversation()).output;
   for (const std::size_t piece_size : {1U, 2U, 3U, 63U, 64U, 65U}) {
     const Life life = live(conversation(), kAnySize, piece_size);
@@ -415,9 +415,9 @@ class NotingReader final : public ByteReader {
   std::vector<std::pair<std::size_t, std::size_t>> notes_;
 };
 
-TEST(Worker, AnswersInFullBeforeItReadsTheNextByte) {
-  const std::string geometry =
-      frameBytes(requestHeader(MessageType::GeometryRequest), geometryPayload(1, 1, {5}));
+TEST(WorkerLoop, AnswersInFullBeforeItReadsTheNextByte) {
+  const std::string geometry = frameBytes(requestHeader(MessageType::GeometryRequest),
+                                          geometryPayload(GeometryOperation::Sum, 1, {5}));
   MemoryWriter writer;
   NotingReader reader(ping() + geometry + geometry + ping(), writer);
   EXPECT_EQ(runWorker(reader, writer), ExitCode::Finished);
@@ -426,7 +426,7 @@ TEST(Worker, AnswersInFullBeforeItReadsTheNextByte) {
                                           Pair(256, 192), Pair(320, 320), Pair(384, 384)));
 }
 
-TEST(Worker, BeginsWithNothingOfAnEarlierOne) {
+TEST(WorkerLoop, BeginsWithNothingOfAnEarlierOne) {
   MessageHeader in_context = requestHeader(MessageType::RegisterContext);
   in_context.context_id = 7;
   EXPECT_THAT(statuses(live(frameBytes(in_context, identityContextRecord(7)) +

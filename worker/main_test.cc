@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "testing/base/same_bytes.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/workers/child_process.h"
@@ -12,6 +13,7 @@
 namespace lisp_worker::worker {
 namespace {
 
+using testing_support::areSameBytes;
 using testing_support::ChildProcess;
 using testing_support::referenceConversation;
 
@@ -28,7 +30,7 @@ std::string converse(ChildProcess& child) {
 
 TEST(Main, AnswersUntilItsInputEnds) {
   ChildProcess child;
-  EXPECT_TRUE(converse(child) == referenceConversation().output());
+  EXPECT_TRUE(areSameBytes(converse(child), referenceConversation().output()));
   EXPECT_EQ(child.end(), "exit code 0");
   EXPECT_EQ(child.errors(), "");
 }

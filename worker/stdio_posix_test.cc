@@ -18,12 +18,14 @@
 #include <string_view>
 #include <thread>
 
+#include "testing/base/same_bytes.h"
 #include "worker/stdio.h"
 
 namespace lisp_worker::worker {
 namespace {
 
 using std::chrono::milliseconds;
+using testing_support::areSameBytes;
 
 // A pipe between two descriptors, either of which may be closed early.
 class Pipe {
@@ -149,7 +151,7 @@ TEST_F(StandardInputTest, WaitsForTheRestOfAShortRead) {
 TEST_F(StandardInputTest, ReadsMoreThanThePipeHolds) {
   const std::string bytes = largeBytes();
   std::thread host([&] { pipe_.put(bytes); });
-  EXPECT_TRUE(read(bytes.size()) == bytes);
+  EXPECT_TRUE(areSameBytes(read(bytes.size()), bytes));
   host.join();
 }
 
@@ -354,7 +356,7 @@ TEST_F(StandardOutputTest, WritesMoreThanThePipeHolds) {
   host.join();
   EXPECT_TRUE(written);
   EXPECT_EQ(frame, FrameWrite::Complete);
-  EXPECT_TRUE(received == payload + kHeader + payload);
+  EXPECT_TRUE(areSameBytes(received, payload + kHeader + payload));
 }
 
 TEST_F(StandardOutputTest, WaitsForAPipeThatDoesNotBlock) {
@@ -375,7 +377,7 @@ TEST_F(StandardOutputTest, WaitsForAPipeThatDoesNotBlock) {
   host.join();
   EXPECT_TRUE(written);
   EXPECT_EQ(frame, FrameWrite::Complete);
-  EXPECT_TRUE(received == payload + kHeader + payload);
+  EXPECT_TRUE(areSameBytes(received, payload + kHeader + payload));
 }
 
 // The reader goes away while the writer waits for it.
@@ -526,7 +528,7 @@ TEST_F(StandardOutputTest, WritesOnAfterAnInterruption) {
   host.join();
   EXPECT_EQ(written, FrameWrite::Complete);
   EXPECT_GT(count, 0);
-  EXPECT_TRUE(received == kHeader + payload);
+  EXPECT_TRUE(areSameBytes(received, kHeader + payload));
 }
 
 }  // namespace

@@ -11,12 +11,14 @@
 #include <string_view>
 #include <thread>
 
+#include "testing/base/same_bytes.h"
 #include "worker/stdio.h"
 
 namespace lisp_worker::worker {
 namespace {
 
 using std::chrono::milliseconds;
+using testing_support::areSameBytes;
 
 // A pipe between two handles, either of which may be closed early.
 class Pipe {
@@ -136,7 +138,7 @@ TEST_F(StandardInputTest, WaitsForTheRestOfAShortRead) {
 TEST_F(StandardInputTest, ReadsMoreThanThePipeHolds) {
   const std::string bytes = largeBytes();
   std::thread host([&] { pipe_.put(bytes); });
-  EXPECT_TRUE(read(bytes.size()) == bytes);
+  EXPECT_TRUE(areSameBytes(read(bytes.size()), bytes));
   host.join();
 }
 
@@ -199,7 +201,7 @@ TEST_F(StandardOutputTest, WritesMoreThanThePipeHolds) {
   std::thread host([&] { received = pipe_.take(kHeader.size() + payload.size()); });
   EXPECT_EQ(output_.writeFrame(kHeader, payload), FrameWrite::Complete);
   host.join();
-  EXPECT_TRUE(received == kHeader + payload);
+  EXPECT_TRUE(areSameBytes(received, kHeader + payload));
 }
 
 TEST_F(StandardOutputTest, FailsWithoutAReader) {

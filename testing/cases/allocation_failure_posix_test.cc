@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "lisp_worker/worker/exit_code.h"
+#include "testing/base/same_bytes.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
 #include "testing/formats/program_file.h"
@@ -98,7 +99,7 @@ bool runsOut(const Recorded& conversation, std::size_t allocations_max) {
       conversation.name + " with " + std::to_string(allocations_max) + " allocations";
   EXPECT_EQ(child.errors(), "") << what;
   if (end == "exit code 0") {
-    EXPECT_TRUE(output == conversation.output) << what;
+    EXPECT_TRUE(areSameBytes(output, conversation.output)) << what;
     return false;
   }
   EXPECT_EQ(end, kOutOfMemory) << what;

@@ -12,6 +12,7 @@
 
 #include "lisp/storage.h"
 #include "lisp_worker/worker/frame.h"
+#include "testing/base/same_bytes.h"
 #include "testing/cases/attack.h"
 #include "testing/formats/scenario.h"
 #include "testing/generators/greedy_programs.h"
@@ -85,7 +86,7 @@ TEST_F(AttackByHistory, ManyPendingRunsAndAFewMore) {
     const std::string expected = batch.output();
     const microseconds before = process.processorTime();
     process.send(batch.input());
-    ASSERT_TRUE(process.receive(expected.size()) == expected) << run_id;
+    ASSERT_TRUE(areSameBytes(process.receive(expected.size()), expected)) << run_id;
     times.push_back(process.processorTime() - before);
   }
   std::sort(times.begin(), times.end());

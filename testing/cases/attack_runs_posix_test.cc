@@ -12,6 +12,7 @@
 
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
+#include "testing/base/same_bytes.h"
 #include "testing/cases/attack.h"
 #include "testing/formats/scenario.h"
 #include "testing/generators/greedy_programs.h"
@@ -98,7 +99,7 @@ TEST(LeavingWorker, LeavesAtOnceWithAHundredThousandRunsPending) {
     }
     const std::string expected = batch.output();
     process.send(batch.input());
-    ASSERT_TRUE(process.receive(expected.size()) == expected) << run_id;
+    ASSERT_TRUE(areSameBytes(process.receive(expected.size()), expected)) << run_id;
   }
   const std::chrono::microseconds used = process.processorTime();
   process.endInput();

@@ -18,6 +18,7 @@ namespace lisp_worker::testing_support {
 namespace {
 
 using worker::ContextOffset;
+using worker::GeometryOperation;
 using worker::MessageType;
 using worker::putF64;
 using worker::putU32;
@@ -173,7 +174,6 @@ INSTANTIATE_TEST_SUITE_P(Registration, WholeConversation, testing::ValuesIn(regi
                          nameOf);
 
 std::vector<Scenario> points() {
-  const double high = 0x1p63;
   return {
       Scenario("BetweenSystems")
           .registerContext(7, surveyRecord(7))
@@ -213,6 +213,13 @@ std::vector<Scenario> points() {
           .ok(pointResult(-18, -91, 2.5))
           .query(kFromPlane, 7, pointPayload(1, 2, 3, 0, 2))
           .answer(WorkerStatus::QueryFailed),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(Point, WholeConversation, testing::ValuesIn(points()), nameOf);
+
+std::vector<Scenario> cells() {
+  return {
       Scenario("InACellOfTheSurvey")
           .registerContext(7, surveyRecord(7))
           .ok()
@@ -239,6 +246,15 @@ std::vector<Scenario> points() {
           .ok()
           .query(kLocate, 7, pointPayload(-0.0, 1, 0, 1, 0))
           .ok(cellResult(-0.0, 1, 0, 0, 1, keyOf(0, 1), 0)),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(Cell, WholeConversation, testing::ValuesIn(cells()), nameOf);
+
+// At the ends of the indexes, and under contexts that have no cells.
+std::vector<Scenario> lastCells() {
+  const double high = 0x1p63;
+  return {
       Scenario("InTheLastCells")
           .registerContext(7, identityContextRecord(7))
           .ok()
@@ -267,6 +283,13 @@ std::vector<Scenario> points() {
           .ok()
           .query(kLocate, 7, pointPayload(1, 2, 3, 0, 0))
           .answer(WorkerStatus::QueryFailed),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(LastCell, WholeConversation, testing::ValuesIn(lastCells()), nameOf);
+
+std::vector<Scenario> pointsOfPrograms() {
+  return {
       Scenario("OfPrograms")
           .registerContext(7, surveyRecord(7))
           .ok()
@@ -287,93 +310,110 @@ std::vector<Scenario> points() {
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(Point, WholeConversation, testing::ValuesIn(points()), nameOf);
+INSTANTIATE_TEST_SUITE_P(PointOfAProgram, WholeConversation, testing::ValuesIn(pointsOfPrograms()),
+                         nameOf);
 
 std::vector<Scenario> geometry() {
-  constexpr double kLargest = std::numeric_limits<double>::max();
   return {
       Scenario("EveryOperation")
-          .geometry(geometryPayload(1, 7, {1, 2, 3, 4, 5, 6, 7}))
+          .geometry(geometryPayload(GeometryOperation::Sum, 7, {1, 2, 3, 4, 5, 6, 7}))
           .ok(geometryResult(28, 0))
-          .geometry(geometryPayload(2, 1, {5}))
+          .geometry(geometryPayload(GeometryOperation::Difference, 1, {5}))
           .ok(geometryResult(5, 0))
-          .geometry(geometryPayload(2, 3, {10, 1, 2}))
+          .geometry(geometryPayload(GeometryOperation::Difference, 3, {10, 1, 2}))
           .ok(geometryResult(7, 0))
-          .geometry(geometryPayload(3, 3, {2, 3, 4}))
+          .geometry(geometryPayload(GeometryOperation::Product, 3, {2, 3, 4}))
           .ok(geometryResult(24, 0))
-          .geometry(geometryPayload(4, 3, {24, 3, 2}))
+          .geometry(geometryPayload(GeometryOperation::Quotient, 3, {24, 3, 2}))
           .ok(geometryResult(4, 0))
-          .geometry(geometryPayload(5, 4, {1, 1, 4, 5}))
+          .geometry(geometryPayload(GeometryOperation::Distance, 4, {1, 1, 4, 5}))
           .ok(geometryResult(5, 0))
-          .geometry(geometryPayload(6, 4, {0, 0, 0, 1}))
+          .geometry(geometryPayload(GeometryOperation::Angle, 4, {0, 0, 0, 1}))
           .ok(geometryResult(std::atan2(1.0, 0.0), 0))
-          .geometry(geometryPayload(6, 4, {3, 3, 3, 3}))
+          .geometry(geometryPayload(GeometryOperation::Angle, 4, {3, 3, 3, 3}))
           .ok(geometryResult(0, 0))
-          .geometry(geometryPayload(7, 4, {1, 2, 0, 5}))
+          .geometry(geometryPayload(GeometryOperation::Polar, 4, {1, 2, 0, 5}))
           .ok(geometryResult(6, 2)),
       Scenario("WrongCounts")
-          .geometry(geometryPayload(1, 0, {}))
+          .geometry(geometryPayload(GeometryOperation::Sum, 0, {}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(2, 0, {}))
+          .geometry(geometryPayload(GeometryOperation::Difference, 0, {}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(3, 0, {}))
+          .geometry(geometryPayload(GeometryOperation::Product, 0, {}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(4, 1, {1}))
+          .geometry(geometryPayload(GeometryOperation::Quotient, 1, {1}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(5, 3, {1, 2, 3}))
+          .geometry(geometryPayload(GeometryOperation::Distance, 3, {1, 2, 3}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(5, 5, {1, 2, 3, 4, 5}))
+          .geometry(geometryPayload(GeometryOperation::Distance, 5, {1, 2, 3, 4, 5}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(6, 3, {1, 2, 3}))
+          .geometry(geometryPayload(GeometryOperation::Angle, 3, {1, 2, 3}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(7, 5, {1, 2, 3, 4, 5}))
+          .geometry(geometryPayload(GeometryOperation::Polar, 5, {1, 2, 3, 4, 5}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(1, 8, {1, 2, 3, 4, 5, 6, 7}))
+          .geometry(geometryPayload(GeometryOperation::Sum, 8, {1, 2, 3, 4, 5, 6, 7}))
           .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0)),
-      // Size, count, operands, operation, the operation's own count: the first fault decides.
-      Scenario("OrderOfChecks")
-          .geometry("")
-          .answer(WorkerStatus::InvalidRequest)
-          .geometry(geometryPayload(0, 8, {}).substr(0, 63))
-          .answer(WorkerStatus::InvalidRequest)
-          .geometry(geometryPayload(0, 8, {}) + "x")
-          .answer(WorkerStatus::InvalidRequest)
-          .geometry(geometryPayload(0, 8, {kNan}))
-          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(0, 1, {kNan}))
-          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(0, 2, {1, kInfinity}))
-          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
-          .geometry(geometryPayload(0, 0, {}))
-          .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
-          .geometry(geometryPayload(8, 0, {}))
-          .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
-          .geometry(geometryPayload(255, 1, {1}))
-          .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
-          .geometry(geometryPayload(1, 1, {1, kNan}))
-          .ok(geometryResult(1, 0)),
-      Scenario("DegenerateResults")
-          .geometry(geometryPayload(4, 2, {1, 0}))
-          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
-          .geometry(geometryPayload(4, 2, {1, 1e-300}))
-          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
-          .geometry(geometryPayload(4, 2, {1, -1e-301}))
-          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
-          .geometry(geometryPayload(4, 2, {1, 2e-300}))
-          .ok(geometryResult(1 / 2e-300, 0))
-          .geometry(geometryPayload(3, 2, {1e200, 1e200}))
-          .answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0))
-          .geometry(geometryPayload(1, 2, {-kLargest, -kLargest}))
-          .answer(WorkerStatus::Degenerate, geometryResult(-kInfinity, 0))
-          // The divisor stops the computation, also after an overflow.
-          .geometry(geometryPayload(4, 3, {1e300, 1e-200, 0}))
-          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
-          .geometry(geometryPayload(7, 4, {kLargest, 0, 0, kLargest}))
-          .answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0)),
   };
 }
 
 INSTANTIATE_TEST_SUITE_P(Geometry, WholeConversation, testing::ValuesIn(geometry()), nameOf);
+
+std::vector<Scenario> faultyGeometry() {
+  return {
+      // Size, count, operands, operation, the operation's own count: the first fault decides.
+      Scenario("OrderOfChecks")
+          .geometry("")
+          .answer(WorkerStatus::InvalidRequest)
+          .geometry(geometryPayload(GeometryOperation{0}, 8, {}).substr(0, 63))
+          .answer(WorkerStatus::InvalidRequest)
+          .geometry(geometryPayload(GeometryOperation{0}, 8, {}) + "x")
+          .answer(WorkerStatus::InvalidRequest)
+          .geometry(geometryPayload(GeometryOperation{0}, 8, {kNan}))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation{0}, 1, {kNan}))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation{0}, 2, {1, kInfinity}))
+          .answer(WorkerStatus::InvalidRequest, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation{0}, 0, {}))
+          .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation{8}, 0, {}))
+          .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation{255}, 1, {1}))
+          .answer(WorkerStatus::UnknownType, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation::Sum, 1, {1, kNan}))
+          .ok(geometryResult(1, 0)),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(FaultyGeometry, WholeConversation, testing::ValuesIn(faultyGeometry()),
+                         nameOf);
+
+std::vector<Scenario> degenerateGeometry() {
+  constexpr double kLargest = std::numeric_limits<double>::max();
+  return {
+      Scenario("DegenerateResults")
+          .geometry(geometryPayload(GeometryOperation::Quotient, 2, {1, 0}))
+          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation::Quotient, 2, {1, 1e-300}))
+          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation::Quotient, 2, {1, -1e-301}))
+          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation::Quotient, 2, {1, 2e-300}))
+          .ok(geometryResult(1 / 2e-300, 0))
+          .geometry(geometryPayload(GeometryOperation::Product, 2, {1e200, 1e200}))
+          .answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0))
+          .geometry(geometryPayload(GeometryOperation::Sum, 2, {-kLargest, -kLargest}))
+          .answer(WorkerStatus::Degenerate, geometryResult(-kInfinity, 0))
+          // The divisor stops the computation, also after an overflow.
+          .geometry(geometryPayload(GeometryOperation::Quotient, 3, {1e300, 1e-200, 0}))
+          .answer(WorkerStatus::Degenerate, geometryResult(0, 0))
+          .geometry(geometryPayload(GeometryOperation::Polar, 4, {kLargest, 0, 0, kLargest}))
+          .answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0)),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(DegenerateGeometry, WholeConversation,
+                         testing::ValuesIn(degenerateGeometry()), nameOf);
 
 }  // namespace
 }  // namespace lisp_worker::testing_support

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstddef>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <regex>
@@ -32,6 +33,7 @@ using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::SizeIs;
 using testing::UnorderedElementsAreArray;
 
 constexpr std::string_view kDocuments[] = {
@@ -138,12 +140,23 @@ bool isWordOf(std::string_view text, std::string_view word) {
   return false;
 }
 
-TEST(ContributingDocument, NamesTestsThatExist) {
-  static const std::regex kTest("([A-Z]\\w+)\\.([A-Z]\\w+)");
+// What the first group of `pattern` is, wherever `text` matches.
+std::vector<std::string> groupsIn(const std::string& text, const std::regex& pattern) {
+  return {std::sregex_token_iterator(text.begin(), text.end(), pattern, 1), {}};
+}
+
+// All tests, one after the other.
+std::string allTests() {
   std::string tests;
   for (const fs::path& file : allFiles()) {
     if (isTest(file)) tests += readSource(file);
   }
+  return tests;
+}
+
+TEST(ContributingDocument, NamesTestsThatExist) {
+  static const std::regex kTest("([A-Z]\\w+)\\.([A-Z]\\w+)");
+  const std::string tests = allTests();
   std::size_t count = 0;
   for (const std::string& span : codeSpans(proseOf("CONTRIBUTING.md"))) {
     std::smatch name;
@@ -152,6 +165,20 @@ TEST(ContributingDocument, NamesTestsThatExist) {
     ++count;
   }
   EXPECT_GT(count, 10u);
+}
+
+// `./dev test --only` finds the program of a test by its suite.
+TEST(TestSuites, AreEachInOneDirectory) {
+  static const std::regex kSuite("\n(?:TEST|TEST_F|TEST_P)\\((?:::)?(\\w+),");
+  std::map<std::string, std::set<std::string>> directories;
+  for (const fs::path& file : allFiles()) {
+    if (!isTest(file)) continue;
+    for (const std::string& suite : groupsIn(readSource(file), kSuite)) {
+      directories[suite].insert(file.begin()->string());
+    }
+  }
+  EXPECT_GT(directories.size(), 100u);
+  for (const auto& [suite, in] : directories) EXPECT_THAT(in, SizeIs(1)) << suite;
 }
 
 TEST(ArchitectureDocument, NamesCodeThatExists) {
@@ -182,10 +209,7 @@ TEST(TestingDocument, ListsEveryVariableAndWhoReadsIt) {
   static const std::regex kRead("(?:getenv|environment|setting)\\(\\s*\"(LISP_\\w+)\"");
   std::set<std::string> read;
   for (const fs::path& file : allFiles()) {
-    const std::string source = readSource(file);
-    for (std::sregex_iterator name(source.begin(), source.end(), kRead), end; name != end; ++name) {
-      read.insert((*name)[1]);
-    }
+    for (const std::string& name : groupsIn(readSource(file), kRead)) read.insert(name);
   }
   EXPECT_GT(read.size(), 10u);
   EXPECT_THAT(namesUnder("Environment variables"), UnorderedElementsAreArray(read));
@@ -241,13 +265,11 @@ TEST(Documents, NameCommandsThatExist) {
   const std::string script = readSource("dev");
   std::size_t count = 0;
   for (const std::string_view document : kDocuments) {
-    const std::string text = readSource(document);
-    for (std::sregex_iterator command(text.begin(), text.end(), kCommand), end; command != end;
-         ++command, ++count) {
-      const std::string name = (*command)[1];
+    for (const std::string& name : groupsIn(readSource(document), kCommand)) {
       EXPECT_THAT(script,
                   AnyOf(HasSubstr("\ncommand_" + name + "()"), HasSubstr("\n" + name + "()")))
           << document;
+      ++count;
     }
   }
   EXPECT_GT(count, 5u);

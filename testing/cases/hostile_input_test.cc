@@ -2,6 +2,7 @@
 // it, shifted. Nothing of it may bring the worker down or make it hang, and what it says until its
 // end must be what a worker may say.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include "lisp_worker/worker/exit_code.h"
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
+#include "testing/base/same_bytes.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/formats/scenario.h"
@@ -29,6 +31,8 @@ INSTANTIATE_TEST_SUITE_P(Whole, WholeConversation, testing::Values(referenceConv
 
 namespace {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
 using worker::ExitCode;
 using worker::kHeaderSize;
 using worker::WorkerStatus;
@@ -50,32 +54,41 @@ std::vector<Edge> edges() {
   return edges;
 }
 
-TEST(ReferenceConversation, HoldsEveryTypeAndStatus) {
-  std::set<int> types;
-  std::set<int> statuses;
-  for (const WireResponse& response : splitResponses(referenceConversation().output())) {
-    types.insert(response.header.type);
-    statuses.insert(static_cast<int>(response.header.status));
-  }
-  EXPECT_GE(referenceConversation().turns().size(), 60U);
+// All that have a name.
+std::set<worker::MessageType> messageTypes() {
+  std::set<worker::MessageType> types;
   for (int number = 0; number < 256; ++number) {
     const auto type = static_cast<worker::MessageType>(number);
-    const std::string_view name = client::messageTypeName(type);
-    // A Shutdown would hide what comes after it.
-    if (name == "unknown type" || type == worker::MessageType::Shutdown) continue;
-    EXPECT_TRUE(types.contains(number)) << name;
+    if (client::messageTypeName(type) != "unknown type") types.insert(type);
   }
-  EXPECT_TRUE(types.contains(0) && types.contains(256));  // Of no message.
+  return types;
+}
+std::set<worker::WorkerStatus> statuses() {
+  std::set<worker::WorkerStatus> statuses;
   for (int number = 0;; ++number) {
     const auto status = static_cast<worker::WorkerStatus>(number);
-    const std::string_view name = client::statusName(status);
-    if (name == "unknown status") break;
-    // Two end the worker, and one takes 250000 steps.
-    EXPECT_TRUE(statuses.contains(number) || status == worker::WorkerStatus::BadMagic ||
-                status == worker::WorkerStatus::BadVersion ||
-                status == worker::WorkerStatus::EvalStepLimit)
-        << name;
+    if (client::statusName(status) == "unknown status") return statuses;
+    statuses.insert(status);
   }
+}
+
+TEST(ReferenceConversation, HoldsEveryTypeAndStatus) {
+  std::set<worker::MessageType> types_missing = messageTypes();
+  std::set<worker::WorkerStatus> statuses_missing = statuses();
+  std::set<int> types_of_no_message = {0, 256};
+  for (const WireResponse& response : splitResponses(referenceConversation().output())) {
+    types_missing.erase(static_cast<worker::MessageType>(response.header.type));
+    types_of_no_message.erase(response.header.type);
+    statuses_missing.erase(static_cast<worker::WorkerStatus>(response.header.status));
+  }
+  EXPECT_GE(referenceConversation().turns().size(), 60U);
+  EXPECT_THAT(types_of_no_message, IsEmpty());
+  // A Shutdown would hide what comes after it.
+  EXPECT_THAT(types_missing, ElementsAre(worker::MessageType::Shutdown));
+  // Two end the worker, and one takes 250000 steps.
+  EXPECT_THAT(statuses_missing,
+              ElementsAre(worker::WorkerStatus::BadMagic, worker::WorkerStatus::BadVersion,
+                          worker::WorkerStatus::EvalStepLimit));
 }
 
 TEST(ReferenceConversation, GoesTheSameInPiecesOfAnySize) {
@@ -96,7 +109,7 @@ TEST(HostileInput, CutAtAnyByteEndsTheWorkerAsItMust) {
     ASSERT_EQ(life.exit_code,
               static_cast<int>(in_header ? ExitCode::Finished : ExitCode::PayloadCut))
         << cut;
-    ASSERT_TRUE(life.output == output.substr(0, all_edges[turn].output)) << cut;
+    ASSERT_TRUE(areSameBytes(life.output, output.substr(0, all_edges[turn].output))) << cut;
   }
 }
 
@@ -112,7 +125,7 @@ TEST(HostileInput, OutputThatFailsAtAnyByteEndsTheWorkerAsItMust) {
     ASSERT_EQ(life.exit_code,
               static_cast<int>(in_header ? ExitCode::HeaderUnwritten : ExitCode::PayloadUnwritten))
         << size;
-    ASSERT_TRUE(life.output == output.substr(0, size)) << size;
+    ASSERT_TRUE(areSameBytes(life.output, output.substr(0, size))) << size;
   }
   EXPECT_EQ(liveInProcess(input, kAnySize, output.size()).exit_code, 0);
 }
@@ -218,30 +231,36 @@ TEST_P(DamagedConversation, WithOtherPayloadsAndTypesAndIds) {
 INSTANTIATE_TEST_SUITE_P(Seeds, DamagedConversation,
                          testing::Range<std::uint64_t>(1, 1 + kSeedCount));
 
-// Bytes out of nowhere, behind headers that let the worker go on.
+// A payload of bytes out of nowhere, mostly those that programs are made of.
+std::string randomPayload(Random& random) {
+  static constexpr std::string_view kAlphabet =
+      "()()'\"; \\\n\x1A"
+      "T+-*/1<=eECARSET$.,\xE4";
+  constexpr std::size_t kSizes[] = {0, 1, 31, 32, 33, 64, 415, 416};
+  std::string payload(random.pick(kSizes), '\0');
+  for (char& byte : payload) {
+    byte = random.chance(9, 10) ? kAlphabet[random.below(kAlphabet.size())]
+                                : static_cast<char>(random.bits());
+  }
+  return payload;
+}
+
+// Such a payload behind a header that lets the worker go on.
+std::string randomRequest(Random& random) {
+  worker::MessageHeader header = requestHeader(static_cast<std::uint16_t>(random.below(12)));
+  header.request_id = random.bits();
+  header.context_id = random.below(3);
+  header.run_id = random.below(4);
+  return frameBytes(header, randomPayload(random));
+}
+
 TEST(HostileInput, OfRandomRequestsIsAnsweredByTheLaws) {
   constexpr int kRoundCount = 300;
   constexpr int kRequestCount = 40;
-  constexpr std::size_t kSizes[] = {0, 1, 31, 32, 33, 64, 415, 416};
   for (std::uint64_t seed = 1; seed <= kRoundCount; ++seed) {
     Random random(seed);
     std::string input;
-    for (int i = 0; i < kRequestCount; ++i) {
-      worker::MessageHeader header = requestHeader(static_cast<std::uint16_t>(random.below(12)));
-      header.request_id = random.bits();
-      header.context_id = random.below(3);
-      header.run_id = random.below(4);
-      std::string payload(random.pick(kSizes), '\0');
-      // Mostly the bytes that programs are made of.
-      static constexpr std::string_view kAlphabet =
-          "()()'\"; \\\n\x1A"
-          "T+-*/1<=eECARSET$.,\xE4";
-      for (char& byte : payload) {
-        byte = random.chance(9, 10) ? kAlphabet[random.below(kAlphabet.size())]
-                                    : static_cast<char>(random.bits());
-      }
-      input += frameBytes(header, payload);
-    }
+    for (int i = 0; i < kRequestCount; ++i) input += randomRequest(random);
     const WorkerLife life = liveInProcess(input);
     ASSERT_EQ(brokenLaw(input, life.output, life.exit_code), "") << "seed " << seed;
   }

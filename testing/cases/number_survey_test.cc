@@ -24,6 +24,7 @@
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
 #include "testing/base/response_record.h"
+#include "testing/base/same_bytes.h"
 #include "testing/base/test_environment.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/workers/executable_worker.h"
@@ -138,7 +139,7 @@ TEST(NumberSurvey, TheExecutableGivesEveryNumberBack) {
     list += ')';
     const FrameResponse response = worker.handle(startFrame("'" + list));
     ASSERT_EQ(response.status, worker::WorkerStatus::Ok);
-    ASSERT_TRUE(decodeEvalResult(response.payload).text == list);
+    ASSERT_TRUE(areSameBytes(decodeEvalResult(response.payload).text, list));
   }
 }
 

@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "lisp_worker/client/names.h"
@@ -25,6 +26,7 @@
 namespace lisp_worker::testing_support {
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 // The frames of the protocol's document, which are one conversation with a fresh worker.
@@ -153,7 +155,6 @@ std::vector<std::size_t> recordSizes(std::string_view heading) {
 }
 
 TEST(ProtocolDocument, FillsRecordsWithoutAGap) {
-  using testing::ElementsAre;
   EXPECT_THAT(recordSizes("The header"), ElementsAre(worker::kHeaderSize));
   EXPECT_THAT(recordSizes("RegisterContext"),
               ElementsAre(worker::kContextPayloadSize, worker::kPlanarSystemSize));
@@ -184,77 +185,136 @@ TEST(ProtocolDocument, ListsTheCodesOfOperationsAndEvaluations) {
   EXPECT_THAT(missingRows("The evaluation result", statuses), IsEmpty());
 }
 
-TEST(ProtocolDocument, PlacesTheFieldsOfHeaders) {
-  using worker::HeaderOffset;
-  const std::vector<Number> fields = {
-      {HeaderOffset::kMagic, "magic"},
-      {HeaderOffset::kVersion, "version"},
-      {HeaderOffset::kType, "type"},
-      {HeaderOffset::kPayloadLength, "payload_length"},
-      {HeaderOffset::kStatus, "status"},
-      {HeaderOffset::kRequestId, "request_id"},
-      {HeaderOffset::kContextId, "context_id"},
-      {HeaderOffset::kRunId, "run_id"},
-      {HeaderOffset::kReserved, "reserved"},
+// --- Tables of bytes --------------------------------------------------------------------------
+
+// The records whose tables of bytes are under `heading`, row by row: the words in the first
+// `columns` cells.
+std::vector<std::vector<std::string>> documentedRecords(std::string_view heading,
+                                                        std::size_t columns) {
+  const auto is_number = [](const std::string& cell) {
+    return !cell.empty() && cell.find_first_not_of("0123456789") == cell.npos;
   };
-  EXPECT_THAT(missingRows("The header", fields), IsEmpty());
+  std::vector<std::vector<std::string>> records;
+  for (const auto& cells : tableRows(readSource("docs/PROTOCOL.md"), heading)) {
+    if (cells.size() < columns || !is_number(cells[0]) || !is_number(cells[1])) continue;
+    if (cells[0] == "0") records.emplace_back();
+    std::string row;
+    for (std::size_t i = 0; i < columns; ++i) {
+      if (!cells[i].empty()) row += (i == 0 ? "" : " ") + cells[i];
+    }
+    std::erase(row, '`');
+    records.back().push_back(row);
+  }
+  return records;
 }
 
-TEST(ProtocolDocument, PlacesTheFieldsOfPayloads) {
-  using worker::ContextOffset;
-  EXPECT_THAT(missingRows("RegisterContext", {{ContextOffset::kId, "id"},
-                                              {ContextOffset::kCellKeySeed, "cell_key_seed"},
-                                              {ContextOffset::kTag, "tag"},
-                                              {ContextOffset::kReserved, "reserved"},
-                                              {ContextOffset::kCellSize, "cell_size"},
-                                              {ContextOffset::kSystems, "systems"},
-                                              {ContextOffset::kCellPlane, "cell_plane"},
-                                              {ContextOffset::kCellZScale, "cell_z_scale"},
-                                              {ContextOffset::kCellZOffset, "cell_z_offset"}}),
-              IsEmpty());
-  using worker::PlanarOffset;
-  EXPECT_THAT(missingRows("RegisterContext", {{PlanarOffset::kOriginX, "origin_x"},
-                                              {PlanarOffset::kOriginY, "origin_y"},
-                                              {PlanarOffset::kA, "a"},
-                                              {PlanarOffset::kB, "b"},
-                                              {PlanarOffset::kC, "c"},
-                                              {PlanarOffset::kD, "d"},
-                                              {PlanarOffset::kZScale, "z_scale"},
-                                              {PlanarOffset::kZOffset, "z_offset"}}),
-              IsEmpty());
-  using worker::PointOffset;
-  using worker::PointResultOffset;
+template <typename Type>
+std::string typeName() {
+  const char kind = std::is_floating_point_v<Type> ? 'f' : std::is_signed_v<Type> ? 'i' : 'u';
+  return kind + std::to_string(8 * sizeof(Type));
+}
+
+// A row as the code has it: the place, and the size and type of a field of this type.
+template <typename Type>
+std::string row(std::size_t offset, std::string_view names) {
+  return std::to_string(offset) + " " + std::to_string(sizeof(Type)) + " " + typeName<Type>() +
+         " " + std::string(names);
+}
+// A row of a field that is no number.
+std::string row(std::size_t offset, std::size_t size, std::string_view rest) {
+  return std::to_string(offset) + " " + std::to_string(size) + std::string(rest);
+}
+
+TEST(ProtocolDocument, PlacesTheFieldsOfTheHeader) {
+  using Offset = worker::HeaderOffset;
+  using Header = worker::MessageHeader;
+  EXPECT_THAT(documentedRecords("The header", 3),
+              ElementsAre(ElementsAre(
+                  row(Offset::kMagic, sizeof(Header::magic), " magic"),
+                  row(Offset::kVersion, sizeof(Header::version), " version"),
+                  row(Offset::kType, sizeof(Header::type), " type"),
+                  row(Offset::kPayloadLength, sizeof(Header::payload_length), " payload_length"),
+                  row(Offset::kStatus, sizeof(Header::status), " status"),
+                  row(Offset::kRequestId, sizeof(Header::request_id), " request_id"),
+                  row(Offset::kContextId, sizeof(Header::context_id), " context_id"),
+                  row(Offset::kRunId, sizeof(Header::run_id), " run_id"),
+                  row(Offset::kReserved, worker::kHeaderSize - Offset::kReserved, " reserved"))));
+}
+
+TEST(ProtocolDocument, PlacesTheFieldsOfAContext) {
+  using Context = worker::ContextOffset;
+  using Planar = worker::PlanarOffset;
   EXPECT_THAT(
-      missingRows("LocateCell, CellPlaneToSystem, Convert", {{PointOffset::kX, "x"},
-                                                             {PointOffset::kY, "y"},
-                                                             {PointOffset::kZ, "z"},
-                                                             {PointOffset::kSourceSystem, "source"},
-                                                             {PointOffset::kTargetSystem, "target"},
-                                                             {PointResultOffset::kX, "u"},
-                                                             {PointResultOffset::kY, "v"},
-                                                             {PointResultOffset::kZ, "w"},
-                                                             {PointResultOffset::kCellI, "i"},
-                                                             {PointResultOffset::kCellJ, "j"},
-                                                             {PointResultOffset::kCellKey, "key"},
-                                                             {PointResultOffset::kTag, "tag"}}),
-      IsEmpty());
-  using worker::GeometryOffset;
-  using worker::GeometryResultOffset;
-  EXPECT_THAT(missingRows("GeometryRequest", {{GeometryOffset::kOperation, "operation"},
-                                              {GeometryOffset::kCount, "count"},
-                                              {GeometryOffset::kOperands, "operands"},
-                                              {GeometryResultOffset::kX, "x"},
-                                              {GeometryResultOffset::kY, "y"}}),
-              IsEmpty());
-  using worker::EvalResultOffset;
-  EXPECT_THAT(missingRows("The evaluation result", {{EvalResultOffset::kEvalStatus, "eval_status"},
-                                                    {EvalResultOffset::kArgCount, "arg_count"},
-                                                    {EvalResultOffset::kTextLength, "text_length"},
-                                                    {EvalResultOffset::kSteps, "steps"},
-                                                    {EvalResultOffset::kCallName, "call_name"},
-                                                    {EvalResultOffset::kRunId, "run_id"},
-                                                    {EvalResultOffset::kReserved2, "reserved"}}),
-              IsEmpty());
+      documentedRecords("RegisterContext", 4),
+      ElementsAre(
+          ElementsAre(row<std::uint64_t>(Context::kId, "id"),
+                      row<std::uint64_t>(Context::kCellKeySeed, "cell_key_seed"),
+                      row<std::uint32_t>(Context::kTag, "tag"),
+                      row(Context::kReserved, Context::kCellSize - Context::kReserved, " reserved"),
+                      row<double>(Context::kCellSize, "cell_size"),
+                      row(Context::kSystems, worker::kSystemCount * worker::kPlanarSystemSize,
+                          " 5 × 8 f64 systems"),
+                      row(Context::kCellPlane, worker::kCellPlaneSize, " 6 f64 cell_plane"),
+                      row<double>(Context::kCellZScale, "cell_z_scale"),
+                      row<double>(Context::kCellZOffset, "cell_z_offset")),
+          ElementsAre(row<double>(Planar::kOriginX, "origin_x"),
+                      row<double>(Planar::kOriginY, "origin_y"), row<double>(Planar::kA, "a"),
+                      row<double>(Planar::kB, "b"), row<double>(Planar::kC, "c"),
+                      row<double>(Planar::kD, "d"), row<double>(Planar::kZScale, "z_scale"),
+                      row<double>(Planar::kZOffset, "z_offset"))));
+}
+
+TEST(ProtocolDocument, PlacesTheFieldsOfAPoint) {
+  using Offset = worker::PointOffset;
+  EXPECT_THAT(
+      documentedRecords("LocateCell, CellPlaneToSystem, Convert", 4)[0],
+      ElementsAre(row<double>(Offset::kX, "x"), row<double>(Offset::kY, "y"),
+                  row<double>(Offset::kZ, "z"), row<std::uint8_t>(Offset::kSourceSystem, "source"),
+                  row<std::uint8_t>(Offset::kTargetSystem, "target"),
+                  row(Offset::kReserved, worker::kPointPayloadSize - Offset::kReserved, "")));
+}
+
+TEST(ProtocolDocument, PlacesTheFieldsOfAPointsResult) {
+  using Offset = worker::PointResultOffset;
+  EXPECT_THAT(
+      documentedRecords("LocateCell, CellPlaneToSystem, Convert", 5)[1],
+      ElementsAre(row<double>(Offset::kX, "x u"), row<double>(Offset::kY, "y v"),
+                  row<double>(Offset::kZ, "z w"), row<std::int64_t>(Offset::kCellI, "0 i"),
+                  row<std::int64_t>(Offset::kCellJ, "0 j"),
+                  row<std::uint64_t>(Offset::kCellKey, "0 key"),
+                  row<std::uint32_t>(Offset::kTag, "0 tag"),
+                  row(Offset::kReserved, worker::kPointResultSize - Offset::kReserved, " 0 0")));
+}
+
+TEST(ProtocolDocument, PlacesTheFieldsOfACalculation) {
+  using Request = worker::GeometryOffset;
+  using Result = worker::GeometryResultOffset;
+  EXPECT_THAT(
+      documentedRecords("GeometryRequest", 4),
+      ElementsAre(
+          ElementsAre(row<std::uint8_t>(Request::kOperation, "operation"),
+                      row<std::uint8_t>(Request::kCount, "count"),
+                      row(Request::kReserved, Request::kOperands - Request::kReserved, ""),
+                      row(Request::kOperands, worker::kGeometryOperandCountMax * sizeof(double),
+                          " 7 f64 operands")),
+          ElementsAre(
+              row<double>(Result::kX, "x"), row<double>(Result::kY, "y"),
+              row(Result::kReserved, worker::kGeometryResultSize - Result::kReserved, ""))));
+}
+
+TEST(ProtocolDocument, PlacesTheFieldsOfAnEvaluationsResult) {
+  using Offset = worker::EvalResultOffset;
+  EXPECT_THAT(documentedRecords("The evaluation result", 4),
+              ElementsAre(ElementsAre(
+                  row<std::uint8_t>(Offset::kEvalStatus, "eval_status"),
+                  row(Offset::kReserved, Offset::kArgCount - Offset::kReserved, ""),
+                  row<std::uint16_t>(Offset::kArgCount, "arg_count"),
+                  row<std::uint32_t>(Offset::kTextLength, "text_length"),
+                  row<std::uint64_t>(Offset::kSteps, "steps"),
+                  row(Offset::kCallName, worker::kCallNameSize, " bytes call_name"),
+                  row<std::uint64_t>(Offset::kRunId, "run_id"),
+                  row(Offset::kReserved2, worker::kEvalResultHeaderSize - Offset::kReserved2,
+                      " reserved"))));
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // Conversations about runs: host calls and their answers, what a run leaves behind and when, run
-// ids, several runs at once, contexts that change between the frames of a run.
+// ids, several runs at once. Those about the contexts of runs are in
+// testing/cases/run_context_conversations_test.cc.
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -10,14 +12,10 @@
 #include "lisp_worker/worker/frame.h"
 #include "testing/cases/whole_conversation.h"
 #include "testing/formats/scenario.h"
-#include "testing/wire/frame_makers.h"
-#include "testing/wire/wire_frames.h"
 
 namespace lisp_worker::testing_support {
 namespace {
 
-using worker::MessageHeader;
-using worker::MessageType;
 using worker::WorkerStatus;
 
 std::string repeated(const std::string& text, std::size_t count) {
@@ -80,6 +78,14 @@ std::vector<Scenario> hostCalls() {
           .call(1, "OSNAP", 0, "()", 12)
           .resume(1, "11")
           .value("(1 2 3 4 5 6 7 8 9 10 11)", 12),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(HostCall, WholeConversation, testing::ValuesIn(hostCalls()), nameOf);
+
+// What a call says of its arguments, and what its answer becomes.
+std::vector<Scenario> answers() {
+  return {
       Scenario("EveryKindOfArgument")
           .start("(command nil 1.5 \"a\\\"b\" 'sym '(1 (2)) '())")
           .call(1, "COMMAND", 6, "(nil 1.5 \"a\"b\" SYM (1 (2)) ())", 7)
@@ -102,6 +108,13 @@ std::vector<Scenario> hostCalls() {
           .call(1, "SSGET", 0, "()", 2)
           .resume(1, "($KVSEL \"A\" \"B\")")
           .value("(2 \"A\" nil nil)", 14),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(Answer, WholeConversation, testing::ValuesIn(answers()), nameOf);
+
+std::vector<Scenario> callsNotMade() {
+  return {
       Scenario("ABranchNotTaken").start("(IF nil (GETPOINT) 5)").value("5", 3),
       Scenario("AnErrorInAnArgumentComesBeforeTheCall")
           .start("(GETPOINT (/ 1 0))")
@@ -111,6 +124,13 @@ std::vector<Scenario> hostCalls() {
       Scenario("NoCallUnderAUserFunctionOfItsName")
           .start("(DEFUN GETPOINT () 7) (GETPOINT)")
           .value("7", 3),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(CallNotMade, WholeConversation, testing::ValuesIn(callsNotMade()), nameOf);
+
+std::vector<Scenario> replays() {
+  return {
       // Each run has all 250000 steps; 175000 go to the passes of the loop, 7 to each.
       Scenario("EveryReplayCountsFromZero")
           .start("(SETQ I 0) (WHILE (< I 25000) (SETQ I (+ I 1))) (LIST (GETDIST) (GETDIST))")
@@ -135,7 +155,7 @@ std::vector<Scenario> hostCalls() {
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(HostCall, WholeConversation, testing::ValuesIn(hostCalls()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Replay, WholeConversation, testing::ValuesIn(replays()), nameOf);
 
 // A pending run that gets `answer`, and nothing else for it: it is gone afterwards.
 Scenario badAnswer(const std::string& name, const std::string& answer, const std::string& message) {
@@ -179,15 +199,6 @@ std::vector<Scenario> badAnswers() {
 
 INSTANTIATE_TEST_SUITE_P(BadAnswer, WholeConversation, testing::ValuesIn(badAnswers()), nameOf);
 
-// A resume whose header names a context of its own.
-MessageHeader resumeHeader(std::uint64_t run_id, std::uint64_t context_id, std::size_t size) {
-  MessageHeader header = requestHeader(MessageType::EvalResume);
-  header.context_id = context_id;
-  header.run_id = run_id;
-  header.payload_length = static_cast<std::uint32_t>(size);
-  return header;
-}
-
 std::vector<Scenario> runIds() {
   return {
       Scenario("CountFromOneThoughTheFirstIsCancelled")
@@ -219,6 +230,13 @@ std::vector<Scenario> runIds() {
           .call(2, "GETCORNER", 0, "()", 1)
           .resume(1, "1")
           .call(1, "GETDIST", 0, "()", 3),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(RunIds, WholeConversation, testing::ValuesIn(runIds()), nameOf);
+
+std::vector<Scenario> idsOfNoRun() {
+  return {
       Scenario("ZeroNamesNoRun")
           .start("(GETPOINT)")
           .call(1, "GETPOINT", 0, "()", 1)
@@ -260,7 +278,7 @@ std::vector<Scenario> runIds() {
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(RunIds, WholeConversation, testing::ValuesIn(runIds()), nameOf);
+INSTANTIATE_TEST_SUITE_P(IdsOfNoRun, WholeConversation, testing::ValuesIn(idsOfNoRun()), nameOf);
 
 // One run for each way to end, pending at first: it is gone afterwards and has left nothing.
 Scenario lostRun(const std::string& name, const std::string& program, std::uint64_t call_steps) {
@@ -325,6 +343,13 @@ std::vector<Scenario> leftBehind() {
           .ok()
           .start("X")
           .evalError("unbound symbol: X", 1),
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(LeftBehind, WholeConversation, testing::ValuesIn(leftBehind()), nameOf);
+
+std::vector<Scenario> leftByRunsSideBySide() {
+  return {
       // A run works on what it found at its start, however long ago that was.
       Scenario("ByTheLastRunToFinish")
           .start("(SETQ X 1)")
@@ -371,7 +396,15 @@ std::vector<Scenario> leftBehind() {
           .call(1, "GETPOINT", 1, "(2)", 10)
           .resume(1, "nil")
           .value("2", 11),
-      // The decision about a run stands whether or not its result fits into a response.
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(LeftBySeveralRuns, WholeConversation,
+                         testing::ValuesIn(leftByRunsSideBySide()), nameOf);
+
+// The decision about a run holds whether or not its result fits into a response.
+std::vector<Scenario> leftByLongResults() {
+  return {
       Scenario("ByAResultTooLongToSend")
           .start("(SETQ I 0 X (LIST \"0123456789abcdef\"))"
                  " (WHILE (< I 16) (SETQ X (LIST X X) I (1+ I))) X")
@@ -393,150 +426,8 @@ std::vector<Scenario> leftBehind() {
   };
 }
 
-INSTANTIATE_TEST_SUITE_P(LeftBehind, WholeConversation, testing::ValuesIn(leftBehind()), nameOf);
-
-// Five identity systems, but system 1 begins at x.
-std::string contextWithOrigin(std::uint64_t context_id, double x) {
-  std::string record = identityContextRecord(context_id);
-  setSystem(record, 1, {x, 0, 1, 0, 0, 1, 1, 0});
-  return record;
-}
-
-std::vector<Scenario> contexts() {
-  return {
-      Scenario("OfARunIsTheOneThatItBeganIn")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .registerContext(8, contextWithOrigin(8, 20))
-          .ok()
-          .start("(GETPOINT) (TRANS '(1 2 3) 1 0)", 7)
-          .call(1, "GETPOINT", 0, "()", 1)
-          // Neither another context nor an unknown one in the header of an answer matters.
-          .request(resumeHeader(1, 8, 3), "nil")
-          .value("(11 2 3)", 5)
-          .start("(GETPOINT) (TRANS '(1 2 3) 1 0)", 8)
-          .call(2, "GETPOINT", 0, "()", 1)
-          .request(resumeHeader(2, 99, 3), "nil")
-          .value("(21 2 3)", 5),
-      Scenario("NoneStaysNone")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(GETPOINT) (TRANS '(1 2 3) 1 0)")
-          .call(1, "GETPOINT", 0, "()", 1)
-          .request(resumeHeader(1, 7, 3), "nil")
-          .evalError("trans requires point, source, target and registered context", 5),
-      Scenario("ZeroIsNoneThoughOneIsRegisteredUnderIt")
-          .start("(TRANS '(1 2 3) 1 0)")
-          .evalError("trans requires point, source, target and registered context", 4)
-          .registerContext(0, contextWithOrigin(0, 10))
-          .ok()
-          .start("(TRANS '(1 2 3) 1 0)")
-          .evalError("trans requires point, source, target and registered context", 4)
-          .query(MessageType::Convert, 0, pointPayload(1, 2, 3, 1, 0))
-          .ok(pointResult(11, 2, 3)),
-      Scenario("UnknownRefusesTheProgramUnread")
-          .start("(", 7)
-          .answer(WorkerStatus::ContextNotFound)
-          .start("", 7)
-          .answer(WorkerStatus::ContextNotFound)
-          .start("(SETQ X 1)", 7)
-          .answer(WorkerStatus::ContextNotFound)
-          .start("X")
-          .evalError("unbound symbol: X", 1),
-      Scenario("ReplacedChangesAResumedRun")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(GETPOINT) (TRANS '(1 2 3) 1 0)", 7)
-          .call(1, "GETPOINT", 0, "()", 1)
-          .registerContext(7, contextWithOrigin(7, 50))
-          .ok()
-          .resume(1, "nil")
-          .value("(51 2 3)", 5),
-      Scenario("ReplacedBetweenCallsIsADivergence")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(SETQ X 1) (GETPOINT 0) (GETDIST (TRANS '(1 2) 1 0)) (GETCORNER)", 7)
-          .call(1, "GETPOINT", 1, "(0)", 4)
-          .resume(1, "nil")
-          .call(1, "GETDIST", 1, "((11 2 0))", 9)
-          .registerContext(7, contextWithOrigin(7, 50))
-          .ok()
-          .resume(1, "nil")
-          .evalError("LISP host replay divergence at call 2: GETDIST", 9)
-          .resume(1, "nil")
-          .answer(WorkerStatus::InvalidRequest)
-          .start("X")
-          .evalError("unbound symbol: X", 1),
-      Scenario("ReplacedMakesAnotherCall")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(IF (< (CAR (TRANS '(1 2) 1 0)) 12) (GETDIST) (GETPOINT))", 7)
-          .call(1, "GETDIST", 0, "()", 9)
-          .registerContext(7, contextWithOrigin(7, 50))
-          .ok()
-          .resume(1, "nil")
-          .evalError("LISP host replay divergence at call 1: GETPOINT", 9),
-      Scenario("ReplacedChangesTheNumberOfArguments")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(IF (< (CAR (TRANS '(1 2) 1 0)) 12) (GETDIST 1) (GETDIST 1 2))", 7)
-          .call(1, "GETDIST", 1, "(1)", 10)
-          .registerContext(7, contextWithOrigin(7, 50))
-          .ok()
-          .resume(1, "nil")
-          .evalError("LISP host replay divergence at call 1: GETDIST", 11),
-      Scenario("ReplacedLeavesAnswersOver")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(SETQ X 1) (IF (< (CAR (TRANS '(1 2) 1 0)) 12) (GETDIST)) 5", 7)
-          .call(1, "GETDIST", 0, "()", 11)
-          .registerContext(7, contextWithOrigin(7, 50))
-          .ok()
-          .resume(1, "nil")
-          .evalError("LISP host replay transcript has unused answers", 11)
-          .resume(1, "nil")
-          .answer(WorkerStatus::InvalidRequest)
-          .start("X")
-          .evalError("unbound symbol: X", 1),
-      Scenario("ReplacedMakesATransformSingular")
-          .registerContext(7, contextWithOrigin(7, 10))
-          .ok()
-          .start("(GETDIST) (TRANS '(1 2) 0 1)", 7)
-          .call(1, "GETDIST", 0, "()", 1)
-          .registerContext(7,
-                           [] {
-                             std::string record = identityContextRecord(7);
-                             setSystem(record, 1, {});
-                             return record;
-                           }())
-          .ok()
-          .resume(1, "nil")
-          .evalError("trans transform is singular", 5),
-      // A NaN equals nothing, so a replay cannot show that it made the same call again.
-      Scenario("ANumberThatIsNoneDiverges")
-          .start("(SETQ H (* 1e300 1e300)) (GETDIST (- H H)) 1")
-          .call(1, "GETDIST", 1, "(-nan)", 8)
-          .resume(1, "nil")
-          .evalError("LISP host replay divergence at call 1: GETDIST", 8),
-      // The zeros are equal, so the replay goes on, with the one that it has made itself.
-      Scenario("ANegativeZeroIsTheSameCall")
-          .registerContext(7, contextWithOrigin(7, 0))
-          .ok()
-          .start("(SETQ A (CAR (TRANS '(-0.0 1) 1 0))) (GETDIST A) A", 7)
-          .call(1, "GETDIST", 1, "(0)", 8)
-          .registerContext(7,
-                           [] {
-                             std::string record = identityContextRecord(7);
-                             setSystem(record, 1, {-0.0, 0, 1, 0, -0.0, 1, 1, 0});
-                             return record;
-                           }())
-          .ok()
-          .resume(1, "nil")
-          .value("-0", 9),
-  };
-}
-
-INSTANTIATE_TEST_SUITE_P(Context, WholeConversation, testing::ValuesIn(contexts()), nameOf);
+INSTANTIATE_TEST_SUITE_P(LeftByLongResults, WholeConversation,
+                         testing::ValuesIn(leftByLongResults()), nameOf);
 
 }  // namespace
 }  // namespace lisp_worker::testing_support

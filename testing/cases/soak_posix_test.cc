@@ -11,6 +11,7 @@
 
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/random.h"
+#include "testing/base/same_bytes.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/frame_makers.h"
@@ -44,7 +45,8 @@ Scenario batch(std::uint64_t round, std::uint64_t& run_id) {
         .ok(pointResult(1, i, 3));
     scenario.query(MessageType::LocateCell, kContextId + 1, pointPayload(0, 0, 0, 0, 0))
         .answer(WorkerStatus::ContextNotFound);
-    scenario.geometry(geometryPayload(1, 2, {1.0 * i, 2})).ok(geometryResult(i + 2, 0));
+    scenario.geometry(geometryPayload(worker::GeometryOperation::Sum, 2, {1.0 * i, 2}))
+        .ok(geometryResult(i + 2, 0));
     scenario.start("(SETQ " + name + " '(" + n + " \"" + name + "\"))")
         .value("(" + n + " \"" + name + "\")", 2);
     scenario.start("(DEFUN F-" + n + " (A / B) (SETQ B A) (LIST B))").value("F-" + n, 1);
@@ -83,7 +85,7 @@ TEST(Soak, ManyRequestsLeaveTheWorkerAsItWas) {
     const Scenario scenario = batch(round++ % 1000, run_id);
     const std::string expected = scenario.output();
     worker.send(scenario.input());
-    ASSERT_TRUE(worker.receive(expected.size()) == expected) << "round " << round;
+    ASSERT_TRUE(areSameBytes(worker.receive(expected.size()), expected)) << "round " << round;
     sent += scenario.turns().size();
     if (round == 2000) size_after_warm_up = watched.residentSize();
   }

@@ -55,7 +55,7 @@ class FileLimit {
   rlimit saved_{};
 };
 
-TEST(WorkerProcess, TellsHeaderFromPayloadByTheBytesWritten) {
+TEST(WorkerExecutable, TellsHeaderFromPayloadByTheBytesWritten) {
   const std::filesystem::path path =
       std::filesystem::temp_directory_path() / ("lisp_worker_output." + std::to_string(::getpid()));
   const std::string input = pingFrame() + programFrame("(+ 1 2)");
@@ -159,7 +159,7 @@ std::set<std::string> openDescriptors(const ChildProcess& child) {
   return names;
 }
 
-TEST(WorkerProcess, HasTheThreeStandardStreamsAndOpensNothing) {
+TEST(WorkerExecutable, HasTheThreeStandardStreamsAndOpensNothing) {
   const std::set<std::string> standard = {"0", "1", "2"};
   ChildProcess child;
   child.send(pingFrame());
@@ -173,7 +173,7 @@ TEST(WorkerProcess, HasTheThreeStandardStreamsAndOpensNothing) {
 
 // The system goes on with what a stopped process waited for: of a pipe that does not block the
 // worker waits with a call that the system repeats under another name.
-TEST(WorkerProcess, GoesOnWaitingAfterItWasStopped) {
+TEST(WorkerExecutable, GoesOnWaitingAfterItWasStopped) {
   std::array<int, 2> input{};
   ASSERT_EQ(::pipe2(input.data(), O_CLOEXEC | O_NONBLOCK), 0);
   ChildProcess child({.input = input[0]});
@@ -198,7 +198,7 @@ TEST(WorkerProcess, GoesOnWaitingAfterItWasStopped) {
   EXPECT_EQ(child.end(), "exit code 0");
 }
 
-TEST(WorkerProcess, DiesOfNoSignalThatAPipeCanSend) {
+TEST(WorkerExecutable, DiesOfNoSignalThatAPipeCanSend) {
   ChildProcess child;
   child.send(pingFrame());
   ASSERT_EQ(child.receive(64).size(), 64U);
@@ -219,7 +219,7 @@ long residentSize(const ChildProcess& child) {
   return 0;
 }
 
-TEST(WorkerProcess, IsSmallWhileItIsIdle) {
+TEST(WorkerExecutable, IsSmallWhileItIsIdle) {
   if (isSanitized()) GTEST_SKIP() << "the sanitizers need memory of their own";
   constexpr long kIdleSizeMax = 6 * 1024;  // KiB.
   ChildProcess child;
@@ -245,7 +245,7 @@ long pageFaults(const ChildProcess& child) {
   return count;
 }
 
-TEST(WorkerProcess, KeepsTheMemoryOfALargeRequestForTheNext) {
+TEST(WorkerExecutable, KeepsTheMemoryOfALargeRequestForTheNext) {
   if (isSanitized()) GTEST_SKIP() << "the sanitizers have a heap of their own";
   constexpr int kRoundCount = 10;
   constexpr long kFaultsPerRoundMax = 32;  // The text alone has 190 pages.
@@ -264,7 +264,7 @@ TEST(WorkerProcess, KeepsTheMemoryOfALargeRequestForTheNext) {
   EXPECT_LT(pageFaults(child) - faults_before, kRoundCount * kFaultsPerRoundMax);
 }
 
-TEST(WorkerProcess, UsesNoTimeWhileItWaits) {
+TEST(WorkerExecutable, UsesNoTimeWhileItWaits) {
   ChildProcess child;
   child.send(pingFrame() + programFrame("(GETPOINT)").substr(0, 70));
   ASSERT_EQ(child.receive(64).size(), 64U);
@@ -275,7 +275,7 @@ TEST(WorkerProcess, UsesNoTimeWhileItWaits) {
 }
 
 // However much a worker holds, letting go takes no time: nobody waits for what is forgotten.
-TEST(WorkerProcess, LeavesAtOnceWithMillionsOfValues) {
+TEST(WorkerExecutable, LeavesAtOnceWithMillionsOfValues) {
   constexpr int kRunCount = 50;
   constexpr int kCountPerRun = 27000;  // Of nine steps each.
   ChildProcess child;

@@ -13,6 +13,7 @@
 
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/response_record.h"
+#include "testing/base/same_bytes.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/wire/wire_frames.h"
@@ -70,7 +71,7 @@ TEST_P(EndOfAWorker, IsToldByItsExitCodeAlone) {
 TEST_P(EndOfAWorker, IsTheSameInProcess) {
   const WorkerLife life = liveInProcess(GetParam().input);
   EXPECT_EQ("exit code " + std::to_string(life.exit_code), GetParam().end);
-  EXPECT_TRUE(life.output == pour(GetParam().input).output);
+  EXPECT_TRUE(areSameBytes(life.output, pour(GetParam().input).output));
 }
 
 MessageHeader badHeader(std::uint32_t magic, std::uint16_t version, std::uint32_t payload_length) {
@@ -105,28 +106,28 @@ std::vector<EndRow> ends() {
 INSTANTIATE_TEST_SUITE_P(Rows, EndOfAWorker, testing::ValuesIn(ends()),
                          [](const auto& row) { return row.param.name; });
 
-TEST(WorkerProcess, SaysTheSameWhateverThePiecesThatItsInputComesIn) {
+TEST(WorkerExecutable, SaysTheSameWhateverThePiecesThatItsInputComesIn) {
   const std::string input = referenceConversation().input();
   ChildProcess child;
   std::thread host([&] {
     for (std::size_t i = 0; i < input.size(); ++i) child.send(input.substr(i, 1));
     child.endInput();
   });
-  EXPECT_TRUE(child.receiveAll() == referenceConversation().output());
+  EXPECT_TRUE(areSameBytes(child.receiveAll(), referenceConversation().output()));
   host.join();
   EXPECT_EQ(child.end(), "exit code 0");
 }
 
 // Streams that are not there.
 
-TEST(WorkerProcess, EndsWithoutAnInput) {
+TEST(WorkerExecutable, EndsWithoutAnInput) {
   ChildProcess child({.closes_input = true});
   EXPECT_EQ(child.receiveAll(), "");
   EXPECT_EQ(child.end(), "exit code 0");
   EXPECT_EQ(child.errors(), "");
 }
 
-TEST(WorkerProcess, EndsWithoutInputAndOutput) {
+TEST(WorkerExecutable, EndsWithoutInputAndOutput) {
   ChildProcess child({.closes_input = true, .closes_output = true});
   EXPECT_EQ(child.end(), "exit code 0");
   EXPECT_EQ(child.errors(), "");
@@ -173,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // A reader that leaves in the middle of a response.
 
-TEST(WorkerProcess, TellsThatThePayloadWasLeft) {
+TEST(WorkerExecutable, TellsThatThePayloadWasLeft) {
   for (const std::size_t taken : {64U, 65U, 128U, 100000U, 900000U}) {
     ChildProcess child;
     child.send(wordyProgramFrame());
@@ -186,7 +187,7 @@ TEST(WorkerProcess, TellsThatThePayloadWasLeft) {
 
 // Things of its process that the worker does not touch.
 
-TEST(WorkerProcess, IgnoresArguments) {
+TEST(WorkerExecutable, IgnoresArguments) {
   const std::string input = pingFrame() + programFrame("(+ 1 2)");
   const Poured plain = pour(input);
   for (const std::vector<std::string>& arguments :

@@ -17,6 +17,7 @@
 #include <string_view>
 
 #include "lisp_worker/client/process.h"
+#include "testing/base/same_bytes.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/workers/child_process.h"
 #include "testing/workers/executable_worker.h"
@@ -156,7 +157,7 @@ TEST(Win32Worker, ConversesOverFilesByteForByte) {
   input.put(referenceConversation().input());
   ChildProcess child({.input = toStream(input.handle()), .output = toStream(output.handle())});
   EXPECT_EQ(child.end(), "exit code 0");
-  EXPECT_TRUE(output.takeAll() == referenceConversation().output());
+  EXPECT_TRUE(areSameBytes(output.takeAll(), referenceConversation().output()));
 }
 
 // A pipe that a child inherits breaks only when the child has gone, too. A worker that the client

@@ -59,15 +59,17 @@ void addContexts(Scenario& scenario) {
 }
 
 void addGeometry(Scenario& scenario) {
-  scenario.geometry(geometryPayload(1, 3, {1, 2, 3})).ok(geometryResult(6, 0));
-  scenario.geometry(geometryPayload(7, 4, {1, 2, 0, 5})).ok(geometryResult(6, 2));
-  scenario.geometry(geometryPayload(5, 3, {1, 2, 3}));
+  scenario.geometry(geometryPayload(worker::GeometryOperation::Sum, 3, {1, 2, 3}))
+      .ok(geometryResult(6, 0));
+  scenario.geometry(geometryPayload(worker::GeometryOperation::Polar, 4, {1, 2, 0, 5}))
+      .ok(geometryResult(6, 2));
+  scenario.geometry(geometryPayload(worker::GeometryOperation::Distance, 3, {1, 2, 3}));
   scenario.answer(WorkerStatus::InvalidRequest, geometryResult(0, 0));
-  scenario.geometry(geometryPayload(8, 1, {1}));
+  scenario.geometry(geometryPayload(worker::GeometryOperation{8}, 1, {1}));
   scenario.answer(WorkerStatus::UnknownType, geometryResult(0, 0));
-  scenario.geometry(geometryPayload(4, 2, {1, 0}));
+  scenario.geometry(geometryPayload(worker::GeometryOperation::Quotient, 2, {1, 0}));
   scenario.answer(WorkerStatus::Degenerate, geometryResult(0, 0));
-  scenario.geometry(geometryPayload(3, 2, {1e200, 1e200}));
+  scenario.geometry(geometryPayload(worker::GeometryOperation::Product, 2, {1e200, 1e200}));
   scenario.answer(WorkerStatus::Degenerate, geometryResult(kInfinity, 0));
   scenario.geometry("short").answer(WorkerStatus::InvalidRequest);
 }

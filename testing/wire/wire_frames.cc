@@ -67,12 +67,13 @@ std::string pointPayload(double x, double y, double z, std::uint8_t source, std:
   return payload;
 }
 
-std::string geometryPayload(std::uint8_t operation, std::uint8_t count,
+std::string geometryPayload(worker::GeometryOperation operation, std::uint8_t count,
                             std::initializer_list<double> operands) {
   std::string payload(worker::kGeometryPayloadSize, '\xAA');
-  worker::putU8(payload.data(), operation);
-  worker::putU8(payload.data() + 1, count);
-  char* field = payload.data() + 8;
+  worker::putU8(payload.data() + worker::GeometryOffset::kOperation,
+                static_cast<std::uint8_t>(operation));
+  worker::putU8(payload.data() + worker::GeometryOffset::kCount, count);
+  char* field = payload.data() + worker::GeometryOffset::kOperands;
   for (const double operand : operands) {
     worker::putF64(field, operand);
     field += 8;

@@ -38,7 +38,7 @@ struct WireResponse {
 // Payloads of fixed size. The reserved bytes of each are 0xAA, since they may hold anything.
 [[nodiscard]] std::string pointPayload(double x, double y, double z, std::uint8_t source,
                                        std::uint8_t target);
-[[nodiscard]] std::string geometryPayload(std::uint8_t operation, std::uint8_t count,
+[[nodiscard]] std::string geometryPayload(worker::GeometryOperation operation, std::uint8_t count,
                                           std::initializer_list<double> operands);
 
 }  // namespace lisp_worker::testing_support
