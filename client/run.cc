@@ -92,31 +92,39 @@ std::optional<Reply<EvalResult>> answerCall(WorkerClient& client, const EvalResu
   return waiting.resume(*text);
 }
 
-struct EndRow {
+struct EndWords {
   std::string_view name;
   std::string_view explanation;
 };
 
-const EndRow& rowOf(RunEnd end) {
-  // In the order of RunEnd.
-  static constexpr EndRow kRows[] = {
-      {"Value", "the program has ended with a value"},
-      {"ReadError", "the program or an answer could not be read"},
-      {"EvalError", "the program has ended with an error"},
-      {"StepLimit", "the program has run out of steps"},
-      {"Refused", "the worker has not evaluated the program, or could not send what came of it"},
-      {"Unanswered", "cancelled, because the host has not answered a call"},
-      {"Unwritable", "cancelled, because no text stands for the host's answer"},
-      {"TooManyCalls", "cancelled, because the program has made too many host calls"},
-  };
-  return kRows[static_cast<std::size_t>(end)];
+EndWords wordsOf(RunEnd end) {
+  switch (end) {
+    case RunEnd::Value:
+      return {"Value", "the program has ended with a value"};
+    case RunEnd::ReadError:
+      return {"ReadError", "the program or an answer could not be read"};
+    case RunEnd::EvalError:
+      return {"EvalError", "the program has ended with an error"};
+    case RunEnd::StepLimit:
+      return {"StepLimit", "the program has run out of steps"};
+    case RunEnd::Refused:
+      return {"Refused",
+              "the worker has not evaluated the program, or could not send what came of it"};
+    case RunEnd::Unanswered:
+      return {"Unanswered", "cancelled, because the host has not answered a call"};
+    case RunEnd::Unwritable:
+      return {"Unwritable", "cancelled, because no text stands for the host's answer"};
+    case RunEnd::TooManyCalls:
+      break;
+  }
+  return {"TooManyCalls", "cancelled, because the program has made too many host calls"};
 }
 
 }  // namespace
 
-std::string_view runEndName(RunEnd end) { return rowOf(end).name; }
+std::string_view runEndName(RunEnd end) { return wordsOf(end).name; }
 
-std::string_view explainRunEnd(RunEnd end) { return rowOf(end).explanation; }
+std::string_view explainRunEnd(RunEnd end) { return wordsOf(end).explanation; }
 
 std::optional<RunReport> runProgram(WorkerClient& client, std::string_view program,
                                     const Answerer& answer, const RunSettings& settings) {

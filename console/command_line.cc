@@ -10,6 +10,7 @@
 #include "console/commands.h"
 #include "console/entity.h"
 #include "explain/evaluation.h"
+#include "lisp_worker/client/limits.h"
 
 namespace lisp_worker::console {
 namespace {
@@ -118,7 +119,7 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_option("--max-calls", line.host_call_count_max,
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
-      ->check(CLI::Range(1, 250000));
+      ->check(CLI::Range(1, static_cast<int>(client::kStepCountMax)));
   app.add_option("--port", line.port, "The port of watch; else one that is free")
       ->type_name("N")
       ->check(CLI::Range(1, 65535));

@@ -28,6 +28,7 @@
 #include "lisp_worker/client/datum.h"
 #include "lisp_worker/client/eval_result.h"
 #include "lisp_worker/client/process.h"
+#include "lisp_worker/client/run.h"
 #include "lisp_worker/client/worker_client.h"
 
 namespace lisp_worker::console {
@@ -40,7 +41,7 @@ enum class ProgramEnd : std::uint8_t {
 };
 
 // A program that makes more host calls is cancelled, unless the caller allows more.
-inline constexpr std::size_t kHostCallCountMax = 10000;
+inline constexpr std::size_t kHostCallCountMax = client::RunSettings().host_call_count_max;
 
 // For the worker's answer to one request: it takes milliseconds, at the very worst some seconds.
 inline constexpr std::chrono::milliseconds kTimeLimit{60000};

@@ -48,7 +48,7 @@ TEST(ShowPlace, CutsLongLinesAroundTheCaret) {
   EXPECT_EQ(shown.substr(caret - second_line, 4), "HERE");
 }
 
-TEST(ReadForms, KnowsWhereFormsStand) {
+TEST(ReadWithPlaces, KnowsWhereFormsStand) {
   const Source source("s", "  (LIST 'a\n\"t\") ; c\n5");
   const Reading reading = readForms(source);
   ASSERT_FALSE(reading.fault.has_value());
@@ -63,7 +63,7 @@ TEST(ReadForms, KnowsWhereFormsStand) {
   EXPECT_EQ(reading.forms[1].line, 3u);
 }
 
-TEST(ReadForms, BoundsNestingAsTheWorkerDoes) {
+TEST(ReadWithPlaces, BoundsNestingAsTheWorkerDoes) {
   const std::string deepest = std::string(513, '(') + std::string(513, ')');
   EXPECT_FALSE(readForms(Source("s", deepest)).fault.has_value());
   const auto fault = readForms(Source("s", '(' + deepest + ')')).fault;
@@ -72,7 +72,7 @@ TEST(ReadForms, BoundsNestingAsTheWorkerDoes) {
   EXPECT_EQ(fault->begin, 513u);
 }
 
-TEST(ReadForms, KnowsTheInnermostListThatIsOpen) {
+TEST(ReadWithPlaces, KnowsTheInnermostListThatIsOpen) {
   const auto open_at = [](const char* text) {
     const auto fault = readForms(Source("s", text)).fault;
     return fault && fault->is_unfinished ? fault->open_at : 99;
@@ -282,7 +282,7 @@ TEST(ExplainAnswer, PointsIntoTheAnswer) {
               HasSubstr("the host's answer:1:3: host response parse error: expected exactly"));
 }
 
-TEST(Evaluate, LeavesDefinitionsOnlyWhenItEndsWithAValue) {
+TEST(EvaluateObserved, LeavesDefinitionsOnlyWhenItEndsWithAValue) {
   Definitions definitions;
   EXPECT_EQ(
       evaluate(readProgram("a", "(SETQ A 1)(DEFUN F (X) (+ X A))"), definitions, {}, nullptr).kind,
@@ -308,7 +308,7 @@ TEST(Definitions, AreWrittenAsAProgramThatMakesThem) {
 }
 
 // Many locals in many calls: what is done for each is bounded as in the worker.
-TEST(Evaluate, FollowsProgramsThatTouchMuch) {
+TEST(EvaluateObserved, FollowsProgramsThatTouchMuch) {
   std::string text = "(DEFUN F (";
   for (int n = 0; n < 20000; ++n) text += "/ L" + std::to_string(n) + " ";
   text += ") 1) (SETQ N 0) (WHILE (< N 20000) (F) (SETQ N (1+ N)))";

@@ -67,9 +67,8 @@ class WorkerProcess : public Channel {
 // Starts the program at `path` without arguments. It gets the two pipes as its standard input and
 // output, the host's standard error, and no other handle of the host's. It is out of reach of the
 // keys ^C and ^Z: on POSIX systems it has a process group of its own, on Windows it has no console.
-// A path without a directory
-// is taken from the current one; no search path is used. Null when the program cannot be started,
-// with the system's reason in `error_out`.
+// A path without a directory is taken from the current one; no search path is used. Null when the
+// program cannot be started, with the system's reason in `error_out`.
 [[nodiscard]] std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
                                                          std::string* error_out);
 

@@ -27,8 +27,8 @@ struct RunSettings {
   // The coordinate context that the program runs under; 0 for none.
   std::uint64_t context_id = 0;
 
-  // A program that makes more host calls is cancelled. Each call evaluates all of the program
-  // again, so a program that never stops asking would keep the host busy for good.
+  // A program that makes more host calls is cancelled. Its steps alone would allow it a quarter of
+  // a million, and whoever is to answer them would not be done in a day.
   std::size_t host_call_count_max = 10000;
 
   // Told when the program begins and how it ends; null: nobody is. Must outlive the run.

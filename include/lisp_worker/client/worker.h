@@ -54,6 +54,8 @@ class Worker {
   Worker& operator=(const Worker&) = delete;
   ~Worker();
 
+  // Both results may be ignored: the next request meets the same fault.
+
   // Starts the worker if none runs. Only needed by a host that wants to know early. False with a
   // fault when it cannot be started; also after a fault, until restart().
   bool start();
