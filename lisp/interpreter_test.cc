@@ -73,7 +73,7 @@ TEST(Evaluate, RefusesATagThatIsNoKind) {
 }
 
 // A function with few parameters is made anew; one with sixteen names or more is kept for its form.
-TEST(Definitions, WithManyNamesAreMadeOnce) {
+TEST(MakeFunction, MakesAFunctionWithManyNamesOnce) {
   for (const int count : {15, 16, 17}) {
     std::string text = "(DEFUN F (";
     for (int i = 0; i < count; ++i) text += " P" + std::to_string(i);

@@ -42,8 +42,12 @@ Look lookAt(std::string_view frame) {
 
 }  // namespace
 
+// A recorded session begins with the same four bytes, but never goes on with the version.
 bool beginsWithFrame(std::string_view bytes) {
-  return bytes.size() >= sizeof(worker::kMagic) && worker::getU32(bytes.data()) == worker::kMagic;
+  if (bytes.size() < worker::kHeaderSize) return false;
+  const WorkerStatus status =
+      worker::validateHeader(worker::decodeHeader(std::span(bytes).first<worker::kHeaderSize>()));
+  return status != WorkerStatus::BadMagic && status != WorkerStatus::BadVersion;
 }
 
 RecordedSession sessionOfFrames(std::string_view bytes) {

@@ -10,7 +10,7 @@
 
 namespace lisp_worker::session {
 
-// True when `bytes` begin as a frame does; no file of a recorded session does.
+// True when `bytes` begin with the header of a frame of this version. No recorded session does.
 [[nodiscard]] bool beginsWithFrame(std::string_view bytes);
 
 // The frames as records, all at time 0: responses if each of them can be one and one of them can be
