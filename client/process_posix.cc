@@ -1,9 +1,10 @@
-// Workers as children on Linux: two pipes, and a thread that keeps the worker.
+// Workers as children on Linux: two pipes, and a thread that has started the worker and stays.
 //
 // The worker is started by vfork, because a fork would copy the page tables of a large host; so
 // between vfork and exec only system calls are made (becomeWorker). It is to die with its host, and
-// the system ties that to the thread that started it: therefore the Keeper, a thread that waits
-// until the worker is let go.
+// the system ties that to the thread that started it. The host's first thread lives as long as the
+// host, so a worker is started by that one itself. For all others the Keeper starts it, one thread
+// for all workers of the process.
 //
 // Our end of the worker's input does not block, so that a deadline also ends a write into a full
 // pipe. Reading waits by poll. Finishing is closing both pipes, waiting for the grace, and killing.
@@ -20,10 +21,13 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cassert>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -63,6 +67,27 @@ class Descriptor {
   int descriptor_ = -1;
 };
 
+struct Pipe {
+  Descriptor read_end;
+  Descriptor write_end;
+};
+
+// The same descriptor under a number that is not a standard stream's. A host that has closed one
+// of those would otherwise have a pipe in its place, and speak to the worker by printing.
+Descriptor movedAboveStandardStreams(Descriptor descriptor) {
+  if (descriptor.get() >= kFirstOwnDescriptor) return descriptor;
+  return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
+}
+
+// Both ends stay with this process when it starts another program. errno on failure.
+int openPipe(Pipe& pipe) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
+  pipe.read_end = movedAboveStandardStreams(Descriptor(ends[0]));
+  pipe.write_end = movedAboveStandardStreams(Descriptor(ends[1]));
+  return pipe.read_end.isOpen() && pipe.write_end.isOpen() ? 0 : EMFILE;
+}
+
 // Which program becomes a worker, on which descriptors.
 struct Command {
   std::string program;
@@ -71,9 +96,9 @@ struct Command {
 };
 
 // Runs in the new process, which shares the host's memory until it has become the worker: system
-// calls and nothing else. `error` is set if it cannot.
+// calls and nothing else. If it cannot, it writes the error to `report`.
 [[noreturn]] void becomeWorker(const Command& command, char* const* arguments, pid_t host,
-                               volatile int& error) {
+                               int report) {
   // Whatever the worker does, it ends with the host. A host that has ended before cannot tell.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != host) ::_exit(0);
@@ -83,12 +108,14 @@ struct Command {
   ::dup2(command.input, STDIN_FILENO);
   ::dup2(command.output, STDOUT_FILENO);
   // The host may hold descriptors that it never marked to stay behind.
-  ::closefrom(kFirstOwnDescriptor);
+  if (report != kFirstOwnDescriptor) ::dup3(report, kFirstOwnDescriptor, O_CLOEXEC);
+  ::closefrom(kFirstOwnDescriptor + 1);
   // No handler of the host's may run here, and a signal that the host blocks must still reach the
   // worker.
   for (int signal = 1; signal < NSIG; ++signal) {
     struct sigaction action {};
-    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    if (::sigaction(signal, nullptr, &action) != 0) continue;
+    if (action.sa_handler == SIG_IGN || action.sa_handler == SIG_DFL) continue;
     action = {};
     ::sigaction(signal, &action, nullptr);
   }
@@ -96,66 +123,127 @@ struct Command {
   sigemptyset(&nothing_blocked);
   ::sigprocmask(SIG_SETMASK, &nothing_blocked, nullptr);
   ::execve(arguments[0], arguments, environ);
-  error = errno;
+  const int error = errno;
+  static_cast<void>(!::write(kFirstOwnDescriptor, &error, sizeof(error)));
   ::_exit(0);
 }
 
-// Starts the worker and sets `process`. All signals must be blocked. Returns 0 or the error.
+// Keeps all signals of the host from this thread.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous_);
+  }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+  ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+
+ private:
+  sigset_t previous_;
+};
+
+// Starts the worker and sets `process`. Returns 0 or the error. A pipe, which the worker's program
+// closes by being there, tells of an error, because a checker of memory may make a fork of vfork.
 int createProcess(Command& command, pid_t& process) {
   const std::array<char*, 2> arguments = {command.program.data(), nullptr};
+  Pipe report;
+  int error = openPipe(report);
+  if (error != 0) return error;
   const pid_t host = ::getpid();
-  volatile int error = 0;
+  const BlockedSignals blocked;
   // Copying the tables of a large host's memory would take longer than all the rest.
   process = ::vfork();
-  if (process == 0) becomeWorker(command, arguments.data(), host, error);
+  if (process == 0) becomeWorker(command, arguments.data(), host, report.write_end.get());
   if (process < 0) return errno;
-  if (error != 0) ::waitpid(process, nullptr, 0);
+  report.write_end.close();
+  if (::read(report.read_end.get(), &error, sizeof(error)) != sizeof(error)) return 0;
+  ::waitpid(process, nullptr, 0);
   return error;
 }
 
-// A thread that starts a worker and stays until the worker has ended. Linux ends a process with
-// the thread that has started it, not with that thread's process; so a host that starts its worker
-// in a thread that soon goes would lose it.
+// A thread that starts workers for threads that may end before them. It stays as long as anybody
+// has it. Linux ends a process with the thread that has started it, not with that thread's process;
+// so a host that starts its worker in a thread that soon goes would lose it.
 class Keeper {
  public:
-  explicit Keeper(Command command) : command_(std::move(command)) {
-    ::sem_init(&is_started_, 0, 0);
-    ::sem_init(&is_over_, 0, 0);
-    // The host's signals are for the host's threads.
-    sigset_t all;
-    sigset_t previous;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &previous);
-    const int error = ::pthread_create(&thread_, nullptr, &Keeper::run, this);
-    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-    has_thread_ = error == 0;
-    if (has_thread_) {
-      await(is_started_);
-    } else {
-      error_ = error;
-    }
+  // The keeper of this process, which is made if there is none. Null, with `error`, when it cannot
+  // be.
+  static std::shared_ptr<Keeper> get(int& error) {
+    Place& place = placeOfThisProcess();
+    const std::lock_guard lock(place.mutex);
+    std::shared_ptr<Keeper> keeper = place.keeper.lock();
+    if (keeper != nullptr) return keeper;
+    keeper = std::make_shared<Keeper>();
+    error = keeper->startThread();
+    if (error != 0) return nullptr;
+    place.keeper = keeper;
+    return keeper;
+  }
+
+  Keeper() {
+    ::sem_init(&is_wanted_, 0, 0);
+    ::sem_init(&is_done_, 0, 0);
   }
   Keeper(const Keeper&) = delete;
   Keeper& operator=(const Keeper&) = delete;
   ~Keeper() {
-    ::sem_post(&is_over_);
-    if (has_thread_) ::pthread_join(thread_, nullptr);
-    ::sem_destroy(&is_started_);
-    ::sem_destroy(&is_over_);
+    // A forked copy of the host has the object but not the thread.
+    if (has_thread_ && host_ == ::getpid()) {
+      command_ = nullptr;
+      ::sem_post(&is_wanted_);
+      ::pthread_join(thread_, nullptr);
+    }
+    ::sem_destroy(&is_wanted_);
+    ::sem_destroy(&is_done_);
   }
 
-  [[nodiscard]] pid_t process() const { return process_; }
-
-  // 0, or why there is no process.
-  [[nodiscard]] int error() const { return error_; }
+  // As createProcess. From any thread.
+  int create(Command& command, pid_t& process) {
+    const std::lock_guard lock(mutex_);
+    command_ = &command;
+    ::sem_post(&is_wanted_);
+    await(is_done_);
+    process = process_;
+    return error_;
+  }
 
  private:
+  // Where the keeper of a process is. A fork leaves the copy a place whose mutex may be locked for
+  // ever, so the copy gets a place of its own.
+  struct Place {
+    pid_t host = ::getpid();
+    std::mutex mutex;
+    std::weak_ptr<Keeper> keeper;
+  };
+
+  static Place& placeOfThisProcess() {
+    static std::atomic<Place*> current{nullptr};
+    Place* place = current.load();
+    if (place != nullptr && place->host == ::getpid()) return *place;
+    auto made = std::make_unique<Place>();
+    // Another thread may be here, too; the place of the first one is taken. Places are for ever.
+    if (current.compare_exchange_strong(place, made.get())) return *made.release();
+    return *place;
+  }
+
+  int startThread() {
+    // The host's signals are for the host's threads.
+    const BlockedSignals blocked;
+    const int error = ::pthread_create(&thread_, nullptr, &Keeper::run, this);
+    has_thread_ = error == 0;
+    return error;
+  }
+
   static void* run(void* self) {
     auto& keeper = *static_cast<Keeper*>(self);
-    keeper.error_ = createProcess(keeper.command_, keeper.process_);
-    ::sem_post(&keeper.is_started_);
-    await(keeper.is_over_);
-    return nullptr;
+    for (;;) {
+      await(keeper.is_wanted_);
+      if (keeper.command_ == nullptr) return nullptr;
+      keeper.error_ = createProcess(*keeper.command_, keeper.process_);
+      ::sem_post(&keeper.is_done_);
+    }
   }
 
   static void await(sem_t& semaphore) {
@@ -163,20 +251,32 @@ class Keeper {
     }
   }
 
-  Command command_;
+  const pid_t host_ = ::getpid();
+  std::mutex mutex_;            // Of what follows, while a worker is started.
+  Command* command_ = nullptr;  // Null: the thread is to end.
   pid_t process_ = 0;
   int error_ = 0;
+  sem_t is_wanted_{};
+  sem_t is_done_{};
   pthread_t thread_{};
   bool has_thread_ = false;
-  sem_t is_started_{};
-  sem_t is_over_{};
 };
+
+// Starts the worker in a thread that lives as long as it; `keeper` is set if that is not this one.
+// Returns 0 or the error.
+int createKeptProcess(Command command, pid_t& process, std::shared_ptr<Keeper>& keeper) {
+  if (::gettid() == ::getpid()) return createProcess(command, process);
+  int error = 0;
+  keeper = Keeper::get(error);
+  return keeper == nullptr ? error : keeper->create(command, process);
+}
 
 class PosixWorkerProcess final : public WorkerProcess {
  public:
-  PosixWorkerProcess(std::unique_ptr<Keeper> keeper, Descriptor to_worker, Descriptor from_worker)
+  PosixWorkerProcess(std::shared_ptr<Keeper> keeper, pid_t process, Descriptor to_worker,
+                     Descriptor from_worker)
       : keeper_(std::move(keeper)),
-        process_(keeper_->process()),
+        process_(process),
         to_worker_(std::move(to_worker)),
         from_worker_(std::move(from_worker)) {}
 
@@ -316,7 +416,7 @@ class PosixWorkerProcess final : public WorkerProcess {
     return {WorkerExit::Kind::Signaled, static_cast<std::uint32_t>(WTERMSIG(status))};
   }
 
-  std::unique_ptr<Keeper> keeper_;
+  std::shared_ptr<Keeper> keeper_;  // Null: the host's first thread has started the worker.
   pid_t process_;
   Descriptor to_worker_;
   Descriptor from_worker_;
@@ -328,27 +428,6 @@ class PosixWorkerProcess final : public WorkerProcess {
   std::optional<WorkerExit> exit_;
 };
 
-struct Pipe {
-  Descriptor read_end;
-  Descriptor write_end;
-};
-
-// The same descriptor under a number that is not a standard stream's. A host that has closed one
-// of those would otherwise have a pipe in its place, and speak to the worker by printing.
-Descriptor movedAboveStandardStreams(Descriptor descriptor) {
-  if (descriptor.get() >= kFirstOwnDescriptor) return descriptor;
-  return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kFirstOwnDescriptor));
-}
-
-// Both ends stay with this process when it starts another program. errno on failure.
-int openPipe(Pipe& pipe) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
-  pipe.read_end = movedAboveStandardStreams(Descriptor(ends[0]));
-  pipe.write_end = movedAboveStandardStreams(Descriptor(ends[1]));
-  return pipe.read_end.isOpen() && pipe.write_end.isOpen() ? 0 : EMFILE;
-}
-
 }  // namespace
 
 std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
@@ -359,18 +438,18 @@ std::unique_ptr<WorkerProcess> startWorker(const std::filesystem::path& path,
   if (error == 0) error = openPipe(from_worker);
   // A full pipe must not keep us beyond a deadline. The flag is our end's alone.
   if (error == 0) ::fcntl(to_worker.write_end.get(), F_SETFL, O_WRONLY | O_NONBLOCK);
-  std::unique_ptr<Keeper> keeper;
+  std::shared_ptr<Keeper> keeper;
+  pid_t process = 0;
   if (error == 0) {
-    keeper = std::make_unique<Keeper>(
-        Command{path.string(), to_worker.read_end.get(), from_worker.write_end.get()});
-    error = keeper->error();
+    error = createKeptProcess(
+        {path.string(), to_worker.read_end.get(), from_worker.write_end.get()}, process, keeper);
   }
   if (error != 0) {
     if (error_out != nullptr) *error_out = systemMessage(error);
     return nullptr;
   }
-  return std::make_unique<PosixWorkerProcess>(std::move(keeper), std::move(to_worker.write_end),
-                                              std::move(from_worker.read_end));
+  return std::make_unique<PosixWorkerProcess>(
+      std::move(keeper), process, std::move(to_worker.write_end), std::move(from_worker.read_end));
 }
 
 void killNow(WorkerProcess& process) { static_cast<PosixWorkerProcess&>(process).killNow(); }

@@ -9,16 +9,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "lisp_worker/client/process.h"
 #include "lisp_worker/client/worker.h"
@@ -235,27 +238,31 @@ TEST_F(PosixWorkerProcess, EndsWhenItsHostIsKilled) {
   // The one neither reads nor writes, and so it would not notice that the pipes are broken; the
   // other may come to the end of its input before it is killed.
   for (const char* const commands : {"echo $$; exec sleep 60", "echo $$; exec cat"}) {
-    int said[2] = {-1, -1};
-    ASSERT_EQ(::pipe(said), 0);
-    const pid_t host = ::fork();
-    ASSERT_GE(host, 0);
-    if (host == 0) {
-      const auto process = startScript(commands);
+    for (const bool in_a_thread : {false, true}) {
+      int said[2] = {-1, -1};
+      ASSERT_EQ(::pipe(said), 0);
+      const pid_t host = ::fork();
+      ASSERT_GE(host, 0);
+      if (host == 0) {
+        std::unique_ptr<WorkerProcess> process;
+        const auto start = [&] { process = startScript(commands); };
+        in_a_thread ? std::thread(start).join() : start();
+        std::string line(32, '\0');
+        if (process == nullptr || process->readSome(line.data(), line.size()) == 0) ::_exit(1);
+        if (::write(said[1], line.data(), line.size()) < 0) ::_exit(1);
+        ::pause();
+        ::_exit(1);
+      }
       std::string line(32, '\0');
-      if (process == nullptr || process->readSome(line.data(), line.size()) == 0) ::_exit(1);
-      if (::write(said[1], line.data(), line.size()) < 0) ::_exit(1);
-      ::pause();
-      ::_exit(1);
+      EXPECT_EQ(::read(said[0], line.data(), line.size()), 32);
+      ::kill(host, SIGKILL);
+      int status = 0;
+      ASSERT_EQ(::waitpid(host, &status, 0), host);
+      const std::string end = testing_support::waitForEnd(std::stoi(line), nullptr);
+      const bool reads = std::string_view(commands).ends_with("cat");
+      EXPECT_TRUE(end == "signal 9" || (reads && end == "exit code 0")) << commands << ": " << end;
+      for (const int descriptor : said) ::close(descriptor);
     }
-    std::string line(32, '\0');
-    EXPECT_EQ(::read(said[0], line.data(), line.size()), 32);
-    ::kill(host, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(host, &status, 0), host);
-    const std::string end = testing_support::waitForEnd(std::stoi(line), nullptr);
-    const bool reads = std::string_view(commands).ends_with("cat");
-    EXPECT_TRUE(end == "signal 9" || (reads && end == "exit code 0")) << commands << ": " << end;
-    for (const int descriptor : said) ::close(descriptor);
   }
   ::prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
@@ -268,6 +275,70 @@ TEST_F(PosixWorkerProcess, OutlivesTheThreadThatStartedIt) {
   WorkerClient client(*echo);
   for (int n = 0; n < 100; ++n) ASSERT_EQ(client.ping(), WorkerStatus::Ok);
   EXPECT_EQ(echo->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
+}
+
+// A host may have hundreds of workers.
+TEST_F(PosixWorkerProcess, NeedsNoThreadOfItsOwn) {
+  constexpr std::size_t kCount = 20;
+  const std::ptrdiff_t before = countThreads();
+  std::vector<std::unique_ptr<WorkerProcess>> workers;
+  for (std::size_t n = 0; n < kCount; ++n) workers.push_back(startWorker("/bin/cat", nullptr));
+  EXPECT_EQ(countThreads(), before);
+  // Threads that end share one that stays until it keeps nothing.
+  for (std::size_t n = 0; n < kCount; ++n) {
+    std::thread([&] { workers.push_back(startWorker("/bin/cat", nullptr)); }).join();
+  }
+  EXPECT_EQ(countThreads(), before + 1);
+  for (const auto& worker : workers) {
+    ASSERT_NE(worker, nullptr);
+    WorkerClient client(*worker);
+    EXPECT_EQ(client.ping(), WorkerStatus::Ok);
+  }
+  workers.clear();
+  EXPECT_EQ(countThreads(), before);
+  EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(PosixWorkerProcess, IsStartedByManyThreadsAtATime) {
+  const std::ptrdiff_t before = countThreads();
+  std::vector<std::thread> threads;
+  std::atomic<int> answered = 0;
+  for (int n = 0; n < 8; ++n) {
+    threads.emplace_back([&answered] {
+      for (int round = 0; round < 10; ++round) {
+        const auto worker = startWorker("/bin/cat", nullptr);
+        if (worker == nullptr) continue;
+        WorkerClient client(*worker);
+        if (client.ping() == WorkerStatus::Ok) ++answered;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(answered, 80);
+  EXPECT_EQ(countThreads(), before);
+}
+
+// The copy of the host has no thread but the one that has forked.
+TEST_F(PosixWorkerProcess, IsStartedByAThreadOfAForkedCopyOfItsHost) {
+  std::unique_ptr<WorkerProcess> kept;
+  std::thread([&] { kept = startWorker("/bin/cat", nullptr); }).join();
+  const pid_t copy = ::fork();
+  ASSERT_GE(copy, 0);
+  if (copy == 0) {
+    bool is_answered = false;
+    std::thread([&] {
+      const auto echo = startWorker("/bin/cat", nullptr);
+      WorkerClient client(*echo, {.time_limit = std::chrono::seconds(5)});
+      is_answered = client.ping() == WorkerStatus::Ok;
+    }).join();
+    kept.reset();
+    ::_exit(is_answered ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(copy, &status, 0), copy);
+  EXPECT_EQ(status, 0);
+  WorkerClient client(*kept);
+  EXPECT_EQ(client.ping(), WorkerStatus::Ok);
 }
 
 // The host is sent what a terminal sends to all processes in front.

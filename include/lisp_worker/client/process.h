@@ -36,7 +36,9 @@ struct WorkerExit {
 inline constexpr std::chrono::milliseconds kExitGrace{2000};
 
 // A running worker. Destroying it finishes it, so no process and no handle is left behind. When the
-// host dies instead, the system kills the worker, whatever that does.
+// host dies instead, the system kills the worker, whatever that does. On Linux a thread of the host
+// must live for that: the host's first one when that has started the worker, otherwise one of ours,
+// which all workers share.
 //
 // A process that the host has forked, without starting another program in it, holds the pipes too:
 // the worker does not see the end of its input before it has ended as well. There the object may be
