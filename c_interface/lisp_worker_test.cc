@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -15,6 +14,7 @@
 #include "lisp_worker/client/geometry.h"
 #include "lisp_worker/client/run.h"
 #include "lisp_worker/client/version.h"
+#include "testing/workers/c_interface_handles.h"
 #include "testing/workers/executable_worker.h"
 
 namespace {
@@ -22,19 +22,10 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-struct Free {
-  void operator()(lisp_worker_handle* worker) const { lisp_worker_free(worker); }
-  void operator()(lisp_value* value) const { lisp_value_free(value); }
-  void operator()(lisp_run* run) const { lisp_run_free(run); }
-};
-using WorkerHandle = std::unique_ptr<lisp_worker_handle, Free>;
-using ValueHandle = std::unique_ptr<lisp_value, Free>;
-using RunHandle = std::unique_ptr<lisp_run, Free>;
-
-WorkerHandle newWorker() {
-  return WorkerHandle(
-      lisp_worker_new(lisp_worker::testing_support::workerExecutable().c_str(), 60000));
-}
+using lisp_worker::testing_support::newWorker;
+using lisp_worker::testing_support::RunHandle;
+using lisp_worker::testing_support::ValueHandle;
+using lisp_worker::testing_support::WorkerHandle;
 
 RunHandle run(lisp_worker_handle* worker, const std::string& program, lisp_answer answer = nullptr,
               void* user = nullptr, uint64_t context_id = 0) {

@@ -69,13 +69,13 @@ function(lisp_embeddable name)
                        VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
-# lisp_shared_library(<name> <file> LINKS <embeddable component>...)
+# lisp_shared_library(<name> FILES <file>... VERSIONS <version script> LINKS <embeddable component>...)
 #
-# Defines a shared library that has the functions marked LISP_WORKER_API and nothing else, and needs
-# nothing but what goes with the C library.
-function(lisp_shared_library name file)
-  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "LINKS")
-  add_library(${name} SHARED ${file})
+# Defines a shared library that has the functions marked LISP_WORKER_API and nothing else, under the
+# versions that the script gives them, and needs nothing but what goes with the C library.
+function(lisp_shared_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "VERSIONS" "FILES;LINKS")
+  add_library(${name} SHARED ${arg_FILES})
   lisp_embeddable(${name})
   target_link_libraries(${name} PRIVATE lisp_strict_options ${arg_LINKS})
   if(WIN32)
@@ -83,7 +83,9 @@ function(lisp_shared_library name file)
   else()
     target_compile_definitions(${name}
                                PRIVATE "LISP_WORKER_API=__attribute__((visibility(\"default\")))")
-    target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
+    target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL
+                                        -Wl,--version-script,${PROJECT_SOURCE_DIR}/${arg_VERSIONS})
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_VERSIONS})
   endif()
   lisp_free_of_libraries(${name})
   set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}

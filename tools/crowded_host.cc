@@ -101,6 +101,7 @@ namespace console {
 constexpr int kOwn = 4;
 }
 
+#include <lisp_worker/c_interface/lisp_async_worker.h>
 #include <lisp_worker/c_interface/lisp_worker.h>
 #include <lisp_worker/client/answer_text.h>
 #include <lisp_worker/client/async_channel.h>

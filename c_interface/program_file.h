@@ -1,0 +1,61 @@
+// What both kinds of workers of the C interface make of a host's options: the worker's program as a
+// path, and limits of time.
+
+#ifndef C_INTERFACE_PROGRAM_FILE_H_
+#define C_INTERFACE_PROGRAM_FILE_H_
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "c_interface/objects.h"
+#include "client/system_text.h"
+
+namespace lisp_worker::c_interface {
+
+// The path of a program, in UTF-8; up to its first zero when the size is zero. Empty, with the
+// reason in `reason_out`, when it holds a zero: the system would take the part before.
+[[nodiscard]] inline std::optional<std::string> programPath(const char* path, std::size_t size,
+                                                            const char** reason_out) {
+  const std::string_view text = viewOf(path, size == 0 ? LISP_TO_ZERO : size);
+  if (text.find('\0') == text.npos) return std::string(text);
+  *reason_out = "the path holds a zero";
+  return std::nullopt;
+}
+
+// Has `start` start the program; its reason names the program.
+template <typename Start>
+auto startProgram(const std::string& path, Start start, std::string* error_out)
+    -> decltype(start(std::filesystem::path(), error_out)) {
+  const std::optional<std::filesystem::path> file = client::pathFromText(path);
+  if (!file) {
+    *error_out = path + ": the path is not UTF-8";
+    return nullptr;
+  }
+  auto started = start(*file, error_out);
+  if (started == nullptr) *error_out = path + ": " + *error_out;
+  return started;
+}
+
+// A number of milliseconds, or the most that the clock's type holds.
+[[nodiscard]] inline std::chrono::milliseconds millisecondsOf(std::uint64_t count) {
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  const bool fits = count <= static_cast<std::uint64_t>(kMost);
+  return std::chrono::milliseconds(fits ? static_cast<std::int64_t>(count) : kMost);
+}
+
+// A limit of a structure: 0 is the default, LISP_NO_LIMIT none, which is 0 in client/.
+[[nodiscard]] inline std::chrono::milliseconds limitOf(std::uint64_t limit_ms,
+                                                       std::chrono::milliseconds otherwise) {
+  if (limit_ms == 0) return otherwise;
+  return limit_ms == LISP_NO_LIMIT ? std::chrono::milliseconds(0) : millisecondsOf(limit_ms);
+}
+
+}  // namespace lisp_worker::c_interface
+
+#endif  // C_INTERFACE_PROGRAM_FILE_H_
