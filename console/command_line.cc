@@ -9,6 +9,7 @@
 
 #include "console/commands.h"
 #include "console/entity.h"
+#include "console/picture.h"
 #include "explain/evaluation.h"
 #include "lisp_worker/client/limits.h"
 
@@ -35,6 +36,8 @@ A program can say in comments how it wants to be run. Each takes a line of its o
   ;@ system S at-call N (NUMBERS)   the same while the program's call N waits for its answer
   ;@ keep                           what it has drawn stays in the drawing, also when it fails
   ;@ picture axes cells             what its picture shows besides the drawing
+  ;@ picture sheet A4 landscape scale 1:10 units mm window X1,Y1,X2,Y2
+                                    the sheet and the part that it shows, unless options say so
   ;@ expect value DATUM             the program ends with this value,
   ;@ expect error MESSAGE           or with this message,
   ;@ expect refusal STATUS          or with this status and nothing else
@@ -73,6 +76,22 @@ std::string notes() {
   return text + kSystemsAndCodes;
 }
 
+void definePageOptions(CLI::App& app, PageTexts& texts) {
+  app.add_option("--sheet", texts.sheet,
+                 "Draw it as it is at the end, to scale on a sheet of paper: A4, A3, A2, A1, A0 or "
+                 "Letter")
+      ->type_name("NAME");
+  app.add_flag("--landscape", texts.is_landscape, "Turn the sheet");
+  app.add_option("--scale", texts.scale,
+                 "The scale on the sheet, such as 1:10; else the largest standard one that fits")
+      ->type_name("N:M");
+  app.add_option("--units", texts.units,
+                 "The length of 1 in the drawing, for the sheet: mm, cm, m or in; else mm")
+      ->type_name("UNIT");
+  app.add_option("--window", texts.window, "Show what lies between these corners, and nothing else")
+      ->type_name("X1,Y1,X2,Y2");
+}
+
 // The parser, with every option tied to a field of `line`.
 void defineOptions(CLI::App& app, CommandLine& line) {
   app.set_help_flag("-h,--help", "This text; --help entities: the groups of entities");
@@ -91,9 +110,10 @@ void defineOptions(CLI::App& app, CommandLine& line) {
       ->type_name("FILE");
   app.add_option("--save", line.save_path, "Write the drawing at the end")->type_name("FILE");
   app.add_option("--picture", line.picture_paths,
-                 "Draw it before and after, as .svg, or as .png up to 16 MiB of SVG")
+                 "Draw it before and after, as .svg, or as .png or .pdf up to 16 MiB of SVG")
       ->type_name("FILE")
       ->allow_extra_args(false);
+  definePageOptions(app, line.page_texts);
   app.add_flag("--axes", line.shows_axes, "Show the coordinate systems in the picture");
   app.add_flag("--cells", line.shows_cells, "Show the cells in the picture");
   app.add_option("--answers", line.answers_path,
@@ -154,8 +174,16 @@ std::vector<ProgramArgument> programsInOrder(const CLI::App& app, const CommandL
   return programs;
 }
 
-bool isPicturePath(const std::string& path) {
-  return path.ends_with(".svg") || path.ends_with(".png");
+// The mistake in the options of pages; otherwise empty.
+std::string whyNoPage(const CommandLine& line) {
+  if (line.page.sheet && (line.shows_axes || line.shows_cells)) {
+    return "a sheet shows the drawing alone: not with --axes and --cells";
+  }
+  const bool has_page = line.page.sheet || line.page.window;
+  if (has_page && line.picture_paths.empty() && !line.programs.empty()) {
+    return "--sheet and --window need --picture";
+  }
+  return "";
 }
 
 // The mistake in options of which each can be read; otherwise empty.
@@ -178,8 +206,8 @@ std::string whyUnusable(const CommandLine& line) {
     return "--json is for programs that run: not with --ask, --trace, --profile, --coverage, check "
            "and test";
   }
-  const bool draws =
-      !line.save_path.empty() || !line.picture_paths.empty() || line.shows_axes || line.shows_cells;
+  const bool draws = !line.save_path.empty() || !line.picture_paths.empty() || line.shows_axes ||
+                     line.shows_cells || line.page.sheet || line.page.window;
   if (line.test && (draws || line.asks || line.shows_conversation || line.shows_all || line.keeps ||
                     line.is_dry)) {
     return "test takes --load, --drawing, --answers, --strict, --max-calls, --trace, --profile and "
@@ -194,16 +222,18 @@ std::string whyUnusable(const CommandLine& line) {
   if (line.watch && (line.program_paths.size() != 1 || !line.forms.empty())) {
     return "watch needs one program";
   }
-  if (line.watch && (records || line.is_json || line.asks || line.shows_conversation ||
-                     line.shows_all || line.keeps || line.is_dry || !line.picture_paths.empty() ||
-                     !(line.save_path + line.answers_path).empty())) {
+  if (line.watch &&
+      (records || line.is_json || line.asks || line.shows_conversation || line.shows_all ||
+       line.keeps || line.is_dry || !line.picture_paths.empty() || line.page.sheet ||
+       line.page.window || !(line.save_path + line.answers_path).empty())) {
     return "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only";
   }
   if (!line.watch && line.port != 0) return "--port is for watch";
   for (const std::string& path : line.picture_paths) {
-    if (!isPicturePath(path)) return "--picture " + path + ": the name must end in .svg or .png";
+    const std::string reason = whyNoPicture(path);
+    if (!reason.empty()) return "--picture " + reason;
   }
-  return "";
+  return whyNoPage(line);
 }
 
 // A message about the first unknown option; empty when all are known.
@@ -275,6 +305,9 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
     return std::nullopt;
   }
   line.programs = programsInOrder(app, line);
+  const auto page = readPage(line.page_texts, "--", error);
+  if (!page) return std::nullopt;
+  line.page = *page;
   error = whyUnusable(line);
   if (!error.empty()) return std::nullopt;
   return line;

@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "console/paper.h"
+
 namespace lisp_worker::console {
 
 // A program as the command line names it.
@@ -37,6 +39,8 @@ struct CommandLine {
   std::string drawing_path;  // This and the next are empty where nothing was given.
   std::string save_path;
   std::vector<std::string> picture_paths;
+  PageTexts page_texts;  // As they were given, and read.
+  PageWishes page = {};
   std::string answers_path;
   bool asks = false;
   bool is_brief = false;  // Asked for; it is so anyway.

@@ -102,7 +102,56 @@ TEST(CommandLine, SaysWhatIsWrong) {
   }
   EXPECT_EQ(errorOf({"check", "a.lsp", "--load", "l.lsp", "--worker", "w"}), "was taken");
   EXPECT_EQ(errorOf({"a.lsp", "--picture", "a.gif"}),
-            "--picture a.gif: the name must end in .svg or .png");
+            "--picture a.gif: the name must end in .svg, .png or .pdf");
+}
+
+TEST(CommandLine, TakesASheetAndAWindow) {
+  std::string error;
+  const auto line =
+      parseCommandLine(Arguments{"a.lsp", "--picture", "a.pdf", "--sheet", "A3", "--landscape",
+                                 "--scale", "1:10", "--units", "m", "--window", "-5,-5,10,10"},
+                       "w", error);
+  ASSERT_TRUE(line.has_value()) << error;
+  ASSERT_TRUE(line->page.sheet && line->page.window);
+  EXPECT_EQ(line->page.sheet->name(), "A3 landscape");
+  EXPECT_EQ(line->page.sheet->scale->text(), "1:10");
+  EXPECT_EQ(line->page.sheet->unit.name, "m");
+  EXPECT_EQ(line->page.window->left, -5);
+  // The prompt has :picture.
+  EXPECT_EQ(errorOf({"--sheet", "A4"}), "was taken");
+}
+
+TEST(CommandLine, SaysWhatIsWrongWithASheet) {
+  const auto error_of = [](Arguments options) {
+    options.insert(options.begin(), {"a.lsp", "--picture", "a.svg"});
+    return errorOf(options);
+  };
+  EXPECT_EQ(error_of({"--sheet", "B4"}),
+            "--sheet B4: the sheets are A4, A3, A2, A1, A0 and Letter");
+  EXPECT_EQ(error_of({"--sheet", "A4", "--scale", "10"}),
+            "--scale 10: a scale is 1:10 or 2:1, numbers above 0 and at most 1000000");
+  EXPECT_EQ(error_of({"--sheet", "A4", "--units", "yd"}),
+            "--units yd: the units are mm, cm, m and in");
+  EXPECT_EQ(error_of({"--window", "1,2,3"}),
+            "--window 1,2,3: a window is two corners, X1,Y1,X2,Y2");
+  EXPECT_EQ(error_of({"--window", "1,2,1,4"}),
+            "--window 1,2,1,4: a window needs a width and a height");
+  EXPECT_EQ(error_of({"--scale", "1:10"}), "--scale needs --sheet");
+  EXPECT_EQ(error_of({"--units", "mm"}), "--units needs --sheet");
+  EXPECT_EQ(error_of({"--landscape"}), "--landscape needs --sheet");
+  for (const char* const option : {"--axes", "--cells"}) {
+    EXPECT_EQ(error_of({"--sheet", "A4", option}),
+              "a sheet shows the drawing alone: not with --axes and --cells");
+  }
+  EXPECT_EQ(errorOf({"a.lsp", "--sheet", "A4"}), "--sheet and --window need --picture");
+  EXPECT_EQ(errorOf({"a.lsp", "--window", "0,0,1,1"}), "--sheet and --window need --picture");
+  EXPECT_EQ(errorOf({"check", "a.lsp", "--sheet", "A4"}),
+            "check runs nothing; of the options it takes --load only");
+  EXPECT_EQ(errorOf({"watch", "a.lsp", "--window", "0,0,1,1"}),
+            "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only");
+  EXPECT_EQ(errorOf({"test", "a.lsp", "--sheet", "A4"}),
+            "test takes --load, --drawing, --answers, --strict, --max-calls, --trace, --profile "
+            "and --coverage only");
 }
 
 TEST(CommandLine, TakesWatchWithOneProgram) {
@@ -130,9 +179,10 @@ TEST(CommandLine, TakesWatchWithOneProgram) {
 TEST(CommandLine, ExplainsEveryOptionAndCommand) {
   const std::string text = usage();
   for (const char* const word :
-       {"--worker", "--load", "--drawing", "--save", "--picture", "--axes", "--cells", "--answers",
-        "--ask", "--conversation", "--all", ";@ drawing", ";@ expect value", "MIRROR", "ZOOM",
-        "Exit codes: 0"}) {
+       {"--worker",        "--load",    "--drawing", "--save",         "--picture", "--axes",
+        "--cells",         "--answers", "--sheet",   "--landscape",    "--scale",   "--units",
+        "--window",        ".pdf",      "--ask",     "--conversation", "--all",     ";@ drawing",
+        ";@ expect value", "MIRROR",    "ZOOM",      "Exit codes: 0"}) {
     EXPECT_THAT(text, testing::HasSubstr(word));
   }
 }

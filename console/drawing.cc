@@ -251,6 +251,14 @@ double Drawing::lineWidthOf(const Entity& entity) const {
   return lineWidth(layer == nullptr ? kWeightDefault : layer->line_weight);
 }
 
+Box extentsOf(const Drawing& drawing) {
+  Box box;
+  for (const Entity& entity : drawing.entities()) {
+    if (drawing.isVisible(entity)) box.include(boundsOf(entity));
+  }
+  return box;
+}
+
 Datum entityData(const Entity& entity) {
   DatumList groups = {makeGroup(kHandleGroup, client::string(entity.handle))};
   groups.insert(groups.end(), entity.groups.begin(), entity.groups.end());

@@ -182,6 +182,9 @@ class Drawing {
   std::uint64_t next_place_ = 0;
 };
 
+// The box around everything that is visible; empty when nothing is.
+[[nodiscard]] Box extentsOf(const Drawing& drawing);
+
 // The answer to ENTGET: the groups, with the handle's in front.
 [[nodiscard]] client::Datum entityData(const Entity& entity);
 

@@ -3,12 +3,15 @@
 
 #include "console/entity_picture.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "console/clipping.h"
 #include "console/colour.h"
 #include "console/font.h"
 #include "console/line_style.h"
@@ -31,29 +34,84 @@ std::string pathOf(const Panel& panel, const std::vector<Point>& points) {
   return path;
 }
 
-std::string arcPath(const Panel& panel, const Entity& entity) {
-  const std::vector<Point> outline = outlineOf(entity);
-  const double radius = findNumberGroup(entity.groups, kSizeGroup, 1) * panel.scale;
-  const double sweep = std::fmod(findNumberGroup(entity.groups, kEndAngleGroup, 0) -
-                                     findNumberGroup(entity.groups, kStartAngleGroup, 0) + 4 * kPi,
-                                 2 * kPi);
-  if (!(radius < 1e5) || sweep == 0) return pathOf(panel, outline);
-  return "M" + panel.position(outline.front()) + " A" + svgNumber(radius) + " " +
-         svgNumber(radius) + " 0 " + (sweep > kPi ? "1" : "0") + " 0 " +
-         panel.position(outline.back());
+// Nearer to the panel than that, in units of the page, shapes are drawn as they are, if their arcs
+// have smaller radii too. Others become lines, cut at a box around the panel.
+constexpr double kFar = 1e5;
+constexpr double kReach = 2e4;
+constexpr double kFlatness = 0.05;  // As far as such a line may be from its arc.
+
+bool isNear(const Panel& panel, const Point& point, double limit = kFar) {
+  return std::fabs(panel.x(point.x)) <= limit && std::fabs(panel.y(point.y)) <= limit;
 }
 
-// A chain as pieces of a path. An arc that is too flat to be seen is a line.
-std::string chainPath(const Panel& panel, const VertexChain& chain) {
-  constexpr double kFlat = 1e6;
+// A circle, or a part of one.
+bool isRoundNear(const Panel& panel, const Point& centre, double radius) {
+  return isNear(panel, centre) && radius * panel.scale < kFar;
+}
+
+// The part of the drawing around the panel that far shapes are cut to.
+Box reachOf(const Panel& panel) {
+  Box box;
+  box.include(Point{(panel.world.left + panel.world.right) / 2,
+                    (panel.world.bottom + panel.world.top) / 2, 0});
+  return box.grownBy((std::max(panel.width, panel.height) / 2 + kReach) / panel.scale);
+}
+
+std::string clippedPath(const Panel& panel, const VertexChain& chain, bool is_area) {
+  const Box reach = reachOf(panel);
+  std::vector<Point> points = flattened(chain, reach, kFlatness / panel.scale);
+  if (is_area) {
+    const std::vector<Point> outline = clippedArea(std::move(points), reach);
+    return outline.size() < 3 ? "" : pathOf(panel, outline) + " Z";
+  }
+  std::string path;
+  for (const std::vector<Point>& part : clippedLine(points, reach)) {
+    path += (path.empty() ? "" : " ") + pathOf(panel, part);
+  }
+  return path;
+}
+
+// An arc of a circle as a chain of two pieces.
+VertexChain arcChain(const std::vector<Point>& outline, const Point& centre, double radius,
+                     double start, double sweep) {
+  const double middle = start + sweep / 2;
+  const double bulge = std::tan(sweep / 8);
+  return {{{outline.front(), bulge},
+           {{centre.x + radius * std::cos(middle), centre.y + radius * std::sin(middle), centre.z},
+            bulge},
+           {outline.back(), 0}},
+          false};
+}
+
+std::string arcPath(const Panel& panel, const Entity& entity) {
+  const std::vector<Point> outline = outlineOf(entity);
+  const Point centre = findPoints(entity.groups, kPointGroup).front();
+  const double radius = findNumberGroup(entity.groups, kSizeGroup, 1);
+  const double start = findNumberGroup(entity.groups, kStartAngleGroup, 0);
+  const double turns =
+      std::fmod(findNumberGroup(entity.groups, kEndAngleGroup, 0) - start + 4 * kPi, 2 * kPi);
+  if (!isRoundNear(panel, centre, radius)) {
+    return clippedPath(
+        panel, arcChain(outline, centre, radius, start, turns == 0 ? 2 * kPi : turns), false);
+  }
+  if (turns == 0) return pathOf(panel, outline);
+  const std::string length = svgNumber(radius * panel.scale);
+  return "M" + panel.position(outline.front()) + " A" + length + " " + length + " 0 " +
+         (turns > kPi ? "1" : "0") + " 0 " + panel.position(outline.back());
+}
+
+// A chain as pieces of a path; empty when a part of it is too large or too far away.
+std::string nearPath(const Panel& panel, const VertexChain& chain) {
   const std::vector<Vertex>& vertices = chain.vertices;
   std::string path = "M" + panel.position(vertices.front().at);
   const std::size_t piece_count = vertices.size() - (chain.is_closed ? 0 : 1);
   for (std::size_t n = 0; n < piece_count; ++n) {
     const Point to = vertices[(n + 1) % vertices.size()].at;
     const auto arc = arcBetween(vertices[n].at, to, vertices[n].bulge);
-    const double radius = arc ? arc->radius * panel.scale : kFlat;
-    if (radius < kFlat) {
+    if (!isNear(panel, vertices[n].at) || !isNear(panel, to)) return "";
+    if (arc) {
+      const double radius = arc->radius * panel.scale;
+      if (!(radius < kFar)) return "";
       path += " A" + svgNumber(radius) + " " + svgNumber(radius) + " 0 " +
               (std::fabs(arc->sweep) > kPi ? "1 " : "0 ") + (arc->sweep < 0 ? "1 " : "0 ") +
               panel.position(to);
@@ -62,6 +120,28 @@ std::string chainPath(const Panel& panel, const VertexChain& chain) {
     }
   }
   return path + (chain.is_closed ? " Z" : "");
+}
+
+std::string chainPath(const Panel& panel, const VertexChain& chain, bool is_area) {
+  const std::string path = nearPath(panel, chain);
+  return path.empty() ? clippedPath(panel, chain, is_area) : path;
+}
+
+std::string chainsPath(const Panel& panel, const Entity& entity) {
+  const bool is_area = findStringGroup(entity.groups, kTypeGroup) == "HATCH";
+  std::string path;
+  for (const VertexChain& chain : chainsOf(entity)) {
+    const std::string piece = chainPath(panel, chain, is_area);
+    if (!piece.empty()) path += (path.empty() ? "" : " ") + piece;
+  }
+  return path;
+}
+
+// False for a text so large, or so far away, that no letter of it can be drawn.
+bool isTextNear(const Panel& panel, const Entity& entity) {
+  constexpr double kTextFar = 1e6;
+  return isNear(panel, findPoints(entity.groups, kPointGroup).front(), kTextFar) &&
+         findNumberGroup(entity.groups, kSizeGroup, 1) * panel.scale < kTextFar;
 }
 
 // `style` is what the shape's element has besides its shape, `inside` the element's content.
@@ -98,31 +178,40 @@ std::string pathElement(const std::string& path, const std::string& style,
          (inside.empty() ? "/>\n" : ">" + inside + "</path>\n");
 }
 
+std::string pointPath(const Panel& panel, const Point& point) {
+  const double arm = panel.millimetre;
+  const double x = panel.x(point.x);
+  const double y = panel.y(point.y);
+  return "M" + svgNumber(x - arm) + " " + svgNumber(y) + " H" + svgNumber(x + arm) + " M" +
+         svgNumber(x) + " " + svgNumber(y - arm) + " V" + svgNumber(y + arm);
+}
+
+// Empty for a shape of which nothing lies near the panel.
+std::string shapePath(const Panel& panel, const Entity& entity) {
+  const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
+  const Point first = findPoints(entity.groups, kPointGroup).front();
+  if (type == "POINT") return isNear(panel, first) ? pointPath(panel, first) : "";
+  if (hasChains(entity.groups)) return chainsPath(panel, entity);
+  if (type == "ARC") return arcPath(panel, entity);
+  if (type == "CIRCLE") return clippedPath(panel, *closedChainOf(entity), false);
+  const Point last = findPoints(entity.groups, kEndPointGroup).front();
+  return chainPath(panel, {{{first, 0}, {last, 0}}, false}, false);
+}
+
+// Empty for an entity of which nothing lies near the panel.
 std::string shapeElement(const Panel& panel, const Entity& entity, const std::string& style,
                          const std::string& inside) {
   const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
+  if (type == "TEXT") {
+    return isTextNear(panel, entity) ? textElement(panel, entity, style, inside) : "";
+  }
   const Point first = findPoints(entity.groups, kPointGroup).front();
-  if (type == "TEXT") return textElement(panel, entity, style, inside);
-  if (type == "CIRCLE") {
-    return circleElement(panel.x(first.x), panel.y(first.y),
-                         findNumberGroup(entity.groups, kSizeGroup, 1) * panel.scale, style,
-                         inside);
+  const double radius = findNumberGroup(entity.groups, kSizeGroup, 1);
+  if (type == "CIRCLE" && isRoundNear(panel, first, radius)) {
+    return circleElement(panel.x(first.x), panel.y(first.y), radius * panel.scale, style, inside);
   }
-  std::string path;
-  if (type == "POINT") {
-    const double arm = panel.millimetre;
-    const double x = panel.x(first.x);
-    const double y = panel.y(first.y);
-    path = "M" + svgNumber(x - arm) + " " + svgNumber(y) + " H" + svgNumber(x + arm) + " M" +
-           svgNumber(x) + " " + svgNumber(y - arm) + " V" + svgNumber(y + arm);
-  } else if (hasChains(entity.groups)) {
-    for (const VertexChain& chain : chainsOf(entity)) {
-      path += (path.empty() ? "" : " ") + chainPath(panel, chain);
-    }
-  } else {
-    path = type == "ARC" ? arcPath(panel, entity) : pathOf(panel, outlineOf(entity));
-  }
-  return pathElement(path, style, inside);
+  const std::string path = shapePath(panel, entity);
+  return path.empty() ? "" : pathElement(path, style, inside);
 }
 
 // On a screen a line of the usual weight is wider than on paper, to be seen well.
@@ -163,32 +252,82 @@ constexpr std::array<MarkLook, 3> kMarkLooks = {
      {"#e53935", "stroke-width: 9; stroke-dasharray: 0 13"}}};
 constexpr std::array<const char*, 3> kMarkNames = {"new", "changed", "erased"};
 
-std::string patternName(const Panel& panel, const Entity& entity) {
-  return panel.name + "-" + svgText(entity.handle);
+// Parallel lines across a box of the page, as a path. They lie on the same lines for all hatches of
+// this direction and distance, so that neighbours fit.
+std::string parallelLines(const Box& box, double distance, double radians) {
+  const Point along = {std::cos(radians), -std::sin(radians), 0};
+  const Point across = {std::sin(radians), std::cos(radians), 0};
+  Box corners;  // Of the box, along and across the lines.
+  for (const double x : {box.left, box.right}) {
+    for (const double y : {box.bottom, box.top}) {
+      corners.include(Point{x * along.x + y * along.y, x * across.x + y * across.y, 0});
+    }
+  }
+  const auto at = [&](double u, double v) {
+    return Point{u * along.x + v * across.x, u * along.y + v * across.y, 0};
+  };
+  std::string path;
+  for (double n = std::ceil(corners.bottom / distance - 0.5); (n + 0.5) * distance <= corners.top;
+       ++n) {
+    const double v = (n + 0.5) * distance;
+    const auto line = clippedSegment({at(corners.left, v), at(corners.right, v)}, box);
+    if (!line) continue;
+    path += (path.empty() ? "M" : " M") + svgNumber(line->from.x) + " " + svgNumber(line->from.y) +
+            " L" + svgNumber(line->to.x) + " " + svgNumber(line->to.y);
+  }
+  return path;
 }
 
-// The tile that a hatch is filled with: one line, or two that cross.
-std::string patternElement(const Panel& panel, const Drawing& drawing, const Entity& entity,
-                           const std::string& colour) {
+// The part of the page that the lines of a hatch have to cover: its box, near the panel.
+Box hatchBox(const Panel& panel, const Entity& entity) {
+  const Box world = boundsOf(entity);
+  const double margin = std::max(panel.width, panel.height);
+  const Box near =
+      Box{panel.left, panel.top, panel.left + panel.width, panel.top + panel.height}.grownBy(
+          margin);
+  return {std::max(panel.x(world.left), near.left), std::max(panel.y(world.top), near.bottom),
+          std::min(panel.x(world.right), near.right), std::min(panel.y(world.bottom), near.top)};
+}
+
+// A hatch of lines: they are cut at its outline. Below them the whole area takes clicks.
+std::string hatchElement(const Panel& panel, const Drawing& drawing, const Entity& entity,
+                         const std::string& colour, const std::string& title) {
   constexpr double kUsualDistance = 3;
-  const double size =
+  const double distance =
       findNumberGroup(entity.groups, kPatternDistanceGroup, kUsualDistance) * panel.millimetre;
-  const double degrees =
-      findNumberGroup(entity.groups, kPatternAngleGroup, kPatternAngle) * 180 / kPi;
-  const std::string length = svgNumber(size);
-  const std::string middle = svgNumber(size / 2);
+  const double angle = findNumberGroup(entity.groups, kPatternAngleGroup, kPatternAngle);
+  const std::string outline = chainsPath(panel, entity);
+  const Box box = hatchBox(panel, entity);
+  if (outline.empty() || !(box.left <= box.right && box.bottom <= box.top)) return "";
+  // A path of its own for each direction: where lines of one path cross, renderers take long.
+  const auto lines = [&](double way) {
+    return "<path d=\"" + parallelLines(box, distance, way) + "\"/>";
+  };
   const bool is_net = findStringGroup(entity.groups, kPatternGroup) == "NET";
-  return "<pattern id=\"" + patternName(panel, entity) +
-         "\" patternUnits=\"userSpaceOnUse\" width=\"" + length + "\" height=\"" + length +
-         "\" patternTransform=\"rotate(" + svgNumber(-degrees) + ")\"><path d=\"M0 " + middle +
-         " H" + length + (is_net ? " M" + middle + " 0 V" + length : "") + "\" stroke=\"" + colour +
-         "\" stroke-width=\"" + svgNumber(strokeWidth(panel, drawing.lineWidthOf(entity))) +
-         "\"/></pattern>\n";
+  const std::string name = panel.name + "-" + svgText(entity.handle);
+  const std::string area = "M" + svgNumber(box.left) + " " + svgNumber(box.bottom) + " H" +
+                           svgNumber(box.right) + " V" + svgNumber(box.top) + " H" +
+                           svgNumber(box.left) + " Z";
+  return "<clipPath id=\"" + name + "\"><path d=\"" + outline +
+         "\" clip-rule=\"evenodd\"/></clipPath>\n<g clip-path=\"url(#" + name +
+         ")\" class=\"hatch\" stroke=\"" + colour + "\" stroke-width=\"" +
+         svgNumber(strokeWidth(panel, drawing.lineWidthOf(entity))) + "\" data-handle=\"" +
+         svgText(entity.handle) + "\">" + title + "<path d=\"" + area +
+         "\" stroke=\"none\" pointer-events=\"fill\"/>" + lines(angle) +
+         (is_net ? lines(angle + kPi / 2) : "") + "</g>\n";
 }
 
 std::size_t markIndex(Mark mark) { return static_cast<std::size_t>(mark) - 1; }
 
 }  // namespace
+
+bool isShown(const Panel& panel, const Drawing& drawing, const Entity& entity,
+             const std::optional<Box>& window) {
+  if (!drawing.isVisible(entity)) return false;
+  constexpr double kWidest = 3;  // The wings of lines, bands and marks, in millimetres.
+  return !window ||
+         boundsOf(entity).meets(window->grownBy(kWidest * panel.millimetre / panel.scale));
+}
 
 std::string markStyle(Mark mark) {
   return "class=\"mark " + std::string(kMarkNames[markIndex(mark)]) + "\"";
@@ -200,10 +339,12 @@ std::string markElement(const Panel& panel, const Entity& entity, Mark mark) {
   const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
   if (type == "TEXT") {
     // A band along letters cannot be told from another one; it lies around them.
+    if (!isTextNear(panel, entity)) return "";
     return pathElement(pathOf(panel, outlineOf(entity)) + " Z", style, "");
   }
   if (type == "POINT") {
     const Point at = findPoints(entity.groups, kPointGroup).front();
+    if (!isNear(panel, at)) return "";
     return circleElement(panel.x(at.x), panel.y(at.y), 2.5 * panel.millimetre, style, "");
   }
   return shapeElement(panel, entity, style, "");
@@ -212,32 +353,33 @@ std::string markElement(const Panel& panel, const Entity& entity, Mark mark) {
 std::string entityElement(const Panel& panel, const Drawing& drawing, const Entity& entity) {
   const std::string_view type = findStringGroup(entity.groups, kTypeGroup);
   const std::string colour = paperColour(drawing.colourOf(entity));
-  const std::string title = svgText(entity.handle + " " + std::string(type) + " on layer " +
-                                    std::string(findStringGroup(entity.groups, kLayerGroup)));
-  std::string before;
+  const std::string title = "<title>" +
+                            svgText(entity.handle + " " + std::string(type) + " on layer " +
+                                    std::string(findStringGroup(entity.groups, kLayerGroup))) +
+                            "</title>";
   std::string style;
   if (type == "TEXT") {
     style = "fill=\"" + colour + "\"";
-  } else if (type == "HATCH") {
-    std::string paint = colour;
-    if (findStringGroup(entity.groups, kPatternGroup) != "SOLID") {
-      before = patternElement(panel, drawing, entity, colour);
-      paint = "url(#" + patternName(panel, entity) + ")";
-    }
-    style = "fill=\"" + paint + "\" fill-rule=\"evenodd\"";
-  } else {
+  } else if (type != "HATCH") {
     style = "stroke=\"" + colour + "\"" +
             lineStyle(panel, drawing.lineWidthOf(entity), drawing.dashesFor(entity));
+  } else if (findStringGroup(entity.groups, kPatternGroup) == "SOLID") {
+    style = "fill=\"" + colour + "\" fill-rule=\"evenodd\" class=\"hatch\"";
+  } else {
+    return hatchElement(panel, drawing, entity, colour, title);
   }
   style += " data-handle=\"" + svgText(entity.handle) + "\"";
-  return before + shapeElement(panel, entity, style, "<title>" + title + "</title>");
+  return shapeElement(panel, entity, style, title);
 }
 
 std::string entityRules(const Panel& panel) {
+  return ".drawing { fill: none; stroke-width: " +
+         svgNumber(strokeWidth(panel, lineWidth(kWeightDefault))) +
+         "; stroke-linecap: round; stroke-linejoin: round }\n";
+}
+
+std::string markRules() {
   std::string rules =
-      ".drawing { fill: none; stroke-width: " +
-      svgNumber(strokeWidth(panel, lineWidth(kWeightDefault))) +
-      "; stroke-linecap: round; stroke-linejoin: round }\n"
       ".mark { fill: none; stroke-opacity: 0.4; stroke-linecap: round; pointer-events: none }\n";
   for (std::size_t n = 0; n < kMarkLooks.size(); ++n) {
     rules += "." + std::string(kMarkNames[n]) + " { stroke: " + kMarkLooks[n].colour + "; " +

@@ -5,6 +5,7 @@
 #define CONSOLE_ENTITY_PICTURE_H_
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,9 +17,14 @@ namespace lisp_worker::console {
 // The effect of a program on an entity.
 enum class Mark : std::uint8_t { None, Added, Changed, Erased };
 
-// The entity's shape in its colour, for an element of the class "drawing".
+// The entity's shape in its colour, for an element of the class "drawing". Empty when nothing of it
+// lies near the panel.
 [[nodiscard]] std::string entityElement(const Panel& panel, const Drawing& drawing,
                                         const Entity& entity);
+
+// True when the entity is visible and not all of it lies outside of the window.
+[[nodiscard]] bool isShown(const Panel& panel, const Drawing& drawing, const Entity& entity,
+                           const std::optional<Box>& window);
 
 // A broad band along the entity, to lie below it; empty without a mark.
 [[nodiscard]] std::string markElement(const Panel& panel, const Entity& entity, Mark mark);
@@ -30,8 +36,9 @@ enum class Mark : std::uint8_t { None, Added, Changed, Erased };
 [[nodiscard]] std::string lineStyle(const Panel& panel, double line_width,
                                     const std::vector<double>& dashes);
 
-// The rules of style that the elements on panels like this one need.
+// The rules of style that the elements on panels like this one need, and those of bands.
 [[nodiscard]] std::string entityRules(const Panel& panel);
+[[nodiscard]] std::string markRules();
 
 }  // namespace lisp_worker::console
 

@@ -109,24 +109,62 @@ bool canWriteOutputs(const CommandLine& line, std::string& error) {
                      [&error](const std::string& path) { return canWriteFile(path, error); });
 }
 
-// Writes the files that the command line asks for. False with the reason in `error`.
-bool writeOutputs(const CommandLine& line, const Session& session, const std::string& title,
-                  const PictureWishes& wishes, std::string& error) {
+// The wishes of the command line, and of the programs where it has none.
+PictureOptions pictureOptions(const CommandLine& line, const PictureWishes& wishes) {
+  return {.shows_axes = line.shows_axes || wishes.axes,
+          .shows_cells = line.shows_cells || wishes.cells,
+          .page = {.sheet = line.page.sheet ? line.page.sheet : wishes.page.sheet,
+                   .window = line.page.window ? line.page.window : wishes.page.window}};
+}
+
+struct PictureFile {
+  std::string path;
+  std::string bytes;
+  std::string line;  // For a person.
+};
+
+// The pictures that the command line asks for. Empty with the reason in `error` when one of them
+// cannot be made.
+std::optional<std::vector<PictureFile>> makePictures(const CommandLine& line,
+                                                     const Session& session, const Sheet& sheet,
+                                                     const PictureOptions& options,
+                                                     std::string& error) {
+  std::vector<PictureFile> files;
+  if (line.picture_paths.empty()) return files;
+  const auto picture =
+      makePicture(session.drawingBefore(), sheet.drawing, sheet.context, options, error);
+  if (!picture) return std::nullopt;
+  for (const std::string& path : line.picture_paths) {
+    auto bytes = pictureFile(picture->svg, path, error);
+    if (!bytes) return std::nullopt;
+    files.push_back({path, std::move(*bytes), pictureLine(path, *picture)});
+  }
+  return files;
+}
+
+bool writeDrawing(const CommandLine& line, const Sheet& sheet, std::string& error) {
+  if (line.save_path.empty()) return true;
+  if (!line.is_dry) return writeFile(line.save_path, writeSheet(sheet), error);
+  if (!line.is_json) std::cout << "not written: " << line.save_path << "   [--dry-run]\n";
+  return true;
+}
+
+// Writes the files that the command line asks for. False with the reason in `error`. When a picture
+// cannot be made, nothing is written; except the drawing, where a person has worked on it.
+bool writeOutputs(const CommandLine& line, const Session& session, const PictureOptions& options,
+                  std::string& error) {
   const Sheet sheet = session.sheet();
-  if (!line.save_path.empty() && line.is_dry) {
-    if (!line.is_json) std::cout << "not written: " << line.save_path << "   [--dry-run]\n";
-  } else if (!line.save_path.empty() && !writeFile(line.save_path, writeSheet(sheet), error)) {
+  std::string picture_error;
+  const auto pictures = makePictures(line, session, sheet, options, picture_error);
+  const bool is_typed = line.programs.empty() || line.asks;
+  if ((pictures || is_typed) && !writeDrawing(line, sheet, error)) return false;
+  if (!pictures) {
+    error = picture_error;
     return false;
   }
-  if (line.picture_paths.empty()) return true;
-  const std::string svg = drawPicture(session.drawingBefore(), sheet.drawing, sheet.context,
-                                      {.title = title,
-                                       .shows_axes = line.shows_axes || wishes.axes,
-                                       .shows_cells = line.shows_cells || wishes.cells});
-  for (const std::string& path : line.picture_paths) {
-    const auto bytes = path.ends_with(".png") ? renderPng(svg, error) : std::optional(svg);
-    if (!bytes || !writeFile(path, *bytes, error)) return false;
-    if (!line.is_json) std::cout << "picture: " << path << "\n";
+  for (const PictureFile& file : *pictures) {
+    if (!writeFile(file.path, file.bytes, error)) return false;
+    if (!line.is_json) std::cout << file.line << "\n";
   }
   return true;
 }
@@ -194,6 +232,8 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
     goes_on = goes_on && note(session.run(program));
     wishes.axes = wishes.axes || program.script.picture.axes;
     wishes.cells = wishes.cells || program.script.picture.cells;
+    if (program.script.picture.page.sheet) wishes.page.sheet = program.script.picture.page.sheet;
+    if (program.script.picture.page.window) wishes.page.window = program.script.picture.page.window;
     title = std::filesystem::path(program.name).filename().string();
   }
   if (!worker.fault() && line.shows_conversation) session.printDrawing();
@@ -203,8 +243,10 @@ ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
   // The drawing is here, not in the worker.
   endInterrupts();
   std::string error;
+  PictureOptions options = pictureOptions(line, wishes);
+  options.title = title;
   const bool is_written =
-      recordings.finish(std::cout, error) && writeOutputs(line, session, title, wishes, error);
+      recordings.finish(std::cout, error) && writeOutputs(line, session, options, error);
   if (!is_written) complain(ExitCode::UnusableInput, error);
   if (!broken.empty()) return complain(ExitCode::WorkerBroken, broken);
   if (!is_written) return ExitCode::UnusableInput;
@@ -314,14 +356,15 @@ ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
   setUp(session, line);
   AnswerList answers(line.answers_path, inputs.answers, &prompt.keyboard());
   session.setAnswerer(&answers);
-  prompt.setPictureWishes({.axes = line.shows_axes, .cells = line.shows_cells});
+  const PictureOptions options = pictureOptions(line, {});
+  prompt.setPictureOptions(options);
   if (inputs.sheet) session.setSheet(*inputs.sheet);
   for (const Program& library : inputs.libraries) prompt.load(library);
   const std::size_t failure_count = prompt.converse(error);
   tellUnusedAnswers(line, answers);
   // The drawing is here, not in the worker.
   std::string write_error;
-  const bool is_written = writeOutputs(line, session, "", {}, write_error);
+  const bool is_written = writeOutputs(line, session, options, write_error);
   if (!is_written) complain(ExitCode::UnusableInput, write_error);
   if (!error.empty()) return complain(ExitCode::WorkerBroken, error);
   if (!is_written) return ExitCode::UnusableInput;

@@ -36,10 +36,11 @@ struct Panel {
   [[nodiscard]] std::string position(const client::Point& point) const {
     return svgNumber(x(point.x)) + " " + svgNumber(y(point.y));
   }
-  // "x=... y=... width=... height=...", as rectangles take them.
-  [[nodiscard]] std::string frame() const {
-    return "x=\"" + svgNumber(left) + "\" y=\"" + svgNumber(top) + "\" width=\"" +
-           svgNumber(width) + "\" height=\"" + svgNumber(height) + "\"";
+  // "x=... y=... width=... height=...", as rectangles take them: the panel, and a box of the
+  // drawing.
+  [[nodiscard]] std::string frame() const { return svgRectangle(left, top, width, height); }
+  [[nodiscard]] std::string frameOf(const Box& box) const {
+    return svgRectangle(x(box.left), y(box.top), box.width() * scale, box.height() * scale);
   }
 };
 

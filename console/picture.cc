@@ -18,6 +18,7 @@
 #include "console/line_style.h"
 #include "console/panel.h"
 #include "console/shape.h"
+#include "console/sheet_picture.h"
 #include "console/svg.h"
 #include "console/systems_picture.h"
 #include "lisp_worker/client/number_text.h"
@@ -36,7 +37,10 @@ constexpr double kMargin = 24;
 constexpr double kGap = 20;  // Between two panels.
 constexpr double kTitleHeight = 34;
 constexpr double kCaptionHeight = 28;
-constexpr double kPadding = 34;      // Inside a panel, around the drawing.
+constexpr double kPadding = 34;  // Inside a panel, around the drawing.
+constexpr double kWindowPadding = 10;
+constexpr const char* kWindowStyle =
+    " class=\"window\" fill=\"none\" stroke=\"#b0bec5\" stroke-dasharray=\"4 3\"/>\n";
 constexpr double kScaleHeight = 30;  // Inside a panel, below the drawing.
 constexpr double kPanelHeightMin = 220;
 constexpr double kPanelHeightMax = 620;
@@ -66,13 +70,9 @@ Mark markOf(const Marks& marks, const Entity& entity) {
   return mark == marks.end() ? Mark::None : mark->second;
 }
 
-Box extentsOf(const Drawing& drawing) {
-  if (drawing.view()) return *drawing.view();
-  Box box;
-  for (const Entity& entity : drawing.entities()) {
-    if (drawing.isVisible(entity)) box.include(boundsOf(entity));
-  }
-  return box;
+// The part of the drawing that its picture shows.
+Box shownPart(const Drawing& drawing) {
+  return drawing.view() ? *drawing.view() : extentsOf(drawing);
 }
 
 std::string scaleBar(const Panel& panel) {
@@ -101,7 +101,7 @@ std::string panelContent(const Panel& panel, const Drawing& drawing, const Marks
   std::string shapes;
   bool is_empty = true;
   for (const Entity& entity : drawing.entities()) {
-    if (!drawing.isVisible(entity)) continue;
+    if (!isShown(panel, drawing, entity, options.page.window)) continue;
     is_empty = false;
     text += markElement(panel, entity, markOf(marks, entity));
     shapes += entityElement(panel, drawing, entity);
@@ -110,7 +110,8 @@ std::string panelContent(const Panel& panel, const Drawing& drawing, const Marks
   if (options.shows_axes) text += axesElements(panel, context);
   text += "</g>\n";
   if (is_empty) {
-    text += svgLabel(panel.middleX(), panel.middleY(), "nothing is drawn",
+    text += svgLabel(panel.middleX(), panel.middleY(),
+                     options.page.window ? "nothing lies in the window" : "nothing is drawn",
                      "class=\"note\" text-anchor=\"middle\"");
   }
   return text + scaleBar(panel);
@@ -120,9 +121,12 @@ std::string panelElement(const Panel& panel, std::string_view caption, const Dra
                          const Marks& marks, const client::CoordContext& context,
                          const PictureOptions& options) {
   const std::string frame = panel.frame();
+  const std::optional<Box>& window = options.page.window;
+  const std::string shown = window ? panel.frameOf(*window) : frame;
   return svgLabel(panel.left, panel.top - 10, caption, "class=\"caption\"") + "<clipPath id=\"" +
-         panel.name + "\"><rect " + frame + "/></clipPath>\n<rect " + frame +
-         " class=\"sheet\"/>\n" + panelContent(panel, drawing, marks, context, options);
+         panel.name + "\"><rect " + shown + "/></clipPath>\n<rect " + frame +
+         " class=\"sheet\"/>\n" + (window ? "<rect " + shown + kWindowStyle : "") +
+         panelContent(panel, drawing, marks, context, options);
 }
 
 std::string counted(std::size_t count, const char* thing, const char* things) {
@@ -202,15 +206,20 @@ class Page {
            " erased";
   }
 
-  // The panel of `after`; that of `before` is as large.
-  [[nodiscard]] Panel layOut(double top) const {
-    Box world = extentsOf(after_);
-    if (has_two_ && !after_.view()) world.include(extentsOf(before_));
+  // The part of the drawing that both panels show, of any size.
+  [[nodiscard]] Box shownBox() const {
+    Box world = shownPart(after_);
+    if (has_two_ && !after_.view()) world.include(shownPart(before_));
     if (options_.shows_axes && !after_.view() && isUsable(world)) {
       for (const client::PlanarSystem& system : context_.systems) {
         if (isInvertible(system)) world.include(Point{system.origin_x, system.origin_y, 0});
       }
     }
+    return world;
+  }
+
+  // A box of this middle with a width and a height that can be shown.
+  static Box roomyBox(Box world) {
     if (!isUsable(world)) world = boxBetween({0, 0, 0}, {100, 50, 0});
     double size = std::max(world.width(), world.height());
     if (!(size > 1e-9)) size = 500;  // A point alone: any size will do.
@@ -225,6 +234,12 @@ class Page {
       world.bottom -= least / 2;
       world.top += least / 2;
     }
+    return world;
+  }
+
+  // The panel of `after`; that of `before` is as large.
+  [[nodiscard]] Panel layOut(double top) const {
+    const Box world = options_.page.window ? *options_.page.window : roomyBox(shownBox());
     Panel panel;
     const double room = kPageWidth - 2 * kMargin;
     panel.strip = kScaleHeight;
@@ -235,11 +250,12 @@ class Page {
     panel.left = has_two_ ? kMargin + panel.width + kGap : kMargin;
     panel.top = top;
     panel.world = world;
-    panel.scale = (panel.width - 2 * kPadding) / world.width();
-    panel.height = std::clamp(world.height() * panel.scale + 2 * kPadding + kScaleHeight,
+    const double padding = options_.page.window ? kWindowPadding : kPadding;
+    panel.scale = (panel.width - 2 * padding) / world.width();
+    panel.height = std::clamp(world.height() * panel.scale + 2 * padding + kScaleHeight,
                               kPanelHeightMin, kPanelHeightMax);
     panel.scale =
-        std::min(panel.scale, (panel.height - 2 * kPadding - kScaleHeight) / world.height());
+        std::min(panel.scale, (panel.height - 2 * padding - kScaleHeight) / world.height());
     return panel;
   }
 
@@ -249,7 +265,7 @@ class Page {
            svgNumber(height) +
            "\" font-family=\"DejaVu Sans, Verdana, sans-serif\">\n"
            "<style>\n" +
-           entityRules(panel) + systemsRules() +
+           entityRules(panel) + markRules() + systemsRules() +
            ".sheet { fill: #ffffff; stroke: #b0bec5 }\n"
            ".scale { fill: none; stroke: #455a64; stroke-width: 1.4 }\n"
            ".layer { fill: none; stroke-width: 3; stroke-linecap: round }\n"
@@ -340,6 +356,30 @@ class Page {
 std::string drawPicture(const Drawing& before, const Drawing& after,
                         const client::CoordContext& context, const PictureOptions& options) {
   return Page(before, after, context, options).draw();
+}
+
+std::optional<Picture> makePicture(const Drawing& before, const Drawing& after,
+                                   const client::CoordContext& context,
+                                   const PictureOptions& options, std::string& error) {
+  if (options.page.sheet) {
+    return drawSheet(after, *options.page.sheet, options.page.window, options.title, error);
+  }
+  return Picture{drawPicture(before, after, context, options), ""};
+}
+
+std::string pictureLine(const std::string& path, const Picture& picture) {
+  return "picture: " + path + (picture.note.empty() ? "" : "   [" + picture.note + "]");
+}
+
+std::string whyNoPicture(std::string_view path) {
+  const bool is_known = path.ends_with(".svg") || path.ends_with(".png") || path.ends_with(".pdf");
+  return is_known ? "" : std::string(path) + ": the name must end in .svg, .png or .pdf";
+}
+
+std::optional<std::string> pictureFile(const std::string& svg, std::string_view path,
+                                       std::string& error) {
+  if (path.ends_with(".png")) return renderPng(svg, error);
+  return path.ends_with(".pdf") ? renderPdf(svg, error) : std::optional(svg);
 }
 
 }  // namespace lisp_worker::console

@@ -2,9 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "console/commands.h"
 #include "console/drawing_file.h"
@@ -142,13 +146,183 @@ TEST_F(PictureTest, FillsHatches) {
   run(after, R"(("CIRCLE" (0 0) 5 "CIRCLE" (0 0) 2 "HATCH" "SOLID" "E1" "E2" ""))");
   run(after, R"(("HATCH" "NET" 2 30 "E1" ""))");
   const std::string svg = draw();
-  EXPECT_THAT(svg, HasSubstr("fill=\"#202020\" fill-rule=\"evenodd\" data-handle=\"E3\""));
-  EXPECT_THAT(svg, HasSubstr("<pattern id=\"after-E4\" patternUnits=\"userSpaceOnUse\" width=\"8\" "
-                             "height=\"8\" patternTransform=\"rotate(-30)\"><path d=\"M0 4 H8 M4 0 "
-                             "V8\" stroke=\"#202020\""));
-  EXPECT_THAT(svg, HasSubstr("fill=\"url(#after-E4)\""));
+  EXPECT_THAT(svg, HasSubstr("fill=\"#202020\" fill-rule=\"evenodd\" class=\"hatch\" "
+                             "data-handle=\"E3\""));
+  EXPECT_THAT(svg, HasSubstr("<clipPath id=\"after-E4\"><path d=\"M"));
+  EXPECT_THAT(svg, HasSubstr("<g clip-path=\"url(#after-E4)\" class=\"hatch\" stroke=\"#202020\" "
+                             "stroke-width=\"1.6\" data-handle=\"E4\"><title>E4 HATCH"));
+  // Each direction has a path of its own: one with both takes ten times as long to render.
+  EXPECT_THAT(svg,
+              testing::ContainsRegex("stroke=\"none\" pointer-events=\"fill\"/><path d=\"M[^\"]+"
+                                     "\"/><path d=\"M[^\"]+\"/></g>"));
   std::string error;
   EXPECT_TRUE(renderPng(svg, error).has_value()) << error;
+}
+
+// The lines of a path that are drawn from one point to another, as {x1, y1, x2, y2}.
+std::vector<std::array<double, 4>> linesOf(const std::string& path) {
+  std::vector<std::array<double, 4>> lines;
+  for (std::size_t at = path.find('M'); at != std::string::npos; at = path.find('M', at + 1)) {
+    std::array<double, 4> line{};
+    if (std::sscanf(path.c_str() + at, "M%lf %lf L%lf %lf", &line[0], &line[1], &line[2],
+                    &line[3]) == 4) {
+      lines.push_back(line);
+    }
+  }
+  return lines;
+}
+
+// The path of the entity, or of the lines of a hatch.
+std::string pathOf(const std::string& svg, const std::string& handle) {
+  const std::size_t end = svg.find("data-handle=\"" + handle + "\"");
+  if (end == std::string::npos) return "";
+  const bool is_hatch = svg.rfind("<g ", end) != std::string::npos &&
+                        svg.rfind("<g ", end) > svg.rfind("<path ", end);
+  const std::size_t begin =
+      is_hatch ? svg.rfind("<path d=\"", svg.find("</g>", end)) : svg.rfind("<path d=\"", end);
+  return svg.substr(begin + 9, svg.find('"', begin + 9) - begin - 9);
+}
+
+TEST_F(PictureTest, DrawsTheLinesOfAHatchAtTheirDistanceAndAngle) {
+  run(after, R"(("PLINE" (0 0) (100 0) (100 50) (0 50) "C" "HATCH" "LINE" 5 30 "L" ""))");
+  const auto lines = linesOf(pathOf(draw(), "E2"));
+  ASSERT_GE(lines.size(), 10u);
+  const double sine = std::sin(kPi / 6);
+  const double cosine = std::cos(kPi / 6);
+  double before_this = 0;
+  for (const auto& [x1, y1, x2, y2] : lines) {
+    const double along = std::hypot(x2 - x1, y2 - y1);
+    if (along > 20) {
+      EXPECT_NEAR((x2 - x1) / along, cosine, 1e-3);
+      EXPECT_NEAR((y1 - y2) / along, sine, 1e-3);
+    }
+    // 5 mm of paper are 20 pixels.
+    const double across = x1 * sine + y1 * cosine;
+    if (before_this != 0) {
+      EXPECT_NEAR(across - before_this, 20, 0.03);
+    }
+    before_this = across;
+  }
+}
+
+TEST_F(PictureTest, CountsTheLinesOfAHatchByThePageNotByTheDrawing) {
+  run(after, R"(("CIRCLE" (0 0) 1e9 "HATCH" "NET" 0.5 30 "L" ""))");
+  options.page.window = boxBetween({0, 0, 0}, {1, 1, 0});
+  EXPECT_LE(draw().size(), 400000u);
+  EXPECT_GE(linesOf(pathOf(draw(), "E2")).size(), 1000u);  // In one of two directions.
+}
+
+TEST_F(PictureTest, ShowsAWindowAndNothingElse) {
+  run(after, R"(("CIRCLE" (0 0) 5 "CIRCLE" (100 0) 5 "LINE" (-50 2) (50 2) ""))");
+  options.page.window = boxBetween({-10, -10, 0}, {10, 10, 0});
+  const std::string svg = draw();
+  EXPECT_EQ(countOf(svg, "<circle"), 1u);
+  EXPECT_THAT(svg, HasSubstr("data-handle=\"E3\""));
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+  const std::size_t at = svg.find("<clipPath id=\"after\"><rect ");
+  ASSERT_NE(at, std::string::npos);
+  ASSERT_EQ(std::sscanf(svg.c_str() + at + 27, " x=\"%lf\" y=\"%lf\" width=\"%lf\" height=\"%lf\"",
+                        &x, &y, &width, &height),
+            4);
+  EXPECT_DOUBLE_EQ(width, height);
+  EXPECT_THAT(svg, HasSubstr("<circle cx=\"" + svgNumber(x + width / 2) + "\" cy=\"" +
+                             svgNumber(y + height / 2) + "\" r=\"" + svgNumber(width / 4) + "\""));
+  options.page.window = boxBetween({500, 500, 0}, {510, 510, 0});
+  EXPECT_THAT(draw(), HasSubstr("nothing lies in the window"));
+  // A view of the drawing gives way to the window.
+  run(after, R"(("ZOOM" "W" (490 490) (520 520)))");
+  options.page.window = boxBetween({-10, -10, 0}, {10, 10, 0});
+  EXPECT_EQ(draw(), svg);
+}
+
+// The height on the page of the middle of the window in a picture.
+double middleOf(const std::string& svg) {
+  const std::size_t at = svg.rfind("<rect ", svg.find("class=\"window\""));
+  double x = 0;
+  double y = 0;
+  double width = 0;
+  double height = 0;
+  EXPECT_EQ(std::sscanf(svg.c_str() + at, "<rect x=\"%lf\" y=\"%lf\" width=\"%lf\" height=\"%lf\"",
+                        &x, &y, &width, &height),
+            4);
+  return y + height / 2;
+}
+
+// A drawing a billion wide, and a window of 1.
+TEST_F(PictureTest, IsRightAndFiniteAtADeepZoom) {
+  options.page.window = boxBetween({1000, 1000, 0}, {1001, 1001, 0});
+  run(after, R"(("LINE" (-1e9 -1e9) (1e9 1e9) "" "CIRCLE" (1000.5 1e9) 999999000))");
+  run(after, R"(("ARC" (1000.5 -1e9) (1e9 1e6) (1000.5 1001)))");
+  run(after, R"(("PLINE" (1000.5 -1e9) (1000.5 1e9) (1e9 1e9) "A" (1e9 -1e9) "L" "C"))");
+  run(after, R"(("TEXT" (-1e9 0) 5 0 "far" "POINT" (1e9 1e9) "" "HATCH" "SOLID" "E4" ""))");
+  const std::string svg = draw();
+  std::string error;
+  EXPECT_TRUE(renderPng(svg, error).has_value()) << error;
+  for (const char* const far : {"E5", "E6"}) {
+    EXPECT_EQ(svg.find("data-handle=\"" + std::string(far)), std::string::npos);
+  }
+  // The panel's middle is at 560; the window of 1 is this wide.
+  const std::size_t at = svg.find("class=\"window\"");
+  const std::size_t width_at = svg.rfind("width=\"", at) + 7;
+  const double unit = std::strtod(svg.c_str() + width_at, nullptr);
+  ASSERT_GT(unit, 100);
+  const auto line = linesOf(pathOf(svg, "E1"));
+  ASSERT_EQ(line.size(), 1u);
+  for (const double value : line[0]) EXPECT_LT(std::fabs(value), 1e5);
+  const double middle_y = line[0][1] + (560 - line[0][0]) * -1;  // It rises by 45 degrees.
+  EXPECT_NEAR(middle_y, line[0][3] + (line[0][2] - 560), 0.1);
+  // The left edge of the polyline is in the middle, and so the hatch begins there.
+  EXPECT_THAT(pathOf(svg, "E4"), testing::ContainsRegex("(M|L)560 "));
+  EXPECT_THAT(pathOf(svg, "E7"), testing::ContainsRegex("(M|L)560 "));
+  // The lower end of the circle touches y = 1000, the window's lower edge.
+  const double low = middle_y + unit / 2;
+  bool touches = false;
+  std::size_t number_at = 0;
+  const std::string circle = pathOf(svg, "E2");
+  for (std::size_t n = circle.find_first_of("ML"); n != std::string::npos;
+       n = circle.find_first_of("ML", n + 1), ++number_at) {
+    double x = 0;
+    double y = 0;
+    ASSERT_EQ(std::sscanf(circle.c_str() + n + 1, "%lf %lf", &x, &y), 2);
+    EXPECT_LT(std::fabs(x), 1e6);
+    EXPECT_LT(y, low + 0.2);
+    touches = touches || std::fabs(y - low) < 0.2;
+  }
+  EXPECT_TRUE(touches) << circle;
+}
+
+// The radius is five million pixels: no line, and too large for a renderer.
+TEST_F(PictureTest, DrawsFlatArcsAsArcs) {
+  std::string refusal;
+  after.add(
+      *client::readDatum(R"(((0 "POLYLINE") (10 (-100000 0)) (42 0.01) (10 (101000 0))))", nullptr),
+      refusal);
+  ASSERT_EQ(refusal, "");
+  options.page.window = boxBetween({0, -1105, 0}, {1000, -905, 0});
+  const std::string path = pathOf(draw(), "E1");
+  EXPECT_GT(countOf(path, " L"), 5u) << path;
+  // It goes through the window's middle, 1005 below its chord.
+  options.page.window = boxBetween({499, -1006, 0}, {501, -1004, 0});
+  const std::string svg = draw();
+  const std::string near_path = pathOf(svg, "E1");
+  std::vector<client::Point> points;
+  for (std::size_t n = near_path.find_first_of("ML"); n != std::string::npos;
+       n = near_path.find_first_of("ML", n + 1)) {
+    points.push_back({});
+    ASSERT_EQ(std::sscanf(near_path.c_str() + n + 1, "%lf %lf", &points.back().x, &points.back().y),
+              2);
+  }
+  double height = -1;  // Of the arc in the middle of the page.
+  for (std::size_t n = 1; n < points.size(); ++n) {
+    const client::Point& from = points[n - 1];
+    const client::Point& to = points[n];
+    if ((from.x <= 560) == (to.x <= 560)) continue;
+    height = from.y + (to.y - from.y) * (560 - from.x) / (to.x - from.x);
+  }
+  EXPECT_NEAR(height, middleOf(svg), 0.1) << near_path;
 }
 
 TEST_F(PictureTest, DrawsSignsInTexts) {

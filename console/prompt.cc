@@ -19,7 +19,6 @@
 #include "console/external_editor.h"
 #include "console/files.h"
 #include "console/form_layout.h"
-#include "console/picture.h"
 #include "console/profile.h"
 #include "console/safe_output.h"
 #include "console/trace_listing.h"
@@ -505,17 +504,16 @@ void Prompt::saveFile(const std::string& path) {
 
 void Prompt::drawFile(const std::string& path) {
   std::string error;
-  if (!path.ends_with(".svg") && !path.ends_with(".png")) {
-    std::cout << path << ": the name must end in .svg or .png\n";
+  if (const std::string reason = whyNoPicture(path); !reason.empty()) {
+    std::cout << reason << "\n";
     return;
   }
   const Sheet sheet = session_->sheet();
-  const std::string svg = drawPicture(
-      session_->drawingBefore(), sheet.drawing, sheet.context,
-      {.title = "", .shows_axes = picture_wishes_.axes, .shows_cells = picture_wishes_.cells});
-  const auto bytes = path.ends_with(".png") ? renderPng(svg, error) : std::optional(svg);
+  const auto picture =
+      makePicture(session_->drawingBefore(), sheet.drawing, sheet.context, picture_options_, error);
+  const auto bytes = picture ? pictureFile(picture->svg, path, error) : std::nullopt;
   const bool is_written = bytes && writeFile(path, *bytes, error);
-  std::cout << (is_written ? "picture: " + path : error) << "\n";
+  std::cout << (is_written ? pictureLine(path, *picture) : error) << "\n";
 }
 
 std::vector<std::string> Prompt::sessionNames() const {

@@ -16,6 +16,7 @@
 #include "console/explainer.h"
 #include "console/keyboard.h"
 #include "console/line_editor.h"
+#include "console/picture.h"
 #include "console/program.h"
 #include "console/progress.h"
 #include "console/session.h"
@@ -36,7 +37,7 @@ class Prompt {
   [[nodiscard]] Session& session() { return *session_; }
   [[nodiscard]] Answerer& keyboard() { return *keyboard_; }
   // The subject of :picture.
-  void setPictureWishes(const PictureWishes& wishes) { picture_wishes_ = wishes; }
+  void setPictureOptions(const PictureOptions& options) { picture_options_ = options; }
 
   // Runs a library before the first prompt.
   void load(const Program& library);
@@ -94,7 +95,7 @@ class Prompt {
   std::unique_ptr<client::WorkerClient> worker_;
   std::unique_ptr<Session> session_;
   Explainer explainer_;
-  PictureWishes picture_wishes_;
+  PictureOptions picture_options_;
   std::vector<State> undo_;  // The last program's is at the end.
   std::vector<State> redo_;  // The next one's is at the end.
   std::size_t input_count_ = 0;

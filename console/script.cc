@@ -144,12 +144,37 @@ std::string readLibrary(std::string_view text, std::size_t line, Script& script)
   return "";
 }
 
+// The text behind a word of a picture's page; null for a word that takes none.
+std::string* pageText(std::string_view word, PageTexts& texts) {
+  if (word == "sheet") return &texts.sheet;
+  if (word == "scale") return &texts.scale;
+  if (word == "units") return &texts.units;
+  return word == "window" ? &texts.window : nullptr;
+}
+
 std::string readPictureWishes(std::string_view text, Script& script) {
+  PictureWishes& wishes = script.picture;
+  PageTexts texts;
   while (!text.empty()) {
     const std::string_view wish = takeWord(text);
-    if (wish != "axes" && wish != "cells") return "a picture can show axes and cells";
-    (wish == "axes" ? script.picture.axes : script.picture.cells) = true;
+    std::string* const page_text = pageText(wish, texts);
+    if (page_text != nullptr) {
+      *page_text = takeWord(text);
+      if (page_text->empty()) return std::string(wish) + " needs a word behind it";
+    } else if (wish == "axes" || wish == "cells") {
+      (wish == "axes" ? wishes.axes : wishes.cells) = true;
+    } else if (wish == "landscape") {
+      texts.is_landscape = true;
+    } else {
+      return "a picture can show axes and cells, and have a sheet, landscape, scale, units and "
+             "window";
+    }
   }
+  std::string error;
+  const auto page = readPage(texts, "", error);
+  if (!page) return error;
+  if (page->sheet) wishes.page.sheet = page->sheet;
+  if (page->window) wishes.page.window = page->window;
   return "";
 }
 

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "console/paper.h"
 #include "lisp_worker/client/coordinates.h"
 #include "lisp_worker/client/datum.h"
 
@@ -40,6 +41,7 @@ struct Expectation {
 struct PictureWishes {
   bool axes = false;
   bool cells = false;
+  PageWishes page = {};
 };
 
 struct NamedFile {

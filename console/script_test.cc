@@ -100,6 +100,18 @@ TEST(Script, ReadsAnExpectation) {
   }
 }
 
+TEST(Script, ReadsTheSheetOfItsPicture) {
+  const Script script = scriptOf(
+      ";@ picture axes sheet A3 landscape scale 1:5 units cm\n"
+      ";@ picture window 0,0,10,20");
+  EXPECT_TRUE(script.picture.axes);
+  ASSERT_TRUE(script.picture.page.sheet && script.picture.page.window);
+  EXPECT_EQ(script.picture.page.sheet->name(), "A3 landscape");
+  EXPECT_EQ(script.picture.page.sheet->scale->text(), "1:5");
+  EXPECT_EQ(script.picture.page.sheet->unit.name, "cm");
+  EXPECT_EQ(script.picture.page.window->top, 20);
+}
+
 TEST(Script, NamesTheLineThatCannotBeUnderstood) {
   struct Row {
     const char* program;
@@ -117,6 +129,12 @@ TEST(Script, NamesTheLineThatCannotBeUnderstood) {
       {";@ answer", "line 1: no host call: "},
       {";@ entity ((0 \"POINT\")", "line 1: unterminated list"},
       {";@ entity", "line 1: expected exactly one form"},
+      {";@ picture axis",
+       "line 1: a picture can show axes and cells, and have a sheet, landscape, scale, units and "
+       "window"},
+      {";@ picture sheet", "line 1: sheet needs a word behind it"},
+      {";@ picture sheet A9", "line 1: sheet A9: the sheets are A4, A3, A2, A1, A0 and Letter"},
+      {";@ picture scale 1:2", "line 1: scale needs sheet"},
       {";@ system 5 (1 2 3 4 5 6 7 8)", "line 1: a system is a number from 0 to 4"},
       {";@ system -1 (1 2 3 4 5 6 7 8)", "line 1: a system is a number from 0 to 4"},
       {";@ system 1x (1 2 3 4 5 6 7 8)", "line 1: a system is a number from 0 to 4"},

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "console/clipping.h"
 #include "console/font.h"
 #include "console/polyline.h"
 #include "console/text_codes.h"
@@ -90,22 +91,6 @@ std::vector<Point> textOutline(const DatumList& groups, const Point& at) {
                                 {at.x + begin, at.y, at.z}};
   for (Point& corner : corners) corner = transformed(corner, turn);
   return corners;
-}
-
-// True when the line from `a` to `b` meets the box: it is cut at each side, and something remains.
-bool segmentTouches(const Point& a, const Point& b, const Box& box) {
-  double from = 0;
-  double to = 1;
-  const std::pair<double, double> cuts[] = {{a.x - b.x, a.x - box.left},
-                                            {b.x - a.x, box.right - a.x},
-                                            {a.y - b.y, a.y - box.bottom},
-                                            {b.y - a.y, box.top - a.y}};
-  for (const auto& [step, room] : cuts) {
-    if (step == 0 && room < 0) return false;
-    if (step < 0) from = std::max(from, room / step);
-    if (step > 0) to = std::min(to, room / step);
-  }
-  return from <= to;
 }
 
 double asNumberOr(const Datum& datum, double otherwise) {
@@ -198,7 +183,7 @@ bool touches(const Entity& entity, const Box& box) {
   visitPieces(entity, [&](const std::vector<Point>& piece) {
     if (piece.size() == 1) is_touched = box.contains(piece.front());
     for (std::size_t n = 1; n < piece.size() && !is_touched; ++n) {
-      is_touched = segmentTouches(piece[n - 1], piece[n], box);
+      is_touched = clippedSegment({piece[n - 1], piece[n]}, box).has_value();
     }
   });
   return is_touched;

@@ -35,6 +35,14 @@ struct Box {
   [[nodiscard]] bool contains(const client::Point& point) const {
     return point.x >= left && point.x <= right && point.y >= bottom && point.y <= top;
   }
+  // Boxes that share an edge meet.
+  [[nodiscard]] bool meets(const Box& box) const {
+    return left <= box.right && right >= box.left && bottom <= box.top && top >= box.bottom;
+  }
+  // The box with a margin of that width on each side.
+  [[nodiscard]] Box grownBy(double margin) const {
+    return {left - margin, bottom - margin, right + margin, top + margin};
+  }
   void include(const client::Point& point);
   void include(const Box& box);
 

@@ -50,6 +50,11 @@ std::string svgText(std::string_view text) {
   return out;
 }
 
+std::string svgRectangle(double x, double y, double width, double height) {
+  return "x=\"" + svgNumber(x) + "\" y=\"" + svgNumber(y) + "\" width=\"" + svgNumber(width) +
+         "\" height=\"" + svgNumber(height) + "\"";
+}
+
 std::string svgLabel(double x, double y, std::string_view text, std::string_view attributes) {
   return "<text x=\"" + svgNumber(x) + "\" y=\"" + svgNumber(y) + "\" " + std::string(attributes) +
          ">" + svgText(text) + "</text>\n";

@@ -16,6 +16,9 @@ namespace lisp_worker::console {
 // belongs to no letter, a blank for each control character.
 [[nodiscard]] std::string svgText(std::string_view text);
 
+// "x=... y=... width=... height=...", as rectangles take them.
+[[nodiscard]] std::string svgRectangle(double x, double y, double width, double height);
+
 // An element that writes `text` at a point of the page. `attributes` is SVG.
 [[nodiscard]] std::string svgLabel(double x, double y, std::string_view text,
                                    std::string_view attributes);

@@ -29,7 +29,7 @@ const ownStyle = new CSSStyleSheet();
 ownStyle.replaceSync(`
   path, circle, rect, polygon, polyline, line { vector-effect: non-scaling-stroke }
   [data-handle] { cursor: pointer; pointer-events: stroke }
-  text[data-handle] { pointer-events: all }
+  text[data-handle], .hatch[data-handle] { pointer-events: all }
   .lit { stroke: #ff6f00; stroke-width: 3.4; filter: drop-shadow(0 0 3px #ff6f00) }
   text.lit { stroke: none; fill: #ff6f00 }
   svg { background: #ffffff }
@@ -361,18 +361,23 @@ function showLit() {
 
 let drag = null;
 
-// Thin lines are hard to hit: the nearest entity within a few pixels counts.
+// Thin lines are hard to hit: the nearest entity within a few pixels counts. A hatch counts where
+// nothing else does, because it has an area, and often others inside of it.
 function handleAt(event) {
+  let hatch = null;
   for (const radius of [0, 3, 6]) {
     for (const [dx, dy] of [[0, 0], [radius, 0], [-radius, 0], [0, radius], [0, -radius],
                             [radius, radius], [-radius, radius], [radius, -radius],
                             [-radius, -radius]]) {
-      const element = sheet.elementFromPoint(event.clientX + dx, event.clientY + dy);
-      const entity = element?.closest?.("[data-handle]");
-      if (entity) return entity.dataset.handle;
+      for (const element of sheet.elementsFromPoint(event.clientX + dx, event.clientY + dy)) {
+        const entity = element.closest?.("[data-handle]");
+        if (!entity) continue;
+        if (!entity.classList.contains("hatch")) return entity.dataset.handle;
+        hatch ??= entity.dataset.handle;
+      }
     }
   }
-  return null;
+  return hatch;
 }
 
 svg.addEventListener("pointerdown", (event) => {

@@ -145,6 +145,29 @@ test("lights the line and the pass of an entity, and the entities of a line", ()
     assert.deepEqual(await litHandles(page), []);
   }));
 
+test("lights a hatch anywhere inside of it, and what lies in it before", () => {
+  const program = `(COMMAND "PLINE" "0,0" "100,0" "100,60" "0,60" "C" "CIRCLE" "30,30" 10)
+(COMMAND "HATCH" "LINE" 12 45 "E1" "E2" "")
+(COMMAND "PLINE" "120,0" "180,0" "180,60" "120,60" "C" "LINE" "120,30" "180,30" "")
+(COMMAND "HATCH" "SOLID" "E4" "")
+`;
+  return withPage(program, {}, async (page) => {
+    for (const [x, y] of [[60, 20], [61.7, 22.1], [63.3, 23.9], [80, 50]]) {
+      await clickAt(page, x, y);
+      assert.deepEqual(await litHandles(page), ["E3"], `${x}, ${y}`);
+      assert.deepEqual(await litLines(page), [2]);
+    }
+    await clickAt(page, 30, 30);  // In the hole.
+    assert.deepEqual(await litHandles(page), []);
+    await clickAt(page, 40, 30);  // On the hole's edge.
+    assert.deepEqual(await litHandles(page), ["E2"]);
+    await clickAt(page, 150, 45);
+    assert.deepEqual(await litHandles(page), ["E6"]);
+    await clickAt(page, 150, 30);  // On the line below the filled area.
+    assert.deepEqual(await litHandles(page), ["E5"]);
+  });
+});
+
 test("leads from an entity through functions and libraries", () => {
   const files = {"lib.lsp": '(DEFUN HOLE (X)\n  (COMMAND "CIRCLE" (LIST X 0) 5))\n'};
   return withPage(";@ load lib.lsp\n(HOLE 0)\n(HOLE 30)\n", {files}, async (page) => {

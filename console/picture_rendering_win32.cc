@@ -9,4 +9,9 @@ std::optional<std::string> renderPng(const std::string& /*svg*/, std::string& er
   return std::nullopt;
 }
 
+std::optional<std::string> renderPdf(const std::string& /*svg*/, std::string& error) {
+  error = "this system has no PDF pictures; let the name end in .svg";
+  return std::nullopt;
+}
+
 }  // namespace lisp_worker::console
