@@ -84,7 +84,7 @@ class Examples : public testing::Test {
 
 TEST_F(Examples, EndAsTheySayOneAfterTheOther) {
   const auto paths = examplePaths();
-  EXPECT_GE(paths.size(), 36u);
+  EXPECT_GE(paths.size(), 39u);
   for (const auto& path : paths) EXPECT_EQ(run(path), ProgramEnd::AsExpected) << out.str();
   EXPECT_EQ(out.str().find("not asked for"), std::string::npos) << out.str();
 }
@@ -143,15 +143,19 @@ TEST_F(Examples, LookLikeTheirPictures) {
     ASSERT_TRUE(program.has_value()) << error;
     session->run(*program);
     const Sheet sheet = session->sheet();
-    const std::string picture = drawPicture(session->drawingBefore(), sheet.drawing, sheet.context,
-                                            {.title = name,
-                                             .shows_axes = program->script.picture.axes,
-                                             .shows_cells = program->script.picture.cells});
+    const PictureWishes& wishes = program->script.picture;
+    const auto picture = makePicture(session->drawingBefore(), sheet.drawing, sheet.context,
+                                     {.title = name,
+                                      .shows_axes = wishes.axes,
+                                      .shows_cells = wishes.cells,
+                                      .page = wishes.page},
+                                     error);
+    ASSERT_TRUE(picture.has_value()) << name << ": " << error;
     const std::string shown = "pictures/" + path.stem().string() + ".svg";
     EXPECT_NE(gallery->find("(" + shown + ")"), std::string::npos) << shown;
     const auto expected = readFile((directory / shown).string(), error);
     ASSERT_TRUE(expected.has_value()) << error;
-    EXPECT_EQ(differenceOf(picture, *expected, 0.02), "") << shown;
+    EXPECT_EQ(differenceOf(picture->svg, *expected, 0.02), "") << shown;
   }
 }
 

@@ -597,6 +597,54 @@ TEST_F(ConsoleProgram, RefusesWhatItCouldNotWriteBeforeAnythingRuns) {
   }
 }
 
+TEST_F(ConsoleProgram, DrawsOnASheetAndSaysItsScale) {
+  const std::string program = quoted(file("a.lsp", "(COMMAND \"CIRCLE\" '(0 0) 100)"));
+  const std::string svg = file("a.svg", "");
+  const std::string pdf = file("a.pdf", "");
+  runPrograms(program + " --sheet A4 --picture " + quoted(svg) + " --picture " + quoted(pdf));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_THAT(output,
+              EndsWith("picture: " + svg + "   [A4 at 1:2]\npicture: " + pdf + "   [A4 at 1:2]\n"));
+  EXPECT_THAT(written(svg), HasSubstr(">a.lsp</text>"));
+  EXPECT_THAT(written(pdf), StartsWith("%PDF-"));
+  // A program may name its sheet; the command line has the last word.
+  const std::string own = quoted(
+      file("b.lsp", ";@ picture sheet A3 landscape scale 1:1\n(COMMAND \"CIRCLE\" '(0 0) 100)"));
+  runPrograms(own + " --picture " + quoted(svg));
+  EXPECT_THAT(output, HasSubstr("[A3 landscape at 1:1]"));
+  runPrograms(own + " --sheet A4 --picture " + quoted(svg));
+  EXPECT_THAT(output, HasSubstr("[A4 at 1:2]"));
+  runPrograms("--sheet A4 <" + quoted(file("in.txt", ":picture " + svg + "\n")));
+  EXPECT_EQ(output, "picture: " + svg + "   [A4 at 1:1]\n");
+}
+
+TEST_F(ConsoleProgram, WritesNothingWhenTheDrawingDoesNotFit) {
+  const std::string program = quoted(file("a.lsp", "(COMMAND \"CIRCLE\" '(0 0) 100)"));
+  const std::string svg = file("a.svg", "old");
+  const std::string saved = file("saved.json", "old");
+  const std::string options =
+      " --sheet A4 --scale 1:1 --save " + quoted(saved) + " --picture " + quoted(svg);
+  runPrograms(program + options);
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_THAT(output,
+              EndsWith("lisp_console: the drawing does not fit on A4: at 1:1 it takes 200 x 200 "
+                       "mm, and the sheet, 210 x 297 mm, has room for 170 x 252 mm; try: --scale "
+                       "1:2 or --sheet A3\n"));
+  EXPECT_EQ(written(svg), "old");
+  EXPECT_EQ(written(saved), "old");
+  // The work of a person at the prompt is kept.
+  runPrograms(options + " <" + quoted(file("in.txt", "(COMMAND \"CIRCLE\" '(0 0) 100)\n")));
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_THAT(output, HasSubstr("does not fit on A4"));
+  EXPECT_EQ(written(svg), "old");
+  EXPECT_THAT(written(saved), HasSubstr("CIRCLE"));
+  runPrograms("--sheet A4 --scale 1 --picture a.svg " + program);
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_EQ(output,
+            "lisp_console: --scale 1: a scale is 1:10 or 2:1, numbers above 0 and at most 1000000 "
+            "(--help tells more)\n");
+}
+
 TEST_F(ConsoleProgram, FailsWhenTheDiskIsFull) {
   const auto result = runCommand(quoted(environment("LISP_CONSOLE_PATH")) + " --worker " +
                                  quoted(environment("LISP_WORKER_PATH")) + " " +
@@ -667,7 +715,7 @@ TEST_F(ConsoleProgram, RunsAllExamples) {
   runPrograms("--conversation " + quoted(environment("LISP_SOURCE_DIR")) + "/examples/*.lsp");
   EXPECT_EQ(exit_code, 0) << output;
   EXPECT_THAT(output, StartsWith("== "));
-  EXPECT_THAT(output, HasSubstr("== the drawing at the end: 79 entities\n"));
+  EXPECT_THAT(output, HasSubstr("== the drawing at the end: 266 entities\n"));
 }
 
 }  // namespace

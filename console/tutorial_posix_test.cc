@@ -153,9 +153,10 @@ TEST_F(Tutorial, ShowsCommandsAndWhatTheyPrint) {
     if (!span.starts_with("./dev") && !span.starts_with("--")) continue;
     EXPECT_THAT(executed_, HasSubstr(span));
   }
-  EXPECT_EQ(command_count, 16);
+  EXPECT_EQ(command_count, 19);
   EXPECT_EQ(prompt_count, 1);
-  for (const char* const file : {"flange.svg", "changed.svg", "changed.json"}) {
+  for (const char* const file :
+       {"flange.svg", "changed.svg", "changed.json", "square.pdf", "corner.svg"}) {
     EXPECT_TRUE(exists(file)) << file;
   }
 }
