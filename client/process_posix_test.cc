@@ -85,6 +85,25 @@ TEST_F(PosixWorkerProcess, CarriesFramesBothWays) {
   EXPECT_EQ(echo->finish(), (WorkerExit{WorkerExit::Kind::Exited, 0}));
 }
 
+// Longer than a response is looked for.
+TEST_F(PosixWorkerProcess, IsWaitedForUntilItsDeadline) {
+  const auto process = startScript("head -c 64 >/dev/null; sleep 0.2; echo late; exec sleep 60");
+  ASSERT_NE(process, nullptr);
+  ASSERT_TRUE(process->write(std::string(64, 'x')));
+  process->setDeadline(std::chrono::steady_clock::now() + std::chrono::seconds(60));
+  std::string line(5, '\0');
+  EXPECT_EQ(process->read(line.data(), line.size()), 5u);
+  EXPECT_EQ(line, "late\n");
+  EXPECT_FALSE(process->hasTimedOut());
+  const auto begin = std::chrono::steady_clock::now();
+  process->setDeadline(begin + std::chrono::milliseconds(100));
+  EXPECT_EQ(process->read(line.data(), line.size()), 0u);
+  EXPECT_TRUE(process->hasTimedOut());
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
+  EXPECT_EQ(process->finishWithin(std::chrono::milliseconds(0)),
+            (WorkerExit{WorkerExit::Kind::Killed, 0}));
+}
+
 TEST_F(PosixWorkerProcess, ReportsAProgramThatIsNoWorker) {
   const auto process =
       startScript("echo 'Usage: something else entirely, and at some length.....'; exit 3");
