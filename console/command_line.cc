@@ -246,6 +246,7 @@ std::string whyUnknownOption(const CLI::App& app, std::span<const std::string_vi
     if (argument == "--") break;
     const std::string name(argument.substr(0, argument.find('=')));
     if (!name.starts_with("-") || name == "-" || app.get_option_no_throw(name) != nullptr) continue;
+    if (name.find_first_of("0123456789.") == 1) continue;  // A number.
     const auto near = explain::similarNames(name, names);
     return "there is no option " + name + (near.empty() ? "" : "; did you mean " + near[0] + "?");
   }

@@ -136,6 +136,13 @@ TEST(CommandLine, SaysWhatIsWrongWithASheet) {
             "--window 1,2,3: a window is two corners, X1,Y1,X2,Y2");
   EXPECT_EQ(error_of({"--window", "1,2,1,4"}),
             "--window 1,2,1,4: a window needs a width and a height");
+  EXPECT_EQ(error_of({"--sheet", ""}), "--sheet : the sheets are A4, A3, A2, A1, A0 and Letter");
+  EXPECT_EQ(error_of({"--sheet", "A4", "--scale", ""}),
+            "--scale : a scale is 1:10 or 2:1, numbers above 0 and at most 1000000");
+  EXPECT_EQ(error_of({"--sheet", "A4", "--units", ""}), "--units : the units are mm, cm, m and in");
+  EXPECT_EQ(error_of({"--window", ""}), "--window : a window is two corners, X1,Y1,X2,Y2");
+  EXPECT_EQ(error_of({"--window=-.5,0,1,1"}), "was taken");
+  EXPECT_THAT(error_of({"--window", "-5,0,1,1", "--sheet"}), testing::StartsWith("--sheet"));
   EXPECT_EQ(error_of({"--scale", "1:10"}), "--scale needs --sheet");
   EXPECT_EQ(error_of({"--units", "mm"}), "--units needs --sheet");
   EXPECT_EQ(error_of({"--landscape"}), "--landscape needs --sheet");

@@ -170,24 +170,24 @@ bool isWindowUsable(const Box& window) {
 
 bool readSheet(const PageTexts& texts, const std::string& prefix, PageWishes& wishes,
                std::string& error) {
-  const PaperFormat* const format = findNamed(kFormats, texts.sheet);
+  const PaperFormat* const format = findNamed(kFormats, *texts.sheet);
   if (format == nullptr) {
-    error = prefix + "sheet " + texts.sheet + ": the sheets are " + namesIn(kFormats);
+    error = prefix + "sheet " + *texts.sheet + ": the sheets are " + namesIn(kFormats);
     return false;
   }
   PaperSheet sheet{.format = *format, .is_landscape = texts.is_landscape, .scale = {}};
-  if (!texts.scale.empty()) {
-    sheet.scale = readScale(texts.scale);
+  if (texts.scale) {
+    sheet.scale = readScale(*texts.scale);
     if (!sheet.scale) {
-      error = prefix + "scale " + texts.scale +
+      error = prefix + "scale " + *texts.scale +
               ": a scale is 1:10 or 2:1, numbers above 0 and at most 1000000";
       return false;
     }
   }
-  if (!texts.units.empty()) {
-    const LengthUnit* const unit = findNamed(kUnits, texts.units);
+  if (texts.units) {
+    const LengthUnit* const unit = findNamed(kUnits, *texts.units);
     if (unit == nullptr) {
-      error = prefix + "units " + texts.units + ": the units are " + namesIn(kUnits);
+      error = prefix + "units " + *texts.units + ": the units are " + namesIn(kUnits);
       return false;
     }
     sheet.unit = *unit;
@@ -198,8 +198,8 @@ bool readSheet(const PageTexts& texts, const std::string& prefix, PageWishes& wi
 
 // The name of a text that needs a sheet where there is none.
 std::string nameWithoutSheet(const PageTexts& texts) {
-  if (!texts.scale.empty()) return "scale";
-  if (!texts.units.empty()) return "units";
+  if (texts.scale) return "scale";
+  if (texts.units) return "units";
   return texts.is_landscape ? "landscape" : "";
 }
 
@@ -247,7 +247,7 @@ std::optional<PageWishes> readPage(const PageTexts& texts, std::string_view pref
                                    std::string& error) {
   const std::string front(prefix);
   PageWishes wishes;
-  if (texts.sheet.empty()) {
+  if (!texts.sheet) {
     const std::string name = nameWithoutSheet(texts);
     if (!name.empty()) {
       error = front + name + " needs " + front + "sheet";
@@ -256,12 +256,12 @@ std::optional<PageWishes> readPage(const PageTexts& texts, std::string_view pref
   } else if (!readSheet(texts, front, wishes, error)) {
     return std::nullopt;
   }
-  if (texts.window.empty()) return wishes;
-  wishes.window = readWindow(texts.window);
+  if (!texts.window) return wishes;
+  wishes.window = readWindow(*texts.window);
   if (!wishes.window) {
-    error = front + "window " + texts.window + ": a window is two corners, X1,Y1,X2,Y2";
+    error = front + "window " + *texts.window + ": a window is two corners, X1,Y1,X2,Y2";
   } else if (!isWindowUsable(*wishes.window)) {
-    error = front + "window " + texts.window + ": a window needs a width and a height";
+    error = front + "window " + *texts.window + ": a window needs a width and a height";
   } else {
     return wishes;
   }

@@ -74,12 +74,12 @@ struct PageWishes {
   std::optional<Box> window = {};
 };
 
-// The same as a user writes it; empty texts were not given.
+// The same as a user writes it.
 struct PageTexts {
-  std::string sheet = {};   // "A4"
-  std::string scale = {};   // "1:10"
-  std::string units = {};   // "mm"
-  std::string window = {};  // "X1,Y1,X2,Y2"
+  std::optional<std::string> sheet = {};   // "A4"
+  std::optional<std::string> scale = {};   // "1:10"
+  std::optional<std::string> units = {};   // "mm"
+  std::optional<std::string> window = {};  // "X1,Y1,X2,Y2"
   bool is_landscape = false;
 };
 

@@ -145,7 +145,7 @@ std::string readLibrary(std::string_view text, std::size_t line, Script& script)
 }
 
 // The text behind a word of a picture's page; null for a word that takes none.
-std::string* pageText(std::string_view word, PageTexts& texts) {
+std::optional<std::string>* pageText(std::string_view word, PageTexts& texts) {
   if (word == "sheet") return &texts.sheet;
   if (word == "scale") return &texts.scale;
   if (word == "units") return &texts.units;
@@ -157,10 +157,10 @@ std::string readPictureWishes(std::string_view text, Script& script) {
   PageTexts texts;
   while (!text.empty()) {
     const std::string_view wish = takeWord(text);
-    std::string* const page_text = pageText(wish, texts);
+    std::optional<std::string>* const page_text = pageText(wish, texts);
     if (page_text != nullptr) {
       *page_text = takeWord(text);
-      if (page_text->empty()) return std::string(wish) + " needs a word behind it";
+      if ((*page_text)->empty()) return std::string(wish) + " needs a word behind it";
     } else if (wish == "axes" || wish == "cells") {
       (wish == "axes" ? wishes.axes : wishes.cells) = true;
     } else if (wish == "landscape") {
