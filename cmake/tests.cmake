@@ -77,15 +77,18 @@ function(lisp_quicken_build name)
   endif()
 endfunction()
 
-# The sample of a host in another language. A sanitized library cannot be loaded by a program that
+# The samples of hosts in another language. A sanitized library cannot be loaded by a program that
 # is not, and another system's not at all.
 find_program(LISP_PYTHON python3)
 if(LISP_PYTHON AND NOT LISP_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
-  add_test(NAME python_sample
-           COMMAND ${CMAKE_COMMAND} -DPYTHON=${LISP_PYTHON}
-                   -DSAMPLE=${PROJECT_SOURCE_DIR}/examples/python/host.py
-                   -DLIBRARY=$<TARGET_FILE:lisp_worker_c> -DWORKER=$<TARGET_FILE:lisp_worker>
-                   -P ${PROJECT_SOURCE_DIR}/cmake/run_python_sample.cmake)
+  foreach(sample IN ITEMS host async_host)
+    add_test(NAME python_${sample}
+             COMMAND ${CMAKE_COMMAND} -DPYTHON=${LISP_PYTHON}
+                     -DSAMPLE=${PROJECT_SOURCE_DIR}/examples/python/${sample}.py
+                     -DLIBRARY=$<TARGET_FILE:lisp_worker_c> -DWORKER=$<TARGET_FILE:lisp_worker>
+                     -P ${PROJECT_SOURCE_DIR}/cmake/run_python_sample.cmake)
+    set_tests_properties(python_${sample} PROPERTIES TIMEOUT 60)
+  endforeach()
 endif()
 
 # lisp_tests(<name> DIRECTORY <directory> LINKS <component>... [SHARDS <count>])
