@@ -48,6 +48,15 @@ TEST(ShowPlace, CutsLongLinesAroundTheCaret) {
   EXPECT_EQ(shown.substr(caret - second_line, 4), "HERE");
 }
 
+// Bytes that only continue letters, as in a file that is not UTF-8.
+TEST(ShowPlace, CutsLinesWithoutLettersAnywhere) {
+  const Source source("s", std::string(200, '\xBC'));
+  for (const std::size_t place : {0U, 45U, 46U, 91U, 199U}) {
+    EXPECT_THAT(showPlace(source, place, place + 1), HasSubstr("\xBC\xBC\xBC")) << place;
+    EXPECT_THAT(showPlace(source, place, place + 1), HasSubstr("^\n")) << place;
+  }
+}
+
 TEST(ReadWithPlaces, KnowsWhereFormsStand) {
   const Source source("s", "  (LIST 'a\n\"t\") ; c\n5");
   const Reading reading = readForms(source);

@@ -22,6 +22,15 @@ std::string printable(std::string_view text) {
   return shown;
 }
 
+// Where the letter begins that the byte at `at` is a part of. A letter has four bytes at most; what
+// is not UTF-8 is cut anywhere.
+std::size_t letterBegin(std::string_view line, std::size_t at) {
+  for (std::size_t back = 0; back < 4 && back <= at; ++back) {
+    if (beginsLetter(line[at - back])) return at - back;
+  }
+  return at;
+}
+
 }  // namespace
 
 Source::Source(std::string name, std::string text)
@@ -62,17 +71,14 @@ std::string showPlace(const Source& source, std::size_t begin, std::size_t end) 
   std::size_t length = std::min(end - std::min(begin, end), room);
   std::string prefix;
   if (line.size() > kWidthMax && at > kWidthMax / 2) {
-    std::size_t cut = at - kWidthMax / 2;
-    while (!beginsLetter(line[cut])) --cut;
+    const std::size_t cut = letterBegin(line, at - kWidthMax / 2);
     line.remove_prefix(cut);
     at -= cut;
     prefix = "...";
   }
   std::string suffix;
   if (line.size() > kWidthMax) {
-    std::size_t cut = kWidthMax;
-    while (!beginsLetter(line[cut])) --cut;
-    line = line.substr(0, cut);
+    line = line.substr(0, letterBegin(line, kWidthMax));
     suffix = "...";
     length = std::min(length, line.size() - std::min(at, line.size()));
   }
