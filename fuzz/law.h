@@ -16,7 +16,7 @@
 namespace lisp_worker::fuzz {
 
 // Says what is wrong and ends the process unless `holds`; the fuzzer then keeps the input.
-inline void require(bool holds, std::string_view law, std::string_view details = {}) {
+inline void require(bool holds, std::string_view law, std::string_view details = "") {
   if (holds) return;
   std::fprintf(stderr, "broken: %.*s\n%.*s\n", static_cast<int>(law.size()), law.data(),
                static_cast<int>(details.size()), details.data());
