@@ -440,8 +440,10 @@ class Checker {
     const std::string message = explain::refusalOf(entry.name, arguments);
     if (message.empty()) return;
     if (known.host_call == nullptr) {
+      const std::string advice = explain::adviceFor(entry.kindAt(index), example, entry.name);
       error(argument, message,
-            way + "it takes " + explain::expectationOf(entry.kindAt(index), example));
+            way + "it takes " + explain::expectationOf(entry.kindAt(index), example) +
+                (advice.empty() ? "" : "; " + advice));
     } else {
       report(Severity::Warning, argument, message,
              way + std::string(known.host_call->operatorName()) + " answers " +
@@ -515,6 +517,34 @@ class Checker {
     return false;
   }
 
+  // True when the form, or one in it, is (SETQ NAME (CDR NAME)).
+  bool shortens(const Form& form, std::string_view name) const {
+    if (!form.isList() || isQuote(form) || !names_.spend()) return false;
+    if (form.operatorName() == "SETQ") {
+      for (std::size_t n = 1; n + 1 < form.items.size(); n += 2) {
+        const Form& value = form.items[n + 1];
+        if (form.items[n].name() == name && value.operatorName() == "CDR" &&
+            value.items.size() == 2 && value.items[1].name() == name) {
+          return true;
+        }
+      }
+    }
+    return std::any_of(form.items.begin(), form.items.end(),
+                       [&](const Form& item) { return shortens(item, name); });
+  }
+
+  // (WHILE L ... (SETQ L (CDR L))): the list ends empty, and an empty list is true.
+  void lookAtListLoop(const Form& form) {
+    const std::string name(form.items[1].name());
+    if (name.empty() || !std::any_of(form.items.begin() + 2, form.items.end(),
+                                     [&](const Form& item) { return shortens(item, name); })) {
+      return;
+    }
+    report(
+        Severity::Warning, form.items[1], "this loop runs once more when " + name + " is empty",
+        "an empty list is true, and its CAR is nil: write (WHILE (> (LENGTH " + name + ") 0) ...)");
+  }
+
   void lookAtLoop(const Form& form, const Definition* inside) {
     const Form& condition = form.items[1];
     const auto value = constantOf(condition);
@@ -524,6 +554,7 @@ class Checker {
              "changes");
       return;
     }
+    lookAtListLoop(form);
     Names names;
     if (!isFixed(condition, names) || names.empty() || !names_.spend()) return;
     for (std::size_t n = 2; n < form.items.size(); ++n) {
@@ -759,6 +790,9 @@ class Checker {
     std::set<std::string_view> seen;
     for (const Form& item : form.items[2].items) {
       if (item.name() == "/") continue;
+      if (item.name() == "T") {
+        report(Severity::Warning, item, "T is always T", "give the parameter another name");
+      }
       if (!seen.insert(item.name()).second) {
         report(Severity::Warning, item, "this name stands twice in the list",
                "of two parameters the last counts; a local begins as nil");

@@ -97,6 +97,8 @@ TEST(Check, FindsNothingWhereNothingIsWrong) {
         "(DEFUN F (N) (IF (< N 1) 1 (* N (F (- N 1))))) (+ 1 (F 5))",
         "(DEFUN C:BOLTS () 1) (C:BOLTS)",
         "(DEFUN F (P) (CAR P)) (F NIL) (F '())",
+        "(SETQ L '(1)) (WHILE (> (LENGTH L) 0) (SETQ L (CDR L)))",
+        "(SETQ L (GETPOINT)) (WHILE L (SETQ L (GETPOINT)))",
         "(PROGN)",
         "T"}) {
     EXPECT_THAT(findingsIn({text}), IsEmpty()) << text;
@@ -226,6 +228,9 @@ TEST(Check, WarnsOfWhatSurprises) {
       {"(DEFUN F () (SETQ TEMP 5) (LIST TEMP))\n(F)", "1:19 warning TEMP stays when F returns"},
       {"(DEFUN F (A) (SETQ Q A TEMP 5) (LIST TEMP Q))\n(F 1)",
        "1:20 warning Q and TEMP stay when F returns"},
+      {"(SETQ L '(1 2))\n(WHILE L (PRINC (CAR L)) (SETQ L (CDR L)))",
+       "2:8 warning this loop runs once more when L is empty"},
+      {"(DEFUN F (T) (LIST 1))\n(F 1)", "1:11 warning T is always T"},
       {"(SETQ P \"0,0\")\n(+ 1 (CAR P))", "2:11 warning CAR of a text is nil"},
       {"(DEFUN F (P) (CAR (CDR P)))\n(F \"0,0\")", "2:4 warning CDR of a text is nil"},
       {"(DEFUN C:BOLTS () (COMMAND \"POINT\" \"0,0\" \"\"))", "1:8 warning nothing calls C:BOLTS"},
@@ -320,7 +325,8 @@ TEST(Check, NamesTheCallThatAnArgumentComesTo) {
             "    1 | (MIDDLE '(2 4))\n"
             "      |         ^^^^^^\n"
             "  MIDDLE takes it as P, and it comes to / at lib.lsp:2:3: it takes a number, not a "
-            "list\n");
+            "list; take a number out of the list: (CAR P) is the x of a point, (CAR (CDR P)) the "
+            "y\n");
 }
 
 TEST(Check, FillsAdviceInFromTheProgram) {

@@ -216,7 +216,16 @@ void CommandInput::failAtNext(std::string reason) {
 }
 
 void CommandInput::failFor(std::string_view what) {
-  failAtNext("needs " + std::string(what) + (atEnd() ? "" : ", not " + next()));
+  failAtNext("needs " + std::string(what) + (atEnd() ? "" : ", not " + next() + hintOnNext()));
+}
+
+std::string CommandInput::hintOnNext() const {
+  const DatumList* const parts = client::asList(*peek());
+  const bool has_names =
+      parts != nullptr && std::any_of(parts->begin(), parts->end(), [](const Datum& part) {
+        return part.kind() == client::DatumKind::Symbol;
+      });
+  return has_names ? "; in '(...) names are not their values: write (LIST ...)" : "";
 }
 
 void CommandInput::failAt(std::optional<std::size_t> argument, std::string reason) {

@@ -82,6 +82,8 @@ class CommandInput {
   [[nodiscard]] std::optional<client::Point> peekPoint() const;
   [[nodiscard]] std::optional<double> peekNumber() const;
   void failFor(std::string_view what);
+  // For a list of names in the place of a point; else empty. There is a next input.
+  [[nodiscard]] std::string hintOnNext() const;
   void failAt(std::optional<std::size_t> argument, std::string reason);
 
   const client::DatumList& arguments_;

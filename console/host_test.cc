@@ -442,6 +442,12 @@ TEST_F(CommandsTest, TakeNumbersAsTexts) {
   EXPECT_EQ(run(R"(("TEXT" (0 0) 5 0 (1 2)))"), "nothing done: TEXT: needs a text, not (1 2)");
 }
 
+TEST_F(CommandsTest, SayThatQuotedNamesAreNotTheirValues) {
+  EXPECT_EQ(run(R"(("LINE" (0 0) (W 5) ""))"),
+            "nothing done: LINE: needs another point, not (W 5); in '(...) names are not their "
+            "values: write (LIST ...)");
+}
+
 TEST_F(CommandsTest, TellTheWayToWhatOthersHave) {
   EXPECT_THAT(run(R"(("-rectang" (0 0) (5 5)))"),
               testing::StartsWith("nothing done: there is no command -RECTANG: PLINE with four "

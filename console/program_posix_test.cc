@@ -149,6 +149,25 @@ TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
   EXPECT_THAT(output, HasSubstr("2 programs, 2 errors"));
 }
 
+TEST_F(ConsoleProgram, ChecksLibrariesForWhatTheirProgramsCannotSee) {
+  const std::string program = quoted(file("a.lsp", ";@ load lib.lsp\n(F 1)\n"));
+  const auto check = [&](const std::string& library) {
+    static_cast<void>(file("lib.lsp", library));
+    run("check " + program);
+  };
+  check("(DEFUN F (X) (* 2 X))\n");
+  EXPECT_EQ(output, "1 program, 0 errors, 0 warnings\n");
+  check("(DEFUN F (X) (* 2 X))\n(SETQ P (GETPOINT))\n");
+  EXPECT_EQ(exit_code, 1);
+  EXPECT_THAT(output, HasSubstr("lib.lsp:2:9: error: a library must not make host calls\n"));
+  check("(DEFUN F (X) (* 2 X))" + std::string(1048576, ' '));
+  EXPECT_THAT(output, HasSubstr("lib.lsp:1:1: error: the library is too long to send: "));
+  check("(DEFUN F (X) (* 2 X)\n");
+  EXPECT_THAT(output, HasSubstr("lib.lsp:1:1: error: unterminated list\n"));
+  check("(DEFUN F (X) (LENGTH X))\n");
+  EXPECT_THAT(output, HasSubstr("a.lsp:2:4: error: length expects list\n"));
+}
+
 TEST_F(ConsoleProgram, ReadsAProgramFromStandardInput) {
   const std::string path = file("in.lsp", "\xEF\xBB\xBF(LIST 1\n  (CAR '(2)))");
   runPrograms("- <" + quoted(path));

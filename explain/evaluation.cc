@@ -354,7 +354,7 @@ Outcome outcomeOfReading(const ProgramPointer& program) {
                    .begin = fault.begin,
                    .end = fault.end,
                    .expected = fault.hint,
-                   .advice = adviceForReading(fault.message)};
+                   .advice = fault.says_what_to_write ? "" : adviceForReading(fault.message)};
   return outcome;
 }
 

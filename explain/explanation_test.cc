@@ -281,6 +281,7 @@ TEST(Explanation, PointsAtWhatIsMissingInAText) {
     EXPECT_THAT(text, HasSubstr(row.place));
     EXPECT_THAT(text, HasSubstr(row.hint));
   }
+  EXPECT_THAT(explanationOf(outcomeOf("(A 5 \"3/4\" BOLT\")")), Not(HasSubstr("  try ")));
 }
 
 TEST(ExplainAnswer, PointsIntoTheAnswer) {

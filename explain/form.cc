@@ -175,7 +175,8 @@ class FaultFinder {
               .end = begin + 1,
               .hint = "a double quote inside a text is written \\\": " +
                       std::string(text.substr(0, inner)) + "\\" + std::string(text.substr(inner)) +
-                      "\""};
+                      "\"",
+              .says_what_to_write = true};
     }
     return {.message = {}, .begin = begin, .end = end, .hint = std::move(hint)};
   }

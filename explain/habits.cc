@@ -575,11 +575,26 @@ std::string adviceOnInnerQuote(const Form& form, const Source& source) {
          std::string(line.substr(inner, closing - inner)) + "\"";
 }
 
+// The name is the first argument of COMMAND.
+bool followsCommand(const Form& form, const Source& source) {
+  std::string_view before = source.text().substr(0, form.begin);
+  while (before.ends_with(' ')) before.remove_suffix(1);
+  constexpr std::string_view kCall = "(COMMAND";
+  if (before.size() < kCall.size()) return false;
+  before = before.substr(before.size() - kCall.size());
+  return std::equal(before.begin(), before.end(), kCall.begin(), [](char a, char b) {
+    return (a >= 'a' && a <= 'z' ? static_cast<char>(a - 'a' + 'A') : a) == b;
+  });
+}
+
 std::string adviceOnName(const Form& form, const Source& source) {
   const std::string_view text = rawText(form, source);
   const std::string_view line = restOfLine(form, source);
   const std::string_view after = line.substr(std::min(text.size(), line.size()));
   if (std::string advice = adviceOnInnerQuote(form, source); !advice.empty()) return advice;
+  if (followsCommand(form, source)) {
+    return "the name of a command is a text: write \"" + std::string(text) + "\"";
+  }
   if (text == "#" && after.starts_with("'")) {
     return "write " + std::string(after.substr(0, after.find_first_of(" )", 1))) +
            ": a function is called by its name";

@@ -77,7 +77,9 @@ std::string adviceForNumber(const LispValue& value) {
     case lisp::ValueKind::List:
       return "take a number out of the list: (CAR P) is the x of a point, (CAR (CDR P)) the y";
     default:
-      return "a quoted name is not its value: leave the apostrophe out";
+      return lisp::valuesEqual(value, lisp::truth())
+                 ? "T is always T: give a variable or a parameter another name"
+                 : "a quoted name is not its value: leave the apostrophe out";
   }
 }
 
