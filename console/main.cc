@@ -66,19 +66,13 @@ struct Inputs {
   std::vector<ScriptedAnswer> answers;
 };
 
-bool readPrograms(const std::vector<std::string>& paths, std::vector<Program>& programs,
-                  std::string& error) {
-  for (const std::string& path : paths) {
-    auto program = readProgram(path, error);
-    if (!program) return false;
-    programs.push_back(std::move(*program));
-  }
-  return true;
-}
-
 std::optional<Inputs> readInputs(const CommandLine& line, std::string& error) {
   Inputs inputs;
-  if (!readPrograms(line.library_paths, inputs.libraries, error)) return std::nullopt;
+  for (const std::string& path : line.library_paths) {
+    auto library = readProgram(libraryPath("", path), error);
+    if (!library) return std::nullopt;
+    inputs.libraries.push_back(std::move(*library));
+  }
   std::size_t form_count = 0;
   for (const ProgramArgument& argument : line.programs) {
     const std::string name = "form " + std::to_string(form_count += argument.is_form ? 1 : 0);

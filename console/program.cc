@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "console/files.h"
+#include "console/own_path.h"
 
 namespace lisp_worker::console {
 namespace {
@@ -67,7 +68,7 @@ std::optional<Program> complete(const std::string& path, std::optional<std::stri
   std::error_code failure;
   files.open.push_back(std::filesystem::weakly_canonical(path, failure));
   for (const NamedFile& library : program.script.libraries) {
-    const std::filesystem::path library_path = directory / library.path;
+    const std::filesystem::path library_path = libraryPath(directory, library.path);
     const auto name = std::filesystem::weakly_canonical(library_path, failure);
     if (std::find(files.open.begin(), files.open.end(), name) != files.open.end()) {
       error = library_path.string() + ": loads itself";
@@ -87,6 +88,21 @@ std::optional<Program> readAt(const std::string& path, Files& files, std::string
 }
 
 }  // namespace
+
+std::string libraryPath(const std::filesystem::path& directory, const std::string& named) {
+  const std::filesystem::path path = directory / named;
+  std::error_code failure;
+  if (std::filesystem::exists(path, failure) || std::filesystem::path(named).is_absolute()) {
+    return path.string();
+  }
+  // In the tree that this program was built in, and where it is installed.
+  const std::filesystem::path own = std::filesystem::path(workerBeside()).parent_path();
+  for (const std::filesystem::path& root : {own / ".." / "..", own / "../share/doc/lisp-worker"}) {
+    const std::filesystem::path shipped = (root / named).lexically_normal();
+    if (std::filesystem::is_regular_file(shipped, failure)) return shipped.string();
+  }
+  return path.string();
+}
 
 std::optional<Program> readProgram(const std::string& path, std::string& error) {
   Files files;

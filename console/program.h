@@ -3,6 +3,7 @@
 #ifndef CONSOLE_PROGRAM_H_
 #define CONSOLE_PROGRAM_H_
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,12 @@ struct Program {
 // files cannot be used, with the reason in `error`: the file in front, then the line. The path "-"
 // is standard input, read to its end; names of files in it count from the working directory.
 [[nodiscard]] std::optional<Program> readProgram(const std::string& path, std::string& error);
+
+// The path of a library that is named in a file of `directory`: in that directory; else, for one
+// that comes with this program such as "examples/lib/lists.lsp", where that is. In the directory
+// when there is neither.
+[[nodiscard]] std::string libraryPath(const std::filesystem::path& directory,
+                                      const std::string& named);
 
 // A program without files of its own, such as a line that a person has typed. Its comments may not
 // name files.

@@ -168,6 +168,23 @@ TEST_F(ConsoleProgram, ChecksLibrariesForWhatTheirProgramsCannotSee) {
   EXPECT_THAT(output, HasSubstr("a.lsp:2:4: error: length expects list\n"));
 }
 
+TEST_F(ConsoleProgram, FindsTheLibrariesThatComeWithItFromEverywhere) {
+  runPrograms(quoted(file("a.lsp", ";@ load examples/lib/lists.lsp\n(NTH 1 '(5 6))\n")));
+  EXPECT_EQ(output, "result: 6   [22 steps]\n");
+  runPrograms("--load examples/lib/points.lsp -e '(POINT-X (LIST 5 6))'");
+  EXPECT_THAT(output, StartsWith("result: 5   "));
+  // One's own comes first.
+  std::filesystem::create_directories(std::filesystem::path(file("x", "")).parent_path() /
+                                      "examples/lib");
+  static_cast<void>(file("examples/lib/lists.lsp", "(DEFUN NTH (N L) 7)"));
+  runPrograms(quoted(file("a.lsp", ";@ load examples/lib/lists.lsp\n(NTH 1 '(5 6))\n")));
+  EXPECT_THAT(output, StartsWith("result: 7   "));
+  const std::string lost = file("a.lsp", ";@ load examples/lib/none.lsp\n1\n");
+  runPrograms(quoted(lost));
+  EXPECT_EQ(exit_code, 2);
+  EXPECT_THAT(output, HasSubstr("examples/lib/none.lsp: cannot be read: No such file"));
+}
+
 TEST_F(ConsoleProgram, ReadsAProgramFromStandardInput) {
   const std::string path = file("in.lsp", "\xEF\xBB\xBF(LIST 1\n  (CAR '(2)))");
   runPrograms("- <" + quoted(path));

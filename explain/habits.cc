@@ -151,8 +151,10 @@ constexpr std::string_view kNoTexts =
 constexpr std::string_view kNoKinds =
     "no function tells the kind of a value: the program knows what it has put where";
 constexpr std::string_view kNoOutput = "programs have no output; its value is what it was given";
-constexpr std::string_view kLists = "or load examples/lib/lists.lsp, which defines it";
-constexpr std::string_view kOnlyLists = "load examples/lib/lists.lsp, which defines it";
+constexpr std::string_view kLists =
+    "or put ;@ load examples/lib/lists.lsp above the program, which defines it";
+constexpr std::string_view kOnlyLists =
+    "put ;@ load examples/lib/lists.lsp above the program, which defines it";
 constexpr std::string_view kWalk = "walk the list in a WHILE, with CAR and CDR";
 constexpr std::string_view kNumberText =
     "COMMAND \"TEXT\" takes a number as its text; texts cannot be joined";
@@ -217,7 +219,8 @@ constexpr std::array kHabits = {
     Habit{"(CADAR LIST)", "(CAR (CDR (CAR LIST)))"},
     Habit{"(NTH N LIST)", "", kOnlyLists},
     Habit{"(REVERSE LIST)", "", kOnlyLists},
-    Habit{"(APPEND A B)", "", "load examples/lib/lists.lsp, which defines it for two lists"},
+    Habit{"(APPEND A B)", "",
+          "put ;@ load examples/lib/lists.lsp above the program, which defines it for two lists"},
     Habit{"(MEMBER ITEM LIST)", "", kOnlyLists},
     Habit{"(ASSOC KEY GROUPS)", "", kOnlyLists},
     Habit{"(LAST LIST)", "", "walk to it in a WHILE, with CAR and CDR"},

@@ -35,7 +35,8 @@ struct Row {
   const char* words = "";  // After the text.
 };
 
-constexpr const char* kInLists = "; or load examples/lib/lists.lsp, which defines it";
+constexpr const char* kInLists =
+    "; or put ;@ load examples/lib/lists.lsp above the program, which defines it";
 constexpr const char* kNumberText =
     "; COMMAND \"TEXT\" takes a number as its text; texts cannot be joined";
 constexpr const char* kNoOutput = "; programs have no output; its value is what it was given";
@@ -200,7 +201,8 @@ constexpr const char* kNoSet =
     "SSGET alone makes selection sets: keep the handles in a list, COMMAND takes them one by one";
 constexpr const char* kNoKinds =
     "no function tells the kind of a value: the program knows what it has put where";
-constexpr const char* kOnlyLists = "load examples/lib/lists.lsp, which defines it";
+constexpr const char* kOnlyLists =
+    "put ;@ load examples/lib/lists.lsp above the program, which defines it";
 constexpr const char* kComment = "begin each line of a comment with a semicolon";
 constexpr const char* kParentheses = "lists stand between ( and )";
 constexpr const char* kIf = "it is not written: (IF CONDITION THEN ELSE) has both in this order";
@@ -213,7 +215,9 @@ constexpr std::array kWordsRows = {
     WordsRow{"(REVERSE L)", kOnlyLists},
     WordsRow{"(MEMBER 1 L)", kOnlyLists},
     WordsRow{"(ASSOC 1 LL)", kOnlyLists},
-    WordsRow{"(APPEND L L)", "load examples/lib/lists.lsp, which defines it for two lists"},
+    WordsRow{
+        "(APPEND L L)",
+        "put ;@ load examples/lib/lists.lsp above the program, which defines it for two lists"},
     WordsRow{"(LAST L)", "walk to it in a WHILE, with CAR and CDR"},
     WordsRow{"(ATOM N)", kNoKinds},
     WordsRow{"(LISTP N)", kNoKinds},
@@ -284,7 +288,8 @@ constexpr std::array kWordsRows = {
     WordsRow{"THEN", kIf},
     // Not as the form is elsewhere: the table's own words.
     WordsRow{"(ABS)",
-             "write (IF (< X 0) (- X) X); or load examples/lib/lists.lsp, which defines it"},
+             "write (IF (< X 0) (- X) X); or put ;@ load examples/lib/lists.lsp above the program, "
+             "which defines it"},
     WordsRow{"(COND)", "nest IFs"},
     WordsRow{"(COND 5)", "nest IFs"},
     WordsRow{"(CASE 5)", "nest IFs"},
@@ -330,8 +335,8 @@ TEST(Habits, HaveARowEach) {
 
 TEST(Habits, AreDescribedInALine) {
   EXPECT_EQ(describe(*findHabit("ABS")),
-            "(ABS X) is not of this language: write (IF (< X 0) (- X) X); or load "
-            "examples/lib/lists.lsp, which defines it");
+            "(ABS X) is not of this language: write (IF (< X 0) (- X) X); or put ;@ load "
+            "examples/lib/lists.lsp above the program, which defines it");
   EXPECT_EQ(describe(*findHabit("COND")),
             "(COND (TEST BODY) (T BODY)) is not of this language: nest IFs");
 }
