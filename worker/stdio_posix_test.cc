@@ -217,8 +217,11 @@ TEST_F(StandardInputTest, FailsForADescriptorThatCannotBeRead) {
   EXPECT_EQ(read(1), "failed");
 }
 
-// The system refuses to wait for more descriptors than the process may have.
+// The system refuses to wait for more descriptors than the process may have. A sanitizer opens some
+// when it meets an object for the first time, so there is a read before.
 TEST_F(StandardInputTest, FailsWhenItCannotWait) {
+  pipe_.put("a");
+  EXPECT_EQ(read(1), "a");
   ::fcntl(pipe_.readEnd(), F_SETFL, O_NONBLOCK);
   rlimit before;
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
