@@ -140,6 +140,7 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
       ->check(CLI::Range(1, static_cast<int>(client::kStepCountMax)));
+  app.add_flag("--at-error", line.at_error, "debug begins where the program has failed");
   app.add_option("--port", line.port, "The port of watch; else one that is free")
       ->type_name("N")
       ->check(CLI::Range(1, 65535));
@@ -229,6 +230,15 @@ std::string whyUnusable(const CommandLine& line) {
     return "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only";
   }
   if (!line.watch && line.port != 0) return "--port is for watch";
+  if (line.debug && (line.program_paths.size() != 1 || !line.forms.empty())) {
+    return "debug needs one program";
+  }
+  if (line.debug && (records || line.is_json || draws || line.is_brief || line.shows_all_calls ||
+                     line.keeps || line.is_dry)) {
+    return "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls and "
+           "--worker only";
+  }
+  if (!line.debug && line.at_error) return "--at-error is for debug";
   for (const std::string& path : line.picture_paths) {
     const std::string reason = whyNoPicture(path);
     if (!reason.empty()) return "--picture " + reason;
@@ -263,7 +273,8 @@ std::string usage() {
          "       lisp_console [OPTIONS] -e FORM...\n"
          "       lisp_console check [--load FILE] PROGRAM...\n"
          "       lisp_console test [OPTIONS] PROGRAM...\n"
-         "       lisp_console watch [--port N] [OPTIONS] PROGRAM\n\n" +
+         "       lisp_console watch [--port N] [OPTIONS] PROGRAM\n"
+         "       lisp_console debug [--at-error] [OPTIONS] PROGRAM\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
 }
 
@@ -279,7 +290,8 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.check = !arguments.empty() && arguments.front() == "check";
   line.test = !arguments.empty() && arguments.front() == "test";
   line.watch = !arguments.empty() && arguments.front() == "watch";
-  const bool has_word = line.check || line.test || line.watch;
+  line.debug = !arguments.empty() && arguments.front() == "debug";
+  const bool has_word = line.check || line.test || line.watch || line.debug;
   std::vector<std::string> reversed(arguments.begin() + (has_word ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
   const auto asks_for = [&](const char* option) {

@@ -30,7 +30,9 @@ struct CommandLine {
   bool check = false;      // Look at the programs without running them.
   bool test = false;       // Run each of them by itself, and say which are as they expect.
   bool watch = false;      // Show the program on a page, and follow its files.
-  int port = 0;            // Of that page; 0 for one that the system chooses.
+  bool debug = false;      // Run the program, then look at the run step by step.
+  bool at_error = false;   // Begin where it has failed.
+  int port = 0;            // Of watch's page; 0 for one that the system chooses.
   std::string worker_path;
   std::vector<ProgramArgument> programs;   // In the order given; none for the prompt.
   std::vector<std::string> program_paths;  // Those of them that are files.

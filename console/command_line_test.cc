@@ -183,6 +183,30 @@ TEST(CommandLine, TakesWatchWithOneProgram) {
   EXPECT_NE(errorOf({"watch", "a.lsp", "--port", "65536"}), "was taken");
 }
 
+TEST(CommandLine, TakesDebugWithOneProgram) {
+  std::string error;
+  const Arguments arguments = {"debug", "a.lsp", "--at-error", "--ask"};
+  const auto line = parseCommandLine(arguments, "w", error);
+  ASSERT_TRUE(line.has_value()) << error;
+  EXPECT_TRUE(line->debug);
+  EXPECT_TRUE(line->at_error);
+  EXPECT_EQ(errorOf({"debug"}), "debug needs one program");
+  EXPECT_EQ(errorOf({"debug", "a.lsp", "b.lsp"}), "debug needs one program");
+  EXPECT_EQ(errorOf({"debug", "-e", "1"}), "debug needs one program");
+  EXPECT_EQ(errorOf({"debug", "a.lsp", "--load", "l", "--drawing", "d", "--max-calls", "5",
+                     "--answers", "f", "--strict"}),
+            "was taken");
+  for (const Arguments& option :
+       {Arguments{"--brief"}, {"--json"}, {"--keep"}, {"--save", "x"}, {"--trace"}}) {
+    Arguments refused = {"debug", "a.lsp"};
+    refused.insert(refused.end(), option.begin(), option.end());
+    EXPECT_EQ(errorOf(refused),
+              "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls "
+              "and --worker only");
+  }
+  EXPECT_EQ(errorOf({"a.lsp", "--at-error"}), "--at-error is for debug");
+}
+
 TEST(CommandLine, ExplainsEveryOptionAndCommand) {
   const std::string text = usage();
   for (const char* const word :

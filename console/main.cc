@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "check/check.h"
 #include "console/check_calls.h"
 #include "console/command_line.h"
+#include "console/debug/debug_session.h"
 #include "console/display.h"
 #include "console/explainer.h"
 #include "console/files.h"
@@ -288,6 +290,50 @@ ExitCode testPrograms(const Inputs& inputs, const CommandLine& line) {
                                                    : ExitCode::SomeTestsFailed;
 }
 
+// Runs the program once; what it says is only shown when there is no run to look at.
+ExitCode debugProgram(const Inputs& inputs, const CommandLine& line,
+                      client::WorkerProcess& process) {
+  client::WorkerClient worker(process, {.time_limit = kTimeLimit});
+  std::ostringstream told;
+  Session session(worker, told);
+  Explainer explainer;
+  session.setExplainer(&explainer);
+  session.setBrief(true);
+  setUp(session, line);
+  const Debugger* shown = nullptr;
+  const auto editor = openLineEditor("", [&shown](std::string_view before) {
+    return shown == nullptr ? Completion() : completeCommand(*shown, before);
+  });
+  Keyboard keyboard(*editor);
+  AnswerList answers(line.answers_path, inputs.answers, line.asks ? &keyboard : nullptr);
+  if (line.asks || !line.answers_path.empty()) session.setAnswerer(&answers);
+  if (inputs.sheet) session.setSheet(*inputs.sheet);
+  ProgressLine progress;
+  keyboard.setAround([&progress] { progress.pause(); }, [&progress] { progress.resume(); });
+  ProgramEnd loaded = ProgramEnd::AsExpected;
+  for (const Program& library : inputs.libraries) {
+    if (loaded == ProgramEnd::AsExpected) loaded = session.load(library);
+  }
+  progress.start();
+  std::optional<RecordedRun> run;
+  if (loaded == ProgramEnd::AsExpected) {
+    run = recordRun(session, explainer, inputs.programs.front(),
+                    [&progress](const Progress& now) { return progress.report(now); });
+  }
+  progress.clear();
+  const std::string broken = endWorker(worker, process);
+  endInterrupts();
+  if (!run) {
+    std::cout << told.str();
+    return broken.empty() ? ExitCode::SomeUnexpected : complain(ExitCode::WorkerBroken, broken);
+  }
+  Debugger debugger(std::move(*run));
+  shown = &debugger;
+  if (line.at_error) debugger.goToError();
+  converse(debugger, *editor, std::cout);
+  return ExitCode::AllAsExpected;
+}
+
 // Counts and prints what the checks find.
 class CheckReport {
  public:
@@ -415,7 +461,8 @@ ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output)
   if (process == nullptr) {
     return complain(ExitCode::WorkerBroken, line->worker_path + ": " + error);
   }
-  return runPrograms(*inputs, *line, *process);
+  return line->debug ? debugProgram(*inputs, *line, *process)
+                     : runPrograms(*inputs, *line, *process);
 }
 
 }  // namespace

@@ -37,6 +37,10 @@ void Recordings::left(const lisp::LispValue& value) {
   for (explain::Watcher* const watcher : watchers_) watcher->left(value);
 }
 
+void Recordings::assigned(std::string_view name, bool is_global) {
+  for (explain::Watcher* const watcher : watchers_) watcher->assigned(name, is_global);
+}
+
 void Recordings::called(const explain::Function& function) {
   for (explain::Watcher* const watcher : watchers_) watcher->called(function);
 }

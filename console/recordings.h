@@ -37,6 +37,7 @@ class Recordings : public explain::Watcher {
   void began(const explain::ProgramPointer& program) override;
   void entered(const explain::ProgramPointer& program, std::size_t number) override;
   void left(const lisp::LispValue& value) override;
+  void assigned(std::string_view name, bool is_global) override;
   void called(const explain::Function& function) override;
   void returned() override;
   void hostCalled(std::string_view name, std::span<const lisp::LispValue> arguments) override;

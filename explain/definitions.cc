@@ -52,6 +52,10 @@ std::vector<std::string> Definitions::variableNames() const {
   return {variables_.begin(), variables_.end()};
 }
 
+bool Definitions::hasVariable(std::string_view name) const {
+  return bindingOf(name).value.tag() != lisp::Tag::Unbound;
+}
+
 lisp::LispValue Definitions::valueOf(std::string_view name) const {
   return lisp::LispValue::share(bindingOf(name).value);
 }

@@ -81,7 +81,9 @@ class Witness : public lisp::Observer {
 
   void assigned(const lisp::Symbol& variable, const lisp::RawValue* /*before*/,
                 const lisp::RawValue& /*value*/) override {
-    if (variable.owner == lisp::kGlobalOwner) globals_.emplace(variable.bytes());
+    const bool is_global = variable.owner == lisp::kGlobalOwner;
+    if (is_global) globals_.emplace(variable.bytes());
+    watcher_.assigned(variable.bytes(), is_global);
   }
 
   void called(const lisp::UserFunction& function) override {

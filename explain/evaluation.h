@@ -56,6 +56,7 @@ class Definitions {
   [[nodiscard]] const lisp::Environment& environment() const { return environment_; }
   [[nodiscard]] std::vector<std::string> variableNames() const;  // Sorted.
   [[nodiscard]] std::vector<std::string> functionNames() const;  // Sorted.
+  [[nodiscard]] bool hasVariable(std::string_view name) const;
   // Of one of the variables.
   [[nodiscard]] lisp::LispValue valueOf(std::string_view name) const;
   // Null when there is no such function.

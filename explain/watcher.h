@@ -41,6 +41,8 @@ class Watcher {
   virtual void entered(const ProgramPointer& /*program*/, std::size_t /*number*/) {}
   // The form that was entered last, of those not left, has come to `value`.
   virtual void left(const lisp::LispValue& /*value*/) {}
+  // The form entered last has given the variable the value that was left last.
+  virtual void assigned(std::string_view /*name*/, bool /*is_global*/) {}
   // The form entered last calls a function: its arguments, the forms that were left inside it, are
   // evaluated. Then the function called last has come to a value.
   virtual void called(const Function& /*function*/) {}

@@ -40,7 +40,7 @@ constexpr std::string_view kDocuments[] = {
     "CONTRIBUTING.md",  "README.md",           "CHANGELOG.md",         "NOTICES.md",
     "SECURITY.md",      "testing/README.md",   "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
     "docs/PROTOCOL.md", "docs/SESSIONS.md",    "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
-    "docs/TUTORIAL.md", "docs/PERFORMANCE.md", "docs/ENTITIES.md"};
+    "docs/TUTORIAL.md", "docs/PERFORMANCE.md", "docs/ENTITIES.md",     "docs/DEBUGGER.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
@@ -106,8 +106,9 @@ TEST(Documents, NameFilesThatExist) {
 // All C++ sources and tests, from the top.
 std::vector<fs::path> allFiles() {
   std::vector<fs::path> files;
-  for (const char* directory : {"lisp", "host", "geometry", "worker", "client", "session",
-                                "c_interface", "explain", "check", "console", "testing", "fuzz"}) {
+  for (const char* directory :
+       {"lisp", "host", "geometry", "worker", "client", "session", "c_interface", "explain",
+        "check", "trace", "console", "testing", "fuzz"}) {
     for (const fs::directory_entry& file :
          fs::recursive_directory_iterator(sourceDirectory() / directory)) {
       const std::string extension = file.path().extension().string();
