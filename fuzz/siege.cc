@@ -48,6 +48,8 @@ constexpr double kExcessMax = 20e3;
 // The histories that docs/GUARANTEES.md tells to be beyond the promise: SSNAME at random follows
 // pointers all over the memory, and so does the search for names that are new.
 constexpr double kScatteredTimeMax = 300e3;
+// Who names so many may mean new ones.
+constexpr std::uint32_t kManyNames = 50000;
 
 constexpr std::size_t kKeptPerCell = 3;
 
@@ -65,10 +67,11 @@ constexpr std::size_t cellOf(std::size_t kind, std::size_t measure) {
   return kind * kMeasureCount + measure;
 }
 
-double limitOf(std::size_t kind, Measure measure) {
+double limitOf(std::size_t kind, Measure measure, std::uint32_t names) {
   const auto piece = static_cast<siege::PieceKind>(kind);
   const bool is_scattered = piece == siege::PieceKind::Indexes ||
-                            piece == siege::PieceKind::Names || piece == siege::PieceKind::Touch;
+                            piece == siege::PieceKind::Names || piece == siege::PieceKind::Touch ||
+                            names > kManyNames;
   switch (measure) {
     case Measure::Time:
       return is_scattered ? kScatteredTimeMax : kTimeMax;
@@ -130,9 +133,10 @@ std::vector<std::size_t> cellsAbove(const Findings& findings, const std::vector<
   std::vector<std::size_t> cells;
   for (std::size_t kind = 0; kind < kPieceKindCount; ++kind) {
     for (std::size_t measure = 0; measure < kMeasureCount; ++measure) {
-      const double limit = limitOf(kind, static_cast<Measure>(measure));
+      const Worst& worst = findings.worst[kind][measure];
+      const double limit = limitOf(kind, static_cast<Measure>(measure), worst.names);
       const std::size_t cell = cellOf(kind, measure);
-      if (findings.worst[kind][measure].value > limit && !is_found[cell]) cells.push_back(cell);
+      if (worst.value > limit && !is_found[cell]) cells.push_back(cell);
     }
   }
   if (findings.leaving > kLeavingMax && !is_found[kLeavingCell]) cells.push_back(kLeavingCell);

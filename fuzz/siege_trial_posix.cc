@@ -79,6 +79,18 @@ void resetPeak() {
   ::close(file);
 }
 
+// The words of a text that begin with a letter.
+std::uint32_t countNames(std::string_view text) {
+  std::uint32_t count = 0;
+  char before = ' ';
+  for (const char c : text) {
+    const bool is_letter = 'A' <= c && c <= 'Z';
+    if (is_letter && (before == ' ' || before == '(')) ++count;
+    before = c;
+  }
+  return count;
+}
+
 // The worker's input and output at once: gives it the requests and measures them.
 class Trial : public worker::ByteReader, public worker::ByteWriter {
  public:
@@ -148,7 +160,8 @@ class Trial : public worker::ByteReader, public worker::ByteWriter {
   void begin() {
     findings_.current = {.request = request_number_,
                          .move = static_cast<std::uint32_t>(move_),
-                         .payload_size = request_.payload.size()};
+                         .payload_size = request_.payload.size(),
+                         .names = countNames(request_.payload)};
     findings_.current_kind = static_cast<std::uint32_t>(history_[move_].pieces.front().kind);
     if (request_number_ == exact_memory_of_) {
       resetPeak();

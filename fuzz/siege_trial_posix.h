@@ -30,6 +30,7 @@ struct Worst {
   std::uint32_t request = 0;  // Its number in the history, from 0 on.
   std::uint32_t move = 0;
   std::uint64_t payload_size = 0;
+  std::uint32_t names = 0;  // In the program, each time that it has one.
   std::uint64_t steps = 0;
   std::uint32_t status = 0;
 };
