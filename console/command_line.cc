@@ -233,8 +233,8 @@ std::string whyUnusable(const CommandLine& line) {
   if (line.debug && (line.program_paths.size() != 1 || !line.forms.empty())) {
     return "debug needs one program";
   }
-  if (line.debug && (records || line.is_json || draws || line.is_brief || line.shows_all_calls ||
-                     line.keeps || line.is_dry)) {
+  if (line.debug && (records || line.is_json || draws || line.is_brief || line.shows_conversation ||
+                     line.shows_all || line.keeps || line.is_dry)) {
     return "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls and "
            "--worker only";
   }

@@ -5,7 +5,6 @@
 #include "trace/reasons.h"
 
 #include <algorithm>
-#include <map>
 #include <set>
 
 #include "explain/form.h"

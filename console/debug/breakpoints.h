@@ -4,8 +4,6 @@
 #define CONSOLE_DEBUG_BREAKPOINTS_H_
 
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>

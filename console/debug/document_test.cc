@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <optional>
 #include <sstream>
 #include <string>
 

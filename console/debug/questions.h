@@ -4,7 +4,6 @@
 #ifndef CONSOLE_DEBUG_QUESTIONS_H_
 #define CONSOLE_DEBUG_QUESTIONS_H_
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
