@@ -37,8 +37,9 @@ class NameCollector {
   }
 
   [[nodiscard]] const std::set<std::string>& names() const { return names_; }
-  // The DEFUN forms of the functions, which the run has evaluated.
-  [[nodiscard]] const std::vector<lisp::LispValue>& definitions() const { return definitions_; }
+  // The DEFUN forms of the functions that the run has defined, as text: only what the reader has
+  // made can be evaluated.
+  [[nodiscard]] const std::string& definitions() const { return definitions_; }
 
  private:
   // Of several definitions of a name the last one counts that the run has made.
@@ -49,8 +50,8 @@ class NameCollector {
       if (definition.operatorName() != "DEFUN") continue;
       const Position step = index_.lastStepOf(program, form);
       if (step == 0 || index_.step(step).end == 0) continue;
-      auto& known = functions_[std::string(definition.items[1].name())];
-      if (step > known.first) known = {step, &definition};
+      Definition& known = functions_[std::string(definition.items[1].name())];
+      if (step > known.step) known = {step, &definition, program.get()};
     }
   }
 
@@ -63,21 +64,27 @@ class NameCollector {
 
   void addName(const std::string& name) {
     if (!names_.insert(name).second) return;
-    const explain::Form* definition = nullptr;
     const auto defined = functions_.find(name);
     if (defined != functions_.end()) {
-      definition = defined->second.second;
-      definitions_.push_back(definition->value);
+      const auto& [step, form, program] = defined->second;
+      definitions_ += program->source.text().substr(form->begin, form->end - form->begin);
+      definitions_ += '\n';
+      waiting_.push_back(form);
     } else if (const explain::Function* const kept = index_.definitions().findFunctionNamed(name)) {
-      definition = kept->definition;
+      waiting_.push_back(kept->definition);
     }
-    if (definition != nullptr) waiting_.push_back(definition);
   }
 
+  struct Definition {
+    Position step = 0;
+    const explain::Form* form = nullptr;
+    const explain::Program* program = nullptr;
+  };
+
   const Index& index_;
-  std::unordered_map<std::string, std::pair<Position, const explain::Form*>> functions_;
+  std::unordered_map<std::string, Definition> functions_;
   std::set<std::string> names_;
-  std::vector<lisp::LispValue> definitions_;
+  std::string definitions_;
   std::vector<const explain::Form*> waiting_;  // Functions that have been named.
 };
 
@@ -95,7 +102,7 @@ Condition::Condition(const Index& index, std::string_view text) : index_(index) 
   names_.assign(collector.names().begin(), collector.names().end());
   functions_ = index.definitions().environment();
   lisp::Interpreter interpreter(functions_, nullptr, nullptr);
-  host::StoredProgram definitions{{}, lisp::list(collector.definitions())};
+  host::StoredProgram definitions{collector.definitions(), {}};
   static_cast<void>(host::run_program(interpreter, definitions, {}));
   interpreter.commit(functions_);
 }
@@ -148,15 +155,15 @@ std::vector<Position> Condition::momentsOfChange() const {
 }
 
 std::optional<Position> Condition::firstTrue(Position from, std::size_t tries_max) {
-  const auto isTrueAt = [this](Position position) {
+  const auto is_true_at = [this](Position position) {
     const auto value = valueAt(position);
     return value && lisp::isTrue(*value);
   };
-  if (isTrueAt(from)) return from;
+  if (is_true_at(from)) return from;
   const std::vector<Position> moments = momentsOfChange();
   auto moment = std::upper_bound(moments.begin(), moments.end(), from);
   for (; moment != moments.end() && tries_max > 0; ++moment, --tries_max) {
-    if (isTrueAt(*moment)) return *moment;
+    if (is_true_at(*moment)) return *moment;
   }
   return std::nullopt;
 }

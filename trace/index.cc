@@ -227,20 +227,21 @@ bool Index::declares(CallNumber call, const std::set<NameNumber>& names) const {
 
 std::vector<std::pair<Position, Variable>> Index::historyOf(std::string_view name) const {
   std::vector<std::pair<Position, Variable>> history;
-  if (definitions_.hasVariable(name)) history.push_back({1, {.origin = Origin::EarlierProgram}});
+  if (definitions_.hasVariable(name)) {
+    history.emplace_back(1, Variable{.origin = Origin::EarlierProgram});
+  }
   const auto number = numberOf(name);
   if (!number) return history;
   for (const Assignment& assignment : assignments_) {
     if (assignment.name != *number) continue;
-    history.push_back(
-        {assignment.at,
-         {Origin::Assignment, assignment.step, assignment.value_step, assignment.call}});
+    history.emplace_back(assignment.at, Variable{Origin::Assignment, assignment.step,
+                                                 assignment.value_step, assignment.call});
   }
   for (CallNumber call = 1; call < calls_.size(); ++call) {
     const auto& places = functions_[calls_[call].function].places;
     const auto place = places.find(*number);
     if (place != places.end())
-      history.push_back({calls_[call].begin, boundBy(call, place->second)});
+      history.emplace_back(calls_[call].begin, boundBy(call, place->second));
   }
   std::stable_sort(history.begin(), history.end(),
                    [](const auto& a, const auto& b) { return a.first < b.first; });

@@ -203,7 +203,7 @@ class Index {
     std::unordered_map<NameNumber, std::size_t> places;  // In `names`.
   };
   struct TextHash : std::hash<std::string_view> {
-    using is_transparent = void;
+    using is_transparent = void;  // NOLINT(readability-identifier-naming): the library's name.
   };
 
   // The latest assignment of the call's variable at or before the position; null if none.
