@@ -1,3 +1,6 @@
+// Functions that a watched program has defined are observed, and may only be called with an
+// observer; so the expression is observed too, by nobody.
+//
 // At each moment the expression is evaluated by itself, in an environment that has the functions of
 // the run's end and the variables of that moment. It can look at no variable that is not named in
 // it or in a function that it can reach, so these are all that must be found.
@@ -11,6 +14,7 @@
 #include "explain/form.h"
 #include "host/run.h"
 #include "lisp/interpreter.h"
+#include "lisp/observer.h"
 #include "lisp/symbol.h"
 
 namespace trace {
@@ -96,13 +100,16 @@ Condition::Condition(const Index& index, std::string_view text) : index_(index) 
     error_ = program->reading.fault->message;
     return;
   }
-  forms_ = program->reading.value;
+  forms_ = program->observed;
   NameCollector collector(index);
   collector.collectFrom(program->reading.forms);
   names_.assign(collector.names().begin(), collector.names().end());
   functions_ = index.definitions().environment();
   lisp::Interpreter interpreter(functions_, nullptr, nullptr);
-  host::StoredProgram definitions{collector.definitions(), {}};
+  lisp::Observer nobody;
+  interpreter.observe(&nobody);
+  const auto made = explain::readProgram("functions", collector.definitions());
+  host::StoredProgram definitions{{}, made->observed};
   static_cast<void>(host::run_program(interpreter, definitions, {}));
   interpreter.commit(functions_);
 }
@@ -119,6 +126,8 @@ std::optional<lisp::LispValue> Condition::valueAt(Position position) {
     environment.set(symbol, binding);
   }
   lisp::Interpreter interpreter(environment, nullptr, nullptr);
+  lisp::Observer nobody;
+  interpreter.observe(&nobody);
   host::StoredProgram program{{}, forms_};
   lisp::EvalOutcome outcome = host::run_program(interpreter, program, kLimits);
   if (outcome.kind == lisp::OutcomeKind::Value) return std::move(outcome.value);

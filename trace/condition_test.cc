@@ -43,8 +43,8 @@ TEST(Condition, FailsWithAReason) {
   const auto run = record("1");
   EXPECT_EQ(valueAt(run, "(CAR", 1), "unterminated list");
   EXPECT_EQ(valueAt(run, "(GETPOINT)", 1), "it asks the host");
-  EXPECT_EQ(valueAt(run, "(WHILE T 1)", 1), "evaluation step limit exceeded");
-  EXPECT_EQ(valueAt(run, "(+ 1 \"a\")", 1), "numeric function received a non-number");
+  EXPECT_EQ(valueAt(run, "(WHILE T 1)", 1), "LISP evaluation step limit exceeded");
+  EXPECT_EQ(valueAt(run, "(+ 1 \"a\")", 1), "+ expects numbers");
 }
 
 TEST(FirstTrue, FindsTheFirstMoment) {

@@ -9,6 +9,7 @@
 #include "explain/evaluation.h"
 #include "explain/form.h"
 #include "explain/value_text.h"
+#include "lisp/graveyard.h"
 #include "lisp/storage.h"
 #include "trace/recorded_program.h"
 
@@ -63,11 +64,11 @@ TEST(Index, OfAProgramWithoutFormsHasNoSteps) {
 }
 
 TEST(Index, OfARunThatFailedLeavesTheFormsOnTheWayOpen) {
-  const auto run = record("(DEFUN F (X) (CAR X)) (LIST 1 (F 2) 3)");
-  EXPECT_THAT(
-      linesOf(run.index),
-      ElementsAre("1 (DEFUN F (X) (CAR X)) 0 0 2 F", "2 (LIST 1 (F 2) 3) 0 0 0 -", "3 1 2 0 4 1",
-                  "4 (F 2) 2 0 0 -", "5 2 4 0 6 2", "6 (CAR X) 4 1 0 -", "7 X 6 1 8 2"));
+  const auto run = record("(DEFUN F (X) (/ X 0)) (LIST 1 (F 2) 3)");
+  EXPECT_THAT(linesOf(run.index),
+              ElementsAre("1 (DEFUN F (X) (/ X 0)) 0 0 2 F", "2 (LIST 1 (F 2) 3) 0 0 0 -",
+                          "3 1 2 0 4 1", "4 (F 2) 2 0 0 -", "5 2 4 0 6 2", "6 (/ X 0) 4 1 0 -",
+                          "7 X 6 1 8 2", "8 0 6 1 9 0"));
   EXPECT_THAT(run.index.callsAt(run.index.end()), ElementsAre(1));
 }
 
@@ -112,10 +113,10 @@ TEST(Index, MovesOverAndOutOfForms) {
 }
 
 TEST(Index, MovesToTheEndFromFormsThatNeverCameToAValue) {
-  const auto run = record("(DEFUN F () (CAR 1)) (F)");
+  const auto run = record("(DEFUN F () (/ 1 0)) (F)");
   const Position call = find(run.index, "(F)");
   EXPECT_EQ(run.index.over(call), run.index.end());
-  EXPECT_EQ(run.index.out(find(run.index, "(CAR 1)")), run.index.end());
+  EXPECT_EQ(run.index.out(find(run.index, "(/ 1 0)")), run.index.end());
   EXPECT_EQ(run.index.backOver(run.index.end()), call);
 }
 
@@ -215,19 +216,19 @@ TEST(Variables, HaveAHistory) {
 }
 
 TEST(HostCalls, AreKnownByTheirSteps) {
-  const auto run = record("(SETQ P (GETPOINT \"From\" (GETDIST))) (GETSTRING)",
+  const auto run = record("(SETQ P (GETPOINT \"From\" (GETDIST))) (GETCORNER P)",
                           {answered("GETDIST", "2"), answered("GETPOINT", "(1 2)")});
   const Index& index = run.index;
   ASSERT_EQ(run.outcome.kind, explain::OutcomeKind::HostCallRequired);
   ASSERT_EQ(index.hostCalls().size(), 3U);
   EXPECT_EQ(index.hostCallOf(find(index, "(GETDIST)")), 0U);
   EXPECT_EQ(index.hostCallOf(find(index, "(GETPOINT \"From\" (GETDIST))")), 1U);
-  EXPECT_EQ(index.hostCallOf(find(index, "(GETSTRING)")), 2U);
+  EXPECT_EQ(index.hostCallOf(find(index, "(GETCORNER P)")), 2U);
   EXPECT_EQ(index.hostCallOf(find(index, "\"From\"")), std::nullopt);
   EXPECT_TRUE(index.hostCalls()[1].is_answered);
   EXPECT_FALSE(index.hostCalls()[2].is_answered);
   EXPECT_EQ(index.answersBefore(find(index, "(GETDIST)")), 0U);
-  EXPECT_EQ(index.answersBefore(find(index, "(GETSTRING)")), 2U);
+  EXPECT_EQ(index.answersBefore(find(index, "(GETCORNER P)")), 2U);
   EXPECT_EQ(index.answersBefore(index.end()), 2U);
 }
 
@@ -254,7 +255,9 @@ TEST(Values, TakeNoMoreMemoryThanTheLimit) {
   constexpr std::size_t kSlack = 10000;  // The list that reached the limit, and names.
   std::string list = "(LIST";
   for (int n = 0; n < 100; ++n) list += " N";
-  const std::string text = "(SETQ N 0)(WHILE (< N 300)(SETQ N (1+ N))(SETQ L " + list + ")))";
+  list += ")";
+  const std::string text = "(SETQ N 0)(WHILE (< N 300)(SETQ N (1+ N))(SETQ L " + list + "))";
+  lisp::takeAllApart();
   const std::size_t before = lisp::storage::liveBytes();
   const auto program = explain::readProgram("p.lsp", text);
   const std::size_t read = lisp::storage::liveBytes();
@@ -272,7 +275,7 @@ TEST(DifferenceFrom, ComparesTextAndSteps) {
   const auto value = record("(LIST 1 \"a\")");
   EXPECT_EQ(differenceFrom(value.outcome, true, "(1 \"a\")", 3), "");
   EXPECT_EQ(differenceFrom(value.outcome, true, "(1)", 3),
-            "the worker came to \"(1)\" after 3 steps, this run to \"(1 \"a\" after 3 steps");
+            "the worker came to \"(1)\" after 3 steps, this run to \"(1 \"a\"\" after 3 steps");
   EXPECT_NE(differenceFrom(value.outcome, true, "(1 \"a\")", 4), "");
   EXPECT_NE(differenceFrom(value.outcome, false, "(1 \"a\")", 3), "");
   const auto error = record("(/ 1 0)");

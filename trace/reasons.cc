@@ -91,7 +91,7 @@ class Search {
       : index_(index), program_(std::move(program)), around_(formsAround(*program_)) {}
 
   std::vector<Obstacle> findFrom(std::uint32_t form) {
-    while (!isEvaluated(form) && seen_.insert(form).second) {
+    while (!isEvaluated(form)) {
       const auto call = climb(form);
       if (!call) break;
       form = *call;
@@ -136,6 +136,7 @@ class Search {
       add(Obstacle::Kind::NotEvaluated, &form, index_.lastStepOf(program_, definition));
       return std::nullopt;
     }
+    if (!seen_.insert(definition).second) return std::nullopt;
     add(Obstacle::Kind::NeverCalled, &form, index_.lastStepOf(program_, definition));
     for (std::uint32_t number = 0; number < around_.size(); ++number) {
       const Form& call = formAt(number);
@@ -192,7 +193,7 @@ class Search {
   const Index& index_;
   const explain::ProgramPointer program_;
   const std::vector<std::uint32_t> around_;
-  std::set<std::uint32_t> seen_;
+  std::set<std::uint32_t> seen_;  // Definitions of functions that are never called.
   std::vector<Obstacle> obstacles_;
 };
 

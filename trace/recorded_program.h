@@ -10,6 +10,7 @@
 
 #include "explain/evaluation.h"
 #include "explain/form.h"
+#include "lisp/graveyard.h"
 #include "trace/index.h"
 #include "trace/recorder.h"
 
@@ -33,6 +34,7 @@ inline RecordedProgram record(const std::string& text,
                               explain::Definitions definitions = {},
                               std::size_t bytes_max = kValueBytesMax) {
   const auto program = explain::readProgram("p.lsp", text);
+  lisp::takeAllApart();  // What is taken apart later would count as room for values.
   Recorder recorder(definitions, bytes_max);
   auto outcome = explain::evaluate(program, definitions, answers, nullptr, {}, &recorder);
   return {program, std::move(outcome), recorder.take()};
