@@ -120,7 +120,7 @@ TEST(Index, MovesToTheEndFromFormsThatNeverCameToAValue) {
   EXPECT_EQ(run.index.backOver(run.index.end()), call);
 }
 
-TEST(Variables, HaveTheValueOfTheMoment) {
+TEST(TracedVariables, HaveTheValueOfTheMoment) {
   const auto run = record("(SETQ A 1) (SETQ A (+ A 1) B A) A");
   EXPECT_EQ(variableAt(run.index, "A", 1), "unbound");
   EXPECT_EQ(variableAt(run.index, "A", find(run.index, "(+ A 1)")), "1 from (SETQ A 1)");
@@ -129,14 +129,14 @@ TEST(Variables, HaveTheValueOfTheMoment) {
   EXPECT_EQ(variableAt(run.index, "B", run.index.end()), "2 from (SETQ A (+ A 1) B A)");
 }
 
-TEST(Variables, OfEarlierProgramsAreKnown) {
+TEST(TracedVariables, OfEarlierProgramsAreKnown) {
   const auto run = record("(SETQ B A) (SETQ A 8)", {}, definitionsOf("(SETQ A 7)"));
   EXPECT_EQ(variableAt(run.index, "A", 1), "7");
   EXPECT_EQ(run.index.find("A", 1).origin, Origin::EarlierProgram);
   EXPECT_EQ(variableAt(run.index, "A", run.index.end()), "8 from (SETQ A 8)");
 }
 
-TEST(Variables, OfACallAreItsParametersAndLocals) {
+TEST(TracedVariables, OfACallAreItsParametersAndLocals) {
   const auto run = record("(SETQ X 1 L 2) (DEFUN F (X / L) (SETQ L X) L) (F 5) X");
   const Index& index = run.index;
   EXPECT_EQ(variableAt(index, "X", find(index, "(SETQ L X)")), "5 from (F 5) in call 1");
@@ -148,7 +148,7 @@ TEST(Variables, OfACallAreItsParametersAndLocals) {
 }
 
 // By contract a callee works on a copy of its caller's variables.
-TEST(Variables, OfACallerAreCopiedForItsCallees) {
+TEST(TracedVariables, OfACallerAreCopiedForItsCallees) {
   const auto run = record(
       "(DEFUN INNER () X (SETQ X 99) (LIST X)) (DEFUN OUTER (X) (INNER) (CAR X)) (OUTER '(5))");
   const Index& index = run.index;
@@ -158,7 +158,7 @@ TEST(Variables, OfACallerAreCopiedForItsCallees) {
 }
 
 // The copy is taken before the arguments are evaluated; globals are not copied.
-TEST(Variables, ThatArgumentsAssignAreNotSeenByTheCallee) {
+TEST(TracedVariables, ThatArgumentsAssignAreNotSeenByTheCallee) {
   const auto run = record(
       "(DEFUN CALLEE (IGNORED) (LIST X G)) (DEFUN CALLER (X) (CALLEE (SETQ G 3 X 2)) (CAR X))"
       "(SETQ G 0) (CALLER 1)");
@@ -169,13 +169,13 @@ TEST(Variables, ThatArgumentsAssignAreNotSeenByTheCallee) {
   EXPECT_EQ(variableAt(index, "X", find(index, "(CAR X)")), "2 from (SETQ G 3 X 2) in call 1");
 }
 
-TEST(Variables, DeclaredTwiceFollowTheLastDeclaration) {
+TEST(TracedVariables, DeclaredTwiceFollowTheLastDeclaration) {
   const auto run = record("(DEFUN F (A A) (LIST A)) (DEFUN G (A / A) (CAR A)) (F 1 2) (G 1)");
   EXPECT_EQ(variableAt(run.index, "A", find(run.index, "(LIST A)")), "2 from (F 1 2) in call 1");
   EXPECT_EQ(variableAt(run.index, "A", find(run.index, "(CAR A)")), "nil from (G 1) in call 2");
 }
 
-TEST(Variables, DoNotIncludeT) {
+TEST(TracedVariables, DoNotIncludeT) {
   const auto run = record("(DEFUN F (T X) (SETQ T 5) (LIST X)) (F 1 2)");
   const Position inside = find(run.index, "(LIST X)");
   EXPECT_EQ(variableAt(run.index, "T", inside), "unbound");
@@ -183,7 +183,7 @@ TEST(Variables, DoNotIncludeT) {
   EXPECT_THAT(run.index.namesOf(1, inside), ElementsAre("X"));
 }
 
-TEST(Variables, OfRecursiveCallsAreOnesOfTheirOwn) {
+TEST(TracedVariables, OfRecursiveCallsAreOnesOfTheirOwn) {
   const auto run = record("(DEFUN FACT (N) (IF (< N 2) 1 (* N (FACT (1- N))))) (FACT 3)");
   const Index& index = run.index;
   EXPECT_EQ(variableAt(index, "N", find(index, "(< N 2)", 3)), "1 from (FACT (1- N)) in call 3");
@@ -191,7 +191,7 @@ TEST(Variables, OfRecursiveCallsAreOnesOfTheirOwn) {
   EXPECT_THAT(index.callsAt(find(index, "(< N 2)", 3)), ElementsAre(3, 2, 1));
 }
 
-TEST(Variables, AreListedByCall) {
+TEST(TracedVariables, AreListedByCall) {
   const auto run =
       record("(SETQ B 1) (DEFUN F (P / L) (SETQ B 2) (G 1)) (DEFUN G (Q) (SETQ P 3) Q) (F 0)", {},
              definitionsOf("(SETQ A 7)"));
@@ -203,7 +203,7 @@ TEST(Variables, AreListedByCall) {
   EXPECT_THAT(index.namesOf(2, find(index, "Q")), ElementsAre("Q", "P"));
 }
 
-TEST(Variables, HaveAHistory) {
+TEST(TracedVariables, HaveAHistory) {
   const auto run = record("(SETQ X 1) (DEFUN F (X) (SETQ X (* 2 X))) (F 5) (SETQ X 3)", {},
                           definitionsOf("(SETQ X 0)"));
   std::vector<std::string> texts;
