@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "lisp/equality.h"
 #include "lisp/list_hash.h"
@@ -34,6 +35,9 @@ constinit Chunk* dead_chunks = nullptr;
 
 constinit std::size_t haste_left = kHasteMax;
 
+// Since the last allocation.
+constinit std::size_t records_made = 0;
+
 constexpr Chunk makeEmptyChunk() {
   Chunk chunk;
   chunk.setShape(kEmptyListShape);
@@ -56,13 +60,19 @@ constexpr std::size_t linkedSize(std::size_t capacity) {
   return sizeof(ChunkLink) + chunkSize(capacity, capacity - 1);
 }
 
+// A name or text that nobody else holds.
+bool isLastRecord(const RawValue& raw) {
+  return (raw.tag() == Tag::Symbol || raw.tag() == Tag::String) && raw.record->references == 1;
+}
+
 // Takes apart what an allocation of so many elements is to take.
 void takeApartFor(std::uint32_t capacity) {
+  const std::size_t records = std::exchange(records_made, 0);
   if (dead_chunks == nullptr) return;
   const std::size_t units = std::size_t{capacity} + 1;
   const std::size_t more = std::min(14 * units, haste_left);
   haste_left -= more;
-  takeChunksApart(2 * units + more);
+  takeChunksApart(2 * (units + kRecordUnits * records) + more, kRecordUnits);
 }
 
 Chunk* allocateFlat(std::uint32_t capacity) {
@@ -250,7 +260,9 @@ void bury(Chunk& chunk) {
 
 // A few elements of a chunk at once, so that the memory of the lists among them is fetched
 // together, and then those of them that nobody holds, while they are in the cache.
-void takeChunksApart(std::size_t units) {
+void noteRecordMade() { ++records_made; }
+
+void takeChunksApart(std::size_t units, std::size_t record_units) {
   if (dead_chunks == nullptr) return;  // Before registers are saved.
   while (units > 0 && dead_chunks != nullptr) {
     Chunk& chunk = *dead_chunks;
@@ -266,7 +278,11 @@ void takeChunksApart(std::size_t units) {
     } else {
       chunk.references += static_cast<std::uint32_t>(count);
     }
-    for (std::size_t i = count; i-- > 0;) release(slot[i].raw());
+    for (std::size_t i = count; i-- > 0;) {
+      const RawValue& element = slot[i].raw();
+      if (isLastRecord(element)) units -= std::min(units, record_units);
+      release(element);
+    }
     if (!is_done) continue;
     if (chunk.isLinked() && --linkOf(chunk).tail->references == 0) bury(*linkOf(chunk).tail);
     deallocateChunk(chunk);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -157,6 +158,39 @@ TEST(Decompose, TakesAsManyUnitsAsItIsGiven) {
   EXPECT_EQ(chunkCount(), chunks);
   takeChunksApart(1000);
   EXPECT_EQ(chunkCount(), chunks);
+}
+
+TEST(Decompose, CountsTheLastHoldOnANameAsNineUnits) {
+  takeAllApart();
+  const std::size_t names = symbolCount();
+  std::vector<LispValue> elements;
+  for (int i = 0; i < 100; ++i) elements.push_back(symbol("NAME-" + std::to_string(i)));
+  const LispValue held = elements.front();
+  { const LispValue value = list(std::move(elements)); }
+  elements.clear();
+  ASSERT_EQ(symbolCount(), names + 100);
+  takeChunksApart(90, kRecordUnits);
+  EXPECT_LE(symbolCount(), names + 91);
+  EXPECT_GE(symbolCount(), names + 86);
+  takeAllApart();
+  EXPECT_EQ(symbolCount(), names + 1);
+}
+
+// A program that makes names and drops them does not come to hold ever more.
+TEST(Decompose, KeepsDeadNamesFromPilingUp) {
+  takeAllApart();
+  const std::size_t names = symbolCount();
+  for (int round = 0; round < 200; ++round) {
+    renewHaste(0);
+    std::vector<LispValue> elements;
+    for (int i = 0; i < 100; ++i) {
+      elements.push_back(symbol("NAME-" + std::to_string(round) + "-" + std::to_string(i)));
+    }
+    const LispValue value = list(elements);
+    elements.clear();
+    ASSERT_LT(symbolCount(), names + 1000) << round;
+  }
+  renewHaste();
 }
 
 TEST(Decompose, KeepsTheDeadFromPilingUp) {

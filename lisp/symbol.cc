@@ -11,6 +11,7 @@
 
 #include "lisp/growing_table.h"
 #include "lisp/keyed_hash.h"
+#include "lisp/list.h"
 #include "lisp/storage.h"
 #include "lisp/work.h"
 
@@ -71,6 +72,7 @@ class InternTable {
     record->hash = hash;
     if (!bytes.empty()) std::memcpy(static_cast<void*>(record + 1), bytes.data(), bytes.size());
     records_.insert(record);
+    noteRecordMade();
     return record;
   }
 
