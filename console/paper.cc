@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 #include "console/command_input.h"
@@ -230,7 +231,7 @@ std::optional<Scale> scaleFor(const PaperSheet& sheet, const Box& box, std::stri
   const Scale wanted = sheet.scale.value_or(Scale{});
   if (!sheet.scale) {
     if (!(drawn.width + drawn.height > 0)) return wanted;
-    const auto scale = largestScale(drawn, sheet, INFINITY);
+    const auto scale = largestScale(drawn, sheet, std::numeric_limits<double>::infinity());
     if (scale) return scale;
   } else if (fits(drawn, wanted, sheet)) {
     return wanted;
