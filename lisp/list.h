@@ -15,10 +15,10 @@
 //
 // A chunk that is no longer held is not destroyed at once: it waits in the graveyard
 // (lisp/graveyard.h). Every allocation of n elements frees 2n + 2 dead elements, or 16n + 16 while
-// the request's haste lasts; a name of which that was the last hold counts as nine. Haste gives
-// back what one large program made long before as much is made again: then slabs are empty when
-// they are used again, and lists that are made one after another lie one after another. No list,
-// however deep, is destroyed by recursion or in one go.
+// the request's haste lasts; a name of which that was the last hold counts as seventeen. Haste
+// gives back what one large program made long before as much is made again: then slabs are empty
+// when they are used again, and lists that are made one after another lie one after another. No
+// list, however deep, is destroyed by recursion or in one go.
 
 #ifndef LISP_LIST_H_
 #define LISP_LIST_H_
@@ -204,7 +204,7 @@ void bury(Chunk& chunk);
 // Takes at most `units` elements and heads of dead chunks apart. The last hold on a name or text
 // costs `record_units` more: its record leaves its table, for which several places of the memory
 // are waited for.
-inline constexpr std::size_t kRecordUnits = 8;
+inline constexpr std::size_t kRecordUnits = 16;
 void takeChunksApart(std::size_t units, std::size_t record_units = 0);
 // A name or text has been made: the next allocation takes another one apart besides what it takes
 // anyway. So dead names are taken apart as fast as new ones are made.
