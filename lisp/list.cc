@@ -38,6 +38,9 @@ constinit std::size_t haste_left = kHasteMax;
 // Since the last allocation.
 constinit std::size_t records_made = 0;
 
+// What names have cost beyond the units that were given for them.
+constinit std::size_t units_owed = 0;
+
 constexpr Chunk makeEmptyChunk() {
   Chunk chunk;
   chunk.setShape(kEmptyListShape);
@@ -264,6 +267,9 @@ void noteRecordMade() { ++records_made; }
 
 void takeChunksApart(std::size_t units, std::size_t record_units) {
   if (dead_chunks == nullptr) return;  // Before registers are saved.
+  const std::size_t paid = std::min(units, units_owed);
+  units_owed -= paid;
+  units -= paid;
   while (units > 0 && dead_chunks != nullptr) {
     Chunk& chunk = *dead_chunks;
     const LispValue* const slot = chunk.slots() + chunk.references;
@@ -280,9 +286,12 @@ void takeChunksApart(std::size_t units, std::size_t record_units) {
     }
     for (std::size_t i = count; i-- > 0;) {
       const RawValue& element = slot[i].raw();
-      if (isLastRecord(element)) units -= std::min(units, record_units);
+      if (isLastRecord(element)) units_owed += record_units;
       release(element);
     }
+    const std::size_t cost = std::min(units, units_owed);
+    units_owed -= cost;
+    units -= cost;
     if (!is_done) continue;
     if (chunk.isLinked() && --linkOf(chunk).tail->references == 0) bury(*linkOf(chunk).tail);
     deallocateChunk(chunk);

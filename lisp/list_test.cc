@@ -176,6 +176,21 @@ TEST(Decompose, CountsTheLastHoldOnANameAsSeventeenUnits) {
   EXPECT_EQ(symbolCount(), names + 1);
 }
 
+// Each of many small allocations may take one name apart; together they take no more than one
+// large.
+TEST(Decompose, OwesWhatANameCostsBeyondItsUnits) {
+  takeAllApart();
+  const std::size_t names = symbolCount();
+  std::vector<LispValue> elements;
+  for (int i = 0; i < 1000; ++i) elements.push_back(symbol("NAME-" + std::to_string(i)));
+  { const LispValue value = list(elements); }
+  elements.clear();
+  for (int i = 0; i < 850; ++i) takeChunksApart(4, kRecordUnits);
+  EXPECT_LE(symbolCount(), names + 804);  // 850 * 4 / 17 = 200 of them are gone.
+  EXPECT_GE(symbolCount(), names + 790);
+  takeAllApart();
+}
+
 // A program that makes names and drops them does not come to hold ever more.
 TEST(Decompose, KeepsDeadNamesFromPilingUp) {
   takeAllApart();
