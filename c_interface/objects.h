@@ -28,11 +28,11 @@
 // NOLINTBEGIN(readability-identifier-naming): the names are C's.
 
 struct lisp_value {
-  // What only some values need. Elements, of which a list may have many, mostly have none of it.
+  // Members that few values need. They are apart so that the many elements of a list stay small.
   struct Extras {
-    lisp_worker::client::Datum own;      // Unless the value is borrowed.
-    std::string error;                   // The message of an error, which is_error tells.
-    bool is_error = false;               //
+    lisp_worker::client::Datum own;  // Unless the value is borrowed.
+    std::string error;               // The message of an error, which is_error tells.
+    bool is_error = false;
     std::optional<std::string> printed;  // Once it has been asked for.
     std::vector<lisp_value> elements;    // Of a list, once one of them has been asked for.
   };
@@ -124,7 +124,7 @@ const char* giveText(std::string_view text, std::size_t* size_out);
                                                       std::string_view call_name,
                                                       std::string_view message);
 
-// How a process has ended, in the numbers of C.
+// The end of a process as the C interface numbers it.
 [[nodiscard]] int exitKindOf(const std::optional<client::WorkerExit>& exit);
 [[nodiscard]] std::int64_t exitCodeOf(const std::optional<client::WorkerExit>& exit);
 

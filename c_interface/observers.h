@@ -1,5 +1,5 @@
-// What sees the frames of a worker of the C interface: a recorder and the host's functions, both
-// or one of them.
+// The observers of a worker of the C interface: a recorder, the host's functions, or both. They see
+// its frames.
 
 #ifndef C_INTERFACE_OBSERVERS_H_
 #define C_INTERFACE_OBSERVERS_H_

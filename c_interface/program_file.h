@@ -1,5 +1,5 @@
-// What both kinds of workers of the C interface make of a host's options: the worker's program as a
-// path, and limits of time.
+// Options that both kinds of workers of the C interface read: the path of the worker's program, and
+// limits of time.
 
 #ifndef C_INTERFACE_PROGRAM_FILE_H_
 #define C_INTERFACE_PROGRAM_FILE_H_

@@ -178,7 +178,7 @@ lisp_worker_options optionsOf(const std::string& path) {
 TEST(COptions, OfAnEarlierVersionAreShorter) {
   const std::string path = workerExecutable();
   lisp_worker_options options = optionsOf(path);
-  // What follows such a structure in the host's memory is not the library's to read.
+  // The library must not read the memory behind such a structure.
   options.size = offsetof(lisp_worker_options, time_limit_ms);
   std::memset(reinterpret_cast<char*>(&options) + options.size, 0x5A,
               sizeof(options) - options.size);

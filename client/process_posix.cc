@@ -45,8 +45,8 @@ namespace {
 
 constexpr int kFirstOwnDescriptor = 3;  // Below stand standard input, output and error.
 
-// How long a response is looked for before the host's thread sleeps. Most round trips of small
-// requests take a tenth of it.
+// The time for which a host's thread looks for a response before it sleeps. Most round trips of
+// small requests take a tenth of it.
 constexpr std::chrono::microseconds kLookingTime{50};
 
 // Owns a descriptor; closes it when it goes.

@@ -190,7 +190,7 @@ class CallChecker {
     const CommandResult result = runCommand(scratch, inputs);
     if (result.is_whole) return;
     const bool is_whole = next > count;
-    if (!is_whole && !result.failed_argument) return;  // What is not known may be what it needs.
+    if (!is_whole && !result.failed_argument) return;  // The unknown input may be the one it needs.
     const auto says = [&result](std::string_view part) {
       return result.text.find(part) != std::string::npos;
     };

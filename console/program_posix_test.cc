@@ -78,7 +78,7 @@ TEST_F(ConsoleProgram, RunsProgramsOneAfterTheOther) {
   EXPECT_THAT(output, EndsWith("== the drawing at the end: 0 entities\n"));
 }
 
-// What a person wants to know fits on a screen; the rest only when it is asked for.
+// The result and the changes fit on a screen. The conversation is shown only on request.
 TEST_F(ConsoleProgram, ShowsTheConversationOnlyWhenItIsTold) {
   const std::string path = quoted(file(
       "a.lsp", "(SETQ N 0)\n(WHILE (< N 20) (SETQ N (1+ N)) (COMMAND \"CIRCLE\" \"0,0\" N))\n"));

@@ -156,7 +156,7 @@ class PdfFile : public SheetPicture {
  protected:
   ~PdfFile() override { std::filesystem::remove(path_); }
 
-  // What a program of poppler-utils says about a PDF.
+  // The output of a program of poppler-utils for a PDF.
   [[nodiscard]] std::string ask(const std::string& program, const std::string& pdf) const {
     std::ofstream(path_, std::ios::binary) << pdf;
     return runCommand(program + " '" + path_.string() + "'" + (program == "pdftotext" ? " -" : ""))

@@ -26,7 +26,7 @@ std::vector<Finding> findingsInText(std::string_view text) {
   return check::findingsIn(std::span(&program, 1), 0);
 }
 
-// What is found and where, in lines to compare.
+// The findings and their places, in lines to compare.
 std::string listing(const std::vector<Finding>& findings) {
   std::string text;
   for (const Finding& finding : findings) {

@@ -38,7 +38,7 @@ constinit std::size_t haste_left = kHasteMax;
 // Since the last allocation.
 constinit std::size_t records_made = 0;
 
-// What names have cost beyond the units that were given for them.
+// Units that names have cost beyond those given; the next allocations pay them.
 constinit std::size_t units_owed = 0;
 
 constexpr Chunk makeEmptyChunk() {

@@ -1,5 +1,5 @@
-// What has come is kept until its frame is whole, which its header tells. Between calls no more
-// than one unfinished frame is kept.
+// Bytes are kept until their frame is whole; its header tells the size. Between calls at most one
+// unfinished frame is kept.
 
 #include "session/frame_splitter.h"
 

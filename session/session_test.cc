@@ -67,7 +67,7 @@ std::vector<std::size_t> recordEnds(const RecordedSession& session) {
   return ends;
 }
 
-// What is read of the first bytes of a file: the first records of `session`, and perhaps a cut one.
+// The first bytes of a file yield the first records of `session`, and perhaps a cut one.
 void expectBeginning(const RecordedSession& read, const RecordedSession& session,
                      std::size_t record_count, bool is_cut) {
   EXPECT_EQ(read.records.size(), record_count);

@@ -20,7 +20,7 @@ namespace trace {
 // functions of the run's end. It must not ask the host.
 class Condition {
  public:
-  // What it may cost at one moment.
+  // The step limit of one evaluation.
   static constexpr std::uint64_t kStepsMax = 10000;
 
   Condition(const Index& index, std::string_view text);

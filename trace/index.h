@@ -146,7 +146,7 @@ class Index {
                                     std::uint32_t form) const;
   // The host call that the step makes, counted from 0.
   [[nodiscard]] std::optional<std::size_t> hostCallOf(Position step) const;
-  // How many host calls have been answered before the position.
+  // The number of host calls that have been answered before the position.
   [[nodiscard]] std::size_t answersBefore(Position position) const;
 
   // --- Moving ----------------------------------------------------------------------------------
@@ -181,7 +181,7 @@ class Index {
   // The number that assignments have for the name; nothing if the run neither assigns nor declares
   // it.
   [[nodiscard]] std::optional<NameNumber> numberOf(std::string_view name) const;
-  // Whether one of the names is a parameter or a local of the call's function.
+  // True if one of the names is a parameter or a local of the call's function.
   [[nodiscard]] bool declares(CallNumber call, const std::set<NameNumber>& names) const;
   // The moments at which a variable of that name was assigned, or bound by a call, in order.
   // Position is the first at which it holds.
@@ -196,8 +196,7 @@ class Index {
   };
   struct FunctionEntry {
     explain::Function function;
-    // What its call binds, in the order of its list: parameters, then locals. Of equal names the
-    // last counts.
+    // The names that its call binds, parameters first, then locals. Of equal names the last counts.
     std::vector<NameNumber> names;
     std::size_t parameter_count = 0;
     std::unordered_map<NameNumber, std::size_t> places;  // In `names`.
@@ -211,7 +210,7 @@ class Index {
                                                  Position position) const;
   // Of the run that has ended.
   void sortAssignments();
-  // What the call itself has made of the variable until the position.
+  // The variable as the call itself has bound or assigned it before the position.
   [[nodiscard]] std::optional<Variable> findIn(CallNumber call, NameNumber name,
                                                Position position) const;
   [[nodiscard]] Variable boundBy(CallNumber call, std::size_t place) const;

@@ -20,7 +20,7 @@ namespace trace {
 inline constexpr std::size_t kWayMax = 1000;
 [[nodiscard]] std::vector<Position> originOf(const Index& index, Position step);
 
-// What keeps a form from being evaluated.
+// A reason why a form was not evaluated.
 struct Obstacle {
   enum class Kind : std::uint8_t {
     Condition,     // A condition that sends the run another way.
@@ -34,7 +34,7 @@ struct Obstacle {
   // if the program has nothing that could be named.
   const explain::Form* form = nullptr;
   Position step = 0;      // Of its last evaluation; 0 if it has none.
-  std::size_t times = 0;  // How often it has kept the form from being evaluated.
+  std::size_t times = 0;  // The number of times that the condition went the other way.
 };
 
 // The obstacles on the way to the form: empty if it has been evaluated. A form in a function that

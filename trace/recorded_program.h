@@ -34,13 +34,13 @@ inline RecordedProgram record(const std::string& text,
                               explain::Definitions definitions = {},
                               std::size_t bytes_max = kValueBytesMax) {
   const auto program = explain::readProgram("p.lsp", text);
-  lisp::takeAllApart();  // What is taken apart later would count as room for values.
+  lisp::takeAllApart();  // Garbage that goes during the run would make room for more values.
   Recorder recorder(definitions, bytes_max);
   auto outcome = explain::evaluate(program, definitions, answers, nullptr, {}, &recorder);
   return {program, std::move(outcome), recorder.take()};
 }
 
-// What a finished program leaves behind.
+// The variables and functions of a finished program.
 inline explain::Definitions definitionsOf(const std::string& text) {
   explain::Definitions definitions;
   static_cast<void>(

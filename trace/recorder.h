@@ -69,8 +69,8 @@ class Recorder : public explain::Watcher {
   State state_;
 };
 
-// How an outcome that was come to here differs from the one that the worker has reported: with a
-// value or an error, its text as the worker writes it, and the steps. Empty if it does not.
+// The difference between the outcome here and the one that the worker has reported: a value or an
+// error, its text as the worker writes it, and the steps. Empty if there is none.
 [[nodiscard]] std::string differenceFrom(const explain::Outcome& outcome, bool has_value,
                                          std::string_view text, std::uint64_t steps);
 

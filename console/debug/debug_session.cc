@@ -25,7 +25,7 @@ class ResultKeeper : public Reporter {
   ReportedResult result_;
 };
 
-// What the debugger follows has to come to what the worker has come to.
+// Empty if the run that the debugger shows ended as the worker's did; otherwise the difference.
 std::string doubtAbout(const RecordedRun& run, const ReportedResult& result) {
   switch (result.end) {
     case ReportedResult::End::Broken:

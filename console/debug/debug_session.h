@@ -30,7 +30,7 @@ namespace lisp_worker::console {
 // Reads commands until "quit" or the end of the input, and prints their answers.
 void converse(Debugger& debugger, LineEditor& editor, std::ostream& out);
 
-// What can follow the text before the cursor: a command word, and names of variables behind one.
+// Completes the word before the cursor: a command in front, names of variables behind it.
 [[nodiscard]] Completion completeCommand(const Debugger& debugger, std::string_view before);
 
 }  // namespace lisp_worker::console

@@ -39,7 +39,7 @@ class Debugger {
   [[nodiscard]] trace::Position position() const { return position_; }
   [[nodiscard]] const RecordedRun& run() const { return run_; }
 
-  // What the program has come to, in a line.
+  // The value or error of the program, with its steps and host calls, in a line.
   [[nodiscard]] std::string summary() const;
 
   // The names of its variables at the position, and every command word.

@@ -19,7 +19,7 @@
 namespace lisp_worker::console {
 namespace {
 
-// What the debugger prints for the commands of a session, with these in front.
+// Each command of a session with the debugger's answer below it.
 std::string hold(const Program& program, const std::string& session_text) {
   testing_support::InProcessWorker process;
   client::WorkerClient worker(process);

@@ -80,8 +80,6 @@ std::string wayOf(const RecordedRun& run, Position step) {
   return text;
 }
 
-std::string_view pastOf(EntityChange::Kind kind) { return nameOf(kind); }
-
 const explain::ProgramPointer* findProgram(const RecordedRun& run, std::string_view file) {
   if (file.empty()) return &run.program;
   for (std::uint32_t number = 0; number < run.index.programCount(); ++number) {
@@ -173,7 +171,7 @@ std::string whyEntity(const RecordedRun& run, std::string_view handle) {
   std::string text = upper + "\n";
   for (std::size_t n = 0; n < calls.size() && n < kRowsShownMax; ++n) {
     const Position step = run.index.hostCalls()[calls[n].call].step;
-    text += lineOf(run, std::string(pastOf(calls[n].kind)).c_str(), step);
+    text += lineOf(run, std::string(nameOf(calls[n].kind)).c_str(), step);
     for (const CallNumber call : run.index.callsAt(step)) {
       text += lineOf(run, "in", run.index.calls()[call].site);
     }

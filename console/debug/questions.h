@@ -23,8 +23,8 @@ namespace lisp_worker::console {
 // that lead to it.
 [[nodiscard]] std::string whyEntity(const RecordedRun& run, std::string_view handle);
 
-// What keeps the first form that begins in the line from being evaluated; of the main program, or
-// of the file in front of "FILE:LINE".
+// The reason why the first form that begins in the line was not evaluated. The line is one of the
+// main program, or of the file in "FILE:LINE".
 [[nodiscard]] std::string whyNotLine(const RecordedRun& run, std::string_view place);
 
 // The first position at or after `from` where the expression is true.

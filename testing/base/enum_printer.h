@@ -1,4 +1,4 @@
-// How GoogleTest prints enumerators: "InvalidRequest (3)" where it would print bytes.
+// Lets GoogleTest print enumerators by name: "InvalidRequest (3)" instead of bytes.
 //
 // A compiler writes the name of an enumerator into the name of a function that has it as a template
 // argument, so no enumeration is listed here. The build includes this header into every test

@@ -151,7 +151,7 @@ constexpr std::string_view kOutcomes[] = {
     "LISP host replay divergence at call 2",
     "LISP host replay transcript has unused answers"};
 
-// What conversations come to.
+// The statuses and messages that conversations have ended with.
 struct Outcomes {
   std::set<std::string, std::less<>> seen;
   std::size_t start_count = 0;

@@ -141,7 +141,7 @@ bool isWordOf(std::string_view text, std::string_view word) {
   return false;
 }
 
-// What the first group of `pattern` is, wherever `text` matches.
+// The texts of the first group of `pattern`, one for each match.
 std::vector<std::string> groupsIn(const std::string& text, const std::regex& pattern) {
   return {std::sregex_token_iterator(text.begin(), text.end(), pattern, 1), {}};
 }

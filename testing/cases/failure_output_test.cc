@@ -1,4 +1,4 @@
-// What a failing test shows: the words of the domain, and the place of a difference.
+// A failing test shows the words of the domain, and the place of a difference.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -66,7 +66,7 @@ TEST(Reference, TellsOfEverySpecialForm) {
   EXPECT_EQ(index, static_cast<std::size_t>(lisp::Operation::UserFunction));
 }
 
-// What the reference says of a program that comes to this.
+// The outcome as the reference writes it.
 std::string resultOf(const lisp::EvalOutcome& outcome) {
   if (outcome.kind == lisp::OutcomeKind::Value) return lisp::encodeValue(outcome.value);
   if (!outcome.host_call) return outcome.message;
@@ -81,7 +81,7 @@ TEST(Reference, ShowsExamplesThatHold) {
   }
 }
 
-// How a call with so many arguments ends.
+// The end of a call with so many arguments.
 lisp::OutcomeKind callWith(std::string_view name, std::size_t argument_count) {
   std::string call = "(" + std::string(name);
   for (std::size_t n = 0; n < argument_count; ++n) call += " A";

@@ -83,7 +83,7 @@ std::vector<Scenario> hostCalls() {
 
 INSTANTIATE_TEST_SUITE_P(HostCall, WholeConversation, testing::ValuesIn(hostCalls()), nameOf);
 
-// What a call says of its arguments, and what its answer becomes.
+// Arguments of calls, and the values of their answers.
 std::vector<Scenario> answers() {
   return {
       Scenario("EveryKindOfArgument")
