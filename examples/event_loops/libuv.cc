@@ -19,23 +19,20 @@ struct Host {
                   {.on_call =
                        [this](client::ProgramId id, const client::HostCall& call) {
                          std::cout << id << " asks " << call.text << "\n";
-                         // The user looks at the drawing for a moment.
-                         if (id == 1) uv_timer_start(&user, answer, 20, 0);
+                         // The user looks at the drawing for a moment, and then wants no corner.
+                         if (id == 2) uv_timer_start(&user, cancel, 20, 0);
                        },
                    .on_end =
                        [this](client::ProgramId id, const client::ProgramOutcome& outcome) {
                          std::cout << id << ": "
                                    << (outcome.hasValue() ? outcome.report.text : "ended")
                                    << std::endl;
+                         if (id == 2) worker.answer(1, client::number(20));
                          if (--open_count == 0) close();
                        }});
   }
 
-  static void answer(uv_timer_t* timer) {
-    auto& host = *static_cast<Host*>(timer->data);
-    host.worker.cancel(2);
-    host.worker.answer(1, client::number(20));
-  }
+  static void cancel(uv_timer_t* timer) { static_cast<Host*>(timer->data)->worker.cancel(2); }
 
   // A loop ends when nothing is left that could happen in it.
   void close() {
