@@ -220,22 +220,22 @@ namespace {
 // No object of a drawing has nearly as many; finding a key takes as long as there are keys.
 constexpr std::size_t kKeyCountMax = 100;
 
-// Told of each event while a text is read; leaves out the keys that are too many.
+// Thrown while a text is read: without it the reader would go on to the end, and look through all
+// keys that it has kept at the end of each value that it has not.
+struct TooManyKeys {};
+
+// Told of each event while a text is read.
 class KeyCounter {
  public:
   bool operator()(int /*depth*/, Json::parse_event_t event, const Json& /*parsed*/) {
     if (event == Json::parse_event_t::object_start) counts_.push_back(0);
     if (event == Json::parse_event_t::object_end) counts_.pop_back();
-    if (event != Json::parse_event_t::key || ++counts_.back() <= kKeyCountMax) return true;
-    has_too_many_ = true;
-    return false;
+    if (event == Json::parse_event_t::key && ++counts_.back() > kKeyCountMax) throw TooManyKeys();
+    return true;
   }
-
-  [[nodiscard]] bool hasTooMany() const { return has_too_many_; }
 
  private:
   std::vector<std::size_t> counts_;  // Of the objects that are open.
-  bool has_too_many_ = false;
 };
 
 }  // namespace
@@ -245,11 +245,9 @@ Sheet emptySheet() { return {.drawing = {}, .context = defaultContext()}; }
 std::optional<Sheet> readSheet(std::string_view text, std::string& error) {
   Sheet sheet = emptySheet();
   try {
-    KeyCounter counter;
-    const Json root = Json::parse(text, std::ref(counter));
-    error = counter.hasTooMany()
-                ? "an object has more than " + std::to_string(kKeyCountMax) + " keys"
-                : readRoot(root, sheet);
+    error = readRoot(Json::parse(text, KeyCounter()), sheet);
+  } catch (const TooManyKeys&) {
+    error = "an object has more than " + std::to_string(kKeyCountMax) + " keys";
   } catch (const Json::parse_error& failure) {
     const std::string_view before = text.substr(0, failure.byte == 0 ? 0 : failure.byte - 1);
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
