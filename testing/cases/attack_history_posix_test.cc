@@ -1,5 +1,5 @@
 // Histories that leave work or memory behind for a later request to be charged with, against the
-// executable: each request's answer, time and memory are judged (testing/watched_worker.h).
+// executable: each request's answer, time and memory are judged (testing/workers/watched_worker.h).
 
 #include <gtest/gtest.h>
 
@@ -73,10 +73,9 @@ TEST_F(AttackByHistory, AMillionNamesAndAFewMore) {
   EXPECT_LT(longest, milliseconds(isSanitized() ? 1000 : 10));
 }
 
-TEST_F(AttackByHistory, ManyPendingRunsAndAFewMore) {
+// The processor times of batches of requests, each of which leaves a run that waits.
+std::vector<microseconds> timesOfPendingRuns(ChildProcess& process, std::uint64_t count) {
   constexpr std::uint64_t kRunsPerBatch = 1000;
-  const std::uint64_t count = isSanitized() ? 2000 : 250000;
-  ChildProcess& process = worker_.process();
   std::vector<microseconds> times;
   for (std::uint64_t run_id = 1; run_id <= count; run_id += kRunsPerBatch) {
     Scenario batch("Batch");
@@ -86,9 +85,20 @@ TEST_F(AttackByHistory, ManyPendingRunsAndAFewMore) {
     const std::string expected = batch.output();
     const microseconds before = process.processorTime();
     process.send(batch.input());
-    ASSERT_TRUE(areSameBytes(process.receive(expected.size()), expected)) << run_id;
+    EXPECT_TRUE(areSameBytes(process.receive(expected.size()), expected)) << run_id;
     times.push_back(process.processorTime() - before);
   }
+  return times;
+}
+
+// Two workers: a table that grows grows in the same batch of both, while the machine delays
+// different ones.
+TEST_F(AttackByHistory, ManyPendingRunsAndAFewMore) {
+  const std::uint64_t count = isSanitized() ? 2000 : 250000;
+  WatchedWorker second;
+  std::vector<microseconds> times = timesOfPendingRuns(worker_.process(), count);
+  const std::vector<microseconds> others = timesOfPendingRuns(second.process(), count);
+  for (std::size_t i = 0; i < times.size(); ++i) times[i] = std::min(times[i], others[i]);
   std::sort(times.begin(), times.end());
   EXPECT_LT(times.back(), 3 * times[times.size() / 2] + milliseconds(5));
 }
