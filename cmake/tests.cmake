@@ -67,6 +67,10 @@ function(lisp_quicken_build name)
     target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-restrict
                                            -Wno-stringop-overflow)
   endif()
+  if(NOT CMAKE_CROSSCOMPILING)
+    # A library that a program uses may ask for it, and what is precompiled must be the same for all.
+    target_compile_options(${name} PRIVATE -pthread)
+  endif()
   get_property(first GLOBAL PROPERTY lisp_precompiled_by)
   if(first)
     target_precompile_headers(${name} REUSE_FROM ${first})
@@ -91,12 +95,13 @@ if(LISP_PYTHON AND NOT LISP_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
   endforeach()
 endif()
 
-# lisp_tests(<name> DIRECTORY <directory> LINKS <component>... [SHARDS <count>])
+# lisp_tests(<name> DIRECTORY <directory> LINKS <component>... [RUNS <program>...] [SHARDS <count>])
 #
 # Defines the test program <name> and a ctest entry <name>_<shard> for each share of its tests: more
-# shares than processors, where one long program would keep one processor waiting for the other.
+# shares than processors, where one long program would keep one processor waiting for the other. The
+# programs that the tests run are built with it.
 function(lisp_tests name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY;SHARDS" "LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY;SHARDS" "LINKS;RUNS")
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*_test.cc
        ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*/*_test.cc)
   lisp_keep_platform_files(sources ${sources})
@@ -107,7 +112,7 @@ function(lisp_tests name)
   target_link_libraries(${name} PRIVATE lisp_options ${arg_LINKS} testing_support GTest::gmock
                                         GTest::gtest_main)
   lisp_quicken_build(${name})
-  foreach(program IN ITEMS lisp_worker lisp_console lisp_failing_worker lisp_faulty_worker lisp_session)
+  foreach(program IN LISTS arg_RUNS)
     if(TARGET ${program})
       add_dependencies(${name} ${program})
     endif()

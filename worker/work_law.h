@@ -14,7 +14,7 @@
 #ifdef LISP_COUNT_WORK
 
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 
 namespace lisp_worker::worker {
 
@@ -26,8 +26,9 @@ class WorkLaw {
 
  private:
   std::uint64_t work_before_ = 0;
-  // Bytes of the program and of the answers so far, of every run that waits.
-  std::unordered_map<std::uint64_t, std::uint64_t> run_sizes_;
+  // Bytes of the program and of the answers so far, of every run that waits. Not hashed: a table
+  // that grows would make one request expensive in the build that looks for such requests.
+  std::map<std::uint64_t, std::uint64_t> run_sizes_;
 };
 
 }  // namespace lisp_worker::worker
