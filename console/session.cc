@@ -184,7 +184,7 @@ ProgramEnd Session::load(const Program& library) {
                         : whyRefused(reply->status, library.text.size()))
        << "\n";
   noteResult(*reply, library.text.size());
-  printExplanation(*reply);
+  printExplanation(explainer_ == nullptr ? "" : explainer_->finish(*reply));
   report(library.name, ProgramEnd::Unexpected);
   return ProgramEnd::Unexpected;
 }
@@ -203,11 +203,6 @@ ProgramEnd Session::run(std::string_view name, std::string_view program, const S
   noteQuotes(program);
   if (explainer_ != nullptr) explainer_->start(name, program, &context_);
   const ProgramEnd end = converse(program, script);
-  if (end != ProgramEnd::Broken && explainer_ != nullptr) {
-    const std::string refusals = explainer_->explainRefusals();
-    noteExplanation(refusals);
-    tellExplanation(out_, refusals, Style::Warning);
-  }
   settle(found, script.keeps);
   const ProgramEnd judged = judgeDrawing(end, script);
   if (!is_brief_) out_ << "\n";
@@ -341,6 +336,9 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
   }
   if (!reply) return ProgramEnd::Broken;
   has_value_ = reply->status == WorkerStatus::Ok;
+  noteResult(*reply, program.size());
+  const std::string explanation = explainer_ == nullptr ? "" : explainer_->finish(*reply);
+  tellRefusals();
   if (reply->value) {
     printResponse(*reply, call_count);
   } else if (is_brief_) {
@@ -350,8 +348,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     printLine("worker", client::statusName(reply->status),
               whyRefused(reply->status, program.size()), Style::Error);
   }
-  noteResult(*reply, program.size());
-  printExplanation(*reply);
+  printExplanation(explanation);
   const std::string call =
       has_value_ && explainer_ != nullptr ? explainer_->callOfTypedCommand() : "";
   if (!call.empty()) printLine("hint", "nothing drawn yet", call + " runs what is defined here");
@@ -370,6 +367,7 @@ ProgramEnd Session::cancel(const EvalResult& waiting, const std::string& reason)
   result_.text = reason;
   if (explainer_ != nullptr) {
     const std::string text = explainer_->cancel();
+    tellRefusals();
     noteExplanation(text);
     tellExplanation(out_, text, Style::Warning);
   }
@@ -385,6 +383,7 @@ ProgramEnd Session::cancelRefused(const EvalResult& waiting, const std::string& 
   result_.end = ReportedResult::End::Cancelled;
   result_.text = waiting.call_name + " was refused: " + reason;
   if (explainer_ != nullptr) explainer_->stop();
+  tellRefusals();
   return worker_->evalCancel(waiting.run_id) ? ProgramEnd::Unexpected : ProgramEnd::Broken;
 }
 
@@ -440,11 +439,17 @@ ProgramEnd Session::judgeDrawing(ProgramEnd end, const Script& script) {
   return end;
 }
 
-void Session::printExplanation(const Reply<EvalResult>& reply) {
-  if (explainer_ == nullptr) return;
-  const std::string text = explainer_->finish(reply);
+void Session::printExplanation(const std::string& text) {
   noteExplanation(text);
   tellExplanation(out_, text, Style::Error);
+}
+
+// Before the end that they may have caused: a call that was refused is nil for the program.
+void Session::tellRefusals() {
+  if (explainer_ == nullptr) return;
+  const std::string refusals = explainer_->explainRefusals();
+  noteExplanation(refusals);
+  tellExplanation(out_, refusals, Style::Warning);
 }
 
 void Session::noteResult(const Reply<EvalResult>& reply, std::size_t program_size) {

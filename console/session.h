@@ -176,7 +176,8 @@ class Session {
 
   // Prints unless the session is brief.
   void tell(std::string_view speaker, std::string_view what, const std::string& text);
-  void printExplanation(const client::Reply<client::EvalResult>& reply);
+  void printExplanation(const std::string& text);
+  void tellRefusals();
   void printProgram(std::string_view program);
   void printResponse(const client::Reply<client::EvalResult>& reply, std::size_t call_count);
   void printLine(std::string_view speaker, std::string_view what, const std::string& text,
