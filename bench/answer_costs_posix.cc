@@ -1,4 +1,4 @@
-// What the host's answers cost the worker: one run with many host calls, several runs in turn,
+// The cost of the host's answers to the worker: one run with many host calls, several runs in turn,
 // other programs between two answers. A late answer must cost what an early one does, for nobody
 // should notice how many there were before. ./dev bench runs it.
 //

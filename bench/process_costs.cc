@@ -1,6 +1,7 @@
-// What a worker costs a host besides evaluation, as figures for docs/PERFORMANCE.md: round trips
-// and the first answer beside a C program that only echoes, resumes, memory. bench/compare_peers
-// runs it, on one processor: across two, what the system takes to wake the other hides everything.
+// The cost of a worker to a host besides evaluation, as figures for docs/PERFORMANCE.md: round
+// trips and the first answer beside a C program that only echoes, resumes, memory.
+// bench/compare_peers runs it, on one processor: across two, what the system takes to wake the
+// other hides everything.
 //
 //   process_costs <worker> <echo program>
 //

@@ -1,4 +1,4 @@
-// What recording costs a host: round trips with a worker, with a client that records them, and
+// The cost of recording to a host: round trips with a worker, with a client that records them, and
 // through the recording proxy. The promise is at most 20 microseconds a frame at the 99th
 // percentile, so each benchmark counts the percentiles of its round trips of two frames; the cost
 // of a frame is half of what one has above another.

@@ -168,7 +168,7 @@ class FaultInjection : public testing::Test {
     return "the worker has not answered within " + std::to_string(kTimeLimit.count()) + " ms: ";
   }
 
-  // What the worker is told to have been doing.
+  // The worker's occupation, as the client tells it.
   static std::string workOf(const FaultCase& each) {
     static const char* const kWork[] = {"a RegisterContext under context 5",
                                         "a Convert under context 5",

@@ -13,7 +13,7 @@
 namespace lisp_worker::client {
 namespace {
 
-// What the tests themselves run under, the "C" locale, is what the worker's numbers are made of.
+// The tests themselves run under the "C" locale, as the worker does.
 std::optional<double> readByStrtod(const std::string& token) {
   if (token.empty() || token.front() == ' ') return std::nullopt;
   char* end = nullptr;

@@ -397,7 +397,7 @@ class PosixWorkerProcess final : public WorkerProcess {
     }
   }
 
-  // Whether the pipe is ready, or broken, before the deadline.
+  // True when the pipe is ready, or broken, before the deadline.
   bool waitFor(const Descriptor& descriptor, short events) {
     if (descriptor.get() < 0) return false;  // It would wait for nothing until the deadline.
     for (;;) {

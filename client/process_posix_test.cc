@@ -1,4 +1,4 @@
-// What the system is asked for when a worker starts and ends, seen from programs other than the
+// The start and the end of a worker, seen from programs other than the
 // worker: small scripts, and cat, whose echo of a ping is a ping's response.
 
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// What the system is asked for when a worker starts and ends, seen on Windows.
+// The start and the end of a worker, seen on Windows.
 //
 // A worker that misbehaves is this program itself: started with a role in its environment, it
 // plays that instead of running tests.

@@ -29,7 +29,7 @@ class RunProgram : public testing::Test {
     return {};
   }
 
-  // Whether a run waits under this id. An answer that cannot be read ends it, if it does.
+  // True when a run waits under this id. An answer that cannot be read ends it, if it does.
   bool isWaiting(std::uint64_t run_id) {
     const auto reply = worker_.evalResume(run_id, ")");
     return reply && reply->status == WorkerStatus::EvalParseError;

@@ -121,7 +121,7 @@ TEST(Worker, TellsThatAProgramIsNoWorker) {
   EXPECT_THAT(worker.fault()->message, HasSubstr("; the worker ended with exit code 2: "));
 }
 
-// What an observer is told, in a few words.
+// The notices of an observer, in a few words each.
 class Log : public FrameObserver {
  public:
   void onStart() override { entries.emplace_back("start"); }

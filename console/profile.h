@@ -1,4 +1,4 @@
-// Where the steps and the time of programs go, by function and by line, as --profile prints it.
+// The steps and the time of programs, by function and by line, as --profile prints them.
 //
 // Own steps are those of the forms of a function or a line. Total ones are those of the functions
 // that it calls as well; of calls inside each other the outermost counts.

@@ -133,7 +133,7 @@ struct AnsweredCall {
       {};  // Where a refused call stands, once an evaluation has met it.
 };
 
-// How many steps a line of a function has taken.
+// The steps that a line of a function has taken.
 struct StepCount {
   std::string function;  // Empty at the top level.
   ProgramPointer program;

@@ -1,4 +1,4 @@
-// What a person reads of a program that has stopped.
+// The lines that a person reads of a program that has stopped.
 
 #ifndef EXPLAIN_EXPLANATION_H_
 #define EXPLAIN_EXPLANATION_H_

@@ -38,7 +38,8 @@ struct ReadFault {
   std::size_t end = 0;    // its end, the parenthesis that is too many.
   std::string hint;       // What speaks for that place; may be empty.
   bool says_what_to_write = false;  // The hint does.
-  // Whether more text could make it whole, and then where the innermost open list or string begins.
+  // True when more text could make it whole; then the place where the innermost open list or string
+  // begins.
   bool is_unfinished = false;
   std::size_t open_at = 0;
 };

@@ -364,7 +364,7 @@ TEST(Habits, InsideAForeignFormAreTold) {
   EXPECT_THAT(explanationOf(outcomeOf("(COND (T (/ 1 0)))")),
               HasSubstr("it stands in a form that the language does not have, COND: "
                         "write (/ 1 0)\n"));
-  // What fails in a function that is called there has an advice of its own.
+  // A failure in a function that is called there has an advice of its own.
   EXPECT_THAT(explanationOf(outcomeOf("(DEFUN F (X) (/ 1 0)) (FOREACH (F 1))")),
               HasSubstr("test it before"));
 }

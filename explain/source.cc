@@ -12,7 +12,7 @@ std::size_t letterCount(std::string_view text) {
   return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), beginsLetter));
 }
 
-// What a terminal can show: blanks for tabs, question marks for control characters.
+// A text as a terminal can show it: blanks for tabs, question marks for control characters.
 std::string printable(std::string_view text) {
   std::string shown;
   for (const char c : text) {

@@ -45,7 +45,7 @@ constexpr std::size_t kNamesMax = 6;
 constexpr std::size_t kInputSizeMax = 1024;
 constexpr std::uint64_t kOfWhichOneIsCompared = 16;
 
-// Whether the input goes through the literal evaluator as well.
+// True when the input goes through the literal evaluator as well.
 bool isCompared(std::string_view input) {
   std::uint64_t hash = 14695981039346656037U;
   for (const char c : input) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
@@ -212,7 +212,7 @@ void runInput(const std::uint8_t* data, std::size_t size) {
     if (!pair.run(program)) return;
   }
   if (!pair.isCompared()) return;
-  // What is left behind, by name.
+  // The definitions that are left behind, by name.
   pair.forgetAnswers();
   std::size_t count = 0;
   for (const std::string& name : names) {
@@ -226,7 +226,7 @@ void runInput(const std::uint8_t* data, std::size_t size) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const lisp_worker::testing_support::Evaluator installs_the_builtins;
   runInput(data, size);
-  // What has been dropped must not wait for the inputs that follow.
+  // Dropped values must not wait for the inputs that follow.
   lisp::takeAllApart();
   return 0;
 }

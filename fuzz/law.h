@@ -1,4 +1,4 @@
-// What the fuzzers share: a law that is broken ends the process, and an input is a string of bytes
+// Shared by the fuzzers: a law that is broken ends the process, and an input is a string of bytes
 // that is taken apart from its front.
 
 #ifndef FUZZ_LAW_H_

@@ -42,7 +42,7 @@ std::string wordsOf(const EvalOutcome& outcome) {
   return payload + outcome.message;
 }
 
-// Whether a replay tells the calls apart. Calls that hold a NaN are not even equal to themselves.
+// True when a replay tells the calls apart. Calls that hold a NaN are not even equal to themselves.
 bool matches(const HostTranscriptEntry& a, const HostTranscriptEntry& b) {
   if (a.name != b.name || a.arguments.size() != b.arguments.size()) return false;
   for (std::size_t i = 0; i < a.arguments.size(); ++i) {

@@ -1,5 +1,5 @@
-// What our own code must never do, and what stops it in builds with assertions. Builds that ship
-// have none, and nothing to test here.
+// Mistakes that our own code must never make, and that builds with assertions stop. Builds that
+// ship have none, and nothing to test here.
 
 #include <gtest/gtest.h>
 

@@ -161,7 +161,7 @@ class Bindings {
     bool changed;
   };
 
-  // What a local binding was before it changed while arguments were evaluated.
+  // A local binding as it was before it changed while arguments were evaluated.
   struct Logged {
     Symbol* symbol;
     RawValue value;          // Holds it.

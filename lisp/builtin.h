@@ -1,4 +1,4 @@
-// How builtin functions reach the evaluator: as rows of tables.
+// Builtin functions, as rows of the tables by which they reach the evaluator.
 
 #ifndef LISP_BUILTIN_H_
 #define LISP_BUILTIN_H_
@@ -17,7 +17,7 @@ namespace lisp {
 
 class Interpreter;
 
-// What an evaluation yields inside the evaluator: a value with its hold, or the mark that it has
+// The result of an evaluation inside the evaluator: a value with its hold, or the mark that it has
 // failed; what failed is parked in the interpreter then. Two words, in registers.
 //
 // A hold is handed on exactly once: the Result is returned or moved, or its value is taken or

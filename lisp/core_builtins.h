@@ -27,7 +27,7 @@ template <Operation operation>
   }
 }
 
-// What CONS makes of two values: a list of `first` and then the elements of `rest` when it is a
+// The result of CONS for two values: a list of `first` and then the elements of `rest` when it is a
 // list, nothing more when it is nil, or `rest` itself. Takes over both holds.
 [[nodiscard]] RawValue construct(RawValue first, RawValue rest);
 

@@ -20,7 +20,7 @@ namespace lisp {
 
 struct EnvironmentNode;
 
-// What an Environment knows of one name. Borrowed from the version that was asked.
+// The entry of an Environment for one name. Borrowed from the version that was asked.
 struct Binding {
   RawValue value = RawValue::of(Tag::Unbound);  // Unbound when the name is only a function.
   UserFunction* function = nullptr;             // Null when the name is only a variable.

@@ -60,7 +60,7 @@ std::size_t leavesOf(const LispValue& value) {
 
 constexpr std::size_t kLeavesMax = 400;  // Bounds what the plain equality visits.
 
-// How the pool of one round is made and used.
+// The settings of one round: how its pool is made and used.
 struct Mix {
   std::size_t pool_size;
   std::size_t atoms;          // Different numbers; few make many equal lists.

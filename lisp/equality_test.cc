@@ -221,7 +221,7 @@ TEST(ValuesEqual, BelievesTheHashesOnceARequestHasWalkedEnough) {
   EXPECT_FALSE(valuesEqual(a, b));
 }
 
-// What was taken for equal on the way to a difference, each in a list of its own.
+// Pairs that were taken for equal on the way to a difference, each in a list of its own.
 TEST(ValuesEqual, TakesBackWhatItAssumedOnTheWayToADifference) {
   const auto [a, b] = forged(20, number(1), number(2));
   const LispValue same = numbers(20, 1);

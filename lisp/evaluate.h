@@ -27,10 +27,10 @@
 
 namespace lisp {
 
-// What a condition yields.
+// The result of a condition.
 enum class Truth : std::uint8_t { No, Yes, Failed };
 
-// How lists of one shape are evaluated.
+// The function that evaluates lists of one shape.
 struct FormEvaluator {
   Result (*evaluate)(Interpreter&, Chunk& items, std::uint32_t depth);
   // The same where only the truth of the value matters.
@@ -40,7 +40,7 @@ struct FormEvaluator {
 // By shape.
 extern const std::array<FormEvaluator, kShapeCount> kFormEvaluators;
 
-// How to evaluate a list. Only what the reader has made is evaluated, and nothing of that has a
+// Evaluates a list. Only what the reader has made is evaluated, and nothing of that has a
 // digest; the hash of any other list would be taken for a shape.
 [[nodiscard, gnu::always_inline]] inline const FormEvaluator& evaluatorOf(const Chunk& items) {
   assert(!items.isLinked() && items.shape() < kShapeCount);

@@ -1,4 +1,4 @@
-// What a list form looks like to the evaluator: found out when it is evaluated for the second time,
+// The shape of a list form for the evaluator: found out when it is evaluated for the second time,
 // so that what the first time found is not asked again.
 //
 // A form has its shape in its chunk, where a digest would be: what is evaluated comes from program

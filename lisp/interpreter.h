@@ -142,8 +142,8 @@ class Interpreter {
   [[nodiscard]] Bindings& bindings() { return bindings_; }
   // The evaluated arguments of the builtins and calls in progress; holds them.
   [[nodiscard]] PlainStack<RawValue>& arguments() { return arguments_; }
-  // What a DEFUN form defines, with a hold for the caller; null when a parameter is not a symbol.
-  // Its third element must be a list, and there must be a fourth.
+  // The function that a DEFUN form defines, with a hold for the caller; null when a parameter is
+  // not a symbol. Its third element must be a list, and there must be a fourth.
   [[nodiscard]] UserFunction* makeFunction(Chunk& items);
 
  private:
@@ -161,7 +161,8 @@ class Interpreter {
   const HostTranscript* transcript_;
   HostCallWaiter* waiter_;
   std::size_t replay_cursor_ = 0;
-  // What DEFUN forms with long parameter lists made, by form, so that a loop of DEFUN is cheap.
+  // The functions that DEFUN forms with long parameter lists made, by form, so that a loop of DEFUN
+  // is cheap.
   std::unordered_map<const Chunk*, UserFunction*> definitions_;  // Holds the functions.
 
   Observer* observer_ = nullptr;

@@ -1,4 +1,4 @@
-// How names are bound only when they are touched.
+// Bindings that are made only when their names are touched.
 //
 // A call that declares many locals, or whose arguments have assigned many of its caller's
 // variables, binds none of these names as it begins. It is noted in late_calls_ instead. Later a
@@ -122,7 +122,7 @@ bool Bindings::isDeclaredSince(const Symbol& symbol, std::size_t first) const {
                      });
 }
 
-// What the binding in force was at `snapshot`, or null when it is that still. Later entries of its
+// The binding that was in force at `snapshot`, or null when it is that still. Later entries of its
 // history are dropped on the way: they served calls that were arguments of the one that asks, and
 // these are over.
 const RawValue* Bindings::changedSince(Symbol& symbol, std::uint64_t snapshot) {

@@ -27,7 +27,7 @@ using lisp_worker::testing_support::Evaluator;
 using lisp_worker::testing_support::ProgramGenerator;
 using lisp_worker::testing_support::Random;
 
-// What is held when everything that waits to be taken apart has been.
+// The memory that is held when everything that waits to be taken apart has been.
 struct Held {
   std::size_t symbols = symbolCount();
   std::size_t texts = textCount();
@@ -65,7 +65,7 @@ void run(const std::vector<std::string>& programs, const EvalLimits& limits) {
 }
 
 void expectNothingLeft(const std::vector<std::string>& programs, const EvalLimits& limits) {
-  // What the process makes once and keeps is there after the first time.
+  // The process makes some things once, the first time, and keeps them.
   run(programs, limits);
   const Held before = held();
   run(programs, limits);
@@ -153,7 +153,7 @@ TEST(Leaks, NothingIsLeftOfARunThatEndsAtAnyDepth) {
   }
 }
 
-// What one run leaves to the next goes with the last version that has it.
+// A definition that one run leaves to the next goes with the last version that has it.
 TEST(Leaks, NothingIsLeftOfRunsThatFollowOneAnother) {
   for (const char* const program : kPrograms) {
     expectNothingLeft({kSetup, program, program, "(SETQ A 1 B 2 C 3 L NIL X NIL S NIL)",

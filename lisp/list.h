@@ -33,7 +33,7 @@ namespace lisp {
 
 struct EqualityNode;
 
-// How a list is evaluated if it is a form (lisp/form_shape.h); what has never been evaluated, and
+// The shape of a list as a form (lisp/form_shape.h); one that has never been evaluated, and
 // the empty list.
 using FormShape = std::uint32_t;
 inline constexpr FormShape kUnseenShape = 0;
@@ -89,7 +89,7 @@ struct Chunk : Counted {
     assert(!hasDigest());
     return static_cast<std::uint32_t>(front & ~kSearched) >> 2;
   }
-  // Whether UserFunction::prepare has been here, of a chunk without a digest.
+  // True when UserFunction::prepare has been here, of a chunk without a digest.
   [[nodiscard]] bool isSearched() const {
     assert(!hasDigest());
     return (front & kSearched) != 0;
@@ -100,7 +100,7 @@ struct Chunk : Counted {
   }
 
   [[nodiscard]] bool isLinked() const { return (full_length_and_flag & kLinked) != 0; }
-  // What remains from slot 0 on.
+  // The items that remain, from slot 0 on.
   [[nodiscard]] std::uint32_t fullLength() const { return full_length_and_flag & ~kLinked; }
   // The same of a flat chunk, as all forms are: its number of slots.
   [[nodiscard]] std::uint32_t flatLength() const {

@@ -20,7 +20,7 @@ namespace {
 
 using lisp_worker::testing_support::Random;
 
-// What strtod makes of the whole token, when that is finite.
+// strtod's number for the whole token, when that is finite.
 std::optional<double> referenceNumber(const std::string& token) {
   if (token.empty() || std::isspace(static_cast<unsigned char>(token[0])) != 0) return std::nullopt;
   char* end = nullptr;

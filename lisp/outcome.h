@@ -27,7 +27,7 @@ struct HostCall {
   std::vector<LispValue> arguments;  // Evaluated.
 };
 
-// What a whole run yields.
+// The result of a whole run.
 struct EvalOutcome {
   OutcomeKind kind = OutcomeKind::Value;
   LispValue value;                    // Nil unless kind is Value.

@@ -18,7 +18,7 @@ namespace {
 
 constexpr char kEndOfFileMark = 0x1A;  // Skipped between forms, like white space.
 
-// What a form can begin with, by its first byte. White space is what the "C" locale calls so,
+// The beginnings of forms, by their first byte. White space is what the "C" locale calls so,
 // whatever the environment's locale.
 enum class Class : std::uint8_t { Name, Number, Blank, Comment, Open, Close, Quote, String };
 
@@ -47,7 +47,7 @@ constexpr bool endsAtom(char c) { return classOf(c) >= Class::Blank && c != kEnd
 
 constexpr char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
-// What each byte stands for in a name; 0 for those that end it, and for the byte 0 itself.
+// The upper-case byte for each byte of a name; 0 for those that end it, and for the byte 0 itself.
 constexpr std::array<char, 256> makeNameBytes() {
   std::array<char, 256> bytes{};
   for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -80,7 +80,7 @@ RawValue quoted(RawValue form) {
   return makeLiteral(elements.data(), elements.size());
 }
 
-// What stands for a quote mark among the lists that are open.
+// The mark of a quote among the lists that are open.
 constexpr std::size_t kQuoteMark = std::numeric_limits<std::size_t>::max();
 
 // Told where data are. The worker's reads take no notes.

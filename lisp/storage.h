@@ -84,7 +84,7 @@ inline constexpr std::size_t kSlabsKept = 256;
 void giveBack(std::size_t count);
 
 // Bytes of all blocks given out and not given back, and of what holders of values add (LocalTable).
-// What a kept evaluation holds is told by how it changes this.
+// A kept evaluation holds as much as it has added to this.
 [[nodiscard]] inline std::size_t liveBytes() { return Slabs::live_bytes_; }
 
 // For memory of the general allocator that belongs to a value.

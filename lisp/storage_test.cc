@@ -66,7 +66,7 @@ TEST(Storage, KeepsBlocksIntactWhileOthersComeAndGo) {
 
 #ifndef LISP_PLAIN_ALLOCATION
 
-// What one size has used and given back serves every other size.
+// Memory that one size has used and given back serves every other size.
 TEST(Storage, ReusesItsMemoryForEverySize) {
   constexpr std::size_t kBytes = 1 << 20;
   const std::size_t slabs_before = slabsInUse();

@@ -41,7 +41,7 @@ struct Interned : Counted {
 // The text of string values.
 struct Text : Interned<Text> {};
 
-// What the evaluator does with a list that begins with a name.
+// The evaluator's work on a list that begins with a name.
 enum class Operation : std::uint8_t {
   Quote,
   Setq,

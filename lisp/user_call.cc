@@ -1,4 +1,4 @@
-// How user functions are called: the order of the contract, and a short way for most calls.
+// Calls of user functions: the order of the contract, and a short way for most calls.
 
 #include <cstddef>
 

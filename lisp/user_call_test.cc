@@ -239,7 +239,7 @@ TEST(UserCall, TakesTheCopyBeforeArgumentsThatAssignManyNames) {
       {begin + "(LIST (I " + kNineTwos +
            ") C1)) (DEFUN I (X) (LIST (J) (H))) (DEFUN J () (SETQ C1 5) (H)) (F)",
        "(((5 1) (1 1)) 2)"},
-      // What an argument has assigned before nested calls, between them and in them.
+      // Names that an argument assigns before nested calls, between them and in them.
       {begin + "(LIST (G (PROGN " + kNineTwos + "(G " + kNineThrees + "))) C1 C9)) (F)",
        "((1 1 (2 2 3)) 3 3)"},
       {begin + "(LIST (G (LIST (G " + kNineTwos + ") (G " + kNineThrees + ") (H))) C1)) (F)",

@@ -30,7 +30,7 @@ std::span<const LispValue> elementsOf(const LispValue& list) {
 // Those that wait to be taken apart.
 constinit UserFunction* dead_functions = nullptr;
 
-// What a form begins with if that is a special form, which no program can define anew.
+// The operator of a form if it is a special form, which no program can define anew.
 Operation specialFormOf(const Chunk& form) {
   const RawValue& first = form.slots()[0].raw();
   return first.tag() == Tag::Symbol ? symbolOf(first).base_operation : Operation::Unknown;

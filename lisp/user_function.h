@@ -1,4 +1,4 @@
-// What DEFUN makes: the record of a user function.
+// The record of a user function, which DEFUN makes.
 
 #ifndef LISP_USER_FUNCTION_H_
 #define LISP_USER_FUNCTION_H_
@@ -81,7 +81,7 @@ class UserFunction : public Counted {
   UserFunction* next_dead_ = nullptr;
 };
 
-// Whether a form that begins with DEFUN defines a function: it has a name, a list of symbols, and
+// True when a form that begins with DEFUN defines a function: it has a name, a list of symbols, and
 // something to evaluate.
 [[nodiscard]] bool isDefinition(const Chunk& items);
 

@@ -37,7 +37,7 @@ enum class Tag : std::uint32_t {
   Failed = 7,     // A result whose failure is parked in the interpreter.
 };
 
-// What every shared record begins with: how many values, bindings and tables hold it. Plain, not
+// The beginning of every shared record: how many values, bindings and tables hold it. Plain, not
 // atomic: one thread does everything. A count of 2^32 would need 64 GiB of holders.
 struct Counted {
   std::uint32_t references = 1;

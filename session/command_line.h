@@ -1,4 +1,4 @@
-// What lisp_session is asked to do.
+// The command line of lisp_session.
 
 #ifndef SESSION_COMMAND_LINE_H_
 #define SESSION_COMMAND_LINE_H_

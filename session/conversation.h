@@ -1,4 +1,4 @@
-// What a recorded session was about: programs, the calls that they made, their answers and ends,
+// The contents of a recorded session: programs, the calls that they made, their answers and ends,
 // and the coordinate contexts that they ran under.
 
 #ifndef SESSION_CONVERSATION_H_
@@ -47,7 +47,7 @@ struct Conversation {
   std::vector<Run> runs;
   std::vector<Evaluation> evaluations;
 
-  // Whether an evaluation has stopped at a host call.
+  // True when an evaluation has stopped at a host call.
   [[nodiscard]] bool isCall(const Evaluation& evaluation) const;
 
   // The evaluation that stopped at call `number` of `run`, counted from 1; null when there is none.

@@ -24,7 +24,7 @@ struct Difference {
                                                               const client::Datum& made,
                                                               const std::string& element_name);
 
-// Whether a value is a NaN or holds one.
+// True when a value is a NaN or holds one.
 [[nodiscard]] bool holdsNaN(const client::Datum& datum);
 
 }  // namespace lisp_worker::session

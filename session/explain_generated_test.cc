@@ -40,7 +40,7 @@ struct Call {
   }
 };
 
-// What the host says and how it answers.
+// The host's part of a conversation.
 struct Script {
   std::vector<std::string> setup;  // Programs without host calls.
   std::string program;

@@ -12,7 +12,7 @@ namespace lisp_worker::session {
 
 void FrameSplitter::feed(std::string_view bytes,
                          const std::function<void(std::string_view frame)>& take) {
-  // What follows the last frame is not kept: a host may send it without end.
+  // Bytes after the last frame are not kept: a host may send them without end.
   if (is_over_) return;
   rest_ += bytes;
   std::string_view unread = rest_;

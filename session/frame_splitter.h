@@ -16,7 +16,7 @@ class FrameSplitter {
   // the last one: what follows belongs to none.
   void feed(std::string_view bytes, const std::function<void(std::string_view frame)>& take);
 
-  // Whether such a header has come.
+  // True when such a header has come.
   [[nodiscard]] bool isOver() const { return is_over_; }
 
   // The bytes of the frame that is not whole yet; or those after the last one.

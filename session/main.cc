@@ -121,7 +121,7 @@ ExitCode showFrames(const RecordedSession& session, const std::optional<std::siz
   return ExitCode::Done;
 }
 
-// What comes before a damage can still be looked at.
+// Records before a damage can still be looked at.
 ExitCode show(const CommandLine& line) {
   if (const auto frames = framesIn(line.files[0])) return showFrames(*frames, line.number);
   const auto reader = open(line.files[0]);

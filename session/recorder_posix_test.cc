@@ -59,7 +59,7 @@ TEST_F(PosixRecorder, IsLeftAloneByAForkedCopy) {
   EXPECT_EQ(session->records.size(), 8u);  // A start, three requests with responses, an end.
 }
 
-// What programs were about is nobody else's business.
+// Programs may be confidential.
 TEST_F(PosixRecorder, MakesAFileThatOnlyItsUserCanRead) {
   const mode_t previous = ::umask(0);
   const auto recorder = Recorder::create(path_, nullptr);

@@ -121,7 +121,7 @@ TEST(SessionReplay, TellsThatThereIsNoWorker) {
 TEST(SessionReplay, GivesUpAWorkerThatDoesNotAnswer) {
   const std::string path = testing_support::environment("LISP_FAULTY_WORKER_PATH");
   RecordedSession recorded = someSession();
-  // What the faulty worker takes for its orders: no fault known to it, so one that stalls.
+  // The faulty worker takes this for its orders: no fault known to it, so it stalls.
   recorded.records[1].body =
       std::string("\3\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 16) + recorded.records[1].body;
   // It is waited for once, not for every response.
@@ -169,7 +169,7 @@ TEST(SessionReplay, GoesOnAfterAnEndFromOutside) {
   EXPECT_EQ(firstDifference(other, replaySession(other, realWorker(), kPatience).made), 2u);
 }
 
-// What ends there is the recording, and not the worker.
+// The recording ends there, and not the worker.
 TEST(SessionReplay, InventsNoEndForAWorkerWithARequestInHand) {
   const RecordedSession recorded = endedInstead({Kind::Exited, 0}, std::nullopt);
   for (int n = 0; n < 20; ++n) {

@@ -43,7 +43,7 @@ class DispatcherTest : public testing::Test {
   std::string response_;
 };
 
-// What a request has used up of what is shared by all is there again for the next one.
+// A request that uses up a shared limit leaves all of it to the next one.
 TEST_F(DispatcherTest, GivesEachRequestItsOwnHaste) {
   lisp::renewHaste(1);
   lisp::renewComparisons(1);

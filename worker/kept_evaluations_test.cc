@@ -370,7 +370,7 @@ TEST_F(KeptEvaluationsTest, LeaveNothingBehind) {
     }
     EXPECT_EQ(evaluation.keptEvaluations().count(), 64U);
   };
-  // What the process makes once and keeps is there after the first time.
+  // The process makes some things once, the first time, and keeps them.
   come_and_go();
   lisp::takeAllApart();
   const std::size_t symbols = lisp::symbolCount();

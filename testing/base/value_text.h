@@ -25,7 +25,7 @@ namespace lisp_worker::testing_support {
 
 namespace lisp {
 
-// How GoogleTest prints.
+// For GoogleTest's messages.
 void PrintTo(const LispValue& value, std::ostream* out);
 void PrintTo(const EvalOutcome& outcome, std::ostream* out);
 

@@ -76,7 +76,7 @@ std::vector<Recorded> conversations() {
   return all;
 }
 
-// Whether `output` ends where a response ends.
+// True when `output` ends where a response ends.
 bool holdsWholeResponses(const std::string& output) {
   std::size_t position = 0;
   while (position + worker::kHeaderSize <= output.size()) {

@@ -55,7 +55,7 @@ struct DocumentBlock {
 [[nodiscard]] std::vector<std::size_t> recordSizesOf(std::string_view document,
                                                      std::string_view heading);
 
-// Whether `text` is `pattern` with something in the place of each of its words in angle brackets:
+// True when `text` is `pattern` with something in the place of each of its words in angle brackets:
 // "unbound symbol: <name>" fits "unbound symbol: X".
 [[nodiscard]] bool fitsPattern(std::string_view text, std::string_view pattern);
 

@@ -41,10 +41,10 @@ LiteralValue literalTruth();
 // Everything but Nil is true: the empty list, zero and the empty string included.
 [[nodiscard]] bool literalIsTrue(const LiteralValue& value);
 
-// Whether `value` is a list of numbers only. The empty list is one, Nil is not.
+// True when `value` is a list of numbers only. The empty list is one, Nil is not.
 [[nodiscard]] bool literalIsNumberList(const LiteralValue& value);
 
-// Whether `value` is a list whose first element is the symbol $KVSEL.
+// True when `value` is a list whose first element is the symbol $KVSEL.
 [[nodiscard]] bool literalIsSelectionSet(const LiteralValue& value);
 
 // Structural equality: kinds never mix, -0.0 equals 0.0, NaN equals nothing, itself included.

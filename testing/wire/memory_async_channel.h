@@ -19,7 +19,7 @@
 
 namespace lisp_worker::testing_support {
 
-// What a test and the channel share; it outlives the channel.
+// Shared by a test and the channel; it outlives the channel.
 struct MemoryPipes {
   std::string incoming;              // For the client, which takes from its beginning.
   std::string written;               // By the client.

@@ -9,7 +9,7 @@
 
 namespace lisp_worker::testing_support {
 
-// Whether the handle becomes ready within `limit`.
+// True when the handle becomes ready within `limit`.
 [[nodiscard]] bool waitForHandle(client::WaitHandle handle, std::chrono::milliseconds limit);
 
 }  // namespace lisp_worker::testing_support

@@ -18,8 +18,8 @@
 
 namespace lisp_worker::client {
 
-// What an event loop waits for. On POSIX systems a descriptor that becomes readable; on Windows a
-// HANDLE of an event that becomes signaled.
+// The handle that an event loop waits for. On POSIX systems a descriptor that becomes readable; on
+// Windows a HANDLE of an event that becomes signaled.
 using WaitHandle = std::intptr_t;
 
 // Everything is for one thread, except wake and kill.

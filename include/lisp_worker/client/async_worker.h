@@ -42,7 +42,7 @@ namespace lisp_worker::client {
 // Names a program of one AsyncWorker; never 0, never used again.
 using ProgramId = std::uint64_t;
 
-// What became of a program.
+// The end of a program.
 struct ProgramOutcome {
   enum class Kind : std::uint8_t {
     Finished,    // As the report says, which is that of runProgram.
@@ -57,7 +57,7 @@ struct ProgramOutcome {
   [[nodiscard]] bool hasValue() const { return kind == Kind::Finished && report.hasValue(); }
 };
 
-// How far a program has come.
+// The progress of a program.
 struct ProgramProgress {
   enum class State : std::uint8_t {
     Queued,      // It, or an answer to it, has not been sent yet.
@@ -78,7 +78,7 @@ struct ProgramSettings {
   // A program that makes more host calls is cancelled.
   std::size_t host_call_count_max = 10000;
 
-  // How long the whole program may take, answers included; zero: forever. One that is being
+  // The time that the whole program may take, answers included; zero: forever. One that is being
   // evaluated when the time has passed ends with what that comes to, if it comes to an end.
   std::chrono::milliseconds time_limit{0};
 
@@ -91,7 +91,7 @@ struct ProgramSettings {
 };
 
 struct AsyncSettings {
-  // How long one request may take; what passes it ends the worker. Zero: forever.
+  // The time that one request may take; one that passes it ends the worker. Zero: forever.
   std::chrono::milliseconds time_limit{30000};
 
   // Sees every frame, without the freedoms of a callback; null: nobody does. Must outlive the
@@ -162,13 +162,13 @@ class AsyncWorker {
   // Asks whether the worker answers; `on_end` is told.
   void ping(std::function<void(bool is_answered)> on_end);
 
-  // How far a program has come; empty when it has ended.
+  // The progress of a program; empty when it has ended.
   [[nodiscard]] std::optional<ProgramProgress> progress(ProgramId program) const;
 
   // Why there is no worker to talk to; empty while all is well.
   [[nodiscard]] const std::optional<Fault>& fault() const;
 
-  // How the last worker has ended; empty while one runs and before the first.
+  // The end of the last worker; empty while one runs and before the first.
   [[nodiscard]] const std::optional<WorkerExit>& exit() const;
 
  private:

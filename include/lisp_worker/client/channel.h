@@ -43,7 +43,7 @@ class Channel {
   // deadline takes it back when it has been kept. A channel that never waits need not care.
   virtual void setDeadline(Deadline /*deadline*/) {}
 
-  // Whether a write or a read has given up at its deadline. Nothing can be said to the worker
+  // True when a write or a read has given up at its deadline. Nothing can be said to the worker
   // after that.
   [[nodiscard]] virtual bool hasTimedOut() const { return false; }
 };

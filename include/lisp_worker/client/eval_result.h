@@ -1,4 +1,4 @@
-// What an evaluation came to, decoded from the payload that answers EvalStart and EvalResume.
+// The result of an evaluation, decoded from the payload that answers EvalStart and EvalResume.
 
 #ifndef LISP_WORKER_CLIENT_EVAL_RESULT_H_
 #define LISP_WORKER_CLIENT_EVAL_RESULT_H_

@@ -1,5 +1,5 @@
-// How near an evaluation has come to the worker's limits, so that a host can tell its users before
-// their programs fail. Nothing is printed; a host asks.
+// The use that an evaluation has made of the worker's limits, so that a host can tell its users
+// before their programs fail. Nothing is printed; a host asks.
 
 #ifndef LISP_WORKER_CLIENT_LIMITS_H_
 #define LISP_WORKER_CLIENT_LIMITS_H_

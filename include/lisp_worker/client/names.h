@@ -1,4 +1,4 @@
-// What the protocol's numbers mean, in words for people: for each enumeration the name of every
+// The protocol's numbers in words for people: for each enumeration the name of every
 // value, as the code spells it, and one line that explains it.
 
 #ifndef LISP_WORKER_CLIENT_NAMES_H_

@@ -15,7 +15,7 @@
 
 namespace lisp_worker::client {
 
-// How a worker ended.
+// The end of a worker.
 struct WorkerExit {
   // Recorded sessions hold the numbers.
   enum class Kind : std::uint8_t {
@@ -54,7 +54,7 @@ class WorkerProcess : public Channel {
   // As finish, with another grace. With none, a worker that has not ended yet is killed at once.
   virtual WorkerExit finishWithin(std::chrono::milliseconds grace) = 0;
 
-  // How the worker has ended, if it does so by itself within `grace`. Closes nothing.
+  // The end of the worker, if it comes by itself within `grace`. Closes nothing.
   [[nodiscard]] virtual std::optional<WorkerExit> waitForEnd(std::chrono::milliseconds grace) = 0;
 
   // Waits for bytes from the worker and puts as many as there are, `size` at most, into `buffer`.

@@ -35,7 +35,7 @@ struct RunSettings {
   HostTransaction* transaction = nullptr;
 };
 
-// How a program carried through its host calls has ended.
+// The end of a program that was carried through its host calls.
 enum class RunEnd : std::uint8_t {
   Value,         // It has ended with a value.
   ReadError,     // It, or an answer, could not be read.

@@ -100,7 +100,7 @@ class Worker {
   // well.
   [[nodiscard]] const std::optional<Fault>& fault() const { return fault_; }
 
-  // How the last worker has ended; empty while one runs and before the first.
+  // The end of the last worker; empty while one runs and before the first.
   [[nodiscard]] const std::optional<WorkerExit>& exit() const { return exit_; }
 
  private:

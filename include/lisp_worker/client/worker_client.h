@@ -61,9 +61,9 @@ struct Fault {
 };
 
 struct ClientSettings {
-  // How long one request may take, from its first byte to the last of its response. Zero: forever.
-  // The worker itself bounds every evaluation by its step limit, so what passes a limit of seconds
-  // is a worker that is stuck, or none at all.
+  // The time that one request may take, from its first byte to the last of its response. Zero:
+  // forever. The worker itself bounds every evaluation by its step limit, so what passes a limit of
+  // seconds is a worker that is stuck, or none at all.
   std::chrono::milliseconds time_limit{30000};
 
   // The same for the request to end, which an idle worker answers at once. Zero: only time_limit

@@ -45,7 +45,7 @@ struct Explanation {
 
 inline constexpr std::size_t kExplanationLinesMax = 25;
 
-// What sets `made` apart from `recorded`. Empty when nothing does.
+// The differences of `made` from `recorded`. Empty when there are none.
 [[nodiscard]] std::optional<Explanation> explainDifference(const RecordedSession& recorded,
                                                            const RecordedSession& made);
 

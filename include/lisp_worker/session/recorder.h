@@ -37,7 +37,7 @@ class Recorder final : public client::FrameObserver {
   void onBrokenResponse(std::string_view bytes) override;
   void onEnd(const client::WorkerExit& exit) override;
 
-  // Whether everything so far is in the file.
+  // True when everything so far is in the file.
   [[nodiscard]] bool isComplete() const { return failure().empty(); }
 
   // Why the recording has ended, in a line for a person; empty while it is complete.

@@ -96,7 +96,7 @@ struct Record {
   friend bool operator==(const Record&, const Record&) = default;
 };
 
-// How the reading of a file has ended.
+// The end of the reading of a file.
 enum class FileEnd : std::uint8_t {
   Whole,    // After its last record.
   Cut,      // Inside a record, as when the recording program was ended.
