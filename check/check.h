@@ -20,7 +20,8 @@ enum class Severity : std::uint8_t {
   Warning,  // It works, but perhaps not as its writer thinks.
 };
 
-inline constexpr std::size_t kFindingCountMax = 100;
+// Of one search. The console shows one less, and so knows whether there are more.
+inline constexpr std::size_t kFindingCountMax = 101;
 
 struct Finding {
   Severity severity = Severity::Error;

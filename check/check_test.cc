@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -289,6 +290,14 @@ TEST(Check, TakesLargeTexts) {
     EXPECT_LE(findingsIn({text}).size(), kFindingCountMax);
     const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
     EXPECT_LT(seconds, seconds_max) << text.substr(0, 60);
+  }
+}
+
+TEST(Check, FindsOneMoreThanIsShownAndThenStops) {
+  for (const std::size_t count :
+       {kFindingCountMax - 1, kFindingCountMax, kFindingCountMax + 1, 10 * kFindingCountMax}) {
+    const std::string text = repeated(count, [](std::size_t) { return std::string("(NO-SUCH)"); });
+    EXPECT_EQ(findingsIn({text}).size(), std::min(count, kFindingCountMax)) << count;
   }
 }
 

@@ -56,10 +56,6 @@ void narrow(explain::FaultyForm& fault, std::size_t argument) {
   fault.end = call->items[argument + 1].end;
 }
 
-std::string counted(std::uint64_t count) {
-  return std::to_string(count) + (count == 1 ? " step" : " steps");
-}
-
 }  // namespace
 
 void Explainer::start(std::string_view name, std::string_view text,
@@ -226,7 +222,7 @@ std::string Explainer::finish(const client::Reply<client::EvalResult>& reply) {
       call.place.reset();
     }
     return "no explanation: followed here, the program comes to \"" + outcome_.message +
-           "\" after " + counted(outcome_.steps) + "\n";
+           "\" after " + explain::counted(outcome_.steps, "step") + "\n";
   }
   return result.eval_status == EvalStatus::Value ? "" : explain::explanationOf(outcome_);
 }

@@ -36,6 +36,7 @@
 #include "console/test_runner.h"
 #include "console/watch/watch.h"
 #include "explain/evaluation.h"
+#include "explain/value_text.h"
 #include "lisp_worker/client/names.h"
 #include "lisp_worker/client/process.h"
 #include "lisp_worker/client/version.h"
@@ -341,23 +342,25 @@ class CheckReport {
     std::stable_sort(
         findings.begin(), findings.end(),
         [](const check::Finding& a, const check::Finding& b) { return a.begin < b.begin; });
+    const bool has_more = findings.size() > kShownMax;
+    if (has_more) findings.resize(kShownMax);
     for (const check::Finding& finding : findings) {
       ++(finding.severity == check::Severity::Error ? error_count_ : warning_count_);
       std::cout << check::describe(finding);
     }
-    if (findings.size() >= check::kFindingCountMax) {
-      std::cout << "... of more than " << check::kFindingCountMax << " these are the first\n";
-    }
+    if (has_more) std::cout << "... of more than " << kShownMax << " these are the first\n";
   }
 
   ExitCode finish(std::size_t program_count) const {
-    std::cout << program_count << (program_count == 1 ? " program, " : " programs, ")
-              << error_count_ << (error_count_ == 1 ? " error, " : " errors, ") << warning_count_
-              << (warning_count_ == 1 ? " warning\n" : " warnings\n");
+    std::cout << explain::counted(program_count, "program") << ", "
+              << explain::counted(error_count_, "error") << ", "
+              << explain::counted(warning_count_, "warning") << "\n";
     return error_count_ == 0 ? ExitCode::AllAsExpected : ExitCode::SomeUnexpected;
   }
 
  private:
+  static constexpr std::size_t kShownMax = check::kFindingCountMax - 1;
+
   std::size_t error_count_ = 0;
   std::size_t warning_count_ = 0;
 };

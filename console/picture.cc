@@ -21,6 +21,7 @@
 #include "console/sheet_picture.h"
 #include "console/svg.h"
 #include "console/systems_picture.h"
+#include "explain/value_text.h"
 #include "lisp_worker/client/number_text.h"
 
 namespace lisp_worker::console {
@@ -129,10 +130,6 @@ std::string panelElement(const Panel& panel, std::string_view caption, const Dra
          panelContent(panel, drawing, marks, context, options);
 }
 
-std::string counted(std::size_t count, const char* thing, const char* things) {
-  return std::to_string(count) + " " + (count == 1 ? thing : things);
-}
-
 // --- The page ---------------------------------------------------------------------------------
 
 class Page {
@@ -176,9 +173,10 @@ class Page {
       text += svgLabel(kMargin, kMargin + 18, options_.title, "class=\"title\"");
     }
     if (has_two_) {
-      text += panelElement(before_panel,
-                           "before: " + counted(before_.entities().size(), "entity", "entities"),
-                           before_, before_marks_, context_, options_);
+      text += panelElement(
+          before_panel,
+          "before: " + explain::counted(before_.entities().size(), "entity", "entities"), before_,
+          before_marks_, context_, options_);
     }
     text += panelElement(after_panel, afterCaption(), after_, after_marks_, context_, options_);
     return text + legend + "</svg>\n";
@@ -196,7 +194,7 @@ class Page {
   }
 
   [[nodiscard]] std::string afterCaption() const {
-    const std::string count = counted(after_.entities().size(), "entity", "entities");
+    const std::string count = explain::counted(after_.entities().size(), "entity", "entities");
     if (!has_two_) {
       return count +
              (before_.entities().empty() ? ", drawn on an empty sheet" : ", nothing has changed");

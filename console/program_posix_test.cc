@@ -149,6 +149,19 @@ TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
   EXPECT_THAT(output, HasSubstr("2 programs, 2 errors"));
 }
 
+TEST_F(ConsoleProgram, ShowsAHundredFindingsAndSaysWhenThereAreMore) {
+  const std::string more = "... of more than 100 these are the first\n";
+  for (const int count : {99, 100, 101}) {
+    std::string text;
+    for (int n = 0; n < count; ++n) text += "(NO-SUCH)\n";
+    run("check " + quoted(file("a.lsp", text)));
+    const std::string end =
+        "1 program, " + std::to_string(std::min(count, 100)) + " errors, 0 warnings\n";
+    EXPECT_THAT(output, EndsWith(count > 100 ? more + end : end));
+    EXPECT_EQ(output.find(more) != std::string::npos, count > 100) << count;
+  }
+}
+
 TEST_F(ConsoleProgram, ChecksLibrariesForWhatTheirProgramsCannotSee) {
   const std::string program = quoted(file("a.lsp", ";@ load lib.lsp\n(F 1)\n"));
   const auto check = [&](const std::string& library) {

@@ -32,14 +32,6 @@ namespace {
 constexpr std::size_t kSpeakerWidth = 8;
 constexpr std::size_t kWhatWidth = 18;
 
-std::string counted(std::size_t count, const std::string& thing, const std::string& things) {
-  return std::to_string(count) + " " + (count == 1 ? thing : things);
-}
-
-std::string counted(std::size_t count, const std::string& thing) {
-  return counted(count, thing, thing + "s");
-}
-
 Style styleOf(EntityChange::Kind kind) {
   switch (kind) {
     case EntityChange::Kind::Added:
@@ -83,8 +75,8 @@ std::string whyRefused(WorkerStatus status, std::size_t program_size) {
   if (program_size <= worker::kPayloadSizeMax) {
     return "an answer, or what the program came to, is too long to send";
   }
-  return "the program is too long to send: it has " + counted(program_size, "byte") + ", and " +
-         std::to_string(worker::kPayloadSizeMax) +
+  return "the program is too long to send: it has " + explain::counted(program_size, "byte") +
+         ", and " + std::to_string(worker::kPayloadSizeMax) +
          " are the most; move functions into libraries of their own (--load)";
 }
 
@@ -226,7 +218,7 @@ void Session::settle(const Drawing& found, bool keeps) {
   if (!has_changed) return;
   printLine("drawing", "untouched",
             "what the program had changed is taken back" +
-                (count == 0 ? "" : ": " + counted(count, "entity", "entities")) +
+                (count == 0 ? "" : ": " + explain::counted(count, "entity", "entities")) +
                 "   [--keep keeps it]",
             Style::Warning);
 }
@@ -282,7 +274,7 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
   calls_.clear();
   has_value_ = false;
   tell("host", "EvalStart",
-       "the program, " + counted(program.size(), "byte") + ", under context " +
+       "the program, " + explain::counted(program.size(), "byte") + ", under context " +
            std::to_string(context_.id));
   auto reply = worker_->evalStart(program, context_.id);
   std::size_t call_count = 0;
@@ -291,12 +283,13 @@ ProgramEnd Session::converse(std::string_view program, const Script& script) {
     printResponse(*reply, ++call_count);
     if (call_count > host_call_count_max_) {
       return cancel(*reply->value, "this program makes more than " +
-                                       counted(host_call_count_max_, "host call") +
+                                       explain::counted(host_call_count_max_, "host call") +
                                        " (--max-calls allows more)");
     }
     if (progress_ && !progress_({call_count - 1, reply->value->steps, drawing_.entities().size(),
                                  [this] { return placeOfWaitingCall(); }})) {
-      return cancel(*reply->value, "cancelled after " + counted(call_count - 1, "host call"));
+      return cancel(*reply->value,
+                    "cancelled after " + explain::counted(call_count - 1, "host call"));
     }
     if (!registerContext(script, call_count)) {
       return cancel(*reply->value, "the context could not be registered");
@@ -396,7 +389,7 @@ void Session::printPicks(const std::vector<std::string>& picks) {
     text += (n == 0 ? "" : ", ") + picks[n];
   }
   if (picks.size() > kPicksShownMax) {
-    text += " and " + counted(picks.size() - kPicksShownMax, "more", "more");
+    text += " and " + explain::counted(picks.size() - kPicksShownMax, "more", "more");
   }
   printLine("picks", kByRule, text + "   [--ask asks you, --answers reads a file]");
 }
@@ -495,7 +488,7 @@ void Session::printProgram(std::string_view program) {
     if (++count <= kProgramLineCountMax) out_ << "    " << displayText(line) << "\n";
   }
   if (count > kProgramLineCountMax) {
-    out_ << "    ... and " << counted(count - kProgramLineCountMax, "line") << " more\n";
+    out_ << "    ... and " << explain::counted(count - kProgramLineCountMax, "line") << " more\n";
   }
 }
 
@@ -519,7 +512,7 @@ void Session::printResponse(const Reply<EvalResult>& reply, std::size_t call_cou
       style = Style::Error;
       text = "error: " + displayText(result.text);
   }
-  text += "   [" + counted(result.steps, "step") + "]";
+  text += "   [" + explain::counted(result.steps, "step") + "]";
   if (is_brief_) {
     out_ << style << text << Style::Plain << "\n";
   } else {

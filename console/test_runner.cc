@@ -7,6 +7,7 @@
 #include "console/explainer.h"
 #include "console/host.h"
 #include "console/session.h"
+#include "explain/value_text.h"
 #include "lisp_worker/client/worker_client.h"
 
 namespace lisp_worker::console {
@@ -14,10 +15,6 @@ namespace {
 
 bool expectsAnything(const Script& script) {
   return script.expectation || script.expected_entity_count || !script.expected_entities.empty();
-}
-
-std::string counted(std::size_t count, const char* thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
 }  // namespace
@@ -48,7 +45,7 @@ std::string TestRunner::runQuietly(const Program& program, client::WorkerProcess
   std::string broken = endWorker(worker, process);
   if (session.refusedCount() != 0) {
     report.push_back("  expected  no refused host call\n  got       " +
-                     counted(session.refusedCount(), "refused host call") + "\n");
+                     explain::counted(session.refusedCount(), "refused host call") + "\n");
   }
   for (const Mismatch& mismatch : session.mismatches()) {
     const Mismatch shown = shortened(mismatch);
@@ -82,7 +79,7 @@ bool TestRunner::run(const Program& program, std::string& error) {
 
 void TestRunner::printSummary() const {
   const std::size_t passed = count_ - failed_.size();
-  out_ << counted(count_, "program") << ": " << passed << " passed, " << failed_.size()
+  out_ << explain::counted(count_, "program") << ": " << passed << " passed, " << failed_.size()
        << " failed";
   if (without_expectation_count_ != 0) {
     out_ << "; " << without_expectation_count_ << " of those that passed "

@@ -115,7 +115,11 @@ std::optional<std::string> write(const lisp::LispValue& value, std::size_t size_
 }
 
 std::string counted(std::size_t count, const char* thing) {
-  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+  return counted(count, thing, (thing + std::string("s")).c_str());
+}
+
+std::string counted(std::size_t count, const char* thing, const char* things) {
+  return std::to_string(count) + " " + (count == 1 ? thing : things);
 }
 
 std::string kindOf(const lisp::LispValue& value) {

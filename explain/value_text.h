@@ -18,8 +18,9 @@ namespace explain {
 // read as something else, lists deeper than the reader allows, or more than `size_max` bytes.
 [[nodiscard]] std::optional<std::string> write(const lisp::LispValue& value, std::size_t size_max);
 
-// "1 argument", "2 arguments"
+// "1 argument", "2 arguments"; "1 entity", "2 entities"
 [[nodiscard]] std::string counted(std::size_t count, const char* thing);
+[[nodiscard]] std::string counted(std::size_t count, const char* thing, const char* things);
 
 // "a number", "a text", ...
 [[nodiscard]] std::string kindOf(const lisp::LispValue& value);
