@@ -121,28 +121,21 @@ const std::optional<client::WorkerExit>& exitOf(const lisp_async_worker* handle)
 
 lisp_async_worker* lisp_async_worker_new(const lisp_async_options* options,
                                          const char** reason_out) {
-  const char* reason = nullptr;
-  if (reason_out == nullptr) reason_out = &reason;
-  *reason_out = nullptr;
-  const auto known = c_interface::readStructure(options, reason_out);
-  if (!known) return nullptr;
-  const auto path = c_interface::programPath(known->path, known->path_size, reason_out);
-  if (!path) return nullptr;
-  auto observers = Observers::create(known->recorder, known->observer, reason_out);
-  if (observers == nullptr) return nullptr;
+  auto setup = c_interface::readSetup(options, reason_out);
+  if (!setup) return nullptr;
   auto made = std::make_unique<lisp_async_worker>();
   lisp_async_worker* const handle = made.get();
-  handle->options = *known;
-  handle->observers = std::move(observers);
+  handle->options = setup->options;
+  handle->observers = std::move(setup->observers);
   client::AsyncSettings settings{.observer = handle->observers.get()};
-  settings.time_limit = c_interface::limitOf(known->time_limit_ms, settings.time_limit);
-  if (known->on_fault != nullptr) {
+  settings.time_limit = c_interface::limitOf(handle->options.time_limit_ms, settings.time_limit);
+  if (handle->options.on_fault != nullptr) {
     settings.on_fault = [handle](const client::Fault&) {
       const lisp_async_options& own = handle->options;
       notify([&] { return own.on_fault(own.user, handle); });
     };
   }
-  const auto start = [path = *path](std::string* error_out) {
+  const auto start = [path = std::move(setup->path)](std::string* error_out) {
     return c_interface::startProgram(path, client::startAsyncWorker, error_out);
   };
   handle->worker = std::make_unique<AsyncWorker>(start, std::move(settings));

@@ -181,22 +181,15 @@ lisp_worker_handle* lisp_worker_new(const char* path, uint32_t time_limit_ms) {
 }
 
 lisp_worker_handle* lisp_worker_open(const lisp_worker_options* options, const char** reason_out) {
-  const char* reason = nullptr;
-  if (reason_out == nullptr) reason_out = &reason;
-  *reason_out = nullptr;
-  const auto known = c_interface::readStructure(options, reason_out);
-  if (!known) return nullptr;
-  const auto path = c_interface::programPath(known->path, known->path_size, reason_out);
-  if (!path) return nullptr;
-  auto observers = Observers::create(known->recorder, known->observer, reason_out);
-  if (observers == nullptr) return nullptr;
+  auto setup = c_interface::readSetup(options, reason_out);
+  if (!setup) return nullptr;
   auto handle = std::make_unique<lisp_worker_handle>();
-  handle->path = *path;
-  handle->observers = std::move(observers);
+  handle->path = std::move(setup->path);
+  handle->observers = std::move(setup->observers);
   handle->settings.time_limit =
-      c_interface::limitOf(known->time_limit_ms, handle->settings.time_limit);
+      c_interface::limitOf(setup->options.time_limit_ms, handle->settings.time_limit);
   handle->settings.stop_time_limit =
-      c_interface::limitOf(known->stop_time_limit_ms, handle->settings.stop_time_limit);
+      c_interface::limitOf(setup->options.stop_time_limit_ms, handle->settings.stop_time_limit);
   return handle.release();
 }
 

@@ -1,5 +1,5 @@
-// Options that both kinds of workers of the C interface read: the path of the worker's program, and
-// limits of time.
+// Options that both kinds of workers of the C interface read: the path of the worker's program, its
+// observers, and limits of time.
 
 #ifndef C_INTERFACE_PROGRAM_FILE_H_
 #define C_INTERFACE_PROGRAM_FILE_H_
@@ -9,11 +9,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "c_interface/objects.h"
+#include "c_interface/observers.h"
 #include "client/system_text.h"
 
 namespace lisp_worker::c_interface {
@@ -26,6 +29,30 @@ namespace lisp_worker::c_interface {
   if (text.find('\0') == text.npos) return std::string(text);
   *reason_out = "the path holds a zero";
   return std::nullopt;
+}
+
+// The options of a worker, and the objects made of those that both kinds have.
+template <typename Options>
+struct WorkerSetup {
+  Options options;
+  std::string path;
+  std::unique_ptr<Observers> observers;
+};
+
+// Empty, with the reason in `reason_out` unless that is null, when an option cannot be used.
+template <typename Options>
+[[nodiscard]] std::optional<WorkerSetup<Options>> readSetup(const Options* given,
+                                                            const char** reason_out) {
+  const char* reason = nullptr;
+  if (reason_out == nullptr) reason_out = &reason;
+  *reason_out = nullptr;
+  const std::optional<Options> options = readStructure(given, reason_out);
+  if (!options) return std::nullopt;
+  std::optional<std::string> path = programPath(options->path, options->path_size, reason_out);
+  if (!path) return std::nullopt;
+  auto observers = Observers::create(options->recorder, options->observer, reason_out);
+  if (observers == nullptr) return std::nullopt;
+  return WorkerSetup<Options>{*options, *std::move(path), std::move(observers)};
 }
 
 // Has `start` start the program; its reason names the program.
