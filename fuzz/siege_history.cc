@@ -19,11 +19,12 @@ using testing_support::shortName;
 using worker::MessageType;
 
 constexpr std::size_t kTextMax = worker::kPayloadSizeMax;
-constexpr std::uint32_t kCountMax = 200000;
+constexpr std::uint32_t kCountMax = 300000;
 constexpr std::uint32_t kRepeatsMax = 150;          // Of programs that may be large.
 constexpr std::uint32_t kSmallRepeatsMax = 400000;  // Of pings and host calls.
 constexpr std::size_t kMovesMax = 8;
 constexpr std::size_t kPiecesMax = 3;
+constexpr std::size_t kRoomMin = 12000;  // Of each piece.
 
 std::string numbered(char letter, std::size_t number) {
   return letter + std::to_string(number) + ".";
@@ -104,6 +105,11 @@ std::string functionText(const Piece& piece, std::size_t number, std::size_t roo
   }
 }
 
+// Reads variables that no function here has, from below all of them.
+std::string readingLoop(std::size_t reads) {
+  return "(WHILE (< .N 30000) (SETQ .N (+ .N .G" + repeated(" .Z", reads) + ")))";
+}
+
 std::string functionsText(const Piece& piece, std::size_t number, std::size_t room) {
   const std::size_t count = std::min<std::size_t>(piece.count, 118);
   const std::size_t locals =
@@ -114,8 +120,8 @@ std::string functionsText(const Piece& piece, std::size_t number, std::size_t ro
             names(i * locals, locals, "", false, room) + ") (" + numbered('F', number + i + 1) +
             "))";
   }
-  return text + "(SETQ .N 0 .G 1)(DEFUN " + numbered('F', number + count) +
-         " () (WHILE (< .N 30000) (SETQ .N (+ .N .G))))1";
+  return text + "(SETQ .N 0 .G 1 .Z 0)(DEFUN " + numbered('F', number + count) + " () " +
+         readingLoop(piece.variant % 3 * 50) + ")1";
 }
 
 std::string leafText(const Piece& piece, std::size_t number, std::size_t room) {
@@ -124,7 +130,7 @@ std::string leafText(const Piece& piece, std::size_t number, std::size_t room) {
     return begin + "(SETQ" +
            names(150000 + piece.variant % 1000, piece.count, " 1", false, room - 200) + "))1";
   }
-  return "(SETQ .G 1)" + begin + "(SETQ .N 0) (WHILE (< .N 30000) (SETQ .N (+ .N .G))))1";
+  return "(SETQ .G 1 .Z 0)" + begin + "(SETQ .N 0) " + readingLoop(piece.variant % 3 * 50) + ")1";
 }
 
 std::string waitText(const Piece& piece) {
@@ -335,13 +341,11 @@ Request requestOf(const Move& move, std::uint32_t repeat) {
       break;
   }
   Request request{MessageType::EvalStart, 0, ""};
-  constexpr std::size_t kRoomMin = 12000;
-  for (const Piece& piece : move.pieces) {
-    const std::size_t room = kTextMax - request.payload.size();
-    if (room < kRoomMin) break;
-    request.payload += textOf(piece, repeat, room);
+  for (std::size_t i = 0; i < move.pieces.size(); ++i) {
+    const std::size_t later = (move.pieces.size() - i - 1) * kRoomMin;
+    const std::size_t room = kTextMax - later - request.payload.size();
+    request.payload += textOf(move.pieces[i], repeat, room);
   }
-  request.payload.resize(std::min(request.payload.size(), kTextMax));
   return request;
 }
 
@@ -374,9 +378,20 @@ std::vector<History> firstHistories() {
       histories.push_back(history);
     }
   }
+  // Names that are held by lists of another order than they were made in, and dropped.
+  for (const std::uint32_t count : {kCountMax, kCountMax / 4}) {
+    histories.push_back({move(PieceKind::Names, count, 2, 10), move(PieceKind::Names, count, 6, 10),
+                         move(PieceKind::Drop, kCalls, 1), move(PieceKind::Small, 1, 0, 300)});
+  }
+  // Functions and the call of them in one request.
+  for (std::uint32_t variant = 0; variant < 3; ++variant) {
+    Move maker = move(PieceKind::Functions, kCalls, variant);
+    maker.pieces.push_back(move(PieceKind::Calls, 1, 0).pieces.front());
+    histories.push_back({maker});
+  }
   // Two makers in one request, and an answer on top.
   for (std::uint32_t variant = 0; variant < 7; ++variant) {
-    Move maker = move(PieceKind::Names, kCountMax * 9 / 10, 1);
+    Move maker = move(PieceKind::Names, kCountMax, 1);
     maker.pieces.push_back(move(PieceKind::Growth, kCountMax, variant).pieces.front());
     maker.pieces.push_back(move(PieceKind::Wait, 1, 0).pieces.front());
     histories.push_back({maker, move(PieceKind::Answer, kCountMax, variant)});

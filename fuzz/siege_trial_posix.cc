@@ -33,8 +33,8 @@ namespace lisp_worker::siege {
 namespace {
 
 // A move that takes longer is cut, and so is a history: there are others to try. Microseconds.
-constexpr double kMoveTimeMax = 0.8e6;
-constexpr double kHistoryTimeMax = 2e6;
+constexpr double kMoveTimeMax = 1.2e6;
+constexpr double kHistoryTimeMax = 3e6;
 constexpr rlim_t kMemoryMax = rlim_t{3} << 30;       // Bytes.
 constexpr double kShare = 0.1;                       // Microseconds for a step or a byte.
 constexpr std::uint64_t kWorkOfAnyRequest = 150000;  // As in worker/work_law.cc.
