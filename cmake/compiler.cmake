@@ -7,6 +7,7 @@ option(LISP_PLAIN_ALLOCATION
        OFF)
 
 option(LISP_COVERAGE "Note which lines and branches run" OFF)
+option(LISP_DECISIONS "Note which conditions decide: needs Clang 19" OFF)
 option(LISP_PLAIN_FORMS "Give all forms of an operation one shape, to follow them in a debugger" OFF)
 option(LISP_COUNT_WORK "Count the work of every request and hold it against the law" OFF)
 
@@ -38,6 +39,12 @@ if(LISP_COVERAGE)
   add_compile_options(--coverage -O0 -fno-threadsafe-statics)
   add_compile_definitions(always_inline=unused)
   add_link_options(--coverage)
+endif()
+
+if(LISP_DECISIONS)
+  set(notes -fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc)
+  add_compile_options(${notes})
+  add_link_options(${notes})
 endif()
 
 if(LISP_COUNT_WORK)

@@ -24,6 +24,6 @@ endif()
 # A released worker may make ten system calls (worker/least_privilege_posix.cc). Not restricted are
 # builds whose instrumentation needs others: sanitizers, notes on coverage, and the worker that tells
 # which request broke the law of work.
-if(LISP_SANITIZE OR LISP_COVERAGE OR LISP_COUNT_WORK)
+if(LISP_SANITIZE OR LISP_COVERAGE OR LISP_DECISIONS OR LISP_COUNT_WORK)
   add_compile_definitions(LISP_FREE_SYSTEM_CALLS=1)
 endif()
