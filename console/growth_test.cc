@@ -17,8 +17,8 @@
 #include "console/session.h"
 #include "lisp_worker/client/answer_text.h"
 #include "lisp_worker/client/worker_client.h"
+#include "testing/base/test_environment.h"
 #include "testing/wire/memory_channel.h"
-#include "testing/workers/watched_worker.h"
 
 namespace lisp_worker::console {
 namespace {

@@ -16,7 +16,6 @@
 #include <thread>
 
 #include "testing/base/test_environment.h"
-#include "testing/workers/watched_worker.h"
 
 namespace lisp_worker::console {
 namespace {

@@ -13,6 +13,7 @@
 #include "lisp/storage.h"
 #include "lisp_worker/worker/frame.h"
 #include "testing/base/same_bytes.h"
+#include "testing/base/test_environment.h"
 #include "testing/cases/attack.h"
 #include "testing/formats/scenario.h"
 #include "testing/generators/greedy_programs.h"

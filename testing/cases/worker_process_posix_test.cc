@@ -20,12 +20,12 @@
 #include <string>
 #include <thread>
 
+#include "testing/base/test_environment.h"
 #include "testing/formats/reference_conversation.h"
 #include "testing/formats/scenario.h"
 #include "testing/workers/child_process.h"
 #include "testing/workers/child_process_posix.h"
 #include "testing/workers/executable_worker.h"
-#include "testing/workers/watched_worker.h"
 #include "testing/workers/worker_process.h"
 
 namespace lisp_worker::testing_support {

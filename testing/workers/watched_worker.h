@@ -66,9 +66,6 @@ class WatchedWorker : public FramePort {
   long largest_growth_ = 0;
 };
 
-// True in a build whose memory and time are a sanitizer's.
-[[nodiscard]] bool isSanitized();
-
 }  // namespace lisp_worker::testing_support
 
 #endif  // TESTING_WORKERS_WATCHED_WORKER_H_

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "lisp_worker/worker/frame.h"
+#include "testing/base/test_environment.h"
 #include "testing/wire/frame_makers.h"
 #include "testing/wire/wire_frames.h"
 #include "testing/workers/watched_worker.h"
@@ -23,14 +24,6 @@ using worker::WorkerStatus;
 std::string beginningOf(std::string_view text) { return std::string(text.substr(0, 200)); }
 
 }  // namespace
-
-bool isSanitized() {
-#ifdef LISP_SANITIZE
-  return true;
-#else
-  return false;
-#endif
-}
 
 WatchedWorker::WatchedWorker() {
   handle({worker::MessageType::Ping, 0, 0, ""});  // The first request finds the worker started.
