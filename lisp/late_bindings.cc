@@ -26,7 +26,7 @@ namespace {
 constexpr int kEntryBits = 18;
 constexpr int kOwnerBits = 8;
 constexpr std::uint32_t kEntriesMax = (1U << kEntryBits) - 1;
-constexpr std::uint32_t kOwnersMax = (1U << kOwnerBits) - 1;
+[[maybe_unused]] constexpr std::uint32_t kOwnersMax = (1U << kOwnerBits) - 1;
 
 }  // namespace
 
