@@ -106,7 +106,8 @@ std::string functionText(const Piece& piece, std::size_t number, std::size_t roo
 }
 
 // Reads variables that no function here has, from below all of them.
-std::string readingLoop(std::size_t reads) {
+std::string readingLoop(std::uint32_t variant) {
+  const std::size_t reads = std::size_t{50} * (variant % 3);
   return "(WHILE (< .N 30000) (SETQ .N (+ .N .G" + repeated(" .Z", reads) + ")))";
 }
 
@@ -121,7 +122,7 @@ std::string functionsText(const Piece& piece, std::size_t number, std::size_t ro
             "))";
   }
   return text + "(SETQ .N 0 .G 1 .Z 0)(DEFUN " + numbered('F', number + count) + " () " +
-         readingLoop(piece.variant % 3 * 50) + ")1";
+         readingLoop(piece.variant) + ")1";
 }
 
 std::string leafText(const Piece& piece, std::size_t number, std::size_t room) {
@@ -130,7 +131,7 @@ std::string leafText(const Piece& piece, std::size_t number, std::size_t room) {
     return begin + "(SETQ" +
            names(150000 + piece.variant % 1000, piece.count, " 1", false, room - 200) + "))1";
   }
-  return "(SETQ .G 1 .Z 0)" + begin + "(SETQ .N 0) " + readingLoop(piece.variant % 3 * 50) + ")1";
+  return "(SETQ .G 1 .Z 0)" + begin + "(SETQ .N 0) " + readingLoop(piece.variant) + ")1";
 }
 
 std::string waitText(const Piece& piece) {
