@@ -1,7 +1,9 @@
 # What every build of the project has in common: the language, the floating-point rules, the
-# warnings, and the two switches that the sanitizer build turns on.
+# warnings, and the switches of the builds that look for faults.
 
 option(LISP_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(LISP_SANITIZE_THREADS "Build the host's side with ThreadSanitizer" OFF)
+option(LISP_SANITIZE_INTEGERS "Report integers that wrap around or lose bits" OFF)
 option(LISP_PLAIN_ALLOCATION
        "Take the storage of values straight from operator new, so that a sanitizer sees every one"
        OFF)
@@ -67,6 +69,25 @@ if(LISP_SANITIZE)
   add_compile_options(${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(${sanitizers})
   add_compile_definitions(LISP_SANITIZE=1)
+endif()
+
+if(LISP_SANITIZE_THREADS)
+  set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1 -D_GLIBCXX_ASSERTIONS")
+  add_compile_options(-fsanitize=thread)
+  add_link_options(-fsanitize=thread)
+  add_compile_definitions(LISP_SANITIZE_THREADS=1)
+endif()
+
+if(LISP_SANITIZE_INTEGERS)
+  set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1 -D_GLIBCXX_ASSERTIONS")
+  # Unsigned arithmetic that wraps around is defined, but where it is meant the code says it
+  # (lisp/wrapping.h); the list has what is not ours. A program goes on after a report, unless
+  # UBSAN_OPTIONS says otherwise, as it does for the tests.
+  set(sanitizers -fsanitize=integer,implicit-conversion,undefined,float-cast-overflow)
+  add_compile_options(${sanitizers}
+                      -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integers_of_others.txt)
+  add_link_options(${sanitizers})
+  add_compile_definitions(LISP_SANITIZE_INTEGERS=1)
 endif()
 
 if(LISP_FUZZ)

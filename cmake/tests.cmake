@@ -15,16 +15,19 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
+# Usually those of this build.
+set(LISP_TESTED_WORKERS ${PROJECT_BINARY_DIR} CACHE PATH "Where the workers are that tests start")
+
 # Where tests find what is outside their own program: tests of whole processes read these. In
 # ctest's output only failing tests speak; started by hand, a program names every test it runs.
 set(lisp_test_environment
     GTEST_BRIEF=1
     LISP_SOURCE_DIR=${PROJECT_SOURCE_DIR}
-    LISP_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_worker${CMAKE_EXECUTABLE_SUFFIX}
+    LISP_WORKER_PATH=${LISP_TESTED_WORKERS}/lisp_worker${CMAKE_EXECUTABLE_SUFFIX}
     LISP_CONSOLE_PATH=${PROJECT_BINARY_DIR}/lisp_console${CMAKE_EXECUTABLE_SUFFIX}
-    LISP_FAILING_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_failing_worker${CMAKE_EXECUTABLE_SUFFIX}
+    LISP_FAILING_WORKER_PATH=${LISP_TESTED_WORKERS}/lisp_failing_worker${CMAKE_EXECUTABLE_SUFFIX}
     LISP_SESSION_PATH=${PROJECT_BINARY_DIR}/lisp_session${CMAKE_EXECUTABLE_SUFFIX}
-    LISP_FAULTY_WORKER_PATH=${PROJECT_BINARY_DIR}/lisp_faulty_worker${CMAKE_EXECUTABLE_SUFFIX})
+    LISP_FAULTY_WORKER_PATH=${LISP_TESTED_WORKERS}/lisp_faulty_worker${CMAKE_EXECUTABLE_SUFFIX})
 if(LISP_SANITIZE)
   # Random conversations take twenty times as long here; the release build holds all of them.
   list(APPEND lisp_test_environment
@@ -39,6 +42,11 @@ if(LISP_SANITIZE)
        ASAN_OPTIONS=detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1
        LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/leaks_of_libraries.txt:print_suppressions=0
        UBSAN_OPTIONS=print_stacktrace=1)
+elseif(LISP_SANITIZE_THREADS)
+  list(APPEND lisp_test_environment LISP_FAULT_STRIDE=61 LISP_FAULT_TIME_LIMIT=3000
+       TSAN_OPTIONS=halt_on_error=1:die_after_fork=0)
+elseif(LISP_SANITIZE_INTEGERS)
+  list(APPEND lisp_test_environment UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1)
 elseif(CMAKE_CROSSCOMPILING)
   # Every request crosses Wine's server; the other builds hold all of them.
   list(APPEND lisp_test_environment
@@ -59,7 +67,7 @@ endif()
 # random conversations; in the others that would slow down the templates that tests share with the
 # code under test.
 function(lisp_quicken_build name)
-  if(LISP_SANITIZE OR CMAKE_CROSSCOMPILING)
+  if(LISP_SANITIZE OR LISP_SANITIZE_THREADS OR LISP_SANITIZE_INTEGERS OR CMAKE_CROSSCOMPILING)
     target_compile_options(${name} PRIVATE -O0)
   elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 is often wrong about these in the standard library's strings. It keeps that to itself, but
@@ -99,7 +107,7 @@ endif()
 #
 # Defines the test program <name> and a ctest entry <name>_<shard> for each share of its tests: more
 # shares than processors, where one long program would keep one processor waiting for the other. The
-# programs that the tests run are built with it.
+# programs that the tests run are built with it, workers of another build excepted.
 function(lisp_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DIRECTORY;SHARDS" "LINKS;RUNS")
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${arg_DIRECTORY}/*_test.cc
@@ -113,7 +121,8 @@ function(lisp_tests name)
                                         GTest::gtest_main)
   lisp_quicken_build(${name})
   foreach(program IN LISTS arg_RUNS)
-    if(TARGET ${program})
+    if(TARGET ${program} AND NOT (program MATCHES "_worker$" AND
+                                  NOT LISP_TESTED_WORKERS STREQUAL PROJECT_BINARY_DIR))
       add_dependencies(${name} ${program})
     endif()
   endforeach()

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <limits>
 
+#include "lisp/wrapping.h"
+
 namespace geometry {
 namespace {
 
@@ -75,7 +77,7 @@ std::int64_t to_cell_index(double floored) {
 }
 
 // M(z): y = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9, M = (y ^ (y >> 27)) * 0x94d049bb133111eb
-std::uint64_t mix(std::uint64_t z) {
+LISP_WRAPS std::uint64_t mix(std::uint64_t z) {
   const std::uint64_t y = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
   return (y ^ (y >> 27)) * 0x94d049bb133111eb;
 }
@@ -142,7 +144,7 @@ std::optional<CellLocation> locate_cell(const CoordContext& context, const Point
 
 // p = M(i + 0x9e3779b97f4a7c15), q = M(j + 0x243f6a8885a308d3)
 // x = p ^ q, h = x ^ (x >> 31) ^ seed, key = M(h) ^ (M(h) >> 31), all modulo 2^64
-std::uint64_t cell_key(std::int64_t i, std::int64_t j, std::uint64_t seed) {
+LISP_WRAPS std::uint64_t cell_key(std::int64_t i, std::int64_t j, std::uint64_t seed) {
   const std::uint64_t p = mix(static_cast<std::uint64_t>(i) + 0x9e3779b97f4a7c15);
   const std::uint64_t q = mix(static_cast<std::uint64_t>(j) + 0x243f6a8885a308d3);
   const std::uint64_t x = p ^ q;

@@ -15,6 +15,7 @@
 #include "lisp/list_hash.h"
 #include "lisp/storage.h"
 #include "lisp/work.h"
+#include "lisp/wrapping.h"
 
 namespace lisp {
 
@@ -50,7 +51,7 @@ struct FormerEdge {
 std::uint64_t priority_state = drawHashPoint();
 
 // SplitMix64's sequence from a secret start: unique priorities, as good as random.
-std::uint64_t nextPriority() {
+LISP_WRAPS std::uint64_t nextPriority() {
   priority_state += 0x9e3779b97f4a7c15;
   std::uint64_t z = priority_state;
   z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;

@@ -172,7 +172,8 @@ class Pool {
     for (const LispValue& element : list_elements) elements.push_back(rebuild(element));
     const std::size_t flat = elements.size() - random_.below(elements.size() + 1);
     LispValue made = list(std::span(elements).last(flat));
-    for (std::size_t i = elements.size() - flat; i-- > 0;) {
+    for (std::size_t i = elements.size() - flat; i > 0;) {
+      --i;
       if (random_.chance(1, 4)) static_cast<void>(cons(nil(), made));  // Takes the slot in front.
       made = cons(elements[i], made);
     }

@@ -10,6 +10,7 @@
 
 #include "lisp/evaluate.h"
 #include "lisp/work.h"
+#include "lisp/wrapping.h"
 
 namespace lisp {
 namespace {
@@ -75,7 +76,7 @@ Result Interpreter::fail(std::string_view message, std::string_view name) {
 
 // Takes the refused step off all the same: at the step limit steps_left_ wraps around, and
 // stepsUsed() is one more than the limit, as the contract has it.
-Result Interpreter::failLimits() {
+LISP_WRAPS Result Interpreter::failLimits() {
   if (steps_left_-- == 0) {
     return failWith(OutcomeKind::StepLimit, "LISP evaluation step limit exceeded");
   }

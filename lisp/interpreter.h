@@ -32,6 +32,7 @@
 #include "lisp/symbol.h"
 #include "lisp/user_function.h"
 #include "lisp/value.h"
+#include "lisp/wrapping.h"
 
 namespace geometry {
 struct CoordContext;
@@ -114,7 +115,7 @@ class Interpreter {
   // run must be over.
   void commit(Environment& target) { bindings_.commit(target); }
 
-  [[nodiscard]] std::uint64_t stepsUsed() const { return step_limit_ - steps_left_; }
+  [[nodiscard]] LISP_WRAPS std::uint64_t stepsUsed() const { return step_limit_ - steps_left_; }
   [[nodiscard]] const geometry::CoordContext* context() const { return context_; }
   [[nodiscard]] const HostTranscript* transcript() const { return transcript_; }
   [[nodiscard]] std::size_t replayCursor() const { return replay_cursor_; }

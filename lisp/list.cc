@@ -284,7 +284,8 @@ void takeChunksApart(std::size_t units, std::size_t record_units) {
     } else {
       chunk.references += static_cast<std::uint32_t>(count);
     }
-    for (std::size_t i = count; i-- > 0;) {
+    for (std::size_t i = count; i > 0;) {
+      --i;
       const RawValue& element = slot[i].raw();
       if (isLastRecord(element)) units_owed += record_units;
       release(element);

@@ -27,7 +27,8 @@ void digestReady(Chunk& chunk) {
   const HashKey& key = hashKey();
   const std::uint32_t count = chunk.flatLength();
   std::uint64_t hash = key.seed;
-  for (std::uint32_t i = count; i-- > 0;) {
+  for (std::uint32_t i = count; i > 0;) {
+    --i;
     const RawValue& element = chunk.slots()[i].raw();
     hash = extendHash(hash, element, key);
     if (i > 0 && i + 1 < count) chunk.hashes()[i - 1] = hash;

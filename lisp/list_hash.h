@@ -18,6 +18,7 @@
 #include "lisp/equality.h"
 #include "lisp/list.h"
 #include "lisp/symbol.h"
+#include "lisp/wrapping.h"
 
 namespace lisp {
 
@@ -77,9 +78,8 @@ inline void ensureDigest(const RawValue& value) {
 // `rest_hash`. Elements that are equal have equal words. Only the words of numbers can be known
 // outside: those of all other kinds are secret, so nobody can choose a number that has the word of
 // something else.
-[[nodiscard, gnu::always_inline]] inline std::uint64_t extendHash(std::uint64_t rest_hash,
-                                                                  const RawValue& element,
-                                                                  const HashKey& key = hashKey()) {
+[[nodiscard, gnu::always_inline]] LISP_WRAPS inline std::uint64_t extendHash(
+    std::uint64_t rest_hash, const RawValue& element, const HashKey& key = hashKey()) {
   std::uint64_t word = key.nil_word;
   if (element.tag() == Tag::Number) {
     if (std::isnan(element.number)) return kNanHash;

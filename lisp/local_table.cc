@@ -9,6 +9,7 @@
 
 #include "lisp/storage.h"
 #include "lisp/work.h"
+#include "lisp/wrapping.h"
 
 namespace lisp {
 namespace {
@@ -101,7 +102,7 @@ void ActiveTables::makeRoom() {
   }
 }
 
-std::size_t ActiveTables::placeOf(const LocalTable* table) const {
+LISP_WRAPS std::size_t ActiveTables::placeOf(const LocalTable* table) const {
   // Multiplicative hashing, as in RecentRecords.
   std::size_t i = reinterpret_cast<std::uintptr_t>(table) * 0x94d049bb133111eb >> 32;
   for (;; ++i) {

@@ -10,6 +10,8 @@
 #include <optional>
 #include <string_view>
 
+#include "lisp/wrapping.h"
+
 namespace lisp {
 
 // The double that the whole of `token` denotes, correctly rounded; nothing when the token is not a
@@ -38,7 +40,8 @@ inline constexpr std::array<double, kExactDigitsMax + 1> kPowersOfTen = {
   const bool negative = *at == '-';
   if (negative || *at == '+') ++at;
   std::uint64_t digits = 0;
-  const auto skip_digits = [&] {
+  // More digits than fit wrap around, and are refused below.
+  const auto skip_digits = [&]() LISP_WRAPS {
     const char* const first = at;
     for (; at != end && isDigit(*at); ++at) {
       digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');

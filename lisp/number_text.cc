@@ -17,6 +17,8 @@
 #include <optional>
 #include <string_view>
 
+#include "lisp/wrapping.h"
+
 namespace lisp {
 namespace {
 
@@ -64,7 +66,8 @@ constexpr auto makePowers() {
   fraction.back() = std::uint32_t{1} << 31;
   for (int power = -1; power >= kPowerMin; --power) {
     std::uint64_t rest = 0;
-    for (std::size_t i = fraction.size(); i-- > 0;) {
+    for (std::size_t i = fraction.size(); i > 0;) {
+      --i;
       rest = rest << 32 | fraction[i];
       fraction[i] = static_cast<std::uint32_t>(rest / 10);
       rest %= 10;
@@ -98,7 +101,7 @@ Binary normalized(double number) {
 
 // number * 10^power, rounded to an integer; nothing when that cannot be told. The product must be
 // below 2^63.
-std::optional<std::uint64_t> scaled(const Binary& number, int power) {
+LISP_WRAPS std::optional<std::uint64_t> scaled(const Binary& number, int power) {
   const Wide ten = kPowers[static_cast<std::size_t>(power - kPowerMin)];
   // The product without its lowest 64 bits. Both that and what the power lacks make it too small,
   // together by less than 2.

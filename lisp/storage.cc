@@ -87,7 +87,8 @@ void cut(Slab& slab) {
   const std::size_t size = slab.size_class * kGranule;
   const auto left = static_cast<std::size_t>(endOf(slab) - slab.fresh);
   const std::size_t count = std::min(left, kBytesCut) / size;
-  for (std::size_t i = count; i-- > 0;) {
+  for (std::size_t i = count; i > 0;) {
+    --i;
     slab.free = new (slab.fresh + i * size) FreeBlock{slab.free};
   }
   slab.fresh += count * size;

@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "lisp/value.h"
+#include "lisp/wrapping.h"
 
 namespace lisp {
 
@@ -213,7 +214,7 @@ class RecentRecords {
   };
 
   // Multiplicative hashing (Knuth, "Sorting and Searching", 6.4) with a factor of SplitMix64.
-  [[nodiscard]] static Place& placeOf(std::uint64_t word) {
+  [[nodiscard]] LISP_WRAPS static Place& placeOf(std::uint64_t word) {
     return places_[word * 0x94d049bb133111eb >> (64 - kBits)];
   }
 

@@ -14,6 +14,7 @@
 #include "lisp/list_hash.h"
 #include "lisp/plain_stack.h"
 #include "lisp/work.h"
+#include "lisp/wrapping.h"
 
 namespace lisp {
 namespace {
@@ -36,7 +37,7 @@ Operation specialFormOf(const Chunk& form) {
   return first.tag() == Tag::Symbol ? symbolOf(first).base_operation : Operation::Unknown;
 }
 
-std::uint64_t hashOf(const Chunk& form) {
+LISP_WRAPS std::uint64_t hashOf(const Chunk& form) {
   return reinterpret_cast<std::uintptr_t>(&form) * 0x94d049bb133111eb >> 32;
 }
 

@@ -21,6 +21,8 @@
 #include <string_view>
 #include <utility>
 
+#include "lisp/wrapping.h"
+
 namespace lisp {
 
 enum class ValueKind : std::uint8_t { Nil = 0, Number = 1, String = 2, Symbol = 3, List = 4 };
@@ -93,8 +95,8 @@ inline void copyWords(RawValue& to, const RawValue& from) {
   to.record = from.record;
 }
 
-// True when `raw` shares a counted record.
-[[nodiscard]] inline bool isCounted(const RawValue& raw) {
+// True when `raw` shares a counted record. Tags below those that do wrap around to large numbers.
+[[nodiscard]] LISP_WRAPS inline bool isCounted(const RawValue& raw) {
   return static_cast<std::uint32_t>(raw.tag()) - static_cast<std::uint32_t>(Tag::String) <= 2;
 }
 

@@ -427,7 +427,8 @@ TEST_F(SessionProgram, DoesNotWaitForTheOtherEndOfAPipe) {
             "lisp_session: no/such/file: cannot be read: No such file or directory\n");
 }
 
-#ifndef LISP_SANITIZE  // A sanitized program needs terabytes of addresses.
+#if !defined(LISP_SANITIZE) && \
+    !defined(LISP_SANITIZE_THREADS)  // A sanitized program needs terabytes of addresses.
 // A file of 100 MiB, looked at within 64 MiB of addresses.
 TEST_F(SessionProgram, NeedsNoMoreMemoryForALargeFile) {
   constexpr std::size_t kRecordCount = 100;

@@ -132,8 +132,7 @@ TEST(EncodeEvalResponse, CapsTheArgumentCount) {
 
 TEST(EncodeEvalResponse, RefusesATextBeyondTheFrame) {
   EXPECT_EQ(kTextSizeMax, 0x100000u - 64);
-  for (const std::size_t excess : {-1, 0, 1}) {
-    const std::size_t size = kTextSizeMax + excess;
+  for (const std::size_t size : {kTextSizeMax - 1, kTextSizeMax, kTextSizeMax + 1}) {
     const std::string filler(size, 'x');
     const std::string_view shorter = std::string_view(filler).substr(4);
     const EvalOutcome outcomes[] = {

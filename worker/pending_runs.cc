@@ -5,9 +5,11 @@
 
 #include <utility>
 
+#include "lisp/wrapping.h"
+
 namespace lisp_worker::worker {
 
-std::uint64_t hashRunId(std::uint64_t run_id) {
+LISP_WRAPS std::uint64_t hashRunId(std::uint64_t run_id) {
   std::uint64_t hash = 0xcbf29ce484222325;  // The FNV-1a offset basis.
   for (int byte = 0; byte < 8; ++byte) {
     hash ^= (run_id >> (8 * byte)) & 0xFF;
@@ -16,7 +18,7 @@ std::uint64_t hashRunId(std::uint64_t run_id) {
   return hash;
 }
 
-std::uint64_t PendingRunTable::allocateRunId() {
+LISP_WRAPS std::uint64_t PendingRunTable::allocateRunId() {
   const std::uint64_t run_id = next_run_id_++;
   return run_id != 0 ? run_id : next_run_id_++;
 }

@@ -6,6 +6,8 @@
 #include <limits>
 #include <string>
 
+#include "lisp/wrapping.h"
+
 namespace lisp_worker::worker {
 namespace {
 
@@ -18,15 +20,18 @@ PendingRun runOf(std::uint64_t run_id, const std::string& call) {
   return run;
 }
 
+LISP_WRAPS std::uint64_t fnv1a(std::uint64_t run_id) {
+  std::uint64_t hash = 14695981039346656037U;
+  for (int i = 0; i < 8; ++i, run_id /= 256) hash = (hash ^ run_id % 256) * 1099511628211U;
+  return hash;
+}
+
 // FNV-1a over the bytes of the id, as its authors publish it: these are the hashes of the byte
 // strings "\0\0\0\0\0\0\0\0" and "a\0\0\0\0\0\0\0" and of eight bytes that are all different.
 TEST(HashRunId, IsFnv1aOverTheBytesOfTheId) {
   for (const std::uint64_t run_id : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{'a'},
                                      std::uint64_t{0x0102030405060708}, kLast}) {
-    std::uint64_t expected = 14695981039346656037U;
-    std::uint64_t rest = run_id;
-    for (int i = 0; i < 8; ++i, rest /= 256) expected = (expected ^ rest % 256) * 1099511628211U;
-    EXPECT_EQ(hashRunId(run_id), expected) << run_id;
+    EXPECT_EQ(hashRunId(run_id), fnv1a(run_id)) << run_id;
   }
   EXPECT_EQ(hashRunId(0), 0xa8c7f832281a39c5U);
 }

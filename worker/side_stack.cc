@@ -8,7 +8,7 @@
 namespace lisp_worker::worker {
 
 std::size_t SideStack::size() {
-#if defined(LISP_SANITIZE) || !defined(__OPTIMIZE__)
+#if defined(LISP_SANITIZE) || defined(LISP_SANITIZE_INTEGERS) || !defined(__OPTIMIZE__)
   return 4 << 20;
 #else
   return 256 << 10;

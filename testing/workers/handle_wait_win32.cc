@@ -1,7 +1,9 @@
 // As a host with windows waits: messages end the wait, too.
 
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX  // The standard library, which the build may include before this file, defines it.
 #define NOMINMAX
+#endif
 #include <windows.h>
 
 #include "testing/workers/handle_wait.h"
