@@ -33,6 +33,7 @@ if(LISP_SANITIZE)
   list(APPEND lisp_test_environment
        LISP_DIFFERENTIAL_COUNT=300
        LISP_NUMBER_COUNT=20000
+       LISP_FORMAT_COUNT=1000
        LISP_FAULT_STRIDE=61
        LISP_FAULT_TIME_LIMIT=3000
        LISP_FAULT_THREADS=8
@@ -51,6 +52,7 @@ elseif(CMAKE_CROSSCOMPILING)
   # Every request crosses Wine's server; the other builds hold all of them.
   list(APPEND lisp_test_environment
        LISP_DIFFERENTIAL_COUNT=600
+       LISP_FORMAT_COUNT=3000
        LISP_FAULT_STRIDE=211
        LISP_FAULT_TIME_LIMIT=3000
        LISP_FAULT_THREADS=4

@@ -63,9 +63,10 @@ Programs run under coordinate context 1, with the systems of the drawing file, o
   4  a shadow on the x axis, which cannot be converted back: a target only for errors
 
 Exit codes: 0 every program ended as it expects, or with a value if it expects nothing; 1 some
-program did not, or check has found an error; 2 the command line or a file could not be used; 3 the
-worker could not be started or broke off; 4 as 0, but a host call was refused in a program that does
-not say what it expects; 5 a test has failed. The prompt ends with 0 at a terminal, and replaces a worker that breaks off.
+program did not, check has found an error, or format --check a file that would change; 2 the command
+line or a file could not be used; 3 the worker could not be started or broke off; 4 as 0, but a host
+call was refused in a program that does not say what it expects; 5 a test has failed. The prompt ends
+with 0 at a terminal, and replaces a worker that breaks off.
 )";
 
 std::string notes() {
@@ -141,6 +142,8 @@ void defineOptions(CLI::App& app, CommandLine& line) {
       ->type_name("N")
       ->check(CLI::Range(1, static_cast<int>(client::kStepCountMax)));
   app.add_flag("--at-error", line.at_error, "debug begins where the program has failed");
+  app.add_flag("--check", line.only_names,
+               "format changes nothing, and names the files that would change");
   app.add_option("--port", line.port, "The port of watch; else one that is free")
       ->type_name("N")
       ->check(CLI::Range(1, 65535));
@@ -183,6 +186,19 @@ std::string whyNoPage(const CommandLine& line) {
   const bool has_page = line.page.sheet || line.page.window;
   if (has_page && line.picture_paths.empty() && !line.programs.empty()) {
     return "--sheet and --window need --picture";
+  }
+  return "";
+}
+
+// The mistake in a command line for `format`, or in --check without it; otherwise empty.
+std::string whyNoFormatting(const CLI::App& app, const CommandLine& line) {
+  if (!line.format) return line.only_names ? "--check is for format; check is a word in front" : "";
+  if (line.program_paths.empty()) return "format needs a program";
+  for (const CLI::Option* const option : app.parse_order()) {
+    const std::string name = option->get_name();
+    if (name != "PROGRAM" && name != "--check" && name != "--color") {
+      return "format takes --check only";
+    }
   }
   return "";
 }
@@ -274,7 +290,8 @@ std::string usage() {
          "       lisp_console check [--load FILE] PROGRAM...\n"
          "       lisp_console test [OPTIONS] PROGRAM...\n"
          "       lisp_console watch [--port N] [OPTIONS] PROGRAM\n"
-         "       lisp_console debug [--at-error] [OPTIONS] PROGRAM\n\n" +
+         "       lisp_console debug [--at-error] [OPTIONS] PROGRAM\n"
+         "       lisp_console format [--check] PROGRAM...\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
 }
 
@@ -291,7 +308,8 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.test = !arguments.empty() && arguments.front() == "test";
   line.watch = !arguments.empty() && arguments.front() == "watch";
   line.debug = !arguments.empty() && arguments.front() == "debug";
-  const bool has_word = line.check || line.test || line.watch || line.debug;
+  line.format = !arguments.empty() && arguments.front() == "format";
+  const bool has_word = line.check || line.test || line.watch || line.debug || line.format;
   std::vector<std::string> reversed(arguments.begin() + (has_word ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
   const auto asks_for = [&](const char* option) {
@@ -321,7 +339,8 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   const auto page = readPage(line.page_texts, "--", error);
   if (!page) return std::nullopt;
   line.page = *page;
-  error = whyUnusable(line);
+  error = whyNoFormatting(app, line);
+  if (error.empty()) error = whyUnusable(line);
   if (!error.empty()) return std::nullopt;
   return line;
 }

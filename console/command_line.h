@@ -24,15 +24,17 @@ struct ProgramArgument {
 enum class ColorWish : std::uint8_t { Auto, Always, Never };
 
 struct CommandLine {
-  bool help = false;       // Nothing else counts then.
-  std::string help_topic;  // Behind --help; empty for everything.
-  bool version = false;    // Nothing else counts then, except help.
-  bool check = false;      // Look at the programs without running them.
-  bool test = false;       // Run each of them by itself, and say which are as they expect.
-  bool watch = false;      // Show the program on a page, and follow its files.
-  bool debug = false;      // Run the program, then look at the run step by step.
-  bool at_error = false;   // Begin where it has failed.
-  int port = 0;            // Of watch's page; 0 for one that the system chooses.
+  bool help = false;        // Nothing else counts then.
+  std::string help_topic;   // Behind --help; empty for everything.
+  bool version = false;     // Nothing else counts then, except help.
+  bool check = false;       // Look at the programs without running them.
+  bool test = false;        // Run each of them by itself, and say which are as they expect.
+  bool watch = false;       // Show the program on a page, and follow its files.
+  bool debug = false;       // Run the program, then look at the run step by step.
+  bool format = false;      // Give each of them the style of layout, without running them.
+  bool only_names = false;  // format: name those that would change.
+  bool at_error = false;    // Begin where it has failed.
+  int port = 0;             // Of watch's page; 0 for one that the system chooses.
   std::string worker_path;
   std::vector<ProgramArgument> programs;   // In the order given; none for the prompt.
   std::vector<std::string> program_paths;  // Those of them that are files.

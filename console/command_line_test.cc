@@ -207,6 +207,29 @@ TEST(CommandLine, TakesDebugWithOneProgram) {
   EXPECT_EQ(errorOf({"a.lsp", "--at-error"}), "--at-error is for debug");
 }
 
+TEST(CommandLine, TakesFormatWithPrograms) {
+  std::string error;
+  const Arguments arguments = {"format", "--check", "a.lsp", "-", "--color", "never"};
+  const auto line = parseCommandLine(arguments, "w", error);
+  ASSERT_TRUE(line.has_value()) << error;
+  EXPECT_TRUE(line->format);
+  EXPECT_TRUE(line->only_names);
+  EXPECT_THAT(line->program_paths, testing::ElementsAre("a.lsp", "-"));
+  EXPECT_EQ(errorOf({"format"}), "format needs a program");
+  EXPECT_EQ(errorOf({"format", "--check"}), "format needs a program");
+  EXPECT_EQ(errorOf({"format", "-e", "1"}), "format needs a program");
+  EXPECT_EQ(errorOf({"format", "-", "-"}), "standard input, -, can be read only once");
+  for (const Arguments& option :
+       {Arguments{"--load", "l"}, {"--json"}, {"-e", "1"}, {"--save", "x"}, {"--worker", "w"}}) {
+    Arguments refused = {"format", "a.lsp"};
+    refused.insert(refused.end(), option.begin(), option.end());
+    EXPECT_EQ(errorOf(refused), "format takes --check only");
+  }
+  EXPECT_EQ(errorOf({"a.lsp", "--check"}), "--check is for format; check is a word in front");
+  EXPECT_EQ(errorOf({"check", "a.lsp", "--check"}),
+            "--check is for format; check is a word in front");
+}
+
 TEST(CommandLine, ExplainsEveryOptionAndCommand) {
   const std::string text = usage();
   for (const char* const word :

@@ -4,11 +4,11 @@
 #include "console/form_layout.h"
 
 #include <algorithm>
-#include <array>
 
 #include "console/command_input.h"
 #include "console/utf8.h"
 #include "explain/form.h"
+#include "explain/format.h"
 #include "explain/source.h"
 
 namespace lisp_worker::console {
@@ -33,9 +33,6 @@ std::size_t lettersBetween(std::string_view text, std::size_t begin, std::size_t
   for (; begin < end; ++count) begin += letterAt(text.substr(begin)).size;
   return count;
 }
-
-// Forms of which the last operands are a body.
-constexpr std::array<std::string_view, 2> kWithBody = {"DEFUN", "WHILE"};
 
 }  // namespace
 
@@ -112,8 +109,7 @@ std::size_t indentAfter(std::string_view text, std::size_t margin) {
   const bool has_name = list + 1 < tokens.size() && tokens[list + 1].kind == TokenKind::Atom;
   if (!has_name) return column + 1;
   const Token& name = tokens[list + 1];
-  const std::string capitals = upperCase(text.substr(name.begin, name.end - name.begin));
-  if (std::find(kWithBody.begin(), kWithBody.end(), capitals) != kWithBody.end()) return column + 2;
+  if (explain::hasBody(text.substr(name.begin, name.end - name.begin))) return column + 2;
   if (list + 2 == tokens.size()) return column + 2;
   const Token& argument = tokens[list + 2];
   const std::string_view between = text.substr(name.end, argument.begin - name.end);

@@ -20,6 +20,7 @@
 #include "console/display.h"
 #include "console/explainer.h"
 #include "console/files.h"
+#include "console/formatting.h"
 #include "console/host.h"
 #include "console/keyboard.h"
 #include "console/line_editor.h"
@@ -428,6 +429,36 @@ ExitCode watchProgram(const CommandLine& line) {
   return is_served ? ExitCode::AllAsExpected : complain(ExitCode::UnusableInput, error);
 }
 
+// Goes on after a file that cannot be used.
+ExitCode formatPrograms(const CommandLine& line, SafeOutput& output) {
+  bool is_any_unusable = false;
+  bool is_any_changed = false;
+  for (const std::string& path : line.program_paths) {
+    FormattedFile file = formatFile(path);
+    const bool is_input = path == "-";
+    if (!file.text) {
+      is_any_unusable = true;
+      std::cout.flush();
+      std::cerr << file.complaint;
+    } else if (is_input && !line.only_names) {
+      output.writeUnchanged(*file.text);
+    } else if (file.is_changed) {
+      std::string error;
+      if (line.only_names) {
+        is_any_changed = true;
+        std::cout << file.name << ": would change\n";
+      } else if (writeFile(path, *file.text, error)) {
+        std::cout << file.name << ": formatted\n";
+      } else {
+        is_any_unusable = true;
+        complain(ExitCode::UnusableInput, error);
+      }
+    }
+  }
+  if (is_any_unusable) return ExitCode::UnusableInput;
+  return is_any_changed ? ExitCode::SomeUnexpected : ExitCode::AllAsExpected;
+}
+
 // Colours and line breaks, where a person sees them.
 void setUp(SafeOutput& output, ColorWish wish) {
   const bool is_wanted = wish == ColorWish::Always || (wish == ColorWish::Auto && wantColours());
@@ -452,6 +483,7 @@ ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output)
     return ExitCode::AllAsExpected;
   }
   if (line->watch) return watchProgram(*line);
+  if (line->format) return formatPrograms(*line, output);
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);
   if (line->check) return checkPrograms(*inputs);

@@ -17,10 +17,8 @@
 namespace lisp_worker::console {
 namespace {
 
-// Some editors put a byte order mark in front of a text, which no one sees and the language takes
-// for a name. Here it is left out.
 std::optional<std::string> withoutMark(std::optional<std::string> text) {
-  if (text && text->starts_with("\xEF\xBB\xBF")) text->erase(0, 3);
+  if (text && text->starts_with(kByteOrderMark)) text->erase(0, kByteOrderMark.size());
   return text;
 }
 
@@ -32,8 +30,6 @@ struct Files {
   std::vector<std::filesystem::path> open;  // On the way to the one that is being read.
   std::set<std::filesystem::path> read;     // Libraries; each is loaded where it is first named.
 };
-
-constexpr const char* kStandardInputName = "standard input";
 
 std::optional<std::string> readStandardInput(std::string& error) {
   std::ostringstream text;
@@ -108,6 +104,10 @@ std::optional<Program> readProgram(const std::string& path, std::string& error) 
   Files files;
   if (path != "-") return readAt(path, files, error);
   return complete(kStandardInputName, withoutMark(readStandardInput(error)), files, error);
+}
+
+std::optional<std::string> readBytes(const std::string& path, std::string& error) {
+  return path == "-" ? readStandardInput(error) : readFile(path, error);
 }
 
 std::optional<Program> makeProgram(std::string_view name, std::string_view text,

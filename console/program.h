@@ -14,6 +14,13 @@
 
 namespace lisp_worker::console {
 
+// The name of "-" in messages.
+inline constexpr const char* kStandardInputName = "standard input";
+
+// Some editors put it in front of a text, where no one sees it and the language takes it for a
+// name. A program is read without it.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 struct Program {
   std::string name;  // As messages call it: its path.
   std::string text;
@@ -27,6 +34,10 @@ struct Program {
 // files cannot be used, with the reason in `error`: the file in front, then the line. The path "-"
 // is standard input, read to its end; names of files in it count from the working directory.
 [[nodiscard]] std::optional<Program> readProgram(const std::string& path, std::string& error);
+
+// All bytes of a program: of a file, or of standard input for "-". Empty with the reason in
+// `error`.
+[[nodiscard]] std::optional<std::string> readBytes(const std::string& path, std::string& error);
 
 // The path of a library that is named in a file of `directory`: in that directory; else, for one
 // that comes with this program such as "examples/lib/lists.lsp", where that is. In the directory

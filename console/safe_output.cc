@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "console/display.h"
+#include "console/terminal.h"
 #include "console/utf8.h"
 
 namespace lisp_worker::console {
@@ -185,6 +186,16 @@ SafeOutput::~SafeOutput() {
 void SafeOutput::setColours(bool on_output, bool on_error) {
   safe_out_.setColours(on_output);
   safe_err_.setColours(on_error);
+}
+
+void SafeOutput::writeUnchanged(std::string_view text) {
+  if (isOutputTerminal()) {
+    std::cout << text;
+    return;
+  }
+  std::cout.flush();
+  const auto size = static_cast<std::streamsize>(text.size());
+  if (out_->sputn(text.data(), size) != size) std::cout.setstate(std::ios::badbit);
 }
 
 }  // namespace lisp_worker::console

@@ -92,6 +92,9 @@ class SafeOutput {
 
   void setColours(bool on_output, bool on_error);
   void setWidth(std::size_t width) { safe_out_.setWidth(width); }
+  // Writes a text that is meant for a file or another program to standard output, byte for byte. At
+  // a terminal it passes the filter like all else.
+  void writeUnchanged(std::string_view text);
 
  private:
   std::streambuf* out_;

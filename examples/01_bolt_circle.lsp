@@ -9,11 +9,11 @@
 
 (SETQ HOLES 6)
 (SETQ HOLE-RADIUS 4.5)
-(SETQ FULL-TURN 6.283185307179586)       ; angles are in radians
+(SETQ FULL-TURN 6.283185307179586)  ; angles are in radians
 
 (DEFUN MAKE-HOLE (CENTRE)
-  (ENTMAKE (LIST '(0 "CIRCLE")           ; type
-                 '(8 "HOLES")            ; layer
+  (ENTMAKE (LIST '(0 "CIRCLE")  ; type
+                 '(8 "HOLES")   ; layer
                  (LIST 10 CENTRE)
                  (LIST 40 HOLE-RADIUS))))
 
@@ -25,4 +25,4 @@
   (MAKE-HOLE (POLAR MIDDLE (* N (/ FULL-TURN HOLES)) RADIUS))
   (SETQ N (1+ N)))
 
-N                                        ; the last form's value is the program's
+N  ; the last form's value is the program's

@@ -7,11 +7,11 @@
 ;@ expect value ((100 50 0) (100 90 0) (40 0 0) (50.8 101.6 25.4))
 
 (SETQ START (TRANS '(0 0 0) 1 0))
-(SETQ END (TRANS '(40 0) 1 0))                   ; z is 0 where it is left out
+(SETQ END (TRANS '(40 0) 1 0))  ; z is 0 where it is left out
 
 (ENTMAKE (LIST '(0 "LINE") '(8 "PLAN") (LIST 10 START) (LIST 11 END)))
 
 (LIST START
       END
-      (TRANS END 0 1)                            ; and back
-      (TRANS '(2 4 1) 2 0))                      ; inches in millimetres
+      (TRANS END 0 1)        ; and back
+      (TRANS '(2 4 1) 2 0))  ; inches in millimetres

@@ -10,19 +10,19 @@
 (SETQ SECOND (LIST (CAR THIRD) (CAR (CDR FIRST)) 0))
 (SETQ FOURTH (LIST (CAR FIRST) (CAR (CDR THIRD)) 0))
 
-(COMMAND "LAYER" "M" "FRAME" "")              ; the layer of what follows
+(COMMAND "LAYER" "M" "FRAME" "")  ; the layer of what follows
 (COMMAND "LINE" FIRST SECOND THIRD FOURTH FIRST "")
 (SETQ SIDES (SSGET "X" '((0 "LINE") (8 "FRAME"))))
 
 (SETQ MIDDLE (LIST (/ (+ (CAR FIRST) (CAR THIRD)) 2)
                    (/ (+ (CAR (CDR FIRST)) (CAR (CDR THIRD))) 2)
                    0))
-(SETQ MARK (ENTMAKEX (LIST '(0 "CIRCLE")          ; its answer is the new entity's handle
+(SETQ MARK (ENTMAKEX (LIST '(0 "CIRCLE")  ; its answer is the new entity's handle
                            (LIST 10 MIDDLE)
                            (LIST 40 (GETDIST MIDDLE "Size of the mark: ")))))
 (ENTMOD (LIST (LIST -1 MARK) '(0 "CIRCLE") '(8 "MARKS") (LIST 10 MIDDLE) '(40 2)))
-(SETQ GROUPS (ENTGET MARK))                       ; handle, type, layer, centre, radius
-(SETQ SNAPPED (OSNAP '(47 24 0) "cen"))          ; the centre next to a point
+(SETQ GROUPS (ENTGET MARK))              ; handle, type, layer, centre, radius
+(SETQ SNAPPED (OSNAP '(47 24 0) "cen"))  ; the centre next to a point
 (ENTMAKE (LIST '(0 "POINT") '(8 "MARKS") (LIST 10 SNAPPED)))
 (COMMAND-S "ERASE" MARK)
 

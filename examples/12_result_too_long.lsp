@@ -8,7 +8,7 @@
 (SETQ PAIRS '(1 2))
 (SETQ N 0)
 (WHILE (< N 20)
-  (COMMAND "LINE" (LIST N 0) (LIST N (* N N)) "")   ; How the list grows, but for the scale.
+  (COMMAND "LINE" (LIST N 0) (LIST N (* N N)) "")  ; How the list grows, but for the scale.
   (SETQ PAIRS (LIST PAIRS PAIRS))
   (SETQ N (1+ N)))
 

@@ -12,7 +12,7 @@
 (SETQ COUNT 1)
 (WHILE (> (/ HEIGHT COUNT) 175) (SETQ COUNT (1+ COUNT)))
 (SETQ RISER (/ HEIGHT COUNT))
-(SETQ TREAD (- 630 (* 2 RISER)))            ; a comfortable stride
+(SETQ TREAD (- 630 (* 2 RISER)))  ; a comfortable stride
 
 (COMMAND "LAYER" "M" "STEPS" "C" "black" "STEPS" "")
 (SETQ AT FOOT N 0)

@@ -13,7 +13,8 @@
 ; A piece of wall between two corners.
 (DEFUN WALL (LEFT LOW RIGHT HIGH)
   (ENTMAKE (LIST '(0 "POLYLINE") '(8 "MASONRY") '(70 1) (LIST 10 (LIST LEFT LOW))
-                 (LIST 10 (LIST RIGHT LOW)) (LIST 10 (LIST RIGHT HIGH)) (LIST 10 (LIST LEFT HIGH)))))
+                 (LIST 10 (LIST RIGHT LOW)) (LIST 10 (LIST RIGHT HIGH))
+                 (LIST 10 (LIST LEFT HIGH)))))
 
 ; A window in a wall: sills, and the glass in the middle. The gap in the wall is there already.
 (DEFUN GLASS (LEFT LOW RIGHT HIGH / LIES)
@@ -21,17 +22,17 @@
   (MAKE-LINE "GLASS" (LIST LEFT LOW) (IF LIES (LIST RIGHT LOW) (LIST LEFT HIGH)))
   (MAKE-LINE "GLASS" (IF LIES (LIST LEFT HIGH) (LIST RIGHT LOW)) (LIST RIGHT HIGH))
   (IF LIES
-    (MAKE-LINE "GLASS" (LIST LEFT (/ (+ LOW HIGH) 2)) (LIST RIGHT (/ (+ LOW HIGH) 2)))
-    (MAKE-LINE "GLASS" (LIST (/ (+ LEFT RIGHT) 2) LOW) (LIST (/ (+ LEFT RIGHT) 2) HIGH))))
+      (MAKE-LINE "GLASS" (LIST LEFT (/ (+ LOW HIGH) 2)) (LIST RIGHT (/ (+ LOW HIGH) 2)))
+      (MAKE-LINE "GLASS" (LIST (/ (+ LEFT RIGHT) 2) LOW) (LIST (/ (+ LEFT RIGHT) 2) HIGH))))
 
 ; A door that hangs at HINGE, as wide as WIDTH, open in the direction OPEN; closed it points CLOSED.
 (DEFUN DOOR (HINGE WIDTH OPEN CLOSED)
   (MAKE-LINE "DIMENSIONS" HINGE (POLAR HINGE OPEN WIDTH))
   (IF (< OPEN CLOSED)
-    (ENTMAKE (LIST '(0 "ARC") '(8 "DIMENSIONS") (LIST 10 HINGE) (LIST 40 WIDTH) (LIST 50 OPEN)
-                   (LIST 51 CLOSED)))
-    (ENTMAKE (LIST '(0 "ARC") '(8 "DIMENSIONS") (LIST 10 HINGE) (LIST 40 WIDTH) (LIST 50 CLOSED)
-                   (LIST 51 OPEN)))))
+      (ENTMAKE (LIST '(0 "ARC") '(8 "DIMENSIONS") (LIST 10 HINGE) (LIST 40 WIDTH) (LIST 50 OPEN)
+                     (LIST 51 CLOSED)))
+      (ENTMAKE (LIST '(0 "ARC") '(8 "DIMENSIONS") (LIST 10 HINGE) (LIST 40 WIDTH) (LIST 50 CLOSED)
+                     (LIST 51 OPEN)))))
 
 (SETQ RIGHT-ANGLE (/ PI 2))
 

@@ -43,14 +43,14 @@
 (DEFUN MAKE-DIMENSION-LINE (A B WORDS / WAY)
   (SETQ WAY (ANGLE A B))
   (IF (< (DISTANCE A B) (* 9 PAPER))
-    (PROGN
-      (MAKE-LINE "DIMENSIONS" (POLAR A WAY (* -7 PAPER)) (POLAR B WAY (* 7 PAPER)))
-      (MAKE-ARROWHEAD A WAY)
-      (MAKE-ARROWHEAD B (+ WAY PI)))
-    (PROGN
-      (MAKE-LINE "DIMENSIONS" A B)
-      (MAKE-ARROWHEAD A (+ WAY PI))
-      (MAKE-ARROWHEAD B WAY)))
+      (PROGN
+        (MAKE-LINE "DIMENSIONS" (POLAR A WAY (* -7 PAPER)) (POLAR B WAY (* 7 PAPER)))
+        (MAKE-ARROWHEAD A WAY)
+        (MAKE-ARROWHEAD B (+ WAY PI)))
+      (PROGN
+        (MAKE-LINE "DIMENSIONS" A B)
+        (MAKE-ARROWHEAD A (+ WAY PI))
+        (MAKE-ARROWHEAD B WAY)))
   (MAKE-NOTE (POLAR (BETWEEN A B 0.5) (+ WAY (/ PI 2)) PAPER) 3.5 WAY 1 WORDS))
 
 ; A thin line from an edge at P to a dimension at A, and 2 mm beyond.
