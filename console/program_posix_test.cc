@@ -60,6 +60,20 @@ class ConsoleProgram : public testing::Test {
     run("--worker " + quoted(environment("LISP_WORKER_PATH")) + " " + paths);
   }
 
+  // As runPrograms, in an environment, which comes before the command.
+  void runWith(const std::string& environment_words, const std::string& paths) {
+    const testing_support::CommandOutput result = runCommand(
+        "env " + environment_words + " " + quoted(environment("LISP_CONSOLE_PATH")) + " --worker " +
+        quoted(environment("LISP_WORKER_PATH")) + " </dev/null " + paths + " 2>&1");
+    output = result.text;
+    exit_code = result.exit_code;
+  }
+
+  // As runPrograms; exit code 124 when it takes longer.
+  void runWithin(const std::string& seconds, const std::string& paths) {
+    runWith("timeout " + seconds, paths);
+  }
+
   std::string output;  // Standard output and error together.
   int exit_code = -1;
 
@@ -147,6 +161,55 @@ TEST_F(ConsoleProgram, RunsFormsOfTheCommandLineInTheirOrder) {
   run("check -e '(CAR (FOO))' -e '(CUONT 1)'");
   EXPECT_EQ(exit_code, 1);
   EXPECT_THAT(output, HasSubstr("2 programs, 2 errors"));
+}
+
+// 2^17 loads, if each were made.
+TEST_F(ConsoleProgram, LoadsALibraryOnceHoweverOftenItIsNamed) {
+  constexpr int kLevels = 17;
+  for (int level = 1; level <= kLevels; ++level) {
+    const std::string next = ";@ load l" + std::to_string(level + 1) + ".lsp\n";
+    static_cast<void>(file("l" + std::to_string(level) + ".lsp", next + next + "(SETQ A 1)\n"));
+  }
+  static_cast<void>(file("l18.lsp", "(SETQ B 1)\n"));
+  runWithin("5", quoted(file("a.lsp", ";@ load l1.lsp\n(+ A B)\n")));
+  EXPECT_EQ(output, "result: 2   [3 steps]\n");
+}
+
+TEST_F(ConsoleProgram, CopiesEverythingAgainAndAgain) {
+  runWithin("30", quoted(file("a.lsp",
+                              "(COMMAND \"POINT\" \"0,0\" \"\")\n(SETQ N 0)\n"
+                              "(WHILE (< N 15) (SETQ N (1+ N))\n"
+                              "  (COMMAND \"COPY\" \"ALL\" \"\" \"0,0\" \"1,1\"))\n")));
+  EXPECT_THAT(output, HasSubstr("and 32756 more added"));
+}
+
+TEST_F(ConsoleProgram, DrawsNoCellsWhereThereWouldBeTooMany) {
+  const std::string picture = file("a.svg", "");
+  runWithin("5", "--cells --picture " + quoted(picture) + " " +
+                     quoted(file("a.lsp",
+                                 "(COMMAND \"POINT\" \"-1e20,-1e20\" \"\")\n"
+                                 "(COMMAND \"CIRCLE\" \"0,0\" 5)\n")));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_LT(written(picture).size(), 10000U);
+}
+
+TEST_F(ConsoleProgram, KeepsEveryLetterWhateverTheLocale) {
+  runWith("LC_ALL=C LANG=C", "-e '\"\xC3\x84\xE6\xBC\xA2\"'");
+  EXPECT_THAT(output, StartsWith("result: \"\xC3\x84\xE6\xBC\xA2\"   "));
+}
+
+TEST_F(ConsoleProgram, LeavesTheFilesBesideASavedDrawingAlone) {
+  const std::string victim = file("victim", "mine");
+  const std::string part = victim + ".json.part";
+  std::filesystem::create_symlink(victim, part);
+  const std::string drawing = file("victim.json", "");
+  std::filesystem::permissions(drawing, std::filesystem::perms(0600));
+  runPrograms("-e '(COMMAND \"CIRCLE\" \"0,0\" 5)' --save " + quoted(drawing));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_THAT(written(drawing), HasSubstr("\"CIRCLE\""));
+  EXPECT_EQ(written(victim), "mine");
+  EXPECT_TRUE(std::filesystem::is_symlink(part));
+  EXPECT_EQ(std::filesystem::status(drawing).permissions(), std::filesystem::perms(0600));
 }
 
 TEST_F(ConsoleProgram, ShowsAHundredFindingsAndSaysWhenThereAreMore) {
