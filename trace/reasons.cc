@@ -1,5 +1,5 @@
-// A form that was not evaluated stands in one that was. What that one is decides: a condition has
-// gone the other way, or the run has ended inside it. A form in the body of a function was not
+// A form that was not evaluated is part of one that was. The kind of that one decides: a condition
+// has gone the other way, or the run has ended inside it. A form in the body of a function was not
 // evaluated because nobody called it, and so its calls are asked the same.
 
 #include "trace/reasons.h"

@@ -73,7 +73,7 @@ class RecordedWorker : public FramePort {
     }
   }
 
-  // Whether the session is whole on record.
+  // True when the session is whole on record.
   bool finish() {
     recorder_->onEnd(process_->finish());
     return recorder_->isComplete();
@@ -102,7 +102,7 @@ class RecordedWorker : public FramePort {
   std::unique_ptr<session::Recorder> recorder_;
 };
 
-// Whether all answers are those of the literal implementation.
+// True when all answers are those of the literal implementation.
 bool recordConversation(std::uint64_t seed, RecordedWorker& worker) {
   return !firstDisagreement(generateConversation(seed).exchanges, worker);
 }
