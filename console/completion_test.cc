@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -57,7 +58,10 @@ TEST(Completion, OffersWhatAFormNeedsBehindCommandsThatRunOne) {
     EXPECT_THAT(candidatesAt(std::string(command) + " (LIST (pl"), ElementsAre("PLATE"));
     EXPECT_THAT(candidatesAt(std::string(command) + " (COMMAND \"ci"), ElementsAre("CIRCLE"));
   }
-  EXPECT_THAT(candidatesAt(":trace /de"), ElementsAre("/dev/"));
+  const std::string directory = testing::TempDir() + "lisp_completion_test";
+  std::filesystem::create_directories(directory + "/inside");
+  EXPECT_THAT(candidatesAt(":trace " + directory + "/ins"), ElementsAre(directory + "/inside/"));
+  std::filesystem::remove_all(directory);
 }
 
 TEST(Completion, OffersCommandsAndTheirOptions) {
