@@ -141,6 +141,10 @@ void defineOptions(CLI::App& app, CommandLine& line) {
                  "Host calls that a program may make; else 10000")
       ->type_name("N")
       ->check(CLI::Range(1, static_cast<int>(client::kStepCountMax)));
+  app.add_option("--time-limit", line.time_limit_seconds,
+                 "Seconds that the worker may take for one answer; else 60")
+      ->type_name("N")
+      ->check(CLI::Range(1, 86400));
   app.add_flag("--at-error", line.at_error, "debug begins where the program has failed");
   app.add_flag("--check", line.only_names,
                "format changes nothing, and names the files that would change");
@@ -227,12 +231,12 @@ std::string whyUnusable(const CommandLine& line) {
                      line.shows_cells || line.page.sheet || line.page.window;
   if (line.test && (draws || line.asks || line.shows_conversation || line.shows_all || line.keeps ||
                     line.is_dry)) {
-    return "test takes --load, --drawing, --answers, --strict, --max-calls, --trace, --profile and "
-           "--coverage only";
+    return "test takes --load, --drawing, --answers, --strict, --max-calls, --time-limit, --trace, "
+           "--profile and --coverage only";
   }
   const bool runs_otherwise = draws || records || line.asks || line.shows_conversation ||
                               line.shows_all || line.keeps || line.is_strict || line.is_dry ||
-                              line.host_call_count_max != 0 ||
+                              line.host_call_count_max != 0 || line.time_limit_seconds != 0 ||
                               !(line.drawing_path + line.answers_path).empty();
   if (line.check && runs_otherwise)
     return "check runs nothing; of the options it takes --load only";
@@ -243,7 +247,8 @@ std::string whyUnusable(const CommandLine& line) {
       (records || line.is_json || line.asks || line.shows_conversation || line.shows_all ||
        line.keeps || line.is_dry || !line.picture_paths.empty() || line.page.sheet ||
        line.page.window || !(line.save_path + line.answers_path).empty())) {
-    return "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only";
+    return "watch takes --port, --load, --drawing, --strict, --max-calls, --time-limit and "
+           "--worker only";
   }
   if (!line.watch && line.port != 0) return "--port is for watch";
   if (line.debug && (line.program_paths.size() != 1 || !line.forms.empty())) {
@@ -251,8 +256,8 @@ std::string whyUnusable(const CommandLine& line) {
   }
   if (line.debug && (records || line.is_json || draws || line.is_brief || line.shows_conversation ||
                      line.shows_all || line.keeps || line.is_dry)) {
-    return "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls and "
-           "--worker only";
+    return "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls, "
+           "--time-limit and --worker only";
   }
   if (!line.debug && line.at_error) return "--at-error is for debug";
   for (const std::string& path : line.picture_paths) {

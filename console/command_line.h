@@ -54,6 +54,7 @@ struct CommandLine {
   bool is_strict = false;
   bool is_dry = false;
   std::size_t host_call_count_max = 0;  // 0 where none was given.
+  int time_limit_seconds = 0;           // For one answer of the worker; 0 where none was given.
   bool traces = false;
   bool profiles = false;
   bool shows_coverage = false;

@@ -154,11 +154,30 @@ TEST(CommandLine, SaysWhatIsWrongWithASheet) {
   EXPECT_EQ(errorOf({"a.lsp", "--window", "0,0,1,1"}), "--sheet and --window need --picture");
   EXPECT_EQ(errorOf({"check", "a.lsp", "--sheet", "A4"}),
             "check runs nothing; of the options it takes --load only");
-  EXPECT_EQ(errorOf({"watch", "a.lsp", "--window", "0,0,1,1"}),
-            "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only");
-  EXPECT_EQ(errorOf({"test", "a.lsp", "--sheet", "A4"}),
-            "test takes --load, --drawing, --answers, --strict, --max-calls, --trace, --profile "
-            "and --coverage only");
+  EXPECT_EQ(
+      errorOf({"watch", "a.lsp", "--window", "0,0,1,1"}),
+      "watch takes --port, --load, --drawing, --strict, --max-calls, --time-limit and --worker "
+      "only");
+  EXPECT_EQ(
+      errorOf({"test", "a.lsp", "--sheet", "A4"}),
+      "test takes --load, --drawing, --answers, --strict, --max-calls, --time-limit, --trace, "
+      "--profile and --coverage only");
+}
+
+TEST(CommandLine, TakesATimeLimitInSeconds) {
+  std::string error;
+  for (const auto& [text, seconds] : {std::pair{"1", 1}, {"86399", 86399}, {"86400", 86400}}) {
+    const auto line = parseCommandLine(Arguments{"a.lsp", "--time-limit", text}, "w", error);
+    ASSERT_TRUE(line.has_value()) << error;
+    EXPECT_EQ(line->time_limit_seconds, seconds);
+  }
+  EXPECT_EQ(errorOf({"test", "a.lsp", "--time-limit", "5"}), "was taken");
+  EXPECT_EQ(errorOf({"--time-limit", "5"}), "was taken");
+  for (const char* const text : {"0", "86401", "-1", "soon", "99999999999"}) {
+    EXPECT_NE(errorOf({"a.lsp", "--time-limit", text}), "was taken") << text;
+  }
+  EXPECT_EQ(errorOf({"check", "a.lsp", "--time-limit", "5"}),
+            "check runs nothing; of the options it takes --load only");
 }
 
 TEST(CommandLine, TakesWatchWithOneProgram) {
@@ -170,14 +189,17 @@ TEST(CommandLine, TakesWatchWithOneProgram) {
   EXPECT_EQ(line->port, 8123);
   EXPECT_EQ(errorOf({"watch"}), "watch needs one program");
   EXPECT_EQ(errorOf({"watch", "a.lsp", "b.lsp"}), "watch needs one program");
-  EXPECT_EQ(errorOf({"watch", "a.lsp", "--load", "l", "--drawing", "d", "--max-calls", "5"}),
+  EXPECT_EQ(errorOf({"watch", "a.lsp", "--load", "l", "--drawing", "d", "--max-calls", "5",
+                     "--time-limit", "5"}),
             "was taken");
   for (const Arguments& option :
        {Arguments{"--conversation"}, {"--ask"}, {"--keep"}, {"--save", "x"}}) {
     Arguments refused = {"watch", "a.lsp"};
     refused.insert(refused.end(), option.begin(), option.end());
-    EXPECT_EQ(errorOf(refused),
-              "watch takes --port, --load, --drawing, --strict, --max-calls and --worker only");
+    EXPECT_EQ(
+        errorOf(refused),
+        "watch takes --port, --load, --drawing, --strict, --max-calls, --time-limit and --worker "
+        "only");
   }
   EXPECT_EQ(errorOf({"a.lsp", "--port", "8123"}), "--port is for watch");
   EXPECT_NE(errorOf({"watch", "a.lsp", "--port", "65536"}), "was taken");
@@ -194,15 +216,15 @@ TEST(CommandLine, TakesDebugWithOneProgram) {
   EXPECT_EQ(errorOf({"debug", "a.lsp", "b.lsp"}), "debug needs one program");
   EXPECT_EQ(errorOf({"debug", "-e", "1"}), "debug needs one program");
   EXPECT_EQ(errorOf({"debug", "a.lsp", "--load", "l", "--drawing", "d", "--max-calls", "5",
-                     "--answers", "f", "--strict"}),
+                     "--time-limit", "5", "--answers", "f", "--strict"}),
             "was taken");
   for (const Arguments& option :
        {Arguments{"--brief"}, {"--json"}, {"--keep"}, {"--save", "x"}, {"--trace"}}) {
     Arguments refused = {"debug", "a.lsp"};
     refused.insert(refused.end(), option.begin(), option.end());
     EXPECT_EQ(errorOf(refused),
-              "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls "
-              "and --worker only");
+              "debug takes --at-error, --load, --drawing, --answers, --ask, --strict, --max-calls, "
+              "--time-limit and --worker only");
   }
   EXPECT_EQ(errorOf({"a.lsp", "--at-error"}), "--at-error is for debug");
 }

@@ -1,6 +1,7 @@
 // lisp_console: a host for people who write programs. Runs them against a drawing in memory.
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -176,6 +177,11 @@ void tellUnusedAnswers(const CommandLine& line, const AnswerList& answers) {
   }
 }
 
+// For the worker's answer to one request.
+std::chrono::milliseconds timeLimit(const CommandLine& line) {
+  return line.time_limit_seconds == 0 ? kTimeLimit : std::chrono::seconds(line.time_limit_seconds);
+}
+
 // The settings that the prompt and programs in files share.
 void setUp(Session& session, const CommandLine& line) {
   session.setKeep(line.keeps);
@@ -187,7 +193,7 @@ void setUp(Session& session, const CommandLine& line) {
 
 ExitCode runPrograms(const Inputs& inputs, const CommandLine& line,
                      client::WorkerProcess& process) {
-  client::WorkerClient worker(process, {.time_limit = kTimeLimit});
+  client::WorkerClient worker(process, {.time_limit = timeLimit(line)});
   std::ostream nowhere(nullptr);
   JsonReporter reporter(std::cout);
   Session session(worker, line.is_json ? nowhere : std::cout);
@@ -269,6 +275,7 @@ ExitCode testPrograms(const Inputs& inputs, const CommandLine& line) {
                      .answers = inputs.answers,
                      .is_strict = line.is_strict,
                      .host_call_count_max = line.host_call_count_max,
+                     .time_limit = timeLimit(line),
                      .watcher = recordings.watcher(),
                      .progress =
                          [&](const Progress& now) {
@@ -295,7 +302,7 @@ ExitCode testPrograms(const Inputs& inputs, const CommandLine& line) {
 // Runs the program once; what it says is only shown when there is no run to look at.
 ExitCode debugProgram(const Inputs& inputs, const CommandLine& line,
                       client::WorkerProcess& process) {
-  client::WorkerClient worker(process, {.time_limit = kTimeLimit});
+  client::WorkerClient worker(process, {.time_limit = timeLimit(line)});
   std::ostringstream told;
   Session session(worker, told);
   Explainer explainer;
@@ -393,7 +400,7 @@ ExitCode checkPrograms(const Inputs& inputs) {
 }
 
 ExitCode runPrompt(const Inputs& inputs, const CommandLine& line) {
-  Prompt prompt(line.worker_path, line.keeps_history ? defaultHistoryPath() : "");
+  Prompt prompt(line.worker_path, line.keeps_history ? defaultHistoryPath() : "", timeLimit(line));
   std::string error;
   if (!prompt.open(error)) return complain(ExitCode::WorkerBroken, error);
   Session& session = prompt.session();
@@ -424,6 +431,7 @@ ExitCode watchProgram(const CommandLine& line) {
                                 .drawing_path = line.drawing_path,
                                 .is_strict = line.is_strict,
                                 .host_call_count_max = line.host_call_count_max,
+                                .time_limit = timeLimit(line),
                                 .port = line.port},
                                std::cout, error);
   return is_served ? ExitCode::AllAsExpected : complain(ExitCode::UnusableInput, error);

@@ -495,6 +495,33 @@ TEST_F(ConsoleProgram, LetsAProgramMakeMoreHostCallsOrFewer) {
                                  "calls (--max-calls allows more)\n"));
 }
 
+// One that takes requests and answers none, and one that announces 100 bytes and sends none of
+// them.
+TEST_F(ConsoleProgram, EndsAWorkerThatTakesTooLong) {
+  const std::string program = quoted(file("a.lsp", "(+ 1 2)"));
+  const std::string form = quoted(file("form", "(+ 1 2)\n"));
+  const std::string silent = file("silent", "#!/bin/sh\nexec cat 3>&1 >/dev/null\n");
+  std::filesystem::permissions(silent, std::filesystem::perms(0700));
+  std::string options = " --time-limit 1 --worker " + quoted(silent) + " ";
+  for (const std::string& arguments : {options + program, options + "-e 1", options + "<" + form,
+                                       "test" + options + program, "debug" + options + program}) {
+    run(arguments);
+    EXPECT_EQ(exit_code, 3) << arguments << "\n" << output;
+    EXPECT_THAT(output, HasSubstr("the worker has not answered within 1000 ms")) << arguments;
+  }
+  // The header of a response to the first request, which registers context 1.
+  const std::string cut =
+      file("cut",
+           "#!/bin/sh\nprintf 'KLSP\\003\\000\\002\\000\\144\\000\\000\\000'\n"
+           "printf '\\000\\000\\000\\000\\001\\000\\000\\000\\000\\000\\000\\000\\001'\n"
+           "head -c 39 /dev/zero\nexec cat 3>&1 >/dev/null\n");
+  std::filesystem::permissions(cut, std::filesystem::perms(0700));
+  run("--time-limit 1 --worker " + quoted(cut) + " " + program);
+  EXPECT_EQ(exit_code, 3);
+  EXPECT_THAT(output, HasSubstr("the worker has not answered within 1000 ms"));
+  EXPECT_THAT(output, HasSubstr("0 of 100 payload bytes have come"));
+}
+
 // Ctrl-C ends the program where it is. The files that were asked for are written all the same.
 TEST_F(ConsoleProgram, EndsAProgramAtCtrlC) {
   const std::string good = quoted(file("a.lsp", "(COMMAND \"POINT\" '(1 1) \"\")"));

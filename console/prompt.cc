@@ -70,8 +70,10 @@ void tellDefinitions(const explain::Definitions& before, const explain::Definiti
 
 }  // namespace
 
-Prompt::Prompt(std::string worker_path, const std::string& history_path)
+Prompt::Prompt(std::string worker_path, const std::string& history_path,
+               std::chrono::milliseconds time_limit)
     : worker_path_(std::move(worker_path)),
+      time_limit_(time_limit),
       editor_(openLineEditor(history_path,
                              [this](std::string_view before) { return completionAt(before); })),
       keyboard_(std::make_unique<Keyboard>(*editor_)) {
@@ -105,7 +107,7 @@ bool Prompt::startWorker(std::string& error) {
     return false;
   }
   worker_ = std::make_unique<client::WorkerClient>(
-      *process_, client::ClientSettings{.time_limit = kTimeLimit});
+      *process_, client::ClientSettings{.time_limit = time_limit_});
   return true;
 }
 

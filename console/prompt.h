@@ -27,8 +27,10 @@ namespace lisp_worker::console {
 
 class Prompt {
  public:
-  // The paths of the worker and of the file that keeps lines.
-  Prompt(std::string worker_path, const std::string& history_path);
+  // The paths of the worker and of the file that keeps lines, and the limit for one answer of the
+  // worker.
+  Prompt(std::string worker_path, const std::string& history_path,
+         std::chrono::milliseconds time_limit);
 
   // Starts the worker. False with the reason in `error`.
   [[nodiscard]] bool open(std::string& error);
@@ -89,6 +91,7 @@ class Prompt {
   [[nodiscard]] Completion completionAt(std::string_view before) const;
 
   std::string worker_path_;
+  std::chrono::milliseconds time_limit_;
   std::unique_ptr<LineEditor> editor_;
   std::unique_ptr<Keyboard> keyboard_;
   std::unique_ptr<client::WorkerProcess> process_;

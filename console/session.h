@@ -43,7 +43,8 @@ enum class ProgramEnd : std::uint8_t {
 // A program that makes more host calls is cancelled, unless the caller allows more.
 inline constexpr std::size_t kHostCallCountMax = client::RunSettings().host_call_count_max;
 
-// For the worker's answer to one request: it takes milliseconds, at the very worst some seconds.
+// For the worker's answer to one request, unless the caller gives another limit. It takes
+// milliseconds, at the very worst some seconds.
 inline constexpr std::chrono::milliseconds kTimeLimit{60000};
 
 // Of the changes that a program makes to the drawing only this many are listed, unless everything

@@ -22,7 +22,7 @@ bool expectsAnything(const Script& script) {
 // Fills `report` with what a program that fails is to say, and returns why the worker broke off.
 std::string TestRunner::runQuietly(const Program& program, client::WorkerProcess& process,
                                    std::vector<std::string>& report) {
-  client::WorkerClient worker(process, {.time_limit = kTimeLimit});
+  client::WorkerClient worker(process, {.time_limit = settings_.time_limit});
   std::ostringstream told;
   Session session(worker, told);
   Explainer explainer;

@@ -4,6 +4,7 @@
 #ifndef CONSOLE_TEST_RUNNER_H_
 #define CONSOLE_TEST_RUNNER_H_
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -16,6 +17,7 @@
 #include "console/program.h"
 #include "console/progress.h"
 #include "console/script.h"
+#include "console/session.h"
 #include "explain/watcher.h"
 #include "lisp_worker/client/process.h"
 
@@ -30,6 +32,7 @@ struct TestSettings {
   std::vector<ScriptedAnswer> answers = {};
   bool is_strict = false;
   std::size_t host_call_count_max = 0;                 // 0 for the default.
+  std::chrono::milliseconds time_limit = kTimeLimit;   // For one answer of the worker.
   explain::Watcher* watcher = nullptr;                 // Told of all runs; may be null.
   std::function<bool(const Progress&)> progress = {};  // As Session::setProgress takes it.
 };

@@ -103,7 +103,7 @@ void PageRunner::runOnce() {
     publish("failed");
     return;
   }
-  client::WorkerClient worker(*process, {.time_limit = kTimeLimit});
+  client::WorkerClient worker(*process, {.time_limit = settings_.time_limit});
   std::ostringstream out;
   Session session(worker, out);
   session_ = &session;

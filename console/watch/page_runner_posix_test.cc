@@ -37,10 +37,13 @@ class PageRunnerTest : public testing::Test {
     std::ofstream(part, std::ios::binary) << text;
     std::filesystem::rename(part, directory_ / name);
   }
+  [[nodiscard]] std::string path(const std::string& name) const { return directory_ / name; }
   void remove(const std::string& name) { std::filesystem::remove(directory_ / name); }
 
   void start(WatchSettings settings = {}) {
-    settings.worker_path = testing_support::environment("LISP_WORKER_PATH");
+    if (settings.worker_path.empty()) {
+      settings.worker_path = testing_support::environment("LISP_WORKER_PATH");
+    }
     settings.program_path = directory_ / "a.lsp";
     thread_ = std::thread([this, settings] {
       PageRunner(settings, mailbox, [this] { return bool{is_interrupted_}; }).watch();
@@ -196,6 +199,18 @@ TEST_F(PageRunnerTest, EndsARunThatDoesNotEndByItself) {
   EXPECT_THAT(waitFor("failed")["messages"][0]["text"], HasSubstr("more than 300 host calls"));
   save("(WHILE T)");
   EXPECT_THAT(waitFor("failed")["messages"][0]["text"], HasSubstr("step limit"));
+}
+
+TEST_F(PageRunnerTest, EndsAWorkerThatTakesTooLong) {
+  save("#!/bin/sh\nexec cat 3>&1 >/dev/null\n", "silent");
+  save("(+ 1 2)");
+  WatchSettings settings;
+  settings.worker_path = path("silent");
+  std::filesystem::permissions(settings.worker_path, std::filesystem::perms(0700));
+  settings.time_limit = std::chrono::milliseconds(200);
+  start(settings);
+  EXPECT_THAT(waitFor("failed")["messages"][0]["text"],
+              HasSubstr("the worker has not answered within 200 ms"));
 }
 
 TEST_F(PageRunnerTest, SendsNoBytesThatAreNoText) {
