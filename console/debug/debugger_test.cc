@@ -7,55 +7,24 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "console/debug/debug_session.h"
-#include "console/explainer.h"
-#include "console/program.h"
-#include "console/script.h"
-#include "console/session.h"
-#include "lisp_worker/client/worker_client.h"
-#include "testing/workers/in_process_worker.h"
+#include "testing/workers/recorded_run.h"
 
 namespace lisp_worker::console {
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-Program programOf(const std::string& text) {
-  std::string error;
-  auto script = readScript(text, error);
-  EXPECT_TRUE(script) << error;
-  return {.name = "p.lsp", .text = text, .script = script.value_or(Script())};
-}
-
-// The run of a program, after those of libraries.
-std::optional<RecordedRun> record(const std::string& text,
-                                  const std::vector<std::string>& libraries = {}) {
-  testing_support::InProcessWorker process;
-  client::WorkerClient worker(process);
-  std::ostringstream told;
-  Session session(worker, told);
-  Explainer explainer;
-  session.setExplainer(&explainer);
-  session.setBrief(true);
-  for (const std::string& library : libraries) {
-    Program program = programOf(library);
-    program.name = "lib.lsp";
-    EXPECT_EQ(session.load(program), ProgramEnd::AsExpected);
-  }
-  return recordRun(session, explainer, programOf(text), {});
-}
+using testing_support::recordedRun;
 
 class DebuggerTest : public testing::Test {
  protected:
   void debug(const std::string& text, const std::vector<std::string>& libraries = {}) {
-    auto run = record(text, libraries);
+    auto run = recordedRun(text, libraries);
     ASSERT_TRUE(run);
     EXPECT_EQ(run->doubt, "");
     debugger_.emplace(std::move(*run));
@@ -387,7 +356,7 @@ TEST_F(DebuggerTest, KnowsItsCommands) {
   EXPECT_TRUE(debugger_->isOver());
 }
 
-TEST(RecordRun, OfAProgramThatCannotBeReadIsNothing) { EXPECT_FALSE(record("(CAR")); }
+TEST(RecordRun, OfAProgramThatCannotBeReadIsNothing) { EXPECT_FALSE(recordedRun("(CAR")); }
 
 }  // namespace
 }  // namespace lisp_worker::console

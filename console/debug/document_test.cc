@@ -5,30 +5,21 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <utility>
 
-#include "console/debug/debug_session.h"
 #include "console/debug/debugger.h"
-#include "console/explainer.h"
 #include "console/program.h"
-#include "console/session.h"
-#include "lisp_worker/client/worker_client.h"
 #include "testing/base/test_environment.h"
 #include "testing/formats/document_examples.h"
-#include "testing/workers/in_process_worker.h"
+#include "testing/workers/recorded_run.h"
 
 namespace lisp_worker::console {
 namespace {
 
 // Each command of a session with the debugger's answer below it.
 std::string hold(const Program& program, const std::string& session_text) {
-  testing_support::InProcessWorker process;
-  client::WorkerClient worker(process);
-  std::ostringstream told;
-  Session session(worker, told);
-  Explainer explainer;
-  session.setExplainer(&explainer);
-  auto run = recordRun(session, explainer, program, {});
-  if (!run) return told.str();
+  auto run = testing_support::recordedRun(program);
+  if (!run) return "no run";
   Debugger debugger(std::move(*run));
   std::string text = debugger.summary() + debugger.whereText();
   std::istringstream lines(session_text);
