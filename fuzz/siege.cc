@@ -48,11 +48,10 @@ constexpr double kMemoryMax = 65536;  // KiB.
 constexpr double kLeavingMax = 10e3;  // Microseconds.
 // Not promised: a small request may take a little longer than its share, but not much.
 constexpr double kExcessMax = 20e3;
-// The histories that docs/GUARANTEES.md tells to be beyond the promise: SSNAME at random follows
-// pointers all over the memory, and so does the search for names that are new.
+// What docs/GUARANTEES.md tells to be beyond the promise: SSNAME at random follows pointers all over
+// the memory, and so does the search for a name that is new.
 constexpr double kScatteredTimeMax = 300e3;
-// Who names so many may mean new ones.
-constexpr std::uint32_t kManyNames = 50000;
+constexpr double kTimePerName = 1.5;
 
 constexpr std::size_t kKeptPerCell = 3;
 
@@ -71,15 +70,16 @@ constexpr std::size_t cellOf(std::size_t kind, std::size_t measure) {
 }
 
 double limitOf(std::size_t kind, Measure measure, std::uint32_t names, bool is_strict) {
-  const auto piece = static_cast<siege::PieceKind>(kind);
-  const bool is_scattered = piece == siege::PieceKind::Indexes ||
-                            piece == siege::PieceKind::Names || piece == siege::PieceKind::Touch ||
-                            names > kManyNames;
+  const bool is_scattered = static_cast<siege::PieceKind>(kind) == siege::PieceKind::Indexes;
+  const auto with_names = [&](double limit) {
+    return is_scattered ? kScatteredTimeMax
+                        : std::min(kScatteredTimeMax, limit + kTimePerName * names);
+  };
   switch (measure) {
     case Measure::Time:
-      return is_strict ? kPromisedTime : is_scattered ? kScatteredTimeMax : kTimeMax;
+      return is_strict ? kPromisedTime : with_names(kTimeMax);
     case Measure::Excess:
-      return is_scattered && !is_strict ? kScatteredTimeMax : kExcessMax;
+      return is_strict ? kExcessMax : with_names(kExcessMax);
     case Measure::Memory:
       return kMemoryMax;
     default:
