@@ -1,0 +1,1 @@
+autocmd BufNewFile,BufRead *.lsp set filetype=lisp_worker
