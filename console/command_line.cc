@@ -296,7 +296,8 @@ std::string usage() {
          "       lisp_console test [OPTIONS] PROGRAM...\n"
          "       lisp_console watch [--port N] [OPTIONS] PROGRAM\n"
          "       lisp_console debug [--at-error] [OPTIONS] PROGRAM\n"
-         "       lisp_console format [--check] PROGRAM...\n\n" +
+         "       lisp_console format [--check] PROGRAM...\n"
+         "       lisp_console lsp\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
 }
 
@@ -314,7 +315,9 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.watch = !arguments.empty() && arguments.front() == "watch";
   line.debug = !arguments.empty() && arguments.front() == "debug";
   line.format = !arguments.empty() && arguments.front() == "format";
-  const bool has_word = line.check || line.test || line.watch || line.debug || line.format;
+  line.lsp = !arguments.empty() && arguments.front() == "lsp";
+  const bool has_word =
+      line.check || line.test || line.watch || line.debug || line.format || line.lsp;
   std::vector<std::string> reversed(arguments.begin() + (has_word ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
   const auto asks_for = [&](const char* option) {
@@ -329,6 +332,13 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
     if (topic != options_end) line.help_topic = *topic;
   }
   if (line.help || line.version) return line;
+  if (line.lsp) {
+    // Editors say so to servers that can do otherwise.
+    std::erase(reversed, "--stdio");
+    if (reversed.empty()) return line;
+    error = "lsp takes nothing";
+    return std::nullopt;
+  }
   std::reverse(reversed.begin(), reversed.end());  // As the parser takes them.
   CLI::App app;
   defineOptions(app, line);

@@ -31,6 +31,7 @@ struct CommandLine {
   bool test = false;        // Run each of them by itself, and say which are as they expect.
   bool watch = false;       // Show the program on a page, and follow its files.
   bool debug = false;       // Run the program, then look at the run step by step.
+  bool lsp = false;         // Be a language server.
   bool format = false;      // Give each of them the style of layout, without running them.
   bool only_names = false;  // format: name those that would change.
   bool at_error = false;    // Begin where it has failed.

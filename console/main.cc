@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "check/check.h"
-#include "console/check_calls.h"
+#include "console/check_program.h"
 #include "console/command_line.h"
 #include "console/debug/debug_session.h"
 #include "console/display.h"
@@ -24,6 +24,7 @@
 #include "console/formatting.h"
 #include "console/host.h"
 #include "console/keyboard.h"
+#include "console/language/language_server.h"
 #include "console/line_editor.h"
 #include "console/own_path.h"
 #include "console/picture.h"
@@ -346,17 +347,15 @@ ExitCode debugProgram(const Inputs& inputs, const CommandLine& line,
 // Counts and prints what the checks find.
 class CheckReport {
  public:
-  void add(std::vector<check::Finding> findings) {
-    std::stable_sort(
-        findings.begin(), findings.end(),
-        [](const check::Finding& a, const check::Finding& b) { return a.begin < b.begin; });
-    const bool has_more = findings.size() > kShownMax;
-    if (has_more) findings.resize(kShownMax);
-    for (const check::Finding& finding : findings) {
-      ++(finding.severity == check::Severity::Error ? error_count_ : warning_count_);
-      std::cout << check::describe(finding);
+  void add(const std::vector<TextFindings>& all) {
+    for (const TextFindings& text : all) {
+      for (const check::Finding& finding : text.findings) {
+        ++(finding.severity == check::Severity::Error ? error_count_ : warning_count_);
+        std::cout << check::describe(finding);
+      }
+      if (!text.has_more) continue;
+      std::cout << "... of more than " << text.findings.size() << " these are the first\n";
     }
-    if (has_more) std::cout << "... of more than " << kShownMax << " these are the first\n";
   }
 
   ExitCode finish(std::size_t program_count) const {
@@ -367,35 +366,15 @@ class CheckReport {
   }
 
  private:
-  static constexpr std::size_t kShownMax = check::kFindingCountMax - 1;
-
   std::size_t error_count_ = 0;
   std::size_t warning_count_ = 0;
 };
 
-// A program and the libraries that it loads, in the order in which they run. Of a library only
-// that it cannot be read, sent or loaded is reported.
-void appendTexts(const Program& program, std::vector<explain::ProgramPointer>& texts,
-                 CheckReport& report, bool is_library) {
-  for (const Program& library : program.libraries) appendTexts(library, texts, report, true);
-  texts.push_back(explain::readProgram(program.name, program.text));
-  if (!is_library) return;
-  report.add(texts.back()->reading.fault ? check::findingsIn(texts, texts.size() - 1)
-                                         : checkLibrary(texts.back()));
-}
-
 ExitCode checkPrograms(const Inputs& inputs) {
   CheckReport report;
   std::vector<explain::ProgramPointer> texts;
-  for (const Program& library : inputs.libraries) appendTexts(library, texts, report, true);
-  for (const Program& program : inputs.programs) {
-    appendTexts(program, texts, report, false);
-    std::vector<check::Finding> findings = check::findingsIn(texts, texts.size() - 1);
-    for (check::Finding& finding : checkCalls(texts)) {
-      findings.push_back(std::move(finding));
-    }
-    report.add(std::move(findings));
-  }
+  for (const Program& library : inputs.libraries) report.add(checkAsLibrary(library, texts));
+  for (const Program& program : inputs.programs) report.add(checkProgram(program, texts));
   return report.finish(inputs.programs.size());
 }
 
@@ -489,6 +468,9 @@ ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output)
   if (line->version) {
     std::cout << "lisp_console " << client::libraryVersion() << "\n";
     return ExitCode::AllAsExpected;
+  }
+  if (line->lsp) {
+    return language::runLanguageServer() == 0 ? ExitCode::AllAsExpected : ExitCode::SomeUnexpected;
   }
   if (line->watch) return watchProgram(*line);
   if (line->format) return formatPrograms(*line, output);

@@ -29,6 +29,7 @@ std::optional<std::string> readText(const std::string& path, std::string& error)
 struct Files {
   std::vector<std::filesystem::path> open;  // On the way to the one that is being read.
   std::set<std::filesystem::path> read;     // Libraries; each is loaded where it is first named.
+  OpenTexts open_texts = {};
 };
 
 std::optional<std::string> readStandardInput(std::string& error) {
@@ -80,7 +81,9 @@ std::optional<Program> complete(const std::string& path, std::optional<std::stri
 }
 
 std::optional<Program> readAt(const std::string& path, Files& files, std::string& error) {
-  return complete(path, readText(path, error), files, error);
+  const std::string* const open_text = files.open_texts ? files.open_texts(path) : nullptr;
+  auto text = open_text == nullptr ? readText(path, error) : withoutMark(*open_text);
+  return complete(path, std::move(text), files, error);
 }
 
 }  // namespace
@@ -104,6 +107,12 @@ std::optional<Program> readProgram(const std::string& path, std::string& error) 
   Files files;
   if (path != "-") return readAt(path, files, error);
   return complete(kStandardInputName, withoutMark(readStandardInput(error)), files, error);
+}
+
+std::optional<Program> readOpenProgram(const std::string& path, std::string text,
+                                       const OpenTexts& open_texts, std::string& error) {
+  Files files{.open = {}, .read = {}, .open_texts = open_texts};
+  return complete(path, withoutMark(std::move(text)), files, error);
 }
 
 std::optional<std::string> readBytes(const std::string& path, std::string& error) {

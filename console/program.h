@@ -4,6 +4,7 @@
 #define CONSOLE_PROGRAM_H_
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,14 @@ struct Program {
 // files cannot be used, with the reason in `error`: the file in front, then the line. The path "-"
 // is standard input, read to its end; names of files in it count from the working directory.
 [[nodiscard]] std::optional<Program> readProgram(const std::string& path, std::string& error);
+
+// Texts that an editor holds, by path, in the place of what the files have; null for all others.
+using OpenTexts = std::function<const std::string*(const std::filesystem::path& path)>;
+
+// The same for a text that an editor has open under `path`; its libraries may be open too.
+[[nodiscard]] std::optional<Program> readOpenProgram(const std::string& path, std::string text,
+                                                     const OpenTexts& open_texts,
+                                                     std::string& error);
 
 // All bytes of a program: of a file, or of standard input for "-". Empty with the reason in
 // `error`.

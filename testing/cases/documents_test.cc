@@ -40,7 +40,8 @@ constexpr std::string_view kDocuments[] = {
     "CONTRIBUTING.md",  "README.md",           "CHANGELOG.md",         "NOTICES.md",
     "SECURITY.md",      "testing/README.md",   "docs/ARCHITECTURE.md", "docs/LANGUAGE.md",
     "docs/PROTOCOL.md", "docs/SESSIONS.md",    "docs/EMBEDDING.md",    "docs/GUARANTEES.md",
-    "docs/TUTORIAL.md", "docs/PERFORMANCE.md", "docs/ENTITIES.md",     "docs/DEBUGGER.md"};
+    "docs/TUTORIAL.md", "docs/PERFORMANCE.md", "docs/ENTITIES.md",     "docs/DEBUGGER.md",
+    "docs/EDITORS.md"};
 
 // --- The conversation in the README -----------------------------------------------------------
 
