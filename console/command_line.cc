@@ -148,7 +148,8 @@ void defineOptions(CLI::App& app, CommandLine& line) {
   app.add_flag("--at-error", line.at_error, "debug begins where the program has failed");
   app.add_flag("--check", line.only_names,
                "format changes nothing, and names the files that would change");
-  app.add_option("--port", line.port, "The port of watch; else one that is free")
+  app.add_option("--port", line.port,
+                 "The port of watch, else one that is free; let dap serve clients there")
       ->type_name("N")
       ->check(CLI::Range(1, 65535));
   app.add_flag("--json", line.is_json,
@@ -207,6 +208,18 @@ std::string whyNoFormatting(const CLI::App& app, const CommandLine& line) {
   return "";
 }
 
+// The mistake in a command line for `dap`; otherwise empty.
+std::string whyNoAdapter(const CLI::App& app, const CommandLine& line) {
+  if (!line.dap) return "";
+  for (const CLI::Option* const option : app.parse_order()) {
+    const std::string name = option->get_name();
+    if (name != "--port" && name != "--worker" && name != "--color") {
+      return "dap takes --port and --worker only; the editor says what to run";
+    }
+  }
+  return "";
+}
+
 // The mistake in options of which each can be read; otherwise empty.
 std::string whyUnusable(const CommandLine& line) {
   const bool records =
@@ -250,7 +263,7 @@ std::string whyUnusable(const CommandLine& line) {
     return "watch takes --port, --load, --drawing, --strict, --max-calls, --time-limit and "
            "--worker only";
   }
-  if (!line.watch && line.port != 0) return "--port is for watch";
+  if (!line.watch && !line.dap && line.port != 0) return "--port is for watch and dap";
   if (line.debug && (line.program_paths.size() != 1 || !line.forms.empty())) {
     return "debug needs one program";
   }
@@ -296,6 +309,7 @@ std::string usage() {
          "       lisp_console test [OPTIONS] PROGRAM...\n"
          "       lisp_console watch [--port N] [OPTIONS] PROGRAM\n"
          "       lisp_console debug [--at-error] [OPTIONS] PROGRAM\n"
+         "       lisp_console dap [--port N]\n"
          "       lisp_console format [--check] PROGRAM...\n"
          "       lisp_console lsp\n\n" +
          std::string(kDescription) + "\n" + app.help("", CLI::AppFormatMode::Sub) + notes();
@@ -316,8 +330,9 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   line.debug = !arguments.empty() && arguments.front() == "debug";
   line.format = !arguments.empty() && arguments.front() == "format";
   line.lsp = !arguments.empty() && arguments.front() == "lsp";
+  line.dap = !arguments.empty() && arguments.front() == "dap";
   const bool has_word =
-      line.check || line.test || line.watch || line.debug || line.format || line.lsp;
+      line.check || line.test || line.watch || line.debug || line.format || line.lsp || line.dap;
   std::vector<std::string> reversed(arguments.begin() + (has_word ? 1 : 0), arguments.end());
   const auto options_end = std::find(reversed.begin(), reversed.end(), "--");
   const auto asks_for = [&](const char* option) {
@@ -355,6 +370,7 @@ std::optional<CommandLine> parseCommandLine(std::span<const std::string_view> ar
   if (!page) return std::nullopt;
   line.page = *page;
   error = whyNoFormatting(app, line);
+  if (error.empty()) error = whyNoAdapter(app, line);
   if (error.empty()) error = whyUnusable(line);
   if (!error.empty()) return std::nullopt;
   return line;

@@ -32,10 +32,11 @@ struct CommandLine {
   bool watch = false;       // Show the program on a page, and follow its files.
   bool debug = false;       // Run the program, then look at the run step by step.
   bool lsp = false;         // Be a language server.
+  bool dap = false;         // Be a debug adapter.
   bool format = false;      // Give each of them the style of layout, without running them.
   bool only_names = false;  // format: name those that would change.
   bool at_error = false;    // Begin where it has failed.
-  int port = 0;             // Of watch's page; 0 for one that the system chooses.
+  int port = 0;             // Of watch's page or of dap; 0 where none is given.
   std::string worker_path;
   std::vector<ProgramArgument> programs;   // In the order given; none for the prompt.
   std::vector<std::string> program_paths;  // Those of them that are files.

@@ -75,6 +75,20 @@ TEST(CommandLine, TakesEveryOption) {
   EXPECT_FALSE(line->asks || line->check);
 }
 
+TEST(CommandLine, TakesDapWithAPortAndAWorkerOnly) {
+  std::string error;
+  const auto line =
+      parseCommandLine(Arguments{"dap", "--port", "4711", "--worker", "w"}, "beside", error);
+  ASSERT_TRUE(line.has_value()) << error;
+  EXPECT_TRUE(line->dap);
+  EXPECT_EQ(line->port, 4711);
+  EXPECT_TRUE(parseCommandLine(Arguments{"dap"}, "beside", error)->dap);
+  const char* const complaint = "dap takes --port and --worker only; the editor says what to run";
+  EXPECT_EQ(errorOf({"dap", "a.lsp"}), complaint);
+  EXPECT_EQ(errorOf({"dap", "-e", "1"}), complaint);
+  EXPECT_EQ(errorOf({"dap", "--load", "lib.lsp"}), complaint);
+}
+
 TEST(CommandLine, TakesCheckAsItsFirstWordOnly) {
   std::string error;
   EXPECT_TRUE(parseCommandLine(Arguments{"check", "a.lsp"}, "w", error)->check);
@@ -201,7 +215,7 @@ TEST(CommandLine, TakesWatchWithOneProgram) {
         "watch takes --port, --load, --drawing, --strict, --max-calls, --time-limit and --worker "
         "only");
   }
-  EXPECT_EQ(errorOf({"a.lsp", "--port", "8123"}), "--port is for watch");
+  EXPECT_EQ(errorOf({"a.lsp", "--port", "8123"}), "--port is for watch and dap");
   EXPECT_NE(errorOf({"watch", "a.lsp", "--port", "65536"}), "was taken");
 }
 

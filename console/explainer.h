@@ -50,6 +50,9 @@ class Explainer {
   // The program has been cancelled while a call waited. Where that call stands.
   [[nodiscard]] std::string cancel();
 
+  // True once a program has been started.
+  [[nodiscard]] bool hasProgram() const { return program_ != nullptr; }
+
   // The program has been cancelled because a call was refused: finds the places of refused calls.
   void stop();
 

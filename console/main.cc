@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "check/check.h"
+#include "console/adapter/adapter_channel.h"
+#include "console/adapter/serve_adapter.h"
 #include "console/check_program.h"
 #include "console/command_line.h"
 #include "console/debug/debug_session.h"
@@ -43,6 +45,7 @@
 #include "lisp_worker/client/names.h"
 #include "lisp_worker/client/process.h"
 #include "lisp_worker/client/version.h"
+#include "lisp_worker/client/worker.h"
 #include "lisp_worker/client/worker_client.h"
 
 namespace lisp_worker::console {
@@ -416,6 +419,19 @@ ExitCode watchProgram(const CommandLine& line) {
   return is_served ? ExitCode::AllAsExpected : complain(ExitCode::UnusableInput, error);
 }
 
+ExitCode serveDebugger(const CommandLine& line) {
+  const client::WorkerStarter start_worker = [&line](std::string* error) {
+    return client::startWorker(line.worker_path, error);
+  };
+  std::string error;
+  if (line.port == 0) {
+    error = serveAdapter(*standardChannel(), start_worker);
+  } else {
+    static_cast<void>(serveAdapterPort(line.port, start_worker, std::cout, error));
+  }
+  return error.empty() ? ExitCode::AllAsExpected : complain(ExitCode::UnusableInput, error);
+}
+
 // Goes on after a file that cannot be used.
 ExitCode formatPrograms(const CommandLine& line, SafeOutput& output) {
   bool is_any_unusable = false;
@@ -473,6 +489,7 @@ ExitCode run(const std::vector<std::string_view>& arguments, SafeOutput& output)
     return language::runLanguageServer() == 0 ? ExitCode::AllAsExpected : ExitCode::SomeUnexpected;
   }
   if (line->watch) return watchProgram(*line);
+  if (line->dap) return serveDebugger(*line);
   if (line->format) return formatPrograms(*line, output);
   const auto inputs = readInputs(*line, error);
   if (!inputs) return complain(ExitCode::UnusableInput, error);

@@ -114,12 +114,12 @@ Condition::Condition(const Index& index, std::string_view text) : index_(index) 
   interpreter.commit(functions_);
 }
 
-std::optional<lisp::LispValue> Condition::valueAt(Position position) {
+std::optional<lisp::LispValue> Condition::valueAt(Position position, Position now) {
   lisp::Environment environment = functions_;
   for (const std::string& name : names_) {
     const lisp::LispValue held = lisp::symbol(name);
     lisp::Symbol& symbol = lisp::symbolOf(held.raw());
-    const auto value = index_.valueOf(name, index_.find(name, position));
+    const auto value = index_.valueOf(name, index_.find(name, position, now));
     lisp::Binding binding = environment.find(symbol);
     if (!value && binding.value.tag() == lisp::Tag::Unbound) continue;
     binding.value = value ? value->raw() : lisp::RawValue::of(lisp::Tag::Unbound);
@@ -130,6 +130,7 @@ std::optional<lisp::LispValue> Condition::valueAt(Position position) {
   interpreter.observe(&nobody);
   host::StoredProgram program{{}, forms_};
   lisp::EvalOutcome outcome = host::run_program(interpreter, program, kLimits);
+  steps_used_ += outcome.steps;
   if (outcome.kind == lisp::OutcomeKind::Value) return std::move(outcome.value);
   failure_ =
       outcome.kind == lisp::OutcomeKind::HostCallRequired ? "it asks the host" : outcome.message;
@@ -171,8 +172,13 @@ std::optional<Position> Condition::firstTrue(Position from, std::size_t tries_ma
   if (is_true_at(from)) return from;
   const std::vector<Position> moments = momentsOfChange();
   auto moment = std::upper_bound(moments.begin(), moments.end(), from);
+  const std::uint64_t steps_max = steps_used_ + kSearchStepsMax;
   for (; moment != moments.end() && tries_max > 0; ++moment, --tries_max) {
     if (is_true_at(*moment)) return *moment;
+    if (steps_used_ > steps_max) {
+      failure_ = "it costs too many steps to be evaluated again and again";
+      return std::nullopt;
+    }
   }
   return std::nullopt;
 }

@@ -165,14 +165,14 @@ std::optional<Variable> Index::findIn(CallNumber call, std::string_view name,
   return number ? findIn(call, *number, position) : std::nullopt;
 }
 
-Variable Index::find(std::string_view name, Position position) const {
+Variable Index::find(std::string_view name, Position position, Position now) const {
   if (const auto number = numberOf(name)) {
     Position moment = position;
     for (const CallNumber call : callsAt(position)) {
       if (auto variable = findIn(call, *number, moment)) return *variable;
       moment = calls_[call].site;
     }
-    if (auto variable = findIn(0, *number, position)) return *variable;
+    if (auto variable = findIn(0, *number, now)) return *variable;
   }
   return {.origin = definitions_.hasVariable(name) ? Origin::EarlierProgram : Origin::Unbound};
 }

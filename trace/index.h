@@ -167,7 +167,11 @@ class Index {
   // Innermost first, without the top level.
   [[nodiscard]] std::vector<CallNumber> callsAt(Position position) const;
   // The variable that the name means at the position.
-  [[nodiscard]] Variable find(std::string_view name, Position position) const;
+  [[nodiscard]] Variable find(std::string_view name, Position position) const {
+    return find(name, position, position);
+  }
+  // The same with the global variables of another moment.
+  [[nodiscard]] Variable find(std::string_view name, Position position, Position now) const;
   // The variable that the call itself has, or the global one for call 0, at the position; nothing
   // if it has none.
   [[nodiscard]] std::optional<Variable> findIn(CallNumber call, std::string_view name,

@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <deque>
+#include <span>
+#include <system_error>
 #include <utility>
 
 #include "console/command_input.h"
-#include "explain/explanation.h"
 #include "explain/form.h"
-#include "explain/value_text.h"
+#include "trace/condition.h"
 
 namespace lisp_worker::console {
 namespace {
@@ -63,17 +65,28 @@ std::size_t findWord(std::string_view text, std::string_view word) {
   return std::string_view::npos;
 }
 
+// Appends the numbers of those forms that are lists to be evaluated. `number` is that of the first.
+void collectStops(std::span<const Form> forms, bool are_evaluated, std::uint32_t& number,
+                  std::vector<std::uint32_t>& stops) {
+  for (const Form& form : forms) {
+    const std::uint32_t own = number++;
+    const bool is_call =
+        are_evaluated && form.isList() && !form.items.empty() && form.operatorName() != "QUOTE";
+    if (is_call) stops.push_back(own);
+    // Of a DEFUN the name and the parameters are not evaluated.
+    const std::size_t skipped =
+        form.operatorName() == "DEFUN" ? std::min<std::size_t>(3, form.items.size()) : 0;
+    const std::span<const Form> items = form.items;
+    collectStops(items.first(skipped), false, number, stops);
+    collectStops(items.subspan(skipped), is_call, number, stops);
+  }
+}
+
 bool isSameFile(std::string_view name, std::string_view wanted) {
   return name == wanted || (name.ends_with(wanted) && name[name.size() - wanted.size() - 1] == '/');
 }
 
 }  // namespace
-
-bool isStop(const trace::Index& index, Position position) {
-  if (position >= index.end()) return true;
-  const Form& form = index.formOf(position);
-  return form.isList() && !form.items.empty() && form.operatorName() != "QUOTE";
-}
 
 std::optional<Position> failedAt(const RecordedRun& run) {
   if (run.outcome.kind == explain::OutcomeKind::Value) return std::nullopt;
@@ -94,6 +107,107 @@ std::vector<EntityCall> callsOn(const RecordedRun& run, std::string_view handle)
   return calls;
 }
 
+std::vector<std::uint32_t> stopForms(const explain::Program& program) {
+  std::vector<std::uint32_t> stops;
+  std::uint32_t number = 0;
+  collectStops(program.reading.forms, true, number, stops);
+  return stops;
+}
+
+Breakpoint breakAtForm(const RecordedRun& run, const explain::ProgramPointer& program,
+                       std::uint32_t form) {
+  return {.meaning = "line " + std::to_string(program->forms_by_number[form]->line),
+          .positions = stepsOf(run.index, program, form)};
+}
+
+std::optional<Breakpoint> breakAtFunction(const RecordedRun& run, const std::string& name,
+                                          std::string& error) {
+  Breakpoint breakpoint{.meaning = "function " + name};
+  const std::deque<trace::Call>& calls = run.index.calls();
+  for (std::size_t call = 1; call < calls.size(); ++call) {
+    const explain::Function& function = run.index.function(calls[call].function);
+    if (function.definition->items[1].name() == name) {
+      breakpoint.positions.push_back(calls[call].begin);
+    }
+  }
+  if (breakpoint.positions.empty()) {
+    error = "the program never calls a function " + name;
+    return std::nullopt;
+  }
+  return breakpoint;
+}
+
+Breakpoint breakAtHostCalls(const RecordedRun& run, const std::string& name) {
+  Breakpoint breakpoint{.meaning = name.empty() ? "host calls" : "host calls of " + name};
+  for (const trace::HostCall& call : run.index.hostCalls()) {
+    if (name.empty() || call.name == name) breakpoint.positions.push_back(call.step);
+  }
+  sortEachOnce(breakpoint.positions);
+  return breakpoint;
+}
+
+Breakpoint breakAtRefusals(const RecordedRun& run) {
+  Breakpoint breakpoint{.meaning = "refused host calls"};
+  for (const trace::HostCall& call : run.index.hostCalls()) {
+    if (!call.refusal.empty()) breakpoint.positions.push_back(call.step);
+  }
+  sortEachOnce(breakpoint.positions);
+  return breakpoint;
+}
+
+Breakpoint breakAtAssignments(const RecordedRun& run, const std::string& name) {
+  Breakpoint breakpoint{.meaning = "assignments of " + name};
+  for (const auto& [position, variable] : run.index.historyOf(name)) {
+    if (variable.origin == trace::Origin::Assignment) breakpoint.positions.push_back(position);
+  }
+  sortEachOnce(breakpoint.positions);
+  return breakpoint;
+}
+
+std::optional<Breakpoint> breakAtEntity(const RecordedRun& run, const std::string& handle,
+                                        std::string& error) {
+  Breakpoint breakpoint{.meaning = "changes of " + handle};
+  for (const EntityCall& change : callsOn(run, handle)) {
+    breakpoint.positions.push_back(run.index.hostCalls()[change.call].at);
+  }
+  if (breakpoint.positions.empty()) {
+    error = "the program neither adds, changes nor erases an entity " + handle;
+    return std::nullopt;
+  }
+  sortEachOnce(breakpoint.positions);
+  return breakpoint;
+}
+
+std::optional<Breakpoint> breakAtError(const RecordedRun& run, std::string& error) {
+  const auto failed = failedAt(run);
+  if (!failed) {
+    error = "the program does not fail";
+    return std::nullopt;
+  }
+  return Breakpoint{.meaning = "the error", .positions = {*failed}};
+}
+
+bool narrow(const RecordedRun& run, Breakpoint& breakpoint, std::string_view condition,
+            std::string& error) {
+  trace::Condition expression(run.index, condition);
+  if (!expression.error().empty()) {
+    error = "the condition cannot be read: " + expression.error();
+    return false;
+  }
+  std::erase_if(breakpoint.positions, [&expression](Position position) {
+    if (expression.stepsUsed() > trace::Condition::kSearchStepsMax) return true;
+    const auto value = expression.valueAt(position);
+    return !value || !lisp::isTrue(*value);
+  });
+  if (expression.stepsUsed() > trace::Condition::kSearchStepsMax) {
+    error = "the condition costs too many steps to be evaluated each time";
+    return false;
+  }
+  breakpoint.meaning +=
+      " if" + std::string(condition.starts_with(' ') ? "" : " ") + std::string(condition);
+  return true;
+}
+
 const Breakpoint* Breakpoints::add(std::string_view text, std::string& error) {
   const std::size_t condition = findWord(text, "if");
   const std::size_t count = findWord(text, "after");
@@ -102,7 +216,7 @@ const Breakpoint* Breakpoints::add(std::string_view text, std::string& error) {
   if (!breakpoint) return nullptr;
   if (condition != std::string_view::npos) {
     const std::size_t size = count > condition ? count - condition : std::string_view::npos;
-    if (!narrow(*breakpoint, text.substr(condition, size).substr(3), error)) return nullptr;
+    if (!narrow(run_, *breakpoint, text.substr(condition, size).substr(3), error)) return nullptr;
   }
   if (count != std::string_view::npos) {
     std::string_view rest = text.substr(count + 6);
@@ -129,15 +243,15 @@ std::optional<Breakpoint> Breakpoints::make(std::string_view where, std::string&
     error = "where? A line, a function, call NAME, set NAME, entity HANDLE or error";
     return std::nullopt;
   }
-  if (first == "call") return atHostCalls(second);
-  if (first == "error") return atError(error);
-  if (first == "set" && !second.empty()) return atAssignments(second);
-  if (first == "entity" && !second.empty()) return atEntity(second, error);
+  if (first == "call") return breakAtHostCalls(run_, second);
+  if (first == "error") return breakAtError(run_, error);
+  if (first == "set" && !second.empty()) return breakAtAssignments(run_, second);
+  if (first == "entity" && !second.empty()) return breakAtEntity(run_, second, error);
   const std::size_t colon = first.rfind(':');
   const std::string_view file = colon == std::string_view::npos ? "" : first.substr(0, colon);
   const std::string_view last = colon == std::string_view::npos ? first : first.substr(colon + 1);
   if (const auto line = readCount(last)) return atLine(file, *line, error);
-  return atFunction(upperCase(first), error);
+  return breakAtFunction(run_, upperCase(first), error);
 }
 
 // The first list that begins in the line, or in the first line after it that has one.
@@ -148,92 +262,14 @@ std::optional<Breakpoint> Breakpoints::atLine(std::string_view file, std::size_t
     const bool is_meant =
         file.empty() ? program == run_.program : isSameFile(program->source.name(), file);
     if (!is_meant) continue;
-    for (std::uint32_t form = 0; form < program->forms_by_number.size(); ++form) {
-      const Form& candidate = *program->forms_by_number[form];
-      const bool is_stop = candidate.isList() && !candidate.items.empty();
-      if (!is_stop || candidate.line < line) continue;
-      return Breakpoint{.meaning = "line " + std::to_string(candidate.line),
-                        .positions = stepsOf(run_.index, program, form)};
+    for (const std::uint32_t form : stopForms(*program)) {
+      if (program->forms_by_number[form]->line >= line) return breakAtForm(run_, program, form);
     }
     error = "no form begins in line " + std::to_string(line) + " or after it";
     return std::nullopt;
   }
   error = "no file " + std::string(file) + " takes part in this run";
   return std::nullopt;
-}
-
-std::optional<Breakpoint> Breakpoints::atFunction(const std::string& name,
-                                                  std::string& error) const {
-  Breakpoint breakpoint{.meaning = "function " + name};
-  const std::deque<trace::Call>& calls = run_.index.calls();
-  for (std::size_t call = 1; call < calls.size(); ++call) {
-    const explain::Function& function = run_.index.function(calls[call].function);
-    if (function.definition->items[1].name() == name) {
-      breakpoint.positions.push_back(calls[call].begin);
-    }
-  }
-  if (breakpoint.positions.empty()) {
-    error = "the program never calls a function " + name;
-    return std::nullopt;
-  }
-  return breakpoint;
-}
-
-Breakpoint Breakpoints::atHostCalls(const std::string& name) const {
-  Breakpoint breakpoint{.meaning = name.empty() ? "host calls" : "host calls of " + name};
-  for (const trace::HostCall& call : run_.index.hostCalls()) {
-    if (name.empty() || call.name == name) breakpoint.positions.push_back(call.step);
-  }
-  sortEachOnce(breakpoint.positions);
-  return breakpoint;
-}
-
-Breakpoint Breakpoints::atAssignments(const std::string& name) const {
-  Breakpoint breakpoint{.meaning = "assignments of " + name};
-  for (const auto& [position, variable] : run_.index.historyOf(name)) {
-    if (variable.origin == trace::Origin::Assignment) breakpoint.positions.push_back(position);
-  }
-  sortEachOnce(breakpoint.positions);
-  return breakpoint;
-}
-
-std::optional<Breakpoint> Breakpoints::atEntity(const std::string& handle,
-                                                std::string& error) const {
-  Breakpoint breakpoint{.meaning = "changes of " + handle};
-  for (const EntityCall& change : callsOn(run_, handle)) {
-    breakpoint.positions.push_back(run_.index.hostCalls()[change.call].at);
-  }
-  if (breakpoint.positions.empty()) {
-    error = "the program neither adds, changes nor erases an entity " + handle;
-    return std::nullopt;
-  }
-  sortEachOnce(breakpoint.positions);
-  return breakpoint;
-}
-
-std::optional<Breakpoint> Breakpoints::atError(std::string& error) const {
-  const auto failed = failedAt(run_);
-  if (!failed) {
-    error = "the program does not fail";
-    return std::nullopt;
-  }
-  return Breakpoint{.meaning = "the error", .positions = {*failed}};
-}
-
-bool Breakpoints::narrow(Breakpoint& breakpoint, std::string_view condition,
-                         std::string& error) const {
-  trace::Condition expression(run_.index, condition);
-  if (!expression.error().empty()) {
-    error = "the condition cannot be read: " + expression.error();
-    return false;
-  }
-  std::erase_if(breakpoint.positions, [&expression](Position position) {
-    const auto value = expression.valueAt(position);
-    return !value || !lisp::isTrue(*value);
-  });
-  breakpoint.meaning +=
-      " if" + std::string(condition.starts_with(' ') ? "" : " ") + std::string(condition);
-  return true;
 }
 
 bool Breakpoints::remove(std::size_t number) {

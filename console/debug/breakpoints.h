@@ -4,18 +4,17 @@
 #define CONSOLE_DEBUG_BREAKPOINTS_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "console/debug/recorded_run.h"
-#include "trace/condition.h"
+#include "explain/evaluation.h"
+#include "trace/index.h"
 
 namespace lisp_worker::console {
-
-// A debugger stops at lists that are evaluated; not at numbers, names and quoted data.
-[[nodiscard]] bool isStop(const trace::Index& index, trace::Position position);
 
 struct Breakpoint {
   std::size_t number = 0;    // From 1, never used again.
@@ -24,6 +23,37 @@ struct Breakpoint {
   // In order, each once.
   std::vector<trace::Position> positions = {};
 };
+
+// Makers. Each says in `meaning` where it is; they are empty with the reason in `error` when there
+// is nothing of that kind.
+
+// The forms of a program at which a debugger can stop, in the order of the text: lists that may be
+// evaluated, as numbers in forms_by_number.
+[[nodiscard]] std::vector<std::uint32_t> stopForms(const explain::Program& program);
+// Before each evaluation of the form.
+[[nodiscard]] Breakpoint breakAtForm(const RecordedRun& run, const explain::ProgramPointer& program,
+                                     std::uint32_t form);
+// Before the body of each call of the function.
+[[nodiscard]] std::optional<Breakpoint> breakAtFunction(const RecordedRun& run,
+                                                        const std::string& name,
+                                                        std::string& error);
+// Before each call of the host function, or of all for an empty name.
+[[nodiscard]] Breakpoint breakAtHostCalls(const RecordedRun& run, const std::string& name);
+// Before each host call that was refused.
+[[nodiscard]] Breakpoint breakAtRefusals(const RecordedRun& run);
+// After each assignment of a variable of that name.
+[[nodiscard]] Breakpoint breakAtAssignments(const RecordedRun& run, const std::string& name);
+// After each host call that adds, changes or erases the entity.
+[[nodiscard]] std::optional<Breakpoint> breakAtEntity(const RecordedRun& run,
+                                                      const std::string& handle,
+                                                      std::string& error);
+// At the form that fails.
+[[nodiscard]] std::optional<Breakpoint> breakAtError(const RecordedRun& run, std::string& error);
+
+// Leaves the positions where the expression is true. False with the reason in `error` when it
+// cannot be read, or costs too many steps.
+[[nodiscard]] bool narrow(const RecordedRun& run, Breakpoint& breakpoint,
+                          std::string_view condition, std::string& error);
 
 class Breakpoints {
  public:
@@ -58,12 +88,6 @@ class Breakpoints {
   std::optional<Breakpoint> make(std::string_view where, std::string& error) const;
   std::optional<Breakpoint> atLine(std::string_view file, std::size_t line,
                                    std::string& error) const;
-  std::optional<Breakpoint> atFunction(const std::string& name, std::string& error) const;
-  Breakpoint atHostCalls(const std::string& name) const;
-  Breakpoint atAssignments(const std::string& name) const;
-  std::optional<Breakpoint> atEntity(const std::string& handle, std::string& error) const;
-  std::optional<Breakpoint> atError(std::string& error) const;
-  bool narrow(Breakpoint& breakpoint, std::string_view condition, std::string& error) const;
 
   const RecordedRun& run_;
   std::vector<Breakpoint> breakpoints_;

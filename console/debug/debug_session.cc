@@ -55,7 +55,9 @@ std::optional<RecordedRun> recordRun(Session& session, Explainer& explainer, con
     run.drawings.push_back(session.drawing());
     return !progress || progress(now);
   });
-  static_cast<void>(session.run(program));
+  const ProgramEnd end = session.run(program);
+  // A worker that has broken off leaves the answers so far: as far as they lead, there is a run.
+  if (end == ProgramEnd::Broken && explainer.hasProgram()) static_cast<void>(explainer.cancel());
   session.setProgress(progress);
   explainer.setWatcher(nullptr);
   session.setReporter(nullptr);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "console/command_input.h"
+#include "console/debug/movements.h"
 #include "console/debug/questions.h"
 #include "console/entity.h"
 #include "explain/explanation.h"
@@ -161,43 +162,29 @@ std::string Debugger::moveTo(Position position) {
   return valuesBetween(from, position_) + whereText();
 }
 
-std::string Debugger::step(std::string_view) {
-  Position next = std::min(position_ + 1, run_.index.end());
-  while (!isStop(run_.index, next)) ++next;
-  return moveTo(next);
-}
+std::string Debugger::step(std::string_view) { return moveTo(stepInto(run_.index, position_)); }
 
-std::string Debugger::back(std::string_view) {
-  Position before = std::max<Position>(position_, 2) - 1;
-  while (before > 1 && !isStop(run_.index, before)) --before;
-  return moveTo(before);
-}
+std::string Debugger::back(std::string_view) { return moveTo(stepBackInto(run_.index, position_)); }
 
-std::string Debugger::over(std::string_view) {
-  Position next = run_.index.over(position_);
-  while (!isStop(run_.index, next)) ++next;
-  return moveTo(next);
-}
+std::string Debugger::over(std::string_view) { return moveTo(stepOver(run_.index, position_)); }
 
 std::string Debugger::backOver(std::string_view) {
-  Position before = run_.index.backOver(position_);
-  while (before > 1 && !isStop(run_.index, before)) before = run_.index.backOver(before);
-  return moveTo(before);
+  return moveTo(stepBackOver(run_.index, position_));
 }
 
 std::string Debugger::out(std::string_view) {
   const trace::CallNumber call = run_.index.callAt(position_);
   const Position site = run_.index.calls()[call].site;
-  const Position next = run_.index.out(position_);
   const bool has_returned = call != 0 && run_.index.calls()[call].end != 0;
   const std::string value =
       has_returned ? textOf(run_.index, site) + " " + valueText(run_.index, site) + "\n" : "";
-  position_ = next;
-  while (!isStop(run_.index, position_)) ++position_;
+  position_ = stepOut(run_.index, position_);
   return value + whereText();
 }
 
-std::string Debugger::backOut(std::string_view) { return moveTo(run_.index.backOut(position_)); }
+std::string Debugger::backOut(std::string_view) {
+  return moveTo(stepBackOut(run_.index, position_));
+}
 
 std::string Debugger::resume(std::string_view) {
   Position at = run_.index.end();

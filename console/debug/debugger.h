@@ -37,6 +37,8 @@ class Debugger {
   [[nodiscard]] bool isOver() const { return is_over_; }
 
   [[nodiscard]] trace::Position position() const { return position_; }
+  // `position` must be one of the run, or the end.
+  void setPosition(trace::Position position) { position_ = position; }
   [[nodiscard]] const RecordedRun& run() const { return run_; }
 
   // The value or error of the program, with its steps and host calls, in a line.

@@ -148,6 +148,23 @@ TEST_F(DebuggerTest, RefusesBreakpointsThatCannotBe) {
   EXPECT_EQ(tell("break 3 after x"), "after: how many times? For example: break 7 after 10\n");
 }
 
+TEST_F(DebuggerTest, StopsNeitherAtParametersNorAtData) {
+  debug("(DEFUN F\n  (X)\n  (LIST X))\n(F '(1\n  (2)))\n(LIST 9)\n");
+  EXPECT_EQ(tell("break 2"), "breakpoint 1, line 3: 1 time in this run\n");
+  EXPECT_EQ(tell("break 5"), "breakpoint 2, line 6: 1 time in this run\n");
+}
+
+TEST_F(DebuggerTest, RefusesConditionsThatCostTooMuch) {
+  debug(
+      "(DEFUN SLOW (/ I) (SETQ I 0) (WHILE (< I 900) (SETQ I (1+ I))) nil)\n"
+      "(SETQ N 0)\n(WHILE (< N 3000)\n  (SETQ N (1+ N)))\n");
+  EXPECT_EQ(tell("break 4 if (SLOW)"),
+            "the condition costs too many steps to be evaluated each time\n");
+  EXPECT_EQ(tell("when (OR (SLOW) (> N 9000))"),
+            "it is not true from here on; where it has no value: it costs too many steps to be "
+            "evaluated again and again\n");
+}
+
 TEST_F(DebuggerTest, ShowsVariablesOfEveryCall) {
   debug(
       "(DEFUN F (A / L) (SETQ L (* 2 A) G 7) (H L))\n(DEFUN H (A) (SETQ L 0) (LIST A L))\n(F 4)\n",
