@@ -63,7 +63,7 @@ set(documents share/doc/lisp-worker)
 set(installed_directories
     . bin lib lib/cmake ${package_directory} include include/lisp_worker include/lisp_worker/c_interface
     include/lisp_worker/client include/lisp_worker/session include/lisp_worker/worker share share/doc share/man share/man/man1 share/pkgconfig
-    share/doc/lisp-worker share/doc/lisp-console share/doc/liblisp-worker-c1
+    share/lisp-worker share/lisp-worker/editors share/doc/lisp-worker share/doc/lisp-console share/doc/liblisp-worker-c1
     share/doc/liblisp-worker-dev)
 list(JOIN installed_directories " " installed_directory_list)
 set(installed_place "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}")
@@ -94,6 +94,8 @@ if(NOT WIN32)
   endforeach()
 endif()
 install(TARGETS lisp_console RUNTIME DESTINATION bin COMPONENT console)
+install(DIRECTORY editors/emacs editors/vim editors/nvim DESTINATION share/lisp-worker/editors
+        COMPONENT console FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(TARGETS lisp_worker_client lisp_worker_c lisp_worker_c_static EXPORT lisp_worker
         RUNTIME DESTINATION bin COMPONENT library
         LIBRARY DESTINATION lib COMPONENT library NAMELINK_COMPONENT development

@@ -149,7 +149,7 @@ TEST_F(AttackByRuns, AnswersOfAMebibyte) {
 TEST_F(AttackByRuns, LargeProgramsPendingAndCancelled) {
   const std::string program =
       "(GETPOINT) '(" + asOftenAsFits("(1)", 900000) + ") '(" + shortNames(20000) + ")";
-  for (int round = 0; round < 3; ++round) {
+  for (int round = 0; round < (isSanitized() ? 1 : 3); ++round) {
     std::vector<std::uint64_t> runs;
     for (int i = 0; i < 8; ++i) runs.push_back(worker_.expectCall(program, "GETPOINT"));
     for (const std::uint64_t run_id : runs) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "lisp_worker/worker/frame.h"
+#include "testing/base/test_environment.h"
 #include "testing/cases/attack.h"
 #include "testing/generators/greedy_programs.h"
 #include "testing/wire/frame_makers.h"
@@ -42,7 +43,7 @@ TEST_F(AttackByValues, DoublingByCons) {
 
 // A hundred levels with every form of a loop, over so many runs that ten million levels stand.
 TEST_F(AttackByValues, NestingTenMillionLevels) {
-  constexpr int kRuns = 44;
+  const int runs = isSanitized() ? 4 : 44;
   constexpr std::size_t kPasses = 2200;  // Of 113 steps each.
   const auto nest = [](const std::string& name) {
     return loop(kPasses,
@@ -50,7 +51,7 @@ TEST_F(AttackByValues, NestingTenMillionLevels) {
            "(LENGTH " + name + ")";
   };
   worker_.expectValue("(SETQ X nil Y nil)", "nil");
-  for (int run = 0; run < kRuns; ++run) {
+  for (int run = 0; run < runs; ++run) {
     worker_.expectValue(nest("X"), "1");
     worker_.expectValue(nest("Y"), "1");
   }
@@ -158,9 +159,12 @@ TEST_F(AttackByValues, ReplayingLargeArguments) {
   worker_.expectStatus(resumeFrame(1, "1"), WorkerStatus::InvalidRequest);
   worker_.expectAnswered(1, "2", "2");
   const std::string ones = repeated("1 ", 200000);
-  const std::uint64_t run_id = worker_.expectCall(
-      "(SETQ A '(" + ones + ")) " + loop(100, "(ENTGET A)") + "(LENGTH A)", "ENTGET");
-  for (int answer = 1; answer < 100; ++answer) {
+  const int count = isSanitized() ? 20 : 100;
+  const std::uint64_t run_id =
+      worker_.expectCall("(SETQ A '(" + ones + ")) " +
+                             loop(static_cast<std::size_t>(count), "(ENTGET A)") + "(LENGTH A)",
+                         "ENTGET");
+  for (int answer = 1; answer < count; ++answer) {
     EXPECT_EQ(worker_.handle(resumeFrame(run_id, "(" + ones + ")")).status,
               WorkerStatus::HostCallPending);
   }
@@ -180,7 +184,7 @@ TEST_F(AttackByValues, ListsOfEveryLengthInTurn) {
 
 TEST_F(AttackByValues, SymbolsOfEveryLengthInTurn) {
   const long size_before = worker_.residentSize();
-  for (std::size_t length = 4; length <= 500; length += 8) {
+  for (std::size_t length = 4; length <= 500; length += isSanitized() ? 64 : 8) {
     std::string names;
     for (std::size_t i = 0; names.size() + length < 0xFFF00; ++i) {
       names += " " + shortName(i);
