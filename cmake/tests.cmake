@@ -65,16 +65,15 @@ endif()
 #
 # Tests take most of the time of a build. GoogleTest's headers, which every test file includes
 # anyway, are read once for all; and with them how enumerators are printed, which every test needs and
-# none names. What its macros expand to is not optimised in the builds with few
-# random conversations; in the others that would slow down the templates that tests share with the
-# code under test.
+# none names. What its macros expand to is not optimised in the builds with few random conversations,
+# and little in the others, where tests share templates with the code under test.
 function(lisp_quicken_build name)
   if(LISP_SANITIZE OR LISP_SANITIZE_THREADS OR LISP_SANITIZE_INTEGERS OR CMAKE_CROSSCOMPILING)
     target_compile_options(${name} PRIVATE -O0)
   elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 is often wrong about these in the standard library's strings. It keeps that to itself, but
     # not where the library was precompiled.
-    target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-restrict
+    target_compile_options(${name} PRIVATE -O1 -Wno-array-bounds -Wno-restrict
                                            -Wno-stringop-overflow)
   endif()
   if(NOT CMAKE_CROSSCOMPILING)
