@@ -11,16 +11,38 @@ namespace {
 
 using explain::Form;
 
+// Follows the lines of places that come one after the other.
+class LineWalker {
+ public:
+  LineWalker(const TextDocument& document, std::size_t offset)
+      : document_(document), line_(document.lineOf(offset)) {}
+
+  // No place before this one is asked for any more.
+  std::size_t lineOf(std::size_t offset) {
+    while (line_ + 1 < document_.lineCount() && document_.lineSpan(line_ + 1).begin <= offset) {
+      ++line_;
+    }
+    return line_;
+  }
+  [[nodiscard]] bool endsInLine(std::size_t offset) const {
+    return offset <= document_.lineSpan(line_).end;
+  }
+
+ private:
+  const TextDocument& document_;
+  std::size_t line_;
+};
+
 void appendListFolds(const ProgramText& text, const PlacedPart& part,
-                     const std::vector<Form>& forms, std::vector<Fold>& folds) {
+                     const std::vector<Form>& forms, LineWalker& walker, std::vector<Fold>& folds) {
   for (const Form& form : forms) {
     if (!form.isList()) continue;
     const Span span = part.placed(part.part->spanOf(form));
-    const std::size_t first = text.document.lineOf(span.begin);
+    const std::size_t first = walker.lineOf(span.begin);
+    if (walker.endsInLine(span.end)) continue;  // Nor do forms inside it have lines.
     const std::size_t last = text.document.lineOf(span.end);
-    if (last == first) continue;  // Nor do forms inside it have lines.
     if (folds.empty() || folds.back().first_line != first) folds.push_back({first, last});
-    appendListFolds(text, part, form.items, folds);
+    appendListFolds(text, part, form.items, walker, folds);
   }
 }
 
@@ -32,12 +54,13 @@ void appendCommentFolds(const ProgramText& text, const PlacedPart& part, std::ve
     fold.first_line = fold.last_line = kNone;
   };
   std::size_t last_code_line = kNone;
+  LineWalker walker(text.document, part.begin);
   for (const Token& token : part.part->tokens()) {
-    const std::size_t line = text.document.lineOf(part.begin + token.begin);
+    const std::size_t line = walker.lineOf(part.begin + token.begin);
     const bool is_alone = token.kind == TokenKind::Comment && line != last_code_line;
     if (!is_alone) {
       end();
-      last_code_line = text.document.lineOf(part.begin + token.end);
+      last_code_line = walker.lineOf(part.begin + token.end);
       continue;
     }
     if (fold.first_line != kNone && line != fold.last_line + 1) end();
@@ -79,7 +102,8 @@ std::vector<Fold> foldsIn(const ProgramText& text) {
   std::vector<Fold> folds;
   for (const PlacedPart& part : text.parts.all()) {
     const std::size_t begin = folds.size();
-    appendListFolds(text, part, part.part->forms(), folds);
+    LineWalker walker(text.document, part.begin);
+    appendListFolds(text, part, part.part->forms(), walker, folds);
     appendCommentFolds(text, part, folds);
     std::stable_sort(folds.begin() + static_cast<std::ptrdiff_t>(begin), folds.end(),
                      [](const Fold& a, const Fold& b) { return a.first_line < b.first_line; });
