@@ -94,6 +94,8 @@ if(NOT WIN32)
   endforeach()
 endif()
 install(TARGETS lisp_console RUNTIME DESTINATION bin COMPONENT console)
+install(FILES docs/DEBUGGER.md docs/EDITORS.md DESTINATION share/doc/lisp-console
+        COMPONENT console)
 install(DIRECTORY editors/emacs editors/vim editors/nvim DESTINATION share/lisp-worker/editors
         COMPONENT console FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(TARGETS lisp_worker_client lisp_worker_c lisp_worker_c_static EXPORT lisp_worker

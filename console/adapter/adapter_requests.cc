@@ -6,6 +6,7 @@
 #include "console/adapter/adapter_session.h"
 #include "console/command_input.h"
 #include "console/completion.h"
+#include "console/picture.h"
 #include "explain/evaluation.h"
 #include "explain/explanation.h"
 #include "explain/form.h"
@@ -236,6 +237,11 @@ Json AdapterSession::completions(Fields& arguments) {
   }
   for (const Candidate& candidate : completion.candidates) add(candidate.text, candidate.note);
   return {{"targets", std::move(targets)}};
+}
+
+// Not among the protocol's own.
+Json AdapterSession::picture(Fields& /*arguments*/) {
+  return {{"svg", drawPicture(run().drawings.front(), run().drawingAt(position()), {}, {})}};
 }
 
 Json AdapterSession::exceptionInfo(Fields& /*arguments*/) {

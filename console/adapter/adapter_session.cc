@@ -50,6 +50,7 @@ std::span<const AdapterSession::Request> AdapterSession::requests() {
       {"evaluate", Needs::Stopped, &Self::evaluate},
       {"completions", Needs::Run, &Self::completions},
       {"exceptionInfo", Needs::Stopped, &Self::exceptionInfo},
+      {"picture", Needs::Stopped, &Self::picture},
       {"loadedSources", Needs::Run, &Self::loadedSources},
       {"source", Needs::Run, &Self::source},
       {"continue", Needs::Stopped, &Self::resume},

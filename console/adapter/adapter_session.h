@@ -100,6 +100,7 @@ class AdapterSession {
   Json evaluate(Fields& arguments);
   Json completions(Fields& arguments);
   Json exceptionInfo(Fields& arguments);
+  Json picture(Fields& arguments);
   Json loadedSources(Fields& arguments);
   Json source(Fields& arguments);
   Json resume(Fields& arguments);

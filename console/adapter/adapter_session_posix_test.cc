@@ -244,6 +244,18 @@ TEST_F(AdapterSessionTest, OfAProgramAtTheStepLimitShowsItUpToThere) {
   EXPECT_EQ(client_.after("continue"), "exited 1");
 }
 
+TEST_F(AdapterSessionTest, DrawsThePictureOfTheMoment) {
+  EXPECT_FALSE(client_.ask("picture")["success"].get<bool>());
+  client_.launch("(COMMAND \"CIRCLE\" '(0 0) 5)\n(COMMAND \"LINE\" '(0 0) '(9 9) \"\")\n",
+                 {{"stopOnEntry", true}});
+  const auto picture = [this] { return client_.get("picture")["svg"].get<std::string>(); };
+  EXPECT_THAT(picture(), Not(HasSubstr("data-handle")));
+  client_.after("next");
+  EXPECT_THAT(picture(), AllOf(HasSubstr("data-handle=\"E1\""), Not(HasSubstr("\"E2\""))));
+  client_.after("stepBack");
+  EXPECT_THAT(picture(), Not(HasSubstr("data-handle")));
+}
+
 TEST_F(AdapterSessionTest, OfAProgramWithoutFormsHasNoFrames) {
   client_.launch("", {{"stopOnEntry", true}});
   EXPECT_EQ(client_.where(), "entry, no frames");

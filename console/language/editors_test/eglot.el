@@ -18,10 +18,10 @@
 
 (let ((path (make-temp-file "lisp" nil ".lsp"
                             "; Doubles.\n(DEFUN TWICE (X)\n  (* 2 X))\n(LIST (TWICE 1) (TWISE 2))\n")))
-  (add-to-list 'eglot-server-programs
-               `(lisp-mode . (,(getenv "LISP_CONSOLE_PATH") "lsp")))
+  (load-file (expand-file-name "emacs/lisp-worker-mode.el" (getenv "LISP_EDITORS")))
+  (setq lisp-worker-console (getenv "LISP_CONSOLE_PATH"))
   (find-file path)
-  (lisp-mode)
+  (check "the program has its mode" (eq major-mode 'lisp-worker-mode) major-mode)
   (setq-local eglot-sync-connect 10)
   (apply #'eglot (eglot--guess-contact))
   (check "the server is running" (eglot-current-server))

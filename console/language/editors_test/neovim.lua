@@ -19,17 +19,21 @@ local function main()
     '(LIST "\u{1D11E}" (TWICE 1) (TWISE 2))',
     "( LIST  1 )",
   }, path)
+  local editors = vim.env.LISP_EDITORS
+  vim.opt.runtimepath:prepend(editors .. "/vim")
+  vim.opt.runtimepath:prepend(editors .. "/nvim")
+  vim.cmd("filetype plugin indent on")
+  local ended
+  require("lisp_worker").setup({
+    console = vim.env.LISP_CONSOLE_PATH,
+    client = { on_exit = function(code) ended = code end },
+  })
   vim.cmd("edit " .. path)
   local buffer = vim.api.nvim_get_current_buf()
-  local command = { vim.env.LISP_CONSOLE_PATH, "lsp" }
-  local ended
-  local client = vim.lsp.start_client({
-    name = "lisp_console",
-    cmd = command,
-    root_dir = vim.fn.fnamemodify(path, ":h"),
-    on_exit = function(code) ended = code end,
-  })
-  vim.lsp.buf_attach_client(buffer, client)
+  check("the program has its type", vim.bo.filetype == "lisp_worker", vim.bo.filetype)
+  vim.wait(10000, function() return next(vim.lsp.buf_get_clients(buffer)) ~= nil end)
+  local client = next(vim.lsp.buf_get_clients(buffer))
+  check("the server has been started", client ~= nil, client)
 
   local function diagnostics() return vim.diagnostic.get(buffer) end
   vim.wait(10000, function() return #diagnostics() > 0 end)

@@ -7,14 +7,16 @@
 local M = {}
 
 -- options.console: the console, a name that the PATH leads to, or a path.
+-- options.client: more of what vim.lsp.start_client() takes.
 function M.setup(options)
-  local console = (options or {}).console or 'lisp_console'
+  options = options or {}
+  local console = options.console or 'lisp_console'
   vim.g.lisp_worker_console = console
   vim.api.nvim_create_autocmd('FileType', {
     group = vim.api.nvim_create_augroup('lisp_worker', {}),
     pattern = 'lisp_worker',
     callback = function(event)
-      M.start(console, event.buf)
+      M.start(console, event.buf, options.client)
     end,
   })
   local has_dap, dap = pcall(require, 'dap')
@@ -33,9 +35,10 @@ function M.setup(options)
 end
 
 -- One server for each folder of programs. Gives its number.
-function M.start(console, buffer)
+function M.start(console, buffer, more)
   local folder = vim.fn.fnamemodify(vim.api.nvim_buf_get_name(buffer), ':p:h')
   local config = { name = 'lisp-worker', cmd = { console, 'lsp' }, root_dir = folder }
+  config = vim.tbl_extend('force', config, more or {})
   if vim.lsp.start then
     return vim.lsp.start(config, { bufnr = buffer })
   end
