@@ -125,7 +125,7 @@ class AdapterClient {
     return "no scope " + name;
   }
 
-  // What is inside of a scope or a variable, or a page of it.
+  // The children of a scope or a variable, or a page of them.
   Json variablesOf(const Json& parent, Json page = Json::object()) {
     page["variablesReference"] = parent["variablesReference"];
     return get("variables", page)["variables"];

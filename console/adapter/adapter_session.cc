@@ -16,7 +16,7 @@ namespace {
 
 using trace::Position;
 
-// What one movement tells at most; the rest is counted.
+// One movement tells so many host calls and log messages; the rest is counted.
 constexpr std::size_t kToldMax = 200;
 
 }  // namespace

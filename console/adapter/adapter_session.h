@@ -57,7 +57,7 @@ class AdapterSession {
  private:
   static constexpr int kThread = 1;  // The only one.
 
-  // What must have happened before a request makes sense.
+  // The state that a request needs.
   enum class Needs : std::uint8_t { Nothing, Initialized, Run, Stopped };
   struct Request;
   static std::span<const Request> requests();

@@ -66,7 +66,7 @@ class Stops {
   [[nodiscard]] std::optional<Arrival> next(trace::Position position) const;
   [[nodiscard]] std::optional<Arrival> previous(trace::Position position) const;
 
-  // What those with a log message tell behind `from`, up to `to`, in order: at most `count_max`.
+  // The texts of log messages behind `from`, up to `to`, in order: at most `count_max`.
   [[nodiscard]] std::vector<std::pair<trace::Position, std::string>> logsBetween(
       trace::Position from, trace::Position to, std::size_t count_max) const;
 

@@ -120,7 +120,7 @@ export function session(run) {
   };
 }
 
-// What the adapter writes, and how it ends, when it reads these bytes and then the end of its input.
+// Gives the adapter these bytes and the end of its input. Returns its output and its end.
 export function talk(bytes) {
   return new Promise((resolve) => {
     const child = spawn(consolePath, ['dap']);

@@ -1,4 +1,4 @@
-// What an editor sees of the debug adapter: real sessions with lisp_console over pipes and a port.
+// The debug adapter as an editor sees it: real sessions with lisp_console over pipes and a port.
 
 import assert from 'node:assert/strict';
 import { execFileSync, spawn } from 'node:child_process';
@@ -52,7 +52,7 @@ describe('the judge of messages', () => {
   }
 });
 
-// Each capability is claimed, and the request that it stands for works.
+// Each capability is claimed, and its request works.
 describe('capabilities', () => {
   const at = (s) => ({ source: { path: s.file }, line: 2 });
   const frameOf = async (s) =>
@@ -588,7 +588,7 @@ describe('bytes', () => {
     ['a client that leaves in mid-header', `${hello}Content-Le`, /middle of a message/],
     ['a client that leaves in mid-message', `${hello}Content-Length: 50\r\n\r\n{"seq"`, /middle of a message/],
     ['a length that is too large', 'Content-Length: 99999999999\r\n\r\n{}', /cannot be read/],
-    ['a length that is no number', 'Content-Length: ten\r\n\r\n{}', /cannot be read/],
+    ['a length in words', 'Content-Length: ten\r\n\r\n{}', /cannot be read/],
     ['a negative length', 'Content-Length: -5\r\n\r\n{}', /cannot be read/],
     ['no length', 'Content-Type: x\r\n\r\n{}', /cannot be read/],
     ['a request of a browser', 'POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 2\r\n\r\n{}', /cannot be read/],
