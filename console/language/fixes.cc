@@ -179,12 +179,10 @@ class Fixer {
   // The DEFUN around the place, if its list of parameters is in the text.
   [[nodiscard]] const Form* parameters() const {
     if (!cursor_) return nullptr;
-    for (auto form = cursor_->around.rbegin(); form != cursor_->around.rend(); ++form) {
-      if ((*form)->operatorName() == "DEFUN" && (*form)->items.size() > 2) {
-        return &(*form)->items[2];
-      }
-    }
-    return nullptr;
+    const auto found = std::find_if(
+        cursor_->around.rbegin(), cursor_->around.rend(),
+        [](const Form* form) { return form->operatorName() == "DEFUN" && form->items.size() > 2; });
+    return found == cursor_->around.rend() ? nullptr : &(*found)->items[2];
   }
 
   std::optional<Fix> withLocals() const {

@@ -152,7 +152,7 @@ const Json* member(const Json& json, std::string_view name) {
 struct Requests::Method {
   std::string_view name;
   Answer (Requests::*handle)(const Json& params);
-  std::string_view capability = "";  // The server says with it that it answers.
+  std::string_view capability = {};  // The server says with it that it answers.
   const char* options = "true";      // JSON.
 };
 

@@ -14,10 +14,11 @@
 namespace lisp_worker::console::language {
 namespace {
 
+// With slashes, as the paths of URIs.
 std::string absolutePath(const std::string& path) {
   std::error_code failure;
   const auto absolute = std::filesystem::absolute(path, failure);
-  return failure ? path : absolute.lexically_normal().string();
+  return (failure ? std::filesystem::path(path) : absolute.lexically_normal()).generic_string();
 }
 
 Unit makeUnit(std::vector<std::shared_ptr<const ProgramText>> texts, std::size_t own) {
