@@ -21,7 +21,7 @@ std::vector<TextEdit> editFor(const TextDocument& document, Span span, std::stri
   if (old == formatted) return {};
   const auto front =
       std::mismatch(old.begin(), old.end(), formatted.begin(), formatted.end()).first;
-  const std::size_t same = static_cast<std::size_t>(front - old.begin());
+  const auto same = static_cast<std::size_t>(front - old.begin());
   const std::size_t line = same == 0 ? std::string_view::npos : old.rfind('\n', same - 1);
   const std::size_t kept = line == std::string_view::npos ? 0 : line + 1;
   const std::size_t rest_max = std::min(old.size(), formatted.size()) - kept;

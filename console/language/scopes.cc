@@ -9,10 +9,10 @@ Scopes::Scopes(std::vector<const ProgramParts*> texts) : texts_(std::move(texts)
   for (std::size_t text = 0; text < texts_.size(); ++text) {
     std::vector<std::size_t>& firsts = first_functions_.emplace_back();
     const std::vector<PlacedPart>& parts = texts_[text]->all();
-    for (std::size_t part = 0; part < parts.size(); ++part) {
+    for (const PlacedPart& part : parts) {
       firsts.push_back(functions_.size());
-      for (const FunctionNames& names : parts[part].part->names().functions) {
-        functions_.push_back({&names, text, &parts[part]});
+      for (const FunctionNames& names : part.part->names().functions) {
+        functions_.push_back({&names, text, &part});
       }
     }
   }
