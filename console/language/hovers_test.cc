@@ -32,6 +32,8 @@ TEST(Hover, ShowsAFunctionWithTheCommentAboveIt) {
 
 TEST(Hover, ShowsWhereAVariableComesFrom) {
   EXPECT_THAT(hover("(DEFUN F (X) |X)"), HasSubstr("A parameter of `F`"));
+  EXPECT_THAT(hover("(DEFUN F'X |X)"), HasSubstr("A parameter of `F`"));
+  EXPECT_THAT(hover("(DEFUN F'X |QUOTE)"), HasSubstr("nothing here assigns"));
   EXPECT_THAT(hover("(DEFUN F (/ X) |X)"), HasSubstr("A local of `F`"));
   EXPECT_THAT(hover("(SETQ SIZE (+ 1 2))\n(LIST |SIZE)"),
               testing::AllOf(HasSubstr("first assigned in"), HasSubstr("line 1"),

@@ -51,6 +51,8 @@ class Collector {
     for (const Form& item : form.items[2].items) {
       if (item.name() == "/") is_local = true;
       if (!item.isSymbol() || item.name() == "/" || item.name() == "T") continue;
+      // Of the parameters 'X the first, QUOTE, is an apostrophe in the text.
+      if (item.begin == form.items[2].begin) continue;
       add(item, is_local ? Role::Local : Role::Parameter);
       FunctionNames& own = names_.functions[inside_];
       (is_local ? own.locals : own.parameters).push_back(item.name());
