@@ -79,7 +79,8 @@ class Hinter {
     const std::size_t first = form.operatorName() == "LIST" ? 1 : 0;
     if (form.items.size() != first + 2) return;
     const auto code = lisp::asNumber(form.items[first].value);
-    if (code == kStartAngleGroup || code == kEndAngleGroup || code == kPatternAngleGroup) {
+    constexpr std::array kAngleGroups = {kStartAngleGroup, kEndAngleGroup, kPatternAngleGroup};
+    if (code && std::find(kAngleGroups.begin(), kAngleGroups.end(), *code) != kAngleGroups.end()) {
       addDegrees(form.items[first + 1]);
     }
   }

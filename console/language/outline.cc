@@ -47,7 +47,7 @@ void appendListFolds(const ProgramText& text, const PlacedPart& part,
 }
 
 void appendCommentFolds(const ProgramText& text, const PlacedPart& part, std::vector<Fold>& folds) {
-  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  constexpr auto kNone = static_cast<std::size_t>(-1);
   Fold fold{.first_line = kNone, .last_line = kNone, .is_comment = true};
   const auto end = [&] {
     if (fold.first_line != fold.last_line) folds.push_back(fold);
