@@ -48,8 +48,8 @@ constexpr double kMemoryMax = 65536;  // KiB.
 constexpr double kLeavingMax = 10e3;  // Microseconds.
 // Not promised: a small request may take a little longer than its share, but not much.
 constexpr double kExcessMax = 20e3;
-// What docs/GUARANTEES.md tells to be beyond the promise: SSNAME at random follows pointers all over
-// the memory, and so does the search for a name that is new.
+// What docs/GUARANTEES.md tells to be beyond the promise: SSNAME at random follows pointers all
+// over the memory, and so does the search for a name that is new.
 constexpr double kScatteredTimeMax = 300e3;
 constexpr double kTimePerName = 1.5;
 
