@@ -31,7 +31,7 @@ set(lisp_test_environment
 if(LISP_SANITIZE)
   # Random conversations take twenty times as long here; the release build holds all of them.
   list(APPEND lisp_test_environment
-       LISP_DIFFERENTIAL_COUNT=300
+       LISP_DIFFERENTIAL_COUNT=100
        LISP_NUMBER_COUNT=20000
        LISP_FORMAT_COUNT=1000
        LISP_FAULT_STRIDE=61
