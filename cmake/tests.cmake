@@ -73,8 +73,11 @@ function(lisp_quicken_build name)
   elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 is often wrong about these in the standard library's strings. It keeps that to itself, but
     # not where the library was precompiled.
-    target_compile_options(${name} PRIVATE -O1 -Wno-array-bounds -Wno-restrict
-                                           -Wno-stringop-overflow)
+    target_compile_options(${name} PRIVATE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow)
+    # Where branches are counted nothing is optimised.
+    if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT LISP_COVERAGE)
+      target_compile_options(${name} PRIVATE -O1)
+    endif()
   endif()
   if(NOT CMAKE_CROSSCOMPILING)
     # A library that a program uses may ask for it, and what is precompiled must be the same for all.
